@@ -1,0 +1,114 @@
+/** @file
+  What the C++ code of the packages shares: EDK II headers with C linkage, UCS-2 literals, owning
+  pointers for pool memory, and a span.
+
+  Everything here is freestanding: no exceptions, no run-time type information, no objects that
+  need construction at load.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_CPP_H_
+#define TVQ_CPP_H_
+
+extern "C" {
+#include <Uefi.h>
+#include <Library/BaseLib.h>
+#include <Library/BaseMemoryLib.h>
+#include <Library/DebugLib.h>
+#include <Library/MemoryAllocationLib.h>
+#include <Library/PrintLib.h>
+#include <Library/UefiBootServicesTableLib.h>
+}
+
+namespace tvq {
+
+/// The address of a UCS-2 literal. EDK II's CHAR16 is neither char16_t nor wchar_t, and its
+/// interfaces take texts that they do not change through pointers that are not const.
+inline CHAR16* Ucs2(const char16_t* literal) {
+  return reinterpret_cast<CHAR16*>(const_cast<char16_t*>(literal));
+}
+inline CHAR16* Ucs2(const wchar_t* literal) {
+  static_assert(sizeof(wchar_t) == sizeof(CHAR16), "built with -fshort-wchar");
+  return reinterpret_cast<CHAR16*>(const_cast<wchar_t*>(literal));
+}
+
+/// Raises an assertion where assertions are enabled. Text, source and line are given by hand: what
+/// the compiler makes of __FILE__ and of a null pointer in a text differs between tool chains.
+inline void RaiseAssertion([[maybe_unused]] const char* source, [[maybe_unused]] UINTN line,
+                           [[maybe_unused]] const char* text) {
+#ifndef MDEPKG_NDEBUG
+  if (DebugAssertEnabled()) {
+    DebugAssert(source, line, text);
+  }
+#endif
+}
+
+/// A view of `size` elements that somebody else owns.
+template <typename T>
+class Span {
+ public:
+  constexpr Span() = default;
+  constexpr Span(T* data, UINTN size) : mData(data), mSize(size) {}
+  template <UINTN N>
+  constexpr Span(T (&array)[N]) : mData(array), mSize(N) {}
+
+  constexpr T* Data() const { return mData; }
+  constexpr UINTN Size() const { return mSize; }
+  constexpr bool Empty() const { return mSize == 0; }
+  constexpr T& operator[](UINTN i) const { return mData[i]; }
+  constexpr T* begin() const { return mData; }
+  constexpr T* end() const { return mData + mSize; }
+
+ private:
+  T* mData = nullptr;
+  UINTN mSize = 0;
+};
+
+/// Owns one block of boot-services pool and frees it, unless it is released to somebody else.
+template <typename T>
+class PoolPtr {
+ public:
+  constexpr PoolPtr() = default;
+  constexpr explicit PoolPtr(T* block) : mBlock(block) {}
+  PoolPtr(PoolPtr&& other) : mBlock(other.Release()) {}
+  PoolPtr& operator=(PoolPtr&& other) {
+    Reset(other.Release());
+    return *this;
+  }
+  PoolPtr(const PoolPtr&) = delete;
+  PoolPtr& operator=(const PoolPtr&) = delete;
+  ~PoolPtr() { Reset(); }
+
+  /// `count` zeroed elements; empty when the pool is exhausted.
+  static PoolPtr Zeroed(UINTN count = 1) {
+    return PoolPtr(static_cast<T*>(AllocateZeroPool(count * sizeof(T))));
+  }
+
+  T* Get() const { return mBlock; }
+  T* operator->() const { return mBlock; }
+  T& operator[](UINTN i) const { return mBlock[i]; }
+  explicit operator bool() const { return mBlock != nullptr; }
+
+  /// Hands the block over; this pointer is empty afterwards.
+  [[nodiscard]] T* Release() {
+    T* block = mBlock;
+    mBlock = nullptr;
+    return block;
+  }
+
+  /// Frees the block and owns `block` instead.
+  void Reset(T* block = nullptr) {
+    if (mBlock != nullptr) {
+      gBS->FreePool(mBlock);
+    }
+    mBlock = block;
+  }
+
+ private:
+  T* mBlock = nullptr;
+};
+
+}  // namespace tvq
+
+#endif

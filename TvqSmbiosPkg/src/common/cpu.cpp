@@ -1,0 +1,407 @@
+/** @file
+  Builds the records of the processors.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "builders.h"
+
+extern "C" {
+#include <IndustryStandard/SmBios.h>
+}
+
+#include <Library/ZorvLib.h>
+
+#include "../smbios/fqdd.h"
+#include "../smbios/structure.h"
+#include "../support/log.h"
+#include "../uefi/publish.h"
+#include "../uefi/zvep.h"
+#include "cpu_memory.h"
+#include "record.h"
+
+namespace tvq {
+
+namespace {
+
+/// Offsets in the processor structure (SMBIOS 7.5).
+constexpr UINTN kSocketDesignation = 0x04;
+constexpr UINTN kProcessorFamily = 0x06;
+constexpr UINTN kProcessorManufacturer = 0x07;
+constexpr UINTN kProcessorId = 0x08;
+constexpr UINTN kProcessorVersion = 0x10;
+constexpr UINTN kVoltage = 0x11;
+constexpr UINTN kExternalClock = 0x12;
+constexpr UINTN kMaxSpeed = 0x14;
+constexpr UINTN kCurrentSpeed = 0x16;
+constexpr UINTN kStatus = 0x18;
+constexpr UINTN kCacheHandles[TVQ_CACHE_LEVELS] = {0x1A, 0x1C, 0x1E};
+constexpr UINTN kCoreCount = 0x23;
+constexpr UINTN kCoreEnabled = 0x24;
+constexpr UINTN kThreadCount = 0x25;
+constexpr UINTN kProcessorCharacteristics = 0x26;
+
+constexpr UINT8 kSocketPopulated = 0x40;
+
+/// Offsets in the physical-memory-array structure (SMBIOS 7.17).
+constexpr UINTN kArrayLocation = 0x04;
+constexpr UINTN kArrayErrorCorrection = 0x06;
+constexpr UINTN kArrayMaximumCapacity = 0x07;
+
+/// Offsets in the memory-device structure (SMBIOS 7.18).
+constexpr UINTN kDeviceArrayHandle = 0x04;
+constexpr UINTN kDeviceSize = 0x0C;
+constexpr UINTN kDeviceFormFactor = 0x0E;
+constexpr UINTN kDeviceMemoryType = 0x12;
+
+constexpr UINT8 kFormFactorDie = 0x10;
+
+/// Position of the fourth character of a socket designation.
+constexpr UINTN kSocketDigit = 3;
+
+/// Deliberate: the search for PPIN texts begins at this byte of the first OEM-strings structure,
+/// not at its first string.
+constexpr UINTN kPpinSearchStart = 25;
+constexpr char kPpinTag[] = "17[";
+constexpr UINTN kPpinTagLength = sizeof(kPpinTag) - 1;
+constexpr UINTN kPpinLength = 16;
+
+constexpr UINT32 kVariableAttributes =
+    EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
+
+constexpr Logger kLog("MakeCPUs");
+
+/// Frees what hangs on a processor's record, newest first.
+void FreeCpuContents(smTVQ* record) {
+  const TVQ_CPU& cpu = record->device.cpu;
+  FreeBlock(cpu.PPIN);
+  for (UINTN level = TVQ_CACHE_LEVELS; level-- != 0;) {
+    FreeBlock(cpu.CacheInfo[level]);
+  }
+  for (UINTN stack = TVQ_HBM_STACKS; stack-- != 0;) {
+    FreeBlock(cpu.HBMInfo[stack]);
+  }
+  FreeBlock(cpu.ProcessorVersion);
+  FreeBlock(cpu.ProcessorManufacturer);
+  FreeBlock(cpu.FQDD);
+  FreeBlock(cpu.Generic.MarketingName);
+}
+
+/// One run over the processors.
+class CpuBuilder {
+ public:
+  EFI_STATUS Run();
+
+ private:
+  void CollectOthers();
+  void FindFirstPpin();
+  void TakeMemoryCensus();
+  EFI_STATUS BuildRecord(UINT16 index);
+  bool FillIdentity(smTVQ* record, const Structure& processor, UINT16 index);
+  bool FillFqdd(smTVQ* record, const Structure& processor);
+  void WriteFamilyVariable(UINT8 family);
+  bool FillProperties(smTVQ* record, const Structure& processor);
+  void FillHbm(smTVQ* record, UINT16 index);
+  void FillHbmArray(smTVQ* record);
+  void FillCaches(smTVQ* record, const Structure& processor);
+  bool FillPpin(smTVQ* record);
+  void LogCoreCount() const { kLog(u"smTVQ->device.cpu.CoreCount: %d\n", mCoreCount); }
+
+  StructureList mProcessors;
+  StructureList mCaches;
+  StructureList mOemStrings;
+  StructureList mDevices;
+  StructureList mArrays;
+  UINT8* mPpinCursor = nullptr;
+  UINT16 mModules = 0;
+  bool mHbmPresent = false;
+  UINT8 mCoreCount = 0;  ///< Of the record built last.
+};
+
+/// Collects structures that need not be there. Deliberate: what an empty collection allocated
+/// stays in the pool.
+bool CollectOptional(StructureList& list, UINT8 type) {
+  if (EFI_ERROR(list.Collect(type)) || !list.Any()) {
+    list.Leave();
+    return false;
+  }
+  return true;
+}
+
+void CpuBuilder::CollectOthers() {
+  if (!CollectOptional(mCaches, SMBIOS_TYPE_CACHE_INFORMATION)) {
+    kLog(u"Did not find any CACHE SMBIOS structures\n");
+  }
+  kLog(u"Found %d CACHE SMBIOS structures\n", mCaches.Count());
+  if (!CollectOptional(mOemStrings, SMBIOS_TYPE_OEM_STRINGS)) {
+    kLog(u"Did not find any OEM SMBIOS structures\n");
+  }
+  if (!CollectOptional(mDevices, SMBIOS_TYPE_MEMORY_DEVICE)) {
+    kLog.Error(u"Did not find any DIMM SMBIOS structures\n");
+  }
+  if (!CollectOptional(mArrays, SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY)) {
+    kLog.Error(u"Did not find any PMA SMBIOS structures\n");
+  }
+}
+
+/// The text at the cursor; empty where no text ends inside the table.
+const CHAR8* TextAtCursor(UINT8* cursor) {
+  const CHAR8* text = SmbiosTextAt(cursor);
+  return text == nullptr ? "" : text;
+}
+
+/// The cursor behind the text's terminator.
+UINT8* PastText(UINT8* cursor, const CHAR8* text) {
+  return cursor + ZvAsciiStrLen(text) + 1;
+}
+
+void CpuBuilder::FindFirstPpin() {
+  if (!mOemStrings.Any()) {
+    return;
+  }
+  // Deliberate: the second value is the address of the sizes, not a length.
+  kLog(u"Found %d OEM SMBIOS structures of len = %d\n", mOemStrings.Count(), mOemStrings.Sizes());
+  mPpinCursor = mOemStrings[0].Address() + kPpinSearchStart;
+  const CHAR8* text = TextAtCursor(mPpinCursor);
+  kLog(u"First oem string: %s\n", Widened(text));
+  while (text[0] != '\0' && ZvAsciiStrStr(text, kPpinTag) == nullptr) {
+    mPpinCursor = PastText(mPpinCursor, text);
+    text = TextAtCursor(mPpinCursor);
+  }
+  kLog(u"Tag17 str: =%s\n", Widened(text));
+}
+
+void CpuBuilder::TakeMemoryCensus() {
+  for (UINT16 i = 0; mDevices.Any() && i < mDevices.Count(); i++) {
+    const Structure device = mDevices[i];
+    const UINT8 formFactor = device.Byte(kDeviceFormFactor);
+    if (device.Word(kDeviceSize) != 0 && formFactor != kFormFactorDie) {
+      mModules++;
+    }
+    kLog(u"DIMM%d Form Factor = %d\n", i, formFactor);
+    if (IsHbm(device.Byte(kDeviceMemoryType))) {
+      mHbmPresent = true;
+    }
+  }
+  kLog(u"DIMM count = %d, HBM Presence = %d\n", mModules, mHbmPresent ? 1 : 0);
+}
+
+/// Name, core count and socket.
+bool CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 index) {
+  const CHAR8* version = processor.String(kProcessorVersion);
+  const TextCopy name = CopyText(version == nullptr ? "" : version);
+  if (name.Failed) {
+    return false;
+  }
+  record->device.generic.MarketingName = name.Text;
+  if (version != nullptr) {
+    ZvStrTrim(name.Text, u' ');
+  }
+
+  mCoreCount = processor.Byte(kCoreCount);
+  kLog(u"tables[%d].Type4->CoreCount: %d\n", index, mCoreCount);
+  record->device.cpu.CoreCount = mCoreCount;
+  LogCoreCount();
+
+  const CHAR8* designation = processor.String(kSocketDesignation);
+  if (designation != nullptr) {
+    const auto* digit = reinterpret_cast<const UINT8*>(designation) + kSocketDigit;
+    record->device.cpu.Socket = static_cast<UINT8>(SmbiosByteAt(digit) - '0');
+  }
+  return true;
+}
+
+bool CpuBuilder::FillFqdd(smTVQ* record, const Structure& processor) {
+  if (gFqddMapValid == 0) {
+    return true;
+  }
+  const FQDD_MAP_ENTRY* entry = FindFqdd(processor.OwnHandle());
+  const TextCopy fqdd = CopyText(entry == nullptr ? nullptr : FqddText(*entry));
+  record->device.cpu.FQDD = fqdd.Text;
+  return !fqdd.Failed;
+}
+
+/// The last populated socket's family remains. Nothing depends on the variable, so its status does
+/// not matter.
+void CpuBuilder::WriteFamilyVariable(UINT8 family) {
+  gZV->RT->SetVariable(Ucs2(TVQ_PROCESSOR_FAMILY_VARIABLE_NAME), &gZvServicesTableGuid,
+                       kVariableAttributes, sizeof(family), &family);
+}
+
+bool CpuBuilder::FillProperties(smTVQ* record, const Structure& processor) {
+  TVQ_CPU& cpu = record->device.cpu;
+  cpu.CurrentSpeed = processor.Word(kCurrentSpeed);
+  cpu.MaxSpeed = processor.Word(kMaxSpeed);
+  cpu.ExternalClock = processor.Word(kExternalClock);
+  cpu.Status = processor.Byte(kStatus);
+  cpu.ThreadCount = processor.Byte(kThreadCount);
+  cpu.EnabledCoreCount = processor.Byte(kCoreEnabled);
+  cpu.Voltage = processor.Byte(kVoltage);
+  cpu.ProcessorCharacteristics = processor.Word(kProcessorCharacteristics);
+  cpu.ProcessorID = processor.Qword(kProcessorId);
+
+  const TextCopy manufacturer = CopyText(processor.String(kProcessorManufacturer));
+  cpu.ProcessorManufacturer = manufacturer.Text;
+  if (manufacturer.Failed) {
+    return false;
+  }
+  const TextCopy version = CopyText(processor.String(kProcessorVersion));
+  cpu.ProcessorVersion = version.Text;
+  return !version.Failed;
+}
+
+/// What the memory array that holds the first high-bandwidth memory says.
+void CpuBuilder::FillHbmArray(smTVQ* record) {
+  UINT16 first = 0;
+  while (!IsHbm(mDevices[first].Byte(kDeviceMemoryType))) {
+    if (++first == mDevices.Count()) {
+      return;
+    }
+  }
+  const UINT16 handle = mDevices[first].Handle(kDeviceArrayHandle);
+  for (UINT16 i = 0; mArrays.Any() && i < mArrays.Count(); i++) {
+    const Structure array = mArrays[i];
+    if (array.OwnHandle() == handle) {
+      TVQ_CPU& cpu = record->device.cpu;
+      cpu.HBMMaxCapacity = array.Dword(kArrayMaximumCapacity);
+      cpu.HBMLocation = array.Byte(kArrayLocation);
+      cpu.HBMErrorCorrectionType = array.Byte(kArrayErrorCorrection);
+      kLog(u" HBM max Capacity = %x, HBM location = %x, HBM correction type = %x\n",
+           cpu.HBMMaxCapacity, cpu.HBMLocation, cpu.HBMErrorCorrectionType);
+      return;
+    }
+  }
+}
+
+void CpuBuilder::FillHbm(smTVQ* record, UINT16 index) {
+  if (!mHbmPresent) {
+    record->device.cpu.HBMPresence = 0;
+    return;
+  }
+  record->device.cpu.HBMPresence = 1;
+  record->device.cpu.HBMOnlyMode = mModules == 0 ? 1 : 0;
+  kLog(u"HBM only mode = %d\n", record->device.cpu.HBMOnlyMode);
+  FillHbmArray(record);
+  for (UINT8 stack = 0; stack < TVQ_HBM_STACKS; stack++) {
+    if (EFI_ERROR(GetHbmInfo(record, mDevices.Records(), mDevices.Count(),
+                             static_cast<UINT8>(index), stack))) {
+      kLog(u"Failed to get HBM%d Information for cpu%d", stack, index);
+    }
+  }
+}
+
+void CpuBuilder::FillCaches(smTVQ* record, const Structure& processor) {
+  if (!mCaches.Any()) {
+    return;
+  }
+  constexpr const char16_t* kFailures[TVQ_CACHE_LEVELS] = {
+      u"Failed to get L1 Cache Information",
+      u"Failed to get L2 Cache Information",
+      u"Failed to get L3 Cache Information",
+  };
+  for (UINT8 level = 0; level < TVQ_CACHE_LEVELS; level++) {
+    if (EFI_ERROR(GetCacheInfo(record, mCaches.Records(), mCaches.Count(),
+                               processor.Handle(kCacheHandles[level]), level))) {
+      kLog(kFailures[level]);
+    }
+  }
+}
+
+/// Takes the next PPIN text. One that has no tag stays at the cursor, so that no later socket gets
+/// one either.
+bool CpuBuilder::FillPpin(smTVQ* record) {
+  const CHAR8* text = mPpinCursor == nullptr ? "" : TextAtCursor(mPpinCursor);
+  if (text[0] == '\0') {
+    return true;
+  }
+  const CHAR8* match = ZvAsciiStrStr(text, kPpinTag);
+  if (match == nullptr) {
+    kLog(u"Couldnot find PPIN in Type11 SMBIOS structure\n");
+    return true;
+  }
+  kLog(u"tag17=%c%c", match[0], match[1]);
+  auto ppin = PoolPtr<CHAR16>::Zeroed(kPpinLength + 1);
+  if (!ppin) {
+    return false;
+  }
+  const auto* digits = reinterpret_cast<const UINT8*>(match) + kPpinTagLength;
+  for (UINTN i = 0; i < kPpinLength; i++) {
+    ppin[i] = WidenByte(static_cast<CHAR8>(SmbiosByteAt(digits + i)));
+  }
+  kLog(u"PPIN=%s", ppin.Get());
+  record->device.cpu.PPIN = ppin.Release();
+  mPpinCursor = PastText(mPpinCursor, text);
+  return true;
+}
+
+EFI_STATUS CpuBuilder::BuildRecord(UINT16 index) {
+  RecordOwner record(TVQ_DEVICE_TYPE_CPU, FreeCpuContents);
+  if (!record) {
+    // Deliberate: a record that cannot be had leaves these two lists in the pool.
+    mCaches.Leave();
+    mOemStrings.Leave();
+    return EFI_OUT_OF_RESOURCES;
+  }
+  const Structure processor = mProcessors[index];
+  if (!FillIdentity(record.Get(), processor, index) || !FillFqdd(record.Get(), processor)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  const UINT8 family = processor.Byte(kProcessorFamily);
+  record->device.cpu.ProcessorFamily = family;
+  WriteFamilyVariable(family);
+  if (!FillProperties(record.Get(), processor)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  LogCoreCount();
+  FillHbm(record.Get(), index);
+  FillCaches(record.Get(), processor);
+  if (!FillPpin(record.Get())) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  FillOperations(record.Get());
+  LogCoreCount();
+  const UINT8 instance[] = {record->device.cpu.Socket};
+  if (!AttachDevicePath(record.Get(), instance)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  LogCoreCount();
+  // From here on a failure leaves the record, its device path and its entry in the pool.
+  smTVQ* built = record.Leave();
+  return PublishRecord(built, MakeCPUZVEP(&built->device));
+}
+
+EFI_STATUS CpuBuilder::Run() {
+  kLog(u"Entry MakeCPUs\n");
+  if (EFI_ERROR(mProcessors.Collect(SMBIOS_TYPE_PROCESSOR_INFORMATION)) || !mProcessors.Any()) {
+    return EFI_NOT_FOUND;
+  }
+  CollectOthers();
+  FindFirstPpin();
+  TakeMemoryCensus();
+  for (UINT16 i = 0; i < mProcessors.Count(); i++) {
+    if ((mProcessors[i].Byte(kStatus) & kSocketPopulated) != 0) {
+      const EFI_STATUS status = BuildRecord(i);
+      if (EFI_ERROR(status)) {
+        return status;
+      }
+    }
+    LogCoreCount();
+  }
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS MakeCPUs() {
+  EFI_STATUS status;
+  {
+    CpuBuilder builder;
+    status = builder.Run();
+  }
+  if (!EFI_ERROR(status)) {
+    kLog(u"Leaving MakeCPUs\n");
+  }
+  return status;
+}
+
+}  // namespace tvq

@@ -1,0 +1,139 @@
+/** @file
+  Caches and high-bandwidth memory of a processor.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "cpu_memory.h"
+
+#include <Library/ZorvLib.h>
+
+#include "../smbios/structure.h"
+#include "../support/log.h"
+
+namespace tvq {
+
+namespace {
+
+/// Offsets in the cache structure (SMBIOS 7.8).
+constexpr UINTN kCacheConfiguration = 0x05;
+constexpr UINTN kCacheMaximumSize = 0x07;
+constexpr UINTN kCacheInstalledSize = 0x09;
+constexpr UINTN kCacheCurrentSramType = 0x0D;
+constexpr UINTN kCacheSpeed = 0x0F;
+constexpr UINTN kCacheErrorCorrection = 0x10;
+constexpr UINTN kCacheSystemType = 0x11;
+constexpr UINTN kCacheAssociativity = 0x12;
+
+/// Offsets in the memory-device structure (SMBIOS 7.18).
+constexpr UINTN kDeviceSize = 0x0C;
+constexpr UINTN kDeviceLocator = 0x10;
+constexpr UINTN kDeviceMemoryType = 0x12;
+constexpr UINTN kDeviceSpeed = 0x15;
+constexpr UINTN kDeviceNonVolatileSize = 0x34;
+constexpr UINTN kDeviceVolatileSize = 0x3C;
+constexpr UINTN kDeviceCacheSize = 0x44;
+
+constexpr Logger kHbmLog("GetHbmInfo");
+
+void FillCache(CACHE_INFO* info, const Structure& cache) {
+  const UINT16 configuration = cache.Word(kCacheConfiguration);
+  info->CacheLevel = configuration & 0x7;
+  info->CacheConfiguration = configuration;
+  info->CacheLocation = configuration & 0x60;
+  info->MaximumSize = cache.Word(kCacheMaximumSize);
+  info->InstalledSize = cache.Word(kCacheInstalledSize);
+  info->CurrentSRAMType = cache.Word(kCacheCurrentSramType);
+  info->CacheSpeed = cache.Byte(kCacheSpeed);
+  info->ErrorCorrectionType = cache.Byte(kCacheErrorCorrection);
+  info->SystemCacheType = cache.Byte(kCacheSystemType);
+  info->Associativity = cache.Byte(kCacheAssociativity);
+}
+
+/// Part of a memory device's locator that names the stack.
+struct HbmPattern {
+  HbmPattern(UINT8 cpuIndex, UINT8 hbmIndex) {
+    ZeroMem(Text, sizeof(Text));
+    ZvAsciiSPrint(Text, sizeof(Text), "CPU%d_HBMIO%d", cpuIndex, hbmIndex);
+    // Deliberate: from the eleventh processor on, the cut takes the number of the stack.
+    Text[11] = '\0';
+  }
+  CHAR8 Text[128];
+};
+
+/// The first memory device whose locator contains the pattern, or null.
+UINT8** FindStack(UINT8** devices, UINT16 count, const CHAR8* pattern) {
+  for (UINT16 i = 0; i < count; i++) {
+    const CHAR8* locator = Structure(&devices[i]).String(kDeviceLocator);
+    if (locator != nullptr && ZvAsciiStrStr(locator, pattern) != nullptr) {
+      return &devices[i];
+    }
+  }
+  return nullptr;
+}
+
+void FillStack(HBM_INFO* info, const Structure& device, UINT8 hbmIndex) {
+  info->Size = device.Word(kDeviceSize);
+  info->MemoryType = device.Byte(kDeviceMemoryType);
+  info->Speed = device.Word(kDeviceSpeed);
+  info->NonVolatileSize = device.Qword(kDeviceNonVolatileSize);
+  info->VolatileSize = device.Qword(kDeviceVolatileSize);
+  info->CacheSize = device.Qword(kDeviceCacheSize);
+  kHbmLog(u"HBM%d Size = %x\n", hbmIndex, info->Size);
+  kHbmLog(u"HBM%d Type = %x\n", hbmIndex, info->MemoryType);
+  kHbmLog(u"HBM%d Speed = %x\n", hbmIndex, info->Speed);
+  kHbmLog(u"HBM%d NVSize = %llu\n", hbmIndex, info->NonVolatileSize);
+  kHbmLog(u"HBM%d VSize = %llu\n", hbmIndex, info->VolatileSize);
+  kHbmLog(u"HBM%d CSize = %llu\n", hbmIndex, info->CacheSize);
+}
+
+}  // namespace
+
+EFI_STATUS GetCacheInfo(smTVQ* Record, UINT8** Type7Array, UINT16 Type7Count, UINT16 CacheHandle,
+                        UINT8 LevelIndex) {
+  if (Record == nullptr || Type7Array == nullptr || LevelIndex >= TVQ_CACHE_LEVELS) {
+    return EFI_INVALID_PARAMETER;
+  }
+  Record->device.cpu.CacheInfo[LevelIndex] = nullptr;
+  if (CacheHandle == kSmbiosNoHandle) {
+    return EFI_INVALID_PARAMETER;
+  }
+  for (UINT16 i = 0; i < Type7Count; i++) {
+    const Structure cache(&Type7Array[i]);
+    if (cache.OwnHandle() == CacheHandle) {
+      auto info = PoolPtr<CACHE_INFO>::Zeroed();
+      if (!info) {
+        return EFI_OUT_OF_RESOURCES;
+      }
+      FillCache(info.Get(), cache);
+      Record->device.cpu.CacheInfo[LevelIndex] = info.Release();
+      return EFI_SUCCESS;
+    }
+  }
+  return EFI_NOT_FOUND;
+}
+
+EFI_STATUS GetHbmInfo(smTVQ* Record, UINT8** Type17Array, UINT16 Type17Count, UINT8 CpuIndex,
+                      UINT8 HbmIndex) {
+  if (Record == nullptr || Type17Array == nullptr || HbmIndex >= TVQ_HBM_STACKS) {
+    return EFI_INVALID_PARAMETER;
+  }
+  Record->device.cpu.HBMInfo[HbmIndex] = nullptr;
+  const HbmPattern pattern(CpuIndex, HbmIndex);
+  kHbmLog(u"HBM Locator = %s\n", Widened(pattern.Text));
+
+  UINT8** stack = FindStack(Type17Array, Type17Count, pattern.Text);
+  if (stack == nullptr) {
+    kHbmLog.Error(u"Error: No HBM entries found in table 17");
+    return EFI_NOT_FOUND;
+  }
+  auto info = PoolPtr<HBM_INFO>::Zeroed();
+  if (!info) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  FillStack(info.Get(), Structure(stack), HbmIndex);
+  Record->device.cpu.HBMInfo[HbmIndex] = info.Release();
+  return EFI_SUCCESS;
+}
+
+}  // namespace tvq

@@ -1,0 +1,410 @@
+/** @file
+  Builds the records of the memory modules.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "builders.h"
+
+extern "C" {
+#include <IndustryStandard/SmBios.h>
+}
+
+#include <Library/ZorvLib.h>
+
+#include "../smbios/fqdd.h"
+#include "../smbios/structure.h"
+#include "../support/log.h"
+#include "../uefi/publish.h"
+#include "../uefi/zvep.h"
+#include "cpu_memory.h"
+#include "dimm_extension.h"
+#include "record.h"
+
+namespace tvq {
+
+namespace {
+
+/// Offsets in the memory-device structure (SMBIOS 7.18).
+constexpr UINTN kLength = 0x01;
+constexpr UINTN kTotalWidth = 0x08;
+constexpr UINTN kDataWidth = 0x0A;
+constexpr UINTN kSize = 0x0C;
+constexpr UINTN kFormFactor = 0x0E;
+constexpr UINTN kDeviceSet = 0x0F;
+constexpr UINTN kDeviceLocator = 0x10;
+constexpr UINTN kBankLocator = 0x11;
+constexpr UINTN kMemoryType = 0x12;
+constexpr UINTN kTypeDetail = 0x13;
+constexpr UINTN kSpeed = 0x15;
+constexpr UINTN kManufacturer = 0x17;
+constexpr UINTN kSerialNumber = 0x18;
+constexpr UINTN kAssetTag = 0x19;
+constexpr UINTN kPartNumber = 0x1A;
+constexpr UINTN kAttributes = 0x1B;
+constexpr UINTN kExtendedSize = 0x1C;
+constexpr UINTN kConfiguredSpeed = 0x20;
+constexpr UINTN kTechnology = 0x28;
+constexpr UINTN kOperatingModeCapability = 0x29;
+constexpr UINTN kModuleManufacturerId = 0x2C;
+constexpr UINTN kModuleProductId = 0x2E;
+constexpr UINTN kSubsystemManufacturerId = 0x30;
+constexpr UINTN kSubsystemProductId = 0x32;
+constexpr UINTN kNonVolatileSize = 0x34;
+constexpr UINTN kVolatileSize = 0x3C;
+constexpr UINTN kCacheSize = 0x44;
+constexpr UINTN kLogicalSize = 0x4C;
+
+/// Deliberate: one test gates all late fields, although the last of them ends at 54h.
+constexpr UINT8 kLateFieldsBeyond = 0x33;
+
+constexpr UINT8 kTypeLogicalNvdimm = 0x1F;
+
+constexpr UINTN kLocatorLength = 3;
+constexpr char kLocatorPrefix[] = "DIMM_";
+constexpr UINTN kLocatorPrefixLength = sizeof(kLocatorPrefix) - 1;
+
+constexpr UINTN kGenericNameSize = 20;
+
+constexpr Logger kLog("MakeDIMMs");
+
+/// Why a record could not be filled.
+struct Failure {
+  const char16_t* Message = nullptr;
+  bool LogBeforeFreeing = false;
+
+  explicit operator bool() const { return Message != nullptr; }
+};
+
+/// Frees what a failed allocation gives back, newest first. Deliberate: the FQDD is not among it.
+void FreeDimmContents(smTVQ* record) {
+  const TVQ_DIMM& dimm = record->device.dimm;
+  FreeBlock(dimm.AssetTag);
+  FreeBlock(dimm.BankLocator);
+  FreeBlock(dimm.Manufacturer);
+  FreeBlock(dimm.DeviceLocator);
+  FreeBlock(dimm.Generic.WWN);
+  FreeBlock(dimm.Generic.MarketingName);
+}
+
+struct Word {
+  UINT8 Value;
+  const char16_t* Text;
+};
+
+constexpr Word kTypeWords[] = {{0x18, u"DDR3"}, {0x1A, u"DDR4"}, {0x22, u"DDR5"}, {0x03, u"DRAM"}};
+constexpr Word kFormWords[] = {{0x09, u"DIMM"}, {0x05, u"Chip"}};
+
+const char16_t* FindWord(Span<const Word> words, UINT8 value) {
+  for (const Word& word : words) {
+    if (word.Value == value) {
+      return word.Text;
+    }
+  }
+  return nullptr;
+}
+
+/// "DDR4DIMM" and the like, in a buffer of kGenericNameSize characters.
+void PrintGenericName(CHAR16* name, UINT8 memoryType, UINT8 formFactor) {
+  const char16_t* type = FindWord(kTypeWords, memoryType);
+  const char16_t* form = FindWord(kFormWords, formFactor);
+  StrCpyS(name, kGenericNameSize, Ucs2(type == nullptr ? u"Unknown" : type));
+  if (type != nullptr || form != nullptr) {
+    StrCatS(name, kGenericNameSize, Ucs2(form == nullptr ? u"Memory" : form));
+  }
+}
+
+/// One run over the memory devices.
+class DimmBuilder {
+ public:
+  EFI_STATUS Run();
+
+ private:
+  EFI_STATUS BuildRecord(UINT16 index);
+  EFI_STATUS Abandon(const Failure& failure, RecordOwner& record);
+  EFI_STATUS Publish(RecordOwner& record);
+  Failure FillTexts(smTVQ* record, const Structure& device);
+  Failure FillFqdd(smTVQ* record, const Structure& device);
+  Failure FillLocator(smTVQ* record, const Structure& device);
+  Failure FillMakerTexts(smTVQ* record, const Structure& device);
+  Failure FillPartNumber(smTVQ* record, const Structure& device);
+  void FillExtension(smTVQ* record);
+
+  TYPE_E2_NODE* pE2ListRoot = nullptr;  ///< Deliberately left in the pool unless the walk finishes.
+  StructureList mDevices;
+};
+
+Failure DimmBuilder::FillFqdd(smTVQ* record, const Structure& device) {
+  if (gFqddMapValid == 0) {
+    return {};
+  }
+  const UINT16 handle = device.OwnHandle();
+  const FQDD_MAP_ENTRY* entry = FindFqdd(handle);
+  if (entry == nullptr) {
+    kLog(u"NO FQDD for handle=0x%X\n", handle);
+    return {};
+  }
+  const TextCopy fqdd = CopyText(FqddText(*entry));
+  if (fqdd.Failed) {
+    return {u"Memory allocation failed for DIMM FQDDD\n"};
+  }
+  record->device.dimm.FQDD = fqdd.Text;
+  return {};
+}
+
+/// Deliberate: a locator with "DIMM_" anywhere loses its first five characters, and three bytes
+/// are taken from there as they stand, whatever the length of the text.
+Failure DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
+  const CHAR8* locator = device.String(kDeviceLocator);
+  if (locator == nullptr) {
+    return {};
+  }
+  auto text = PoolPtr<CHAR16>::Zeroed(kLocatorLength + 1);
+  if (!text) {
+    return {u"Memory allocation failed for DIMM Socket\n"};
+  }
+  const auto* start = reinterpret_cast<const UINT8*>(locator);
+  if (ZvAsciiStrStr(locator, kLocatorPrefix) != nullptr) {
+    start += kLocatorPrefixLength;
+  }
+  for (UINTN i = 0; i < kLocatorLength; i++) {
+    text[i] = WidenByte(static_cast<CHAR8>(SmbiosByteAt(start + i)));
+  }
+  kLog(u"Socket = %s \n", text.Get());
+  record->device.dimm.DeviceLocator = text.Release();
+  return {};
+}
+
+Failure DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
+  TVQ_DIMM& dimm = record->device.dimm;
+  const TextCopy manufacturer = CopyText(device.String(kManufacturer));
+  if (manufacturer.Failed) {
+    return {u"Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n", true};
+  }
+  dimm.Manufacturer = manufacturer.Text;
+  if (manufacturer.Text != nullptr) {
+    kLog(u"Manufacturer in smTVQ struct: %s\n", manufacturer.Text);
+  }
+  const TextCopy bank = CopyText(device.String(kBankLocator));
+  if (bank.Failed) {
+    return {u"Memory allocation failed for DIMM BankLocator\n"};
+  }
+  dimm.BankLocator = bank.Text;
+  if (bank.Text != nullptr) {
+    kLog(u"Bank Locator in smTVQ struct: %s\n", bank.Text);
+  }
+  const TextCopy asset = CopyText(device.String(kAssetTag));
+  if (asset.Failed) {
+    return {u"Memory allocation failed for DIMM Asset Tag\n"};
+  }
+  dimm.AssetTag = asset.Text;
+  if (asset.Text != nullptr) {
+    kLog(u"Asset tag in smTVQ struct: %s\n", asset.Text);
+  }
+  return {};
+}
+
+/// Stays ASCII, deliberately in a buffer of twice the size that it needs.
+Failure DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
+  const CHAR8* part = device.String(kPartNumber);
+  if (part == nullptr) {
+    return {};
+  }
+  const UINTN length = ZvAsciiStrLen(part);
+  auto* copy = static_cast<CHAR8*>(AllocateZeroPool((length + 1) * sizeof(CHAR16)));
+  if (copy == nullptr) {
+    return {u"Memory allocation failed for DIMM PartNumber\n"};
+  }
+  CopyMem(copy, part, length);
+  record->device.dimm.PartNumber = copy;
+  return {};
+}
+
+/// All texts and, between them, the fields in the order in which they are read: a string number
+/// past the last string makes the later ones those of the structure that follows.
+Failure DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
+  auto name = PoolPtr<CHAR16>::Zeroed(kGenericNameSize);
+  if (!name) {
+    return {u"Memory allocation failed for DIMM Gerneric Name\n"};
+  }
+  PrintGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
+  record->device.generic.MarketingName = name.Release();
+
+  if (const Failure failure = FillFqdd(record, device)) {
+    return failure;
+  }
+  const TextCopy wwn = CopyText(device.String(kSerialNumber));
+  if (wwn.Failed) {
+    return {u"Memory allocation failed for DIMM WWN\n"};
+  }
+  record->device.generic.WWN = wwn.Text;
+  if (const Failure failure = FillLocator(record, device)) {
+    return failure;
+  }
+  if (const Failure failure = FillMakerTexts(record, device)) {
+    return failure;
+  }
+  TVQ_DIMM& dimm = record->device.dimm;
+  dimm.Size = device.Word(kSize);
+  dimm.Speed = device.Word(kSpeed);
+  dimm.MemoryType = device.Byte(kMemoryType);
+  dimm.TypeDetail = device.Word(kTypeDetail);
+  return FillPartNumber(record, device);
+}
+
+bool HasSmbios27() {
+  const UINT8 major = SmbiosMajorVersion();
+  return major > 2 || (major == 2 && SmbiosMinorVersion() > 6);
+}
+
+void FillNumbers(smTVQ* record, const Structure& device) {
+  TVQ_DIMM& dimm = record->device.dimm;
+  dimm.TotalWidth = device.Word(kTotalWidth);
+  dimm.DataWidth = device.Word(kDataWidth);
+  dimm.FormFactor = device.Byte(kFormFactor);
+  dimm.DeviceSet = device.Byte(kDeviceSet);
+  if (HasSmbios27()) {
+    const UINT8 length = device.TableByte(kLength);
+    if (length > kAttributes) {
+      dimm.Attributes = device.Byte(kAttributes);
+    }
+    if (length > kExtendedSize) {
+      kLog(u"Adding Extended Size here\n");
+      dimm.ExtendedSize = device.Dword(kExtendedSize);
+    }
+  }
+  dimm.ConfiguredMemClockSpeed = device.TableWord(kConfiguredSpeed);  // Deliberately untested.
+  dimm.Handle = device.OwnHandle();
+}
+
+/// The fields of SMBIOS 3.2, read as they stand.
+void FillLateNumbers(smTVQ* record, const Structure& device) {
+  const UINT8 length = device.TableByte(kLength);
+  kLog(u"sizeof type17 structure = %d \n", length);
+  if (length <= kLateFieldsBeyond) {
+    return;
+  }
+  TVQ_DIMM& dimm = record->device.dimm;
+  dimm.MemTechnology = device.TableByte(kTechnology);
+  dimm.MemOpModeCap = device.TableWord(kOperatingModeCapability);
+  dimm.ModuleMID = device.TableWord(kModuleManufacturerId);
+  dimm.ModulePID = device.TableWord(kModuleProductId);
+  dimm.MemSubMID = device.TableWord(kSubsystemManufacturerId);
+  dimm.MemSubPID = device.TableWord(kSubsystemProductId);
+  dimm.NonVolatileSize = device.TableQword(kNonVolatileSize);
+  dimm.VolatileSize = device.TableQword(kVolatileSize);
+  dimm.CacheSize = device.TableQword(kCacheSize);
+  dimm.LogicalSize = device.TableQword(kLogicalSize);
+  kLog(u"MemTechnology = %d \n", dimm.MemTechnology);
+  kLog(u"MemOpModeCap = %d \n", dimm.MemOpModeCap);
+  kLog(u"ModuleMID = %d \n", dimm.ModuleMID);
+  kLog(u"ModulePID = %d \n", dimm.ModulePID);
+  kLog(u"MemSubMID = %d \n", dimm.MemSubMID);
+  kLog(u"MemSubPID = %d \n", dimm.MemSubPID);
+  kLog(u"NonVolatizeSize = %llu \n", dimm.NonVolatileSize);
+  kLog(u"VolatizeSize = %llu \n", dimm.VolatileSize);
+  kLog(u"CacheSize = %llu \n", dimm.CacheSize);
+  kLog(u"LogicalSize = %llu \n", dimm.LogicalSize);
+}
+
+void DimmBuilder::FillExtension(smTVQ* record) {
+  TVQ_DIMM& dimm = record->device.dimm;
+  const TYPE_E2_NODE* node = GetTypeE2FromList(dimm.Handle, pE2ListRoot);
+  if (node == nullptr) {
+    return;
+  }
+  const CHAR8* version = node->FirmwareVersion == nullptr ? "" : node->FirmwareVersion;
+  kLog(u"E2Handle = 0x%X Type17Handle 0x%X \n", node->E2Handle, node->Type17Handle);
+  kLog(u"CID = %d PRID = 0x%X FW=%a\n", node->ComponentID, node->ProductID, version);
+  kLog(u"FWVerLen = %d \n", ZvAsciiStrLen(version));
+  dimm.ComponentID = node->ComponentID;
+  dimm.ProductID = node->ProductID;
+  dimm.FirmwareVersion = CopyText(version).Text;
+}
+
+/// Ends the walk: frees the record under construction and the memory devices.
+EFI_STATUS DimmBuilder::Abandon(const Failure& failure, RecordOwner& record) {
+  if (failure.LogBeforeFreeing) {
+    kLog(failure.Message);
+  }
+  record.Free();
+  mDevices.Free();
+  if (!failure.LogBeforeFreeing) {
+    kLog(failure.Message);
+  }
+  return EFI_OUT_OF_RESOURCES;
+}
+
+EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
+  // From here on a failure leaves the record and its texts in the pool.
+  smTVQ* built = record.Leave();
+  UINT8 instance[kLocatorLength * sizeof(CHAR16)] = {};
+  if (built->device.dimm.DeviceLocator != nullptr) {
+    CopyMem(instance, built->device.dimm.DeviceLocator, sizeof(instance));
+  }
+  if (!AttachDevicePath(built, instance)) {
+    return Abandon({u"Memory allocation failed for DIMM VendorDevicePath\n"}, record);
+  }
+  const EFI_STATUS status = PublishRecord(built, MakeDIMMZVEP(&built->device));
+  if (EFI_ERROR(status)) {
+    mDevices.Free();
+    kLog(u"InstallMultipleProtocolInterfaces failed with status = %r\n", status);
+  }
+  return status;
+}
+
+EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
+  const Structure device = mDevices[index];
+  const UINT8 memoryType = device.Byte(kMemoryType);
+  if (memoryType == kTypeLogicalNvdimm) {
+    kLog(u"Skipping Logical NVDIMM at i=%d", index);
+    return EFI_SUCCESS;
+  }
+  if (IsHbm(memoryType)) {
+    kLog(u"Skipping HBM devices at i=%d", index);
+    return EFI_SUCCESS;
+  }
+  if (device.Word(kSize) == 0) {
+    return EFI_SUCCESS;
+  }
+
+  RecordOwner record(TVQ_DEVICE_TYPE_DIMM, FreeDimmContents);
+  if (!record) {
+    return Abandon({u"Memory allocation failed for smTVQ\n"}, record);
+  }
+  if (const Failure failure = FillTexts(record.Get(), device)) {
+    return Abandon(failure, record);
+  }
+  FillNumbers(record.Get(), device);
+  FillExtension(record.Get());
+  FillLateNumbers(record.Get(), device);
+  FillOperations(record.Get());
+  return Publish(record);
+}
+
+EFI_STATUS DimmBuilder::Run() {
+  kLog(u"Entry MakeDIMMs\n");
+  pE2ListRoot = CollectE2List();
+  if (EFI_ERROR(mDevices.Collect(SMBIOS_TYPE_MEMORY_DEVICE)) || !mDevices.Any()) {
+    kLog(u"Did not find any DIMM SMBIOS structures\n");
+    return EFI_NOT_FOUND;
+  }
+  for (UINT16 i = 0; i < mDevices.Count(); i++) {
+    const EFI_STATUS status = BuildRecord(i);
+    if (EFI_ERROR(status)) {
+      return status;
+    }
+  }
+  mDevices.Free();
+  ReleaseE2List(pE2ListRoot);
+  kLog(u"Leaving MakeDIMMs\n");
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS MakeDIMMs() {
+  return DimmBuilder().Run();
+}
+
+}  // namespace tvq

@@ -1,0 +1,68 @@
+/** @file
+  What the builders share: records under construction, widened texts, device paths.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_RECORD_BUILD_H_
+#define TVQ_RECORD_BUILD_H_
+
+#include <Library/TvqCpp.h>
+#include <Library/ZorvLib.h>
+#include <Protocol/TvqRecord.h>
+
+namespace tvq {
+
+/// The device path that was built last; each record keeps its own pointer.
+extern EFI_DEVICE_PATH_PROTOCOL* gTvqDevicePath;
+
+/// Frees a block of the driver's pool; null is nothing.
+template <typename Block>
+void FreeBlock(Block* block) {
+  if (block != nullptr) {
+    ZvFreePool(block);
+  }
+}
+
+/// Owns a record under construction, with everything that hangs on it, until it is published.
+class RecordOwner {
+ public:
+  /// Frees what hangs on a record, newest first, but not the record itself.
+  using FreeContents = void (*)(smTVQ* record);
+
+  /// Allocates a zeroed record with signature and device type.
+  RecordOwner(UINT8 deviceType, FreeContents freeContents);
+  ~RecordOwner() { Free(); }
+  RecordOwner(const RecordOwner&) = delete;
+  RecordOwner& operator=(const RecordOwner&) = delete;
+
+  smTVQ* Get() const { return mRecord; }
+  smTVQ* operator->() const { return mRecord; }
+  explicit operator bool() const { return mRecord != nullptr; }
+
+  /// Frees the record and what hangs on it now.
+  void Free();
+  /// From here on the record stays allocated, whatever happens.
+  smTVQ* Leave();
+
+ private:
+  smTVQ* mRecord;
+  FreeContents mFreeContents;
+};
+
+/// An optional text: a missing one is no failure.
+struct TextCopy {
+  CHAR16* Text;
+  bool Failed;
+};
+
+/// A widened copy of `ascii` in new pool; null for null.
+TextCopy CopyText(const CHAR8* ascii);
+
+/// Builds the record's device path. Data[0] becomes the device type, `instance` the bytes behind
+/// it. Tells whether there was memory.
+bool AttachDevicePath(smTVQ* record, Span<const UINT8> instance);
+
+}  // namespace tvq
+
+#endif

@@ -1,0 +1,137 @@
+/** @file
+  Builds the record of the system.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "builders.h"
+
+extern "C" {
+#include <IndustryStandard/SmBios.h>
+}
+
+#include "../smbios/structure.h"
+#include "../support/log.h"
+#include "../uefi/publish.h"
+#include "../uefi/zvep.h"
+#include "record.h"
+#include "system_sections.h"
+
+namespace tvq {
+
+namespace {
+
+/// Offsets in the system structure (SMBIOS 7.2).
+constexpr UINTN kManufacturer = 0x04;
+constexpr UINTN kProductName = 0x05;
+constexpr UINTN kSerialNumber = 0x07;
+constexpr UINTN kUuid = 0x08;
+
+constexpr UINTN kMarketingNameSize = 32;
+
+constexpr Logger kLog("MakeSYSTEM");
+
+/// Frees what hangs on the system's record, newest first.
+void FreeSystemContents(smTVQ* record) {
+  const TVQ_SYSTEM& system = record->device.system;
+  FreeSystemSections(system);
+  FreeBlock(system.ServiceTag);
+  FreeBlock(system.Manufacturer);
+  FreeBlock(system.ProductName);
+  FreeBlock(system.Generic.MarketingName);
+}
+
+/// Name, product name, instance, manufacturer, UUID and serial number. Tells whether there was
+/// memory.
+bool FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* productName,
+                  UINT16 index) {
+  TVQ_SYSTEM& system = record->device.system;
+  auto name = PoolPtr<CHAR16>::Zeroed(kMarketingNameSize);
+  if (!name) {
+    return false;
+  }
+  StrCpyS(name.Get(), kMarketingNameSize, Ucs2(u"System and Chassis Information"));
+  system.Generic.MarketingName = name.Release();
+
+  const TextCopy product = CopyText(productName);
+  if (product.Failed) {
+    return false;
+  }
+  system.ProductName = product.Text;
+  kLog(u"Product Name in smTVQ struct: %s\n", product.Text);
+  system.Socket = static_cast<UINT8>(index + 1);
+  kLog(u"Socket in smTVQ struct: %d\n", system.Socket);
+
+  const TextCopy manufacturer = CopyText(structure.String(kManufacturer));
+  if (manufacturer.Failed) {
+    return false;
+  }
+  system.Manufacturer = manufacturer.Text;
+  if (manufacturer.Text != nullptr) {
+    kLog(u"Manufacturer in smTVQ struct: %s\n", manufacturer.Text);
+  }
+  for (UINTN i = 0; i < sizeof(system.UUID); i++) {
+    system.UUID[i] = structure.Byte(kUuid + i);
+    kLog(u"UUID in smTVQ struct: %d\n", system.UUID[i]);
+  }
+  const TextCopy serial = CopyText(structure.String(kSerialNumber));
+  system.ServiceTag = serial.Text;
+  if (serial.Text != nullptr) {
+    kLog(u"Serial Number in smTVQ struct: %s\n", serial.Text);
+  }
+  return !serial.Failed;
+}
+
+EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
+  const CHAR8* productName = structure.String(kProductName);
+  if (productName == nullptr) {
+    return EFI_SUCCESS;
+  }
+  kLog(u"Product Name String exists\n");
+
+  RecordOwner record(TVQ_DEVICE_TYPE_SYSTEM, FreeSystemContents);
+  if (!record || !FillIdentity(record.Get(), structure, productName, index)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  TVQ_SYSTEM* system = &record->device.system;
+  FillChassisSection(system);
+  FillPmaSection(system);
+  FillBiosSection(system);
+  FillBaseBoardSection(system);
+  FillPciSlotSection(system);
+  FillOperations(record.Get());
+  const UINT8 instance[] = {system->Socket};
+  if (!AttachDevicePath(record.Get(), instance)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  // From here on a failure leaves the record, its device path and its entry in the pool.
+  smTVQ* built = record.Leave();
+  return PublishRecord(built, MakeSYSTEMZVEP(&built->device));
+}
+
+}  // namespace
+
+EFI_STATUS MakeSYSTEM() {
+  kLog(u"Entry MakeSYSTEM\n");
+  StructureList systems;
+  const bool single =
+      !EFI_ERROR(systems.Collect(SMBIOS_TYPE_SYSTEM_INFORMATION)) && systems.Count() == 1;
+  if (!single) {
+    kLog(u"Did not find or found too many SYSTEM SMBIOS structures\n");
+  }
+  kLog(u"Found %d SYSTEM SMBIOS structures\n", systems.Count());
+  if (!single) {
+    return EFI_NOT_FOUND;
+  }
+  for (UINT16 i = 0; i < systems.Count(); i++) {
+    const EFI_STATUS status = BuildRecord(systems[i], i);
+    if (EFI_ERROR(status)) {
+      return status;
+    }
+  }
+  systems.Free();
+  kLog(u"Leaving MakeSYSTEM\n");
+  return EFI_SUCCESS;
+}
+
+}  // namespace tvq

@@ -1,0 +1,140 @@
+/** @file
+  FQDD map.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "fqdd.h"
+
+#include <IndustryStandard/SmbiosTvq.h>
+#include <Library/ZorvLib.h>
+
+#include "../support/log.h"
+#include "structure.h"
+
+namespace tvq {
+
+UINT8** gType225Records;
+UINT16 gType225Count;
+FQDD_MAP_ENTRY* gFqddMap;
+UINT16 gFqddMapCount;
+UINT8 gFqddMapValid;
+
+namespace {
+
+constexpr UINTN kFirstGroup = sizeof(SMBIOS_TABLE_TYPE225);
+constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
+
+/// The number of groups that the structure's length byte promises, in 16-bit arithmetic.
+UINT16 GroupCount(const Structure& structure) {
+  return static_cast<UINT16>(
+      static_cast<UINT16>(structure.TableByte(OFFSET_OF(TVQ_SMBIOS_HEADER, Length)) -
+                          kFirstGroup) >>
+      2);
+}
+
+EFI_STATUS CountGroups() {
+  for (UINT16 i = 0; i < gType225Count; i++) {
+    const Structure structure(&gType225Records[i]);
+    if (structure.Byte(OFFSET_OF(SMBIOS_TABLE_TYPE225, Format)) != SMBIOS_TVQ_FQDD_MAP_FORMAT) {
+      return EFI_NOT_FOUND;
+    }
+    gFqddMapCount = static_cast<UINT16>(gFqddMapCount + GroupCount(structure));
+  }
+  return EFI_SUCCESS;
+}
+
+FQDD_MAP_ENTRY ReadGroup(const Structure& structure, UINTN offset, UINT16 index) {
+  FQDD_MAP_ENTRY entry;
+  entry.StringNumber = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, StringNumber));
+  entry.Handle = structure.Word(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle));
+  entry.Opaque = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Opaque));
+  entry.StructureIndex = static_cast<UINT8>(index);
+  return entry;
+}
+
+EFI_STATUS FillMap() {
+  UINT16 filled = 0;
+  for (UINT16 i = 0; i < gType225Count && filled < gFqddMapCount; i++) {
+    const Structure structure(&gType225Records[i]);
+    UINTN offset = kFirstGroup;
+    for (UINT16 left = GroupCount(structure); left != 0 && filled < gFqddMapCount; left--) {
+      if (offset >= structure.Length()) {
+        return EFI_NOT_FOUND;
+      }
+      gFqddMap[filled] = ReadGroup(structure, offset, i);
+      offset += kGroupSize;
+      filled++;
+    }
+  }
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS CollectAndFill() {
+  StructureList structures;
+  const EFI_STATUS collected = structures.Collect(SMBIOS_TYPE_TVQ_FQDD_MAP);
+  gType225Records = structures.Records();
+  gType225Count = structures.Count();
+  structures.Leave();  // The map reads the records for good; the sizes deliberately stay too.
+  if (EFI_ERROR(collected) || gType225Count == 0) {
+    return EFI_NOT_FOUND;
+  }
+
+  EFI_STATUS status = CountGroups();
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  gFqddMap = static_cast<FQDD_MAP_ENTRY*>(AllocateZeroPool(gFqddMapCount * sizeof(FQDD_MAP_ENTRY)));
+  if (gFqddMap == nullptr) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  return FillMap();
+}
+
+template <typename Block>
+void FreeAndClear(Block*& block) {
+  if (block != nullptr) {
+    ZvFreePool(block);
+    block = nullptr;
+  }
+}
+
+}  // namespace
+
+EFI_STATUS BuildFqddMap() {
+  gFqddMapCount = 0;
+  const EFI_STATUS status = CollectAndFill();
+  if (EFI_ERROR(status)) {
+    gFqddMapValid = 0;
+    gFqddMapCount = 0;
+    return status;
+  }
+  gFqddMapValid = 1;
+  return EFI_SUCCESS;
+}
+
+FQDD_MAP_ENTRY* FindFqdd(UINT16 Handle) {
+  for (UINT16 i = 0; i < gFqddMapCount && gFqddMap != nullptr; i++) {
+    if (gFqddMap[i].Handle == Handle) {
+      return &gFqddMap[i];
+    }
+  }
+  Logger("FindFqdd")(u"Handle 0x%X not found\n", Handle);
+  return nullptr;
+}
+
+CHAR8* FqddText(const FQDD_MAP_ENTRY& entry) {
+  if (gType225Records == nullptr) {
+    return nullptr;
+  }
+  return SmbiosGetString(&gType225Records[entry.StructureIndex], entry.StringNumber);
+}
+
+EFI_STATUS ReleaseSmbiosState() {
+  gSmbiosEntryPoint = nullptr;
+  FreeAndClear(gType225Records);
+  FreeAndClear(gFqddMap);
+  return EFI_SUCCESS;
+}
+
+}  // namespace tvq

@@ -1,0 +1,105 @@
+/** @file
+  The configuration blob's wrapper, the end blob, and the header of all blobs.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "blobs.h"
+
+#include <Library/ZorvLib.h>
+
+#include "../support/log.h"
+#include "configuration.h"
+
+namespace tvq {
+
+namespace {
+
+constexpr Logger kConfigLog("getConfigBlob");
+
+/// A configuration blob with a copy of the document; null without memory, which is logged.
+TVQ_BLOB_HEADER* WrapDocument(const CHAR8* document, UINTN length) {
+  const UINTN size = sizeof(TVQ_CONFIGURATION_BLOB) + length + 1;
+  TVQ_BLOB_HEADER* blob =
+      NewBlob(TVQ_BLOB_TYPE_CONFIGURATION, TVQ_BLOB_COOKIE_CONFIGURATION, size, size);
+  if (blob == nullptr) {
+    kConfigLog(u"Failed to allocate memory for tvqconfigBlob \n");
+    return nullptr;
+  }
+  ZvCopyMem(reinterpret_cast<UINT8*>(blob) + sizeof(TVQ_CONFIGURATION_BLOB), document, length + 1);
+  return blob;
+}
+
+EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
+  *blob = WrapDocument(record->ConfigXml, ZvAsciiStrLen(record->ConfigXml));
+  if (*blob == nullptr) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  kConfigLog(u"GetInstance Cached SMBIOS Current Values\n");
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+TVQ_BLOB_HEADER* NewBlob(UINT32 type, UINT32 cookie, UINTN size, UINTN allocated) {
+  auto* blob = static_cast<TVQ_BLOB_HEADER*>(ZvAllocateZero(allocated));
+  if (blob != nullptr) {
+    blob->revision = TVQ_BLOB_REVISION;
+    blob->type = type;
+    blob->cookie = cookie;
+    blob->sizeInBytes = static_cast<UINT32>(size);
+  }
+  return blob;
+}
+
+EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
+  if (Blob == nullptr || Record == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  if (Record->ConfigXml != nullptr) {
+    return WrapCached(Blob, Record);
+  }
+
+  XmlWriter document;
+  if (!document.Allocate()) {
+    kConfigLog.Error(u"Failed to allocate memory for xml \n");
+    return EFI_OUT_OF_RESOURCES;
+  }
+  kConfigLog(u"Creating SMBIOS XML\n");
+  const EFI_STATUS status = WriteDocument(document, Record);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  kConfigLog(u"GetInstance SMBIOS Current Values\n");
+  kConfigLog(u"xmlbuffer size = %d xmllength = %d\n", XmlWriter::kInitialSize, document.Length());
+
+  // Without memory for it the cache stays empty, and the next Get builds the document again.
+  auto* cache = static_cast<CHAR8*>(ZvAllocateZero(document.Length() + 1));
+  if (cache != nullptr) {
+    ZvCopyMem(cache, document.Text(), document.Length() + 1);
+    Record->ConfigXml = cache;
+  }
+  TVQ_BLOB_HEADER* blob = WrapDocument(document.Text(), document.Length());
+  if (blob == nullptr) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  *Blob = blob;
+  kConfigLog(u"Exiting \n");
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS getEndBlob(TVQ_BLOB_HEADER** Blob) {
+  constexpr Logger log("getEndBlob");
+  log(u"Entering \n");
+  TVQ_BLOB_HEADER* blob =
+      NewBlob(TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_END_BLOB), sizeof(TVQ_END_BLOB));
+  if (blob == nullptr) {
+    log(u"Failed to allocate memory for tvqEndBlob \n");
+    return EFI_OUT_OF_RESOURCES;
+  }
+  *Blob = blob;
+  log(u"Exiting \n");
+  return EFI_SUCCESS;
+}
+
+}  // namespace tvq

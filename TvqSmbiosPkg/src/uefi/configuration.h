@@ -1,0 +1,40 @@
+/** @file
+  The configuration document.
+
+  Its element names are what the management agent reads, and the order of the elements is part of
+  the format: verification walks fixed positions of the document.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_CONFIGURATION_H_
+#define TVQ_CONFIGURATION_H_
+
+#include <Library/TvqCpp.h>
+#include <Protocol/TvqRecord.h>
+
+#include "xml_writer.h"
+
+namespace tvq {
+
+/**
+  Writes the document of a record.
+
+  @param[in, out]  xml      The writer, allocated and empty.
+  @param[in, out]  record   The record. A module's part number is trimmed, and the hot-plug bytes of
+                            the system's slots become 0 or 1.
+
+  @retval EFI_SUCCESS             The document is complete.
+  @retval EFI_OUT_OF_RESOURCES    Memory ran out.
+**/
+EFI_STATUS WriteDocument(XmlWriter& xml, smTVQ* record);
+
+/// Parts of the document that one device type has.
+void WriteCpuData(XmlWriter& xml, const TVQ_CPU& cpu);
+EFI_STATUS WriteDimmData(XmlWriter& xml, const TVQ_DIMM& dimm);
+void WriteSystemIdentifier(XmlWriter& xml, const TVQ_SYSTEM& system);
+void WriteSystemData(XmlWriter& xml, const TVQ_SYSTEM& system);
+
+}  // namespace tvq
+
+#endif

@@ -1,0 +1,174 @@
+/** @file
+  Entry point, deferred start and unloading.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "entry.h"
+
+extern "C" {
+#include <Protocol/LoadedImage.h>
+}
+
+#include <Guid/TvqAttributes.h>
+#include <Library/ZorvLib.h>
+#include <Protocol/TvqPlatformPresence.h>
+#include <Protocol/TvqStartRequest.h>
+
+#include "../common/builders.h"
+#include "../smbios/access.h"
+#include "../smbios/attributes.h"
+#include "../smbios/fqdd.h"
+#include "../support/log.h"
+#include "publish.h"
+#include "tvq.h"
+
+namespace tvq {
+
+namespace {
+
+VOID* LocateProtocolOrNull(EFI_GUID* protocol, EFI_STATUS* status) {
+  VOID* interface = nullptr;
+  *status = gBS->LocateProtocol(protocol, nullptr, &interface);
+  return EFI_ERROR(*status) ? nullptr : interface;
+}
+
+/// Registers the attribute namespaces. The server namespace may fail: its attributes are then not
+/// answered, and nothing else depends on them.
+EFI_STATUS RegisterAttributes() {
+  VOID* token;
+  const auto add = gZV->Services->RegisterAttribute;
+  add(&token, Ucs2(TVQ_NAMESPACE_SERVER), ServerAttributeGet, ServerAttributeSet);
+  const EFI_STATUS status = add(&token, Ucs2(TVQ_NAMESPACE_PCI), PciAttributeGet, PciAttributeSet);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  return add(&token, Ucs2(TVQ_NAMESPACE_BIOS), BiosAttributeGet, BiosAttributeSet);
+}
+
+/// Arms the notification for a debug log that appears later, and runs it once.
+void AwaitDebugLog() {
+  EFI_EVENT event;
+  VOID* registration;
+  if (EFI_ERROR(
+          gBS->CreateEvent(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, DebugLogNotify, nullptr, &event))) {
+    return;
+  }
+  if (EFI_ERROR(gBS->RegisterProtocolNotify(&gDebugLogProtocolGuid, event, &registration))) {
+    gBS->CloseEvent(event);
+    return;
+  }
+  gBS->SignalEvent(event);
+}
+
+void BindDebugLog() {
+  EFI_STATUS status;
+  gDebugLog =
+      static_cast<DEBUG_LOG_PROTOCOL*>(LocateProtocolOrNull(&gDebugLogProtocolGuid, &status));
+  if (EFI_ERROR(status)) {
+    AwaitDebugLog();
+  }
+}
+
+/// Makes the image unloadable.
+EFI_STATUS SetUnloadHandler() {
+  EFI_LOADED_IMAGE_PROTOCOL* loadedImage = nullptr;
+  const EFI_STATUS status = gBS->OpenProtocol(
+      gTvqImageHandle, &gEfiLoadedImageProtocolGuid, reinterpret_cast<VOID**>(&loadedImage),
+      gTvqImageHandle, gTvqImageHandle, EFI_OPEN_PROTOCOL_GET_PROTOCOL);
+  if (EFI_ERROR(status)) {
+    // The text is kept as it is, although no uninstall follows.
+    Logger("SMBIOSInit")(u" before UninstallMultipleProtocolInterfaces, status %r \n", status);
+    return status;
+  }
+  loadedImage->Unload = DriverUnload;
+  return EFI_SUCCESS;
+}
+
+void ReleaseRecord(EFI_HANDLE handle) {
+  smTVQ* record = nullptr;
+  VOID* entry = nullptr;
+  gBS->CloseProtocol(handle, &gTvqRecordGuid, gTvqImageHandle, handle);
+  gBS->HandleProtocol(handle, &gTvqRecordGuid, reinterpret_cast<VOID**>(&record));
+  gBS->HandleProtocol(handle, &gZvEntryProtocolGuid, &entry);
+  if (record != nullptr) {
+    // Deliberate: the address of the local variable is no interface of the handle, so the firmware
+    // refuses the whole call and all three interfaces stay.
+    gBS->UninstallMultipleProtocolInterfaces(
+        handle, &gTvqInventoryProtocolGuid, InventoryOf(record), &gZvEntryProtocolGuid, &entry,
+        &gEfiDevicePathProtocolGuid, record->DevicePath, nullptr);
+  }
+}
+
+}  // namespace
+
+EFI_STATUS EFIAPI SMBIOSInit(VOID*) {
+  EFI_STATUS status = LocateSmbiosTable();
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  status = BuildFqddMap();
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  status = RegisterAttributes();
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  BindDebugLog();
+  LocateProtocolOrNull(&gTvqPrerequisiteProtocolGuid, &status);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  BuildAllRecords();
+  return SetUnloadHandler();
+}
+
+void BuildAllRecords() {
+  MakeCPUs();
+  MakeDIMMs();
+  MakeSYSTEM();
+  UINT64 value = 0;
+  BiosAttributeGet(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), &value);
+  gZV->Services->SetAttributeValue(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), value);
+}
+
+VOID EFIAPI DebugLogNotify(EFI_EVENT, VOID*) {
+  gBS->LocateProtocol(&gDebugLogProtocolGuid, nullptr, reinterpret_cast<VOID**>(&gDebugLog));
+}
+
+EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE) {
+  UINTN count = 0;
+  EFI_HANDLE* handles = nullptr;
+  const EFI_STATUS status =
+      gBS->LocateHandleBuffer(ByProtocol, &gTvqRecordGuid, nullptr, &count, &handles);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  for (UINTN i = 0; i < count; i++) {
+    ReleaseRecord(handles[i]);
+  }
+  if (handles != nullptr) {
+    gBS->FreePool(handles);
+  }
+  ReleaseSmbiosState();
+  return status;
+}
+
+}  // namespace tvq
+
+extern "C" EFI_STATUS EFIAPI DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE* SystemTable) {
+  tvq::gTvqImageHandle = ImageHandle;
+  const EFI_STATUS status = ZorvLibInitialize(ImageHandle, SystemTable);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  auto* request = static_cast<TVQ_START_REQUEST*>(ZvAllocateZero(sizeof(TVQ_START_REQUEST)));
+  if (request == nullptr) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  request->StartCode = TVQ_START_CODE;
+  request->Start = tvq::SMBIOSInit;
+  return gBS->InstallMultipleProtocolInterfaces(&ImageHandle, &gTvqStartRequestProtocolGuid,
+                                                request, nullptr);
+}

@@ -1,0 +1,76 @@
+/** @file
+  Logs a blob set.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "blobs.h"
+
+#include "../support/log.h"
+
+namespace tvq {
+
+namespace {
+
+constexpr Logger kLog("printData");
+
+const char* LabelOf(UINT8 deviceType) {
+  switch (deviceType) {
+    case TVQ_DEVICE_TYPE_CPU:
+      return "CPU";
+    case TVQ_DEVICE_TYPE_DIMM:
+      return "DIMM";
+    default:
+      return "SYSTEM";
+  }
+}
+
+/// Tells whether there is a blob whose header was logged.
+bool PrintHeader(const TVQ_DATA& slot, const char* label) {
+  if (slot.Buffer == nullptr) {
+    return false;
+  }
+  const auto* header = static_cast<const TVQ_BLOB_HEADER*>(slot.Buffer);
+  kLog(u"[%a] BLOB type: 0x%08x\n", label, header->type);
+  kLog(u"BLOB revision: %d cookie: 0x%08x sizeInBytes:%d\n", header->revision, header->cookie,
+       header->sizeInBytes);
+  return true;
+}
+
+void PrintReference(const TVQ_INVENTORY_BLOB* blob, UINT32 reference, const char16_t* format) {
+  if (TVQ_STRING_REFERENCE_PRESENT(reference)) {
+    const UINT32 offset = TVQ_STRING_REFERENCE_OFFSET(reference);
+    kLog(format, offset,
+         reinterpret_cast<const CHAR8*>(blob) + sizeof(TVQ_INVENTORY_BLOB) + offset);
+  }
+}
+
+void PrintInventory(const TVQ_INVENTORY_BLOB* blob) {
+  PrintReference(blob, blob->wwnOffset, u"wwnOffset = %d wwn = %a\n");
+  PrintReference(blob, blob->MktnameOffset, u"MktnameOffset = %d MktName = %a\n");
+  PrintReference(blob, blob->FwVerOffset, u"FwVerOffset = %d FWVer = %a\n");
+  PrintReference(blob, blob->CompIDOffset, u"CompIDOffset = %d CompID = %a\n");
+  if ((blob->flags & TVQ_INVENTORY_FLAG_PRODUCT_ID) != 0) {
+    kLog(u"Product ID = %04x \n", blob->ProductID);
+  }
+  if ((blob->flags & TVQ_INVENTORY_FLAG_SLOT_NUMBER) != 0) {
+    kLog(u"Slot Number = %X \n", blob->SlotNumber);
+  }
+}
+
+}  // namespace
+
+void printData(const TVQ_DATA* Array, const smTVQ* Record) {
+  if (gDebugLog == nullptr) {
+    return;
+  }
+  const char* label = LabelOf(Record->device.generic.DeviceType);
+  const TVQ_DATA& inventory = Array[TVQ_SLOT_INVENTORY];
+  if (PrintHeader(inventory, label)) {
+    PrintInventory(static_cast<const TVQ_INVENTORY_BLOB*>(inventory.Buffer));
+  }
+  PrintHeader(Array[TVQ_SLOT_CONFIGURATION], label);
+  PrintHeader(Array[TVQ_SLOT_END], label);
+}
+
+}  // namespace tvq

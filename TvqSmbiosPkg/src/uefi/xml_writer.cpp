@@ -1,0 +1,78 @@
+/** @file
+  Appends a document to a growing buffer.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "xml_writer.h"
+
+#include "../support/text.h"
+
+namespace tvq {
+
+bool XmlWriter::Allocate() {
+  mBuffer.Reset(static_cast<CHAR8*>(ZvAllocateZero(kInitialSize)));
+  mSize = kInitialSize;
+  mLength = 0;
+  return !Failed();
+}
+
+/// Makes room for `length` more bytes and the terminator.
+bool XmlWriter::Reserve(UINTN length) {
+  if (Failed()) {
+    return false;
+  }
+  UINTN size = mSize;
+  while (size - mLength <= length) {
+    size *= 2;
+  }
+  if (size != mSize) {
+    PoolPtr<CHAR8> grown(static_cast<CHAR8*>(ZvAllocateZero(size)));
+    if (grown) {
+      CopyMem(grown.Get(), mBuffer.Get(), mLength);
+    }
+    mBuffer.Reset(grown.Release());
+    mSize = size;
+  }
+  return !Failed();
+}
+
+void XmlWriter::AppendBytes(const CHAR8* bytes, UINTN length) {
+  if (Reserve(length)) {
+    CopyMem(mBuffer.Get() + mLength, bytes, length);
+    mLength += length;
+  }
+}
+
+void XmlWriter::Open(const Literal& name) {
+  AppendBytes("<", 1);
+  Append(name);
+  AppendBytes(">", 1);
+}
+
+void XmlWriter::Close(const Literal& name) {
+  AppendBytes("</", 2);
+  Append(name);
+  AppendBytes(">", 1);
+}
+
+void XmlWriter::Wrapped(const Literal& name, const CHAR8* text, UINTN length) {
+  Open(name);
+  AppendBytes(text, length);
+  Close(name);
+}
+
+void XmlWriter::Element(const Literal& name, const CHAR16* text, UINTN limit) {
+  CHAR8 narrow[kTextSize];
+  Wrapped(name, narrow, NarrowInto(narrow, MIN(limit + 1, sizeof(narrow)), text));
+}
+
+void XmlWriter::Element(const Literal& name, const CHAR8* text) {
+  Wrapped(name, text, ZvAsciiStrLen(text));
+}
+
+void XmlWriter::Empty(const Literal& name) {
+  Wrapped(name, "", 0);
+}
+
+}  // namespace tvq

@@ -1,0 +1,70 @@
+/** @file
+  Appends a document to a growing buffer.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_XML_WRITER_H_
+#define TVQ_XML_WRITER_H_
+
+#include <Library/TvqCpp.h>
+#include <Library/ZorvLib.h>
+
+namespace tvq {
+
+/// A literal and its length, measured by the compiler.
+struct Literal {
+  template <UINTN N>
+  constexpr Literal(const char (&text)[N]) : Text(text), Length(N - 1) {}
+
+  const char* Text;
+  UINTN Length;
+};
+
+/// Writes elements one behind the other, without white space between them. Values are written as
+/// they are: nothing is escaped, deliberately. When memory runs out the writer stays failed.
+class XmlWriter {
+ public:
+  static constexpr UINTN kInitialSize = 8192;
+
+  /// Texts of CHAR16 go through a buffer of this size, so they are cut to one character less.
+  static constexpr UINTN kTextSize = 128;
+
+  /// Tells whether there was memory for the initial buffer.
+  bool Allocate();
+
+  bool Failed() const { return !mBuffer; }
+  const CHAR8* Text() const { return mBuffer.Get(); }
+  UINTN Length() const { return mLength; }
+
+  void Append(const Literal& text) { AppendBytes(text.Text, text.Length); }
+  void Open(const Literal& name);
+  void Close(const Literal& name);
+
+  /// An element with a text of at most `limit` characters; empty for null.
+  void Element(const Literal& name, const CHAR16* text, UINTN limit = kTextSize - 1);
+  void Element(const Literal& name, const CHAR8* text);
+  void Empty(const Literal& name);
+
+  /// An element with a printed value.
+  template <typename... Values>
+  void Printed(const Literal& name, const CHAR8* format, Values... values) {
+    CHAR8 text[kTextSize];
+    const UINTN length = ZvAsciiSPrint(text, sizeof(text), format, values...);
+    Wrapped(name, text, length);
+  }
+  void Decimal(const Literal& name, UINT32 value) { Printed(name, "%d", value); }
+
+ private:
+  void Wrapped(const Literal& name, const CHAR8* text, UINTN length);
+  void AppendBytes(const CHAR8* bytes, UINTN length);
+  bool Reserve(UINTN length);
+
+  PoolPtr<CHAR8> mBuffer;
+  UINTN mSize = 0;
+  UINTN mLength = 0;
+};
+
+}  // namespace tvq
+
+#endif

@@ -1,0 +1,209 @@
+/** @file
+  Device-list entries.
+
+  The entries of processors, modules and the system are one family: what tells them apart stands in
+  their Kind.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "zvep.h"
+
+#include <Library/ZorvLib.h>
+
+#include "../support/bytes.h"
+#include "../support/containing.h"
+#include "../support/log.h"
+
+namespace tvq {
+
+namespace {
+
+/// Characters of a module's locator that its device path holds.
+constexpr UINTN kLocatorLength = 3;
+
+/// A kind of device. The print sizes are deliberate limits of their own, smaller than the buffers.
+struct Kind {
+  bool (*IsInstance)(const TVQ_DEVICE& device, const UINT8* data);
+  void (*PrintName)(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes);
+  void (*PrintFqdd)(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes);
+  UINT8 NamePrintSize;     ///< Bytes.
+  UINT8 FqddBufferLength;  ///< Characters.
+  UINT8 FqddPrintSize;     ///< Bytes.
+  UINT16 AssertionLine;
+};
+
+constexpr UINTN kNameBufferLength = 15;
+
+/// A module's three locator characters, terminated; zeros when it has no locator.
+struct Locator {
+  explicit Locator(const TVQ_DEVICE& device) {
+    const CHAR16* locator = device.dimm.DeviceLocator;
+    for (UINTN i = 0; i < kLocatorLength; i++) {
+      Text[i] = locator == nullptr ? CHAR16{0} : locator[i];
+    }
+    Text[kLocatorLength] = 0;
+  }
+  CHAR16 Text[kLocatorLength + 1];
+};
+
+/// The record's own FQDD, or what the format makes of the value.
+template <typename Value>
+void PrintRecordFqdd(const CHAR16* own, CHAR16* fqdd, UINTN bytes, const char16_t* format,
+                     Value value) {
+  if (own != nullptr) {
+    UnicodeSPrint(fqdd, bytes, Ucs2(u"%s"), own);
+  } else {
+    UnicodeSPrint(fqdd, bytes, Ucs2(format), value);
+  }
+}
+
+constexpr Kind kCpu = {
+    [](const TVQ_DEVICE& device, const UINT8* data) { return data[1] == device.cpu.Socket; },
+    [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+      UnicodeSPrint(name, bytes, Ucs2(u"CPU %d"), device.cpu.Socket);
+    },
+    [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+      PrintRecordFqdd(device.cpu.FQDD, fqdd, bytes, u"CPU.Socket.%x", device.cpu.Socket);
+    },
+    14,
+    16,
+    32,
+    63};
+
+constexpr Kind kDimm = {[](const TVQ_DEVICE& device, const UINT8* data) {
+                          const Locator locator(device);
+                          for (UINTN i = 0; i < kLocatorLength; i++) {
+                            if (Read16(data + 1 + i * sizeof(CHAR16)) != locator.Text[i]) {
+                              return false;
+                            }
+                          }
+                          return true;
+                        },
+                        [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+                          UnicodeSPrint(name, bytes, Ucs2(u"DIMM %s"), Locator(device).Text);
+                        },
+                        [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+                          Locator locator(device);
+                          PrintRecordFqdd(device.dimm.FQDD, fqdd, bytes, u"DIMM.Socket.%s",
+                                          &locator.Text[0]);
+                        },
+                        20,
+                        16,
+                        32,
+                        156};
+
+constexpr Kind kSystem = {
+    [](const TVQ_DEVICE& device, const UINT8* data) { return data[1] == device.system.Socket; },
+    [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+      UnicodeSPrint(name, bytes, Ucs2(u"SYSTEM %d"), device.system.Socket);
+    },
+    [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+      UnicodeSPrint(fqdd, bytes, Ucs2(u"System.Embedded.%x"), device.system.Socket);
+    },
+    14,
+    32,
+    63,
+    272};
+
+/// Tells whether the node is the one of the entry's device.
+bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PATH_PROTOCOL* path) {
+  if (path->Type != HARDWARE_DEVICE_PATH || path->SubType != HW_VENDOR_DP ||
+      Read16(path->Length) < OFFSET_OF(TVQ_DEVICE_PATH, End)) {
+    return false;
+  }
+  const auto* node = reinterpret_cast<const TVQ_DEVICE_PATH*>(path);
+  return CompareMem(&node->Vendor.Guid, &gTvqDevicePathVendorGuid, sizeof(EFI_GUID)) == 0 &&
+         node->Data[0] == device.generic.DeviceType && kind.IsInstance(device, node->Data);
+}
+
+EFI_STATUS DeviceName(const Kind& kind, ZVEP_PROTOCOL* interface,
+                      EFI_DEVICE_PATH_PROTOCOL* devicePath, const CHAR8* language, CHAR16** name,
+                      CHAR16** fqdd) {
+  if (interface == nullptr || devicePath == nullptr || language == nullptr || name == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  const auto* entry =
+      Containing<ZVEP_ENTRY>(interface, OFFSET_OF(ZVEP_ENTRY, Interface), ZVEP_ENTRY_SIGNATURE,
+                             {"src/uefi/zvep", kind.AssertionLine});
+  if (entry == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  if (!IsDeviceOf(kind, entry->Device, devicePath)) {
+    return EFI_UNSUPPORTED;
+  }
+
+  auto nameText = PoolPtr<CHAR16>::Zeroed(kNameBufferLength);
+  if (!nameText) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  kind.PrintName(entry->Device, nameText.Get(), kind.NamePrintSize);
+  if (fqdd != nullptr) {
+    auto fqddText = PoolPtr<CHAR16>::Zeroed(kind.FqddBufferLength);
+    if (!fqddText) {
+      return EFI_OUT_OF_RESOURCES;
+    }
+    kind.PrintFqdd(entry->Device, fqddText.Get(), kind.FqddPrintSize);
+    *fqdd = fqddText.Release();
+  }
+  *name = nameText.Release();
+  return EFI_SUCCESS;
+}
+
+/// The member of the family that answers for a kind.
+template <const Kind& kKind>
+EFI_STATUS EFIAPI GetDeviceName(ZVEP_PROTOCOL* This, EFI_DEVICE_PATH_PROTOCOL* DevicePath,
+                                CHAR8* Language, CHAR16** Name, CHAR16** Fqdd) {
+  return DeviceName(kKind, This, DevicePath, Language, Name, Fqdd);
+}
+
+EFI_STATUS EFIAPI GetDeviceData(ZVEP_PROTOCOL*) {
+  return EFI_UNSUPPORTED;
+}
+
+/// A new entry with a copy of the device part.
+ZVEP_ENTRY* NewEntry(const TVQ_DEVICE* device) {
+  if (device == nullptr) {
+    return nullptr;
+  }
+  auto* entry = static_cast<ZVEP_ENTRY*>(AllocateZeroPool(sizeof(ZVEP_ENTRY)));
+  if (entry != nullptr) {
+    entry->Signature = ZVEP_ENTRY_SIGNATURE;
+    CopyMem(&entry->Device, device, sizeof(entry->Device));
+  }
+  return entry;
+}
+
+ZVEP_PROTOCOL* FillInterface(ZVEP_ENTRY* entry, ZVEP_GET_DEVICE_NAME getDeviceName) {
+  if (entry == nullptr) {
+    return nullptr;
+  }
+  ZvAsciiStrnCpyS(entry->Languages, sizeof(entry->Languages), "en-US", sizeof(entry->Languages));
+  entry->Interface.GetDeviceName = getDeviceName;
+  entry->Interface.GetDeviceData = GetDeviceData;
+  entry->Interface.SupportedLanguages = entry->Languages;
+  return reinterpret_cast<ZVEP_PROTOCOL*>(reinterpret_cast<UINT8*>(entry) +
+                                          OFFSET_OF(ZVEP_ENTRY, Interface));
+}
+
+}  // namespace
+
+ZVEP_PROTOCOL* MakeCPUZVEP(const TVQ_DEVICE* Device) {
+  ZVEP_ENTRY* entry = NewEntry(Device);
+  if (entry != nullptr) {
+    const TVQ_CPU& cpu = entry->Device.cpu;
+    Logger("MakeCPUZVEP")(u"CPU Info: Socket %d MaxSpeed %d CoreCount %d\n", cpu.Socket,
+                          cpu.MaxSpeed, cpu.CoreCount);
+  }
+  return FillInterface(entry, GetDeviceName<kCpu>);
+}
+
+ZVEP_PROTOCOL* MakeDIMMZVEP(const TVQ_DEVICE* Device) {
+  return FillInterface(NewEntry(Device), GetDeviceName<kDimm>);
+}
+
+ZVEP_PROTOCOL* MakeSYSTEMZVEP(const TVQ_DEVICE* Device) {
+  return FillInterface(NewEntry(Device), GetDeviceName<kSystem>);
+}
+
+}  // namespace tvq
