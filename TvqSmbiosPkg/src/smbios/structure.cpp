@@ -8,13 +8,18 @@
 
 namespace tvq {
 
-UINTN Structure::Length() const {
+UINTN Structure::Left() const {
   const Span<UINT8> table = SmbiosTable();
   if (*mSlot < table.begin() || *mSlot > table.end()) {
     return 0;
   }
   const UINTN left = static_cast<UINTN>(table.end() - *mSlot);
-  return left < kSmbiosHeaderSize ? 0 : MIN(left, static_cast<UINTN>((*mSlot)[1]));
+  return left < kSmbiosHeaderSize ? 0 : left;
+}
+
+UINTN Structure::Length() const {
+  const UINTN left = Left();
+  return left == 0 ? 0 : MIN(left, static_cast<UINTN>((*mSlot)[1]));
 }
 
 UINT8 Structure::TableByte(UINTN offset) const {

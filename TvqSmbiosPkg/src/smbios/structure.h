@@ -26,8 +26,8 @@ class Structure {
 
   /// Length of the formatted part, cut by the end of the table; 0 when the slot has left it.
   UINTN Length() const;
-  /// Handle in the header.
-  UINT16 OwnHandle() const { return TableWord(2); }
+  /// Handle in the header; FFFFh when the slot has left the table.
+  UINT16 OwnHandle() const { return Left() == 0 ? kSmbiosNoHandle : TableWord(2); }
 
   bool Has(UINTN offset, UINTN size) const { return offset + size <= Length(); }
   UINT8 Byte(UINTN offset) const { return Has(offset, 1) ? TableByte(offset) : 0; }
@@ -50,6 +50,9 @@ class Structure {
   UINT8* Address() const { return *mSlot; }
 
  private:
+  /// Bytes from the structure to the end of the table; 0 when they hold no header.
+  UINTN Left() const;
+
   UINT8** mSlot;
 };
 

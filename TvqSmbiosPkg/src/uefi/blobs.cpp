@@ -31,10 +31,11 @@ TVQ_BLOB_HEADER* WrapDocument(const CHAR8* document, UINTN length) {
 }
 
 EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
-  *blob = WrapDocument(record->ConfigXml, ZvAsciiStrLen(record->ConfigXml));
-  if (*blob == nullptr) {
+  TVQ_BLOB_HEADER* wrapped = WrapDocument(record->ConfigXml, ZvAsciiStrLen(record->ConfigXml));
+  if (wrapped == nullptr) {
     return EFI_OUT_OF_RESOURCES;
   }
+  *blob = wrapped;
   kConfigLog(u"GetInstance Cached SMBIOS Current Values\n");
   return EFI_SUCCESS;
 }

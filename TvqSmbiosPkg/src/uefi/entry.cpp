@@ -46,7 +46,8 @@ EFI_STATUS RegisterAttributes() {
   return add(&token, Ucs2(TVQ_NAMESPACE_BIOS), BiosAttributeGet, BiosAttributeSet);
 }
 
-/// Arms the notification for a debug log that appears later, and runs it once.
+/// Arms the notification for a debug log that appears later, and runs it once. UefiLib's routine
+/// for this only asserts when the event cannot be had, and then goes on with it.
 void AwaitDebugLog() {
   EFI_EVENT event;
   VOID* registration;

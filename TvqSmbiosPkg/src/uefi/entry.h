@@ -19,7 +19,7 @@
   @retval EFI_OUT_OF_RESOURCES  Library state or start request could not be allocated.
   @retval EFI_NOT_FOUND         The platform has no services table.
   @retval Others                A protocol of the platform is missing, or the start request could
-not be installed; nothing is undone.
+                                not be installed; nothing is undone.
 **/
 extern "C" EFI_STATUS EFIAPI DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE* SystemTable);
 

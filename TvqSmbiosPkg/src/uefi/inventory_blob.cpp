@@ -19,7 +19,7 @@ constexpr Logger kLog("getInvBlob");
 /// A text that ends in NUL within its buffer.
 template <UINTN kSize>
 struct TextBuffer {
-  CHAR8 Text[kSize];
+  CHAR8 Text[kSize] = {};
   UINTN Length = 0;
 
   void Narrow(const CHAR16* text, UINTN limit = kSize - 1) {

@@ -163,9 +163,6 @@ EFI_STATUS VerifyDevice(const TVQ_DEVICE& device, const CHAR8* document, UINT32*
 /// Returns an error text, the caller's from then on, through the descriptor that the response's
 /// buffer has to be.
 EFI_STATUS Refuse(TVQ_DATA* response) {
-  if (response->Length < sizeof(TVQ_DATA)) {
-    return EFI_UNSUPPORTED;
-  }
   auto* text = static_cast<CHAR8*>(ZvAllocateZero(kRefusalSize));
   if (text != nullptr) {
     ZvAsciiStrCpyS(text, kRefusalSize, kRefusal);

@@ -106,7 +106,8 @@ constexpr Kind kSystem = {
     63,
     272};
 
-/// Tells whether the node is the one of the entry's device.
+/// Tells whether the node is the one of the entry's device. A node too short for the data that is
+/// compared is not.
 bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PATH_PROTOCOL* path) {
   if (path->Type != HARDWARE_DEVICE_PATH || path->SubType != HW_VENDOR_DP ||
       Read16(path->Length) < OFFSET_OF(TVQ_DEVICE_PATH, End)) {
