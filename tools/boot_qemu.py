@@ -1,0 +1,235 @@
+"""Boots the agent on OVMF in QEMU, from a FAT image that holds nothing else, and brings back what it wrote.
+
+Used by `./dev run` and by the end-to-end tests; needs mtools, OVMF and QEMU, but no root rights.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import dataclasses
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import threading
+import time
+
+FOLDER = "TVQ"
+AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
+# What the agent leaves as the last line of its report when everything went well.
+SUCCESS = "TvqAgent: success"
+# Says that a folder was written by an earlier boot, so that it may be emptied.
+MARKER = ".tvq-run"
+# What OVMF prints before it stops for good.
+CRASH = b"Exception Type - "
+DISK_BYTES = 64 << 20
+OVMF_FOLDER = pathlib.Path("/usr/share/OVMF")
+OVMF_CODE, OVMF_VARS = "OVMF_CODE_4M.fd", "OVMF_VARS_4M.fd"
+
+# QEMU makes one memory module of every 16 GiB. The memory is only promised to the guest, not taken from this machine.
+GUEST_MEMORY = "64G"
+GUEST_SOCKETS = 2
+QEMU_TABLE = [
+    "type=0,vendor=TVQ Reference,version=1.0,date=01/02/2024",
+    "type=1,manufacturer=TVQ Reference,product=TVQ Reference Machine,version=1.0,serial=TVQ0001,sku=TVQ-REF,"
+    "family=Reference",
+    "type=2,manufacturer=TVQ Reference,product=TVQ Reference Board,serial=TVQB001",
+    "type=3,manufacturer=TVQ Reference,serial=TVQC001,asset=TVQA001",
+    "type=4,sock_pfx=CPU,manufacturer=TVQ Reference,version=TVQ Reference Processor,serial=TVQP001,part=TVQ-CPU",
+    "type=17,loc_pfx=DIMM,bank=BANK 0,manufacturer=TVQ Reference,serial=TVQM001,asset=TVQMA01,part=TVQ-DIMM,speed=3200",
+]
+
+
+class BootFailure(Exception):
+    """The boot did not bring a report of success. `hint` says what to do next."""
+
+    def __init__(self, message, hint="", details=""):
+        super().__init__(message)
+        self.hint = hint
+        self.details = details
+
+
+@dataclasses.dataclass
+class Boot:
+    """One boot: the folder with the three images, what the agent gets, and where its files go."""
+
+    images: pathlib.Path
+    out: pathlib.Path
+    table: pathlib.Path | None = None
+    words: tuple = ("poweroff",)
+    timeout: float = 60.0
+    live: object = None  # called with every piece of serial output
+
+
+def image_paths(build, target):
+    """The three images of one target in EDK II's output folder: a dictionary of name to path."""
+    found = {}
+    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM)), ("TvqSmbiosPkg", (DRIVER,))):
+        for name in names:
+            found[name] = pathlib.Path(build) / package / f"{target}_GCC5" / "X64" / name
+    return found
+
+
+def plain_text(raw):
+    """Serial output as lines of text: no escape sequences, no repeated blank lines."""
+    text = raw.decode("ascii", "replace")
+    text = re.sub(r"\x1b(\[[0-9;?=]*[A-Za-z]|[()][A-Z0-9]|[=>c])", "", text).replace("\r", "\n")
+    text = re.sub(r"[^\n\t -~\ufffd]", "", text)
+    return re.sub(r"\n\s*\n+", "\n", text).strip()
+
+
+def tail(text, lines=30):
+    return "\n".join(text.splitlines()[-lines:])
+
+
+def run_tool(*command):
+    """Runs a program of mtools; its complaint becomes the failure."""
+    environment = {**os.environ, "MTOOLS_SKIP_CHECK": "1", "MTOOLS_LOWER_CASE": "0"}
+    try:
+        result = subprocess.run(command, capture_output=True, text=True, check=False, env=environment)
+    except FileNotFoundError as error:
+        raise BootFailure(f"{command[0]} is not installed", "./dev setup installs it") from error
+    if result.returncode != 0:
+        raise BootFailure(f"{command[0]} failed: {result.stderr.strip()}")
+
+
+def make_disk(disk, boot):
+    """Writes the FAT image: the agent as the boot program, the drivers and what the agent is told beside each other."""
+    with open(disk, "wb") as file:
+        file.truncate(DISK_BYTES)
+    run_tool("mformat", "-i", str(disk), "-T", str(DISK_BYTES // 512), "-h", "64", "-s", "32", "-v", FOLDER, "::")
+    run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}")
+    options = disk.with_name("options.txt")
+    options.write_text(" ".join(boot.words) + "\r\n", encoding="ascii")
+    files = {
+        boot.images[AGENT]: "EFI/BOOT/BOOTX64.EFI",
+        boot.images[PLATFORM]: f"{FOLDER}/{PLATFORM}",
+        boot.images[DRIVER]: f"{FOLDER}/{DRIVER}",
+        options: f"{FOLDER}/options.txt",
+    }
+    if boot.table:
+        files[boot.table] = f"{FOLDER}/table.bin"
+    for source, target in files.items():
+        run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
+
+
+def qemu_command(disk, variables):
+    command = ["qemu-system-x86_64", "-nodefaults", "-no-reboot", "-display", "none", "-vga", "none", "-net", "none"]
+    command += ["-machine", "q35,accel=tcg,memory-backend=ram", "-m", GUEST_MEMORY]
+    command += ["-object", f"memory-backend-ram,id=ram,size={GUEST_MEMORY},reserve=off"]
+    command += ["-smp", f"{GUEST_SOCKETS},sockets={GUEST_SOCKETS}"]
+    command += ["-drive", f"if=pflash,format=raw,unit=0,readonly=on,file={OVMF_FOLDER / OVMF_CODE}"]
+    command += ["-drive", f"if=pflash,format=raw,unit=1,file={variables}"]
+    command += ["-drive", f"format=raw,file={disk}", "-serial", "stdio"]
+    for structure in QEMU_TABLE:
+        command += ["-smbios", structure]
+    return command
+
+
+def collect(process, serial, crashed, live):
+    """Gathers the serial output until QEMU ends, and notices a crash of the guest."""
+    while chunk := process.stdout.read(4096):
+        serial.extend(chunk)
+        if CRASH in serial:
+            crashed.set()
+        if live:
+            live(chunk)
+
+
+def wait_for(process, crashed, timeout):
+    """None when the guest powered off by itself, else what it did."""
+    end = time.monotonic() + timeout
+    while time.monotonic() < end:
+        try:
+            process.wait(0.1)
+            return None
+        except subprocess.TimeoutExpired:
+            if crashed.is_set():
+                time.sleep(0.5)  # The registers follow.
+                return "the firmware stopped with a processor exception"
+    return f"the machine did not power off within {timeout:.0f} s"
+
+
+def run_qemu(command, boot):
+    """Runs QEMU until the guest powers off; returns the serial output and what went wrong, or None."""
+    try:
+        process = subprocess.Popen(
+            command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0
+        )
+    except FileNotFoundError as error:
+        raise BootFailure(f"{command[0]} is not installed", "./dev setup installs it") from error
+    serial, crashed = bytearray(), threading.Event()
+    reader = threading.Thread(target=collect, args=(process, serial, crashed, boot.live))
+    reader.start()
+    try:
+        problem = wait_for(process, crashed, boot.timeout)
+    finally:
+        process.kill()
+        process.wait()
+        reader.join()
+        process.stdout.close()
+    return bytes(serial), problem
+
+
+def extract(disk, out):
+    """Copies what lies in the agent's folder, without the images, which are here anyway."""
+    run_tool("mcopy", "-n", "-s", "-i", str(disk), f"::/{FOLDER}/*", str(out))
+    for image in out.glob("*.efi"):
+        image.unlink()
+
+
+def empty_folder(out):
+    """Makes an empty folder of `out`, but never at the cost of files that no boot wrote."""
+    if out.exists() and not out.is_dir():
+        raise BootFailure(f"{out} is no folder")
+    if out.is_dir() and any(out.iterdir()):
+        if not (out / MARKER).is_file():
+            raise BootFailure(f"{out} holds files that no boot wrote", "name an empty or a new folder")
+        shutil.rmtree(out)
+    out.mkdir(parents=True, exist_ok=True)
+    (out / MARKER).touch()
+
+
+def check_inputs(boot):
+    """Says what is missing before anything starts."""
+    for image in boot.images.values():
+        if not image.is_file():
+            raise BootFailure(f"{image} is missing", "./dev build firmware builds it")
+    for part in (OVMF_CODE, OVMF_VARS):
+        if not (OVMF_FOLDER / part).is_file():
+            raise BootFailure(f"{OVMF_FOLDER / part} is missing", "./dev setup installs the package ovmf")
+
+
+def read_report(out):
+    """The agent's report with plain line ends, or None when there is none."""
+    report = out / "report.txt"
+    if not report.is_file():
+        return None
+    return report.read_bytes().decode("ascii", "replace").replace("\r\n", "\n")
+
+
+def succeeded(report):
+    lines = (report or "").rstrip().splitlines()
+    return bool(lines) and lines[-1].strip() == SUCCESS
+
+
+def run(boot):
+    """Boots and returns the agent's report. Every failure to get one is a BootFailure with the end of the serial output."""
+    check_inputs(boot)
+    empty_folder(boot.out)
+    with tempfile.TemporaryDirectory(prefix="tvq-boot-") as folder:
+        disk, variables = pathlib.Path(folder, "disk.img"), pathlib.Path(folder, OVMF_VARS)
+        make_disk(disk, boot)
+        shutil.copyfile(OVMF_FOLDER / OVMF_VARS, variables)
+        raw, problem = run_qemu(qemu_command(disk, variables), boot)
+        serial = plain_text(raw)
+        (boot.out / "serial.txt").write_text(serial + "\n", encoding="utf-8")
+        extract(disk, boot.out)
+    report = read_report(boot.out)
+    if not problem and report is None:
+        problem = "the agent left no report"
+    if problem:
+        hint = f"{boot.out / 'serial.txt'} has the whole serial output; with -v it is shown while the machine runs"
+        raise BootFailure(problem, hint, tail(serial))
+    return report

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Unpacks Debian source packages into the cache.
+#
+# usage: fetch_sources.sh NAME...
+#
+# Each is unpacked in a temporary folder inside the cache and renamed when complete, so that an interrupted run leaves nothing
+# half-made under its final name.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+source "$ROOT/tools/lib/common.sh"
+
+# Everything apt keeps for this lies in a folder of our own, so that the machine's apt configuration stays as it is.
+AptOptions() {
+  local work="$1"
+  printf '%s\n' -o "Dir::Etc::sourcelist=/dev/null" -o "Dir::Etc::sourceparts=$work/sources" \
+    -o "Dir::State::lists=$work/lists" -o "Dir::Cache=$work/cache" -o "Acquire::Retries=3" -o "Acquire::Languages=none"
+}
+
+DeriveSourceLists() {
+  local work="$1" list parts
+  eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
+  mkdir -p "$work"/{sources,lists/partial,cache/archives/partial}
+  python3 "$TOOLS/deb_sources.py" "$work/sources" "$list" "$parts"
+}
+
+# The versions that the lists offer, the newest first.
+OfferedVersions() { apt-cache "${apt[@]}" showsrc "$1" | sed -n 's/^Version: //p' | sort -V -r -u; }
+
+UnpackedTree() { find "$2" -mindepth 1 -maxdepth 1 -type d -name "$1-*" -print -quit; }
+
+# A version may be listed and still not be there (an archive that moved on): then the next one serves.
+UnpackNewest() {
+  local name="$1" folder="$2" version
+  mkdir -p "$folder"
+  for version in $(OfferedVersions "$name"); do
+    if (cd "$folder" && apt-get "${apt[@]}" source "$name=$version"); then
+      echo "$version" >"$(UnpackedTree "$name" "$folder")/.tvq-version"
+      return 0
+    fi
+    echo "$name $version cannot be had, trying an older one"
+  done
+  echo "no version of the source package $name can be had from this machine's apt sources"
+  return 1
+}
+
+mkdir -p "$CACHE"
+work="$(mktemp -d "$CACHE/work.XXXXXX")"
+trap 'rm -rf "$work"' EXIT
+
+mapfile -t apt < <(AptOptions "$work")
+DeriveSourceLists "$work"
+# A list that does not answer is no reason to stop; a package that cannot be had is.
+apt-get "${apt[@]}" update || echo "apt-get update reported an error"
+for name; do
+  UnpackNewest "$name" "$work/$name"
+  rm -rf "${CACHE:?}/$name"
+  mv "$(UnpackedTree "$name" "$work/$name")" "$CACHE/$name"
+done

@@ -1,0 +1,94 @@
+# shellcheck shell=bash
+# What every command shares: where things lie, messages, and steps with their durations. Sourced, never
+# run, with the root of the repository in ROOT.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+#
+# shellcheck disable=SC2034 # the names are for those who source this
+set -euo pipefail
+
+TOOLS="$ROOT/tools"
+LIB="$TOOLS/lib"
+BUILD="$ROOT/build"
+LOGS="$BUILD/log"
+CACHE="${TVQ_CACHE_DIR:-${XDG_CACHE_HOME:-${HOME:-/root}/.cache}/tvqsmbios}"
+JOBS="${TVQ_JOBS:-$(nproc)}"
+VERBOSE="${VERBOSE:-0}"
+PACKAGES=(TvqSmbiosPkg TvqPlatformPkg)
+
+Note() { echo "dev: $*" >&2; }
+
+Fail() {
+  Note "$@"
+  exit 1
+}
+
+UsageError() {
+  Note "$@"
+  exit 2
+}
+
+# EDK II's makefiles cannot carry a blank in a path.
+RequirePlainPath() {
+  [[ "$2" != *[[:space:]]* ]] || Fail "$1 has a blank in its path, which EDK II cannot build in: $2"
+}
+
+Seconds() {
+  local from="$1" now="${EPOCHREALTIME/[.,]/}"
+  local tenths=$(((now - from) / 100000))
+  if ((tenths < 100)); then
+    echo "$((tenths / 10)).$((tenths % 10)) s"
+  else
+    echo "$((tenths / 10)) s"
+  fi
+}
+
+# Report STATUS START LOG: ends a step's line, and shows the end of the log of one that failed.
+Report() {
+  local status="$1" start="$2" log="$3"
+  if ((status == 0)); then
+    Seconds "$start" >&2
+    return 0
+  fi
+  echo "failed after $(Seconds "$start")" >&2
+  ((VERBOSE)) || tail -n 40 "$log" >&2
+  Note "the whole output is in $log"
+  return "$status"
+}
+
+# Step TITLE LOGNAME COMMAND...: runs the command with its output in a log file, shows the end of that file when it
+# fails, and everything at once with VERBOSE=1.
+Step() {
+  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0
+  shift 2
+  mkdir -p "$LOGS"
+  if ((VERBOSE)); then
+    echo "== $title ..." >&2
+    "$@" 2>&1 | tee "$log" >&2 || status=$?
+    printf '== %s: ' "$title" >&2
+  else
+    printf '== %s ... ' "$title" >&2
+    "$@" >"$log" 2>&1 </dev/null || status=$?
+  fi
+  Report "$status" "$start" "$log"
+}
+
+# The same, but without a word when the command succeeds within a second.
+StepIfSlow() {
+  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0 announcer
+  if ((VERBOSE)); then
+    Step "$@"
+    return
+  fi
+  shift 2
+  mkdir -p "$LOGS"
+  { sleep 1 >/dev/null 2>&1 && printf '== %s ... ' "$title" >&2; } &
+  announcer=$!
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  kill "$announcer" 2>/dev/null || true
+  if ! wait "$announcer" 2>/dev/null; then
+    ((status)) || return 0
+    printf '== %s ... ' "$title" >&2
+  fi
+  Report "$status" "$start" "$log"
+}

@@ -1,0 +1,37 @@
+# shellcheck shell=bash
+# Builds the host side with CMake. Sourced after setup.sh.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+# HostOptions FOLDER OPTION...: what CMake is told; kept beside the build to notice when it changes.
+HostOptions() { printf '%s\n' -G Ninja "-DEDK2_DIR=$EDK2_DIR" "-DEXPAT_DIR=$EXPAT_DIR" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@"; }
+
+Configured() {
+  local folder="$1"
+  shift
+  [[ -f "$folder/build.ninja" && "$(cat "$folder/.options" 2>/dev/null)" == "$(HostOptions "$@")" ]]
+}
+
+ConfigureHost() {
+  local folder="$1" options
+  shift
+  mapfile -t options < <(HostOptions "$@")
+  rm -f "$folder/CMakeCache.txt" "$folder/.options"
+  mkdir -p "$folder"
+  cmake -S "$ROOT" -B "$folder" "${options[@]}" || return
+  HostOptions "$@" >"$folder/.options"
+}
+
+# BuildHost NAME OPTION...: the tree in build/NAME; silent when there is next to nothing to do.
+BuildHost() {
+  local name="$1" folder="$BUILD/$1"
+  shift
+  Configured "$folder" "$@" || Step "Configuring build/$name" "host-$name-configure" ConfigureHost "$folder" "$@"
+  StepIfSlow "Building build/$name" "host-$name" ninja -C "$folder" -j "$JOBS"
+}
+
+# What users run: optimised, without sanitizers.
+Host() { BuildHost host -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=OFF; }
+
+# What the tests run.
+HostTests() { BuildHost test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON; }

@@ -1,0 +1,71 @@
+# shellcheck shell=bash
+# The checks of `./dev lint`: each prints what it finds and fails when that is anything. Sourced, run in the root folder.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+Check_format() { "$ROOT/dev" format --check; }
+
+Check_shell() {
+  local files
+  mapfile -t files < <(ShellFiles)
+  shellcheck --external-sources --source-path="$LIB" --source-path="$ROOT" "${files[@]}"
+}
+
+Check_python() {
+  local files
+  mapfile -t files < <(PythonFiles)
+  python3 -B - "${files[@]}" <<'PYTHON'
+import sys
+
+failed = False
+for path in sys.argv[1:]:
+    try:
+        compile(open(path, encoding="utf-8").read(), path, "exec")
+    except (SyntaxError, ValueError) as error:
+        print(f"{path}: {error}")
+        failed = True
+sys.exit(failed)
+PYTHON
+}
+
+# JSON has no comments.
+Check_licence() {
+  local without
+  without="$(TextFiles | grep -Ev '(^|/)(LICENSE|\.gitignore)$|\.json$' |
+    tr '\n' '\0' | xargs -0r grep -L 'SPDX-License-Identifier: ')" || true
+  [[ -z "$without" ]] || {
+    echo "no SPDX-License-Identifier in:"
+    echo "$without"
+    return 1
+  }
+}
+
+Check_whitespace() {
+  local found files file
+  mapfile -t files < <(TextFiles | grep -v '^LICENSE$')
+  found="$(grep -nP '\t|[ \r]$' "${files[@]}")" || true
+  for file in "${files[@]}"; do
+    [[ -z "$(tail -c 1 "$file")" ]] || found+=$'\n'"$file: no line end at its end"
+  done
+  [[ -z "$found" ]] || {
+    echo "$found"
+    return 1
+  }
+}
+
+Check_lists() { python3 -B "$TOOLS/check_lists.py" "$ROOT"; }
+
+# Our own files of the host build: EDK II and expat are not ours to tidy.
+Check_tidy() {
+  local files
+  [[ -f "$ROOT/.clang-tidy" ]] || {
+    echo "there is no .clang-tidy"
+    return 1
+  }
+  Host || return
+  mapfile -t files < <(python3 -B "$TOOLS/compiled_files.py" "$BUILD/host" "$ROOT")
+  ((${#files[@]})) || return 0
+  # Its running count of suppressed warnings says nothing.
+  printf '%s\0' "${files[@]}" |
+    xargs -0 -n 4 -P "$JOBS" clang-tidy -p "$BUILD/host" --quiet --warnings-as-errors='*' 2>/dev/null
+}
