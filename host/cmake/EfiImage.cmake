@@ -1,0 +1,150 @@
+# tvq_efi_image(<name> INFS <inf>... [SOURCES <file>...] [EDK2_SOURCES <file>...] [EDK2_INCLUDES <folder>...] [INCLUDES <folder>...] [REFERENCE_INFS <inf>...] [PCDS <name>=<value>...])
+#
+# Makes a firmware image that runs in a process, as target tvq_image_<name> with `tvq::host::images::<name>` in
+# "images/<name>.h". The first INF is the module's; the others are libraries of ours that it uses, in the order of their constructors. Sources, GUIDs,
+# PCDs and entry points are read from them. Like an .efi file the image has its own copies of the EDK II libraries and of
+# every global; only the functions and globals of its own sources keep their names, so that tests can call them.
+#
+#   SOURCES         further sources of ours that no INF lists
+#   EDK2_SOURCES    sources in the EDK II tree, relative to it
+#   EDK2_INCLUDES   further include folders in the EDK II tree
+#   INCLUDES        include folders of foreign code that our sources compile, as -isystem in a DSC's options for the module
+#   REFERENCE_INFS  INFs in the EDK II tree of which only the GUIDs and PCDs are wanted
+#   PCDS            values other than the declared defaults; `<name>=runtime` makes a variable for Firmware::SetPcd
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+set(TVQ_CMAKE_DIR "${CMAKE_CURRENT_LIST_DIR}")
+
+# In the order of their constructors.
+set(_tvq_edk2_libraries
+    MdePkg/Library/BaseLib/BaseLib.inf
+    MdePkg/Library/RegisterFilterLibNull/RegisterFilterLibNull.inf
+    MdePkg/Library/BaseMemoryLib/BaseMemoryLib.inf
+    MdePkg/Library/BasePerformanceLibNull/BasePerformanceLibNull.inf
+    MdePkg/Library/BasePrintLib/BasePrintLib.inf
+    MdePkg/Library/UefiBootServicesTableLib/UefiBootServicesTableLib.inf
+    MdePkg/Library/UefiRuntimeServicesTableLib/UefiRuntimeServicesTableLib.inf
+    MdePkg/Library/UefiDevicePathLib/UefiDevicePathLib.inf
+    MdePkg/Library/UefiLib/UefiLib.inf)
+set(_tvq_edk2_libraries_DXE_CORE
+    MdeModulePkg/Library/DxeCoreMemoryAllocationLib/DxeCoreMemoryAllocationLib.inf)
+set(_tvq_edk2_libraries_UEFI_APPLICATION
+    MdePkg/Library/UefiMemoryAllocationLib/UefiMemoryAllocationLib.inf
+    MdePkg/Library/UefiApplicationEntryPoint/UefiApplicationEntryPoint.inf)
+set(_tvq_edk2_libraries_DRIVER
+    MdePkg/Library/UefiMemoryAllocationLib/UefiMemoryAllocationLib.inf
+    MdePkg/Library/UefiDriverEntryPoint/UefiDriverEntryPoint.inf)
+
+# The EDK II libraries that a module of this INF links with.
+function(_tvq_edk2_libraries_of inf result)
+  file(STRINGS "${inf}" type REGEX "^[ \t]*MODULE_TYPE[ \t]*=")
+  string(REGEX REPLACE "^.*=[ \t]*([A-Z_]+).*$" "\\1" type "${type}")
+  if(NOT type STREQUAL "DXE_CORE" AND NOT type STREQUAL "UEFI_APPLICATION")
+    set(type DRIVER)
+  endif()
+  set(${result} ${_tvq_edk2_libraries} ${_tvq_edk2_libraries_${type}} PARENT_SCOPE)
+endfunction()
+
+# Turns a list into `<option> <item> <option> <item> ...`.
+function(_tvq_option_list option result)
+  set(list)
+  foreach(item IN LISTS ARGN)
+    list(APPEND list ${option} "${item}")
+  endforeach()
+  set(${result} ${list} PARENT_SCOPE)
+endfunction()
+
+# Runs edk2_autogen.py while configuring, and again when the script or a file it read has changed.
+function(_tvq_run_autogen)
+  execute_process(COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/edk2_autogen.py" --root "${PROJECT_SOURCE_DIR}" --root
+                          "${EDK2_DIR}" ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${TVQ_CMAKE_DIR}/edk2_autogen.py"
+                                         "${TVQ_CMAKE_DIR}/edk2_meta.py")
+endfunction()
+
+# Compiles one part of an image; `part` is a target with the image's sources.
+function(_tvq_image_part part name autogen)
+  target_compile_options(${part} PRIVATE -include "${autogen}/AutoGen.h")
+  target_compile_definitions(${part} PRIVATE "TVQ_IMAGE_NAME=\"${name}\"")
+  target_include_directories(${part} PRIVATE "${autogen}" "${PROJECT_SOURCE_DIR}")
+  target_include_directories(${part} SYSTEM PRIVATE ${IMAGE_INCLUDES})
+  target_link_libraries(${part} PRIVATE tvq_image_flags)
+endfunction()
+
+# Joins the parts to one object whose symbols and writable data are its own. Functions of the sources in the targets `exporters` keep
+# their names.
+function(_tvq_join_image name autogen edk2 exporters)
+  configure_file("${TVQ_CMAKE_DIR}/image.lds.in" "${autogen}/image.lds" @ONLY)
+  set(own "$<TARGET_OBJECTS:tvq_image_${name}_own>" "$<TARGET_OBJECTS:tvq_image_${name}_glue>")
+  set(exported)
+  foreach(target IN LISTS exporters)
+    list(APPEND exported "$<TARGET_OBJECTS:${target}>")
+  endforeach()
+  add_custom_command(
+    OUTPUT "${autogen}/${name}.o"
+    COMMAND "${TVQ_LD}" -r --force-group-allocation -T "${autogen}/image.lds" -o "${autogen}/joined.o" ${own}
+            --start-group "$<TARGET_FILE:${edk2}>" --end-group
+    COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/image_symbols.py" "${TVQ_NM}" ${name} "${autogen}/joined.o"
+            "${autogen}/symbols.txt" ${exported}
+    COMMAND "${TVQ_OBJCOPY}" "--redefine-syms=${autogen}/symbols.txt" "${autogen}/joined.o" "${autogen}/${name}.o"
+    DEPENDS ${own} ${edk2} "${autogen}/image.lds" "${TVQ_CMAKE_DIR}/image_symbols.py"
+    COMMAND_EXPAND_LISTS VERBATIM
+    COMMENT "Joining image ${name}")
+endfunction()
+
+# tvq_efi_object(<name> [PRIVATE] ...): makes <build>/images/<name>/<name>.o, with the arguments of tvq_efi_image.
+function(tvq_efi_object name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PRIVATE" "" "INFS;SOURCES;EDK2_SOURCES;EDK2_INCLUDES;INCLUDES;REFERENCE_INFS;PCDS")
+  if(DEFINED arg_UNPARSED_ARGUMENTS OR NOT arg_INFS)
+    message(FATAL_ERROR "image ${name}: INFS is missing, or unknown arguments '${arg_UNPARSED_ARGUMENTS}'")
+  endif()
+  set(autogen "${PROJECT_BINARY_DIR}/images/${name}")
+  list(TRANSFORM arg_EDK2_SOURCES PREPEND "${EDK2_DIR}/")
+  list(TRANSFORM arg_EDK2_INCLUDES PREPEND "${EDK2_DIR}/")
+  set(own_infs)
+  foreach(inf IN LISTS arg_INFS)
+    cmake_path(ABSOLUTE_PATH inf NORMALIZE)
+    list(APPEND own_infs "${inf}")
+  endforeach()
+  list(GET own_infs 0 module)
+  _tvq_edk2_libraries_of("${module}" libraries)
+  _tvq_option_list(--inf infs ${own_infs})
+  _tvq_option_list(--edk2-library libraries ${libraries})
+  _tvq_option_list(--reference-inf references ${arg_REFERENCE_INFS})
+  _tvq_option_list(--pcd pcds ${arg_PCDS})
+  _tvq_run_autogen(--out "${autogen}" --name ${name} ${infs} ${libraries} ${references} ${pcds})
+  include("${autogen}/sources.cmake")
+  list(APPEND IMAGE_EDK2_FOLDERS ${arg_EDK2_INCLUDES})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${IMAGE_DEPENDS})
+
+  set(part tvq_image_${name})
+  add_library(${part}_own OBJECT ${IMAGE_OWN_SOURCES} ${arg_SOURCES})
+  add_library(${part}_glue OBJECT "${autogen}/AutoGen.c" "${PROJECT_SOURCE_DIR}/host/firmware/image/DebugLib.c")
+  add_library(${part}_edk2 STATIC ${IMAGE_EDK2_SOURCES} ${arg_EDK2_SOURCES})
+  foreach(target ${part}_own ${part}_glue ${part}_edk2)
+    _tvq_image_part(${target} ${name} "${autogen}")
+  endforeach()
+  # EDK II's tools let a module include the headers of its own folders.
+  target_include_directories(${part}_own PRIVATE ${IMAGE_OWN_FOLDERS})
+  target_include_directories(${part}_own SYSTEM PRIVATE ${arg_INCLUDES} ${arg_EDK2_INCLUDES})
+  target_include_directories(${part}_edk2 PRIVATE ${IMAGE_EDK2_FOLDERS})
+  target_link_libraries(${part}_own PRIVATE tvq_host_warnings)
+  target_link_libraries(${part}_glue PRIVATE tvq_host_warnings)
+  target_link_libraries(${part}_edk2 PRIVATE tvq_edk2_code)
+
+  set(exporters ${part}_own)
+  if(arg_PRIVATE)
+    set(exporters)
+  endif()
+  _tvq_join_image(${name} "${autogen}" ${part}_edk2 "${exporters}")
+endfunction()
+
+function(tvq_efi_image name)
+  tvq_efi_object(${name} ${ARGN})
+  set(autogen "${PROJECT_BINARY_DIR}/images/${name}")
+  configure_file("${TVQ_CMAKE_DIR}/image.h.in" "${PROJECT_BINARY_DIR}/generated/images/${name}.h" @ONLY)
+  configure_file("${TVQ_CMAKE_DIR}/image.cpp.in" "${autogen}/image.cpp" @ONLY)
+  add_library(tvq_image_${name} STATIC "${autogen}/image.cpp" "${autogen}/${name}.o")
+  target_link_libraries(tvq_image_${name} PUBLIC tvq_firmware)
+endfunction()

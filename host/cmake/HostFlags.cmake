@@ -1,0 +1,73 @@
+# Compiler flags, as interface libraries: tvq_host_flags for code of the process, tvq_edk2_flags for everything that includes EDK II
+# headers, tvq_image_flags and tvq_image_warnings for the code of images.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+find_program(TVQ_OBJCOPY objcopy REQUIRED)
+find_program(TVQ_LD NAMES ld.bfd ld REQUIRED)
+find_program(TVQ_NM nm REQUIRED)
+find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
+
+# Frame pointers: the pool finds out by them who allocated a block. Debug information: it names those functions, and is found by the
+# address ranges, which GCC writes unasked.
+add_compile_options(-fno-omit-frame-pointer -mno-omit-leaf-frame-pointer -g)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-gdwarf-aranges)
+endif()
+
+if(TVQ_SANITIZE)
+  # ms_abi calls and code without RTTI are beyond the checks of function and vptr types.
+  set(_sanitizers -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    list(APPEND _sanitizers -fno-sanitize=function)
+  endif()
+  add_compile_options(${_sanitizers})
+  add_link_options(${_sanitizers})
+endif()
+if(TVQ_FUZZER)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+if(TVQ_COVERAGE)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    message(FATAL_ERROR "TVQ_COVERAGE wants GCC")
+  endif()
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
+
+add_library(tvq_host_warnings INTERFACE)
+target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Werror)
+
+# EFIAPI is the Microsoft calling convention on X64, in a Linux process too. USING_LTO keeps the X64 headers from hiding every later
+# declaration.
+add_library(tvq_edk2_flags INTERFACE)
+target_compile_definitions(tvq_edk2_flags INTERFACE "EFIAPI=__attribute__((ms_abi))" USING_LTO)
+target_compile_options(tvq_edk2_flags INTERFACE -fshort-wchar -fno-strict-aliasing)
+
+# What firmware code is compiled with. None of it may rely on a C library; the C++ part has no exceptions, RTTI or guarded statics. It is always
+# optimised: GCC 12 expands __builtin_ms_va_copy (VA_COPY) wrongly without. A tail call would hide a function from the call sites of blocks.
+add_library(tvq_image_flags INTERFACE)
+target_link_libraries(tvq_image_flags INTERFACE tvq_edk2_flags)
+target_compile_options(
+  tvq_image_flags
+  INTERFACE -ffreestanding
+            -fno-builtin
+            -fno-common
+            -fno-stack-protector
+            -fno-lto
+            -fno-optimize-sibling-calls
+            $<$<CONFIG:Debug>:-O1>
+            # Sections by which image.lds tells coverage counters from the image's own data.
+            $<$<BOOL:${TVQ_COVERAGE}>:-fdata-sections>
+            $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
+            $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
+            $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
+
+# EDK II's own files: their warnings are not ours to fix, and MdePkg accesses unaligned words on purpose.
+# Its PrintLib also shifts the sign of characters above 7Fh.
+add_library(tvq_edk2_code INTERFACE)
+target_compile_options(tvq_edk2_code INTERFACE -w $<$<BOOL:${TVQ_SANITIZE}>:-fno-sanitize=alignment,shift>)

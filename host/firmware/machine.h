@@ -1,0 +1,56 @@
+/*
+ * The machine behind Firmware: what its parts know of each other. For the host library only.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_FIRMWARE_MACHINE_H_
+#define TVQ_HOST_FIRMWARE_MACHINE_H_
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "host/firmware/console.h"
+#include "host/firmware/firmware.h"
+#include "host/firmware/image_loader.h"
+#include "host/firmware/reports.h"
+#include "host/firmware/service_calls.h"
+#include "host/firmware/variable_store.h"
+
+namespace tvq::host {
+
+class Machine {
+ public:
+  Machine();
+  ~Machine();
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
+
+  // The one machine that exists. Ends the process with a message when there is none.
+  static Machine& Current();
+  static Machine* CurrentOrNull();
+
+  Pool::Store& Memory() { return *pool.mStore; }
+
+  Reports reports;
+  Pool pool;
+  VariableStore variables;
+  Console console;
+  // What stands behind every owner's tables: the core's services and this library's. A null entry is a service that this machine does not have.
+  EFI_SYSTEM_TABLE systemTable = {};
+  EFI_BOOT_SERVICES bootServices = {};
+  EFI_RUNTIME_SERVICES runtimeServices = {};
+  // The core's services as the core implements them.
+  EFI_BOOT_SERVICES coreServices = {};
+  ServiceCalls calls;
+  ImageLoader images;
+  UINT64 monotonicCount = 0;
+
+ private:
+  void RestoreImages();
+  void MakeTables();
+};
+
+}  // namespace tvq::host
+
+#endif  // TVQ_HOST_FIRMWARE_MACHINE_H_

@@ -1,0 +1,80 @@
+/*
+ * The blocks behind Pool.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_FIRMWARE_POOL_STORE_H_
+#define TVQ_HOST_FIRMWARE_POOL_STORE_H_
+
+#include <array>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "host/firmware/firmware.h"
+
+namespace tvq::host {
+
+class Pool::Store {
+ public:
+  explicit Store(Machine& machine) : mMachine(machine) {}
+  // Gives everything back, blocks that are still live included.
+  ~Store();
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  EFI_STATUS Allocate(const Owner& owner, EFI_MEMORY_TYPE type, UINTN size, void** buffer);
+  EFI_STATUS Free(void* buffer);
+  EFI_STATUS AllocatePages(const Owner& owner, EFI_ALLOCATE_TYPE how, EFI_MEMORY_TYPE type,
+                           UINTN pages, EFI_PHYSICAL_ADDRESS* memory);
+  EFI_STATUS FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages);
+  // A service of the core handed a block over.
+  void GiveTo(const Owner& owner, const void* buffer);
+
+  std::vector<Block> Live() const;
+  std::optional<Block> Find(const void* address) const;
+  uint64_t Allocations(std::optional<Owner> owner) const;
+  uint64_t Frees() const { return mFrees; }
+  uint64_t FailedAllocations() const { return mFailed; }
+
+  void Fail(uint64_t n, std::optional<Owner> owner, bool following);
+  void StopFailing() { mFaults.clear(); }
+
+  // Looks for writes past the end of live blocks and into freed ones, where no sanitizer does.
+  void CheckForOverruns();
+
+ private:
+  struct Fault {
+    std::optional<Owner> owner;
+    uint64_t allocation;
+    bool following;
+  };
+  struct FreedBlock {
+    UINT8* address;
+    size_t size;
+  };
+
+  bool CountAndMayFail(const Owner& owner);
+  void Remember(const Owner& owner, EFI_MEMORY_TYPE type, void* address, size_t size, bool isPages);
+  void RefuseFree(const char* service, const void* address);
+  void ReleaseFreed(const FreedBlock& freed);
+  void Release(const Block& block);
+
+  Machine& mMachine;
+  std::map<uintptr_t, Block> mLive;
+  std::set<uintptr_t> mFreedAddresses;
+  // Blocks that were freed wait here, poisoned, so that writes to them show.
+  std::deque<FreedBlock> mQuarantine;
+  size_t mQuarantineSize = 0;
+  std::array<uint64_t, Owner::kMaxOwners> mAllocations = {};
+  std::vector<Fault> mFaults;
+  uint64_t mSerial = 0;
+  uint64_t mFrees = 0;
+  uint64_t mFailed = 0;
+};
+
+}  // namespace tvq::host
+
+#endif  // TVQ_HOST_FIRMWARE_POOL_STORE_H_

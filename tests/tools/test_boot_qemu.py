@@ -1,0 +1,163 @@
+"""Tests of tools/boot_qemu.py that need no boot: the disk, the folder, the report and the serial output.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import scripts  # noqa: F401
+import boot_qemu
+
+
+class FolderTest(unittest.TestCase):
+    def setUp(self):
+        owner = tempfile.TemporaryDirectory()
+        self.addCleanup(owner.cleanup)
+        self.folder = pathlib.Path(owner.name)
+
+    def boot(self, **options):
+        images = {}
+        for name in (boot_qemu.AGENT, boot_qemu.PLATFORM, boot_qemu.DRIVER):
+            images[name] = self.folder / name
+            images[name].write_bytes(name.encode())
+        return boot_qemu.Boot(images=images, out=self.folder / "out", **options)
+
+
+class Disk(FolderTest):
+    def contents(self, boot):
+        """What the firmware would find on the disk: a dictionary of path to bytes."""
+        disk = self.folder / "disk.img"
+        boot_qemu.make_disk(disk, boot)
+        copy = self.folder / "copy"
+        copy.mkdir()
+        subprocess.run(["mcopy", "-n", "-s", "-i", disk, "::/*", copy], check=True)
+        return {str(path.relative_to(copy)): path.read_bytes() for path in copy.rglob("*") if path.is_file()}
+
+    def test_the_agent_is_the_boot_program_beside_its_drivers(self):
+        self.assertEqual(
+            self.contents(self.boot()),
+            {
+                "EFI/BOOT/BOOTX64.EFI": b"TvqAgent.efi",
+                "TVQ/TvqPlatform.efi": b"TvqPlatform.efi",
+                "TVQ/TVQSMBIOS.efi": b"TVQSMBIOS.efi",
+                "TVQ/options.txt": b"poweroff\r\n",
+            },
+        )
+
+    def test_a_table_and_the_words_for_the_agent_are_there(self):
+        table = self.folder / "some table"
+        table.write_bytes(b"\x7f\x04\x00\x00\x00\x00")
+        contents = self.contents(self.boot(table=table, words=("as-is", "poweroff")))
+        self.assertEqual(contents["TVQ/table.bin"], b"\x7f\x04\x00\x00\x00\x00")
+        self.assertEqual(contents["TVQ/options.txt"], b"as-is poweroff\r\n")
+
+    def test_what_the_agent_wrote_comes_back_without_the_images(self):
+        boot = self.boot()
+        disk = self.folder / "disk.img"
+        boot_qemu.make_disk(disk, boot)
+        report = self.folder / "report.txt"
+        report.write_bytes(b"TvqAgent: success\r\n")
+        subprocess.run(["mcopy", "-i", disk, report, "::/TVQ/report.txt"], check=True)
+        boot.out.mkdir()
+        boot_qemu.extract(disk, boot.out)
+        self.assertEqual(sorted(path.name for path in boot.out.iterdir()), ["options.txt", "report.txt"])
+
+    def test_the_complaint_of_a_tool_is_the_failure(self):
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "mcopy failed: .*none.img"):
+            boot_qemu.extract(self.folder / "none.img", self.folder)
+
+
+class OutputFolder(FolderTest):
+    def test_a_new_folder_is_made_with_its_parents(self):
+        boot_qemu.empty_folder(self.folder / "a" / "b")
+        self.assertTrue((self.folder / "a" / "b" / boot_qemu.MARKER).is_file())
+
+    def test_the_files_of_an_earlier_boot_go(self):
+        out = self.folder / "out"
+        boot_qemu.empty_folder(out)
+        (out / "CPU.Socket.9.tvq").touch()
+        boot_qemu.empty_folder(out)
+        self.assertEqual([path.name for path in out.iterdir()], [boot_qemu.MARKER])
+
+    def test_files_that_no_boot_wrote_stay(self):
+        (self.folder / "letter.txt").write_text("mine")
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "holds files that no boot wrote"):
+            boot_qemu.empty_folder(self.folder)
+        self.assertEqual((self.folder / "letter.txt").read_text(), "mine")
+
+    def test_a_file_in_its_place_is_a_message(self):
+        (self.folder / "out").touch()
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "is no folder"):
+            boot_qemu.empty_folder(self.folder / "out")
+
+
+class Machine(FolderTest):
+    """A small program stands in for QEMU."""
+
+    def run_program(self, program, timeout=20.0):
+        return boot_qemu.run_qemu([sys.executable, "-c", program], self.boot(timeout=timeout))
+
+    def test_the_serial_output_comes_back_when_it_powers_off(self):
+        self.assertEqual(self.run_program("print('hello')"), (b"hello\n", None))
+
+    def test_a_machine_that_hangs_is_stopped_with_its_output_kept(self):
+        program = "import time; print('before', flush=True); time.sleep(60)"
+        self.assertEqual(
+            self.run_program(program, timeout=2.0), (b"before\n", "the machine did not power off within 2 s")
+        )
+
+    def test_a_crash_of_the_firmware_is_not_waited_out(self):
+        program = "import time; print('!!!! X64 Exception Type - 06(#UD)', flush=True); time.sleep(60)"
+        serial, problem = self.run_program(program, timeout=50.0)
+        self.assertIn(b"Exception Type", serial)
+        self.assertEqual(problem, "the firmware stopped with a processor exception")
+
+    def test_a_program_that_is_missing_is_a_message(self):
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "not installed"):
+            boot_qemu.run_qemu([str(self.folder / "no-qemu")], self.boot())
+
+    def test_missing_images_are_named_before_anything_starts(self):
+        boot = self.boot()
+        boot.images[boot_qemu.DRIVER].unlink()
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "TVQSMBIOS.efi is missing"):
+            boot_qemu.run(boot)
+        self.assertFalse(boot.out.exists())
+
+
+class Report(FolderTest):
+    def test_success_is_the_last_line(self):
+        self.assertTrue(boot_qemu.succeeded("3 records\nTvqAgent: success\n\n"))
+
+    def test_success_further_up_does_not_count(self):
+        self.assertFalse(boot_qemu.succeeded("TvqAgent: success\nTvqAgent: failure\n"))
+
+    def test_no_report_is_no_success(self):
+        self.assertFalse(boot_qemu.succeeded(None))
+        self.assertFalse(boot_qemu.succeeded(""))
+
+    def test_it_is_read_with_plain_line_ends(self):
+        (self.folder / "report.txt").write_bytes(b"one\r\nTvqAgent: success\r\n")
+        self.assertEqual(boot_qemu.read_report(self.folder), "one\nTvqAgent: success\n")
+
+    def test_a_missing_report_is_none(self):
+        self.assertIsNone(boot_qemu.read_report(self.folder))
+
+
+class SerialOutput(unittest.TestCase):
+    def test_escape_sequences_and_blank_lines_go(self):
+        raw = b"\x1b[2J\x1b[01;01H\x1b[=3hBdsDxe: starting\r\n\r\n\x1b[0m\x1b[35m\x1b[40mdone\r\n"
+        self.assertEqual(boot_qemu.plain_text(raw), "BdsDxe: starting\ndone")
+
+    def test_bytes_beyond_ascii_do_not_stop_it(self):
+        self.assertEqual(boot_qemu.plain_text(b"a\xffb\x00c"), "a\ufffdbc")
+
+    def test_the_tail_is_the_last_lines(self):
+        self.assertEqual(boot_qemu.tail("\n".join("abcd"), lines=2), "c\nd")
+
+
+if __name__ == "__main__":
+    unittest.main()

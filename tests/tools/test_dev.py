@@ -1,0 +1,177 @@
+"""Tests of ./dev and of the shell functions behind it that decide something.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+from scripts import ROOT
+
+
+def run(*command, **variables):
+    return subprocess.run(
+        [str(part) for part in command],
+        capture_output=True,
+        text=True,
+        check=False,
+        stdin=subprocess.DEVNULL,
+        env={**os.environ, **variables},
+    )
+
+
+class FrontDoor(unittest.TestCase):
+    def test_without_a_command_it_lists_every_command(self):
+        result = run(ROOT / "dev")
+        self.assertEqual(result.returncode, 0)
+        for command in (ROOT / "tools" / "commands").glob("*.sh"):
+            self.assertRegex(result.stdout, rf"(?m)^  {command.stem} +[A-Z].{{10,}}$")
+
+    def test_help_is_the_same(self):
+        self.assertEqual(run(ROOT / "dev", "help").stdout, run(ROOT / "dev").stdout)
+
+    def test_help_of_a_command_shows_its_usage(self):
+        for arguments in (("help", "build"), ("build", "--help")):
+            result = run(ROOT / "dev", *arguments)
+            self.assertEqual(result.returncode, 0)
+            self.assertIn("usage: ./dev build [firmware|host|all]", result.stdout)
+
+    def test_an_unknown_command_is_a_message(self):
+        for name in ("frobnicate", "../lib/common", "help frobnicate"):
+            with self.subTest(name=name):
+                result = run(ROOT / "dev", *name.split())
+                self.assertEqual((result.returncode, result.stdout), (2, ""))
+                self.assertIn("there is no command", result.stderr)
+
+    def test_an_unknown_argument_is_a_message(self):
+        for command in ("setup", "build", "test", "format", "lint"):
+            with self.subTest(command=command):
+                result = run(ROOT / "dev", command, "--frobnicate")
+                self.assertEqual((result.returncode, result.stdout), (2, ""))
+                self.assertIn("--frobnicate", result.stderr)
+
+    def test_a_table_that_cannot_be_read_is_a_message(self):
+        result = run(ROOT / "dev", "run", "--table", "/no/such/table.bin")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertIn("cannot read /no/such/table.bin: No such file or directory", result.stderr)
+
+    def test_a_folder_in_place_of_a_table_is_a_message(self):
+        result = run(ROOT / "dev", "run", "--table", ROOT)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("Is a directory", result.stderr)
+
+    def test_trees_of_the_wrong_kind_are_a_message(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for variable, kind in (("EDK2_DIR", "EDK II"), ("EXPAT_DIR", "expat")):
+                with self.subTest(variable=variable):
+                    result = run(ROOT / "dev", "setup", **{variable: folder})
+                    self.assertEqual(result.returncode, 1)
+                    self.assertRegex(result.stderr, f"{variable}={folder} is no {kind}")
+
+
+class ShellFunctions(unittest.TestCase):
+    """Runs functions of tools/lib in a folder that stands for the repository."""
+
+    def setUp(self):
+        owner = tempfile.TemporaryDirectory()
+        self.addCleanup(owner.cleanup)
+        self.root = pathlib.Path(owner.name)
+        os.symlink(ROOT / "tools", self.root / "tools")
+        for package in ("TvqSmbiosPkg", "TvqPlatformPkg"):
+            (self.root / package).mkdir()
+
+    def bash(self, script, **variables):
+        libraries = "".join(f'source "$ROOT/tools/lib/{name}.sh"\n' for name in ("common", "setup", "firmware", "host"))
+        return run("bash", "-c", libraries + script, ROOT=str(self.root), **variables)
+
+    def answer(self, condition, **variables):
+        result = self.bash(f"if {condition}; then echo yes; else echo no; fi", **variables)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return result.stdout.strip()
+
+    def set_age(self, path, seconds):
+        path.touch()
+        moment = 1_900_000_000 - seconds
+        os.utime(path, (moment, moment))
+
+    def test_sources_newer_than_the_last_build_are_noticed(self):
+        stamp, source = self.root / "stamp", self.root / "TvqSmbiosPkg" / "entry.cpp"
+        changed = f"SourcesChanged {stamp}"
+        trees = {"EDK2_DIR": str(self.root), "EXPAT_DIR": str(self.root)}
+        self.assertEqual(self.answer(changed, **trees), "yes")
+        self.set_age(stamp, 10)
+        self.set_age(source, 20)
+        self.set_age(source.parent, 20)
+        self.assertEqual(self.answer(changed, **trees), "no")
+        self.set_age(source, 5)
+        self.assertEqual(self.answer(changed, **trees), "yes")
+
+    def test_a_source_that_was_removed_is_noticed(self):
+        stamp, source = self.root / "stamp", self.root / "TvqPlatformPkg" / "gone.cpp"
+        source.touch()
+        source.unlink()
+        self.set_age(stamp, 1_900_000_000 - 1_000_000_000)
+        self.assertEqual(self.answer(f"SourcesChanged {stamp}", EDK2_DIR="/nowhere", EXPAT_DIR="/nowhere"), "yes")
+
+    def test_a_step_keeps_its_output_and_says_how_long_it_took(self):
+        result = self.bash("Step 'Doing it' it echo the output")
+        self.assertEqual((result.returncode, result.stdout), (0, ""))
+        self.assertRegex(result.stderr, r"^== Doing it \.\.\. \d+\.\d s\n$")
+        self.assertEqual((self.root / "build" / "log" / "it.log").read_text(), "the output\n")
+
+    def test_a_step_that_fails_shows_the_end_of_its_output(self):
+        result = self.bash("Step 'Doing it' it bash -c 'seq 100; exit 3'")
+        self.assertEqual(result.returncode, 3)
+        self.assertRegex(result.stderr, r"(?s)failed after .*\n61\n62\n.*100\ndev: the whole output is in .*/it\.log\n")
+        self.assertNotIn("\n60\n", result.stderr)
+
+    def test_a_verbose_step_shows_its_output_at_once(self):
+        result = self.bash("Step 'Doing it' it echo the output", VERBOSE="1")
+        self.assertRegex(result.stderr, r"^== Doing it \.\.\.\nthe output\n== Doing it: \d")
+
+    def test_a_step_that_is_only_announced_when_slow_stays_silent_when_fast(self):
+        result = self.bash("StepIfSlow 'Doing it' it true")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_a_step_that_turns_out_slow_is_announced(self):
+        result = self.bash("StepIfSlow 'Doing it' it sleep 1.5")
+        self.assertRegex(result.stderr, r"^== Doing it \.\.\. 1\.\d s\n$")
+
+    def test_a_fast_failure_is_announced_with_its_output(self):
+        result = self.bash("StepIfSlow 'Doing it' it bash -c 'echo why; exit 3'")
+        self.assertEqual(result.returncode, 3)
+        self.assertRegex(result.stderr, r"^== Doing it \.\.\. failed after .*\nwhy\ndev: the whole output")
+
+    def test_a_missing_package_is_named(self):
+        result = self.bash("WantedPackages() { printf 'bash\\nno-such-package-anywhere\\n'; }\nMissingPackages")
+        self.assertEqual(result.stdout, "no-such-package-anywhere\n")
+
+    def test_the_package_list_holds_names_only(self):
+        result = self.bash("WantedPackages")
+        self.assertGreater(len(result.stdout.splitlines()), 10)
+        for name in result.stdout.splitlines():
+            self.assertRegex(name, r"^[a-z0-9][a-z0-9.+-]+$")
+
+    def test_without_root_and_sudo_it_says_what_to_run(self):
+        result = self.bash("id() { echo 1000; }\nsudo() { return 1; }\nRequireRoot mtools ovmf")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("apt-get install --no-install-recommends mtools ovmf", result.stderr)
+
+    def test_a_path_with_a_blank_is_refused(self):
+        result = self.bash("RequirePlainPath 'This clone' '/home/my clone'")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("has a blank in its path", result.stderr)
+
+    def test_a_build_with_other_options_is_configured_anew(self):
+        trees = "EDK2_DIR=/e EXPAT_DIR=/x; folder=$ROOT/build/host; mkdir -p $folder; touch $folder/build.ninja\n"
+        keep = trees + 'HostOptions -DONE=1 >"$folder/.options"\n'
+        for options, expected in (("-DONE=1", "yes"), ("-DONE=2", "no")):
+            result = self.bash(keep + f"if Configured $folder {options}; then echo yes; else echo no; fi")
+            self.assertEqual(result.stdout.strip(), expected, result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

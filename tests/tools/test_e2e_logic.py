@@ -1,0 +1,85 @@
+"""Tests of the end-to-end test's own logic: a comparison that cannot fail would prove nothing.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import unittest
+
+import scripts  # noqa: F401
+import run_test
+import tables
+
+
+def names(*fqdds):
+    taken = set()
+    return [run_test.file_name(fqdd, taken) for fqdd in fqdds]
+
+
+class FileNames(unittest.TestCase):
+    def test_letters_digits_and_some_punctuation_stay(self):
+        self.assertEqual(names("CPU.Socket.1", "a-b_c"), ["CPU.Socket.1.tvq", "a-b_c.tvq"])
+
+    def test_everything_else_becomes_an_underscore(self):
+        self.assertEqual(names("DIMM A/1:\\é"), ["DIMM_A_1___.tvq"])
+
+    def test_a_name_without_text_is_record(self):
+        self.assertEqual(names("", None), ["record.tvq", "record-2.tvq"])
+
+    def test_a_long_name_is_cut_and_still_numbered(self):
+        self.assertEqual(names("a" * 49, "a" * 50), ["a" * 48 + ".tvq", "a" * 48 + "-2.tvq"])
+
+    def test_a_name_that_is_taken_gets_a_number_whatever_its_case(self):
+        self.assertEqual(names("DIMM.A1", "dimm.a1", "DIMM.A1"), ["DIMM.A1.tvq", "dimm.a1-2.tvq", "DIMM.A1-3.tvq"])
+
+    def test_a_number_that_is_taken_itself_is_passed_over(self):
+        self.assertEqual(names("x", "x-2", "x"), ["x.tvq", "x-2.tvq", "x-3.tvq"])
+
+
+class Comparison(unittest.TestCase):
+    def differences(self, expected, saved):
+        return list(run_test.compare(expected, saved))
+
+    def test_equal_files_have_no_difference(self):
+        self.assertEqual(self.differences({"a.tvq": b"1"}, {"a.tvq": b"1"}), [])
+
+    def test_a_missing_and_a_surplus_file_are_named(self):
+        self.assertEqual(
+            self.differences({"a.tvq": b""}, {"b.tvq": b""}),
+            ["a.tvq: the firmware saved no such file", "b.tvq: saved by the firmware, but tvq has no such record"],
+        )
+
+    def test_the_first_different_byte_is_shown(self):
+        (line,) = self.differences({"a.tvq": b"\x01\x02\x03"}, {"a.tvq": b"\x01\xff\x03"})
+        self.assertIn("differs from offset 0x1 on (tvq 3 bytes: 0203, firmware 3 bytes: ff03)", line)
+
+    def test_a_shorter_file_differs_at_its_end(self):
+        (line,) = self.differences({"a.tvq": b"\x01\x02"}, {"a.tvq": b"\x01"})
+        self.assertIn("differs from offset 0x1 on (tvq 2 bytes: 02, firmware 1 bytes: )", line)
+
+    def test_the_blobs_of_a_record_follow_each_other(self):
+        export = {"records": [{"fqdd": "CPU.1", "inventoryBlob": "01", "configurationBlob": "0203", "endBlob": "ff"}]}
+        self.assertEqual(run_test.expected_files(export), {"CPU.1.tvq": b"\x01\x02\x03\xff"})
+
+    def test_a_blob_that_is_missing_adds_nothing(self):
+        export = {"records": [{"fqdd": None, "inventoryBlob": None, "configurationBlob": "02", "endBlob": None}]}
+        self.assertEqual(run_test.expected_files(export), {"record.tvq": b"\x02"})
+
+
+class PlainTable(unittest.TestCase):
+    def structures(self, table):
+        """A walk by the rules of the standard: (type, formatted length) of each structure."""
+        offset = 0
+        while offset < len(table):
+            kind, length = table[offset], table[offset + 1]
+            yield kind, length
+            offset = table.index(b"\0\0", offset + length) + 2
+
+    def test_it_holds_the_structures_in_full_length(self):
+        self.assertEqual(
+            list(self.structures(tables.plain())),
+            [(0, 0x18), (1, 0x1B), (4, 0x30), (4, 0x30), (16, 0x17)] + [(17, 0x28)] * 4 + [(127, 4)],
+        )
+
+
+if __name__ == "__main__":
+    unittest.main()
