@@ -1,0 +1,37 @@
+/** @file
+  Entry point of TvqAgent.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include <Library/TvqCpp.h>
+
+extern "C" {
+#include <Library/UefiRuntimeServicesTableLib.h>
+}
+
+#include "agent.h"
+
+namespace tvqplatform {
+
+/**
+  Runs the agent once.
+
+  @retval EFI_SUCCESS   The inventory was shown and saved.
+  @retval EFI_ABORTED   Something failed; the report says what and why.
+**/
+extern "C" EFI_STATUS EFIAPI TvqAgentEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE*) {
+  EFI_STATUS status;
+  bool wantsPowerOff;
+  {
+    Agent agent(ImageHandle);
+    status = agent.Run();
+    wantsPowerOff = agent.WantsPowerOff();
+  }
+  if (wantsPowerOff) {
+    gRT->ResetSystem(EfiResetShutdown, EFI_SUCCESS, 0, nullptr);
+  }
+  return status;
+}
+
+}  // namespace tvqplatform

@@ -1,0 +1,178 @@
+/** @file
+  The inventory of all device records, collected through the protocols on their handles.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "inventory.h"
+
+#include <IndustryStandard/TvqBlob.h>
+#include <Protocol/ZvEntry.h>
+
+namespace tvqplatform {
+
+namespace {
+
+template <typename Interface>
+Interface* InterfaceOn(EFI_HANDLE handle, EFI_GUID& guid) {
+  VOID* found = nullptr;
+  const EFI_STATUS status = gBS->HandleProtocol(handle, &guid, &found);
+  return EFI_ERROR(status) ? nullptr : static_cast<Interface*>(found);
+}
+
+bool IsRecordPath(const EFI_DEVICE_PATH_PROTOCOL* path) {
+  const UINTN length = path->Length[0] | (path->Length[1] << 8);
+  return path->Type == HARDWARE_DEVICE_PATH && path->SubType == HW_VENDOR_DP &&
+         length == OFFSET_OF(TVQ_DEVICE_PATH, End);
+}
+
+void CopyDevicePath(const EFI_DEVICE_PATH_PROTOCOL* path, DeviceInventory& device) {
+  if (path == nullptr || !IsRecordPath(path)) {
+    return;
+  }
+  device.HasDevicePath = true;
+  CopyMem(device.DevicePath, path, sizeof(device.DevicePath));
+  device.DeviceType = device.DevicePath[OFFSET_OF(TVQ_DEVICE_PATH, Data)];
+}
+
+void AskName(EFI_HANDLE handle, EFI_DEVICE_PATH_PROTOCOL* path, DeviceInventory& device) {
+  ZVEP_PROTOCOL* entry = InterfaceOn<ZVEP_PROTOCOL>(handle, gZvEntryProtocolGuid);
+  if (entry == nullptr) {
+    return;
+  }
+  CHAR16* name = nullptr;
+  CHAR16* fqdd = nullptr;
+  CHAR8 language[] = "en-US";
+  if (!EFI_ERROR(entry->GetDeviceName(entry, path, language, &name, &fqdd))) {
+    device.Name = name;
+    device.Fqdd = fqdd;
+  }
+}
+
+void AskInventory(EFI_HANDLE handle, DeviceInventory& device) {
+  TVQ_INVENTORY_PROTOCOL* inventory =
+      InterfaceOn<TVQ_INVENTORY_PROTOCOL>(handle, gTvqInventoryProtocolGuid);
+  if (inventory == nullptr) {
+    return;
+  }
+  device.IdentityStatus = inventory->SMTVQIdentify(inventory, &device.Identity);
+  if (EFI_ERROR(device.IdentityStatus)) {
+    ZeroMem(&device.Identity, sizeof(device.Identity));
+  }
+  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
+  TVQ_DATA result = {0, 0, nullptr};
+  device.GetStatus = inventory->SMTVQGet(inventory, &request, &result);
+  if (!EFI_ERROR(device.GetStatus)) {
+    device.Blobs = static_cast<TVQ_DATA*>(result.Buffer);
+  }
+}
+
+void CollectDevice(EFI_HANDLE handle, DeviceInventory& device) {
+  ZeroMem(&device, sizeof(device));
+  device.IdentityStatus = EFI_NOT_FOUND;
+  device.GetStatus = EFI_NOT_FOUND;
+  EFI_DEVICE_PATH_PROTOCOL* path =
+      InterfaceOn<EFI_DEVICE_PATH_PROTOCOL>(handle, gEfiDevicePathProtocolGuid);
+  CopyDevicePath(path, device);
+  AskName(handle, path, device);
+  AskInventory(handle, device);
+}
+
+void FreeIfAny(VOID* block) {
+  if (block != nullptr) {
+    gBS->FreePool(block);
+  }
+}
+
+void FreeDevice(const DeviceInventory& device) {
+  FreeIfAny(device.Name);
+  FreeIfAny(device.Fqdd);
+  if (device.Blobs != nullptr) {
+    for (UINTN slot = 0; slot < kBlobCount; slot++) {
+      FreeIfAny(device.Blobs[slot].Buffer);
+    }
+    FreeIfAny(device.Blobs);
+  }
+}
+
+/// Copies the text of a string reference. It ends with the blob even where its NUL is missing: a
+/// text that was placed behind the stated size is cut there.
+void CopyReferencedText(const DeviceInventory& device, UINTN referenceOffset, CHAR8* buffer,
+                        UINTN size) {
+  buffer[0] = '\0';
+  const tvq::Span<const UINT8> blob = BlobBytes(device, TVQ_SLOT_INVENTORY);
+  if (blob.Size() < sizeof(TVQ_INVENTORY_BLOB)) {
+    return;
+  }
+  UINT32 reference;
+  CopyMem(&reference, blob.Data() + referenceOffset, sizeof(reference));
+  if (!TVQ_STRING_REFERENCE_PRESENT(reference)) {
+    return;
+  }
+  const UINTN start = sizeof(TVQ_INVENTORY_BLOB) + TVQ_STRING_REFERENCE_OFFSET(reference);
+  UINTN length = 0;
+  while (length + 1 < size && start + length < blob.Size() && blob[start + length] != 0) {
+    buffer[length] = static_cast<CHAR8>(blob[start + length]);
+    length++;
+  }
+  buffer[length] = '\0';
+}
+
+}  // namespace
+
+tvq::Span<const UINT8> BlobBytes(const DeviceInventory& device, UINTN slot) {
+  if (device.Blobs == nullptr || device.Blobs[slot].Buffer == nullptr) {
+    return {};
+  }
+  return {static_cast<const UINT8*>(device.Blobs[slot].Buffer), device.Blobs[slot].Length};
+}
+
+void CopyMarketingName(const DeviceInventory& device, CHAR8* buffer, UINTN size) {
+  CopyReferencedText(device, OFFSET_OF(TVQ_INVENTORY_BLOB, MktnameOffset), buffer, size);
+}
+
+void CopySerialNumber(const DeviceInventory& device, CHAR8* buffer, UINTN size) {
+  CopyReferencedText(device, OFFSET_OF(TVQ_INVENTORY_BLOB, wwnOffset), buffer, size);
+}
+
+const CHAR8* ClassInWords(const DeviceInventory& device) {
+  switch (device.Identity.ComponentClass) {
+    case TVQ_CLASS_CPU:
+      return "processor";
+    case TVQ_CLASS_DIMM:
+      return "memory module";
+    case TVQ_CLASS_SYSTEM:
+      return "system";
+    default:
+      return "not known";
+  }
+}
+
+Inventory::~Inventory() {
+  for (const DeviceInventory& device : mDevices) {
+    FreeDevice(device);
+  }
+  mDevices.Free();
+}
+
+EFI_STATUS Inventory::Collect() {
+  UINTN count = 0;
+  EFI_HANDLE* handles = nullptr;
+  const EFI_STATUS status =
+      gBS->LocateHandleBuffer(ByProtocol, &gTvqInventoryProtocolGuid, nullptr, &count, &handles);
+  if (EFI_ERROR(status)) {
+    return status == EFI_NOT_FOUND ? EFI_SUCCESS : status;
+  }
+  const tvq::PoolPtr<EFI_HANDLE> owned(handles);
+  if (!mDevices.Reserve(count)) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  for (UINTN i = 0; i < count; i++) {
+    DeviceInventory device;
+    CollectDevice(handles[i], device);
+    (void)mDevices.Append(device);  // There is room.
+  }
+  return EFI_SUCCESS;
+}
+
+}  // namespace tvqplatform

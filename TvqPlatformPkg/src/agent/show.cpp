@@ -1,0 +1,155 @@
+/** @file
+  The sections of the agent's report.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "show.h"
+
+#include "../support/text.h"
+
+namespace tvqplatform {
+
+namespace {
+
+constexpr UINTN kSentence = 200;
+
+const CHAR8* KindInWords(EntryPointKind kind) {
+  switch (kind) {
+    case EntryPointKind::k32Bit:
+      return "32-bit entry point";
+    case EntryPointKind::k64Bit:
+      return "64-bit entry point";
+    case EntryPointKind::kNone:
+      break;
+  }
+  return "no entry point";
+}
+
+/// A text of a record, or a dash.
+CHAR16* OrDash(CHAR16* text) {
+  return text == nullptr || text[0] == 0 ? tvq::Ucs2(u"-") : text;
+}
+const CHAR8* OrDash(const CHAR8* text) {
+  return text == nullptr || text[0] == '\0' ? "-" : text;
+}
+
+UINTN WidestFqdd(const Inventory& inventory) {
+  UINTN widest = Length("FQDD");
+  for (UINTN i = 0; i < inventory.Size(); i++) {
+    widest = MAX(widest, Length(OrDash(inventory[i].Fqdd)));
+  }
+  return widest;
+}
+
+void ShowDevice(Report& report, const DeviceInventory& device, UINTN fqddWidth) {
+  CHAR8 serial[16];
+  CHAR8 marketingName[64];
+  CopySerialNumber(device, serial, sizeof(serial));
+  CopyMarketingName(device, marketingName, sizeof(marketingName));
+  AddLine(&report, "  %-9s  %-*s  %-13a  %-14a  %a", OrDash(device.Name), fqddWidth,
+          OrDash(device.Fqdd), ClassInWords(device), OrDash(serial), OrDash(marketingName));
+}
+
+void ShowIdentity(Report& report, const DeviceInventory& device, UINTN fqddWidth) {
+  const TVQ_IDENTITY& identity = device.Identity;
+  if (EFI_ERROR(device.IdentityStatus)) {
+    AddLine(&report, "  %-*s  %r", fqddWidth, OrDash(device.Fqdd), device.IdentityStatus);
+    return;
+  }
+  AddLine(&report, "  %-*s  %08x %08x %08x %08x %08x  %6d %6d %6d", fqddWidth, OrDash(device.Fqdd),
+          identity.Version, identity.ComponentClass, identity.ClassQualifier, identity.Signature,
+          identity.Reserved, static_cast<UINT32>(BlobBytes(device, TVQ_SLOT_INVENTORY).Size()),
+          static_cast<UINT32>(BlobBytes(device, TVQ_SLOT_CONFIGURATION).Size()),
+          static_cast<UINT32>(BlobBytes(device, TVQ_SLOT_END).Size()));
+}
+
+void ShowBiosInfo(Report& report, const SMBIOS_BIOS_INFO& info) {
+  AddLine(&report, "      ServiceTag   %a", OrDash(info.ServiceTag));
+  AddLine(&report, "      BiosVersion  %a", OrDash(info.BiosVersion));
+  AddLine(&report, "      ProductName  %a", OrDash(info.ProductName));
+}
+
+/// The text without the line feed at its end; one inside shows as '?', as the report does it.
+UINTN LengthWithoutLineFeed(const CHAR16* text) {
+  const UINTN length = Length(text);
+  return length != 0 && text[length - 1] == '\n' ? length - 1 : length;
+}
+
+}  // namespace
+
+void ShowTable(Report& report, const Capture& capture, const CHAR8* origin) {
+  AddLine(&report, "Table: SMBIOS %d.%d, %d structures, %d bytes, from %a (%a)",
+          static_cast<UINT32>(capture.Table.Major), static_cast<UINT32>(capture.Table.Minor),
+          static_cast<UINT32>(capture.Table.StructureCount),
+          static_cast<UINT32>(capture.Table.Structures.Size()), origin, KindInWords(capture.Kind));
+  for (UINTN i = 0; i < capture.Remarks.Size(); i++) {
+    CHAR8 sentence[kSentence];
+    FormatNote(capture.Remarks[i], sentence, sizeof(sentence));
+    AddLine(&report, "  Note: %a.", sentence);
+  }
+}
+
+void ShowChanges(Report& report, ConformResult result, const ConformedTable& conformed) {
+  if (result != ConformResult::kChanged) {
+    AddLine(&report, "Conforming: %a.", ConformResultText(result));
+    return;
+  }
+  const GrowingArray<TableChange>& changes = conformed.Changes();
+  AddLine(&report,
+          "Conforming: %d changes, in a copy of the table:", static_cast<UINT32>(changes.Size()));
+  for (const TableChange& change : changes) {
+    CHAR8 sentence[kSentence];
+    FormatChange(change, sentence, sizeof(sentence));
+    AddLine(&report, "  %a", sentence);
+  }
+}
+
+void ShowInventory(Report& report, const Inventory& inventory) {
+  if (inventory.Size() == 0) {
+    AddLine(&report, "Records: none");
+    return;
+  }
+  const UINTN width = WidestFqdd(inventory);
+  AddLine(&report, "Records: %d", static_cast<UINT32>(inventory.Size()));
+  AddLine(&report, "  %-9a  %-*a  %-13a  %-14a  %a", "Name", width, "FQDD", "Class", "Serial",
+          "Marketing name");
+  for (UINTN i = 0; i < inventory.Size(); i++) {
+    ShowDevice(report, inventory[i], width);
+  }
+  AddLine(&report, "");
+  AddLine(&report, "Identities, and the sizes of the inventory, configuration and end blobs:");
+  for (UINTN i = 0; i < inventory.Size(); i++) {
+    ShowIdentity(report, inventory[i], width);
+  }
+}
+
+void ShowAttributes(Report& report, const AttributeAnswers& answers) {
+  AddLine(&report, "Attributes:");
+  for (UINTN i = 0; i < AttributeAnswers::kCount; i++) {
+    const AttributeAnswer& answer = answers[i];
+    if (EFI_ERROR(answer.Status)) {
+      AddLine(&report, "  %-16s  %-22s  (%r)", answer.Namespace, answer.Name, answer.Status);
+    } else if (answer.IsBiosInfo) {
+      AddLine(&report, "  %-16s  %-22s", answer.Namespace, answer.Name);
+      ShowBiosInfo(report, *answer.BiosInfo);
+    } else {
+      AddLine(&report, "  %-16s  %-22s  %s", answer.Namespace, answer.Name, answer.Text);
+    }
+  }
+}
+
+void WriteLog(Report& log, TVQ_PLATFORM_PROTOCOL& platform) {
+  TVQ_LOG_LINE line;
+  for (UINTN i = 0; !EFI_ERROR(platform.GetLogLine(&platform, i, &line)); i++) {
+    AddLine(&log, "0x%08x %-20a %.*s", line.Level, line.FunctionName,
+            LengthWithoutLineFeed(line.Text), line.Text);
+  }
+  const UINTN lost = platform.CountLostLines(&platform);
+  if (lost != 0) {
+    AddLine(&log, "%d lines were lost, because there was no memory for them",
+            static_cast<UINT32>(lost));
+  }
+}
+
+}  // namespace tvqplatform

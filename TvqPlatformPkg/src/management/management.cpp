@@ -1,0 +1,42 @@
+/** @file
+  The TVQ management protocol.
+
+  LocateBlob is given no length, so it looks only into data whose length was announced.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "management.h"
+
+#include "stored_data.h"
+
+namespace tvqplatform {
+
+namespace {
+
+/**
+  Finds the blob of a type in stored data.
+
+  @retval EFI_SUCCESS             Blob is its address.
+  @retval EFI_INVALID_PARAMETER   A pointer is NULL.
+  @retval EFI_NOT_FOUND           The data was not announced, or has no such blob.
+  @retval EFI_VOLUME_CORRUPTED    The data is damaged.
+**/
+EFI_STATUS EFIAPI LocateBlob(TVQ_MANAGEMENT_PROTOCOL* This, VOID* StoredData, UINT32 BlobType,
+                             UINTN Index, VOID** Blob) {
+  if (This == nullptr || StoredData == nullptr || Blob == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  const UINT8* blob = nullptr;
+  const EFI_STATUS status = FindBlob(gStoredData.Find(StoredData), BlobType, Index, &blob);
+  if (!EFI_ERROR(status)) {
+    *Blob = const_cast<UINT8*>(blob);
+  }
+  return status;
+}
+
+}  // namespace
+
+TVQ_MANAGEMENT_PROTOCOL gManagement = {1, {}, LocateBlob};
+
+}  // namespace tvqplatform

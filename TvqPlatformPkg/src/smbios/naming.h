@@ -1,0 +1,39 @@
+/** @file
+  Gives processors and modules names by which TVQSMBIOS can tell them apart.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_PLATFORM_SMBIOS_NAMING_H_
+#define TVQ_PLATFORM_SMBIOS_NAMING_H_
+
+#include "conform.h"
+#include "devices.h"
+
+namespace tvqplatform {
+
+/// Tells what a table needs, and hands out the names in table order.
+class DeviceNames {
+ public:
+  /// kUnchanged: the names will do. kChanged: at least one kind of device needs new ones.
+  ConformResult Survey(Bytes table);
+
+  struct Name {
+    bool IsNew;
+    ChangedField Field;
+    UINTN Offset;  ///< Of the string number in the structure.
+    CHAR8 Text[16];
+  };
+  /// The new name of the next structure of the table, if it gets one.
+  ConformResult NextName(const TableStructure& structure, Name& name);
+
+ private:
+  bool mRenameProcessors = false;
+  bool mRenameModules = false;
+  UINTN mProcessors = 0;
+  UINTN mModules = 0;
+};
+
+}  // namespace tvqplatform
+
+#endif

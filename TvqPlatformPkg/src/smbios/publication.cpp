@@ -1,0 +1,75 @@
+/** @file
+  Publishes an SMBIOS table: below 4 GiB, behind a 32-bit entry point in the configuration table.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "publication.h"
+
+extern "C" {
+#include <Guid/SmBios.h>
+}
+
+namespace tvqplatform {
+
+namespace {
+
+constexpr EFI_PHYSICAL_ADDRESS kLastAddress32 = MAX_UINT32;
+
+/// The table follows the entry point on the next paragraph.
+constexpr UINTN kTableOffset = 0x20;
+static_assert(kTableOffset >= kEntryPoint32Size, "the entry point has room");
+
+}  // namespace
+
+VOID* FindConfigurationTable(const EFI_GUID& guid) {
+  for (UINTN i = 0; i < gST->NumberOfTableEntries; i++) {
+    if (CompareGuid(&gST->ConfigurationTable[i].VendorGuid, &guid)) {
+      return gST->ConfigurationTable[i].VendorTable;
+    }
+  }
+  return nullptr;
+}
+
+Publication::~Publication() {
+  Restore();
+}
+
+EFI_STATUS Publication::Publish(const SmbiosTable& table) {
+  if (table.Structures.Size() > kMaximumTableSize) {
+    return EFI_BAD_BUFFER_SIZE;
+  }
+  Restore();
+  const UINTN pages = EFI_SIZE_TO_PAGES(kTableOffset + table.Structures.Size());
+  EFI_PHYSICAL_ADDRESS address = kLastAddress32;
+  EFI_STATUS status = gBS->AllocatePages(AllocateMaxAddress, EfiBootServicesData, pages, &address);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+
+  UINT8 entry[kEntryPoint32Size];
+  WriteEntryPoint32(table, static_cast<UINT32>(address + kTableOffset), entry);
+  UINT8* memory = reinterpret_cast<UINT8*>(static_cast<UINTN>(address));
+  CopyMem(memory, entry, sizeof(entry));
+  CopyMem(memory + kTableOffset, table.Structures.Data(), table.Structures.Size());
+
+  VOID* former = FindConfigurationTable(gEfiSmbiosTableGuid);
+  status = gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, memory);
+  if (EFI_ERROR(status)) {
+    gBS->FreePages(address, pages);
+    return status;
+  }
+  mEntryPoint = memory;
+  mFormer = former;
+  return EFI_SUCCESS;
+}
+
+void Publication::Restore() {
+  if (mEntryPoint != nullptr && FindConfigurationTable(gEfiSmbiosTableGuid) == mEntryPoint) {
+    gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, mFormer);
+  }
+  mEntryPoint = nullptr;
+  mFormer = nullptr;
+}
+
+}  // namespace tvqplatform

@@ -1,0 +1,49 @@
+/** @file
+  Publishes an SMBIOS table: below 4 GiB, behind a 32-bit entry point in the configuration table.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
+#define TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
+
+#include "entry_point.h"
+
+namespace tvqplatform {
+
+/// While this lives, the configuration table names the published entry point; then what stood there
+/// before comes back. The memory stays allocated for the boot, because TVQSMBIOS keeps pointers
+/// into the table.
+class Publication {
+ public:
+  Publication() = default;
+  Publication(const Publication&) = delete;
+  Publication& operator=(const Publication&) = delete;
+  ~Publication();
+
+  /**
+    Copies the table and puts it into place of the one that is there.
+
+    @retval EFI_SUCCESS            The table is published.
+    @retval EFI_BAD_BUFFER_SIZE    It is larger than a 32-bit entry point can state.
+    @retval EFI_OUT_OF_RESOURCES   There is no memory below 4 GiB.
+    @retval Others                 The configuration table could not be changed.
+  **/
+  EFI_STATUS Publish(const SmbiosTable& table);
+
+  /// Puts back what stood there, unless somebody else has changed it since.
+  void Restore();
+
+  const UINT8* EntryPoint() const { return mEntryPoint; }
+
+ private:
+  UINT8* mEntryPoint = nullptr;
+  VOID* mFormer = nullptr;
+};
+
+/// The vendor table of a GUID in the configuration table, or null.
+VOID* FindConfigurationTable(const EFI_GUID& guid);
+
+}  // namespace tvqplatform
+
+#endif

@@ -1,0 +1,41 @@
+/** @file
+  Puts a structure table together.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_PLATFORM_SMBIOS_TABLE_BUILDER_H_
+#define TVQ_PLATFORM_SMBIOS_TABLE_BUILDER_H_
+
+#include "../support/growing_array.h"
+#include "table.h"
+
+namespace tvqplatform {
+
+/// Appends to bytes that somebody else owns. False: there is no memory.
+class TableBuilder {
+ public:
+  explicit TableBuilder(GrowingArray<UINT8>& bytes) : mBytes(bytes) {}
+
+  [[nodiscard]] bool Append(Bytes bytes) { return mBytes.Append(bytes.Data(), bytes.Size()); }
+
+  /// Ends a structure that the end of its table cut off; it is the last one here.
+  [[nodiscard]] bool CloseLast(const TableStructure& structure);
+
+  /// Appends the structure with one string more, whose number goes to the field at `offset`. The
+  /// structure has the field. `isFull` tells that no number was left for the string.
+  [[nodiscard]] bool AppendNamed(const TableStructure& structure, UINTN offset, const CHAR8* text,
+                                 bool& isFull);
+
+  /// Appends a text and its terminator.
+  [[nodiscard]] bool AppendText(const CHAR8* text);
+
+  [[nodiscard]] bool Insert(UINTN offset, Bytes bytes);
+
+ private:
+  GrowingArray<UINT8>& mBytes;
+};
+
+}  // namespace tvqplatform
+
+#endif

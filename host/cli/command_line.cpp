@@ -1,0 +1,82 @@
+/*
+ * The command line of `tvq`.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <string>
+
+#include "host/cli/export_command.h"
+
+namespace tvq::cli {
+namespace {
+
+constexpr char kExportHelp[] =
+    "Runs the driver on an SMBIOS table and prints all that it makes of it as one JSON document:\n"
+    "device records with their blobs, attributes, variables and the log.\n"
+    "Warnings and reports go to standard error.";
+constexpr char kExportFooter[] =
+    "Without --from-dump and --table, the table of this machine is read from\n"
+    "/sys/firmware/dmi/tables, which takes root rights.\n"
+    "Exit status: 0 the document was printed; 1 it was printed, but the table could not be\n"
+    "conformed; 2 there is no table that can be used, or the command line is wrong.";
+
+// "M.m", both from 0 to 255.
+bool ParseVersion(const std::string& text, std::pair<unsigned, unsigned>& version) {
+  const char* const end = text.data() + text.size();
+  const auto major = std::from_chars(text.data(), end, version.first);
+  if (major.ec != std::errc() || major.ptr == end || *major.ptr != '.') {
+    return false;
+  }
+  const auto minor = std::from_chars(major.ptr + 1, end, version.second);
+  return minor.ec == std::errc() && minor.ptr == end && version.first <= 255 &&
+         version.second <= 255;
+}
+
+void AddExport(CLI::App& app, ExportOptions& options, std::string& version) {
+  CLI::App* command = app.add_subcommand("export", kExportHelp);
+  command->footer(kExportFooter);
+  CLI::Option* dump =
+      command->add_option("--from-dump", options.file, "What `dmidecode --dump-bin FILE` writes")
+          ->type_name("FILE");
+  CLI::Option* table =
+      command->add_option("--table", options.file, "A bare structure table, without an entry point")
+          ->type_name("FILE")
+          ->excludes(dump);
+  command->add_option("--smbios-version", version, "The version that a bare table counts as (3.0)")
+      ->type_name("M.m")
+      ->needs(table)
+      ->check([](const std::string& text) {
+        std::pair<unsigned, unsigned> ignored;
+        return ParseVersion(text, ignored) ? std::string()
+                                           : "'" + text + "' is no version such as 3.2";
+      });
+  command->add_flag("--conform", options.conform,
+                    "Rename devices that clash and add the FQDD map, in a copy of the table");
+}
+
+}  // namespace
+
+int RunCommandLine(int argc, const char* const* argv, std::ostream& out,
+                   std::ostream& diagnostics) {
+  CLI::App app("Inventory records of an SMBIOS table, made by the driver itself.", "tvq");
+  app.require_subcommand(1);
+  ExportOptions options;
+  std::string version;
+  AddExport(app, options, version);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error, out, diagnostics) == 0 ? kExitSuccess : kExitNoTable;
+  }
+  if (!version.empty()) {
+    ParseVersion(version, options.version.emplace());
+  }
+  return Export(options, out, diagnostics);
+}
+
+}  // namespace tvq::cli

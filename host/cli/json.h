@@ -1,0 +1,19 @@
+/*
+ * The JSON document of `tvq export`.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_JSON_H_
+#define TVQ_HOST_CLI_JSON_H_
+
+#include <nlohmann/json.hpp>
+
+#include "host/session/session.h"
+
+namespace tvq::cli {
+
+nlohmann::ordered_json ToJson(const session::Table& table, const session::Results& results);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_JSON_H_

@@ -1,0 +1,263 @@
+/*
+ * One run of the driver in this process.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/session/session.h"
+
+#include <string_view>
+#include <utility>
+
+#include "host/firmware/firmware.h"
+#include "images/agent.h"
+#include "images/driver.h"
+#include "images/platform.h"
+
+#include "TvqPlatformPkg/src/agent/attributes.h"
+#include "TvqPlatformPkg/src/agent/inventory.h"
+#include "TvqPlatformPkg/src/agent/start.h"
+#include "TvqPlatformPkg/src/smbios/capture.h"
+#include "TvqPlatformPkg/src/smbios/conform.h"
+#include "TvqPlatformPkg/src/smbios/publication.h"
+
+namespace tvq::session {
+namespace {
+
+constexpr size_t kSentence = 256;
+
+std::string InWords(EFI_STATUS status) {
+  char words[kSentence];
+  tvqplatform::StatusInWords(status, words, sizeof(words));
+  return words;
+}
+
+tvqplatform::Bytes ViewOf(const Bytes& bytes) {
+  return {bytes.data(), bytes.size()};
+}
+
+Bytes CopyOf(tvqplatform::Bytes bytes) {
+  return Bytes(bytes.begin(), bytes.end());
+}
+
+template <typename T>
+Bytes CopyOfObject(const T& object) {
+  const auto* bytes = reinterpret_cast<const uint8_t*>(&object);
+  return Bytes(bytes, bytes + sizeof(object));
+}
+
+// CHAR16 is an unsigned short here.
+std::u16string WideText(const CHAR16* text) {
+  std::u16string copy;
+  for (; *text != 0; ++text) {
+    copy.push_back(static_cast<char16_t>(*text));
+  }
+  return copy;
+}
+
+std::optional<std::u16string> WideTextIfAny(const CHAR16* text) {
+  return text == nullptr ? std::nullopt : std::optional(WideText(text));
+}
+
+std::optional<std::string> TextIfAny(const CHAR8* text) {
+  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+Table ToTable(const tvqplatform::Capture& capture) {
+  if (capture.Error != tvqplatform::CaptureError::kNone) {
+    throw TableError(tvqplatform::CaptureErrorText(capture.Error));
+  }
+  Table table;
+  table.major = capture.Table.Major;
+  table.minor = capture.Table.Minor;
+  table.structureCount = capture.Table.StructureCount;
+  table.structures = CopyOf(capture.Table.Structures);
+  table.isBare = capture.Kind == tvqplatform::EntryPointKind::kNone;
+  for (UINTN i = 0; i < capture.Remarks.Size(); ++i) {
+    char sentence[kSentence];
+    tvqplatform::FormatNote(capture.Remarks[i], sentence, sizeof(sentence));
+    table.warnings.emplace_back(sentence);
+  }
+  return table;
+}
+
+Record ToRecord(const tvqplatform::DeviceInventory& device) {
+  Record record;
+  record.deviceType = device.DeviceType;
+  record.name = WideTextIfAny(device.Name);
+  record.fqdd = WideTextIfAny(device.Fqdd);
+  if (device.HasDevicePath) {
+    record.devicePath = CopyOfObject(device.DevicePath);
+  }
+  if (!EFI_ERROR(device.IdentityStatus)) {
+    record.identity = CopyOfObject(device.Identity);
+  }
+  for (UINTN slot = 0; slot < tvqplatform::kBlobCount; ++slot) {
+    const tvqplatform::Bytes bytes = tvqplatform::BlobBytes(device, slot);
+    if (bytes.Data() != nullptr) {
+      record.blobs[slot] = CopyOf(bytes);
+    }
+  }
+  return record;
+}
+
+Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer) {
+  Attribute attribute;
+  attribute.nameSpace = WideText(answer.Namespace);
+  attribute.name = WideText(answer.Name);
+  attribute.status = InWords(answer.Status);
+  attribute.text = WideTextIfAny(answer.Text);
+  if (answer.BiosInfo != nullptr) {
+    attribute.biosInfo =
+        BiosInfo{TextIfAny(answer.BiosInfo->ServiceTag), TextIfAny(answer.BiosInfo->BiosVersion),
+                 TextIfAny(answer.BiosInfo->ProductName)};
+  }
+  return attribute;
+}
+
+std::string GuidText(const EFI_GUID& guid) {
+  char text[40];
+  std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                static_cast<unsigned>(guid.Data1), guid.Data2, guid.Data3, guid.Data4[0],
+                guid.Data4[1], guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5],
+                guid.Data4[6], guid.Data4[7]);
+  return text;
+}
+
+}  // namespace
+
+struct Session::Impl {
+  Impl() {
+    StartImage(host::images::platform);
+    StartImage(host::images::driver);
+    firmware.ConstructImage(firmware.LoadImage(host::images::agent));
+  }
+  ~Impl() { TakeComplaints(); }
+
+  void StartImage(const host::Image& image) {
+    const EFI_STATUS status = firmware.StartImage(firmware.LoadImage(image));
+    if (EFI_ERROR(status)) {
+      throw std::logic_error("the image '" + image.Name() + "' ends with status " +
+                             std::to_string(status));
+    }
+  }
+
+  void Publish(const Table& table, tvqplatform::Publication& publication) {
+    const tvqplatform::SmbiosTable smbios = {
+        static_cast<UINT8>(table.major), static_cast<UINT8>(table.minor),
+        static_cast<UINT16>(table.structureCount), ViewOf(table.structures)};
+    const EFI_STATUS status = publication.Publish(smbios);
+    if (status == EFI_BAD_BUFFER_SIZE) {
+      throw TableError("its table has " + std::to_string(table.structures.size()) +
+                       " bytes, and a 32-bit entry point can state no more than 65,535");
+    }
+    if (EFI_ERROR(status)) {
+      throw TableError("its table cannot be published: " + InWords(status));
+    }
+  }
+
+  std::vector<Record> CollectRecords() {
+    tvqplatform::Inventory inventory;
+    const EFI_STATUS status = inventory.Collect();
+    if (EFI_ERROR(status)) {
+      throw std::runtime_error("the records cannot be collected: " + InWords(status));
+    }
+    std::vector<Record> records;
+    for (UINTN i = 0; i < inventory.Size(); ++i) {
+      records.push_back(ToRecord(inventory[i]));
+    }
+    return records;
+  }
+
+  std::vector<Attribute> AskAttributes() {
+    const tvqplatform::AttributeAnswers answers;
+    std::vector<Attribute> attributes;
+    for (UINTN i = 0; i < tvqplatform::AttributeAnswers::kCount; ++i) {
+      attributes.push_back(ToAttribute(answers[i]));
+    }
+    return attributes;
+  }
+
+  std::vector<LogLine> ReadLog() {
+    std::vector<LogLine> log;
+    TVQ_PLATFORM_PROTOCOL* platform = tvqplatform::FindPlatform();
+    TVQ_LOG_LINE line;
+    for (UINTN i = 0; !EFI_ERROR(platform->GetLogLine(platform, i, &line)); ++i) {
+      log.push_back({line.Level, line.FunctionName, WideText(line.Text)});
+    }
+    return log;
+  }
+
+  std::vector<Variable> ReadVariables() {
+    std::vector<Variable> variables;
+    for (const host::Variable& variable : firmware.Variables()) {
+      variables.push_back(
+          {variable.name, GuidText(variable.guid), variable.attributes, variable.data});
+    }
+    return variables;
+  }
+
+  std::vector<std::string> TakeComplaints() {
+    std::vector<std::string> complaints;
+    for (const host::Assertion& assertion : firmware.TakeAssertions()) {
+      complaints.push_back("assertion in " + assertion.image + ", " + assertion.file + ":" +
+                           std::to_string(assertion.line) + ": " + assertion.text);
+    }
+    for (const host::Misuse& misuse : firmware.TakeMisuses()) {
+      complaints.push_back(misuse.what);
+    }
+    return complaints;
+  }
+
+  host::Firmware firmware;
+};
+
+Session::Session() : mImpl(std::make_unique<Impl>()) {}
+Session::~Session() = default;
+
+Table Session::ReadCapturedFile(const Bytes& file) {
+  tvqplatform::Capture capture;
+  tvqplatform::ReadCapturedFile(ViewOf(file), capture);
+  return ToTable(capture);
+}
+
+Table Session::ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures) {
+  tvqplatform::Capture capture;
+  tvqplatform::ReadSeparateTable(ViewOf(entryPoint), ViewOf(structures), capture);
+  return ToTable(capture);
+}
+
+Conformed Session::Conform(const Table& table) {
+  Conformed conformed;
+  conformed.table = table;
+  tvqplatform::ConformedTable result;
+  const tvqplatform::ConformResult outcome = result.Conform(ViewOf(table.structures));
+  conformed.isRefused = tvqplatform::IsRefused(outcome);
+  conformed.summary = tvqplatform::ConformResultText(outcome);
+  if (outcome == tvqplatform::ConformResult::kChanged) {
+    conformed.table.structures = CopyOf(result.Structures());
+    conformed.table.structureCount =
+        static_cast<unsigned>(tvqplatform::Summarize(result.Structures()).StructureCount);
+  }
+  for (const tvqplatform::TableChange& change : result.Changes()) {
+    char sentence[kSentence];
+    tvqplatform::FormatChange(change, sentence, sizeof(sentence));
+    conformed.changes.emplace_back(sentence);
+  }
+  return conformed;
+}
+
+Results Session::Run(const Table& table) {
+  tvqplatform::Publication publication;
+  mImpl->Publish(table, publication);
+  Results results;
+  results.start = InWords(tvqplatform::StartDriver());
+  results.log = mImpl->ReadLog();
+  results.records = mImpl->CollectRecords();
+  results.attributes = mImpl->AskAttributes();
+  results.variables = mImpl->ReadVariables();
+  publication.Restore();
+  results.complaints = mImpl->TakeComplaints();
+  return results;
+}
+
+}  // namespace tvq::session

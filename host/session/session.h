@@ -1,0 +1,124 @@
+/*
+ * One run of the driver in this process, in types of the standard library: the command line and its
+ * tests see nothing of EDK II.
+ *
+ *     tvq::session::Session session;
+ *     tvq::session::Table table = session.ReadCapturedFile(bytes);   // throws TableError
+ *     tvq::session::Results results = session.Run(table);
+ *
+ * The machine, its platform and the driver are made with the session. Reading, conforming,
+ * publishing and collecting is the agent's own code.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_SESSION_SESSION_H_
+#define TVQ_HOST_SESSION_SESSION_H_
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tvq::session {
+
+using Bytes = std::vector<uint8_t>;
+
+// Bytes that are no SMBIOS table, or one that cannot be published. The message is the rest of a
+// sentence about them.
+class TableError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A structure table and what its entry point states about it.
+struct Table {
+  unsigned major = 0;
+  unsigned minor = 0;
+  unsigned structureCount = 0;
+  Bytes structures;
+  bool isBare = false;  // it came without an entry point
+  std::vector<std::string> warnings;
+};
+
+struct Conformed {
+  Table table;  // the original one when it needs no change or was refused
+  bool isRefused = false;
+  std::string summary;  // one sentence without a full stop
+  std::vector<std::string> changes;
+};
+
+struct Record {
+  unsigned deviceType = 0;
+  std::optional<std::u16string> name;
+  std::optional<std::u16string> fqdd;
+  std::optional<Bytes> devicePath;
+  std::optional<Bytes> identity;
+  std::optional<Bytes> blobs[3];  // inventory, configuration, end
+};
+
+// Texts of 8-bit characters, as the SMBIOS table has them.
+struct BiosInfo {
+  std::optional<std::string> serviceTag;
+  std::optional<std::string> biosVersion;
+  std::optional<std::string> productName;
+};
+
+struct Attribute {
+  std::u16string nameSpace;
+  std::u16string name;
+  std::string status;
+  std::optional<std::u16string> text;
+  std::optional<BiosInfo> biosInfo;
+};
+
+struct Variable {
+  std::u16string name;
+  std::string guid;
+  uint32_t attributes = 0;
+  Bytes data;
+};
+
+struct LogLine {
+  uint32_t level = 0;
+  std::string function;
+  std::u16string text;
+};
+
+struct Results {
+  std::string start;  // the status of the start
+  std::vector<Record> records;
+  std::vector<Attribute> attributes;
+  std::vector<Variable> variables;
+  std::vector<LogLine> log;  // what was logged during the start
+  std::vector<std::string>
+      complaints;  // failed assertions, and rules of the UEFI specification that were broken
+};
+
+// There is one session at a time.
+class Session {
+ public:
+  Session();
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // A file of `dmidecode --dump-bin`, or a bare table.
+  Table ReadCapturedFile(const Bytes& file);
+  // A table that lies apart from its entry point, as in /sys/firmware/dmi/tables.
+  Table ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures);
+
+  Conformed Conform(const Table& table);
+
+  // Publishes the table, starts the driver and collects everything. Once in the life of a session.
+  Results Run(const Table& table);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> mImpl;
+};
+
+}  // namespace tvq::session
+
+#endif  // TVQ_HOST_SESSION_SESSION_H_
