@@ -1,0 +1,300 @@
+/*
+ * From the table to the source form. What is a structure becomes a block with named fields; whatever is left over at the end
+ * becomes a [raw] block.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "host/table/layout.h"
+#include "host/table/source.h"
+#include "host/table/structure_view.h"
+#include "host/table/text.h"
+
+namespace tvq::table {
+namespace {
+
+constexpr std::size_t kBytesPerLine = 16;
+
+// "key = value" lines with their signs below each other.
+class Lines {
+ public:
+  void Add(std::string key, std::string value) {
+    mLines.emplace_back(std::move(key), std::move(value));
+  }
+
+  void AddBytes(std::size_t offset, const std::uint8_t* bytes, std::size_t size) {
+    for (std::size_t at = 0; at < size; at += kBytesPerLine) {
+      Add("bytes " + HexNumber(offset + at, 2),
+          HexBytes(bytes + at, std::min(kBytesPerLine, size - at)));
+    }
+  }
+
+  std::string Render() const {
+    std::size_t width = 0;
+    for (const auto& line : mLines) {
+      width = std::max(width, line.first.size());
+    }
+    std::string text;
+    for (const auto& [key, value] : mLines) {
+      text += key + std::string(width - key.size(), ' ') + " = " + value + '\n';
+    }
+    return text;
+  }
+
+ private:
+  std::vector<std::pair<std::string, std::string>> mLines;
+};
+
+std::uint64_t ReadNumber(const std::uint8_t* bytes, std::size_t width) {
+  std::uint64_t value = 0;
+  for (std::size_t i = width; i-- > 0;) {
+    value = value << 8 | bytes[i];
+  }
+  return value;
+}
+
+std::string FormatUuid(const std::uint8_t* bytes) {
+  // The first three groups are stored as little-endian numbers.
+  const auto group = [&](std::size_t offset, std::size_t width) {
+    return HexNumber(ReadNumber(bytes + offset, width), static_cast<int>(2 * width)).substr(2);
+  };
+  std::string text = group(0, 4) + "-" + group(4, 2) + "-" + group(6, 2) + "-";
+  for (std::size_t i = 8; i < 16; ++i) {
+    text += i == 10 ? "-" : "";
+    text += HexBytes(bytes + i, 1);
+  }
+  return text;
+}
+
+std::string FormatNumber(const std::uint8_t* bytes, FieldKind kind) {
+  const std::size_t width = WidthOf(kind);
+  const std::uint64_t value = ReadNumber(bytes, width);
+  switch (kind) {
+    case FieldKind::kHex8:
+    case FieldKind::kHex16:
+    case FieldKind::kHex32:
+    case FieldKind::kHex64:
+    case FieldKind::kHandle:
+      return HexNumber(value, static_cast<int>(2 * width));
+    default:
+      return std::to_string(value);
+  }
+}
+
+class StructureFormatter {
+ public:
+  explicit StructureFormatter(const StructureView& structure)
+      : mStructure(structure),
+        mLayout(LayoutOf(structure.Type())),
+        mIsWritten(structure.bodySize, false) {}
+
+  std::string Run(Version version) {
+    const std::size_t end = EndOfNamed();
+    if (!StringsComeInOrder(end)) {
+      AddStringsFrom(0);
+    }
+    for (const Field& field : mLayout.fields) {
+      if (IsNamed(field)) {
+        AddField(field);
+      }
+    }
+    for (std::size_t at = mLayout.group.offset; at < end; at += mLayout.group.Width()) {
+      AddGroup(at);
+    }
+    AddOtherBytes();
+    AddStringsFrom(mStringsKnown);
+    AddLength(version);
+    return "\n[" + TitleOf(mStructure.Type()) + " " + HexNumber(mStructure.Handle(), 4) + "]\n" +
+           mLines.Render();
+  }
+
+ private:
+  const std::uint8_t* At(std::size_t offset) const { return mStructure.body + offset; }
+
+  bool IsNamed(const Field& field) const {
+    return field.End() <= mStructure.bodySize &&
+           !mLayout.IsMoved(field, mStructure.body, mStructure.bodySize);
+  }
+
+  // Where the last whole group ends; the start of the groups when there is none.
+  std::size_t EndOfNamed() const {
+    const std::size_t width = mLayout.group.Width();
+    std::size_t end = mLayout.group.offset;
+    while (width != 0 && end + width <= mStructure.bodySize) {
+      end += width;
+    }
+    return end;
+  }
+
+  // The offsets of all string numbers, in the order in which they are written.
+  std::vector<std::size_t> StringOffsets(std::size_t end) const {
+    std::vector<std::size_t> offsets;
+    for (const Field& field : mLayout.fields) {
+      if (field.kind == FieldKind::kString && IsNamed(field)) {
+        offsets.push_back(field.offset);
+      }
+    }
+    for (std::size_t at = mLayout.group.offset; at < end;) {
+      for (const FieldKind part : mLayout.group.parts) {
+        if (part == FieldKind::kString) {
+          offsets.push_back(at);
+        }
+        at += WidthOf(part);
+      }
+    }
+    return offsets;
+  }
+
+  // Whether strings that are added where they are first named get the numbers that they have.
+  bool StringsComeInOrder(std::size_t end) const {
+    std::size_t known = 0;
+    for (const std::size_t offset : StringOffsets(end)) {
+      const std::size_t number = *At(offset);
+      if (number > mStructure.strings.size() || number <= known) {
+        continue;
+      }
+      if (number != known + 1) {
+        return false;
+      }
+      ++known;
+    }
+    return true;
+  }
+
+  // The number of the first string that has the content of this one.
+  std::size_t FirstAlike(std::size_t number) const {
+    const auto& strings = mStructure.strings;
+    const auto first = std::find(strings.begin(), strings.end(), strings[number - 1]);
+    return static_cast<std::size_t>(first - strings.begin()) + 1;
+  }
+
+  void AddStringsFrom(std::size_t index) {
+    for (std::size_t i = index; i < mStructure.strings.size(); ++i) {
+      mLines.Add("string", Quote(mStructure.strings[i]));
+    }
+    mStringsKnown = mStructure.strings.size();
+  }
+
+  std::string FormatString(std::size_t number) {
+    if (number == 0) {
+      return "0";
+    }
+    if (number > mStructure.strings.size()) {
+      return std::to_string(number) + "  # no such string";
+    }
+    const std::string text = Quote(mStructure.strings[number - 1]);
+    const bool isFirst = FirstAlike(number) == number;
+    if (number > mStringsKnown) {
+      mStringsKnown = number;
+      return isFirst ? text : "new " + text;
+    }
+    return isFirst ? text : std::to_string(number) + "  # " + text;
+  }
+
+  std::string FormatValue(std::size_t offset, FieldKind kind) {
+    const std::size_t width = WidthOf(kind);
+    std::fill_n(mIsWritten.begin() + offset, width, true);
+    if (kind == FieldKind::kString) {
+      return FormatString(*At(offset));
+    }
+    return kind == FieldKind::kUuid ? FormatUuid(At(offset)) : FormatNumber(At(offset), kind);
+  }
+
+  void AddField(const Field& field) {
+    std::string value = FormatValue(field.offset, field.kind);
+    if (!IsImplied(field)) {
+      mLines.Add(std::string(field.name), std::move(value));
+      mGivenEnd = std::max(mGivenEnd, field.End());
+    }
+  }
+
+  // A count that says what there is goes without saying.
+  bool IsImplied(const Field& field) const {
+    if (field.kind == FieldKind::kStringCount) {
+      return *At(field.offset) == mStructure.strings.size();
+    }
+    return field.kind == FieldKind::kGroupCount &&
+           *At(field.offset) == (EndOfNamed() - mLayout.group.offset) / mLayout.group.Width();
+  }
+
+  void AddGroup(std::size_t at) {
+    std::string values;
+    for (const FieldKind part : mLayout.group.parts) {
+      values += values.empty() ? "" : " ";
+      values += FormatValue(at, part);
+      at += WidthOf(part);
+    }
+    mLines.Add(std::string(mLayout.group.name), std::move(values));
+    mGivenEnd = std::max(mGivenEnd, at);
+  }
+
+  // Runs of bytes without a name; those that are all 0 need no line.
+  void AddOtherBytes() {
+    for (std::size_t at = kHeaderSize; at < mStructure.bodySize;) {
+      const auto next = std::find(mIsWritten.begin() + at, mIsWritten.end(), !mIsWritten[at]);
+      const auto end = static_cast<std::size_t>(next - mIsWritten.begin());
+      const bool isZero =
+          std::all_of(At(at), At(at) + (end - at), [](std::uint8_t byte) { return byte == 0; });
+      if (!mIsWritten[at] && !isZero) {
+        mLines.AddBytes(at, At(at), end - at);
+        mGivenEnd = std::max(mGivenEnd, end);
+      }
+      at = end;
+    }
+  }
+
+  void AddLength(Version version) {
+    if (std::max(mGivenEnd, mLayout.StandardSize(version)) != mStructure.bodySize) {
+      mLines.Add("length", std::to_string(mStructure.bodySize));
+    }
+  }
+
+  const StructureView& mStructure;
+  const Layout& mLayout;
+  std::vector<bool> mIsWritten;         // for each byte of the body
+  std::size_t mStringsKnown = 0;        // strings that the lines so far have named
+  std::size_t mGivenEnd = kHeaderSize;  // of the values that have a line
+  Lines mLines;
+};
+
+std::string FormatSettings(const Table& table, std::size_t structures) {
+  std::string text = "# An SMBIOS table of " + std::to_string(structures) + " structures in " +
+                     std::to_string(table.structures.size()) +
+                     " bytes.\n\nversion = " + std::to_string(table.version.majorNumber) + "." +
+                     std::to_string(table.version.minorNumber) + "\n";
+  if (table.entryPoint == EntryPoint::k64Bit) {
+    text += "entry-point = 64\n";
+  } else if (table.entryPoint == EntryPoint::kWindows) {
+    text += "entry-point = windows\n";
+  } else if (table.entryPoint == EntryPoint::kNone) {
+    text += "entry-point = none\n";
+  }
+  Lines patches;
+  for (const Patch& patch : table.entryPointPatches) {
+    patches.AddBytes(patch.offset, patch.bytes.data(), patch.bytes.size());
+  }
+  return text + (table.entryPointPatches.empty() ? "" : "\n[entry-point]\n") + patches.Render();
+}
+
+}  // namespace
+
+std::string FormatSource(const Table& table) {
+  const std::vector<StructureView> structures = SplitTable(table.structures);
+  std::string text = FormatSettings(table, structures.size());
+  std::size_t end = 0;
+  for (const StructureView& structure : structures) {
+    text += StructureFormatter(structure).Run(table.version);
+    end = structure.offset + structure.totalSize;
+  }
+  if (end != table.structures.size()) {
+    Lines rest;
+    rest.AddBytes(0, table.structures.data() + end, table.structures.size() - end);
+    text += "\n[raw]\n" + rest.Render();
+  }
+  return text;
+}
+
+}  // namespace tvq::table

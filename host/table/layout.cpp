@@ -1,0 +1,106 @@
+/*
+ * What the known types of structures consist of: the operations. The types themselves are in layouts.cpp.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/table/layout.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host/table/structure_view.h"
+
+namespace tvq::table {
+namespace {
+
+struct KindFacts {
+  std::size_t width;
+  std::string_view name;
+};
+
+// In the order of FieldKind.
+constexpr std::array<KindFacts, 12> kKinds = {{
+    {1, "byte"},
+    {2, "word"},
+    {4, "dword"},
+    {1, "byte"},
+    {2, "word"},
+    {4, "dword"},
+    {8, "qword"},
+    {2, "handle"},
+    {1, "string"},
+    {16, "UUID"},
+    {1, "count of strings"},
+    {1, "count of groups"},
+}};
+
+std::vector<Layout> MakeUnnamedLayouts() {
+  std::vector<Layout> layouts(256);
+  for (std::size_t type = 0; type < layouts.size(); ++type) {
+    layouts[type].type = static_cast<std::uint8_t>(type);
+  }
+  return layouts;
+}
+
+}  // namespace
+
+std::size_t WidthOf(FieldKind kind) {
+  return kKinds[static_cast<std::size_t>(kind)].width;
+}
+
+std::string_view NameOf(FieldKind kind) {
+  return kKinds[static_cast<std::size_t>(kind)].name;
+}
+
+std::size_t Group::Width() const {
+  std::size_t width = 0;
+  for (const FieldKind part : parts) {
+    width += WidthOf(part);
+  }
+  return width;
+}
+
+const Field* Layout::Find(std::string_view fieldName) const {
+  const auto found = std::find_if(fields.begin(), fields.end(),
+                                  [&](const Field& field) { return field.name == fieldName; });
+  return found == fields.end() ? nullptr : &*found;
+}
+
+std::size_t Layout::StandardSize(Version version) const {
+  std::size_t size = kHeaderSize;
+  for (const Field& field : fields) {
+    if (field.since <= version) {
+      size = field.End();
+    }
+  }
+  return size;
+}
+
+bool Layout::IsMoved(const Field& field, const std::uint8_t* body, std::size_t bodySize) const {
+  return tail.countOffset != 0 && field.offset >= tail.offset && tail.countOffset < bodySize &&
+         body[tail.countOffset] != 0;
+}
+
+const Layout& LayoutOf(std::uint8_t type) {
+  static const std::vector<Layout> kUnnamed = MakeUnnamedLayouts();
+  for (const Layout& layout : Layouts()) {
+    if (layout.type == type) {
+      return layout;
+    }
+  }
+  return kUnnamed[type];
+}
+
+const Layout* FindLayout(std::string_view name) {
+  const std::vector<Layout>& layouts = Layouts();
+  const auto found = std::find_if(layouts.begin(), layouts.end(),
+                                  [&](const Layout& layout) { return layout.name == name; });
+  return found == layouts.end() ? nullptr : &*found;
+}
+
+std::string TitleOf(std::uint8_t type) {
+  const Layout& layout = LayoutOf(type);
+  return layout.name.empty() ? "type " + std::to_string(type) : std::string(layout.name);
+}
+
+}  // namespace tvq::table
