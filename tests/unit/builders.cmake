@@ -1,0 +1,19 @@
+# The three builders of records, and what becomes of them when memory or a service fails.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+tvq_unit_test(
+  builder_failure_tests
+  SOURCES
+  unit/exhaustive_failure_test.cpp
+  unit/support/driver_memory.cpp
+  unit/support/model_cpus.cpp
+  unit/support/model_dimms.cpp
+  unit/support/model_machine.cpp
+  unit/support/model_system.cpp
+  unit/support/servers.cpp
+  unit/support/start_model.cpp
+  IMAGES
+  driver
+  LIBRARIES
+  tvq_test_support)

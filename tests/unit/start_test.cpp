@@ -1,0 +1,464 @@
+/*
+ * The deferred start: the order of its steps, and how each of them can end it.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <algorithm>
+
+#include "tests/unit/support/rig.h"
+
+#include "TvqSmbiosPkg/src/smbios/attributes.h"
+#include "TvqSmbiosPkg/src/smbios/fqdd.h"
+#include "TvqSmbiosPkg/src/uefi/entry.h"
+
+namespace tvq::test {
+namespace {
+
+using host::Service;
+using host::images::driver;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::Not;
+
+std::vector<UINT8> DeviceTypes(Rig& rig) {
+  std::vector<UINT8> types;
+  for (const RecordHandle& record : rig.Records()) {
+    types.push_back(record.record->device.generic.DeviceType);
+  }
+  return types;
+}
+
+std::vector<std::string> Spaces(const Rig& rig) {
+  std::vector<std::string> spaces;
+  for (const Registration& registration : rig.platform.registrations) {
+    spaces.push_back(registration.space);
+  }
+  return spaces;
+}
+
+// A loaded driver on the smallest server.
+class Start : public testing::Test {
+ protected:
+  void Load(Rig& rig) {
+    rig.Publish(MinimalServer());
+    ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  }
+
+  // Nothing came of the start beyond the registrations.
+  void ExpectNothingBuilt(Rig& rig) {
+    EXPECT_THAT(rig.Records(), IsEmpty());
+    EXPECT_THAT(rig.platform.storedValues, IsEmpty());
+    EXPECT_EQ(rig.LoadedImage()->Unload, nullptr);
+    EXPECT_NE(rig.StartRequest(), nullptr);
+  }
+};
+
+TEST_F(Start, BuildsARecordOfEachKindAndMakesTheImageUnloadable) {
+  Rig rig;
+  Load(rig);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_THAT(DeviceTypes(rig),
+              ElementsAre(TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM, TVQ_DEVICE_TYPE_SYSTEM));
+  EXPECT_EQ(rig.LoadedImage()->Unload, &DriverUnload);
+}
+
+TEST_F(Start, IgnoresItsArgument) {
+  Rig rig;
+  Load(rig);
+  EXPECT_EQ(rig.Start(reinterpret_cast<VOID*>(1)), EFI_SUCCESS);
+}
+
+TEST_F(Start, NeverReadsTheStartCode) {
+  Rig rig;
+  Load(rig);
+  rig.StartRequest()->StartCode = 0;
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+}
+
+TEST_F(Start, EndsWithoutATable) {
+  Rig rig;
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_THAT(rig.platform.registrations, IsEmpty());
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, EndsWhenThereIsOnlyThe64BitEntryPoint) {
+  Rig rig;
+  rig.PublishWith64BitEntryPoint(MinimalServer());
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_THAT(rig.platform.registrations, IsEmpty());
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, EndsWithoutAnFqddMap) {
+  Rig rig;
+  Table table;
+  table.Add(System{});
+  table.Add(Processor{});
+  rig.Publish(table);
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_THAT(rig.platform.registrations, IsEmpty());
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, EndsWhenTheFqddMapCannotBeAllocated) {
+  // The map is the third block of the start; an index of the structures may come before, and is dispensable.
+  std::vector<EFI_STATUS> statuses;
+  for (UINTN allocation = 1; allocation <= 4; ++allocation) {
+    Rig rig;
+    Load(rig);
+    rig.FailAllocation(allocation);
+    statuses.push_back(rig.Start());
+    if (EFI_ERROR(statuses.back())) {
+      EXPECT_THAT(rig.platform.registrations, IsEmpty());
+      ExpectNothingBuilt(rig);
+    }
+  }
+  const auto first = std::find_if(statuses.begin(), statuses.end(),
+                                  [](EFI_STATUS status) { return EFI_ERROR(status); });
+  ASSERT_LE(first + 3, statuses.end());
+  EXPECT_THAT(std::vector<EFI_STATUS>(first, first + 3),
+              ElementsAre(EFI_NOT_FOUND, EFI_NOT_FOUND, EFI_OUT_OF_RESOURCES));
+}
+
+// --- The attributes ---
+
+TEST_F(Start, RegistersThreeNamespacesWithTheirCallbacks) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  const std::vector<Registration>& registrations = rig.platform.registrations;
+  ASSERT_THAT(Spaces(rig), ElementsAre("zorv.server", "zorv.smbios.pci", "zorv.smbios.bios"));
+  EXPECT_EQ(registrations[0].getter, &ServerAttributeGet);
+  EXPECT_EQ(registrations[0].setter, &ServerAttributeSet);
+  EXPECT_EQ(registrations[1].getter, &PciAttributeGet);
+  EXPECT_EQ(registrations[1].setter, &PciAttributeSet);
+  EXPECT_EQ(registrations[2].getter, &BiosAttributeGet);
+  EXPECT_EQ(registrations[2].setter, &BiosAttributeSet);
+}
+
+TEST_F(Start, ReceivesAllThreeTokensInOneVariable) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  const std::vector<Registration>& registrations = rig.platform.registrations;
+  ASSERT_EQ(registrations.size(), 3u);
+  EXPECT_NE(registrations[0].token, nullptr);
+  EXPECT_THAT(registrations, Each(Field(&Registration::token, registrations[0].token)));
+}
+
+TEST_F(Start, GoesOnWhenTheServerNamespaceCannotBeRegistered) {
+  Rig rig;
+  Load(rig);
+  rig.platform.registerStatus["zorv.server"] = EFI_OUT_OF_RESOURCES;
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_THAT(Spaces(rig), ElementsAre("zorv.server", "zorv.smbios.pci", "zorv.smbios.bios"));
+  EXPECT_EQ(rig.Records().size(), 3u);
+}
+
+TEST_F(Start, EndsWhenThePciNamespaceCannotBeRegistered) {
+  Rig rig;
+  Load(rig);
+  rig.platform.registerStatus["zorv.smbios.pci"] = EFI_ACCESS_DENIED;
+  EXPECT_EQ(rig.Start(), EFI_ACCESS_DENIED);
+  EXPECT_THAT(Spaces(rig), ElementsAre("zorv.server", "zorv.smbios.pci"));
+  EXPECT_EQ(gDebugLog, nullptr);
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, EndsWhenTheBiosNamespaceCannotBeRegistered) {
+  Rig rig;
+  Load(rig);
+  rig.platform.registerStatus["zorv.smbios.bios"] = EFI_DEVICE_ERROR;
+  EXPECT_EQ(rig.Start(), EFI_DEVICE_ERROR);
+  EXPECT_THAT(Spaces(rig), ElementsAre("zorv.server", "zorv.smbios.pci", "zorv.smbios.bios"));
+  EXPECT_EQ(gDebugLog, nullptr);
+  ExpectNothingBuilt(rig);
+}
+
+// --- The debug log ---
+
+TEST_F(Start, FindsTheDebugLog) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(gDebugLog, &rig.platform.debugLog);
+  EXPECT_THAT(rig.TakeLog(), Not(IsEmpty()));
+  EXPECT_EQ(rig.Firmware().Calls(driver, Service::CreateEvent), 0u);
+}
+
+TEST_F(Start, LogsNothingUnderItsOwnNameWhenAllGoesWell) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_THAT(rig.TakeLog(), Each(Field(&LogLine::function, Not("SMBIOSInit"))));
+}
+
+TEST_F(Start, GoesOnWithoutADebugLog) {
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(gDebugLog, nullptr);
+  EXPECT_EQ(rig.Records().size(), 3u);
+  EXPECT_EQ(rig.Firmware().Calls(driver, Service::RegisterProtocolNotify), 1u);
+}
+
+TEST_F(Start, LogsFromTheMomentTheDebugLogAppears) {
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  rig.Provide(Part::kDebugLog);
+  EXPECT_EQ(gDebugLog, &rig.platform.debugLog);
+  EXPECT_THAT(rig.TakeLog(), IsEmpty()) << "lines from before are not kept back";
+  EXPECT_EQ(FindFqdd(0x5555), nullptr);
+  EXPECT_THAT(rig.TakeLog(), ElementsAre(LogIs("FindFqdd", "Handle 0x5555 not found\n")));
+}
+
+TEST_F(Start, NoticesTheDebugLogAtCallbackPriority) {
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  const EFI_TPL before = rig.BootServices()->RaiseTPL(TPL_CALLBACK);
+  rig.Provide(Part::kDebugLog);
+  EXPECT_EQ(gDebugLog, nullptr);
+  rig.BootServices()->RestoreTPL(before);
+  EXPECT_EQ(gDebugLog, &rig.platform.debugLog);
+}
+
+TEST_F(Start, LooksTheDebugLogUpAgainEachTimeOneIsInstalled) {
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  for (UINTN installed = 0; installed < 3; ++installed) {
+    gDebugLog = nullptr;
+    rig.Provide(Part::kDebugLog);
+    EXPECT_EQ(gDebugLog, &rig.platform.debugLog) << "installation " << installed;
+  }
+}
+
+TEST_F(Start, RunsTheNotificationOnceWhenItIsArmed) {
+  // Without the prerequisite the look-ups are: debug log, debug log again by the notification, prerequisite.
+  Rig rig({Part::kDebugLog, Part::kPrerequisite});
+  Load(rig);
+  const uint64_t before = rig.Firmware().Calls(driver, Service::LocateProtocol);
+  ASSERT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_EQ(rig.Firmware().Calls(driver, Service::LocateProtocol) - before, 3u);
+}
+
+TEST_F(Start, GoesOnWhenTheNotificationCannotBeArmed) {
+  for (const Service service : {Service::CreateEvent, Service::RegisterProtocolNotify}) {
+    Rig rig({Part::kDebugLog});
+    Load(rig);
+    rig.Firmware().FailCall(driver, service, 1, EFI_OUT_OF_RESOURCES);
+    EXPECT_EQ(rig.Start(), EFI_SUCCESS) << ServiceName(service);
+    EXPECT_EQ(rig.Records().size(), 3u);
+  }
+}
+
+TEST_F(Start, DropsTheLogWhoseLookUpFailed) {
+  Rig rig;
+  Load(rig);
+  gDebugLog = &rig.platform.debugLog;
+  rig.Firmware().FailCall(driver, Service::LocateProtocol, 1, EFI_ACCESS_DENIED);
+  // The notification looks again; it must not find the log either.
+  rig.Firmware().FailCall(driver, Service::CreateEvent, 1, EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(gDebugLog, nullptr);
+}
+
+// --- The prerequisite ---
+
+TEST_F(Start, RegistersButBuildsNothingWithoutThePrerequisite) {
+  Rig rig({Part::kPrerequisite});
+  Load(rig);
+  EXPECT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_EQ(rig.platform.registrations.size(), 3u);
+  EXPECT_EQ(gDebugLog, &rig.platform.debugLog);
+  EXPECT_THAT(rig.TakeLog(), IsEmpty());
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, ReturnsTheStatusOfThePrerequisitesLookUp) {
+  Rig rig;
+  Load(rig);
+  rig.Firmware().FailCall(driver, Service::LocateProtocol, 2, EFI_UNSUPPORTED);
+  EXPECT_EQ(rig.Start(), EFI_UNSUPPORTED);
+  ExpectNothingBuilt(rig);
+}
+
+TEST_F(Start, CanBeCalledAgainOnceThePrerequisiteIsThere) {
+  Rig rig({Part::kPrerequisite});
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_NOT_FOUND);
+  rig.Provide(Part::kPrerequisite);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(rig.platform.registrations.size(), 6u);
+  EXPECT_EQ(rig.Records().size(), 3u);
+}
+
+TEST_F(Start, HasNoGuardAgainstASecondCall) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(rig.platform.registrations.size(), 6u);
+  EXPECT_EQ(rig.platform.storedValues.size(), 2u);
+  // The firmware refuses the device paths of the second set.
+  EXPECT_EQ(rig.Records().size(), 3u);
+}
+
+// --- The build sequence ---
+
+TEST_F(Start, BuildsProcessorsThenModulesThenTheSystem) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  const std::vector<LogLine> log = rig.TakeLog();
+  const auto firstOf = [&](const std::string& function) {
+    return std::find_if(log.begin(), log.end(),
+                        [&](const LogLine& line) { return line.function == function; });
+  };
+  ASSERT_NE(firstOf("MakeSYSTEM"), log.end());
+  EXPECT_LT(firstOf("MakeCPUs"), firstOf("MakeDIMMs"));
+  EXPECT_LT(firstOf("MakeDIMMs"), firstOf("MakeSYSTEM"));
+}
+
+TEST_F(Start, GoesOnAfterABuilderThatFails) {
+  const std::vector<UINT8> all = {TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM,
+                                  TVQ_DEVICE_TYPE_SYSTEM};
+  for (size_t failing = 0; failing < all.size(); ++failing) {
+    Rig rig;
+    Load(rig);
+    rig.Firmware().FailCall(driver, Service::InstallMultipleProtocolInterfaces, failing + 1,
+                            EFI_OUT_OF_RESOURCES);
+    EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+    std::vector<UINT8> others = all;
+    others.erase(others.begin() + static_cast<std::ptrdiff_t>(failing));
+    EXPECT_EQ(DeviceTypes(rig), others);
+    EXPECT_EQ(rig.platform.storedValues.size(), 1u);
+  }
+}
+
+TEST_F(Start, StoresTheFirmwareAttributeAfterTheRecords) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  ASSERT_EQ(rig.platform.storedValues.size(), 1u);
+  const StoredValue& stored = rig.platform.storedValues[0];
+  EXPECT_EQ(stored.space, "zorv.smbios.bios");
+  EXPECT_EQ(stored.name, "SMBIOSBIOSInfo");
+  const auto* const info = reinterpret_cast<const SMBIOS_BIOS_INFO*>(stored.value);
+  EXPECT_STREQ(info->ServiceTag, "ABC1234");
+  EXPECT_STREQ(info->BiosVersion, "2.4.6");
+  EXPECT_STREQ(info->ProductName, "Rack One");
+  const auto block = rig.Memory().Find(info);
+  ASSERT_TRUE(block) << "the value stays for the boot";
+  EXPECT_GT(block->serial, rig.Memory().Find(rig.Records().back().record)->serial);
+}
+
+TEST_F(Start, StoresZeroWhenTheFirmwareAttributeCannotBeBuilt) {
+  uint64_t allocations = 0;
+  {
+    Rig rig;
+    Load(rig);
+    const uint64_t before = rig.Memory().Allocations(driver);
+    ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+    allocations = rig.Memory().Allocations(driver) - before;
+  }
+  Rig rig;
+  Load(rig);
+  // The value and two arrays for each of two structure types are the last five blocks of a start.
+  rig.FailAllocation(allocations - 4);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Records().size(), 3u);
+  ASSERT_EQ(rig.platform.storedValues.size(), 1u);
+  EXPECT_EQ(rig.platform.storedValues[0].value, 0u);
+}
+
+TEST_F(Start, IgnoresThatTheFirmwareAttributeCannotBeStored) {
+  Rig rig;
+  Load(rig);
+  rig.platform.setValueStatus["zorv.smbios.bios"] = EFI_ACCESS_DENIED;
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_EQ(rig.LoadedImage()->Unload, &DriverUnload);
+}
+
+TEST_F(Start, AnswersItsAttributesThroughThePlatform) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  UINT64 value = 0;
+  ASSERT_EQ(rig.Ask("zorv.server", u"SMBIOSServiceTagString", &value), EFI_SUCCESS);
+  EXPECT_EQ(Utf8(reinterpret_cast<CHAR16*>(value)), "ABC1234");
+}
+
+// --- The unload handler ---
+
+TEST_F(Start, OpensTheLoadedImageToGetTheProtocolOnly) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
+  UINTN count = 0;
+  ASSERT_EQ(rig.BootServices()->OpenProtocolInformation(
+                rig.ImageHandle(), &gEfiLoadedImageProtocolGuid, &opens, &count),
+            EFI_SUCCESS);
+  const auto* const open =
+      std::find_if(opens, opens + count, [&](const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& entry) {
+        return entry.AgentHandle == rig.ImageHandle();
+      });
+  ASSERT_NE(open, opens + count);
+  EXPECT_EQ(open->ControllerHandle, rig.ImageHandle());
+  EXPECT_EQ(open->Attributes, static_cast<UINT32>(EFI_OPEN_PROTOCOL_GET_PROTOCOL));
+  rig.BootServices()->FreePool(opens);
+}
+
+class StartWithoutLoadedImage : public Start {
+ protected:
+  // Three opens belong to the records.
+  void FailTheOpen(Rig& rig) {
+    rig.Firmware().FailCall(driver, Service::OpenProtocol, 4, EFI_ACCESS_DENIED);
+  }
+};
+
+TEST_F(StartWithoutLoadedImage, LogsTheStatusAndKeepsTheRecords) {
+  Rig rig;
+  Load(rig);
+  FailTheOpen(rig);
+  EXPECT_EQ(rig.Start(), EFI_ACCESS_DENIED);
+  EXPECT_EQ(rig.Records().size(), 3u);
+  EXPECT_EQ(rig.platform.storedValues.size(), 1u);
+  EXPECT_EQ(rig.LoadedImage()->Unload, nullptr);
+  const std::vector<LogLine> log = rig.TakeLog();
+  ASSERT_FALSE(log.empty());
+  EXPECT_THAT(
+      log.back(),
+      LogIs("SMBIOSInit", " before UninstallMultipleProtocolInterfaces, status Access Denied \n"));
+}
+
+TEST_F(StartWithoutLoadedImage, IsSilentWithoutADebugLog) {
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  FailTheOpen(rig);
+  EXPECT_EQ(rig.Start(), EFI_ACCESS_DENIED);
+  EXPECT_THAT(rig.TakeLog(), IsEmpty());
+}
+
+TEST(DebugLogNotify, IgnoresThatThereIsNoLogYet) {
+  Rig rig({Part::kDebugLog});
+  rig.Construct();
+  DebugLogNotify(nullptr, nullptr);
+  EXPECT_EQ(gDebugLog, nullptr);
+  rig.Provide(Part::kDebugLog);
+  DebugLogNotify(nullptr, nullptr);
+  EXPECT_EQ(gDebugLog, &rig.platform.debugLog);
+}
+
+}  // namespace
+}  // namespace tvq::test

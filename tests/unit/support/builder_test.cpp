@@ -1,0 +1,139 @@
+/*
+ * A driver that is loaded and knows its table.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "tests/unit/support/builder_test.h"
+
+#include "TvqSmbiosPkg/src/smbios/access.h"
+#include "TvqSmbiosPkg/src/smbios/fqdd.h"
+
+namespace tvq::test {
+namespace {
+
+host::Owner Driver() {
+  return host::images::driver;
+}
+
+std::string TakeText(EFI_BOOT_SERVICES* services, CHAR16* text) {
+  const std::string result = Utf8(text);
+  services->FreePool(text);
+  return result;
+}
+
+}  // namespace
+
+std::u16string Units(const CHAR16* text, size_t count) {
+  return text == nullptr ? u"(null)" : std::u16string(text, text + count);
+}
+
+Strings LinesOf(const std::string& routine, const Strings& texts) {
+  Strings lines;
+  for (const std::string& text : texts) {
+    lines.push_back(routine + ": " + text);
+  }
+  return lines;
+}
+
+Strings Joined(std::initializer_list<Strings> parts) {
+  Strings whole;
+  for (const Strings& part : parts) {
+    whole.insert(whole.end(), part.begin(), part.end());
+  }
+  return whole;
+}
+
+Strings Times(size_t count, const std::string& text) {
+  return Strings(count, text);
+}
+
+void BuilderTest::Prepare(const Table& table) {
+  rig.Publish(table);
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  rig.ConnectLog();
+  ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
+  BuildFqddMap();
+  rig.TakeLog();
+}
+
+EFI_STATUS BuilderTest::Run(EFI_STATUS (*builder)()) {
+  const uint64_t serial = LastSerial(rig.Memory());
+  const uint64_t before = rig.Memory().Allocations(Driver());
+  const EFI_STATUS status = builder();
+  rig.Memory().StopFailing();
+  rig.Firmware().StopFailingCalls();
+  allocations = rig.Memory().Allocations(Driver()) - before;
+  log = Lines(WithoutAddresses(rig.TakeLog()));
+  blocks = RoutinesSince(rig.Memory(), serial);
+  return status;
+}
+
+Bytes BuilderTest::PathData(size_t n) {
+  const auto* const path = reinterpret_cast<const TVQ_DEVICE_PATH*>(rig.Records().at(n).devicePath);
+  return Bytes(path->Data, path->Data + sizeof(path->Data));
+}
+
+EFI_STATUS BuilderTest::AskNames(size_t n, CHAR16** name, CHAR16** fqdd) {
+  const RecordHandle record = rig.Records().at(n);
+  CHAR8 language[] = "en-US";
+  return record.entryInterface->GetDeviceName(record.entryInterface, record.devicePath, language,
+                                              name, fqdd);
+}
+
+std::string BuilderTest::NameOf(size_t n) {
+  CHAR16* name = nullptr;
+  EXPECT_EQ(AskNames(n, &name, nullptr), EFI_SUCCESS);
+  return TakeText(rig.BootServices(), name);
+}
+
+std::string BuilderTest::FqddOf(size_t n) {
+  CHAR16* name = nullptr;
+  CHAR16* fqdd = nullptr;
+  EXPECT_EQ(AskNames(n, &name, &fqdd), EFI_SUCCESS);
+  TakeText(rig.BootServices(), name);
+  return TakeText(rig.BootServices(), fqdd);
+}
+
+void BuilderTest::ExpectServes(size_t n) {
+  TVQ_INVENTORY_PROTOCOL* const protocol = rig.Records().at(n).protocol;
+  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
+  TVQ_DATA result = {};
+  ASSERT_EQ(protocol->SMTVQGet(protocol, &request, &result), EFI_SUCCESS);
+  TVQ_DATA* const slots = static_cast<TVQ_DATA*>(result.Buffer);
+  for (int slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
+    EXPECT_NE(slots[slot].Buffer, nullptr) << "slot " << slot;
+    rig.BootServices()->FreePool(slots[slot].Buffer);
+  }
+  rig.BootServices()->FreePool(slots);
+}
+
+void BuilderTest::ExpectPublishedWhole(size_t n) {
+  const RecordHandle published = rig.Records().at(n);
+  smTVQ* const record = published.record;
+  EXPECT_EQ(published.protocol, reinterpret_cast<TVQ_INVENTORY_PROTOCOL*>(
+                                    reinterpret_cast<UINT8*>(record) + OFFSET_OF(smTVQ, Protocol)));
+  EXPECT_EQ(published.devicePath, Value(record->DevicePath));
+  ASSERT_NE(published.entryInterface, nullptr);
+  EXPECT_EQ(BytesOf(published.Entry()->Device), BytesOf(record->device));
+
+  UINTN count = 0;
+  EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
+  ASSERT_EQ(rig.BootServices()->OpenProtocolInformation(published.handle, &gTvqRecordGuid, &opens,
+                                                        &count),
+            EFI_SUCCESS);
+  bool isOpenByDriver = false;
+  for (UINTN i = 0; i < count; ++i) {
+    isOpenByDriver = isOpenByDriver ||
+                     (opens[i].AgentHandle == rig.ImageHandle() &&
+                      opens[i].ControllerHandle == published.handle &&
+                      opens[i].Attributes == EFI_OPEN_PROTOCOL_BY_DRIVER);
+  }
+  EXPECT_TRUE(isOpenByDriver);
+  rig.BootServices()->FreePool(opens);
+}
+
+void BuilderTest::FailInstall(uint64_t n, EFI_STATUS status) {
+  rig.Firmware().FailCall(Driver(), host::Service::InstallMultipleProtocolInterfaces, n, status);
+}
+
+}  // namespace tvq::test

@@ -1,0 +1,86 @@
+/*
+ * A driver that is loaded and knows its table, and whose builders a test calls itself.
+ *
+ *     Prepare(table);
+ *     EXPECT_EQ(Run(MakeCPUs), EFI_SUCCESS);
+ *     EXPECT_TRUE(SameLines(log, LinesOf("MakeCPUs", {"Entry MakeCPUs\n", ...})));
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_TESTS_UNIT_SUPPORT_BUILDER_TEST_H_
+#define TVQ_TESTS_UNIT_SUPPORT_BUILDER_TEST_H_
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "tests/unit/support/driver_memory.h"
+#include "tests/unit/support/rig.h"
+
+namespace tvq::test {
+
+// By value: nothing may refer to a field of a packed structure.
+template <typename T>
+T Value(T value) {
+  return value;
+}
+
+// The bytes of an object.
+template <typename T>
+Bytes BytesOf(const T& object) {
+  const auto* const first = reinterpret_cast<const uint8_t*>(&object);
+  return Bytes(first, first + sizeof(object));
+}
+
+// `count` UCS-2 units as they lie in memory, terminators included.
+std::u16string Units(const CHAR16* text, size_t count);
+
+using Strings = std::vector<std::string>;
+
+// The lines that one routine logs.
+Strings LinesOf(const std::string& routine, const Strings& texts);
+// Lists one behind the other.
+Strings Joined(std::initializer_list<Strings> parts);
+// `count` times the same.
+Strings Times(size_t count, const std::string& text);
+
+class BuilderTest : public testing::Test {
+ protected:
+  // Publishes the table, loads the driver and does what a start does before it calls the builders. Without a structure of type
+  // 225 there is no FQDD map.
+  void Prepare(const Table& table);
+  // Calls a builder and keeps what it logged, and which of its blocks are left.
+  EFI_STATUS Run(EFI_STATUS (*builder)());
+
+  size_t RecordCount() { return rig.Records().size(); }
+  // The record of the n-th handle.
+  smTVQ* Record(size_t n = 0) { return rig.Records().at(n).record; }
+  // The data of its device path.
+  Bytes PathData(size_t n = 0);
+  // The names that its device-list entry has.
+  std::string NameOf(size_t n = 0);
+  std::string FqddOf(size_t n = 0);
+  // Asks it for its blobs.
+  void ExpectServes(size_t n);
+  // What is installed on its handle, and how it is opened.
+  void ExpectPublishedWhole(size_t n);
+  // The n-th allocation of the next Run() fails.
+  void FailAllocation(uint64_t n) { rig.FailAllocation(n); }
+  void FailInstall(uint64_t n, EFI_STATUS status);
+
+  Rig rig;
+  // Of the last Run(): log lines, live blocks by routine, allocations asked for.
+  Strings log;
+  Strings blocks;
+  uint64_t allocations = 0;
+
+ private:
+  EFI_STATUS AskNames(size_t n, CHAR16** name, CHAR16** fqdd);
+};
+
+}  // namespace tvq::test
+
+#endif  // TVQ_TESTS_UNIT_SUPPORT_BUILDER_TEST_H_

@@ -1,0 +1,242 @@
+/*
+ * The end: what the unload handler takes back, and what it deliberately leaves.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <algorithm>
+#include <set>
+
+#include "tests/unit/support/rig.h"
+
+#include "TvqSmbiosPkg/src/smbios/access.h"
+#include "TvqSmbiosPkg/src/smbios/attributes.h"
+#include "TvqSmbiosPkg/src/smbios/fqdd.h"
+#include "TvqSmbiosPkg/src/uefi/entry.h"
+
+namespace tvq::test {
+namespace {
+
+using host::Service;
+using host::images::driver;
+using testing::Contains;
+using testing::Each;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+std::set<const void*> AddressesOf(const std::vector<host::Block>& blocks) {
+  std::set<const void*> addresses;
+  for (const host::Block& block : blocks) {
+    addresses.insert(block.address);
+  }
+  return addresses;
+}
+
+// A driver that was started on the smallest server.
+class Unload : public testing::Test {
+ protected:
+  Unload() {
+    mRig.Publish(MinimalServer());
+    EXPECT_EQ(mRig.Load(), EFI_SUCCESS);
+    EXPECT_EQ(mRig.Start(), EFI_SUCCESS);
+    EXPECT_EQ(mRig.Records().size(), 3u);
+  }
+
+  // Calls the handler as the firmware would; the image itself stays, so that its state can be looked at.
+  EFI_STATUS CallHandler() { return mRig.LoadedImage()->Unload(mRig.ImageHandle()); }
+
+  // The by-driver opens of a record, as {agent, controller}.
+  std::vector<std::pair<EFI_HANDLE, EFI_HANDLE>> DriverOpens(EFI_HANDLE handle) {
+    EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
+    UINTN count = 0;
+    EXPECT_EQ(mRig.BootServices()->OpenProtocolInformation(handle, &gTvqRecordGuid, &opens, &count),
+              EFI_SUCCESS);
+    std::vector<std::pair<EFI_HANDLE, EFI_HANDLE>> found;
+    for (UINTN i = 0; i < count; ++i) {
+      if (opens[i].Attributes == EFI_OPEN_PROTOCOL_BY_DRIVER) {
+        found.emplace_back(opens[i].AgentHandle, opens[i].ControllerHandle);
+      }
+    }
+    if (opens != nullptr) {
+      mRig.BootServices()->FreePool(opens);
+    }
+    return found;
+  }
+
+  Rig mRig;
+};
+
+TEST_F(Unload, ClosesEachRecordsOpenByTheDriver) {
+  for (const RecordHandle& record : mRig.Records()) {
+    EXPECT_THAT(DriverOpens(record.handle),
+                testing::ElementsAre(testing::Pair(mRig.ImageHandle(), record.handle)));
+  }
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  for (const RecordHandle& record : mRig.Records()) {
+    EXPECT_THAT(DriverOpens(record.handle), IsEmpty());
+  }
+}
+
+TEST_F(Unload, LeavesEveryProtocolOfTheRecordsInstalled) {
+  const std::vector<RecordHandle> before = mRig.Records();
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  const std::vector<RecordHandle> after = mRig.Records();
+  ASSERT_EQ(after.size(), before.size());
+  for (size_t i = 0; i < before.size(); ++i) {
+    EXPECT_EQ(after[i].handle, before[i].handle);
+    EXPECT_EQ(after[i].record, before[i].record);
+    EXPECT_NE(after[i].protocol, nullptr);
+    EXPECT_EQ(after[i].protocol, before[i].protocol);
+    EXPECT_NE(after[i].entryInterface, nullptr);
+    EXPECT_EQ(after[i].entryInterface, before[i].entryInterface);
+    EXPECT_NE(after[i].devicePath, nullptr);
+    EXPECT_EQ(after[i].devicePath, before[i].devicePath);
+  }
+}
+
+TEST_F(Unload, AsksForEachRecordsInterfacesInOneRefusedCall) {
+  EFI_EVENT event = nullptr;
+  VOID* registration = nullptr;
+  static UINTN notified;
+  notified = 0;
+  const auto count = [](EFI_EVENT, VOID*) EFIAPI { ++notified; };
+  ASSERT_EQ(
+      mRig.BootServices()->CreateEvent(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, count, nullptr, &event),
+      EFI_SUCCESS);
+  ASSERT_EQ(
+      mRig.BootServices()->RegisterProtocolNotify(&gTvqInventoryProtocolGuid, event, &registration),
+      EFI_SUCCESS);
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(mRig.Firmware().Calls(driver, Service::UninstallMultipleProtocolInterfaces), 3u);
+  // The inventory protocol comes first in the call: the firmware takes it off, refuses the entry, and puts it back.
+  EXPECT_EQ(notified, 3u);
+}
+
+TEST_F(Unload, FreesTheFqddMapAndForgetsTheTable) {
+  const void* const records = gType225Records;
+  const void* const map = gFqddMap;
+  ASSERT_TRUE(mRig.Memory().Find(records));
+  ASSERT_TRUE(mRig.Memory().Find(map));
+  const std::set<const void*> before = AddressesOf(mRig.Blocks());
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  const std::set<const void*> after = AddressesOf(mRig.Blocks());
+  EXPECT_THAT(after, Each(testing::Truly([&](const void* block) { return before.count(block); })))
+      << "the buffer with the handles is freed";
+  EXPECT_THAT(after, Not(Contains(records)));
+  EXPECT_THAT(after, Not(Contains(map)));
+  EXPECT_EQ(gType225Records, nullptr);
+  EXPECT_EQ(gFqddMap, nullptr);
+  EXPECT_EQ(gSmbiosEntryPoint, nullptr);
+}
+
+TEST_F(Unload, LeavesCountsAndFlagOfTheFqddMap) {
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(gType225Count, 1u);
+  EXPECT_EQ(gFqddMapCount, 2u);
+  EXPECT_EQ(gFqddMapValid, 1u);
+}
+
+TEST_F(Unload, FreesNeitherRecordsNorDevicePathsNorEntries) {
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  for (const RecordHandle& record : mRig.Records()) {
+    EXPECT_TRUE(mRig.Memory().Find(record.record));
+    EXPECT_TRUE(mRig.Memory().Find(record.devicePath));
+    EXPECT_TRUE(mRig.Memory().Find(record.Entry()));
+  }
+}
+
+TEST_F(Unload, LeavesStartRequestAndLibrary) {
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  ASSERT_NE(mRig.StartRequest(), nullptr);
+  EXPECT_EQ(mRig.StartRequest()->Start, &SMBIOSInit);
+  EXPECT_TRUE(mRig.Memory().Find(gZV));
+}
+
+TEST_F(Unload, IgnoresItsArgument) {
+  EXPECT_EQ(DriverUnload(nullptr), EFI_SUCCESS);
+  EXPECT_EQ(gFqddMap, nullptr);
+}
+
+TEST_F(Unload, CanBeCalledTwice) {
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_THAT(mRig.Records(), SizeIs(3));
+}
+
+TEST_F(Unload, LetsTheFirmwareDropTheImage) {
+  EXPECT_EQ(mRig.Unload(), EFI_SUCCESS);
+  EXPECT_EQ(mRig.ImageHandle(), nullptr);
+  EXPECT_THAT(mRig.Records(), SizeIs(3));
+}
+
+TEST_F(Unload, GoesOnWhateverEachStepAnswers) {
+  mRig.Firmware().FailCallsFrom(driver, Service::CloseProtocol, 1, EFI_NOT_FOUND);
+  mRig.Firmware().FailCallsFrom(driver, Service::UninstallMultipleProtocolInterfaces, 1,
+                                EFI_DEVICE_ERROR);
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(mRig.Firmware().Calls(driver, Service::CloseProtocol), 3u);
+  EXPECT_EQ(mRig.Firmware().Calls(driver, Service::UninstallMultipleProtocolInterfaces), 3u);
+  EXPECT_EQ(gFqddMap, nullptr);
+}
+
+TEST_F(Unload, SurvivesRecordsThatCannotBeFetched) {
+  mRig.Firmware().FailCallsFrom(driver, Service::HandleProtocol, 1, EFI_UNSUPPORTED);
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(gFqddMap, nullptr);
+}
+
+TEST_F(Unload, DoesNothingWhenTheRecordsCannotBeLocated) {
+  mRig.Firmware().FailCall(driver, Service::LocateHandleBuffer, 1, EFI_OUT_OF_RESOURCES);
+  const std::set<const void*> before = AddressesOf(mRig.Blocks());
+  EXPECT_EQ(mRig.Unload(), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(AddressesOf(mRig.Blocks()), before);
+  EXPECT_NE(gFqddMap, nullptr);
+  EXPECT_NE(gSmbiosEntryPoint, nullptr);
+  for (const RecordHandle& record : mRig.Records()) {
+    EXPECT_THAT(DriverOpens(record.handle), SizeIs(1));
+  }
+}
+
+TEST_F(Unload, EndsTheAnswersOfTheAttributes) {
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  UINT64 value = 7;
+  EXPECT_EQ(mRig.Ask("zorv.server", u"SMBIOSServiceTagString", &value), EFI_NOT_FOUND);
+  EXPECT_EQ(mRig.Ask("zorv.server", u"SMBIOSSystemNameString", &value), EFI_NOT_FOUND);
+  EXPECT_EQ(mRig.Ask("zorv.smbios.bios", u"SMBIOSBIOSInfo", &value), EFI_NOT_FOUND);
+  EXPECT_EQ(value, 7u);
+}
+
+TEST(UnloadWithoutRecords, KeepsTheImageAndTheFqddMap) {
+  Rig rig;
+  rig.Publish(MinimalServer());
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  rig.Firmware().FailCallsFrom(driver, Service::InstallMultipleProtocolInterfaces, 1,
+                               EFI_OUT_OF_RESOURCES);
+  ASSERT_EQ(rig.Start(), EFI_SUCCESS);
+  ASSERT_THAT(rig.Records(), IsEmpty());
+  EXPECT_EQ(rig.Unload(), EFI_NOT_FOUND);
+  EXPECT_NE(rig.ImageHandle(), nullptr);
+  EXPECT_TRUE(rig.Memory().Find(gFqddMap));
+  EXPECT_TRUE(rig.Memory().Find(gType225Records));
+  EXPECT_NE(gSmbiosEntryPoint, nullptr);
+}
+
+TEST(UnloadBeforeTheStart, IsUnsupported) {
+  Rig rig;
+  rig.Publish(MinimalServer());
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Unload(), EFI_UNSUPPORTED);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS) << "the driver is as it was";
+}
+
+TEST(UnloadAfterAStartThatEndedEarly, IsUnsupported) {
+  Rig rig({Part::kPrerequisite});
+  rig.Publish(MinimalServer());
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  ASSERT_EQ(rig.Start(), EFI_NOT_FOUND);
+  EXPECT_EQ(rig.Unload(), EFI_UNSUPPORTED);
+  EXPECT_NE(gFqddMap, nullptr);
+}
+
+}  // namespace
+}  // namespace tvq::test

@@ -1,0 +1,436 @@
+/*
+ * The library between driver and platform: its handle, the wrappers over the ZVI table, and the pool helpers.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/unit/support/rig.h"
+
+namespace tvq::test {
+namespace {
+
+using host::Service;
+using host::images::driver;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// An image whose constructors ran, before its entry point.
+class ZorvLib : public testing::Test {
+ protected:
+  void Load(Rig& rig) { rig.Firmware().ConstructImage(rig.Firmware().LoadImage(driver)); }
+
+  EFI_STATUS Initialize(Rig& rig) {
+    return ZorvLibInitialize(rig.ImageHandle(), rig.Firmware().SystemTableOf(driver));
+  }
+};
+
+// --- Initialisation ---
+
+TEST_F(ZorvLib, CollectsTheTablesOfTheSystemAndThePlatform) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(Initialize(rig), EFI_SUCCESS);
+  const EFI_SYSTEM_TABLE* const system = rig.Firmware().SystemTableOf(driver);
+  ASSERT_NE(gZV, nullptr);
+  EXPECT_EQ(gZV->BS, system->BootServices);
+  EXPECT_EQ(gZV->RT, system->RuntimeServices);
+  EXPECT_EQ(gZV->ST, system);
+  EXPECT_EQ(gZV->Services, &rig.platform.services);
+  EXPECT_EQ(gZV->Aux, &rig.platform.aux);
+  EXPECT_EQ(gZV->ZVI, &rig.platform.library);
+}
+
+TEST_F(ZorvLib, LivesInBootServicesData) {
+  Rig rig;
+  Load(rig);
+  ASSERT_EQ(Initialize(rig), EFI_SUCCESS);
+  const auto block = rig.Memory().Find(gZV);
+  ASSERT_TRUE(block);
+  EXPECT_EQ(block->size, 48u);
+  EXPECT_EQ(block->type, EfiBootServicesData);
+}
+
+TEST_F(ZorvLib, NeedsMemoryForItsHandle) {
+  Rig rig;
+  Load(rig);
+  rig.FailAllocation();
+  EXPECT_EQ(Initialize(rig), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(gZV, nullptr);
+}
+
+TEST_F(ZorvLib, NeedsTheServicesTableBeforeItLooksForProtocols) {
+  Rig rig({Part::kServices});
+  Load(rig);
+  EXPECT_EQ(Initialize(rig), EFI_NOT_FOUND);
+  EXPECT_EQ(rig.Firmware().Calls(driver, Service::LocateProtocol), 0u);
+  EXPECT_THAT(rig.Blocks(), IsEmpty()) << "the handle is freed";
+  EXPECT_NE(gZV, nullptr) << "and keeps its value";
+}
+
+TEST_F(ZorvLib, NeedsTheAuxiliaryProtocolBeforeTheLibraryTable) {
+  Rig rig({Part::kAux, Part::kLibrary});
+  Load(rig);
+  EXPECT_EQ(Initialize(rig), EFI_NOT_FOUND);
+  EXPECT_EQ(rig.Firmware().Calls(driver, Service::LocateProtocol), 1u);
+  EXPECT_THAT(rig.Blocks(), IsEmpty()) << "the handle is freed";
+  EXPECT_NE(gZV, nullptr) << "and keeps its value";
+}
+
+TEST_F(ZorvLib, ReturnsTheStatusOfTheAuxiliaryProtocolsLookUp) {
+  Rig rig;
+  Load(rig);
+  rig.Firmware().FailCall(driver, Service::LocateProtocol, 1, EFI_ACCESS_DENIED);
+  EXPECT_EQ(Initialize(rig), EFI_ACCESS_DENIED);
+  EXPECT_THAT(rig.Blocks(), IsEmpty());
+}
+
+TEST_F(ZorvLib, KeepsItsHandleWhenTheLibraryTableIsMissing) {
+  Rig rig({Part::kLibrary});
+  Load(rig);
+  EXPECT_EQ(Initialize(rig), EFI_NOT_FOUND);
+  ASSERT_NE(gZV, nullptr);
+  EXPECT_TRUE(rig.Memory().Find(gZV));
+  EXPECT_EQ(gZV->ZVI, nullptr);
+  EXPECT_EQ(gZV->Aux, &rig.platform.aux);
+}
+
+TEST_F(ZorvLib, ReturnsTheStatusOfTheLibraryTablesLookUp) {
+  Rig rig;
+  Load(rig);
+  rig.Firmware().FailCall(driver, Service::LocateProtocol, 2, EFI_UNSUPPORTED);
+  EXPECT_EQ(Initialize(rig), EFI_UNSUPPORTED);
+  EXPECT_TRUE(rig.Memory().Find(gZV));
+}
+
+// A configuration table of the test's own, with what firmware would not put there.
+class ZorvLibServicesTable : public ZorvLib {
+ protected:
+  EFI_STATUS InitializeWith(Rig& rig, std::vector<EFI_CONFIGURATION_TABLE> entries) {
+    EFI_SYSTEM_TABLE system = *rig.Firmware().SystemTableOf(driver);
+    system.ConfigurationTable = entries.data();
+    system.NumberOfTableEntries = entries.size();
+    return ZorvLibInitialize(rig.ImageHandle(), &system);
+  }
+};
+
+TEST_F(ZorvLibServicesTable, IsTheLastOneOfItsGuid) {
+  Rig rig;
+  Load(rig);
+  ZV_SERVICES_TABLE first;
+  ZV_SERVICES_TABLE last;
+  ASSERT_EQ(InitializeWith(rig, {{gZvServicesTableGuid, &first},
+                                 {gEfiSmbiosTableGuid, &rig},
+                                 {gZvServicesTableGuid, &last},
+                                 {gEfiSmbios3TableGuid, &rig}}),
+            EFI_SUCCESS);
+  EXPECT_EQ(gZV->Services, &last);
+}
+
+TEST_F(ZorvLibServicesTable, IsFoundByAllSixteenBytesOfItsGuid) {
+  for (size_t different = 0; different < sizeof(EFI_GUID); ++different) {
+    Rig rig;
+    Load(rig);
+    EFI_GUID other = gZvServicesTableGuid;
+    reinterpret_cast<UINT8*>(&other)[different] ^= 0x80;
+    EXPECT_EQ(InitializeWith(rig, {{other, &rig.platform.services}}), EFI_NOT_FOUND)
+        << "byte " << different;
+  }
+}
+
+TEST_F(ZorvLibServicesTable, IsMissingFromAnEmptyConfigurationTable) {
+  Rig rig;
+  Load(rig);
+  EXPECT_EQ(InitializeWith(rig, {}), EFI_NOT_FOUND);
+}
+
+// --- The wrappers ---
+
+// What a spy in the table was called with, and what it answers.
+std::vector<UINT64> gArguments;
+constexpr UINT64 kAnswer = 0x4142434445464748;
+
+template <typename Value>
+UINT64 Word(Value value) {
+  UINT64 word = 0;
+  std::memcpy(&word, &value, sizeof(value));
+  return word;
+}
+
+// Makes a spy of an entry of the table: it notes its arguments and answers kAnswer.
+template <typename Result, typename... Values>
+void SpyOn(Result(EFIAPI*& entry)(Values...)) {
+  entry = [](Values... values) EFIAPI -> Result {
+    gArguments = {Word(values)...};
+    if constexpr (!std::is_void_v<Result>) {
+      return (Result)kAnswer;
+    }
+  };
+}
+
+ZV_LIBRARY_PROTOCOL MakeSpies() {
+  ZV_LIBRARY_PROTOCOL table = {};
+  SpyOn(table.CopyMem);
+  SpyOn(table.AsciiStrLen);
+  SpyOn(table.AsciiStrCmp);
+  SpyOn(table.AsciiStrnCmp);
+  SpyOn(table.AsciiStrCpyS);
+  SpyOn(table.AsciiStrnCpyS);
+  SpyOn(table.AsciiStrStr);
+  SpyOn(table.AsciiStrTrim);
+  SpyOn(table.AsciiStrToUint);
+  SpyOn(table.StrLen);
+  SpyOn(table.StrCmp);
+  SpyOn(table.StrTrim);
+  table.AsciiVSPrint = [](CHAR8* buffer, UINTN size, const CHAR8* format, VA_LIST) EFIAPI -> UINTN {
+    gArguments = {Word(buffer), size, Word(format)};
+    return kAnswer;
+  };
+  return table;
+}
+
+CHAR8 gNarrow[] = "narrow";
+CHAR8 gOther[] = "other";
+CHAR16 gWide[] = {'w', 'i', 'd', 'e', 0};
+CHAR16 gOtherWide[] = {'o', 0};
+
+UINTN CallVSPrint(CHAR8* buffer, ...) {
+  VA_LIST marker;
+  VA_START(marker, buffer);
+  const UINTN result = ZvAsciiVSPrint(buffer, 11, gOther, marker);
+  VA_END(marker);
+  return result;
+}
+
+struct Wrapper {
+  const char* name;
+  std::function<UINT64()> call;
+  std::vector<UINT64> arguments;
+  UINT64 answer = kAnswer;
+};
+
+UINT64 AfterCalling(const std::function<void()>& call) {
+  call();
+  return 0;
+}
+
+std::vector<Wrapper> Wrappers() {
+  const UINT64 narrow = Word(&gNarrow[0]);
+  const UINT64 other = Word(&gOther[0]);
+  const UINT64 wide = Word(&gWide[0]);
+  const UINT64 otherWide = Word(&gOtherWide[0]);
+  return {
+      {"CopyMem",
+       [] { return AfterCalling([] { ZvCopyMem(gNarrow, gOther, 5); }); },
+       {narrow, other, 5},
+       0},
+      {"AsciiSPrint", [] { return ZvAsciiSPrint(gNarrow, 9, gOther, 1, 2); }, {narrow, 9, other}},
+      {"AsciiStrLen", [] { return ZvAsciiStrLen(gNarrow); }, {narrow}},
+      {"AsciiStrCmp", [] { return Word(ZvAsciiStrCmp(gNarrow, gOther)); }, {narrow, other}},
+      {"AsciiStrnCmp", [] { return Word(ZvAsciiStrnCmp(gNarrow, gOther, 3)); }, {narrow, other, 3}},
+      {"AsciiStrCpyS", [] { return ZvAsciiStrCpyS(gNarrow, 7, gOther); }, {narrow, 7, other}},
+      {"AsciiStrnCpyS",
+       [] { return ZvAsciiStrnCpyS(gNarrow, 7, gOther, 2); },
+       {narrow, 7, other, 2}},
+      {"AsciiStrStr", [] { return Word(ZvAsciiStrStr(gNarrow, gOther)); }, {narrow, other}},
+      {"AsciiStrTrim",
+       [] { return AfterCalling([] { ZvAsciiStrTrim(gNarrow, ' '); }); },
+       {narrow, ' '},
+       0},
+      {"AsciiStrToUint", [] { return ZvAsciiStrToUint(gNarrow, 16); }, {narrow, 16}},
+      {"AsciiDecimalToUint", [] { return ZvAsciiDecimalToUint(gNarrow); }, {narrow, 10}},
+      {"StrLen", [] { return ZvStrLen(gWide); }, {wide}},
+      {"StrCmp", [] { return Word(ZvStrCmp(gWide, gOtherWide)); }, {wide, otherWide}},
+      {"StrTrim", [] { return AfterCalling([] { ZvStrTrim(gWide, ' '); }); }, {wide, ' '}, 0},
+  };
+}
+
+class ZorvLibWrapper : public ZorvLib {
+ protected:
+  void ExpectAssertion(Rig& rig, const char* wrapper, const char* text) {
+    const std::vector<host::Assertion> assertions = rig.Firmware().TakeAssertions();
+    ASSERT_EQ(assertions.size(), 1u) << wrapper;
+    EXPECT_EQ(assertions[0].text, text) << wrapper;
+    EXPECT_EQ(assertions[0].file, "Library/ZorvLib/stubs") << wrapper;
+    EXPECT_EQ(assertions[0].image, "driver") << wrapper;
+  }
+
+  void ExpectEveryWrapperToRefuse(Rig& rig, const char* text) {
+    for (const Wrapper& wrapper : Wrappers()) {
+      EXPECT_EQ(wrapper.call(), 0u) << wrapper.name;
+      ExpectAssertion(rig, wrapper.name, text);
+    }
+    EXPECT_EQ(CallVSPrint(gNarrow), 0u);
+    ExpectAssertion(rig, "AsciiVSPrint", text);
+  }
+};
+
+TEST_F(ZorvLibWrapper, CallsTheEntryOfTheTableWithItsArguments) {
+  Rig rig;
+  rig.platform.library = MakeSpies();
+  rig.Construct();
+  for (const Wrapper& wrapper : Wrappers()) {
+    gArguments.clear();
+    // A 32-bit argument or a character stands in the lowest bytes.
+    EXPECT_EQ(wrapper.call(), wrapper.answer) << wrapper.name;
+    EXPECT_EQ(gArguments, wrapper.arguments) << wrapper.name;
+  }
+  EXPECT_EQ(CallVSPrint(gNarrow), kAnswer);
+  EXPECT_THAT(gArguments, ElementsAre(Word(&gNarrow[0]), 11, Word(&gOther[0])));
+}
+
+TEST_F(ZorvLibWrapper, ChecksNoArgumentsOfItsOwn) {
+  Rig rig;
+  rig.platform.library = MakeSpies();
+  rig.Construct();
+  EXPECT_EQ(ZvAsciiStrLen(nullptr), kAnswer);
+  EXPECT_THAT(gArguments, ElementsAre(0));
+  EXPECT_EQ(ZvAsciiStrCpyS(nullptr, 0, nullptr), kAnswer);
+  EXPECT_THAT(gArguments, ElementsAre(0, 0, 0));
+}
+
+TEST_F(ZorvLibWrapper, AnswersZeroBeforeTheInitialisation) {
+  Rig rig;
+  Load(rig);
+  ExpectEveryWrapperToRefuse(rig, "gZV != ((void *) 0)");
+}
+
+TEST_F(ZorvLibWrapper, AnswersZeroWithoutTheLibraryTable) {
+  Rig rig({Part::kLibrary});
+  Load(rig);
+  ASSERT_EQ(Initialize(rig), EFI_NOT_FOUND);
+  ExpectEveryWrapperToRefuse(rig, "gZV->ZVI != ((void *) 0)");
+}
+
+TEST_F(ZorvLibWrapper, AnswersZeroInSilenceWhenAssertionsAreOff) {
+  Rig rig;
+  Load(rig);
+  rig.Firmware().EnableAssertions(driver, false);
+  for (const Wrapper& wrapper : Wrappers()) {
+    EXPECT_EQ(wrapper.call(), 0u) << wrapper.name;
+  }
+  ZvFreePool(gNarrow);
+  EXPECT_THAT(rig.Firmware().Assertions(), IsEmpty());
+}
+
+TEST_F(ZorvLibWrapper, PrintsTheValuesInTheCall) {
+  Rig rig;
+  rig.Construct();
+  CHAR8 buffer[16];
+  EXPECT_EQ(ZvAsciiSPrint(buffer, sizeof(buffer), "CPU%d_HBMIO%d", 2, 13), 12u);
+  EXPECT_STREQ(buffer, "CPU2_HBMIO13");
+}
+
+TEST_F(ZorvLibWrapper, PrintsNoMoreThanTheBufferHolds) {
+  Rig rig;
+  rig.Construct();
+  CHAR8 buffer[] = "#########";
+  EXPECT_EQ(ZvAsciiSPrint(buffer, 5, "%d", 123456), 4u);
+  EXPECT_STREQ(buffer, "1234");
+  EXPECT_EQ(buffer[5], '#');
+}
+
+// --- Pool ---
+
+TEST_F(ZorvLibWrapper, FreesThroughTheBootServices) {
+  Rig rig;
+  rig.Construct();
+  VOID* const block = ZvAllocateZero(8);
+  ASSERT_TRUE(rig.Memory().Find(block));
+  ZvFreePool(block);
+  EXPECT_FALSE(rig.Memory().Find(block));
+}
+
+TEST_F(ZorvLibWrapper, FreesNothingBeforeTheInitialisation) {
+  Rig rig;
+  Load(rig);
+  ZvFreePool(gNarrow);
+  ExpectAssertion(rig, "FreePool", "gZV != ((void *) 0)");
+}
+
+TEST_F(ZorvLibWrapper, FreesNothingWithoutBootServices) {
+  Rig rig;
+  rig.Construct();
+  gZV->BS = nullptr;
+  ZvFreePool(gNarrow);
+  ExpectAssertion(rig, "FreePool", "gZV->BS != ((void *) 0)");
+}
+
+class ZvAllocateZeroTest : public testing::Test {
+ protected:
+  ZvAllocateZeroTest() { mRig.Construct(); }
+
+  Rig mRig;
+};
+
+TEST_F(ZvAllocateZeroTest, GivesZeroedBootServicesData) {
+  auto* const bytes = static_cast<UINT8*>(ZvAllocateZero(100));
+  ASSERT_NE(bytes, nullptr);
+  EXPECT_THAT(std::vector<UINT8>(bytes, bytes + 100), testing::Each(0));
+  const auto block = mRig.Memory().Find(bytes);
+  ASSERT_TRUE(block);
+  EXPECT_EQ(block->size, 100u);
+  EXPECT_EQ(block->type, EfiBootServicesData);
+}
+
+TEST_F(ZvAllocateZeroTest, AllocatesNothingForNoBytes) {
+  const uint64_t before = mRig.Memory().Allocations(driver);
+  EXPECT_EQ(ZvAllocateZero(0), nullptr);
+  EXPECT_EQ(mRig.Memory().Allocations(driver), before);
+}
+
+TEST_F(ZvAllocateZeroTest, GivesNothingFromAnExhaustedPool) {
+  mRig.FailAllocation();
+  EXPECT_EQ(ZvAllocateZero(8), nullptr);
+}
+
+// --- Narrowing ---
+
+class UnicodeToNewAsciiTest : public ZvAllocateZeroTest {
+ protected:
+  // The whole block, its terminator included.
+  std::string Narrow(std::vector<CHAR16> text) {
+    text.push_back(0);
+    CHAR8* const ascii = UnicodeToNewAscii(text.data());
+    const auto block = mRig.Memory().Find(ascii);
+    if (!block) {
+      return "no block";
+    }
+    return std::string(ascii, block->size);
+  }
+};
+
+TEST_F(UnicodeToNewAsciiTest, GivesOneByteForAnEmptyText) {
+  EXPECT_EQ(Narrow({}), std::string(1, '\0'));
+}
+
+TEST_F(UnicodeToNewAsciiTest, CopiesTheText) {
+  EXPECT_EQ(Narrow({'R', '2', 'D', '2'}), std::string("R2D2\0", 5));
+}
+
+TEST_F(UnicodeToNewAsciiTest, KeepsTheLowByteOfEachUnit) {
+  EXPECT_EQ(Narrow({0x0141, 0xFFE9, 0x20AC}), std::string("\x41\xE9\xAC\0", 4));
+}
+
+TEST_F(UnicodeToNewAsciiTest, GoesOnPastAUnitWhoseLowByteIsZero) {
+  EXPECT_EQ(Narrow({0x0100, 'B'}), std::string("\0B\0", 3));
+}
+
+TEST_F(UnicodeToNewAsciiTest, GivesNothingFromAnExhaustedPool) {
+  mRig.FailAllocation();
+  CHAR16 text[] = {'A', 0};
+  EXPECT_EQ(UnicodeToNewAscii(text), nullptr);
+}
+
+TEST_F(UnicodeToNewAsciiTest, MeasuresTheTextThroughTheLibraryTable) {
+  mRig.platform.library.StrLen = [](const CHAR16*) EFIAPI -> UINTN { return 6; };
+  CHAR16 text[] = {'A', 0};
+  CHAR8* const ascii = UnicodeToNewAscii(text);
+  EXPECT_EQ(std::string(ascii, mRig.Memory().Find(ascii)->size), std::string("A\0\0\0\0\0\0", 7));
+}
+
+}  // namespace
+}  // namespace tvq::test
