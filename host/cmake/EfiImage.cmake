@@ -1,14 +1,16 @@
-# tvq_efi_image(<name> INFS <inf>... [SOURCES <file>...] [EDK2_SOURCES <file>...] [EDK2_INCLUDES <folder>...] [INCLUDES <folder>...] [REFERENCE_INFS <inf>...] [PCDS <name>=<value>...])
+# tvq_efi_image(<name> INFS <inf>... [SOURCES <file>...] [INCLUDES <folder>...] [EDK2_SOURCES <file>...]
+#               [EDK2_INCLUDES <folder>...] [REFERENCE_INFS <inf>...] [PCDS <name>=<value>...])
 #
 # Makes a firmware image that runs in a process, as target tvq_image_<name> with `tvq::host::images::<name>` in
-# "images/<name>.h". The first INF is the module's; the others are libraries of ours that it uses, in the order of their constructors. Sources, GUIDs,
-# PCDs and entry points are read from them. Like an .efi file the image has its own copies of the EDK II libraries and of
-# every global; only the functions and globals of its own sources keep their names, so that tests can call them.
+# "images/<name>.h". The first INF is the module's; the others are libraries of ours that it uses, in the order of their
+# constructors. Sources, GUIDs, PCDs and entry points are read from them. Like an .efi file the image has its own copies
+# of the EDK II libraries and of every global; only the functions and globals of its own sources keep their names, so
+# that tests can call them.
 #
 #   SOURCES         further sources of ours that no INF lists
+#   INCLUDES        include folders of foreign code that our sources compile, as -isystem in a DSC's options
 #   EDK2_SOURCES    sources in the EDK II tree, relative to it
 #   EDK2_INCLUDES   further include folders in the EDK II tree
-#   INCLUDES        include folders of foreign code that our sources compile, as -isystem in a DSC's options for the module
 #   REFERENCE_INFS  INFs in the EDK II tree of which only the GUIDs and PCDs are wanted
 #   PCDS            values other than the declared defaults; `<name>=runtime` makes a variable for Firmware::SetPcd
 #
@@ -57,8 +59,8 @@ endfunction()
 
 # Runs edk2_autogen.py while configuring, and again when the script or a file it read has changed.
 function(_tvq_run_autogen)
-  execute_process(COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/edk2_autogen.py" --root "${PROJECT_SOURCE_DIR}" --root
-                          "${EDK2_DIR}" ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/edk2_autogen.py" --root "${PROJECT_SOURCE_DIR}"
+                          --root "${EDK2_DIR}" ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${TVQ_CMAKE_DIR}/edk2_autogen.py"
                                          "${TVQ_CMAKE_DIR}/edk2_meta.py")
 endfunction()
@@ -72,8 +74,8 @@ function(_tvq_image_part part name autogen)
   target_link_libraries(${part} PRIVATE tvq_image_flags)
 endfunction()
 
-# Joins the parts to one object whose symbols and writable data are its own. Functions of the sources in the targets `exporters` keep
-# their names.
+# Joins the parts to one object whose symbols and writable data are its own. Functions of the sources in the targets
+# `exporters` keep their names.
 function(_tvq_join_image name autogen edk2 exporters)
   configure_file("${TVQ_CMAKE_DIR}/image.lds.in" "${autogen}/image.lds" @ONLY)
   set(own "$<TARGET_OBJECTS:tvq_image_${name}_own>" "$<TARGET_OBJECTS:tvq_image_${name}_glue>")
@@ -95,7 +97,8 @@ endfunction()
 
 # tvq_efi_object(<name> [PRIVATE] ...): makes <build>/images/<name>/<name>.o, with the arguments of tvq_efi_image.
 function(tvq_efi_object name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "PRIVATE" "" "INFS;SOURCES;EDK2_SOURCES;EDK2_INCLUDES;INCLUDES;REFERENCE_INFS;PCDS")
+  set(lists INFS SOURCES INCLUDES EDK2_SOURCES EDK2_INCLUDES REFERENCE_INFS PCDS)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PRIVATE" "" "${lists}")
   if(DEFINED arg_UNPARSED_ARGUMENTS OR NOT arg_INFS)
     message(FATAL_ERROR "image ${name}: INFS is missing, or unknown arguments '${arg_UNPARSED_ARGUMENTS}'")
   endif()

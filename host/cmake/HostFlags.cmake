@@ -1,5 +1,5 @@
-# Compiler flags, as interface libraries: tvq_host_flags for code of the process, tvq_edk2_flags for everything that includes EDK II
-# headers, tvq_image_flags and tvq_image_warnings for the code of images.
+# Compiler flags, as interface libraries: tvq_host_flags for code of the process, tvq_edk2_flags for everything that
+# includes EDK II headers, tvq_image_flags and tvq_image_warnings for the code of images.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
@@ -11,8 +11,8 @@ find_program(TVQ_LD NAMES ld.bfd ld REQUIRED)
 find_program(TVQ_NM nm REQUIRED)
 find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
 
-# Frame pointers: the pool finds out by them who allocated a block. Debug information: it names those functions, and is found by the
-# address ranges, which GCC writes unasked.
+# Frame pointers: the pool finds out by them who allocated a block. Debug information: it names those functions, and is
+# found by the address ranges, which GCC writes unasked.
 add_compile_options(-fno-omit-frame-pointer -mno-omit-leaf-frame-pointer -g)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_options(-gdwarf-aranges)
@@ -42,14 +42,15 @@ endif()
 add_library(tvq_host_warnings INTERFACE)
 target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Werror)
 
-# EFIAPI is the Microsoft calling convention on X64, in a Linux process too. USING_LTO keeps the X64 headers from hiding every later
-# declaration.
+# EFIAPI is the Microsoft calling convention on X64, in a Linux process too. USING_LTO keeps the X64 headers from hiding
+# every later declaration.
 add_library(tvq_edk2_flags INTERFACE)
 target_compile_definitions(tvq_edk2_flags INTERFACE "EFIAPI=__attribute__((ms_abi))" USING_LTO)
 target_compile_options(tvq_edk2_flags INTERFACE -fshort-wchar -fno-strict-aliasing)
 
-# What firmware code is compiled with. None of it may rely on a C library; the C++ part has no exceptions, RTTI or guarded statics. It is always
-# optimised: GCC 12 expands __builtin_ms_va_copy (VA_COPY) wrongly without. A tail call would hide a function from the call sites of blocks.
+# What firmware code is compiled with. None of it may rely on a C library; the C++ part has no exceptions, RTTI or
+# guarded statics. It is always optimised: GCC 12 expands __builtin_ms_va_copy (VA_COPY) wrongly without. A tail call
+# would hide a function from the call sites of blocks.
 add_library(tvq_image_flags INTERFACE)
 target_link_libraries(tvq_image_flags INTERFACE tvq_edk2_flags)
 target_compile_options(

@@ -1,7 +1,7 @@
 # tvq_unit_test(<name> SOURCES <file>... [IMAGES <image>...] [LIBRARIES <library>...])
 #
-# Makes a GoogleTest program on the firmware library and registers its tests. A test of an image that does not exist in this tree yet is left
-# out, with a message.
+# Makes a GoogleTest program on the firmware library and registers its tests. A test of an image that does not exist in
+# this tree yet is left out, with a message.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 

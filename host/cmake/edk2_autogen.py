@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Does for a host build what EDK II's BaseTools do for firmware: makes AutoGen.h and AutoGen.c from INF and DEC files.
 
-Writes AutoGen.h, AutoGen.c and sources.cmake (the source lists) into a folder. With --guids, writes only a C file that defines every GUID
-of the given packages, for code around the images.
+Writes AutoGen.h, AutoGen.c and sources.cmake (the source lists) into a folder. With --guids, writes only a C file that
+defines every GUID of the given packages, for code around the images.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -114,7 +114,8 @@ class ImagePlan:
 
     def header(self):
         lines = [_NOTICE + "#ifndef TVQ_HOST_AUTOGEN_H_", "#define TVQ_HOST_AUTOGEN_H_", ""]
-        lines += ["#ifdef __cplusplus", 'extern "C" {', "#endif", "", "#include <Uefi.h>", "#include <Library/PcdLib.h>", ""]
+        lines += ["#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
+        lines += ["#include <Uefi.h>", "#include <Library/PcdLib.h>", ""]
         lines += ["extern GUID gEfiCallerIdGuid;", "extern CHAR8 *gEfiCallerBaseName;"]
         lines += [f"extern GUID {name};" for name in self.guids]
         lines += [pcd.header() for pcd in self.pcds]
@@ -153,12 +154,13 @@ class ImagePlan:
         lines += [f"const UINT8 _gDriver{kind}Count = {len(names)};"
                   for kind, names in (("UnloadImage", self.module.unloads), ("EntryPoint", self.module.entry_points))]
         if len(self.module.entry_points) > 1 or len(self.module.unloads) > 1:
-            raise MetaFileError(f"{self.module.path}: several entry points or unload handlers are not supported on the host")
-        unused = "(VOID)ImageHandle;"
+            raise MetaFileError(f"{self.module.path}: the host supports one entry point and one unload handler")
         run = f"{self.module.entry_points[0]} (ImageHandle, SystemTable)" if self.module.entry_points else "EFI_SUCCESS"
         unload = f"{self.module.unloads[0]} (ImageHandle)" if self.module.unloads else "EFI_SUCCESS"
-        lines += [f"EFI_STATUS EFIAPI ProcessModuleEntryPointList ({_C_PARAMETERS}) {{ {unused} (VOID)SystemTable; return {run}; }}"]
-        lines += [f"EFI_STATUS EFIAPI ProcessModuleUnloadList (EFI_HANDLE ImageHandle) {{ {unused} return {unload}; }}"]
+        lines += [f"EFI_STATUS EFIAPI ProcessModuleEntryPointList ({_C_PARAMETERS})", "{"]
+        lines += ["  (VOID)ImageHandle;", "  (VOID)SystemTable;", f"  return {run};", "}"]
+        lines += ["EFI_STATUS EFIAPI ProcessModuleUnloadList (EFI_HANDLE ImageHandle)", "{"]
+        lines += ["  (VOID)ImageHandle;", f"  return {unload};", "}"]
         return lines + [f"EFI_STATUS EFIAPI _ModuleEntryPoint ({_C_PARAMETERS});"]
 
     def _record(self):
@@ -174,7 +176,8 @@ class ImagePlan:
         return lines
 
     def source(self):
-        lines = [_NOTICE + "#include <Uefi.h>", "#include <Library/DebugLib.h>", '#include "host/firmware/host_interface.h"', ""]
+        lines = [_NOTICE + "#include <Uefi.h>", "#include <Library/DebugLib.h>"]
+        lines += ['#include "host/firmware/host_interface.h"', ""]
         lines += [f"GUID {name} = {value};" for name, value in self.guids.items()]
         lines += [f"GUID gEfiCallerIdGuid = {self._image_guid()};"]
         lines += [f'CHAR8 *gEfiCallerBaseName = "{self.module.defines.get("BASE_NAME", self.name)}";']
@@ -230,7 +233,7 @@ def main():
     parser.add_argument("--name", help="the image's name")
     parser.add_argument("--inf", action="append", default=[], help="the module's INF, then those of its own libraries")
     parser.add_argument("--edk2-library", action="append", default=[], help="the INF of an EDK II library")
-    parser.add_argument("--reference-inf", action="append", default=[], help="an INF of which only GUIDs and PCDs count")
+    parser.add_argument("--reference-inf", action="append", default=[], help="an INF whose GUIDs and PCDs count")
     parser.add_argument("--pcd", action="append", default=[], help="NAME=VALUE, or NAME=runtime for a variable")
     arguments = parser.parse_args()
     try:

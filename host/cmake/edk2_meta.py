@@ -1,6 +1,7 @@
 """Reads EDK II meta files: INF (modules and libraries) and DEC (packages).
 
-Only what a host build needs of them: source lists, include folders, GUIDs, PCDs and entry points, for X64 and the GCC family.
+Only what a host build needs of them: source lists, include folders, GUIDs, PCDs and entry points, for X64 and the GCC
+family.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """

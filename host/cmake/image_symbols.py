@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Writes the symbol renaming list that gives an image its own copy of everything it is made of.
 
-Fails if the image needs a symbol that only a C library has: in firmware there is none. Every symbol that the joined object defines gets the prefix `<image>.`, except strong symbols of the image's own sources, which tests call by their own
-name, and symbols that the whole program shares.
+Fails if the image needs a symbol that only a C library has: in firmware there is none. Every symbol that the joined
+object defines gets the prefix `<image>.`, except strong symbols of the image's own sources, which tests call by their
+own name, and symbols that the whole program shares.
 
 usage: image_symbols.py NM IMAGE JOINED.o OUTPUT [OWN.o...]
 
@@ -14,8 +15,8 @@ import sys
 from pathlib import Path
 
 # The interface to the host; and sanitizers, coverage and fuzzing, which keep one state for the whole program.
-_SHARED_PREFIXES = ("gTvqHost", "TvqHost", "__start_", "__stop_", "_GLOBAL_OFFSET_TABLE_", "___asan_", "__asan_", "__ubsan_",
-                    "__sanitizer_", "__sancov_", "__llvm_", "__gcov_")
+_SHARED_PREFIXES = ("gTvqHost", "TvqHost", "__start_", "__stop_", "_GLOBAL_OFFSET_TABLE_",
+                    "___asan_", "__asan_", "__ubsan_", "__sanitizer_", "__sancov_", "__llvm_", "__gcov_")
 
 
 def symbols(nm, files):

@@ -1,5 +1,6 @@
 /*
- * Who called: the stack by frame pointers, and the names of its functions from the program's debug information.
+ * Who called: the stack by frame pointers, and the names of its functions from the program's debug
+ * information.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -1,9 +1,9 @@
 /*
  * The EDK II headers for code that runs on the host, included the one way that works there.
  *
- * EDK II headers know nothing of C++ and claim short words (IN, OUT, VOID, MAX, ...) as macros. Include
- * this header instead of them, after <gtest/gtest.h> and every C++ standard header. A protocol
- * header that is not listed here goes inside `extern "C" { }` after it.
+ * EDK II headers know nothing of C++ and claim short words (IN, OUT, VOID, MAX, ...) as macros.
+ * Include this header instead of them, after <gtest/gtest.h> and every C++ standard header. A
+ * protocol header that is not listed here goes inside `extern "C" { }` after it.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -1,6 +1,6 @@
 /*
- * What the joined images and the host library know of each other. Included by C code inside an image and by the C++ library
- * around it, so it holds only C.
+ * What the joined images and the host library know of each other. Included by C code inside an
+ * image and by the C++ library around it, so it holds only C.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -58,7 +58,8 @@ EFI_STATUS TvqHostAllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryTy
                                 EFI_PHYSICAL_ADDRESS* Memory);
 EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages);
 
-// The core has changed the configuration table or its length: every image's system table is to follow.
+// The core has changed the configuration table or its length: every image's system table is to
+// follow.
 VOID TvqHostSystemTableChanged(const EFI_SYSTEM_TABLE* SystemTable);
 
 // DebugLib.

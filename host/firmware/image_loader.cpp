@@ -21,7 +21,8 @@ extern "C" {
 namespace tvq::host {
 namespace {
 
-// A firmware file as a device path: how a driver that was dispatched from a firmware volume is named.
+// A firmware file as a device path: how a driver that was dispatched from a firmware volume is
+// named.
 struct FilePath {
   MEDIA_FW_VOL_FILEPATH_DEVICE_PATH file;
   EFI_DEVICE_PATH_PROTOCOL end;
@@ -78,7 +79,8 @@ void ImageLoader::SetPcd(const Image& image, std::string_view name, uint64_t val
       "' that can be set at run time");
 }
 
-// An image that is loaded again starts from its initial data, as one that is read from its file again.
+// An image that is loaded again starts from its initial data, as one that is read from its file
+// again.
 void ImageLoader::GiveFreshData(const Image& image) {
   if (std::find(mUsed.begin(), mUsed.end(), &image) == mUsed.end()) {
     mUsed.push_back(&image);
@@ -132,10 +134,9 @@ EFI_HANDLE ImageLoader::Load(const Image& image) {
   GiveFreshData(image);
   LoadedImage loaded = {&image, nullptr, nullptr, nullptr, false};
   const EFI_BOOT_SERVICES& services = mMachine.bootServices;
-  if (!Describe(loaded) ||
-      EFI_ERROR(services.InstallMultipleProtocolInterfaces(
-          &loaded.handle, &gEfiLoadedImageProtocolGuid, loaded.info,
-          &gEfiLoadedImageDevicePathProtocolGuid, loaded.path, nullptr))) {
+  if (!Describe(loaded) || EFI_ERROR(services.InstallMultipleProtocolInterfaces(
+                               &loaded.handle, &gEfiLoadedImageProtocolGuid, loaded.info,
+                               &gEfiLoadedImageDevicePathProtocolGuid, loaded.path, nullptr))) {
     FreeDescription(loaded);
     return nullptr;
   }
@@ -220,7 +221,8 @@ void ImageLoader::CloseProtocolsOpenedBy(EFI_HANDLE agent) {
   const EFI_BOOT_SERVICES& services = mMachine.bootServices;
   EFI_HANDLE* handles = nullptr;
   UINTN handleCount = 0;
-  if (EFI_ERROR(services.LocateHandleBuffer(AllHandles, nullptr, nullptr, &handleCount, &handles))) {
+  if (EFI_ERROR(
+          services.LocateHandleBuffer(AllHandles, nullptr, nullptr, &handleCount, &handles))) {
     return;
   }
   for (UINTN index = 0; index < handleCount; ++index) {

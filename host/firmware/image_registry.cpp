@@ -1,5 +1,6 @@
 /*
- * The images that are linked into this program, and their writable data as it was before any of their code ran.
+ * The images that are linked into this program, and their writable data as it was before any of
+ * their code ran.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -13,12 +14,14 @@
 namespace tvq::host {
 namespace {
 
-// Copies without being seen by the sanitizers: the data of an image holds the red zones of its globals.
+// Copies without being seen by the sanitizers: the data of an image holds the red zones of its
+// globals.
 void CopyUnchecked(char* to, const char* from, size_t size) {
   asm volatile("rep movsb" : "+D"(to), "+S"(from), "+c"(size) : : "memory");
 }
 
-// A function-local static, because images register themselves while statics are still being constructed.
+// A function-local static, because images register themselves while statics are still being
+// constructed.
 std::vector<const Image*>& MutableImages() {
   static std::vector<const Image*> images;
   return images;

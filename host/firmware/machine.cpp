@@ -15,7 +15,8 @@ namespace {
 Machine* gMachine = nullptr;
 char16_t gVendor[] = u"Firmware on Linux";
 
-// The services that are not the DXE core's: memory, which the caller owns, images, time and variables.
+// The services that are not the DXE core's: memory, which the caller owns, images, time and
+// variables.
 
 EFI_STATUS EFIAPI AllocatePool(EFI_MEMORY_TYPE type, UINTN size, VOID** buffer) {
   Machine& machine = Machine::Current();
@@ -96,7 +97,8 @@ VOID EFIAPI ResetSystem(EFI_RESET_TYPE, EFI_STATUS, UINTN, VOID*) {
   Machine::Current().reports.AddMisuse("ResetSystem was called, which this machine does not have");
 }
 
-// Three services of the core return a buffer that the caller is to free: it becomes the caller's own.
+// Three services of the core return a buffer that the caller is to free: it becomes the caller's
+// own.
 
 void HandOver(const void* buffer) {
   Machine& machine = Machine::Current();

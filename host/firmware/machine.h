@@ -36,7 +36,8 @@ class Machine {
   Pool pool;
   VariableStore variables;
   Console console;
-  // What stands behind every owner's tables: the core's services and this library's. A null entry is a service that this machine does not have.
+  // What stands behind every owner's tables: the core's services and this library's. A null entry
+  // is a service that this machine does not have.
   EFI_SYSTEM_TABLE systemTable = {};
   EFI_BOOT_SERVICES bootServices = {};
   EFI_RUNTIME_SERVICES runtimeServices = {};

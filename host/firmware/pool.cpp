@@ -170,7 +170,8 @@ EFI_STATUS Pool::Store::Free(void* buffer) {
   UINT8* const block = static_cast<UINT8*>(buffer);
   const size_t size = found->second.size;
   if (!IsFilledWith(block + size, kTailSize, kTail)) {
-    mMachine.reports.AddMisuse("FreePool (" + Hex(found->first) + "): a write went past the end of the block");
+    mMachine.reports.AddMisuse("FreePool (" + Hex(found->first) +
+                               "): a write went past the end of the block");
   }
   mFreedAddresses.insert(found->first);
   mLive.erase(found);
@@ -263,11 +264,18 @@ void Pool::Store::GiveTo(const Owner& owner, const void* buffer) {
   }
 }
 
-std::vector<Block> Pool::Store::Live() const {
+size_t Pool::Store::LiveCount(std::optional<Owner> owner) const {
+  return static_cast<size_t>(std::count_if(mLive.begin(), mLive.end(), [&](const auto& item) {
+    return !owner.has_value() || item.second.owner == *owner;
+  }));
+}
+
+std::vector<Block> Pool::Store::Live(std::optional<Owner> owner) const {
   std::vector<Block> blocks;
-  blocks.reserve(mLive.size());
   for (const auto& [address, block] : mLive) {
-    blocks.push_back(block);
+    if (!owner.has_value() || block.owner == *owner) {
+      blocks.push_back(block);
+    }
   }
   std::sort(blocks.begin(), blocks.end(),
             [](const Block& left, const Block& right) { return left.serial < right.serial; });
@@ -311,15 +319,11 @@ Pool::Pool(Machine& machine) : mStore(std::make_unique<Store>(machine)) {}
 Pool::~Pool() = default;
 
 std::vector<Block> Pool::LiveBlocks() const {
-  return mStore->Live();
+  return mStore->Live(std::nullopt);
 }
 
 std::vector<Block> Pool::LiveBlocks(const Owner& owner) const {
-  std::vector<Block> blocks = mStore->Live();
-  blocks.erase(std::remove_if(blocks.begin(), blocks.end(),
-                              [&](const Block& block) { return block.owner != owner; }),
-               blocks.end());
-  return blocks;
+  return mStore->Live(owner);
 }
 
 std::optional<Block> Pool::Find(const void* address) const {
@@ -339,11 +343,11 @@ uint64_t Pool::Frees() const {
 }
 
 size_t Pool::LiveCount() const {
-  return LiveBlocks().size();
+  return mStore->LiveCount(std::nullopt);
 }
 
 size_t Pool::LiveCount(const Owner& owner) const {
-  return LiveBlocks(owner).size();
+  return mStore->LiveCount(owner);
 }
 
 void Pool::FailAllocation(uint64_t n, std::optional<Owner> owner) {

@@ -33,7 +33,8 @@ class Pool::Store {
   // A service of the core handed a block over.
   void GiveTo(const Owner& owner, const void* buffer);
 
-  std::vector<Block> Live() const;
+  std::vector<Block> Live(std::optional<Owner> owner) const;
+  size_t LiveCount(std::optional<Owner> owner) const;
   std::optional<Block> Find(const void* address) const;
   uint64_t Allocations(std::optional<Owner> owner) const;
   uint64_t Frees() const { return mFrees; }

@@ -72,11 +72,11 @@ void Reports::ReportUntaken() const {
 using tvq::host::CallSite;
 using tvq::host::Machine;
 
-// Functions of an image can be called without a machine as long as they call no services; their assertions count all the same.
+// Functions of an image can be called without a machine as long as they call no services; their
+// assertions count all the same.
 BOOLEAN TvqHostAssertEnabled(const CHAR8* Image) {
   Machine* machine = Machine::CurrentOrNull();
-  return machine == nullptr ||
-         machine->reports.mAssertionsEnabled[tvq::host::OwnerNumberOf(Image)];
+  return machine == nullptr || machine->reports.mAssertionsEnabled[tvq::host::OwnerNumberOf(Image)];
 }
 
 VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR8* Text) {

@@ -1,6 +1,6 @@
 /*
- * Every owner's own copy of the system table. A service gets no hint of its caller, so each owner has entry points of its own, made
- * from the list in services.def.
+ * Every owner's own copy of the system table. A service gets no hint of its caller, so each owner
+ * has entry points of its own, made from the list in services.def.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -43,7 +43,8 @@ EFI_STATUS Unsupported(Service service) {
   return EFI_UNSUPPORTED;
 }
 
-// GUIDs and interfaces of a call with variable arguments, up to its end. They are passed on as a fixed number of arguments.
+// GUIDs and interfaces of a call with variable arguments, up to its end. They are passed on as a
+// fixed number of arguments.
 struct InterfaceList {
   static constexpr size_t kMaxItems = 32;
   void* items[kMaxItems] = {};
@@ -58,23 +59,23 @@ struct InterfaceList {
   }
 };
 
-#define TVQ_4_ITEMS(list, n) \
-  list.items[n], list.items[n + 1], list.items[n + 2], list.items[n + 3]
-#define TVQ_ALL_ITEMS(list)                                                                  \
-  TVQ_4_ITEMS(list, 0), TVQ_4_ITEMS(list, 4), TVQ_4_ITEMS(list, 8), TVQ_4_ITEMS(list, 12),   \
+#define TVQ_4_ITEMS(list, n) list.items[n], list.items[n + 1], list.items[n + 2], list.items[n + 3]
+#define TVQ_ALL_ITEMS(list)                                                                       \
+  TVQ_4_ITEMS(list, 0), TVQ_4_ITEMS(list, 4), TVQ_4_ITEMS(list, 8), TVQ_4_ITEMS(list, 12),        \
       TVQ_4_ITEMS(list, 16), TVQ_4_ITEMS(list, 20), TVQ_4_ITEMS(list, 24), TVQ_4_ITEMS(list, 28), \
       nullptr
 
-// The entry points of one owner. Forward: a service that may be missing; Pass: one that is always there.
+// The entry points of one owner. Forward: a service that may be missing; Pass: one that is always
+// there.
 template <unsigned kOwner>
 struct Entry {
-#define TVQ_FORWARD(table, name, parameters, arguments)            \
-  static EFI_STATUS EFIAPI name parameters {                       \
-    const ServiceCalls::Call call(kOwner, Service::name);          \
-    if (call.Refusal().has_value()) {                              \
-      return *call.Refusal();                                      \
-    }                                                              \
-    const auto service = Machine::Current().table.name;            \
+#define TVQ_FORWARD(table, name, parameters, arguments)                         \
+  static EFI_STATUS EFIAPI name parameters {                                    \
+    const ServiceCalls::Call call(kOwner, Service::name);                       \
+    if (call.Refusal().has_value()) {                                           \
+      return *call.Refusal();                                                   \
+    }                                                                           \
+    const auto service = Machine::Current().table.name;                         \
     return service != nullptr ? service arguments : Unsupported(Service::name); \
   }
 #define TVQ_PASS(table, type, name, parameters, arguments) \
@@ -90,23 +91,23 @@ struct Entry {
   TVQ_PASS(bootServices, type, name, parameters, arguments)
 #define RUNTIME_SERVICE_VALUE(type, name, parameters, arguments) \
   TVQ_PASS(runtimeServices, type, name, parameters, arguments)
-#define BOOT_SERVICE_LIST(name, handle_parameter)                             \
-  static EFI_STATUS EFIAPI name(handle_parameter, ...) {                      \
-    const ServiceCalls::Call call(kOwner, Service::name);                     \
-    if (call.Refusal().has_value()) {                                         \
-      return *call.Refusal();                                                 \
-    }                                                                         \
-    InterfaceList list;                                                       \
-    bool complete = true;                                                     \
-    VA_LIST arguments;                                                        \
-    VA_START(arguments, handle);                                              \
-    void* guid;                                                               \
-    while (complete && (guid = VA_ARG(arguments, void*)) != nullptr) {        \
-      complete = list.Add(guid) && list.Add(VA_ARG(arguments, void*));        \
-    }                                                                         \
-    VA_END(arguments);                                                        \
+#define BOOT_SERVICE_LIST(name, handle_parameter)                                       \
+  static EFI_STATUS EFIAPI name(handle_parameter, ...) {                                \
+    const ServiceCalls::Call call(kOwner, Service::name);                               \
+    if (call.Refusal().has_value()) {                                                   \
+      return *call.Refusal();                                                           \
+    }                                                                                   \
+    InterfaceList list;                                                                 \
+    bool complete = true;                                                               \
+    VA_LIST arguments;                                                                  \
+    VA_START(arguments, handle);                                                        \
+    void* guid;                                                                         \
+    while (complete && (guid = VA_ARG(arguments, void*)) != nullptr) {                  \
+      complete = list.Add(guid) && list.Add(VA_ARG(arguments, void*));                  \
+    }                                                                                   \
+    VA_END(arguments);                                                                  \
     return complete ? Machine::Current().bootServices.name(handle, TVQ_ALL_ITEMS(list)) \
-                    : Unsupported(Service::name);                             \
+                    : Unsupported(Service::name);                                       \
   }
 #include "host/firmware/services.def"
 #undef BOOT_SERVICE

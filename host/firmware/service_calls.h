@@ -1,5 +1,6 @@
 /*
- * Every owner's own copy of the system table, whose services know who calls, are counted and can be made to fail.
+ * Every owner's own copy of the system table, whose services know who calls, are counted and can be
+ * made to fail.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -65,8 +66,8 @@ class ServiceCalls {
   std::optional<EFI_STATUS> FaultOf(const Owner& owner, Service service) const;
 
   std::array<Tables, Owner::kMaxOwners> mTables = {};
-  std::array<std::array<uint64_t, static_cast<size_t>(Service::kCount)>, Owner::kMaxOwners>
-      mCalls = {};
+  std::array<std::array<uint64_t, static_cast<size_t>(Service::kCount)>, Owner::kMaxOwners> mCalls =
+      {};
   std::vector<Fault> mFaults;
   Owner mCaller = Owner::Core();
 };

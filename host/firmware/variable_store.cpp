@@ -12,8 +12,8 @@
 namespace tvq::host {
 namespace {
 
-constexpr UINT32 kPlainAttributes = EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS |
-                                    EFI_VARIABLE_RUNTIME_ACCESS;
+constexpr UINT32 kPlainAttributes =
+    EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
 constexpr UINT32 kKnownAttributes = kPlainAttributes | EFI_VARIABLE_APPEND_WRITE;
 
 std::u16string_view NameOf(const CHAR16* name) {
@@ -102,8 +102,8 @@ EFI_STATUS VariableStore::Set(const CHAR16* name, const EFI_GUID* vendor, UINT32
   return Store(NameOf(name), *vendor, attributes, static_cast<const UINT8*>(data), size);
 }
 
-EFI_STATUS VariableStore::Store(std::u16string_view name, const EFI_GUID& vendor,
-                                UINT32 attributes, const UINT8* data, UINTN size) {
+EFI_STATUS VariableStore::Store(std::u16string_view name, const EFI_GUID& vendor, UINT32 attributes,
+                                const UINT8* data, UINTN size) {
   const bool append = (attributes & EFI_VARIABLE_APPEND_WRITE) != 0;
   const UINT32 kept = attributes & kPlainAttributes;
   const bool deletes = kept == 0 || (size == 0 && !append);
@@ -127,7 +127,8 @@ EFI_STATUS VariableStore::Store(std::u16string_view name, const EFI_GUID& vendor
     return EFI_SUCCESS;
   }
   const UINTN replaced = append ? 0 : variable.data.size();
-  if (UsedSize() - replaced + size > kStorageSize || (append && SizeOf(variable) + size > kMaxVariableSize)) {
+  if (UsedSize() - replaced + size > kStorageSize ||
+      (append && SizeOf(variable) + size > kMaxVariableSize)) {
     return EFI_OUT_OF_RESOURCES;
   }
   if (!append) {

@@ -13,7 +13,8 @@
 
 namespace tvq::host {
 
-// Follows EDK II's variable driver without authentication: which attributes are refused, and with what.
+// Follows EDK II's variable driver without authentication: which attributes are refused, and with
+// what.
 class VariableStore {
  public:
   // Name and data together; what OVMF allows.

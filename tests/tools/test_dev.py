@@ -128,6 +128,10 @@ class ShellFunctions(unittest.TestCase):
         self.assertRegex(result.stderr, r"(?s)failed after .*\n61\n62\n.*100\ndev: the whole output is in .*/it\.log\n")
         self.assertNotIn("\n60\n", result.stderr)
 
+    def test_an_error_far_up_in_the_output_is_shown_too(self):
+        result = self.bash("Step 'Doing it' it bash -c 'echo one.cpp:3:1: error: no such thing; seq 100; exit 1'")
+        self.assertRegex(result.stderr, r"-- errors in the output:\none\.cpp:3:1: error: no such thing\n-- the end")
+
     def test_a_verbose_step_shows_its_output_at_once(self):
         result = self.bash("Step 'Doing it' it echo the output", VERBOSE="1")
         self.assertRegex(result.stderr, r"^== Doing it \.\.\.\nthe output\n== Doing it: \d")
@@ -143,7 +147,7 @@ class ShellFunctions(unittest.TestCase):
     def test_a_fast_failure_is_announced_with_its_output(self):
         result = self.bash("StepIfSlow 'Doing it' it bash -c 'echo why; exit 3'")
         self.assertEqual(result.returncode, 3)
-        self.assertRegex(result.stderr, r"^== Doing it \.\.\. failed after .*\nwhy\ndev: the whole output")
+        self.assertRegex(result.stderr, r"(?s)^== Doing it \.\.\. failed after .*\nwhy\ndev: the whole output")
 
     def test_a_missing_package_is_named(self):
         result = self.bash("WantedPackages() { printf 'bash\\nno-such-package-anywhere\\n'; }\nMissingPackages")

@@ -3,6 +3,18 @@
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
 tvq_unit_test(
+  builder_tests
+  SOURCES
+  unit/cpu_test.cpp
+  unit/support/builder_test.cpp
+  unit/support/driver_memory.cpp
+  unit/support/servers.cpp
+  IMAGES
+  driver
+  LIBRARIES
+  tvq_test_support)
+
+tvq_unit_test(
   builder_failure_tests
   SOURCES
   unit/exhaustive_failure_test.cpp

@@ -1,6 +1,6 @@
 /*
- * The handle database, events, task priorities and the configuration table behave as firmware's: they are
- * the DXE core's own code, and these tests pin that the host leaves it intact.
+ * The handle database, events, task priorities and the configuration table behave as firmware's:
+ * they are the DXE core's own code, and these tests pin that the host leaves it intact.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -125,8 +125,7 @@ TEST_F(FirmwareCore, ProtectsAnInterfaceThatIsOpenByDriver) {
             EFI_SUCCESS);
   EXPECT_EQ(mServices->OpenProtocol(handle, &gFirstGuid, &found, agent, handle, attributes),
             EFI_ALREADY_STARTED);
-  EXPECT_EQ(mServices->UninstallProtocolInterface(handle, &gFirstGuid, &mFirst),
-            EFI_ACCESS_DENIED);
+  EXPECT_EQ(mServices->UninstallProtocolInterface(handle, &gFirstGuid, &mFirst), EFI_ACCESS_DENIED);
   EXPECT_EQ(mServices->CloseProtocol(handle, &gFirstGuid, agent, handle), EFI_SUCCESS);
   EXPECT_EQ(mServices->UninstallProtocolInterface(handle, &gFirstGuid, &mFirst), EFI_SUCCESS);
 }

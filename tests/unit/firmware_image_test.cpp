@@ -1,5 +1,6 @@
 /*
- * Images are loaded, started and unloaded as in firmware, with state of their own that every machine starts afresh.
+ * Images are loaded, started and unloaded as in firmware, with state of their own that every
+ * machine starts afresh.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -73,9 +74,9 @@ TEST(FirmwareImage, StartsEveryMachineWithAnEmptyHandleDatabase) {
     firmware.LoadImage(images::probe);
     UINTN count = 0;
     EFI_HANDLE* handles = nullptr;
-    ASSERT_EQ(firmware.BootServices()->LocateHandleBuffer(AllHandles, nullptr, nullptr, &count,
-                                                          &handles),
-              EFI_SUCCESS);
+    ASSERT_EQ(
+        firmware.BootServices()->LocateHandleBuffer(AllHandles, nullptr, nullptr, &count, &handles),
+        EFI_SUCCESS);
     handlesAtFirst = run == 0 ? count : handlesAtFirst;
     EXPECT_EQ(count, handlesAtFirst);
   }

@@ -1,5 +1,6 @@
 /*
- * The pool counts, attributes and poisons its blocks, fails on request, and reports what firmware would corrupt itself by.
+ * The pool counts, attributes and poisons its blocks, fails on request, and reports what firmware
+ * would corrupt itself by.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -75,8 +75,7 @@ TEST_F(FirmwareVariable, RefusesWrongArguments) {
   EXPECT_EQ(mServices->SetVariable(nullptr, &mVendor, kBoot, 1, &byte), EFI_INVALID_PARAMETER);
   EXPECT_EQ(mServices->SetVariable(Text(u""), &mVendor, kBoot, 1, &byte), EFI_INVALID_PARAMETER);
   EXPECT_EQ(mServices->SetVariable(Text(u"A"), nullptr, kBoot, 1, &byte), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(mServices->SetVariable(Text(u"A"), &mVendor, kBoot, 1, nullptr),
-            EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mServices->SetVariable(Text(u"A"), &mVendor, kBoot, 1, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Set(u"A", EFI_VARIABLE_RUNTIME_ACCESS, {1}), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Set(u"A", EFI_VARIABLE_NON_VOLATILE, {1}), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Set(u"A", 0x80000000 | kBoot, {1}), EFI_INVALID_PARAMETER);

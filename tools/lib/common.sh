@@ -33,6 +33,15 @@ RequirePlainPath() {
   [[ "$2" != *[[:space:]]* ]] || Fail "$1 has a blank in its path, which EDK II cannot build in: $2"
 }
 
+# Lock FILE and Unlock: whoever works on the same folder at the same time takes turns. Leaving the shell unlocks too.
+Lock() {
+  mkdir -p "$(dirname "$1")"
+  exec {LOCK}>"$1"
+  flock "$LOCK"
+}
+
+Unlock() { exec {LOCK}>&-; }
+
 Seconds() {
   local from="$1" now="${EPOCHREALTIME/[.,]/}"
   local tenths=$(((now - from) / 100000))
@@ -43,7 +52,15 @@ Seconds() {
   fi
 }
 
-# Report STATUS START LOG: ends a step's line, and shows the end of the log of one that failed.
+# What went wrong by a log: the lines that name errors, which parallel work may have pushed up, and the end. Compiler commands are cut.
+ShowFailure() {
+  echo "-- errors in the output:"
+  grep -E '(^|[^[:alnum:]_])(fatal )?error( [0-9A-F]{4})?:|undefined reference|^FAILED:|CMake Error' "$1" | head -n 10 || true
+  echo "-- the end of the output:"
+  tail -n 40 "$1"
+}
+
+# Report STATUS START LOG: ends a step's line, and shows what the log of one that failed says.
 Report() {
   local status="$1" start="$2" log="$3"
   if ((status == 0)); then
@@ -51,7 +68,7 @@ Report() {
     return 0
   fi
   echo "failed after $(Seconds "$start")" >&2
-  ((VERBOSE)) || tail -n 40 "$log" >&2
+  ((VERBOSE)) || ShowFailure "$log" | cut -c 1-240 >&2
   Note "the whole output is in $log"
   return "$status"
 }

@@ -66,8 +66,8 @@ ForgetOtherTree() {
   fi
 }
 
-# FirmwareTarget DEBUG|RELEASE: the images of every package.
-FirmwareTarget() {
+# BuildTarget DEBUG|RELEASE: the images of every package.
+BuildTarget() {
   local package
   ForgetOtherTree
   for package in "${PACKAGES[@]}"; do
@@ -83,12 +83,21 @@ AuditImages() {
   return "$status"
 }
 
+# FirmwareTarget DEBUG|RELEASE: one target, without the audit.
+FirmwareTarget() {
+  Lock "$BUILD/firmware.lock"
+  BuildTarget "$1"
+  Unlock
+}
+
 # Both targets, the driver once more with page-aligned sections, and the audit of all of them.
 Firmware() {
   local target
+  Lock "$BUILD/firmware.lock"
   for target in DEBUG RELEASE; do
-    FirmwareTarget "$target"
+    BuildTarget "$target"
     BuildImages TvqSmbiosPkg "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
   done
   Step "Auditing the images" audit AuditImages
+  Unlock
 }

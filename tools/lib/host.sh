@@ -26,8 +26,10 @@ ConfigureHost() {
 BuildHost() {
   local name="$1" folder="$BUILD/$1"
   shift
+  Lock "$folder.lock"
   Configured "$folder" "$@" || Step "Configuring build/$name" "host-$name-configure" ConfigureHost "$folder" "$@"
   StepIfSlow "Building build/$name" "host-$name" ninja -C "$folder" -j "$JOBS"
+  Unlock
 }
 
 # What users run: optimised, without sanitizers.

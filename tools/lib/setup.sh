@@ -12,11 +12,9 @@ EnsureSetup() {
   if [[ -z "$(MissingSources)" ]] && BaseToolsBuilt; then
     return 0
   fi
-  # One at a time: clones share the cache. Whoever waited finds the work done.
-  mkdir -p "$CACHE"
-  exec {lock}>"$CACHE/.lock"
-  flock "$lock"
+  # Clones share the cache; whoever waited here finds the work done.
+  Lock "$CACHE/.lock"
   FetchMissingSources
   BuildBaseTools
-  exec {lock}>&-
+  Unlock
 }

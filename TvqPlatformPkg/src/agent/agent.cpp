@@ -14,7 +14,9 @@ extern "C" {
 #include "attributes.h"
 #include "file_names.h"
 #include "show.h"
+#include "show_comparison.h"
 #include "start.h"
+#include "state_files.h"
 
 namespace tvqplatform {
 
@@ -104,7 +106,8 @@ void Agent::ReadOptions() {
     }
   }
   if (mOptions.Unknown[0] != '\0') {
-    AddLine(&mReport, "Options: '%a' is not known and ignored (as-is, poweroff)", mOptions.Unknown);
+    AddLine(&mReport, "Options: '%a' is not known and ignored (accept, as-is, poweroff)",
+            mOptions.Unknown);
   }
 }
 
@@ -255,6 +258,8 @@ void Agent::ShowResults() {
   AddLine(&mReport, "Saved in \\TVQ:");
   SaveDevices(inventory);
   SaveLog();
+  AddLine(&mReport, "");
+  CheckState(inventory);
   if (inventory.Size() == 0 && !mFailed) {
     Fail("the driver made no record", "look at \\TVQ\\log.txt for what it reported.");
   }
@@ -289,6 +294,47 @@ void Agent::SaveLog() {
   log.UseConsole(false);
   WriteLog(log, *platform);
   SaveFile(tvq::Ucs2(TVQ_FILE(u"log.txt")), log.Text());
+}
+
+/// Saves the state of the first boot, and compares every later boot with it. It stays as it is until
+/// somebody accepts the new one.
+void Agent::CheckState(const Inventory& inventory) {
+  if (inventory.Size() == 0) {
+    AddLine(&mReport, "State: not compared and not saved, because there is no record");
+    return;
+  }
+  StateFiles files(mVolume);
+  EFI_STATUS status = files.Load();
+  const bool isFirst = status == EFI_NOT_FOUND;
+  if (!EFI_ERROR(status)) {
+    CompareWithState(inventory, files.Current());
+  } else if (!isFirst && !mOptions.Accept) {
+    FailWithStatus("the saved state in \\TVQ cannot be read", status,
+                   "run TvqAgent with the option accept to save a new one in its place.");
+    return;
+  }
+  if (!isFirst && !mOptions.Accept) {
+    AddLine(&mReport, "State: left as it was saved; the option accept saves this boot's");
+    return;
+  }
+  status = files.Save(inventory);
+  if (EFI_ERROR(status)) {
+    FailWithStatus("the state cannot be saved", status, kCheckVolume);
+    return;
+  }
+  AddLine(&mReport, isFirst ? "State: saved; later boots are compared with it"
+                            : "State: accepted; this boot's is saved");
+}
+
+void Agent::CompareWithState(const Inventory& inventory, const SavedState& saved) {
+  Comparison comparison;
+  const EFI_STATUS status = comparison.Run(inventory, saved);
+  if (EFI_ERROR(status)) {
+    FailWithStatus("the devices cannot be compared", status,
+                   "restart the machine and run TvqAgent before anything else.");
+    return;
+  }
+  ShowComparison(mReport, comparison);
 }
 
 void Agent::SaveFile(const CHAR16* path, tvq::Span<const UINT8> bytes) {

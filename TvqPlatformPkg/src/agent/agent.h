@@ -13,6 +13,7 @@
 #include "inventory.h"
 #include "options.h"
 #include "report.h"
+#include "state.h"
 #include "volume.h"
 
 namespace tvqplatform {
@@ -47,6 +48,8 @@ class Agent {
 
   void SaveDevices(const Inventory& inventory);
   void SaveLog();
+  void CheckState(const Inventory& inventory);
+  void CompareWithState(const Inventory& inventory, const SavedState& saved);
   void SaveFile(const CHAR16* path, tvq::Span<const UINT8> bytes);
   EFI_STATUS Finish();
 

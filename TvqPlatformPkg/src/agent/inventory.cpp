@@ -55,6 +55,7 @@ void AskInventory(EFI_HANDLE handle, DeviceInventory& device) {
   if (inventory == nullptr) {
     return;
   }
+  device.Protocol = inventory;
   device.IdentityStatus = inventory->SMTVQIdentify(inventory, &device.Identity);
   if (EFI_ERROR(device.IdentityStatus)) {
     ZeroMem(&device.Identity, sizeof(device.Identity));

@@ -24,6 +24,7 @@ struct DeviceInventory {
   UINT8 DeviceType;  ///< TVQ_DEVICE_TYPE_*, from the device path.
   CHAR16* Name;      ///< Null when the entry gave none.
   CHAR16* Fqdd;
+  TVQ_INVENTORY_PROTOCOL* Protocol;  ///< The firmware's; null when the handle has none.
   EFI_STATUS IdentityStatus;
   TVQ_IDENTITY Identity;  ///< Zero when Identify failed.
   EFI_STATUS GetStatus;

@@ -22,11 +22,28 @@ bool Is(tvq::Span<const CHAR8> word, const CHAR8* option) {
   return AsciiStrLen(option) == word.Size() && CompareMem(word.Data(), option, word.Size()) == 0;
 }
 
+struct Option {
+  const CHAR8* Word;
+  bool Options::*Flag;
+};
+
+constexpr Option kOptions[] = {
+    {"accept", &Options::Accept}, {"as-is", &Options::AsIs}, {"poweroff", &Options::PowerOff}};
+
+/// The option of a word, or null.
+const Option* FindOption(tvq::Span<const CHAR8> word) {
+  for (const Option& option : kOptions) {
+    if (Is(word, option.Word)) {
+      return &option;
+    }
+  }
+  return nullptr;
+}
+
 void Take(tvq::Span<const CHAR8> word, Options& options) {
-  if (Is(word, "as-is")) {
-    options.AsIs = true;
-  } else if (Is(word, "poweroff")) {
-    options.PowerOff = true;
+  const Option* option = FindOption(word);
+  if (option != nullptr) {
+    options.*option->Flag = true;
   } else if (options.Unknown[0] == '\0') {
     const UINTN length = MIN(word.Size(), sizeof(options.Unknown) - 1);
     CopyMem(options.Unknown, word.Data(), length);
@@ -50,7 +67,7 @@ tvq::Span<const CHAR8> NextWord(tvq::Span<const CHAR8>& text) {
 
 /// Shells put the program's name first; boot managers may not.
 bool IsProgramName(tvq::Span<const CHAR8> word) {
-  return !Is(word, "as-is") && !Is(word, "poweroff");
+  return FindOption(word) == nullptr;
 }
 
 /// Narrows a text up to its NUL. Boot managers may hand over data that is none: false.

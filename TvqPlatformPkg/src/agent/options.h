@@ -13,6 +13,7 @@ namespace tvqplatform {
 
 struct Options {
   bool AsIs = false;       ///< The table is not conformed.
+  bool Accept = false;     ///< The state of this boot replaces the saved one.
   bool PowerOff = false;   ///< The machine is switched off at the end.
   CHAR8 Unknown[32] = {};  ///< The first word that is no option.
 };

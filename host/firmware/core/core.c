@@ -9,7 +9,8 @@
 
 #include "host/firmware/host_interface.h"
 
-// EDK II's DxeMain.c and the protocol notify of the dispatcher define these; none of the architectural protocols is there on the host.
+// EDK II's DxeMain.c and the protocol notify of the dispatcher define these; none of the
+// architectural protocols is there on the host.
 EFI_SYSTEM_TABLE* gDxeCoreST = NULL;
 EFI_HANDLE gDxeCoreImageHandle = NULL;
 EFI_CPU_ARCH_PROTOCOL* gCpu = NULL;
@@ -17,7 +18,7 @@ EFI_SMM_BASE2_PROTOCOL* gSmmBase2 = NULL;
 EFI_SECURITY2_ARCH_PROTOCOL* gSecurity2 = NULL;
 
 static EFI_STATUS EFIAPI GetTimerPeriod(IN EFI_TIMER_ARCH_PROTOCOL* This, OUT UINT64* TimerPeriod) {
-  (VOID)This;
+  (VOID) This;
   *TimerPeriod = 100000;  // 10 ms, the tick of most platforms
   return EFI_SUCCESS;
 }
@@ -51,7 +52,8 @@ EFI_STATUS EFIAPI CoreFreePages(IN EFI_PHYSICAL_ADDRESS Memory, IN UINTN NumberO
   return TvqHostFreePages(Memory, NumberOfPages);
 }
 
-// The core fixes the checksum after each change of the configuration table and before it signals the change.
+// The core fixes the checksum after each change of the configuration table and before it signals
+// the change.
 VOID CalculateEfiHdrCrc(IN OUT EFI_TABLE_HEADER* Hdr) {
   Hdr->CRC32 = 0;
   Hdr->CRC32 = CalculateCrc32(Hdr, Hdr->HeaderSize);

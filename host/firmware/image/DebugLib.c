@@ -1,5 +1,6 @@
 /*
- * DebugLib of every image on the host: assertions and debug lines go to the machine, and the code goes on.
+ * DebugLib of every image on the host: assertions and debug lines go to the machine, and the code
+ * goes on.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -16,7 +17,7 @@
 VOID EFIAPI DebugVPrint(IN UINTN ErrorLevel, IN CONST CHAR8* Format, IN VA_LIST Marker) {
   CHAR8 Line[MAX_DEBUG_LINE];
 
-  (VOID)ErrorLevel;
+  (VOID) ErrorLevel;
   AsciiVSPrint(Line, sizeof(Line), Format, Marker);
   TvqHostDebugOutput(Line);
 }
@@ -32,7 +33,7 @@ VOID EFIAPI DebugPrint(IN UINTN ErrorLevel, IN CONST CHAR8* Format, ...) {
 VOID EFIAPI DebugBPrint(IN UINTN ErrorLevel, IN CONST CHAR8* Format, IN BASE_LIST Marker) {
   CHAR8 Line[MAX_DEBUG_LINE];
 
-  (VOID)ErrorLevel;
+  (VOID) ErrorLevel;
   AsciiBSPrint(Line, sizeof(Line), Format, Marker);
   TvqHostDebugOutput(Line);
 }
@@ -63,6 +64,6 @@ BOOLEAN EFIAPI DebugClearMemoryEnabled(VOID) {
 }
 
 BOOLEAN EFIAPI DebugPrintLevelEnabled(IN CONST UINTN ErrorLevel) {
-  (VOID)ErrorLevel;
+  (VOID) ErrorLevel;
   return TRUE;
 }

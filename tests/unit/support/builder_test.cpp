@@ -15,6 +15,21 @@ host::Owner Driver() {
   return host::images::driver;
 }
 
+// Notes what is freed before the service frees it.
+struct FreeRecorder {
+  host::Pool* memory = nullptr;
+  EFI_FREE_POOL service = nullptr;
+  std::vector<host::Block> freed;
+};
+FreeRecorder gRecorder;
+
+EFI_STATUS EFIAPI FreeAndNote(VOID* buffer) {
+  if (const std::optional<host::Block> block = gRecorder.memory->Find(buffer)) {
+    gRecorder.freed.push_back(*block);
+  }
+  return gRecorder.service(buffer);
+}
+
 std::string TakeText(EFI_BOOT_SERVICES* services, CHAR16* text) {
   const std::string result = Utf8(text);
   services->FreePool(text);
@@ -134,6 +149,23 @@ void BuilderTest::ExpectPublishedWhole(size_t n) {
 
 void BuilderTest::FailInstall(uint64_t n, EFI_STATUS status) {
   rig.Firmware().FailCall(Driver(), host::Service::InstallMultipleProtocolInterfaces, n, status);
+}
+
+void BuilderTest::RecordFrees() {
+  EFI_BOOT_SERVICES* const services =
+      rig.Firmware().SystemTableOf(host::images::driver)->BootServices;
+  gRecorder = {&rig.Memory(), services->FreePool, {}};
+  services->FreePool = FreeAndNote;
+}
+
+std::vector<uint64_t> BuilderTest::FreesOf(const Strings& routines) {
+  std::vector<uint64_t> serials;
+  for (const host::Block& block : gRecorder.freed) {
+    if (std::find(routines.begin(), routines.end(), RoutineOf(block)) != routines.end()) {
+      serials.push_back(block.serial);
+    }
+  }
+  return serials;
 }
 
 }  // namespace tvq::test

@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -71,6 +72,11 @@ class BuilderTest : public testing::Test {
   void FailAllocation(uint64_t n) { rig.FailAllocation(n); }
   void FailInstall(uint64_t n, EFI_STATUS status);
 
+  // From here on every block that the driver frees is noted.
+  void RecordFrees();
+  // The serial numbers of the freed blocks that one of these routines wanted, in the order in which they were freed.
+  static std::vector<uint64_t> FreesOf(const Strings& routines);
+
   Rig rig;
   // Of the last Run(): log lines, live blocks by routine, allocations asked for.
   Strings log;
@@ -80,6 +86,10 @@ class BuilderTest : public testing::Test {
  private:
   EFI_STATUS AskNames(size_t n, CHAR16** name, CHAR16** fqdd);
 };
+
+MATCHER(IsNewestFirst, "falls") {
+  return std::is_sorted(arg.rbegin(), arg.rend());
+}
 
 }  // namespace tvq::test
 

@@ -14,6 +14,9 @@
 #define XML_CONTEXT_BYTES  0
 #define XML_GE             0
 
+/* Tool chains that make PE files directly say that they build for Windows. */
+#undef _WIN32
+
 /* The parser is given its salt; expat's own sources of one are never asked. */
 #define XML_POOR_ENTROPY   1
 

@@ -1,0 +1,92 @@
+/** @file
+  The saved state: what the agent keeps of every device from one boot to the next.
+
+  One file holds all devices, with a checksum over everything, so that it is either whole or not
+  there. The same format is used in firmware and on Linux. All fields are little-endian.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_PLATFORM_AGENT_STATE_H_
+#define TVQ_PLATFORM_AGENT_STATE_H_
+
+#include <Library/TvqCpp.h>
+
+#include "../support/growing_array.h"
+#include "inventory.h"
+
+namespace tvqplatform {
+
+#pragma pack(1)
+
+struct STATE_HEADER {
+  UINT8 Magic[8];  ///< kStateMagic.
+  UINT32 Version;  ///< kStateVersion.
+  UINT32 DeviceCount;
+  UINT64 Generation;  ///< The newer one of two states has the higher one.
+  UINT32 BodySize;    ///< Bytes behind the header.
+  UINT32 Crc32;       ///< CRC-32 of two CRC-32: the header's, with this field 0, and the body's.
+};
+
+/// The FQDD's characters follow, without a terminator, then the data: the device's blobs one
+/// behind the other.
+struct STATE_DEVICE {
+  UINT32 ComponentClass;  ///< TVQ_CLASS_*.
+  UINT32 FqddLength;      ///< Characters of 16 bits.
+  UINT32 DataSize;        ///< Bytes.
+};
+
+#pragma pack()
+
+static_assert(sizeof(STATE_HEADER) == 32, "the header is 32 bytes");
+static_assert(sizeof(STATE_DEVICE) == 12, "a device's header is 12 bytes");
+
+inline constexpr UINT8 kStateMagic[8] = {'T', 'V', 'Q', 'S', 'T', 'A', 'T', 'E'};
+inline constexpr UINT32 kStateVersion = 1;
+
+/// Longest FQDD that a device-list entry returns, and a terminator.
+inline constexpr UINTN kStateFqddSize = 32;
+
+/// One device of a saved state. Data stands in the file's bytes.
+struct SavedDevice {
+  CHAR16 Fqdd[kStateFqddSize];  ///< Empty for a device that had none.
+  UINT32 ComponentClass;
+  tvq::Span<const UINT8> Data;
+};
+
+/// A state that was read. It refers to the file's bytes, which have to stay.
+class SavedState {
+ public:
+  SavedState() = default;
+  SavedState(const SavedState&) = delete;
+  SavedState& operator=(const SavedState&) = delete;
+  ~SavedState() { mDevices.Free(); }
+
+  /**
+    Reads a file.
+
+    @retval EFI_SUCCESS               All devices are there.
+    @retval EFI_VOLUME_CORRUPTED      The file is cut, damaged or something else.
+    @retval EFI_INCOMPATIBLE_VERSION  Another version of the agent wrote it.
+    @retval EFI_OUT_OF_RESOURCES      There is no memory.
+  **/
+  EFI_STATUS Read(tvq::Span<const UINT8> file);
+
+  UINT64 Generation() const { return mGeneration; }
+  UINTN Size() const { return mDevices.Size(); }
+  const SavedDevice& operator[](UINTN i) const { return mDevices[i]; }
+
+ private:
+  EFI_STATUS ReadDevices(tvq::Span<const UINT8> body, UINT32 count);
+
+  GrowingArray<SavedDevice> mDevices;
+  UINT64 mGeneration = 0;
+};
+
+/// Writes the state of all devices to `file`, which is empty. False: there is no memory.
+[[nodiscard]] bool WriteState(const Inventory& inventory, UINT64 generation,
+                              GrowingArray<UINT8>& file);
+
+}  // namespace tvqplatform
+
+#endif

@@ -1,0 +1,415 @@
+/*
+ * Whole runs of the agent on a volume in memory, with the reference platform and the driver.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <algorithm>
+#include <cstring>
+
+#include "tests/unit/agent_bench.h"
+
+#include "TvqPlatformPkg/src/smbios/publication.h"
+#include "images/driver.h"
+#include "tests/unit/fake_volume.h"
+
+#include <IndustryStandard/TvqBlob.h>
+#include <Protocol/TvqInventory.h>
+#include <Protocol/ZvEntry.h>
+
+namespace tvq::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kSuccess[] = "\nTvqAgent: success\n";
+
+std::string AsText(const Bytes& bytes) {
+  return std::string(bytes.begin(), bytes.end());
+}
+
+class AgentRun : public testing::Test {
+ protected:
+  AgentRun() : mVolume(mMachine) {}
+
+  host::Firmware& Machine() { return mMachine; }
+  FakeVolume& Files() { return mVolume; }
+
+  void LoadPlatform() {
+    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::platform)), EFI_SUCCESS);
+  }
+  void LoadDriver() {
+    LoadPlatform();
+    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::driver)), EFI_SUCCESS);
+  }
+
+  // The firmware's own table, behind a 32-bit entry point.
+  void PublishFirmwareTable(const Table& table) {
+    mTable = host::MapBelow4G(table.Size());
+    std::copy(table.Bytes().begin(), table.Bytes().end(), mTable.Data());
+    mEntry = host::MapBelow4G(0x1F);
+    auto* entry = reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data());
+    std::memcpy(entry->AnchorString, "_SM_", 4);
+    entry->EntryPointLength = 0x1F;
+    entry->MajorVersion = 2;
+    entry->MinorVersion = 8;
+    std::memcpy(entry->IntermediateAnchorString, "_DMI_", 5);
+    entry->TableLength = static_cast<UINT16>(table.Size());
+    entry->TableAddress = mTable.Address32();
+    entry->NumberOfSmbiosStructures = static_cast<UINT16>(table.Count());
+    ASSERT_EQ(mMachine.BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
+              EFI_SUCCESS);
+  }
+  bool FirmwareTableIsInPlace() {
+    return ConfigurationTable(mMachine, gEfiSmbiosTableGuid) == static_cast<VOID*>(mEntry.Data());
+  }
+
+  // Runs the agent as if it had been started from the volume, with this command line.
+  EFI_STATUS Run(const std::u16string& commandLine = u"TvqAgent.efi") {
+    const EFI_HANDLE image = mMachine.LoadImage(host::images::agent);
+    VOID* found = nullptr;
+    EXPECT_EQ(mMachine.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
+              EFI_SUCCESS);
+    auto* loaded = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(found);
+    mCommandLine = commandLine;
+    loaded->DeviceHandle = mHasVolume ? mVolume.Device() : nullptr;
+    loaded->LoadOptions = mCommandLine.data();
+    loaded->LoadOptionsSize = static_cast<UINT32>((mCommandLine.size() + 1) * sizeof(char16_t));
+    return mMachine.StartImage(image);
+  }
+  void RemoveVolume() { mHasVolume = false; }
+
+  std::string Report() { return mVolume.Get("\\TVQ\\report.txt"); }
+  std::string Console() {
+    return std::string(mMachine.ConsoleOutput().begin(), mMachine.ConsoleOutput().end());
+  }
+
+ private:
+  host::Firmware mMachine;
+  FakeVolume mVolume;
+  bool mHasVolume = true;
+  host::LowMapping mTable;
+  host::LowMapping mEntry;
+  std::u16string mCommandLine;
+};
+
+// Two processors and two modules that clash, and no type 225.
+Table ClashingServer() {
+  Table table;
+  table.Add(Bios{});
+  table.Add(System{});
+  table.Add(Processor{.designation = "SOCKET 0"});
+  table.Add(Processor{.designation = "SOCKET 1"});
+  table.Add(MemoryDevice{.locator = "DIMM 0"});
+  table.Add(MemoryDevice{.locator = "DIMM 1"});
+  table.Add(End{});
+  return table;
+}
+
+TEST_F(AgentRun, ShowsAndSavesTheInventory) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), EndsWith(kSuccess));
+  EXPECT_THAT(Report(), HasSubstr("Table: SMBIOS 2.8, 7 structures"));
+  EXPECT_THAT(Report(), HasSubstr("socket designation: \"SOCKET 1\" -> \"CPU2\""));
+  EXPECT_THAT(Report(), HasSubstr("Start: Success"));
+  EXPECT_THAT(Report(), HasSubstr("Records: 5"));
+  EXPECT_THAT(Report(),
+              HasSubstr("CPU.Socket.2       processor      -               Core Works Model 8"));
+  EXPECT_THAT(Report(), HasSubstr("DIMM.Socket.A1     memory module  0123ABCD"));
+  EXPECT_THAT(Report(), HasSubstr("SMBIOSServiceTagString  ABC1234"));
+  EXPECT_THAT(Report(), HasSubstr("BiosVersion  2.4.6"));
+  EXPECT_THAT(Files().Paths(),
+              ElementsAre("\\TVQ\\CPU.Socket.1.tvq", "\\TVQ\\CPU.Socket.2.tvq",
+                          "\\TVQ\\DIMM.Socket.A1.tvq", "\\TVQ\\DIMM.Socket.A2.tvq",
+                          "\\TVQ\\System.Embedded.1.tvq", "\\TVQ\\log.txt", "\\TVQ\\report.txt"));
+}
+
+TEST_F(AgentRun, ShowsOnTheConsoleWhatItSaves) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  std::string console = Console();
+  console.erase(std::remove(console.begin(), console.end(), '\r'), console.end());
+  EXPECT_EQ(console, Report());
+}
+
+TEST_F(AgentRun, SavesTheThreeBlobsOneAfterAnother) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  const std::string saved = Files().Get("\\TVQ\\System.Embedded.1.tvq");
+  std::vector<UINT32> types;
+  size_t at = 0;
+  while (at + sizeof(TVQ_BLOB_HEADER) <= saved.size()) {
+    TVQ_BLOB_HEADER header;
+    std::memcpy(&header, saved.data() + at, sizeof(header));
+    types.push_back(header.type);
+    at += header.sizeInBytes;
+  }
+  EXPECT_EQ(at, saved.size());
+  EXPECT_THAT(types, ElementsAre(3u, 5u, 7u));
+}
+
+TEST_F(AgentRun, SavesTheLogALineEach) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Files().Get("\\TVQ\\log.txt"),
+              HasSubstr("\n0x00800000 MakeSYSTEM           Entry MakeSYSTEM\n"));
+}
+
+TEST_F(AgentRun, PutsBackTheFirmwaresTable) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("Published: 8 structures"));
+  EXPECT_TRUE(FirmwareTableIsInPlace());
+}
+
+TEST_F(AgentRun, FreesWhatItAllocatedButThePublishedTable) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  const size_t before = Machine().Memory().LiveCount(host::images::agent);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_EQ(Machine().Memory().LiveCount(host::images::agent), before + 1);
+}
+
+TEST_F(AgentRun, LeavesATableThatNeedsNothingInPlace) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("Conforming: the table needs no change."));
+  EXPECT_THAT(Report(), Not(HasSubstr("Published")));
+}
+
+TEST_F(AgentRun, UsesTheTableOfTheVolume) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  Files().Put("\\TVQ\\table.bin", AsText(MinimalServer().Bytes()));
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("from \\TVQ\\table.bin"));
+  EXPECT_THAT(Report(), HasSubstr("Published"));
+  EXPECT_THAT(Report(), HasSubstr("Records: 3"));
+  EXPECT_TRUE(FirmwareTableIsInPlace());
+}
+
+TEST_F(AgentRun, RefusesATableOnTheVolumeThatIsNone) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\table.bin", "this is no table");
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("What to do: replace it"));
+  EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: \\TVQ\\table.bin is no SMBIOS table\n"));
+}
+
+TEST_F(AgentRun, ReportsATableOnTheVolumeThatCannotBeRead) {
+  LoadDriver();
+  Files().Put("\\TVQ\\table.bin", "x");
+  Files().FailReads(EFI_DEVICE_ERROR, "\\TVQ\\table.bin");
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(),
+              EndsWith("\nTvqAgent: failed: \\TVQ\\table.bin cannot be read: Device Error\n"));
+}
+
+TEST_F(AgentRun, ReportsATableOnTheVolumeThatIsFarTooLarge) {
+  LoadDriver();
+  Files().Put("\\TVQ\\table.bin", std::string(2 << 20, 'x'));
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), EndsWith("cannot be read: Bad Buffer Size\n"));
+}
+
+TEST_F(AgentRun, ReportsATableThatNoEntryPointCanState) {
+  LoadDriver();
+  Table table = MinimalServer();
+  table.AddRaw(Bytes(70000, 0));
+  Files().Put("\\TVQ\\table.bin", AsText(table.Bytes()));
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("65,535"));
+  EXPECT_THAT(Report(), HasSubstr("TvqAgent: failed: the table cannot be conformed"));
+}
+
+TEST_F(AgentRun, ReportsFirmwareWithoutATable) {
+  LoadDriver();
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("Records: none"));
+  EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: this firmware has no SMBIOS table\n"));
+}
+
+// --- Options ---
+
+TEST_F(AgentRun, LeavesTheTableAloneWhenAsked) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  EXPECT_EQ(Run(u"TvqAgent.efi as-is"), EFI_ABORTED);
+  EXPECT_THAT(Report(), Not(HasSubstr("Conforming")));
+  EXPECT_THAT(Report(), HasSubstr("run TvqAgent without as-is"));
+  EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: the driver's start failed: Not Found\n"));
+}
+
+TEST_F(AgentRun, ReadsItsOptionsFromAFile) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  Files().Put("\\TVQ\\options.txt", "as-is\r\n");
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), Not(HasSubstr("Conforming")));
+}
+
+TEST_F(AgentRun, PrefersTheCommandLineToTheFile) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  Files().Put("\\TVQ\\options.txt", "as-is\r\n");
+  EXPECT_EQ(Run(u"TvqAgent.efi as-ls"), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("'as-ls' is not known and ignored"));
+}
+
+TEST_F(AgentRun, SwitchesTheMachineOffWhenAsked) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  EXPECT_EQ(Run(u"TvqAgent.efi"), EFI_SUCCESS);
+  EXPECT_EQ(Machine().Calls(host::images::agent, host::Service::ResetSystem), 0u);
+  EXPECT_EQ(Run(u"TvqAgent.efi poweroff"), EFI_SUCCESS);
+  EXPECT_EQ(Machine().Calls(host::images::agent, host::Service::ResetSystem), 1u);
+  Machine().TakeMisuses();
+}
+
+// --- The driver ---
+
+TEST_F(AgentRun, SaysWhichFileOfTheDriverIsMissing) {
+  PublishFirmwareTable(MinimalServer());
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("What to do: copy TvqPlatform.efi and TVQSMBIOS.efi"));
+  EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: \\TVQ\\TvqPlatform.efi is missing\n"));
+  LoadPlatform();
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: \\TVQ\\TVQSMBIOS.efi is missing\n"));
+}
+
+TEST_F(AgentRun, ReportsADriverThatCannotBeLoaded) {
+  LoadPlatform();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\TVQSMBIOS.efi", "MZ");
+  Machine().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_SECURITY_VIOLATION);
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("Secure Boot"));
+  EXPECT_THAT(Report(), EndsWith("TVQSMBIOS.efi cannot be loaded: Security Violation\n"));
+}
+
+TEST_F(AgentRun, ShowsTheRecordsOfADriverThatWasStartedBefore) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  ASSERT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("was started before"));
+  EXPECT_THAT(Report(), HasSubstr("Records: 5"));
+  EXPECT_THAT(Report(), EndsWith(kSuccess));
+}
+
+// --- Files that cannot be written ---
+
+TEST_F(AgentRun, ReplacesALongerFile) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\LOG.TXT", std::string(1 << 20, '#'));
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Files().Get("\\TVQ\\log.txt"), Not(HasSubstr("#")));
+  EXPECT_FALSE(Files().Has("\\TVQ\\LOG.TXT"));
+}
+
+TEST_F(AgentRun, ReportsAFileThatCannotBeWritten) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().FailWrites(EFI_WRITE_PROTECTED, "\\TVQ\\log.txt");
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("Records: 3"));
+  EXPECT_THAT(Report(),
+              EndsWith("\nTvqAgent: failed: \\TVQ\\log.txt cannot be written: Write Protected\n"));
+}
+
+TEST_F(AgentRun, ReportsAVolumeWithoutRoom) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().LimitWrites(100);
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Console(), HasSubstr("cannot be written: Volume Full"));
+}
+
+TEST_F(AgentRun, TellsOnTheConsoleWhenTheReportItselfCannotBeWritten) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().FailWrites(EFI_WRITE_PROTECTED, "\\TVQ\\report.txt");
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Console(), Not(HasSubstr("TvqAgent: success")));
+  EXPECT_THAT(
+      Console(),
+      EndsWith("TvqAgent: failed: \\TVQ\\report.txt cannot be written: Write Protected\r\n"));
+}
+
+TEST_F(AgentRun, ShowsTheInventoryWithoutAVolume) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  RemoveVolume();
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Console(), HasSubstr("Records: 3"));
+  EXPECT_THAT(Console(), HasSubstr("TvqAgent: failed: the volume that TvqAgent was started from"));
+}
+
+// --- Records of somebody else, or damaged ones ---
+
+EFI_STATUS EFIAPI RefuseName(ZVEP_PROTOCOL*, EFI_DEVICE_PATH_PROTOCOL*, CHAR8*, CHAR16**,
+                             CHAR16**) {
+  return EFI_UNSUPPORTED;
+}
+EFI_STATUS EFIAPI RefuseIdentity(TVQ_INVENTORY_PROTOCOL*, TVQ_IDENTITY* identity) {
+  identity->Version = 2;
+  return EFI_UNSUPPORTED;
+}
+EFI_STATUS EFIAPI RefuseGet(TVQ_INVENTORY_PROTOCOL*, TVQ_REQUEST*, TVQ_DATA*) {
+  return EFI_OUT_OF_RESOURCES;
+}
+
+TEST_F(AgentRun, ShowsARecordThatAnswersNothing) {
+  LoadPlatform();
+  ZVEP_PROTOCOL entry = {RefuseName, nullptr, nullptr};
+  TVQ_INVENTORY_PROTOCOL inventory = {RefuseIdentity, RefuseGet, nullptr, nullptr};
+  EFI_HANDLE first = nullptr;
+  EFI_HANDLE second = nullptr;
+  ASSERT_EQ(
+      Machine().BootServices()->InstallMultipleProtocolInterfaces(
+          &first, &gTvqInventoryProtocolGuid, &inventory, &gZvEntryProtocolGuid, &entry, nullptr),
+      EFI_SUCCESS);
+  ASSERT_EQ(Machine().BootServices()->InstallMultipleProtocolInterfaces(
+                &second, &gTvqInventoryProtocolGuid, &inventory, nullptr),
+            EFI_SUCCESS);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("Records: 2"));
+  EXPECT_THAT(Report(), HasSubstr("not known"));
+  EXPECT_THAT(Report(), HasSubstr("Unsupported"));
+  EXPECT_THAT(Files().Paths(), Contains("\\TVQ\\record.tvq"));
+  EXPECT_THAT(Files().Paths(), Contains("\\TVQ\\record-2.tvq"));
+}
+
+TEST_F(AgentRun, SurvivesEveryFailedAllocation) {
+  // Started before, the driver does nothing more: every run after the first is the same.
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  ASSERT_EQ(Run(), EFI_SUCCESS);
+  const size_t before = Machine().Memory().LiveCount(host::images::agent);
+  bool succeeded = false;
+  for (uint64_t n = 1; !succeeded && n < 2000; ++n) {
+    const uint64_t failed = Machine().Memory().FailedAllocations();
+    Machine().Memory().FailAllocation(n, host::images::agent);
+    Run();
+    succeeded = Machine().Memory().FailedAllocations() == failed;
+    Machine().Memory().StopFailing();
+    EXPECT_EQ(Machine().Memory().LiveCount(host::images::agent), before) << n;
+  }
+  EXPECT_TRUE(succeeded);
+}
+
+}  // namespace
+}  // namespace tvq::test
