@@ -17,8 +17,8 @@ import time
 
 FOLDER = "TVQ"
 AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
-# What the agent leaves as the last line of its report when everything went well.
-SUCCESS = "TvqAgent: success"
+# What the agent keeps from one boot to the next.
+STATE_FILES = ("state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
 MARKER = ".tvq-run"
 # What OVMF prints before it stops for good.
@@ -52,13 +52,13 @@ class BootFailure(Exception):
 
 @dataclasses.dataclass
 class Boot:
-    """One boot: the folder with the three images, what the agent gets, and where its files go."""
+    """One boot: the three images, what the agent gets, and the folder where its files go and its saved state comes from."""
 
     images: pathlib.Path
     out: pathlib.Path
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
-    timeout: float = 60.0
+    timeout: float = 120.0
     live: object = None  # called with every piece of serial output
 
 
@@ -110,6 +110,7 @@ def make_disk(disk, boot):
     }
     if boot.table:
         files[boot.table] = f"{FOLDER}/table.bin"
+    files |= {boot.out / name: f"{FOLDER}/{name}" for name in STATE_FILES if (boot.out / name).is_file()}
     for source, target in files.items():
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 
@@ -179,16 +180,26 @@ def extract(disk, out):
         image.unlink()
 
 
-def empty_folder(out):
-    """Makes an empty folder of `out`, but never at the cost of files that no boot wrote."""
+def remove(path):
+    if path.is_dir() and not path.is_symlink():
+        shutil.rmtree(path)
+    else:
+        path.unlink()
+
+
+def empty_folder(out, keep_state=True):
+    """Makes an empty folder of `out`, but for the agent's saved state, and never at the cost of files that no boot wrote."""
     if out.exists() and not out.is_dir():
         raise BootFailure(f"{out} is no folder")
-    if out.is_dir() and any(out.iterdir()):
-        if not (out / MARKER).is_file():
-            raise BootFailure(f"{out} holds files that no boot wrote", "name an empty or a new folder")
-        shutil.rmtree(out)
     out.mkdir(parents=True, exist_ok=True)
+    contents = list(out.iterdir())
+    if contents and not (out / MARKER).is_file():
+        raise BootFailure(f"{out} holds files that no boot wrote", "name an empty or a new folder")
     (out / MARKER).touch()
+    kept = {MARKER, *(STATE_FILES if keep_state else ())}
+    for path in contents:
+        if path.name not in kept:
+            remove(path)
 
 
 def check_inputs(boot):
@@ -207,11 +218,6 @@ def read_report(out):
     if not report.is_file():
         return None
     return report.read_bytes().decode("ascii", "replace").replace("\r\n", "\n")
-
-
-def succeeded(report):
-    lines = (report or "").rstrip().splitlines()
-    return bool(lines) and lines[-1].strip() == SUCCESS
 
 
 def run(boot):

@@ -14,11 +14,11 @@ int main(int argc, char** argv) {
     std::cout.flush();
     if (!std::cout) {
       std::cerr << "tvq: error: the output cannot be written\n";
-      return 1;
+      return 2;
     }
     return status;
   } catch (const std::exception& error) {
     std::cerr << "tvq: error: " << error.what() << '\n';
-    return 1;
+    return 2;
   }
 }

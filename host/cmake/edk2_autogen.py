@@ -116,6 +116,7 @@ class ImagePlan:
         lines = [_NOTICE + "#ifndef TVQ_HOST_AUTOGEN_H_", "#define TVQ_HOST_AUTOGEN_H_", ""]
         lines += ["#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
         lines += ["#include <Uefi.h>", "#include <Library/PcdLib.h>", ""]
+        lines += ["extern BOOLEAN _gTvqAssertionsEnabled;"]
         lines += ["extern GUID gEfiCallerIdGuid;", "extern CHAR8 *gEfiCallerBaseName;"]
         lines += [f"extern GUID {name};" for name in self.guids]
         lines += [pcd.header() for pcd in self.pcds]
@@ -172,12 +173,14 @@ class ImagePlan:
         lines += [f"const TVQ_HOST_IMAGE gTvqHostImage_{self.name} = {{"]
         lines += [f'  "{self.name}", {"TRUE" if is_application else "FALSE"}, {self._image_guid()},']
         lines += ["  NULL," if is_core else "  _ModuleEntryPoint,", "  ProcessLibraryConstructorList,"]
+        lines += ["  &_gTvqAssertionsEnabled,"]
         lines += [f"  __start_tvq_{self.name}_data, __stop_tvq_{self.name}_data, mPcds", "};"]
         return lines
 
     def source(self):
         lines = [_NOTICE + "#include <Uefi.h>", "#include <Library/DebugLib.h>"]
         lines += ['#include "host/firmware/host_interface.h"', ""]
+        lines += ["BOOLEAN _gTvqAssertionsEnabled = TRUE;"]
         lines += [f"GUID {name} = {value};" for name, value in self.guids.items()]
         lines += [f"GUID gEfiCallerIdGuid = {self._image_guid()};"]
         lines += [f'CHAR8 *gEfiCallerBaseName = "{self.module.defines.get("BASE_NAME", self.name)}";']

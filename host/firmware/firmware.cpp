@@ -77,7 +77,7 @@ void Firmware::StopFailingCalls() {
 }
 
 void Firmware::EnableAssertions(const Owner& owner, bool enabled) {
-  mMachine->reports.mAssertionsEnabled[owner.Number()] = enabled;
+  mMachine->images.EnableAssertions(owner, enabled);
 }
 
 const std::vector<Assertion>& Firmware::Assertions() const {

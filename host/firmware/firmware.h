@@ -164,11 +164,6 @@ enum class Service : unsigned {
 #define RUNTIME_SERVICE(name, parameters, arguments) name,
 #define RUNTIME_SERVICE_VALUE(type, name, parameters, arguments) name,
 #include "host/firmware/services.def"
-#undef BOOT_SERVICE
-#undef BOOT_SERVICE_VALUE
-#undef BOOT_SERVICE_LIST
-#undef RUNTIME_SERVICE
-#undef RUNTIME_SERVICE_VALUE
   kCount,
 };
 const char* ServiceName(Service service);

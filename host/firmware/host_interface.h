@@ -27,6 +27,8 @@ typedef struct TvqHostImage {
   EFI_GUID FileGuid;
   EFI_IMAGE_ENTRY_POINT EntryPoint;
   VOID(EFIAPI* Construct)(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE* SystemTable);
+  // What DebugAssertEnabled() of the image returns.
+  BOOLEAN* AssertionsEnabled;
   CHAR8* DataStart;
   CHAR8* DataEnd;
   const TVQ_HOST_PCD* Pcds;
@@ -63,7 +65,6 @@ EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages);
 VOID TvqHostSystemTableChanged(const EFI_SYSTEM_TABLE* SystemTable);
 
 // DebugLib.
-BOOLEAN TvqHostAssertEnabled(const CHAR8* Image);
 VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR8* Text);
 BOOLEAN TvqHostDebugOutputKept(VOID);
 VOID TvqHostDebugOutput(const CHAR8* Text);

@@ -15,6 +15,7 @@ extern "C" {
 }
 
 #include "host/firmware/host_interface.h"
+#include "host/firmware/image_registry.h"
 #include "host/firmware/machine.h"
 #include "host/firmware/pool_store.h"
 
@@ -79,6 +80,19 @@ void ImageLoader::SetPcd(const Image& image, std::string_view name, uint64_t val
       "' that can be set at run time");
 }
 
+void ImageLoader::EnableAssertions(const Owner& owner, bool enabled) {
+  const Image* const image = ImageOf(owner);
+  if (image == nullptr) {
+    Die("only images and the core have assertions that can be switched");
+  }
+  *image->Record().AssertionsEnabled = enabled ? TRUE : FALSE;
+  if (enabled) {
+    mSilent.erase(owner.Number());
+  } else {
+    mSilent.insert(owner.Number());
+  }
+}
+
 // An image that is loaded again starts from its initial data, as one that is read from its file
 // again.
 void ImageLoader::GiveFreshData(const Image& image) {
@@ -87,6 +101,7 @@ void ImageLoader::GiveFreshData(const Image& image) {
     return;
   }
   image.RestoreData();
+  EnableAssertions(image, mSilent.count(image.Number()) == 0);
   const auto [begin, end] = mPcdValues.equal_range(image.Number());
   const std::vector<std::pair<unsigned, PcdValue>> values(begin, end);
   mPcdValues.erase(image.Number());

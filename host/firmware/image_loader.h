@@ -7,6 +7,7 @@
 #define TVQ_HOST_FIRMWARE_IMAGE_LOADER_H_
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,7 @@ class ImageLoader {
   EFI_HANDLE HandleOf(const Image& image) const;
   // Whether this owner's code can be running: the host's, or that of a loaded image.
   bool MayCall(const Owner& owner) const;
+  void EnableAssertions(const Owner& owner, bool enabled);
   void SetPcd(const Image& image, std::string_view name, uint64_t value);
 
  private:
@@ -59,6 +61,8 @@ class ImageLoader {
   std::vector<LoadedImage> mLoaded;
   std::vector<const Image*> mUsed;
   std::multimap<unsigned, PcdValue> mPcdValues;
+  // Images whose assertions are switched off.
+  std::set<unsigned> mSilent;
 };
 
 }  // namespace tvq::host

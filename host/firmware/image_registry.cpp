@@ -62,10 +62,8 @@ void Image::RestoreData() const {
 }
 
 std::string Owner::Name() const {
-  if (*this == Core()) {
-    return "core";
-  }
-  return *this == Host() ? "host" : LinkedImages()[mNumber - Host().Number() - 1]->Name();
+  const Image* const image = ImageOf(*this);
+  return image != nullptr ? image->Name() : "host";
 }
 
 const std::vector<const Image*>& LinkedImages() {
@@ -77,13 +75,12 @@ const Image& CoreImage() {
   return core;
 }
 
-unsigned OwnerNumberOf(std::string_view imageName) {
-  for (const Image* image : LinkedImages()) {
-    if (imageName == image->Record().Name) {
-      return image->Number();
-    }
+const Image* ImageOf(const Owner& owner) {
+  if (owner == Owner::Core()) {
+    return &CoreImage();
   }
-  return Owner::Core().Number();
+  return owner == Owner::Host() ? nullptr
+                                : LinkedImages()[owner.Number() - Owner::Host().Number() - 1];
 }
 
 }  // namespace tvq::host

@@ -6,7 +6,6 @@
 #ifndef TVQ_HOST_FIRMWARE_IMAGE_REGISTRY_H_
 #define TVQ_HOST_FIRMWARE_IMAGE_REGISTRY_H_
 
-#include <string_view>
 #include <vector>
 
 #include "host/firmware/firmware.h"
@@ -17,8 +16,8 @@ namespace tvq::host {
 const std::vector<const Image*>& LinkedImages();
 // The core's own image.
 const Image& CoreImage();
-// The number under which an image of this name owns blocks and calls services.
-unsigned OwnerNumberOf(std::string_view imageName);
+// The image behind an owner: the core's or a linked one; nullptr for the host.
+const Image* ImageOf(const Owner& owner);
 
 }  // namespace tvq::host
 

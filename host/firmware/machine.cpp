@@ -167,6 +167,8 @@ Machine::~Machine() {
   }
   Memory().CheckForOverruns();
   reports.ReportUntaken();
+  // Nobody finds pointers to this machine in an image.
+  RestoreImages();
   gMachine = nullptr;
 }
 

@@ -10,7 +10,6 @@
 #include <string>
 
 #include "host/firmware/host_interface.h"
-#include "host/firmware/image_registry.h"
 #include "host/firmware/machine.h"
 
 namespace tvq::host {
@@ -74,11 +73,6 @@ using tvq::host::Machine;
 
 // Functions of an image can be called without a machine as long as they call no services; their
 // assertions count all the same.
-BOOLEAN TvqHostAssertEnabled(const CHAR8* Image) {
-  Machine* machine = Machine::CurrentOrNull();
-  return machine == nullptr || machine->reports.mAssertionsEnabled[tvq::host::OwnerNumberOf(Image)];
-}
-
 VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR8* Text) {
   tvq::host::Assertion assertion{Image, File, Line, Text, CallSite::Here(1)};
   if (Machine* machine = Machine::CurrentOrNull(); machine != nullptr) {

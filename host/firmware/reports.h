@@ -6,7 +6,6 @@
 #ifndef TVQ_HOST_FIRMWARE_REPORTS_H_
 #define TVQ_HOST_FIRMWARE_REPORTS_H_
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -21,14 +20,11 @@ void ReportFailure(const std::string& message);
 
 class Reports {
  public:
-  Reports() { mAssertionsEnabled.fill(true); }
-
   void AddAssertion(Assertion assertion);
   void AddMisuse(std::string what);
   // Reports what nobody took.
   void ReportUntaken() const;
 
-  std::array<bool, Owner::kMaxOwners> mAssertionsEnabled;
   std::vector<Assertion> mAssertions;
   std::vector<Misuse> mMisuses;
   bool mKeepOutput = false;

@@ -29,11 +29,6 @@ constexpr ServiceInfo kServices[] = {
 #define RUNTIME_SERVICE(name, parameters, arguments) {#name, true},
 #define RUNTIME_SERVICE_VALUE(type, name, parameters, arguments) {#name, false},
 #include "host/firmware/services.def"
-#undef BOOT_SERVICE
-#undef BOOT_SERVICE_VALUE
-#undef BOOT_SERVICE_LIST
-#undef RUNTIME_SERVICE
-#undef RUNTIME_SERVICE_VALUE
 };
 static_assert(std::size(kServices) == static_cast<size_t>(Service::kCount));
 
@@ -110,11 +105,6 @@ struct Entry {
                     : Unsupported(Service::name);                                       \
   }
 #include "host/firmware/services.def"
-#undef BOOT_SERVICE
-#undef BOOT_SERVICE_VALUE
-#undef BOOT_SERVICE_LIST
-#undef RUNTIME_SERVICE
-#undef RUNTIME_SERVICE_VALUE
 
   static void Fill(EFI_BOOT_SERVICES& boot, EFI_RUNTIME_SERVICES& runtime) {
 #define BOOT_SERVICE(name, parameters, arguments) boot.name = name;
@@ -123,11 +113,6 @@ struct Entry {
 #define RUNTIME_SERVICE(name, parameters, arguments) runtime.name = name;
 #define RUNTIME_SERVICE_VALUE(type, name, parameters, arguments) runtime.name = name;
 #include "host/firmware/services.def"
-#undef BOOT_SERVICE
-#undef BOOT_SERVICE_VALUE
-#undef BOOT_SERVICE_LIST
-#undef RUNTIME_SERVICE
-#undef RUNTIME_SERVICE_VALUE
   }
 };
 

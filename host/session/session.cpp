@@ -5,6 +5,8 @@
  */
 #include "host/session/session.h"
 
+#include <cstdio>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -14,7 +16,9 @@
 #include "images/platform.h"
 
 #include "TvqPlatformPkg/src/agent/attributes.h"
+#include "TvqPlatformPkg/src/agent/comparison.h"
 #include "TvqPlatformPkg/src/agent/inventory.h"
+#include "TvqPlatformPkg/src/agent/show_comparison.h"
 #include "TvqPlatformPkg/src/agent/start.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
 #include "TvqPlatformPkg/src/smbios/conform.h"
@@ -114,6 +118,22 @@ Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer) {
   return attribute;
 }
 
+Finding ToFinding(const tvqplatform::Finding& found) {
+  char detail[kSentence];
+  tvqplatform::FormatDetail(found, detail, sizeof(detail));
+  Finding finding;
+  finding.fqdd = WideText(tvqplatform::FqddOf(found));
+  finding.verdict = tvqplatform::VerdictInWords(found.What);
+  finding.detail = detail;
+  if (found.MovedFrom != nullptr) {
+    finding.movedFrom = WideText(found.MovedFrom->Fqdd);
+  }
+  if (found.Current != nullptr) {
+    finding.status = InWords(found.Status);
+  }
+  return finding;
+}
+
 std::string GuidText(const EFI_GUID& guid) {
   char text[40];
   std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
@@ -155,12 +175,16 @@ struct Session::Impl {
     }
   }
 
-  std::vector<Record> CollectRecords() {
-    tvqplatform::Inventory inventory;
+  static void Collect(tvqplatform::Inventory& inventory) {
     const EFI_STATUS status = inventory.Collect();
     if (EFI_ERROR(status)) {
       throw std::runtime_error("the records cannot be collected: " + InWords(status));
     }
+  }
+
+  std::vector<Record> CollectRecords() {
+    tvqplatform::Inventory inventory;
+    Collect(inventory);
     std::vector<Record> records;
     for (UINTN i = 0; i < inventory.Size(); ++i) {
       records.push_back(ToRecord(inventory[i]));
@@ -258,6 +282,44 @@ Results Session::Run(const Table& table) {
   publication.Restore();
   results.complaints = mImpl->TakeComplaints();
   return results;
+}
+
+Bytes Session::State() {
+  tvqplatform::Inventory inventory;
+  Impl::Collect(inventory);
+  tvqplatform::StateBytes state;
+  if (!state.Write(inventory, 1)) {
+    throw std::bad_alloc();
+  }
+  return CopyOf(state.Bytes());
+}
+
+Comparison Session::Compare(const Bytes& state) {
+  tvqplatform::SavedState saved;
+  const EFI_STATUS status = saved.Read(ViewOf(state));
+  if (status == EFI_INCOMPATIBLE_VERSION) {
+    throw StateError("was saved by another version of this program");
+  }
+  if (EFI_ERROR(status)) {
+    throw StateError("is no saved state, or is damaged");
+  }
+  tvqplatform::Inventory inventory;
+  Impl::Collect(inventory);
+  tvqplatform::Comparison result;
+  if (EFI_ERROR(result.Run(inventory, saved))) {
+    throw std::bad_alloc();
+  }
+  Comparison comparison;
+  for (UINTN i = 0; i < result.Size(); ++i) {
+    comparison.findings.push_back(ToFinding(result[i]));
+  }
+  for (UINTN i = 0; i < tvqplatform::kVerdictCount; ++i) {
+    const auto verdict = static_cast<tvqplatform::Verdict>(i);
+    comparison.counts.emplace_back(tvqplatform::VerdictInWords(verdict), result.Count(verdict));
+  }
+  comparison.foundSomething = result.FoundSomething();
+  comparison.foundTrouble = result.FoundTrouble();
+  return comparison;
 }
 
 }  // namespace tvq::session

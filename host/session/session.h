@@ -19,6 +19,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tvq::session {
@@ -96,6 +97,28 @@ struct Results {
       complaints;  // failed assertions, and rules of the UEFI specification that were broken
 };
 
+// Bytes that are no saved state. The message is the rest of a sentence about them.
+class StateError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What became of one device since a state was saved.
+struct Finding {
+  std::u16string fqdd;  // empty for a device without one
+  std::string verdict;  // "same", "replaced", "new", "moved", "gone" or "not verified"
+  std::optional<std::u16string> movedFrom;
+  std::optional<std::string> status;  // what Verify returned; none for a device that is gone
+  std::string detail;                 // where it was, or why it was not verified
+};
+
+struct Comparison {
+  std::vector<Finding> findings;
+  std::vector<std::pair<std::string, size_t>> counts;  // of every verdict
+  bool foundSomething = false;
+  bool foundTrouble = false;
+};
+
 // There is one session at a time.
 class Session {
  public:
@@ -113,6 +136,11 @@ class Session {
 
   // Publishes the table, starts the driver and collects everything. Once in the life of a session.
   Results Run(const Table& table);
+
+  // After Run: the state of all devices, as the agent saves it.
+  Bytes State();
+  // After Run: what became of each device since the state was saved. Throws StateError.
+  Comparison Compare(const Bytes& state);
 
  private:
   struct Impl;

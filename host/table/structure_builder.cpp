@@ -159,16 +159,17 @@ class StructureBuilder {
   }
 
   Result<Done> StoreNumber(const Item& item, const Token& value, std::size_t at, FieldKind kind) {
-    const auto number = value.IsWord() ? ParseNumber(value.text) : std::nullopt;
+    const auto parsed = value.IsWord() ? ParseNumber(value.text) : std::nullopt;
     const std::size_t width = WidthOf(kind);
-    if (!number) {
+    if (!parsed) {
       return item.Complain("does not take " + value.Spelling(), Expected(kind));
     }
-    if (width < 8 && *number >> (8 * width) != 0) {
+    const std::uint64_t number = parsed.value();
+    if (width < 8 && number >> (8 * width) != 0) {
       return item.Complain(value.text + " does not fit " + std::to_string(width) +
                            (width == 1 ? " byte" : " bytes"));
     }
-    Put(at, *number, width);
+    Put(at, number, width);
     return Done();
   }
 

@@ -34,8 +34,9 @@ struct StructureView {
 // table cuts, or strings that never end.
 std::optional<StructureView> StructureAt(const Bytes& table, std::size_t offset);
 
-// All structures from the start of the table to the first bytes that are none.
+// All structures from the start of the table to the first bytes that are none. They are views: the table has to outlive them.
 std::vector<StructureView> SplitTable(const Bytes& table);
+std::vector<StructureView> SplitTable(Bytes&& table) = delete;
 
 }  // namespace tvq::table
 

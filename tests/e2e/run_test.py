@@ -1,20 +1,18 @@
 #!/usr/bin/env python3
 """Boots the driver with a table and compares every inventory it saved with what `tvq export` says of the same table.
 
-Exit status: 0 they are equal byte for byte, 1 they are not or there was no report of success.
+Exit status: 0 they are equal byte for byte and the rest is as expected, 1 anything else.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
-import argparse
 import json
 import pathlib
 import subprocess
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent.parent / "tools"))
-import boot_qemu  # noqa: E402
-import tables  # noqa: E402
+import bench
+import agent_report
 
 BLOBS = ("inventoryBlob", "configurationBlob", "endBlob")
 # The agent cuts names here, so that there is room for a number.
@@ -70,58 +68,63 @@ def compare(expected, saved):
 
 def export(tvq, table, as_is):
     """What the driver makes of the table in a process; conformed like the agent does it, unless `as_is`."""
-    command = [tvq, "export", "--table", str(table)] + ([] if as_is else ["--conform"])
+    command = [tvq, "export", "--from-dump", str(table)] + ([] if as_is else ["--conform"])
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     if result.returncode != 0:
         sys.exit(f"{' '.join(command)} ended with {result.returncode}:\n{result.stderr}")
     return json.loads(result.stdout)
 
 
-def boot(options, table):
-    """Boots with the table; the report of success or the end of the test."""
-    machine = boot_qemu.Boot(
-        images=boot_qemu.image_paths(options.images, options.target),
-        out=options.out / "firmware",
-        table=table,
-        words=("as-is", "poweroff") if options.as_is else ("poweroff",),
-        timeout=120,
-    )
-    try:
-        report = boot_qemu.run(machine)
-    except boot_qemu.BootFailure as failure:
-        sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
-    if not boot_qemu.succeeded(report):
-        sys.exit(f"the agent reported no success:\n{report}")
-    return report
+def report_problems(report, failure):
+    """Yields a line when the run did not succeed, or not fail for the reason that is expected."""
+    wanted = agent_report.FAILED + failure if failure else agent_report.SUCCESS
+    if agent_report.last_line(report) != wanted:
+        yield f"the report ends with '{agent_report.last_line(report)}', expected: '{wanted}'"
+
+
+def log_problems(log, wanted):
+    """Yields a line for each 'function: text' that the log should have and has not."""
+    fields = (line.split(maxsplit=2) for line in log.splitlines())
+    lines = {f"{field[1]}: {field[2]}" for field in fields if len(field) == 3}
+    for line in wanted:
+        if line not in lines:
+            yield f"log.txt has no line '{line}'"
+
+
+def record_problems(expected, saved, count):
+    """Yields a line for every difference, and when there is another number of records than the table should give."""
+    if count is None and not expected:
+        yield "tvq found no record, so there is nothing to compare"
+    if count is not None and len(expected) != count:
+        yield f"tvq found {len(expected)} records, expected: {count}"
+    yield from compare(expected, saved)
 
 
 def parse_arguments(arguments):
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--images", type=pathlib.Path, required=True, help="EDK II's output folder")
-    parser.add_argument("--target", choices=("DEBUG", "RELEASE"), default="DEBUG")
+    parser = bench.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("--tvq", required=True, help="the program tvq")
-    parser.add_argument("--out", type=pathlib.Path, required=True, help="where the files of the boot go")
+    parser.add_argument("--table", type=pathlib.Path, required=True, help="a dump, a bare table, or the source of one")
     parser.add_argument("--as-is", action="store_true", help="publish the table unchanged")
-    table = parser.add_mutually_exclusive_group(required=True)
-    table.add_argument("--table", type=pathlib.Path)
-    table.add_argument("--built-in", choices=sorted(tables.BUILT_IN))
+    parser.add_argument("--records", type=int, help="how many records there should be (default: any but none)")
+    parser.add_argument("--failure", metavar="REASON", help="the run should fail for this reason")
+    parser.add_argument("--log", metavar="LINE", action="append", default=[], help="the log should have this 'function: text'")
     return parser.parse_args(arguments)
 
 
 def main(arguments):
     options = parse_arguments(arguments)
-    options.out.mkdir(parents=True, exist_ok=True)
-    table = options.table
-    if options.built_in:
-        table = options.out / f"{options.built_in}.bin"
-        table.write_bytes(tables.BUILT_IN[options.built_in]())
+    machine = bench.Machine(options)
+    table = bench.dump_of(options, options.table)
     expected = expected_files(export(options.tvq, table, options.as_is))
-    if not expected:
-        sys.exit(f"tvq found no record in {table}: there is nothing to compare")
-    print(boot(options, table))
-    differences = list(compare(expected, saved_files(options.out / "firmware")))
-    print("\n".join(differences) or f"{len(expected)} files are equal byte for byte")
-    return 1 if differences else 0
+    report = machine.boot(table, *(["as-is"] if options.as_is else []))
+    print(report)
+    problems = [
+        *report_problems(report, options.failure),
+        *record_problems(expected, saved_files(machine.out), options.records),
+        *log_problems((machine.out / "log.txt").read_text(encoding="latin-1"), options.log),
+    ]
+    print("\n".join(problems) or f"{len(expected)} files are equal byte for byte")
+    return 1 if problems else 0
 
 
 if __name__ == "__main__":

@@ -5,8 +5,15 @@
 tvq_unit_test(
   builder_tests
   SOURCES
+  unit/cpu_memory_test.cpp
+  unit/cpu_failure_test.cpp
+  unit/cpu_hbm_test.cpp
+  unit/cpu_ppin_test.cpp
+  unit/cpu_structure_test.cpp
   unit/cpu_test.cpp
+  unit/dimm_extension_test.cpp
   unit/support/builder_test.cpp
+  unit/support/cpu_fixture.cpp
   unit/support/driver_memory.cpp
   unit/support/servers.cpp
   IMAGES

@@ -39,10 +39,10 @@ class ConfigurationBlob : public DocumentTest {
     const UINT32 size = static_cast<UINT32>(document.size() + 81);
     return ByteWriter().U32(1).U32(5).U32(0x2C41C4EC).U32(size).Zeros(64).Text(document).Written();
   }
-  // A system whose document is longer than the working buffer: about 160 characters for each of its slots.
+  // A system whose document is longer than the working buffer: somewhat less than 180 characters for each of its slots.
   smTVQ* NewLongRecord(UINT8 slots) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_SYSTEM);
-    mSlots.assign(slots, {Wide(u"A slot with a long designation"), 1, 2, 3, 4, 5, 6, 7, 2});
+    mSlots.assign(slots, {Wide(u"A slot with a long designation: 3"), 1, 2, 3, 4, 5, 6, 7, 2});
     for (PCI_SLOT_INFO& slot : mSlots) {
       mSlotList.push_back(&slot);
     }
@@ -95,8 +95,7 @@ TEST_F(ConfigurationBlob, ServesTheSecondGetFromTheRecord) {
   mRecord->device.generic.MarketingName = Wide(u"Another name");
   const TVQ_BLOB_HEADER* second = Build(mRecord);
   EXPECT_EQ(BytesAt(second, second->sizeInBytes), bytes);
-  EXPECT_THAT(TakeLog(),
-              ElementsAre("getConfigBlob: GetInstance Cached SMBIOS Current Values\n"));
+  EXPECT_THAT(TakeLog(), ElementsAre("getConfigBlob: GetInstance Cached SMBIOS Current Values\n"));
 }
 
 TEST_F(ConfigurationBlob, WrapsWhateverTheRecordHasCached) {
@@ -110,9 +109,9 @@ TEST_F(ConfigurationBlob, LogsTheFirstBuild) {
   smTVQ* record = NewRecord(9);
   const std::string length = std::to_string(DocumentOf(record).size());
   EXPECT_THAT(TakeLog(),
-              ElementsAre("getConfigBlob: Creating SMBIOS XML\n",                                //
-                          "getConfigBlob: GetInstance SMBIOS Current Values\n",                  //
-                          "getConfigBlob: xmlbuffer size = 8192 xmllength = " + length + "\n",   //
+              ElementsAre("getConfigBlob: Creating SMBIOS XML\n",                               //
+                          "getConfigBlob: GetInstance SMBIOS Current Values\n",                 //
+                          "getConfigBlob: xmlbuffer size = 8192 xmllength = " + length + "\n",  //
                           "getConfigBlob: Exiting \n"));
 }
 
@@ -128,8 +127,7 @@ TEST_F(ConfigurationBlob, NeedsItsArguments) {
 
 TEST_F(ConfigurationBlob, IsNotThereWithoutTheWorkingBuffer) {
   EXPECT_EQ(BuildWithout(1, mRecord), EFI_OUT_OF_RESOURCES);
-  EXPECT_THAT(TakeLog(),
-              ElementsAre("error: getConfigBlob: Failed to allocate memory for xml \n"));
+  EXPECT_THAT(TakeLog(), ElementsAre("error: getConfigBlob: Failed to allocate memory for xml \n"));
   EXPECT_THAT(NewBlocks(), IsEmpty());
   EXPECT_EQ(mRecord->ConfigXml, nullptr);
 }
@@ -163,10 +161,7 @@ TEST_F(ConfigurationBlob, IsNotThereWhenACachedOneCannotBeAllocated) {
   EXPECT_EQ(std::string(mRecord->ConfigXml), "any text");
 }
 
-// --- Long documents ---
-
-TEST_F(ConfigurationBlob, AllocatesAWorkingBufferOf8192BytesAtFirst) {
-  // The record cannot keep the document, and there is no blob: the working buffer is the only allocation that succeeds.
+TEST_F(ConfigurationBlob, FreesTheWorkingBufferWhenNothingElseCanBeAllocated) {
   FailAllocation(2);
   FailAllocation(3);
   const uint64_t frees = Memory().Frees();
@@ -176,6 +171,8 @@ TEST_F(ConfigurationBlob, AllocatesAWorkingBufferOf8192BytesAtFirst) {
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
+// --- Long documents ---
+
 TEST_F(ConfigurationBlob, HoldsADocumentOfAnyLengthWhole) {
   for (UINT8 slots : {40, 51, 52, 53, 54, 60, 110, 255}) {
     mSlotList.clear();
@@ -183,31 +180,35 @@ TEST_F(ConfigurationBlob, HoldsADocumentOfAnyLengthWhole) {
     std::string entries;
     for (int i = 0; i < slots; ++i) {
       entries +=
-          "<PCISlotInfo><Desig>A slot with a long designation</Desig><Type>1</Type><Width>2</Width>"
+          "<PCISlotInfo><Desig>A slot with a long designation: "
+          "3</Desig><Type>1</Type><Width>2</Width>"
           "<Usage>3</Usage><Len>4</Len><ID>5</ID><BDF>607</BDF><HotPlug>1</HotPlug></PCISlotInfo>";
     }
-    EXPECT_EQ(document,
-              Document("<MarketingName></MarketingName><Identifier><SystemInformation>"
-                       "<ProductName></ProductName><Manufacturer></Manufacturer>"
-                       "<ServiceTag></ServiceTag></SystemInformation>" +
-                           entries + "</Identifier>",
-                       ""));
+    EXPECT_EQ(document, Document("<MarketingName></MarketingName><Identifier><SystemInformation>"
+                                 "<ProductName></ProductName><Manufacturer></Manufacturer>"
+                                 "<ServiceTag></ServiceTag></SystemInformation>" +
+                                     entries + "</Identifier>",
+                                 ""));
   }
 }
 
 // Names of one character more each time carry the end of the document over the end of the working buffer byte by byte.
-TEST_F(ConfigurationBlob, FillsTheWorkingBufferToTheLastByte) {
-  smTVQ* sample = NewLongRecord(45);
-  const size_t base = DocumentOf(sample).size();
-  ASSERT_LT(base, kWorkingBuffer - 2);
-  ASSERT_GT(base, kWorkingBuffer - 127);
-  for (size_t length = kWorkingBuffer - base - 2; length <= kWorkingBuffer - base + 2; ++length) {
+TEST_F(ConfigurationBlob, FillsTheWorkingBufferToTheLastByteBeforeItGrows) {
+  const size_t base = DocumentOf(NewLongRecord(44)).size();
+  ASSERT_LT(base, kWorkingBuffer - 3);
+  ASSERT_GT(base, kWorkingBuffer - 120) << "a name of 127 characters has to reach the end";
+  for (size_t length = kWorkingBuffer - base - 3; length <= kWorkingBuffer - base + 2; ++length) {
     mSlotList.clear();
-    smTVQ* record = NewLongRecord(45);
+    smTVQ* record = NewLongRecord(44);
     record->device.generic.MarketingName = Wide(std::u16string(length, u'n'));
+    const uint64_t allocations = Memory().Allocations(host::images::driver);
     const std::string document = DocumentOf(record);
     EXPECT_EQ(document.size(), base + length);
     EXPECT_THAT(document, EndsWith("</Configuration></tvqComponent>"));
+    // Working buffer, the document in the record, blob.
+    const bool fits = document.size() + 1 <= kWorkingBuffer;
+    EXPECT_EQ(Memory().Allocations(host::images::driver) - allocations == 3, fits)
+        << document.size();
   }
 }
 

@@ -55,8 +55,12 @@ void CpuDocument::FillHbm() {
   mCpu.HBMErrorCorrectionType = 6;
   for (int i = 0; i < 4; ++i) {
     const UINT64 bytes = 1000 * (i + 1);
-    mStacks[i] = {static_cast<UINT16>(16384 + i), bytes + 1, bytes + 2, bytes + 3,
-                  static_cast<UINT16>(3200 + i), static_cast<UINT8>(0x20 + i)};
+    mStacks[i] = {static_cast<UINT16>(16384 + i),
+                  bytes + 1,
+                  bytes + 2,
+                  bytes + 3,
+                  static_cast<UINT16>(3200 + i),
+                  static_cast<UINT8>(0x20 + i)};
     mCpu.HBMInfo[i] = &mStacks[i];
   }
 }
@@ -87,10 +91,9 @@ constexpr char kCommonData[] =
 
 TEST_F(CpuDocument, HasAllOfAProcessorWithoutCachesAndHbm) {
   Fill();
-  EXPECT_EQ(DocumentOf(mRecord),
-            Document(kInventory, std::string("<cpuData>") + kCommonData +
-                                     "<HBMPresence>0</HBMPresence>"
-                                     "</cpuData>"));
+  EXPECT_EQ(DocumentOf(mRecord), Document(kInventory, std::string("<cpuData>") + kCommonData +
+                                                          "<HBMPresence>0</HBMPresence>"
+                                                          "</cpuData>"));
 }
 
 TEST_F(CpuDocument, HasAllOfAProcessorWithCachesAndHbm) {
@@ -269,8 +272,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // The location is "CPU" and the one character that is the digit zero plus the socket number.
 TEST_F(CpuDocument, LocatesTheProcessorByOneCharacter) {
-  const std::pair<UINT8, const char*> locations[] = {
-      {0, "CPU0"}, {9, "CPU9"}, {10, "CPU:"}, {17, "CPUA"}, {0xD0, "CPU"}, {0xFF, "CPU/"}};
+  const std::pair<UINT8, const char*> locations[] = {{0, "CPU0"},  {9, "CPU9"},   {10, "CPU:"},
+                                                     {17, "CPUA"}, {0xD0, "CPU"}, {0xFF, "CPU/"}};
   for (const auto& [socket, location] : locations) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_CPU);
     record->device.cpu.Socket = socket;
@@ -329,9 +332,9 @@ TEST_F(CpuDocument, NamesCacheLevelAndLocationByTheirWords) {
     record->device.cpu.CacheInfo[2] = &mCaches[0];
     EXPECT_THAT(Values(record, "CacheLevel"), ElementsAre(name));
   }
-  const std::pair<UINT16, const char*> locations[] = {{0, "Internal"},    {0x20, "External"},
-                                                      {0x40, "Unknown"},  {0x60, "Unknown"},
-                                                      {1, "Unknown"},     {0x2000, "Unknown"}};
+  const std::pair<UINT16, const char*> locations[] = {{0, "Internal"},   {0x20, "External"},
+                                                      {0x40, "Unknown"}, {0x60, "Unknown"},
+                                                      {1, "Unknown"},    {0x2000, "Unknown"}};
   for (const auto& [word, name] : locations) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_CPU);
     mCaches[0].CacheLocation = word;
@@ -343,10 +346,12 @@ TEST_F(CpuDocument, NamesCacheLevelAndLocationByTheirWords) {
 TEST_F(CpuDocument, PrintsTheLargestCacheValues) {
   std::memset(&mCaches[0], 0xFF, sizeof(mCaches[0]));
   mCpu.CacheInfo[0] = &mCaches[0];
-  for (const char* word : {"CacheConfiguration", "MaximumSize", "InstalledSize", "CurrentSRAMType"}) {
+  for (const char* word :
+       {"CacheConfiguration", "MaximumSize", "InstalledSize", "CurrentSRAMType"}) {
     EXPECT_THAT(Values(mRecord, word), ElementsAre("65535")) << word;
   }
-  for (const char* byte : {"CacheSpeed", "ErrorCorrectionType", "SystemCacheType", "Associativity"}) {
+  for (const char* byte :
+       {"CacheSpeed", "ErrorCorrectionType", "SystemCacheType", "Associativity"}) {
     EXPECT_THAT(Values(mRecord, byte), ElementsAre("255")) << byte;
   }
 }
@@ -358,8 +363,8 @@ TEST_F(CpuDocument, ShowsHbmOnlyWhenItsPresenceIsOne) {
     record->device = mRecord->device;
     record->device.cpu.HBMPresence = presence;
     EXPECT_THAT(Values(record, "HBMPresence"), ElementsAre(std::to_string(presence)));
-    for (const char* element : {"HBMOnlyMode", "HBMMaxCapacity", "HBMLocation",
-                                "HBMErrorCorrectionType", "HBMData"}) {
+    for (const char* element :
+         {"HBMOnlyMode", "HBMMaxCapacity", "HBMLocation", "HBMErrorCorrectionType", "HBMData"}) {
       EXPECT_THAT(Values(record, element), IsEmpty()) << element;
     }
   }
@@ -378,17 +383,16 @@ TEST_F(CpuDocument, PrintsTheLargestHbmValuesWithoutASign) {
   mCpu.HBMMaxCapacity = 0xFFFFFFFF;
   mCpu.HBMInfo[1] = mCpu.HBMInfo[2] = mCpu.HBMInfo[3] = nullptr;
   std::memset(&mStacks[0], 0xFF, sizeof(mStacks[0]));
-  const std::pair<const char*, const char*> values[] = {
-      {"HBMOnlyMode", "255"},
-      {"HBMMaxCapacity", "4294967295"},
-      {"HBMLocation", "255"},
-      {"HBMErrorCorrectionType", "255"},
-      {"Size", "65535"},
-      {"MemoryType", "255"},
-      {"Speed", "65535"},
-      {"NonVolatileSize", "18446744073709551615"},
-      {"VolatileSize", "18446744073709551615"},
-      {"CacheSize", "18446744073709551615"}};
+  const std::pair<const char*, const char*> values[] = {{"HBMOnlyMode", "255"},
+                                                        {"HBMMaxCapacity", "4294967295"},
+                                                        {"HBMLocation", "255"},
+                                                        {"HBMErrorCorrectionType", "255"},
+                                                        {"Size", "65535"},
+                                                        {"MemoryType", "255"},
+                                                        {"Speed", "65535"},
+                                                        {"NonVolatileSize", "18446744073709551615"},
+                                                        {"VolatileSize", "18446744073709551615"},
+                                                        {"CacheSize", "18446744073709551615"}};
   for (const auto& [element, value] : values) {
     EXPECT_THAT(Values(mRecord, element), ElementsAre(value)) << element;
   }

@@ -163,10 +163,9 @@ TEST_F(DimmDocument, PrintsTheLargestValues) {
     EXPECT_THAT(Values(mRecord, element), ElementsAre("-1")) << element;
   }
   EXPECT_THAT(Values(mRecord, "ProductID"), ElementsAre("0xFFFF"));
-  for (const char* element :
-       {"Speed", "Size", "TypeDetail", "TotalWidth", "DataWidth", "Handle",
-        "ConfiguredMemClockSpeed", "MemOpModeCap", "ModuleMID", "ModulePID", "MemSubMID",
-        "MemSubPID"}) {
+  for (const char* element : {"Speed", "Size", "TypeDetail", "TotalWidth", "DataWidth", "Handle",
+                              "ConfiguredMemClockSpeed", "MemOpModeCap", "ModuleMID", "ModulePID",
+                              "MemSubMID", "MemSubPID"}) {
     EXPECT_THAT(Values(mRecord, element), ElementsAre("65535")) << element;
   }
   for (const char* element :

@@ -328,7 +328,7 @@ TEST_F(SystemDocument, KeepsAtMost127CharactersOfAText) {
 TEST_F(SystemDocument, LogsTheNumberOfSlots) {
   mSystem.NumPCISlots = 3;
   const size_t length = DocumentOf(mRecord).size();
-  EXPECT_THAT(TakeLog(), ElementsAre("getConfigBlob: Creating SMBIOS XML\n",                //
+  EXPECT_THAT(TakeLog(), ElementsAre("getConfigBlob: Creating SMBIOS XML\n",  //
                                      "getConfigBlob: tvq->device.system.NumPCISlots : 3\n",
                                      "getConfigBlob: GetInstance SMBIOS Current Values\n",  //
                                      "getConfigBlob: xmlbuffer size = 8192 xmllength = " +

@@ -20,3 +20,5 @@ tvq_unit_test(
   probe
   neighbour
   application)
+
+add_test(NAME edk2_autogen COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/edk2_autogen_test.py")

@@ -83,6 +83,17 @@ TEST_F(FirmwareReport, NamesAServiceThatIsNotThere) {
   EXPECT_THAT(misuses[0].what, HasSubstr("ExitBootServices"));
 }
 
+TEST(FirmwareReportOfAnImage, KeepsAssertionsOffWhenTheImageIsLoadedAgain) {
+  Firmware firmware;
+  firmware.EnableAssertions(images::probe, false);
+  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
+  ASSERT_EQ(firmware.UnloadImage(handle), EFI_SUCCESS);
+  firmware.LoadImage(images::probe);
+  ProbeAssert();
+  EXPECT_TRUE(firmware.Assertions().empty());
+}
+
 // What a machine complains of when it ends.
 std::vector<std::string> gComplaints;
 

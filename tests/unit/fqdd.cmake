@@ -1,4 +1,4 @@
-# The FQDD map and the named attributes.
+# The FQDD map.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 

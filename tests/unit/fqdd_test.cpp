@@ -25,7 +25,7 @@ std::vector<Entry> Entries() {
   std::vector<Entry> entries;
   for (UINT16 i = 0; i < gFqddMapCount; ++i) {
     const FQDD_MAP_ENTRY entry = gFqddMap[i];
-    entries.emplace_back(entry.StringNumber, entry.Handle, entry.Opaque, entry.StructureIndex);
+    entries.emplace_back(entry.StringNumber, +entry.Handle, entry.Opaque, entry.StructureIndex);
   }
   return entries;
 }
@@ -126,16 +126,28 @@ TEST_F(FqddMapTest, IsSpoiltByAStructureWithoutAFormat) {
   ExpectNoMap();
 }
 
-TEST_F(FqddMapTest, TakesNothingFromBehindTheTable) {
+// Two groups, of which the end of the table leaves `left` bytes of the structure.
+Table CutMap(size_t left) {
   Table table;
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"CPU.Socket.2", 0x401}}});
-  const Table whole = table;
-  for (size_t left = 4; left < 13; ++left) {
-    table = whole;
-    table.Chop(whole.Size() - left);
-    const EFI_STATUS status = BuildFrom(table);
-    EXPECT_EQ(EFI_ERROR(status), gFqddMapValid == 0u);
-    EXPECT_LE(gFqddMapCount, (left - 4) / 4) << left << " bytes";
+  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400, 1}, {"CPU.Socket.2", 0x401, 2}}});
+  table.Chop(table.Size() - left);
+  return table;
+}
+
+TEST_F(FqddMapTest, CannotBeBuiltFromAStructureThatPromisesGroupsBehindTheTable) {
+  for (size_t left = 4; left <= 9; ++left) {
+    EXPECT_EQ(BuildFrom(CutMap(left)), EFI_NOT_FOUND) << left << " bytes";
+    ExpectNoMap();
+  }
+}
+
+TEST_F(FqddMapTest, TakesAGroupThatTheEndOfTheTableCutsWithoutWhatIsMissing) {
+  ASSERT_EQ(BuildFrom(CutMap(12)), EFI_SUCCESS);
+  EXPECT_THAT(Entries(), ElementsAre(Entry(1, 0x400, 1, 0), Entry(2, 0x401, 0, 0)));
+  for (const size_t left : {10, 11}) {
+    ASSERT_EQ(BuildFrom(CutMap(left)), EFI_SUCCESS);
+    EXPECT_THAT(Entries(), ElementsAre(Entry(1, 0x400, 1, 0), Entry(2, kNoHandle, 0, 0)))
+        << left << " bytes";
   }
 }
 

@@ -217,10 +217,8 @@ TEST_F(InventoryBlob, NarrowsEachCharacterToItsLowByte) {
 }
 
 TEST_F(InventoryBlob, ShowsAComponentIdAsASignedNumber) {
-  const std::pair<UINT32, const char*> cases[] = {{1, "1"},
-                                                  {0x7FFFFFFF, "2147483647"},
-                                                  {0x80000000, "-2147483648"},
-                                                  {0xFFFFFFFF, "-1"}};
+  const std::pair<UINT32, const char*> cases[] = {
+      {1, "1"}, {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
   for (const auto& [id, text] : cases) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_DIMM);
     record->device.dimm.ComponentID = id;
@@ -247,8 +245,8 @@ TEST_F(InventoryBlob, HasNoProductIdWhenItIsZero) {
 
 TEST_F(InventoryBlob, ReadsTheSlotNumberFromTheLocatorAsHexadecimalDigits) {
   const std::pair<const char16_t*, UINT8> cases[] = {
-      {u"1A", 0x1A}, {u"A1", 0xA1}, {u"c3", 0xC3}, {u"7", 0x07},   {u"123", 0x23},
-      {u"FFE", 0xFE}, {u"B2_", 0xB2}, {u"XYZ", 0x00}, {u"", 0x00}, {u"_A1", 0x00}};
+      {u"1A", 0x1A},  {u"A1", 0xA1},  {u"c3", 0xC3},  {u"7", 0x07}, {u"123", 0x23},
+      {u"FFE", 0xFE}, {u"B2_", 0xB2}, {u"XYZ", 0x00}, {u"", 0x00},  {u"_A1", 0x00}};
   for (const auto& [locator, slot] : cases) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_DIMM);
     record->device.dimm.DeviceLocator = Wide(locator);
@@ -350,11 +348,11 @@ TEST_F(InventoryBlob, NeedsItsArguments) {
 
 TEST_F(InventoryBlob, LogsAModulesTexts) {
   Build(FullDimm());
-  EXPECT_THAT(TakeLog(), ElementsAre("getInvBlob: Entering \n",                       //
-                                     "getInvBlob: MarketingName = [DDR5 RDIMM] \n",   //
-                                     "getInvBlob: DIMM WWN = 80CE0F23 len = 8\n",     //
-                                     "getInvBlob: DIMM FW = 2.0.1 len = 5\n",         //
-                                     "getInvBlob: DIMM CompID = 104225 len = 6\n",    //
+  EXPECT_THAT(TakeLog(), ElementsAre("getInvBlob: Entering \n",                      //
+                                     "getInvBlob: MarketingName = [DDR5 RDIMM] \n",  //
+                                     "getInvBlob: DIMM WWN = 80CE0F23 len = 8\n",    //
+                                     "getInvBlob: DIMM FW = 2.0.1 len = 5\n",        //
+                                     "getInvBlob: DIMM CompID = 104225 len = 6\n",   //
                                      "getInvBlob: Exiting \n"));
 }
 
@@ -364,13 +362,12 @@ TEST_F(InventoryBlob, LogsTheTextsAsTheyAreCut) {
   record->device.generic.WWN = Wide(u"12345678901234567");
   record->device.dimm.FirmwareVersion = Wide(std::u16string(40, u'f'));
   Build(record);
-  EXPECT_THAT(
-      TakeLog(),
-      ElementsAre("getInvBlob: Entering \n",                                               //
-                  "getInvBlob: MarketingName = [" + std::string(63, 'm') + "] \n",         //
-                  "getInvBlob: DIMM WWN = 12345678901234 len = 14\n",                      //
-                  "getInvBlob: DIMM FW = " + std::string(31, 'f') + " len = 31\n",         //
-                  "getInvBlob: DIMM CompID = 104225 len = 6\n", "getInvBlob: Exiting \n"));
+  EXPECT_THAT(TakeLog(),
+              ElementsAre("getInvBlob: Entering \n",                                        //
+                          "getInvBlob: MarketingName = [" + std::string(63, 'm') + "] \n",  //
+                          "getInvBlob: DIMM WWN = 12345678901234 len = 14\n",               //
+                          "getInvBlob: DIMM FW = " + std::string(31, 'f') + " len = 31\n",  //
+                          "getInvBlob: DIMM CompID = 104225 len = 6\n", "getInvBlob: Exiting \n"));
 }
 
 TEST_F(InventoryBlob, LogsAProcessor) {
@@ -409,10 +406,11 @@ TEST_F(InventoryBlob, NeedsMemory) {
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
-TEST_F(InventoryBlob, SurvivesWhenTheLocatorCannotBeCopied) {
+TEST_F(InventoryBlob, HasNoSlotNumberWhenTheLocatorCannotBeCopied) {
   FailAllocation(2);
   const TVQ_INVENTORY_BLOB& blob = Inventory(FullDimm());
   EXPECT_EQ(Memory().FailedAllocations(), 1u);
+  EXPECT_EQ(UINT32{blob.flags}, kProductIdValid);
   EXPECT_EQ(blob.SlotNumber, 0);
   EXPECT_EQ(StringAt(blob, blob.wwnOffset), "80CE0F23");
   EXPECT_EQ(NewBlocks().size(), 1u);

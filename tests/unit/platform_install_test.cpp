@@ -7,15 +7,18 @@
 
 #include <Guid/ZvServices.h>
 #include <Protocol/DebugLog.h>
+#include <Protocol/TvqManagement.h>
 #include <Protocol/TvqPlatformPresence.h>
 #include <Protocol/TvqStartRequest.h>
+#include <Protocol/XmlParser.h>
 #include <Protocol/ZvLibrary.h>
 
 namespace tvq::test {
 namespace {
 
 EFI_GUID* const kProtocols[] = {&gTvqPlatformProtocolGuid, &gDebugLogProtocolGuid,
-                                &gTvqPrerequisiteProtocolGuid, &gZvAuxProtocolGuid,
+                                &gTvqPrerequisiteProtocolGuid, &gTvqManagementProtocolGuid,
+                                &gXmlParserProtocolGuid, &gZvAuxProtocolGuid,
                                 &gZvLibraryProtocolGuid};
 
 class PlatformInstall : public testing::Test {

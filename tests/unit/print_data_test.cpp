@@ -58,12 +58,12 @@ TEST_F(PrintData, ShowsAllOfAFullSet) {
   EXPECT_THAT(Print(), ElementsAre("printData: [DIMM] BLOB type: 0x00000003\n",
                                    "printData: BLOB revision: 1 cookie: 0x0F9B54CF "
                                    "sizeInBytes:146\n",
-                                   "printData: wwnOffset = 0 wwn = 80CE\n",          //
+                                   "printData: wwnOffset = 0 wwn = 80CE\n",  //
                                    "printData: MktnameOffset = 5 MktName = Module\n",
-                                   "printData: FwVerOffset = 12 FWVer = 2.0\n",      //
-                                   "printData: CompIDOffset = 16 CompID = 77\n",     //
-                                   "printData: Product ID = 0BEF \n",                //
-                                   "printData: Slot Number = A1 \n",                 //
+                                   "printData: FwVerOffset = 12 FWVer = 2.0\n",   //
+                                   "printData: CompIDOffset = 16 CompID = 77\n",  //
+                                   "printData: Product ID = 0BEF \n",             //
+                                   "printData: Slot Number = A1 \n",              //
                                    "printData: [DIMM] BLOB type: 0x00000005\n",
                                    "printData: BLOB revision: 1 cookie: 0x2C41C4EC "
                                    "sizeInBytes:1234\n",
@@ -74,7 +74,7 @@ TEST_F(PrintData, ShowsAllOfAFullSet) {
 
 TEST_F(PrintData, LabelsTheSetByDeviceType) {
   NewInventory("");
-  const std::pair<int, std::string> labels[] = {{2, "CPU"},    {3, "DIMM"}, {4, "SYSTEM"},
+  const std::pair<int, std::string> labels[] = {{2, "CPU"},    {3, "DIMM"},   {4, "SYSTEM"},
                                                 {0, "SYSTEM"}, {5, "SYSTEM"}, {255, "SYSTEM"}};
   for (const auto& [type, label] : labels) {
     EXPECT_THAT(Print(static_cast<UINT8>(type)),
@@ -84,10 +84,9 @@ TEST_F(PrintData, LabelsTheSetByDeviceType) {
 
 TEST_F(PrintData, ShowsTheHeaderAsItIs) {
   NewInventory("").header = {12, 0xABCDEF01, 0xFEDCBA98, 0x7FFFFFFF};
-  EXPECT_THAT(Print(),
-              ElementsAre("printData: [DIMM] BLOB type: 0xABCDEF01\n",
-                          "printData: BLOB revision: 12 cookie: 0xFEDCBA98 "
-                          "sizeInBytes:2147483647\n"));
+  EXPECT_THAT(Print(), ElementsAre("printData: [DIMM] BLOB type: 0xABCDEF01\n",
+                                   "printData: BLOB revision: 12 cookie: 0xFEDCBA98 "
+                                   "sizeInBytes:2147483647\n"));
 }
 
 TEST_F(PrintData, ShowsOnlyStringsWhoseReferenceSaysThatTheyAreThere) {

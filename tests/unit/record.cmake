@@ -11,6 +11,7 @@ tvq_unit_test(
   unit/configuration_system_test.cpp
   unit/end_blob_test.cpp
   unit/inventory_blob_test.cpp
+  unit/inventory_get_test.cpp
   unit/inventory_protocol_test.cpp
   unit/print_data_test.cpp
   unit/record_test.cpp

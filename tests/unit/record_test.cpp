@@ -16,7 +16,6 @@ namespace tvq::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // --- Layout ---
 
@@ -28,8 +27,10 @@ struct Field {
   size_t expectedSize;
 };
 
-#define FIELD(structure, name, expectedSize) \
-  Field { #name, OFFSET_OF(structure, name), sizeof(structure::name), expectedSize }
+#define FIELD(structure, name, expectedSize)                                 \
+  Field {                                                                    \
+#name, OFFSET_OF(structure, name), sizeof(structure::name), expectedSize \
+  }
 
 void ExpectPacked(const std::vector<Field>& fields, size_t start, size_t end) {
   size_t offset = start;
@@ -48,11 +49,10 @@ TEST(RecordLayout, BeginsWithTheSignatureAndEndsWithTheSameTailForAllTypes) {
                 FIELD(smTVQ, ConfigXml, 8), FIELD(smTVQ, Reserved1, 8), FIELD(smTVQ, Protocol, 32),
                 FIELD(smTVQ, Reserved2, 8), FIELD(smTVQ, Valid, 4)},
                0, sizeof(smTVQ));
-  ExpectPacked({FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQIdentify, 8),
-                FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQGet, 8),
-                FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQSet, 8),
-                FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQVerify, 8)},
-               0, sizeof(TVQ_INVENTORY_PROTOCOL));
+  ExpectPacked(
+      {FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQIdentify, 8), FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQGet, 8),
+       FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQSet, 8), FIELD(TVQ_INVENTORY_PROTOCOL, SMTVQVerify, 8)},
+      0, sizeof(TVQ_INVENTORY_PROTOCOL));
 }
 
 TEST(RecordLayout, HasTheGenericPartInFrontOfEachTypesOwn) {
@@ -124,20 +124,13 @@ TEST(RecordLayout, OfAModule) {
 }
 
 TEST(RecordLayout, OfTheSystem) {
-  ExpectPacked({FIELD(TVQ_SYSTEM, Socket, 1),
-                FIELD(TVQ_SYSTEM, NumChassis, 1),
-                FIELD(TVQ_SYSTEM, NumPMA, 1),
-                FIELD(TVQ_SYSTEM, NumBaseBoards, 1),
-                FIELD(TVQ_SYSTEM, NumPCISlots, 1),
-                FIELD(TVQ_SYSTEM, ProductName, 8),
-                FIELD(TVQ_SYSTEM, Manufacturer, 8),
-                FIELD(TVQ_SYSTEM, ServiceTag, 8),
-                FIELD(TVQ_SYSTEM, ChassisInfo, 8),
-                FIELD(TVQ_SYSTEM, PMAInfo, 8),
-                FIELD(TVQ_SYSTEM, BIOSInfo, 8),
-                FIELD(TVQ_SYSTEM, BaseBoardInfo, 8),
-                FIELD(TVQ_SYSTEM, PCISlotInfo, 8),
-                FIELD(TVQ_SYSTEM, UUID, 16)},
+  ExpectPacked({FIELD(TVQ_SYSTEM, Socket, 1), FIELD(TVQ_SYSTEM, NumChassis, 1),
+                FIELD(TVQ_SYSTEM, NumPMA, 1), FIELD(TVQ_SYSTEM, NumBaseBoards, 1),
+                FIELD(TVQ_SYSTEM, NumPCISlots, 1), FIELD(TVQ_SYSTEM, ProductName, 8),
+                FIELD(TVQ_SYSTEM, Manufacturer, 8), FIELD(TVQ_SYSTEM, ServiceTag, 8),
+                FIELD(TVQ_SYSTEM, ChassisInfo, 8), FIELD(TVQ_SYSTEM, PMAInfo, 8),
+                FIELD(TVQ_SYSTEM, BIOSInfo, 8), FIELD(TVQ_SYSTEM, BaseBoardInfo, 8),
+                FIELD(TVQ_SYSTEM, PCISlotInfo, 8), FIELD(TVQ_SYSTEM, UUID, 16)},
                kGenericSize, sizeof(TVQ_SYSTEM));
 }
 
@@ -155,15 +148,15 @@ TEST(RecordLayout, OfTheSystemsEntries) {
       0, sizeof(PMA_INFO));
   ExpectPacked({FIELD(BIOS_INFO, BIOSVersion, 8), FIELD(BIOS_INFO, BIOSReleaseDate, 8)}, 0,
                sizeof(BIOS_INFO));
-  ExpectPacked({FIELD(BASE_BOARD_INFO, LocationInChassis, 8),
-                FIELD(BASE_BOARD_INFO, ChassisHandle, 2)},
-               0, sizeof(BASE_BOARD_INFO));
-  ExpectPacked({FIELD(PCI_SLOT_INFO, Desig, 8), FIELD(PCI_SLOT_INFO, Type, 1),
-                FIELD(PCI_SLOT_INFO, Width, 1), FIELD(PCI_SLOT_INFO, Usage, 1),
-                FIELD(PCI_SLOT_INFO, Len, 1), FIELD(PCI_SLOT_INFO, ID, 2),
-                FIELD(PCI_SLOT_INFO, Bus, 1), FIELD(PCI_SLOT_INFO, DevFn, 1),
-                FIELD(PCI_SLOT_INFO, HotPlug, 1)},
-               0, sizeof(PCI_SLOT_INFO));
+  ExpectPacked(
+      {FIELD(BASE_BOARD_INFO, LocationInChassis, 8), FIELD(BASE_BOARD_INFO, ChassisHandle, 2)}, 0,
+      sizeof(BASE_BOARD_INFO));
+  ExpectPacked(
+      {FIELD(PCI_SLOT_INFO, Desig, 8), FIELD(PCI_SLOT_INFO, Type, 1),
+       FIELD(PCI_SLOT_INFO, Width, 1), FIELD(PCI_SLOT_INFO, Usage, 1), FIELD(PCI_SLOT_INFO, Len, 1),
+       FIELD(PCI_SLOT_INFO, ID, 2), FIELD(PCI_SLOT_INFO, Bus, 1), FIELD(PCI_SLOT_INFO, DevFn, 1),
+       FIELD(PCI_SLOT_INFO, HotPlug, 1)},
+      0, sizeof(PCI_SLOT_INFO));
 }
 
 #undef FIELD
@@ -338,6 +331,11 @@ TEST_F(Record, IsPublishedWithoutAnEntryWhenThereIsNone) {
   smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_SYSTEM);
   record->DevicePath = reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data());
   EXPECT_EQ(PublishRecord(record, nullptr), EFI_SUCCESS);
+  const std::vector<RecordHandle> published = mRig.Records();
+  ASSERT_EQ(published.size(), 1u);
+  EXPECT_EQ(published[0].record, record);
+  EXPECT_EQ(published[0].protocol, InventoryOf(record));
+  EXPECT_EQ(published[0].entryInterface, nullptr);
 }
 
 }  // namespace

@@ -269,7 +269,8 @@ TEST(HbmOnlySample, HasNoModule) {
 }
 
 TEST(HbmMixedSample, HasModulesAtTheSecondProcessorAlone) {
-  const auto modules = Modules(Sample::Named("hbm-mixed"));
+  const Sample sample = Sample::Named("hbm-mixed");
+  const auto modules = Modules(sample);
   ASSERT_THAT(modules, SizeIs(2));
   EXPECT_EQ(StringAt(modules[0], 0x10), "DIMM_B1");
   EXPECT_EQ(StringAt(modules[1], 0x10), "DIMM_B2");

@@ -160,15 +160,18 @@ UINT64 Word(Value value) {
   return word;
 }
 
-// Makes a spy of an entry of the table: it notes its arguments and answers kAnswer.
+// Notes its arguments and answers kAnswer.
+template <typename Result, typename... Values>
+Result EFIAPI Spy(Values... values) {
+  gArguments = {Word(values)...};
+  if constexpr (!std::is_void_v<Result>) {
+    return (Result)kAnswer;
+  }
+}
+
 template <typename Result, typename... Values>
 void SpyOn(Result(EFIAPI*& entry)(Values...)) {
-  entry = [](Values... values) EFIAPI -> Result {
-    gArguments = {Word(values)...};
-    if constexpr (!std::is_void_v<Result>) {
-      return (Result)kAnswer;
-    }
-  };
+  entry = Spy<Result, Values...>;
 }
 
 ZV_LIBRARY_PROTOCOL MakeSpies() {
@@ -197,7 +200,7 @@ CHAR8 gOther[] = "other";
 CHAR16 gWide[] = {'w', 'i', 'd', 'e', 0};
 CHAR16 gOtherWide[] = {'o', 0};
 
-UINTN CallVSPrint(CHAR8* buffer, ...) {
+UINTN EFIAPI CallVSPrint(CHAR8* buffer, ...) {
   VA_LIST marker;
   VA_START(marker, buffer);
   const UINTN result = ZvAsciiVSPrint(buffer, 11, gOther, marker);

@@ -96,9 +96,8 @@ class DeviceEntry : public RecordTest {
   // Calls the operation of one entry with another interface.
   EFI_STATUS AskThrough(ZVEP_PROTOCOL* operations, ZVEP_PROTOCOL* entry, Path& path, CHAR16** name,
                         CHAR16** fqdd) {
-    return operations->GetDeviceName(entry,
-                                     reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data()),
-                                     mLanguage, name, fqdd);
+    return operations->GetDeviceName(
+        entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data()), mLanguage, name, fqdd);
   }
   EFI_STATUS StatusFor(ZVEP_PROTOCOL* entry, const Path& path) {
     CHAR16* name = nullptr;
@@ -117,6 +116,10 @@ class DeviceEntry : public RecordTest {
 };
 
 class EveryDeviceEntry : public DeviceEntry, public testing::WithParamInterface<Kind> {};
+
+void PrintTo(const Kind& kind, std::ostream* stream) {
+  *stream << kind.name;
+}
 
 std::string NameOfKind(const testing::TestParamInfo<Kind>& info) {
   return info.param.name;
@@ -189,6 +192,11 @@ TEST_P(EveryDeviceEntry, HasNoDeviceData) {
   EXPECT_EQ(entry->GetDeviceData(reinterpret_cast<ZVEP_PROTOCOL*>(8)), EFI_UNSUPPORTED);
 }
 
+TEST_F(DeviceEntry, OfAProcessorIsBuiltWithoutADebugLog) {
+  RemoveDebugLog();
+  EXPECT_NE(NewEntry(kCpu), nullptr);
+}
+
 // --- Arguments ---
 
 TEST_P(EveryDeviceEntry, NeedsItsArgumentsButTheFqdd) {
@@ -211,10 +219,9 @@ TEST_P(EveryDeviceEntry, AnswersInAnyLanguage) {
   for (const char* language : {"", "de-DE", "nonsense"}) {
     Path path = OwnPath(GetParam());
     CHAR16* name = nullptr;
-    EXPECT_EQ(
-        entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data()),
-                             const_cast<CHAR8*>(language), &name, nullptr),
-        EFI_SUCCESS);
+    EXPECT_EQ(entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data()),
+                                   const_cast<CHAR8*>(language), &name, nullptr),
+              EFI_SUCCESS);
   }
 }
 
@@ -316,10 +323,10 @@ TEST_P(EveryDeviceEntry, RefusesANodeThatIsTooShort) {
     path[kLength] = static_cast<UINT8>(length);
     std::copy(path.begin(), path.begin() + length, memory.Data());
     CHAR16* name = nullptr;
-    EXPECT_EQ(entry->GetDeviceName(entry,
-                                   reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(memory.Data()),
-                                   mLanguage, &name, nullptr),
-              EFI_UNSUPPORTED)
+    EXPECT_EQ(
+        entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(memory.Data()),
+                             mLanguage, &name, nullptr),
+        EFI_UNSUPPORTED)
         << "length " << length;
   }
 }
@@ -330,6 +337,20 @@ TEST_F(DeviceEntry, OfAModuleRefusesANodeWithoutAllThreeCharacters) {
     Path path = OwnPath(kDimm);
     path[kLength] = length;
     EXPECT_EQ(StatusFor(entry, path), EFI_UNSUPPORTED) << "length " << int{length};
+  }
+}
+
+TEST_P(EveryDeviceEntry, ReadsADevicePathAtAnyAddress) {
+  ZVEP_PROTOCOL* entry = NewEntry(GetParam());
+  const Path own = OwnPath(GetParam());
+  for (size_t shift = 0; shift < 8; ++shift) {
+    alignas(8) UINT8 memory[40] = {};
+    std::copy(own.begin(), own.end(), memory + shift);
+    CHAR16* name = nullptr;
+    EXPECT_EQ(
+        entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(memory + shift),
+                             mLanguage, &name, nullptr),
+        EFI_SUCCESS);
   }
 }
 
@@ -354,8 +375,8 @@ TEST_F(DeviceEntry, OfAProcessorRefusesThePathOfAnotherSocket) {
 // The print size keeps six characters.
 TEST_F(DeviceEntry, OfAProcessorIsNamedAfterItsSocket) {
   const std::pair<UINT8, const char*> names[] = {
-      {0, "CPU 0|CPU.Socket.0"},    {2, "CPU 2|CPU.Socket.2"},     {9, "CPU 9|CPU.Socket.9"},
-      {10, "CPU 10|CPU.Socket.A"},  {99, "CPU 99|CPU.Socket.63"},  {100, "CPU 10|CPU.Socket.64"},
+      {0, "CPU 0|CPU.Socket.0"},    {2, "CPU 2|CPU.Socket.2"},    {9, "CPU 9|CPU.Socket.9"},
+      {10, "CPU 10|CPU.Socket.A"},  {99, "CPU 99|CPU.Socket.63"}, {100, "CPU 10|CPU.Socket.64"},
       {255, "CPU 25|CPU.Socket.FF"}};
   for (const auto& [socket, expected] : names) {
     EXPECT_EQ(NamesOf(NewCpu(socket), PathWith({2, socket})), expected);
@@ -363,8 +384,7 @@ TEST_F(DeviceEntry, OfAProcessorIsNamedAfterItsSocket) {
 }
 
 TEST_F(DeviceEntry, OfAModuleIsNamedAfterItsThreeCharacters) {
-  EXPECT_EQ(NamesOf(NewDimm(Wide(u"A12")), ModulePath('A', '1', '2')),
-            "DIMM A12|DIMM.Socket.A12");
+  EXPECT_EQ(NamesOf(NewDimm(Wide(u"A12")), ModulePath('A', '1', '2')), "DIMM A12|DIMM.Socket.A12");
   EXPECT_EQ(NamesOf(NewDimm(Wide(u"A1")), ModulePath('A', '1', 0)), "DIMM A1|DIMM.Socket.A1");
   EXPECT_EQ(NamesOf(NewDimm(Wide(u"\u00C4\uFFE9x")), ModulePath(0xC4, 0xFFE9, 'x')),
             "DIMM \u00C4\uFFE9x|DIMM.Socket.\u00C4\uFFE9x");
@@ -376,7 +396,9 @@ TEST_F(DeviceEntry, OfAModuleTakesOnlyThreeCharactersOfALongerLocator) {
 }
 
 TEST_F(DeviceEntry, OfAModuleWithoutALocatorAnswersForItsZeroCharacters) {
-  EXPECT_EQ(NamesOf(NewDimm(Wide(u"")), ModulePath(0, 0, 0)), "DIMM |DIMM.Socket.");
+  for (CHAR16* locator : {static_cast<CHAR16*>(nullptr), Wide(u"")}) {
+    EXPECT_EQ(NamesOf(NewDimm(locator), ModulePath(0, 0, 0)), "DIMM |DIMM.Socket.");
+  }
   EXPECT_EQ(StatusFor(NewDimm(Wide(u"")), ModulePath('A', 0, 0)), EFI_UNSUPPORTED);
 }
 

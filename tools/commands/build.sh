@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 #? Build the firmware images (DEBUG and RELEASE, audited), the host tools, or both
 #?
-#? usage: ./dev build [firmware|host|all] [-v] [--target DEBUG|RELEASE]
+#? usage: ./dev build [firmware|host|tables|all] [-v] [--target DEBUG|RELEASE]
 #?
 #?   firmware          the images in build/firmware/Build; every one is audited
 #?   host              the command `tvq` in build/host
-#?   all               both (the default)
+#?   tables            only the sample tables and the program that builds tables of their source, in build/host
+#?   all               firmware and host (the default)
 #?   -v                shows the output of the tools while they work
 #?   --target TARGET   firmware of this target alone, without the audit and the page-aligned driver
 #
@@ -19,7 +20,7 @@ what=all
 target=
 while (($#)); do
   case "$1" in
-    firmware | host | all) what="$1" ;;
+    firmware | host | tables | all) what="$1" ;;
     -v) VERBOSE=1 ;;
     --target)
       target="${2:-}"
@@ -31,13 +32,22 @@ while (($#)); do
   shift
 done
 
-EnsureSetup
-if [[ "$what" != host ]]; then
+BuildFirmware() {
   if [[ -n "$target" ]]; then
     FirmwareTarget "$target"
   else
     Firmware
     cat "$LOGS/audit.log"
   fi
-fi
-[[ "$what" == firmware ]] || Host
+}
+
+EnsureSetup
+case "$what" in
+  firmware) BuildFirmware ;;
+  host) Host ;;
+  tables) Tables ;;
+  all)
+    BuildFirmware
+    Host
+    ;;
+esac

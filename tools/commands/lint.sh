@@ -17,6 +17,7 @@
 source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
 source "$LIB/files.sh"
+source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
 CHECKS=(format shell python licence whitespace lists tidy)

@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 #? Boot the driver on OVMF in QEMU and show what the agent found
 #?
-#? usage: ./dev run [--table FILE | --qemu-table] [--as-is] [--out DIR] [-v]
+#? usage: ./dev run [--table FILE | --qemu-table] [--as-is] [--accept] [--out DIR] [-v]
 #?
-#?   --table FILE    the table to publish: what dmidecode --dump-bin writes, or a bare table
-#?   --qemu-table    the table that QEMU itself publishes
+#?   --table FILE    the table to publish: what dmidecode --dump-bin writes, a bare table, or the source of one, as
+#?                   those in samples/ (default: samples/two-socket.smbios)
+#?   --qemu-table    the table that QEMU itself publishes: two sockets, four modules
 #?   --as-is         publish the table unchanged, even where devices clash
+#?   --accept        save the state of this boot in place of the saved one
 #?   --out DIR       where the agent's files go (default: build/run/<name of the table>)
 #?   -v              show the output of the tools and of the serial line while they work
 #?
+#? The first boot with a folder saves the state of all devices there, every later one is compared with it.
 #? The report is on stdout, progress on stderr. Exit status: 0 the agent reported success, 1 it did not, 2 wrong usage.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
@@ -16,4 +19,4 @@ source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
 
 EnsureSetup
-exec python3 "$TOOLS/run_agent.py" "$@"
+exec python3 -B "$TOOLS/run_agent.py" "$@"

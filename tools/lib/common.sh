@@ -52,12 +52,24 @@ Seconds() {
   fi
 }
 
-# What went wrong by a log: the lines that name errors, which parallel work may have pushed up, and the end. Compiler commands are cut.
+# The lines of a log that name errors, then those that name warnings, but for what the linker says of every image.
+ErrorLines() {
+  grep -E '(^|[^[:alnum:]_])(fatal )?error( [0-9A-F]{4})?:|undefined reference|CMake Error' "$1" || true
+  grep -E 'warning:' "$1" | grep -Ev 'RWX permissions|\.note\.GNU-stack' || true
+}
+
+# A log without the command lines of compilers and linkers, which hide what they say.
+WithoutCommands() { grep -Ev '^(\[[0-9/]+\] )?([^ ]*ccache )?"?[^ "]*(gcc|g\+\+|cc|c\+\+|clang|clang\+\+|ld)"? .*-' "$1" || true; }
+
+# What went wrong by a log: the lines that name errors, or its end when there are none.
 ShowFailure() {
-  echo "-- errors in the output:"
-  grep -E '(^|[^[:alnum:]_])(fatal )?error( [0-9A-F]{4})?:|undefined reference|^FAILED:|CMake Error' "$1" | head -n 10 || true
-  echo "-- the end of the output:"
-  tail -n 40 "$1"
+  local errors
+  errors="$(ErrorLines "$1")"
+  if [[ -n "$errors" ]]; then
+    head -n 20 <<<"$errors"
+  else
+    WithoutCommands "$1" | tail -n 20
+  fi
 }
 
 # Report STATUS START LOG: ends a step's line, and shows what the log of one that failed says.

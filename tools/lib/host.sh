@@ -22,18 +22,23 @@ ConfigureHost() {
   HostOptions "$@" >"$folder/.options"
 }
 
-# BuildHost NAME OPTION...: the tree in build/NAME; silent when there is next to nothing to do.
+# BuildHost NAME TARGET OPTION...: a target of the tree in build/NAME; silent when there is next to nothing to do.
 BuildHost() {
-  local name="$1" folder="$BUILD/$1"
-  shift
+  local name="$1" target="$2" folder="$BUILD/$1"
+  shift 2
   Lock "$folder.lock"
   Configured "$folder" "$@" || Step "Configuring build/$name" "host-$name-configure" ConfigureHost "$folder" "$@"
-  StepIfSlow "Building build/$name" "host-$name" ninja -C "$folder" -j "$JOBS"
+  StepIfSlow "Building build/$name" "host-$name" ninja -C "$folder" -j "$JOBS" "$target"
   Unlock
 }
 
+OPTIMISED=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=OFF)
+
 # What users run: optimised, without sanitizers.
-Host() { BuildHost host -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=OFF; }
+Host() { BuildHost host all "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
+
+# The sample tables and the program that builds them, which take no part of EDK II.
+Tables() { BuildHost host tvq_samples "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
 
 # What the tests run.
-HostTests() { BuildHost test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON; }
+HostTests() { BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON; }

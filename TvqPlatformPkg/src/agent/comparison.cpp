@@ -238,6 +238,10 @@ const CHAR8* VerdictInWords(Verdict verdict) {
   return kWords[static_cast<UINTN>(verdict)];
 }
 
+Comparison::~Comparison() {
+  mFindings.Free();
+}
+
 EFI_STATUS Comparison::Run(const Inventory& inventory, const SavedState& saved) {
   if (!mFindings.Reserve(inventory.Size() + saved.Size())) {
     return EFI_OUT_OF_RESOURCES;

@@ -44,7 +44,7 @@ class Comparison {
   Comparison() = default;
   Comparison(const Comparison&) = delete;
   Comparison& operator=(const Comparison&) = delete;
-  ~Comparison() { mFindings.Free(); }
+  ~Comparison();
 
   /// Verifies every device. The inventory and the state have to stay while the findings are used.
   /// EFI_OUT_OF_RESOURCES: not every finding could be kept.

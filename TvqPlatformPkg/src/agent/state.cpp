@@ -84,6 +84,10 @@ bool AppendDevice(const DeviceInventory& device, GrowingArray<UINT8>& file) {
 
 }  // namespace
 
+SavedState::~SavedState() {
+  mDevices.Free();
+}
+
 EFI_STATUS SavedState::Read(tvq::Span<const UINT8> file) {
   mDevices.Free();
   STATE_HEADER header;
@@ -118,24 +122,30 @@ EFI_STATUS SavedState::ReadDevices(tvq::Span<const UINT8> body, UINT32 count) {
   return body.Empty() ? EFI_SUCCESS : EFI_VOLUME_CORRUPTED;
 }
 
-bool WriteState(const Inventory& inventory, UINT64 generation, GrowingArray<UINT8>& file) {
+StateBytes::~StateBytes() {
+  mBytes.Free();
+}
+
+bool StateBytes::Write(const Inventory& inventory, UINT64 generation) {
+  mBytes.Shrink(0);
   STATE_HEADER header = {};
   CopyMem(header.Magic, kStateMagic, sizeof(kStateMagic));
   header.Version = kStateVersion;
   header.DeviceCount = static_cast<UINT32>(inventory.Size());
   header.Generation = generation;
-  if (!file.AppendZeroed(sizeof(header))) {
+  if (!mBytes.AppendZeroed(sizeof(header))) {
     return false;
   }
   for (UINTN i = 0; i < inventory.Size(); i++) {
-    if (!AppendDevice(inventory[i], file)) {
+    if (!AppendDevice(inventory[i], mBytes)) {
       return false;
     }
   }
-  const tvq::Span<const UINT8> body = {file.Data() + sizeof(header), file.Size() - sizeof(header)};
+  const tvq::Span<const UINT8> body = {mBytes.Data() + sizeof(header),
+                                       mBytes.Size() - sizeof(header)};
   header.BodySize = static_cast<UINT32>(body.Size());
   header.Crc32 = Checksum(header, body);
-  CopyMem(file.Data(), &header, sizeof(header));
+  CopyMem(mBytes.Data(), &header, sizeof(header));
   return true;
 }
 

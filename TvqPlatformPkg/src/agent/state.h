@@ -60,7 +60,7 @@ class SavedState {
   SavedState() = default;
   SavedState(const SavedState&) = delete;
   SavedState& operator=(const SavedState&) = delete;
-  ~SavedState() { mDevices.Free(); }
+  ~SavedState();
 
   /**
     Reads a file.
@@ -83,9 +83,22 @@ class SavedState {
   UINT64 mGeneration = 0;
 };
 
-/// Writes the state of all devices to `file`, which is empty. False: there is no memory.
-[[nodiscard]] bool WriteState(const Inventory& inventory, UINT64 generation,
-                              GrowingArray<UINT8>& file);
+/// The bytes of a state's file.
+class StateBytes {
+ public:
+  StateBytes() = default;
+  StateBytes(const StateBytes&) = delete;
+  StateBytes& operator=(const StateBytes&) = delete;
+  ~StateBytes();
+
+  /// Writes the state of all devices. False: there is no memory.
+  [[nodiscard]] bool Write(const Inventory& inventory, UINT64 generation);
+
+  tvq::Span<const UINT8> Bytes() const { return {mBytes.Data(), mBytes.Size()}; }
+
+ private:
+  GrowingArray<UINT8> mBytes;
+};
 
 }  // namespace tvqplatform
 

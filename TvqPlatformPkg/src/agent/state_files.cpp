@@ -58,25 +58,23 @@ EFI_STATUS StateFiles::Load() {
 }
 
 EFI_STATUS StateFiles::Save(const Inventory& inventory) {
-  OwnedArray<UINT8> bytes;
-  const UINT64 generation = mHasState ? mState.Generation() + 1 : 1;
-  if (!WriteState(inventory, generation, bytes)) {
+  StateBytes state;
+  if (!state.Write(inventory, mHasState ? mState.Generation() + 1 : 1)) {
     return EFI_OUT_OF_RESOURCES;
   }
-  const UINTN file = mHasState ? 1 - mCurrentFile : 0;
-  EFI_STATUS status = mVolume.Write(tvq::Ucs2(kPaths[file]), {bytes.Data(), bytes.Size()});
+  const CHAR16* path = tvq::Ucs2(kPaths[mHasState ? 1 - mCurrentFile : 0]);
+  EFI_STATUS status = mVolume.Write(path, state.Bytes());
   if (EFI_ERROR(status)) {
     return status;
   }
   OwnedArray<UINT8> written;
-  status = mVolume.Read(tvq::Ucs2(kPaths[file]), kMaximumStateFile, written);
+  status = mVolume.Read(path, kMaximumStateFile, written);
   if (EFI_ERROR(status)) {
     return status;
   }
-  return written.Size() == bytes.Size() &&
-                 CompareMem(written.Data(), bytes.Data(), bytes.Size()) == 0
-             ? EFI_SUCCESS
-             : EFI_DEVICE_ERROR;
+  const bool isWhole = written.Size() == state.Bytes().Size() &&
+                       CompareMem(written.Data(), state.Bytes().Data(), written.Size()) == 0;
+  return isWhole ? EFI_SUCCESS : EFI_DEVICE_ERROR;
 }
 
 }  // namespace tvqplatform

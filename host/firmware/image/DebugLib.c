@@ -48,7 +48,7 @@ VOID* EFIAPI DebugClearMemory(OUT VOID* Buffer, IN UINTN Length) {
 }
 
 BOOLEAN EFIAPI DebugAssertEnabled(VOID) {
-  return TvqHostAssertEnabled(TVQ_IMAGE_NAME);
+  return _gTvqAssertionsEnabled;
 }
 
 BOOLEAN EFIAPI DebugPrintEnabled(VOID) {

@@ -42,10 +42,10 @@ std::u16string Units(const CHAR16* text, size_t count) {
   return text == nullptr ? u"(null)" : std::u16string(text, text + count);
 }
 
-Strings LinesOf(const std::string& routine, const Strings& texts) {
+Strings LinesOf(const char* routine, std::initializer_list<const char*> texts) {
   Strings lines;
-  for (const std::string& text : texts) {
-    lines.push_back(routine + ": " + text);
+  for (const char* text : texts) {
+    lines.push_back(std::string(routine) + ": " + text);
   }
   return lines;
 }
@@ -109,17 +109,23 @@ std::string BuilderTest::FqddOf(size_t n) {
   return TakeText(rig.BootServices(), fqdd);
 }
 
-void BuilderTest::ExpectServes(size_t n) {
+std::string BuilderTest::DocumentOf(size_t n) {
+  constexpr size_t kTextOffset = 80;
   TVQ_INVENTORY_PROTOCOL* const protocol = rig.Records().at(n).protocol;
   TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
   TVQ_DATA result = {};
-  ASSERT_EQ(protocol->SMTVQGet(protocol, &request, &result), EFI_SUCCESS);
+  EXPECT_EQ(protocol->SMTVQGet(protocol, &request, &result), EFI_SUCCESS);
   TVQ_DATA* const slots = static_cast<TVQ_DATA*>(result.Buffer);
+  std::string document;
   for (int slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
     EXPECT_NE(slots[slot].Buffer, nullptr) << "slot " << slot;
+    if (slot == TVQ_SLOT_CONFIGURATION && slots[slot].Buffer != nullptr) {
+      document = static_cast<const char*>(slots[slot].Buffer) + kTextOffset;
+    }
     rig.BootServices()->FreePool(slots[slot].Buffer);
   }
   rig.BootServices()->FreePool(slots);
+  return document;
 }
 
 void BuilderTest::ExpectPublishedWhole(size_t n) {

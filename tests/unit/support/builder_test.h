@@ -42,7 +42,7 @@ std::u16string Units(const CHAR16* text, size_t count);
 using Strings = std::vector<std::string>;
 
 // The lines that one routine logs.
-Strings LinesOf(const std::string& routine, const Strings& texts);
+Strings LinesOf(const char* routine, std::initializer_list<const char*> texts);
 // Lists one behind the other.
 Strings Joined(std::initializer_list<Strings> parts);
 // `count` times the same.
@@ -65,7 +65,9 @@ class BuilderTest : public testing::Test {
   std::string NameOf(size_t n = 0);
   std::string FqddOf(size_t n = 0);
   // Asks it for its blobs.
-  void ExpectServes(size_t n);
+  void ExpectServes(size_t n) { EXPECT_NE(DocumentOf(n), ""); }
+  // The configuration document in its blobs.
+  std::string DocumentOf(size_t n = 0);
   // What is installed on its handle, and how it is opened.
   void ExpectPublishedWhole(size_t n);
   // The n-th allocation of the next Run() fails.

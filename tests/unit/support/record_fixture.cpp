@@ -73,11 +73,10 @@ void RecordTest::RemoveDebugLog() {
 
 std::vector<host::Block> RecordTest::NewBlocks() {
   std::vector<host::Block> blocks = mRig.Blocks();
-  blocks.erase(std::remove_if(blocks.begin(), blocks.end(),
-                              [this](const host::Block& block) {
-                                return block.serial < mFirstSerial;
-                              }),
-               blocks.end());
+  blocks.erase(
+      std::remove_if(blocks.begin(), blocks.end(),
+                     [this](const host::Block& block) { return block.serial < mFirstSerial; }),
+      blocks.end());
   return blocks;
 }
 

@@ -45,8 +45,9 @@ class RecordTest : public testing::Test {
   void FailAllocation(uint64_t n) { Memory().FailAllocation(n, host::images::driver); }
   void EnableAssertions(bool enabled) { Machine().EnableAssertions(host::images::driver, enabled); }
 
- private:
   Rig mRig;
+
+ private:
   uint64_t mFirstSerial = 0;
   std::deque<std::vector<UINT64>> mRecords;
   std::deque<std::vector<CHAR16>> mWideTexts;

@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""Boots several times and checks what the agent makes of the state that it saved.
+
+Exit status: 0 everything is as expected, 1 it is not.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import sys
+
+import bench
+import agent_report
+import demo
+
+FIRST, SECOND = "state-a.bin", "state-b.bin"
+
+
+class Expectations:
+    """Checks one boot after another; the first one that is not as expected ends the test with its report."""
+
+    def __init__(self, options):
+        self.machine = bench.Machine(options)
+        self.before, self.after = demo.build_tables(options.build_table, options.out)
+
+    def boot(self, title, table, *words):
+        print(f"-- {title}", flush=True)
+        self.report = self.machine.boot(table, *words)
+
+    def check(self, condition, what):
+        if not condition:
+            sys.exit(f"{self.report}\nexpected: {what}")
+
+    def succeeds(self):
+        self.check(agent_report.succeeded(self.report), "success")
+
+    def fails(self, reason):
+        self.check(agent_report.last_line(self.report).startswith(agent_report.FAILED + reason), f"it fails: {reason}")
+
+    def finds_the_same(self):
+        findings = agent_report.findings(self.report)
+        self.check(findings and all(finding.verdict == "same" for finding in findings), "every device is the same")
+
+    def finds_the_three_parts(self):
+        problems = list(demo.problems(self.report))
+        self.check(not problems, f"three parts replaced, but {'; '.join(problems)}")
+
+    def says_of_the_state(self, start):
+        self.check(agent_report.state_line(self.report).startswith(start), f"a line 'State: {start}...'")
+
+    def keeps(self, state):
+        self.check(self.machine.state() == state, "the files of the saved state are unchanged")
+
+
+def accepted(options):
+    """First boot, an unchanged machine, a changed one that is accepted, and a power cut while that was saved."""
+    expect = Expectations(options)
+    expect.boot("the first boot saves", expect.before)
+    expect.succeeds()
+    expect.says_of_the_state("saved")
+    original = expect.machine.state()
+    expect.check(list(original) == [FIRST], f"the state is in {FIRST}")
+
+    expect.boot("the same machine compares as the same", expect.before)
+    expect.succeeds()
+    expect.finds_the_same()
+    expect.says_of_the_state("left as it was saved")
+    expect.keeps(original)
+
+    expect.boot("a changed machine is accepted", expect.after, "accept")
+    expect.succeeds()
+    expect.finds_the_three_parts()
+    expect.says_of_the_state("accepted")
+    accepted_state = expect.machine.state()
+    expect.check(accepted_state.get(FIRST) == original[FIRST], f"{FIRST} is unchanged")
+    expect.check(SECOND in accepted_state, f"the new state is in {SECOND}")
+
+    expect.boot("the accepted machine compares as the same", expect.after)
+    expect.finds_the_same()
+    expect.keeps(accepted_state)
+
+    cut = accepted_state[SECOND][: len(accepted_state[SECOND]) // 2]
+    (expect.machine.out / SECOND).write_bytes(cut)
+    expect.boot("after a power cut in the middle of saving, the older state counts", expect.before)
+    expect.succeeds()
+    expect.finds_the_same()
+    expect.keeps({FIRST: original[FIRST], SECOND: cut})
+
+
+def damaged(options):
+    """A state that cannot be read is reported and kept until a new one is accepted."""
+    expect = Expectations(options)
+    garbage = {FIRST: b"no state at all\n" * 100}
+    (expect.machine.out / FIRST).write_bytes(garbage[FIRST])
+    expect.boot("a damaged state is reported and not overwritten", expect.before)
+    expect.fails("the saved state in \\TVQ cannot be read: ")
+    expect.check("option accept" in expect.report, "advice to accept")
+    expect.keeps(garbage)
+
+    expect.boot("accepting puts a new one in its place", expect.before, "accept")
+    expect.succeeds()
+    expect.says_of_the_state("accepted")
+
+    expect.boot("and the next boot compares with it", expect.before)
+    expect.succeeds()
+    expect.finds_the_same()
+
+
+SCENARIOS = {"accepted": accepted, "damaged": damaged}
+
+
+def main(arguments):
+    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser.add_argument("scenario", choices=sorted(SCENARIOS))
+    options = parser.parse_args(arguments)
+    SCENARIOS[options.scenario](options)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

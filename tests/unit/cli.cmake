@@ -1,0 +1,17 @@
+# The command `tvq`.
+#
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+
+tvq_unit_test(
+  cli_tests
+  SOURCES
+  unit/cli_export_test.cpp
+  unit/cli_json_test.cpp
+  unit/cli_text_test.cpp
+  IMAGES
+  agent
+  driver
+  platform
+  LIBRARIES
+  tvq_cli
+  tvq_test_support)

@@ -1,0 +1,96 @@
+/*
+ * The JSON document of `tvq export`.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <gtest/gtest.h>
+
+#include "host/cli/json.h"
+
+namespace tvq::cli {
+namespace {
+
+using nlohmann::ordered_json;
+
+TEST(CliJson, HasTheMembersInTheirOrder) {
+  session::Table table;
+  table.major = 2;
+  table.minor = 7;
+  table.structureCount = 115;
+  table.structures.resize(4631);
+  session::Results results;
+  results.start = "Not Found";
+  EXPECT_EQ(ToJson(table, results).dump(),
+            R"({"smbios":{"major":2,"minor":7,"structureCount":115,"tableLength":4631},)"
+            R"("start":"Not Found","records":[],"attributes":[],"variables":[],"log":[]})");
+}
+
+TEST(CliJson, ShowsARecord) {
+  session::Record record;
+  record.deviceType = 4;
+  record.name = u"SYSTEM";
+  record.fqdd = u"System.Embedded.1";
+  record.devicePath = session::Bytes{0x01, 0x04, 0x1B};
+  record.identity = session::Bytes{0x02, 0xDC};
+  record.blobs[0] = session::Bytes{0xAB};
+  record.blobs[2] = session::Bytes{};
+  session::Results results;
+  results.records.push_back(record);
+  results.records.emplace_back();
+  const ordered_json records = ToJson(session::Table(), results)["records"];
+  EXPECT_EQ(
+      records[0].dump(),
+      R"({"deviceType":4,"name":"SYSTEM","fqdd":"System.Embedded.1","devicePath":"01041b","identity":"02dc",)"
+      R"("inventoryBlob":"ab","configurationBlob":null,"endBlob":""})");
+  EXPECT_EQ(records[1].dump(),
+            R"({"deviceType":0,"name":null,"fqdd":null,"devicePath":null,"identity":null,)"
+            R"("inventoryBlob":null,"configurationBlob":null,"endBlob":null})");
+}
+
+TEST(CliJson, ShowsAttributes) {
+  session::Results results;
+  results.attributes = {
+      {u"zorv.server", u"Tag", "Success", u"ABC\u00FF", {}},
+      {u"zorv.server", u"Name", "Invalid Parameter", {}, {}},
+      {u"zorv.smbios.bios", u"Info", "Success", {}, session::BiosInfo{"A\xFF", {}, "P"}}};
+  const ordered_json attributes = ToJson(session::Table(), results)["attributes"];
+  EXPECT_EQ(attributes[0].dump(),
+            "{\"namespace\":\"zorv.server\",\"name\":\"Tag\",\"status\":\"Success\",\"value\":"
+            "\"ABC\xC3\xBF\"}");
+  EXPECT_EQ(
+      attributes[1].dump(),
+      R"({"namespace":"zorv.server","name":"Name","status":"Invalid Parameter","value":null})");
+  EXPECT_EQ(attributes[2]["value"].dump(),
+            "{\"ServiceTag\":\"A\xC3\xBF\",\"BiosVersion\":null,\"ProductName\":\"P\"}");
+}
+
+TEST(CliJson, ShowsVariablesAndLogLines) {
+  session::Results results;
+  results.variables = {{u"NAME", "4F6B6541-ADD6-4B0F-A503-D78ABDA0851E", 7, {0xB3}}};
+  results.log = {{0x00800000, "MakeSYSTEM", u"Entry MakeSYSTEM\n"}};
+  const ordered_json document = ToJson(session::Table(), results);
+  EXPECT_EQ(
+      document["variables"][0].dump(),
+      R"({"name":"NAME","guid":"4F6B6541-ADD6-4B0F-A503-D78ABDA0851E","attributes":7,"data":"b3"})");
+  EXPECT_EQ(document["log"][0].dump(),
+            R"({"level":"0x00800000","function":"MakeSYSTEM","text":"Entry MakeSYSTEM\n"})");
+}
+
+TEST(CliJson, IsValidWhateverTheTextsHold) {
+  std::u16string units;
+  std::string bytes;
+  for (uint32_t code = 1; code <= 0xFFFF; ++code) {
+    units.push_back(static_cast<char16_t>(code));
+  }
+  for (int byte = 1; byte <= 0xFF; ++byte) {
+    bytes.push_back(static_cast<char>(byte));
+  }
+  session::Results results;
+  results.log = {{0, bytes, units}};
+  results.attributes = {{units, units, "Success", {}, session::BiosInfo{bytes, bytes, bytes}}};
+  const std::string text = ToJson(session::Table(), results).dump();
+  EXPECT_TRUE(ordered_json::accept(text));
+}
+
+}  // namespace
+}  // namespace tvq::cli

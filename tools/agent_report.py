@@ -1,0 +1,54 @@
+"""Reads the agent's report: how it ended, and what it says of the state saved by an earlier boot.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import re
+import typing
+
+# The last line of a report when everything went well, and the start of it when something did not.
+SUCCESS = "TvqAgent: success"
+FAILED = "TvqAgent: failed: "
+COMPARISON = "Since the saved state:"
+STATE = "State: "
+VERDICTS = ("same", "replaced", "new", "moved", "gone", "not verified")
+
+
+class Finding(typing.NamedTuple):
+    """What the agent says of one device."""
+
+    fqdd: str
+    verdict: str
+    detail: str
+
+
+def last_line(report):
+    lines = (report or "").rstrip().splitlines()
+    return lines[-1].strip() if lines else ""
+
+
+def succeeded(report):
+    return last_line(report) == SUCCESS
+
+
+def state_section(report):
+    """The lines about the saved state, from the comparison (or what stands in its place) to what became of the state."""
+    lines = report.splitlines()
+    last = max((index for index, line in enumerate(lines) if line.startswith(STATE)), default=None)
+    if last is None:
+        return []
+    first = lines.index(COMPARISON) if COMPARISON in lines else last
+    return lines[first : last + 1]
+
+
+def state_line(report):
+    """What became of the state: the line's text without its title, empty when there is none."""
+    lines = state_section(report)
+    return lines[-1].removeprefix(STATE) if lines else ""
+
+
+def findings(report):
+    """The devices of the comparison in the report's order."""
+    line = re.compile(rf"  (.*?) +({'|'.join(VERDICTS)})(?:: (.*))?")
+    matches = map(line.fullmatch, state_section(report))
+    return [Finding(match[1], match[2], match[3] or "") for match in matches if match]
