@@ -1,6 +1,6 @@
 /*
- * The build's own `tvq mktable`: SOURCE to DUMP. It stands on the table library alone, so that the samples do not wait for
- * the driver to be built.
+ * The build's own `tvq mktable`: SOURCE to DUMP. It stands on the table library alone, so that the
+ * samples do not wait for the driver to be built.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -1,8 +1,9 @@
 /*
- * Dumps: the entry point at offset 0, the structures behind it. Entry points are those of the SMBIOS standard (DSP0134),
- * section 5.2.
+ * Dumps: the entry point at offset 0, the structures behind it. Entry points are those of the
+ * SMBIOS standard (DSP0134), section 5.2.
  *
- * Finding the table is kept to what this needs; the driver's platform has the reader that copes with more.
+ * Finding the table is kept to what this needs; the driver's platform has the reader that copes
+ * with more.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

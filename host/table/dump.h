@@ -1,5 +1,6 @@
 /*
- * Tables in files: what `dmidecode --dump-bin` writes, bare structure tables, and the text of `dmidecode -u`.
+ * Tables in files: what `dmidecode --dump-bin` writes, bare structure tables, and the text of
+ * `dmidecode -u`.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -16,11 +17,12 @@ namespace tvq::table {
 // How many bytes lie before the structures.
 std::size_t EntryPointArea(EntryPoint kind);
 
-// The dump of a table: its entry point, with checksums, counts and sizes that fit the structures, then its patches, then
-// the structures. A table without an entry point is its structures alone.
+// The dump of a table: its entry point, with checksums, counts and sizes that fit the structures,
+// then its patches, then the structures. A table without an entry point is its structures alone.
 Result<Bytes> WriteDump(const Table& table);
 
-// The table of a dump. WriteDump makes the same dump of it. A file without an entry point is a bare table.
+// The table of a dump. WriteDump makes the same dump of it. A file without an entry point is a bare
+// table.
 Result<Table> ReadDump(const Bytes& file);
 
 // Whether the file is text that `dmidecode -u` may have written.

@@ -1,6 +1,6 @@
 /*
- * From the table to the source form. What is a structure becomes a block with named fields; whatever is left over at the end
- * becomes a [raw] block.
+ * From the table to the source form. What is a structure becomes a block with named fields;
+ * whatever is left over at the end becomes a [raw] block.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

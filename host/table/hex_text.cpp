@@ -1,5 +1,6 @@
 /*
- * The text of `dmidecode -u`: for each structure the bytes of the formatted part, then those of its strings.
+ * The text of `dmidecode -u`: for each structure the bytes of the formatted part, then those of its
+ * strings.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -73,8 +74,8 @@ class HexTextReader {
     return Done();
   }
 
-  // Below "Strings", the bytes of each string are followed by its text, which says nothing new. A text may look like
-  // bytes: it stands where a string's NUL has just been seen.
+  // Below "Strings", the bytes of each string are followed by its text, which says nothing new. A
+  // text may look like bytes: it stands where a string's NUL has just been seen.
   Result<Done> TakeContent(std::string_view line) {
     if (mIsTextNext) {
       mIsTextNext = false;

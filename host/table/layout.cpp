@@ -1,5 +1,6 @@
 /*
- * What the known types of structures consist of: the operations. The types themselves are in layouts.cpp.
+ * What the known types of structures consist of: the operations. The types themselves are in
+ * layouts.cpp.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -1,6 +1,6 @@
 /*
- * The types whose fields have names: offsets and versions are those of the SMBIOS standard (DSP0134), section 7, types
- * 225 and 226 those of the driver.
+ * The types whose fields have names: offsets and versions are those of the SMBIOS standard
+ * (DSP0134), section 7, types 225 and 226 those of the driver.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

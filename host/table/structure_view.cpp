@@ -8,7 +8,8 @@
 namespace tvq::table {
 namespace {
 
-// Where the two NULs begin that end the strings from `start` on; the size of the table when they are missing.
+// Where the two NULs begin that end the strings from `start` on; the size of the table when they
+// are missing.
 std::size_t EndOfStrings(const Bytes& table, std::size_t start) {
   for (std::size_t at = start; at + 1 < table.size(); ++at) {
     if (table[at] == 0 && table[at + 1] == 0) {

