@@ -11,6 +11,7 @@
 #include <string>
 
 #include "host/cli/export_command.h"
+#include "host/cli/mktable_command.h"
 #include "host/cli/state_commands.h"
 
 namespace tvq::cli {
@@ -111,10 +112,15 @@ int RunCommandLine(int argc, const char* const* argv, std::ostream& out,
   AddExport(app, exportOptions, version);
   const CLI::App* save = AddSave(app, saveOptions, version);
   const CLI::App* verify = AddVerify(app, verifyOptions, version);
+  int mktableStatus = kExitTrouble;
+  AddMktableCommand(app, out, diagnostics, mktableStatus);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error, out, diagnostics) == 0 ? kExitNothingFound : kExitTrouble;
+  }
+  if (app.got_subcommand("mktable")) {
+    return mktableStatus;
   }
   if (!version.empty()) {
     std::pair<unsigned, unsigned> parsed;

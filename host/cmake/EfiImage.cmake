@@ -4,8 +4,8 @@
 # Makes a firmware image that runs in a process, as target tvq_image_<name> with `tvq::host::images::<name>` in
 # "images/<name>.h". The first INF is the module's; the others are libraries of ours that it uses, in the order of their
 # constructors. Sources, GUIDs, PCDs and entry points are read from them. Like an .efi file the image has its own copies
-# of the EDK II libraries and of every global; only the functions and globals of its own sources keep their names, so
-# that tests can call them.
+# of the EDK II libraries, which are compiled once for all images, and of every global; only the functions and globals of
+# its own sources keep their names, so that tests can call them.
 #
 #   SOURCES         further sources of ours that no INF lists
 #   INCLUDES        include folders of foreign code that our sources compile, as -isystem in a DSC's options
@@ -65,6 +65,21 @@ function(_tvq_run_autogen)
                                          "${TVQ_CMAKE_DIR}/edk2_meta.py")
 endfunction()
 
+# An EDK II library, as target tvq_edk2_<name>.
+function(_tvq_edk2_library name)
+  set(target tvq_edk2_${name})
+  if(TARGET ${target})
+    return()
+  endif()
+  set(autogen "${PROJECT_BINARY_DIR}/edk2/${name}")
+  include("${autogen}/sources.cmake")
+  add_library(${target} STATIC ${LIBRARY_SOURCES})
+  target_compile_options(${target} PRIVATE -include "${autogen}/AutoGen.h")
+  target_include_directories(${target} PRIVATE "${autogen}" ${LIBRARY_FOLDERS})
+  target_include_directories(${target} SYSTEM PRIVATE ${LIBRARY_INCLUDES})
+  target_link_libraries(${target} PRIVATE tvq_image_flags tvq_edk2_code)
+endfunction()
+
 # Compiles one part of an image; `part` is a target with the image's sources.
 function(_tvq_image_part part name autogen)
   target_compile_options(${part} PRIVATE -include "${autogen}/AutoGen.h")
@@ -75,10 +90,11 @@ function(_tvq_image_part part name autogen)
 endfunction()
 
 # Joins the parts to one object whose symbols and writable data are its own. Functions of the sources in the targets
-# `exporters` keep their names.
-function(_tvq_join_image name autogen edk2 exporters)
+# `exporters` keep their names; of the targets `archives` comes what is needed.
+function(_tvq_join_image name autogen archives exporters)
   configure_file("${TVQ_CMAKE_DIR}/image.lds.in" "${autogen}/image.lds" @ONLY)
   set(own "$<TARGET_OBJECTS:tvq_image_${name}_own>" "$<TARGET_OBJECTS:tvq_image_${name}_glue>")
+  list(TRANSFORM archives REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE files)
   set(exported)
   foreach(target IN LISTS exporters)
     list(APPEND exported "$<TARGET_OBJECTS:${target}>")
@@ -86,11 +102,11 @@ function(_tvq_join_image name autogen edk2 exporters)
   add_custom_command(
     OUTPUT "${autogen}/${name}.o"
     COMMAND "${TVQ_LD}" -r --force-group-allocation -T "${autogen}/image.lds" -o "${autogen}/joined.o" ${own}
-            --start-group "$<TARGET_FILE:${edk2}>" --end-group
+            --start-group ${files} --end-group
     COMMAND "${Python3_EXECUTABLE}" -B "${TVQ_CMAKE_DIR}/image_symbols.py" "${TVQ_NM}" ${name} "${autogen}/joined.o"
             "${autogen}/symbols.txt" ${exported}
     COMMAND "${TVQ_OBJCOPY}" "--redefine-syms=${autogen}/symbols.txt" "${autogen}/joined.o" "${autogen}/${name}.o"
-    DEPENDS ${own} ${edk2} "${autogen}/image.lds" "${TVQ_CMAKE_DIR}/image_symbols.py"
+    DEPENDS ${own} ${archives} "${autogen}/image.lds" "${TVQ_CMAKE_DIR}/image_symbols.py"
     COMMAND_EXPAND_LISTS VERBATIM
     COMMENT "Joining image ${name}")
 endfunction()
@@ -116,31 +132,43 @@ function(tvq_efi_object name)
   _tvq_option_list(--edk2-library libraries ${libraries})
   _tvq_option_list(--reference-inf references ${arg_REFERENCE_INFS})
   _tvq_option_list(--pcd pcds ${arg_PCDS})
-  _tvq_run_autogen(--out "${autogen}" --name ${name} ${infs} ${libraries} ${references} ${pcds})
+  _tvq_run_autogen(--out "${autogen}" --libraries "${PROJECT_BINARY_DIR}/edk2" --name ${name} ${infs} ${libraries}
+                   ${references} ${pcds})
   include("${autogen}/sources.cmake")
-  list(APPEND IMAGE_EDK2_FOLDERS ${arg_EDK2_INCLUDES})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${IMAGE_DEPENDS})
 
   set(part tvq_image_${name})
   add_library(${part}_own OBJECT ${IMAGE_OWN_SOURCES} ${arg_SOURCES})
   add_library(${part}_glue OBJECT "${autogen}/AutoGen.c" "${PROJECT_SOURCE_DIR}/host/firmware/image/DebugLib.c")
-  add_library(${part}_edk2 STATIC ${IMAGE_EDK2_SOURCES} ${arg_EDK2_SOURCES})
-  foreach(target ${part}_own ${part}_glue ${part}_edk2)
+  set(parts ${part}_own ${part}_glue)
+  set(archives)
+  foreach(library IN LISTS IMAGE_EDK2_LIBRARIES)
+    _tvq_edk2_library(${library})
+    list(APPEND archives tvq_edk2_${library})
+  endforeach()
+  if(arg_EDK2_SOURCES)
+    add_library(${part}_edk2 STATIC ${arg_EDK2_SOURCES})
+    list(APPEND parts ${part}_edk2)
+    list(APPEND archives ${part}_edk2)
+  endif()
+  foreach(target IN LISTS parts)
     _tvq_image_part(${target} ${name} "${autogen}")
   endforeach()
   # EDK II's tools let a module include the headers of its own folders.
   target_include_directories(${part}_own PRIVATE ${IMAGE_OWN_FOLDERS})
   target_include_directories(${part}_own SYSTEM PRIVATE ${arg_INCLUDES} ${arg_EDK2_INCLUDES})
-  target_include_directories(${part}_edk2 PRIVATE ${IMAGE_EDK2_FOLDERS})
   target_link_libraries(${part}_own PRIVATE tvq_host_warnings)
   target_link_libraries(${part}_glue PRIVATE tvq_host_warnings)
-  target_link_libraries(${part}_edk2 PRIVATE tvq_edk2_code)
+  if(TARGET ${part}_edk2)
+    target_include_directories(${part}_edk2 PRIVATE ${arg_EDK2_INCLUDES})
+    target_link_libraries(${part}_edk2 PRIVATE tvq_edk2_code)
+  endif()
 
   set(exporters ${part}_own)
   if(arg_PRIVATE)
     set(exporters)
   endif()
-  _tvq_join_image(${name} "${autogen}" ${part}_edk2 "${exporters}")
+  _tvq_join_image(${name} "${autogen}" "${archives}" "${exporters}")
 endfunction()
 
 function(tvq_efi_image name)

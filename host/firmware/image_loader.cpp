@@ -206,7 +206,7 @@ EFI_STATUS ImageLoader::Unload(EFI_HANDLE handle) {
     return EFI_INVALID_PARAMETER;
   }
   if (loaded->isStarted) {
-    const EFI_IMAGE_UNLOAD unload = loaded->info->Unload;
+    EFI_IMAGE_UNLOAD unload = loaded->info->Unload;
     const EFI_STATUS status = unload != nullptr ? unload(handle) : EFI_UNSUPPORTED;
     if (EFI_ERROR(status)) {
       return status;

@@ -54,7 +54,8 @@ struct InterfaceList {
   }
 };
 
-#define TVQ_4_ITEMS(list, n) list.items[n], list.items[n + 1], list.items[n + 2], list.items[n + 3]
+#define TVQ_4_ITEMS(list, n) \
+  (list).items[n], (list).items[(n) + 1], (list).items[(n) + 2], (list).items[(n) + 3]
 #define TVQ_ALL_ITEMS(list)                                                                       \
   TVQ_4_ITEMS(list, 0), TVQ_4_ITEMS(list, 4), TVQ_4_ITEMS(list, 8), TVQ_4_ITEMS(list, 12),        \
       TVQ_4_ITEMS(list, 16), TVQ_4_ITEMS(list, 20), TVQ_4_ITEMS(list, 24), TVQ_4_ITEMS(list, 28), \

@@ -183,7 +183,8 @@ class StructureFormatter {
       return "0";
     }
     if (number > mStructure.strings.size()) {
-      return std::to_string(number) + "  # no such string";
+      mRemark = "  # no such string";
+      return std::to_string(number);
     }
     const std::string text = Quote(mStructure.strings[number - 1]);
     const bool isFirst = FirstAlike(number) == number;
@@ -191,7 +192,11 @@ class StructureFormatter {
       mStringsKnown = number;
       return isFirst ? text : "new " + text;
     }
-    return isFirst ? text : std::to_string(number) + "  # " + text;
+    if (isFirst) {
+      return text;
+    }
+    mRemark = "  # " + text;
+    return std::to_string(number);
   }
 
   std::string FormatValue(std::size_t offset, FieldKind kind) {
@@ -206,9 +211,13 @@ class StructureFormatter {
   void AddField(const Field& field) {
     std::string value = FormatValue(field.offset, field.kind);
     if (!IsImplied(field)) {
-      mLines.Add(std::string(field.name), std::move(value));
+      AddLine(field.name, std::move(value));
       mGivenEnd = std::max(mGivenEnd, field.End());
     }
+  }
+
+  void AddLine(std::string_view name, std::string value) {
+    mLines.Add(std::string(name), std::move(value) + std::exchange(mRemark, ""));
   }
 
   // A count that says what there is goes without saying.
@@ -227,7 +236,7 @@ class StructureFormatter {
       values += FormatValue(at, part);
       at += WidthOf(part);
     }
-    mLines.Add(std::string(mLayout.group.name), std::move(values));
+    AddLine(mLayout.group.name, std::move(values));
     mGivenEnd = std::max(mGivenEnd, at);
   }
 
@@ -257,6 +266,7 @@ class StructureFormatter {
   std::vector<bool> mIsWritten;         // for each byte of the body
   std::size_t mStringsKnown = 0;        // strings that the lines so far have named
   std::size_t mGivenEnd = kHeaderSize;  // of the values that have a line
+  std::string mRemark;                  // for the end of the next line
   Lines mLines;
 };
 

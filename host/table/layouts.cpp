@@ -175,7 +175,7 @@ Layout Languages() {
   return {13,
           "languages",
           {{"count", 0x04, Kind::kStringCount},
-           {"flags", 0x05, Kind::kHex8, {2, 1}},
+           {"flags", 0x05, Kind::kHex8},
            {"current", 0x15, Kind::kString}}};
 }
 

@@ -5,6 +5,8 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import os
 import pathlib
+import re
+import shlex
 import subprocess
 import tempfile
 import unittest
@@ -37,7 +39,7 @@ class FrontDoor(unittest.TestCase):
         for arguments in (("help", "build"), ("build", "--help")):
             result = run(ROOT / "dev", *arguments)
             self.assertEqual(result.returncode, 0)
-            self.assertIn("usage: ./dev build [firmware|host|all]", result.stdout)
+            self.assertIn("usage: ./dev build [firmware|host|tables|all]", result.stdout)
 
     def test_an_unknown_command_is_a_message(self):
         for name in ("frobnicate", "../lib/common", "help frobnicate"):
@@ -47,7 +49,7 @@ class FrontDoor(unittest.TestCase):
                 self.assertIn("there is no command", result.stderr)
 
     def test_an_unknown_argument_is_a_message(self):
-        for command in ("setup", "build", "test", "format", "lint"):
+        for command in ("setup", "build", "run", "demo", "test", "format", "lint"):
             with self.subTest(command=command):
                 result = run(ROOT / "dev", command, "--frobnicate")
                 self.assertEqual((result.returncode, result.stdout), (2, ""))
@@ -122,15 +124,35 @@ class ShellFunctions(unittest.TestCase):
         self.assertRegex(result.stderr, r"^== Doing it \.\.\. \d+\.\d s\n$")
         self.assertEqual((self.root / "build" / "log" / "it.log").read_text(), "the output\n")
 
-    def test_a_step_that_fails_shows_the_end_of_its_output(self):
-        result = self.bash("Step 'Doing it' it bash -c 'seq 100; exit 3'")
+    def failure(self, script):
+        """What a step prints whose command runs the script and fails."""
+        result = self.bash(f"Step 'Doing it' it bash -c {shlex.quote(script + '; exit 3')}")
         self.assertEqual(result.returncode, 3)
-        self.assertRegex(result.stderr, r"(?s)failed after .*\n61\n62\n.*100\ndev: the whole output is in .*/it\.log\n")
-        self.assertNotIn("\n60\n", result.stderr)
+        return result.stderr
 
-    def test_an_error_far_up_in_the_output_is_shown_too(self):
-        result = self.bash("Step 'Doing it' it bash -c 'echo one.cpp:3:1: error: no such thing; seq 100; exit 1'")
-        self.assertRegex(result.stderr, r"-- errors in the output:\none\.cpp:3:1: error: no such thing\n-- the end")
+    def test_a_step_that_fails_shows_the_end_of_its_output(self):
+        shown = self.failure("seq 100")
+        self.assertRegex(shown, r"(?s)failed after .*\n81\n82\n.*100\ndev: the whole output is in .*/it\.log\n")
+        self.assertNotIn("\n80\n", shown)
+
+    def test_only_the_errors_are_shown_when_there_are_any(self):
+        for error in ("one.cpp:3:1: error: no such thing", "build.py... : error F002: Failed", "x.o: undefined reference to y"):
+            with self.subTest(error=error):
+                shown = self.failure(f"seq 30; echo '{error}'; seq 30; echo two.cpp:1: warning: odd")
+                self.assertRegex(shown, rf" s\n{re.escape(error)}\ntwo\.cpp:1: warning: odd\ndev: the whole output")
+
+    def test_of_many_errors_the_first_are_shown(self):
+        shown = self.failure("for i in $(seq 50); do echo $i.cpp:1:1: error: wrong; done")
+        self.assertIn("\n20.cpp:", shown)
+        self.assertNotIn("\n21.cpp:", shown)
+
+    def test_what_the_linker_says_of_every_image_is_no_warning(self):
+        self.assertNotIn("RWX", self.failure("echo ld: warning: a.dll has a LOAD segment with RWX permissions; echo a.c: error: b"))
+
+    def test_the_command_lines_of_compilers_are_not_shown(self):
+        commands = ('"gcc" -MMD -c a.c', "/usr/bin/ccache /usr/bin/c++ -O2 -c b.cpp", "[3/7] /usr/bin/cc -c c.c")
+        shown = self.failure("".join(f"echo {shlex.quote(command)}; " for command in commands) + "echo killed")
+        self.assertRegex(shown, r" s\nkilled\ndev: the whole output")
 
     def test_a_verbose_step_shows_its_output_at_once(self):
         result = self.bash("Step 'Doing it' it echo the output", VERBOSE="1")

@@ -1,4 +1,4 @@
-"""Tests of the end-to-end test's own logic: a comparison that cannot fail would prove nothing.
+"""Tests of the end-to-end tests' own logic: a comparison that cannot fail would prove nothing.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -7,7 +7,6 @@ import unittest
 
 import scripts  # noqa: F401
 import run_test
-import tables
 
 
 def names(*fqdds):
@@ -65,20 +64,32 @@ class Comparison(unittest.TestCase):
         self.assertEqual(run_test.expected_files(export), {"record.tvq": b"\x02"})
 
 
-class PlainTable(unittest.TestCase):
-    def structures(self, table):
-        """A walk by the rules of the standard: (type, formatted length) of each structure."""
-        offset = 0
-        while offset < len(table):
-            kind, length = table[offset], table[offset + 1]
-            yield kind, length
-            offset = table.index(b"\0\0", offset + length) + 2
+class Expectations(unittest.TestCase):
+    def test_a_run_that_fails_is_a_problem(self):
+        (line,) = run_test.report_problems("TvqAgent: failed: no table\n", None)
+        self.assertIn("ends with 'TvqAgent: failed: no table'", line)
 
-    def test_it_holds_the_structures_in_full_length(self):
+    def test_a_run_has_to_fail_for_the_expected_reason(self):
+        self.assertEqual(list(run_test.report_problems("TvqAgent: failed: no table\n", "no table")), [])
+        self.assertEqual(len(list(run_test.report_problems("TvqAgent: failed: no volume\n", "no table"))), 1)
+        self.assertEqual(len(list(run_test.report_problems("TvqAgent: success\n", "no table"))), 1)
+
+    def test_a_line_that_the_log_does_not_have_is_named(self):
+        log = "0x00800000 MakeDIMMs            Entry MakeDIMMs\n\n0x00800000 MakeCPUs\n"
+        self.assertEqual(list(run_test.log_problems(log, ["MakeDIMMs: Entry MakeDIMMs"])), [])
         self.assertEqual(
-            list(self.structures(tables.plain())),
-            [(0, 0x18), (1, 0x1B), (4, 0x30), (4, 0x30), (16, 0x17)] + [(17, 0x28)] * 4 + [(127, 4)],
+            list(run_test.log_problems(log, ["MakeCPUs: Entry MakeDIMMs"])),
+            ["log.txt has no line 'MakeCPUs: Entry MakeDIMMs'"],
         )
+
+    def test_no_record_at_all_has_to_be_expected(self):
+        self.assertEqual(len(list(run_test.record_problems({}, {}, None))), 1)
+        self.assertEqual(list(run_test.record_problems({}, {}, 0)), [])
+
+    def test_the_number_of_records_counts(self):
+        files = {"a.tvq": b"1"}
+        self.assertEqual(list(run_test.record_problems(files, files, 1)), [])
+        self.assertEqual(list(run_test.record_problems(files, files, 2)), ["tvq found 1 records, expected: 2"])
 
 
 if __name__ == "__main__":

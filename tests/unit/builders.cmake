@@ -12,10 +12,17 @@ tvq_unit_test(
   unit/cpu_structure_test.cpp
   unit/cpu_test.cpp
   unit/dimm_extension_test.cpp
+  unit/dimm_failure_test.cpp
+  unit/dimm_structure_test.cpp
+  unit/dimm_test.cpp
+  unit/system_sections_test.cpp
+  unit/system_test.cpp
   unit/support/builder_test.cpp
   unit/support/cpu_fixture.cpp
+  unit/support/dimm_fixture.cpp
   unit/support/driver_memory.cpp
   unit/support/servers.cpp
+  unit/support/system_fixture.cpp
   IMAGES
   driver
   LIBRARIES

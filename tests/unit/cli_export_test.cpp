@@ -244,7 +244,7 @@ TEST_F(CliExport, SaysWhenConformingChangesNothing) {
 
 TEST_F(CliExport, UsesTheTableAsItIsWhenItCannotBeConformed) {
   Table table = ClashingServer();
-  table.Add(221, 0x900, {}, {std::string(65400 - table.Size(), 'x')});
+  table.Add(221, 0x900, {}, {std::string(65500 - table.Size(), 'x')});
   const Outcome outcome = RunTvq({"export", "--table", Write("table", table.Bytes()), "--conform"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.Json()["smbios"]["tableLength"], table.Size());

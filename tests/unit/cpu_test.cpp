@@ -9,6 +9,7 @@
 
 #include "tests/unit/support/cpu_fixture.h"
 
+#include "TvqSmbiosPkg/src/common/builders.h"
 #include "TvqSmbiosPkg/src/common/record.h"
 #include "TvqSmbiosPkg/src/uefi/tvq.h"
 
@@ -48,7 +49,7 @@ TEST_F(Cpus, LogTheAddressOfTheSizesAsTheLengthOfTheOemStrings) {
 
 TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
   ASSERT_EQ(Make(ServerWith({Processor{}.Build()})), EFI_SUCCESS);
-  const std::string count = "smTVQ->device.cpu.CoreCount: 8\n";
+  const char count[] = "smTVQ->device.cpu.CoreCount: 8\n";
   EXPECT_TRUE(SameLines(
       log,
       Joined({LinesOf("MakeCPUs",

@@ -48,7 +48,7 @@ class FirmwareCore : public testing::Test {
 };
 
 TEST_F(FirmwareCore, FindsAnInstalledProtocol) {
-  const EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
+  EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
   void* found = nullptr;
   EXPECT_EQ(mServices->LocateProtocol(&gFirstGuid, nullptr, &found), EFI_SUCCESS);
   EXPECT_EQ(found, &mFirst);
@@ -117,8 +117,8 @@ TEST_F(FirmwareCore, RefusesASecondHandleWithAnEqualDevicePath) {
 }
 
 TEST_F(FirmwareCore, ProtectsAnInterfaceThatIsOpenByDriver) {
-  const EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
-  const EFI_HANDLE agent = mFirmware.LoadImage(images::probe);
+  EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
+  EFI_HANDLE agent = mFirmware.LoadImage(images::probe);
   void* found = nullptr;
   const UINT32 attributes = EFI_OPEN_PROTOCOL_BY_DRIVER;
   EXPECT_EQ(mServices->OpenProtocol(handle, &gFirstGuid, &found, agent, handle, attributes),
@@ -131,8 +131,8 @@ TEST_F(FirmwareCore, ProtectsAnInterfaceThatIsOpenByDriver) {
 }
 
 TEST_F(FirmwareCore, ClosesByHandleAndNotByInterface) {
-  const EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
-  const EFI_HANDLE agent = mFirmware.LoadImage(images::probe);
+  EFI_HANDLE handle = Install(gFirstGuid, &mFirst);
+  EFI_HANDLE agent = mFirmware.LoadImage(images::probe);
   void* found = nullptr;
   ASSERT_EQ(mServices->OpenProtocol(handle, &gFirstGuid, &found, agent, handle,
                                     EFI_OPEN_PROTOCOL_BY_DRIVER),
@@ -241,7 +241,7 @@ TEST_F(FirmwareCore, SignalsATimerWhenItsTimeHasPassed) {
   ASSERT_EQ(mServices->CreateEvent(EVT_TIMER | EVT_NOTIFY_SIGNAL, TPL_CALLBACK, CountNotify,
                                    &notified, &event),
             EFI_SUCCESS);
-  ASSERT_EQ(mServices->SetTimer(event, TimerRelative, 10 * 1000), EFI_SUCCESS);
+  ASSERT_EQ(mServices->SetTimer(event, TimerRelative, 10000), EFI_SUCCESS);
   mFirmware.AdvanceTime(999);
   EXPECT_EQ(notified, 0);
   mServices->Stall(1);

@@ -29,7 +29,7 @@ EFI_LOADED_IMAGE_PROTOCOL* LoadedImageOf(Firmware& firmware, EFI_HANDLE handle) 
 
 TEST(FirmwareImage, RunsTheLibraryConstructorsAndTheEntryPoint) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   ASSERT_NE(handle, nullptr);
   EXPECT_EQ(gProbeCounter, kProbeInitialCounter);
   EXPECT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
@@ -41,7 +41,7 @@ TEST(FirmwareImage, RunsTheLibraryConstructorsAndTheEntryPoint) {
 
 TEST(FirmwareImage, CanConstructAnImageWithoutItsEntryPoint) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   firmware.ConstructImage(handle);
   EXPECT_EQ(gProbeCounter, kProbeInitialCounter);
   EXPECT_EQ(ProbeImageHandle(), handle);
@@ -84,7 +84,7 @@ TEST(FirmwareImage, StartsEveryMachineWithAnEmptyHandleDatabase) {
 
 TEST(FirmwareImage, UnloadsAnImageThatAgrees) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   EXPECT_EQ(firmware.UnloadImage(handle), EFI_SUCCESS);
   EXPECT_EQ(firmware.HandleOf(images::probe), nullptr);
@@ -95,7 +95,7 @@ TEST(FirmwareImage, UnloadsAnImageThatAgrees) {
 
 TEST(FirmwareImage, KeepsAnImageThatRefusesToBeUnloaded) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   gProbeUnloadStatus = EFI_ACCESS_DENIED;
   EXPECT_EQ(firmware.BootServices()->UnloadImage(handle), EFI_ACCESS_DENIED);
@@ -104,7 +104,7 @@ TEST(FirmwareImage, KeepsAnImageThatRefusesToBeUnloaded) {
 
 TEST(FirmwareImage, CannotUnloadAnImageWithoutAnUnloadHandler) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::neighbour);
+  EFI_HANDLE handle = firmware.LoadImage(images::neighbour);
   ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   EXPECT_EQ(LoadedImageOf(firmware, handle)->Unload, nullptr);
   EXPECT_EQ(firmware.UnloadImage(handle), EFI_UNSUPPORTED);
@@ -112,7 +112,7 @@ TEST(FirmwareImage, CannotUnloadAnImageWithoutAnUnloadHandler) {
 
 TEST(FirmwareImage, UnloadsAnImageThatWasNeverStarted) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::neighbour);
+  EFI_HANDLE handle = firmware.LoadImage(images::neighbour);
   EXPECT_EQ(firmware.UnloadImage(handle), EFI_SUCCESS);
   EXPECT_EQ(firmware.UnloadImage(handle), EFI_INVALID_PARAMETER);
 }
@@ -129,7 +129,7 @@ TEST(FirmwareImage, GivesAnImageInitialGlobalsWhenItIsLoadedAgain) {
 
 TEST(FirmwareImage, DropsAnImageWhoseEntryPointFails) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   gProbeEntryStatus = EFI_NOT_READY;
   EXPECT_EQ(firmware.StartImage(handle), EFI_NOT_READY);
   EXPECT_EQ(firmware.HandleOf(images::probe), nullptr);
@@ -138,7 +138,7 @@ TEST(FirmwareImage, DropsAnImageWhoseEntryPointFails) {
 TEST(FirmwareImage, ClosesWhatAnUnloadedImageHasOpened) {
   Firmware firmware;
   EFI_BOOT_SERVICES* const services = firmware.BootServices();
-  const EFI_HANDLE agent = firmware.LoadImage(images::probe);
+  EFI_HANDLE agent = firmware.LoadImage(images::probe);
   ASSERT_EQ(firmware.StartImage(agent), EFI_SUCCESS);
   EFI_GUID guid = {0x77, 0, 0, {}};
   EFI_HANDLE handle = nullptr;
@@ -163,7 +163,7 @@ TEST(FirmwareImage, LeavesNoBlockBehindAfterLoadingAndUnloading) {
 
 TEST(FirmwareImage, UnloadsAnApplicationWhenItReturns) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::application);
+  EFI_HANDLE handle = firmware.LoadImage(images::application);
   EXPECT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   EXPECT_EQ(firmware.HandleOf(images::application), nullptr);
   EXPECT_EQ(firmware.ConsoleOutput(), u"hello from the application\r\n");
@@ -181,7 +181,7 @@ TEST(FirmwareImage, NamesAnImageByItsFirmwareFile) {
 
 TEST(FirmwareImage, ReportsAnEntryPointThatLeavesTheTaskPriorityRaised) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   gProbeLeavesTplRaised = TRUE;
   EXPECT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   EXPECT_EQ(firmware.CurrentTpl(), TPL_APPLICATION);
@@ -190,7 +190,7 @@ TEST(FirmwareImage, ReportsAnEntryPointThatLeavesTheTaskPriorityRaised) {
 
 TEST(FirmwareImage, ReportsACallFromAnImageThatIsGone) {
   Firmware firmware;
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   ASSERT_EQ(firmware.UnloadImage(handle), EFI_SUCCESS);
   ProbeFree(ProbeAllocate(8));

@@ -86,7 +86,7 @@ TEST_F(FirmwareReport, NamesAServiceThatIsNotThere) {
 TEST(FirmwareReportOfAnImage, KeepsAssertionsOffWhenTheImageIsLoadedAgain) {
   Firmware firmware;
   firmware.EnableAssertions(images::probe, false);
-  const EFI_HANDLE handle = firmware.LoadImage(images::probe);
+  EFI_HANDLE handle = firmware.LoadImage(images::probe);
   ASSERT_EQ(firmware.StartImage(handle), EFI_SUCCESS);
   ASSERT_EQ(firmware.UnloadImage(handle), EFI_SUCCESS);
   firmware.LoadImage(images::probe);

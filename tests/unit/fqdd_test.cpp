@@ -253,6 +253,13 @@ TEST_F(FqddMapTest, ReadsFromTheNextStructureOnceAStringNumberWasOutOfRange) {
   EXPECT_STREQ(FqddText(*FindFqdd(0x400)), "Next structure's first text");
 }
 
+TEST_F(FqddMapTest, NamesNothingOnceTheTableHasMoved) {
+  ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
+  mRig.Publish(MinimalServer());
+  mRig.UnmapEarlierTables();
+  EXPECT_EQ(FqddText(*FindFqdd(0x400)), nullptr);
+}
+
 // --- Releasing ---
 
 std::vector<VOID*> gFreed;

@@ -44,9 +44,7 @@ class Management : public PlatformTest {
   EFI_STATUS Announce(const VOID* buffer, UINTN length) {
     return Platform()->AnnounceStoredData(Platform(), buffer, length);
   }
-  EFI_STATUS Forget(const VOID* buffer) {
-    return Platform()->ForgetStoredData(Platform(), buffer);
-  }
+  EFI_STATUS Forget(const VOID* buffer) { return Platform()->ForgetStoredData(Platform(), buffer); }
   EFI_STATUS Locate(const VOID* data, UINT32 type, UINTN index = 0) {
     mBlob = this;
     return Protocol()->LocateBlob(Protocol(), const_cast<VOID*>(data), type, index, &mBlob);

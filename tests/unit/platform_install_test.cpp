@@ -16,9 +16,9 @@
 namespace tvq::test {
 namespace {
 
-EFI_GUID* const kProtocols[] = {&gTvqPlatformProtocolGuid, &gDebugLogProtocolGuid,
+EFI_GUID* const kProtocols[] = {&gTvqPlatformProtocolGuid,     &gDebugLogProtocolGuid,
                                 &gTvqPrerequisiteProtocolGuid, &gTvqManagementProtocolGuid,
-                                &gXmlParserProtocolGuid, &gZvAuxProtocolGuid,
+                                &gXmlParserProtocolGuid,       &gZvAuxProtocolGuid,
                                 &gZvLibraryProtocolGuid};
 
 class PlatformInstall : public testing::Test {

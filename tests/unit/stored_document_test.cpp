@@ -166,11 +166,12 @@ TEST_F(StoredDocument, NeedsInventoryFirst) {
 }
 
 TEST_F(StoredDocument, MayHaveWhiteSpaceBetweenItsElements) {
-  const std::string document = "<?xml version=\"1.0\"?>\n<tvqComponent>\n  <Inventory>\n"
-                               "    <MarketingName>N</MarketingName>\n\t<WWN>1</WWN>\n"
-                               "  </Inventory>\r\n  <Configuration>\n    <dimmData>\n"
-                               "      <Speed>1</Speed>\n      <PartNumber>A</PartNumber>\n"
-                               "    </dimmData>\n  </Configuration>\n</tvqComponent>\n";
+  const std::string document =
+      "<?xml version=\"1.0\"?>\n<tvqComponent>\n  <Inventory>\n"
+      "    <MarketingName>N</MarketingName>\n\t<WWN>1</WWN>\n"
+      "  </Inventory>\r\n  <Configuration>\n    <dimmData>\n"
+      "      <Speed>1</Speed>\n      <PartNumber>A</PartNumber>\n"
+      "    </dimmData>\n  </Configuration>\n</tvqComponent>\n";
   EXPECT_EQ(ReadDimm(document), EFI_SUCCESS);
   EXPECT_EQ(Wwn(), "1");
   EXPECT_STREQ(mDimm->PartNo, "A");
@@ -202,8 +203,7 @@ TEST_F(StoredDocument, IsReadWithoutTrimmingAndWithSignExtension) {
 }
 
 TEST_F(StoredDocument, HasASerialNumberOnlySecondInInventory) {
-  const std::string data =
-      Element("dimmData", Element("Speed", "1") + Element("PartNumber", "A"));
+  const std::string data = Element("dimmData", Element("Speed", "1") + Element("PartNumber", "A"));
   for (const std::string& inventory :
        {Element("MarketingName", "") + Element("Identifier", ""), Element("WWN", "1"),
         Element("WWN", "1") + Element("MarketingName", ""),
@@ -240,8 +240,9 @@ TEST_F(StoredDocument, LeavesTheResultWhenAModuleIsLaidOutOtherwise) {
       Element("Inventory", Element("MarketingName", "") + Element("WWN", "1"));
   const std::string data = Element("dimmData", Element("Speed", "1") + Element("PartNumber", "A"));
   for (const std::string& rest :
-       {std::string(), Element("configuration", data), Element("Other", "") + Element("Configuration", data),
-        Element("Configuration", ""), Element("Configuration", Element("cpuData", "")),
+       {std::string(), Element("configuration", data),
+        Element("Other", "") + Element("Configuration", data), Element("Configuration", ""),
+        Element("Configuration", Element("cpuData", "")),
         Element("Configuration", Element("Other", "") + data),
         Element("Configuration", Element("dimmData", "")),
         Element("Configuration", Element("dimmData", Element("PartNumber", "A")))}) {
@@ -256,8 +257,7 @@ TEST_F(StoredDocument, LeavesTheResultWhenAModuleIsLaidOutOtherwise) {
 }
 
 TEST_F(StoredDocument, NeedsMemoryForEachPartOfAModule) {
-  const std::vector<std::string> logs[] = {
-      {}, {}, {"ParseDIMMXMLBlob: Error Parsing Part Number"}};
+  const std::vector<std::string> logs[] = {{}, {}, {"ParseDIMMXMLBlob: Error Parsing Part Number"}};
   for (uint64_t n = 1; n <= std::size(logs); ++n) {
     FailAllocation(n);
     EXPECT_EQ(ReadDimm(DimmDocument("1", "A")), EFI_OUT_OF_RESOURCES);
@@ -287,9 +287,8 @@ TEST_F(StoredDocument, YieldsTheEmptyNameOfAProcessor) {
 
 TEST_F(StoredDocument, HasAProcessorNameOnlyFirstInInventory) {
   const std::string data = Element("cpuData", Element("CoreCount", "4"));
-  for (const std::string& inventory :
-       {Element("Identifier", "") + Element("MarketingName", "N"), Element("marketingName", "N"),
-        std::string()}) {
+  for (const std::string& inventory : {Element("Identifier", "") + Element("MarketingName", "N"),
+                                       Element("marketingName", "N"), std::string()}) {
     EXPECT_EQ(ReadCpu(Document(inventory, data)), EFI_SUCCESS);
     EXPECT_EQ(mCpu->MarketingName, nullptr);
     EXPECT_EQ(mCpu->CoreCount, 4);
@@ -297,9 +296,9 @@ TEST_F(StoredDocument, HasAProcessorNameOnlyFirstInInventory) {
 }
 
 TEST_F(StoredDocument, KeepsTheLow8BitsOfTheCoreCount) {
-  const std::pair<const char*, int> cases[] = {{"0", 0},    {"255", 255}, {"256", 0}, {"300", 44},
-                                               {"0024", 24}, {" 7", 7},   {"12 cores", 12},
-                                               {"", 0},     {"x", 0},     {"-1", 0}};
+  const std::pair<const char*, int> cases[] = {
+      {"0", 0},  {"255", 255},     {"256", 0}, {"300", 44}, {"0024", 24},
+      {" 7", 7}, {"12 cores", 12}, {"", 0},    {"x", 0},    {"-1", 0}};
   for (const auto& [text, count] : cases) {
     EXPECT_EQ(ReadCpu(CpuDocument("N", text)), EFI_SUCCESS) << text;
     EXPECT_EQ(mCpu->CoreCount, count) << text;
@@ -476,7 +475,12 @@ TEST_F(HostileDocument, IsRefusedWhenItIsBroken) {
 
 TEST_F(HostileDocument, IsRefusedWhenAValueIsNotEscaped) {
   // The driver writes values as they are, so these are documents of its own.
-  for (const char* value : {"A&B", "A<B", "A&B;", "A\x01" "B", "A\xFF" "B", "A\xC3", "\x80", "]]>"}) {
+  for (const char* value : {"A&B", "A<B", "A&B;",
+                            "A\x01"
+                            "B",
+                            "A\xFF"
+                            "B",
+                            "A\xC3", "\x80", "]]>"}) {
     ExpectNoDocument(DimmDocument("1", value));
     ExpectNoDocument(CpuDocument(value, "4"));
   }

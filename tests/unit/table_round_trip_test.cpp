@@ -161,6 +161,16 @@ TEST(FormatSource, NumbersAStringThatAnEarlierOneHides) {
               HasSubstr("product      = new \"a\"\n"));
 }
 
+TEST(FormatSource, StatesALengthThatDoesNotFollow) {
+  EXPECT_THAT(SourceOf(FromHex("7F 05 00 00 00 00 00")), HasSubstr("[end 0x0000]\nlength = 5\n"));
+  EXPECT_THAT(SourceOf(FromHex("7F 04 00 00 00 00")), testing::Not(HasSubstr("length")));
+}
+
+TEST(FormatSource, KeepsRemarksBehindAllValues) {
+  EXPECT_THAT(SourceOf(FromHex("E1 09 00 00 01 07 34 12 05 00 00")),
+              HasSubstr("fqdd   = 7 0x1234 0x05  # no such string\n"));
+}
+
 TEST(FormatSource, DeclaresStringsThatAreNamedOutOfOrder) {
   EXPECT_THAT(SourceOf(FromHex("01 08 00 00 02 01 00 00") + WithNul("a") + WithNul("b") + Bytes{0}),
               HasSubstr("string       = \"a\"\n"
@@ -173,9 +183,8 @@ TEST(FormatSource, GivesFieldsBehindAListAsBytes) {
   const Bytes chassis =
       FromHex("03 19 00 00 00 17 00 00 00 03 03 03 02 00 00 00 00 02 01 01 03 83 01 02 00 00 00");
   const std::string source = SourceOf(chassis);
-  EXPECT_THAT(source, HasSubstr("bytes 0x15         = 83 01 02\n"));
+  EXPECT_THAT(source, HasSubstr("bytes 0x15         = 83 01 02 00\n"));
   EXPECT_THAT(source, testing::Not(HasSubstr("sku")));
-  EXPECT_THAT(source, HasSubstr("length             = 25\n"));
 }
 
 TEST(FormatSource, LeavesTheRestOfACutTableAsRawBytes) {

@@ -17,3 +17,17 @@ tvq_unit_test(
   platform
   LIBRARIES
   tvq_agent_bench)
+
+# The example is the documentation's; it is compiled as it would be for firmware.
+tvq_efi_image(agent_example INFS ../docs/examples/AgentExample.inf)
+
+tvq_unit_test(
+  agent_example_tests
+  SOURCES
+  unit/agent_example_test.cpp
+  IMAGES
+  agent_example
+  driver
+  platform
+  LIBRARIES
+  tvq_test_support)

@@ -276,8 +276,8 @@ TEST_F(Verify, RefusesEmptyStoredData) {
     Slots()[0] = slot;
     EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_INVALID_PARAMETER);
     EXPECT_EQ(mResult, 0u);
-    EXPECT_THAT(TakeLog(), ElementsAre(Line("Entering \n"),
-                                       "error: " + Line("Error in Getting Old Data")));
+    EXPECT_THAT(TakeLog(),
+                ElementsAre(Line("Entering \n"), "error: " + Line("Error in Getting Old Data")));
   }
   EXPECT_THAT(mManagement.calls, IsEmpty());
 }
@@ -308,14 +308,8 @@ TEST_F(Verify, RefusesStoredDataWithoutAConfigurationBlob) {
 
 TEST_F(Verify, OnlyLogsTheHeaderOfTheStoredBlob) {
   const std::string document = CpuDocument("Name", "4");
-  std::vector<UINT8> blob = ByteWriter()
-                                .U32(2)
-                                .U32(0xAB)
-                                .U32(0xC)
-                                .U32(17)
-                                .Zeros(64)
-                                .Text(document)
-                                .Written();
+  std::vector<UINT8> blob =
+      ByteWriter().U32(2).U32(0xAB).U32(0xC).U32(17).Zeros(64).Text(document).Written();
   mManagement.blob = blob.data();
   EXPECT_EQ(Compare(Cpu(u"Name", 4)), 0u);
   const std::vector<std::string> log = TakeLog();
@@ -357,8 +351,8 @@ TEST_F(Verify, LogsAModuleThatWasReplaced) {
 
 TEST_F(Verify, TakesAModuleWithAnotherSerialNumberForReplaced) {
   const std::pair<const char*, const char16_t*> replaced[] = {
-      {"0123ABCD", u"0123ABCE"}, {"0123ABCD", u"1123ABCD"}, {"0123ABCD", u"0123ABC"},
-      {"0123ABC", u"0123ABCD"},  {"0123abcd", u"0123ABCD"}, {"", u"0123ABCD"},
+      {"0123ABCD", u"0123ABCE"}, {"0123ABCD", u"1123ABCD"},  {"0123ABCD", u"0123ABC"},
+      {"0123ABC", u"0123ABCD"},  {"0123abcd", u"0123ABCD"},  {"", u"0123ABCD"},
       {"0123ABCD", u""},         {" 0123ABCD", u"0123ABCD"}, {"0123ABCD ", u"0123ABCD"}};
   for (const auto& [stored, current] : replaced) {
     EXPECT_EQ(CompareDimm(stored, "MW16", current, "MW16"), kReplaced) << stored;
@@ -499,11 +493,10 @@ TEST_F(Verify, ReportsAProcessorWhoseStoredDocumentIsUnreadable) {
   Store("<tvqComponent>");
   EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_INVALID_PARAMETER);
   EXPECT_EQ(mResult, 0u);
-  EXPECT_THAT(
-      TakeLog(),
-      ElementsAreArray(LinesOfFetching(
-          "<tvqComponent>", {"ParseCPUXMLBlob: Parse doc failed to parse",
-                             Line("ERROR Parsing CPUXMLBlob with Invalid Parameter\n")})));
+  EXPECT_THAT(TakeLog(),
+              ElementsAreArray(LinesOfFetching(
+                  "<tvqComponent>", {"ParseCPUXMLBlob: Parse doc failed to parse",
+                                     Line("ERROR Parsing CPUXMLBlob with Invalid Parameter\n")})));
 }
 
 TEST_F(Verify, FreesWhatTheProcessorReaderLeavesInADocumentThatIsLaidOutOtherwise) {
@@ -541,8 +534,8 @@ TEST_F(Verify, NeedsTheParserForModulesAndProcessors) {
 TEST_F(Verify, ComparesWithAResponseThatHasNoBuffer) {
   Store(CpuDocument("Fast", "4"));
   TVQ_DATA target = {};
-  for (TVQ_DATA response : {TVQ_DATA{1, 0, nullptr}, TVQ_DATA{1, 0, &target},
-                            TVQ_DATA{1, sizeof(target), nullptr}}) {
+  for (TVQ_DATA response :
+       {TVQ_DATA{1, 0, nullptr}, TVQ_DATA{1, 0, &target}, TVQ_DATA{1, sizeof(target), nullptr}}) {
     const TVQ_DATA before = response;
     EXPECT_EQ(Ask(Cpu(u"Other", 4), &response), EFI_SUCCESS);
     EXPECT_EQ(mResult, kReplaced);
@@ -553,8 +546,8 @@ TEST_F(Verify, ComparesWithAResponseThatHasNoBuffer) {
 }
 
 TEST_F(Verify, RefusesAResponseWithABufferAndReturnsTheTextThroughIt) {
-  for (UINT8 type : {UINT8{TVQ_DEVICE_TYPE_CPU}, UINT8{TVQ_DEVICE_TYPE_DIMM},
-                     UINT8{TVQ_DEVICE_TYPE_SYSTEM}}) {
+  for (UINT8 type :
+       {UINT8{TVQ_DEVICE_TYPE_CPU}, UINT8{TVQ_DEVICE_TYPE_DIMM}, UINT8{TVQ_DEVICE_TYPE_SYSTEM}}) {
     TVQ_DATA target = {9, 0, nullptr};
     TVQ_DATA response = {1, 1, &target};
     EXPECT_EQ(Ask(NewRecord(type), &response), EFI_UNSUPPORTED);

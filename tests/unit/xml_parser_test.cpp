@@ -156,16 +156,32 @@ TEST_F(XmlParser, StandsAtTheSecondAndTheFifthField) {
 // --- What is no document ---
 
 TEST_F(XmlParser, RefusesTextsThatAreNotWellFormed) {
-  for (const std::string& text :
-       {std::string(), std::string(" "), std::string("text"), std::string("<"), std::string("<a"),
-        std::string("<a>"), std::string("</a>"), std::string("<a></b>"), std::string("<a><b></a></b>"),
-        std::string("<a/><b/>"), std::string("<a/>x"), std::string("<a b=1/>"),
-        std::string("<a b='1' b='2'/>"), std::string("<a>&</a>"), std::string("<a>&b;</a>"),
-        std::string("<a>&#0;</a>"), std::string("<a>&#xD800;</a>"), std::string("<a>\x01</a>"),
-        std::string("<a>\xFF</a>"), std::string("<a>\xC0\x80</a>"), std::string("<a>]]></a>"),
-        std::string("<a><!-- -- --></a>"), std::string("<1/>"), std::string(" <?xml version='1.0'?><a/>"),
-        std::string("<?xml version='1.0' encoding='UTF-16'?><a/>"),
-        std::string("<?xml version='1.0' encoding='klingon'?><a/>")}) {
+  for (const std::string& text : {std::string(),
+                                  std::string(" "),
+                                  std::string("text"),
+                                  std::string("<"),
+                                  std::string("<a"),
+                                  std::string("<a>"),
+                                  std::string("</a>"),
+                                  std::string("<a></b>"),
+                                  std::string("<a><b></a></b>"),
+                                  std::string("<a/><b/>"),
+                                  std::string("<a/>x"),
+                                  std::string("<a b=1/>"),
+                                  std::string("<a b='1' b='2'/>"),
+                                  std::string("<a>&</a>"),
+                                  std::string("<a>&b;</a>"),
+                                  std::string("<a>&#0;</a>"),
+                                  std::string("<a>&#xD800;</a>"),
+                                  std::string("<a>\x01</a>"),
+                                  std::string("<a>\xFF</a>"),
+                                  std::string("<a>\xC0\x80</a>"),
+                                  std::string("<a>]]></a>"),
+                                  std::string("<a><!-- -- --></a>"),
+                                  std::string("<1/>"),
+                                  std::string(" <?xml version='1.0'?><a/>"),
+                                  std::string("<?xml version='1.0' encoding='UTF-16'?><a/>"),
+                                  std::string("<?xml version='1.0' encoding='klingon'?><a/>")}) {
     EXPECT_EQ(Parse(text), EFI_VOLUME_CORRUPTED) << text;
   }
 }

@@ -98,7 +98,7 @@ void ParseOptions(tvq::Span<const CHAR8> text, Options& options) {
 bool ParseLoadOptions(const VOID* loadOptions, UINTN size, Options& options) {
   CHAR8 line[kMaximumCommandLine];
   UINTN length;
-  if (loadOptions == nullptr || size > sizeof(line) * sizeof(CHAR16) ||
+  if (loadOptions == nullptr || size > kMaximumCommandLine * sizeof(CHAR16) ||
       !Narrow(loadOptions, size, line, length)) {
     return false;
   }

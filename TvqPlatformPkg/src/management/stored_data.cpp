@@ -100,7 +100,8 @@ bool StoredDataRegistry::Forget(const VOID* buffer) {
 
 tvq::Span<const UINT8> StoredDataRegistry::Find(const VOID* buffer) const {
   const Entry* entry = FindEntry(buffer);
-  return entry == nullptr ? tvq::Span<const UINT8>() : tvq::Span<const UINT8>(entry->Data, entry->Length);
+  return entry == nullptr ? tvq::Span<const UINT8>()
+                          : tvq::Span<const UINT8>(entry->Data, entry->Length);
 }
 
 }  // namespace tvqplatform

@@ -14,9 +14,9 @@ extern "C" {
 #endif
 
 /// As malloc, realloc and free of a C library.
-void *TvqXmlAllocate (size_t Size);
-void *TvqXmlReallocate (void *Buffer, size_t Size);
-void TvqXmlFree (void *Buffer);
+void* TvqXmlAllocate(size_t Size);
+void* TvqXmlReallocate(void* Buffer, size_t Size);
+void TvqXmlFree(void* Buffer);
 
 #ifdef __cplusplus
 }

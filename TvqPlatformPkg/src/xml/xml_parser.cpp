@@ -26,8 +26,8 @@ constexpr XML_Memory_Handling_Suite kPool = {TvqXmlAllocate, TvqXmlReallocate, T
 UINT64 MakeSalt() {
   UINT64 salt = 0;
   EFI_RNG_PROTOCOL* random = nullptr;
-  if (!EFI_ERROR(gBS->LocateProtocol(&gEfiRngProtocolGuid, nullptr,
-                                     reinterpret_cast<VOID**>(&random))) &&
+  if (!EFI_ERROR(
+          gBS->LocateProtocol(&gEfiRngProtocolGuid, nullptr, reinterpret_cast<VOID**>(&random))) &&
       !EFI_ERROR(random->GetRNG(random, nullptr, sizeof(salt), reinterpret_cast<UINT8*>(&salt)))) {
     return salt;
   }

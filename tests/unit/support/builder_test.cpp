@@ -17,15 +17,17 @@ host::Owner Driver() {
 
 // Notes what is freed before the service frees it.
 struct FreeRecorder {
-  host::Pool* memory = nullptr;
+  Rig* rig = nullptr;
   EFI_FREE_POOL service = nullptr;
   std::vector<host::Block> freed;
+  size_t linesBeforeLast = 0;
 };
 FreeRecorder gRecorder;
 
 EFI_STATUS EFIAPI FreeAndNote(VOID* buffer) {
-  if (const std::optional<host::Block> block = gRecorder.memory->Find(buffer)) {
+  if (const std::optional<host::Block> block = gRecorder.rig->Memory().Find(buffer)) {
     gRecorder.freed.push_back(*block);
+    gRecorder.linesBeforeLast = gRecorder.rig->platform.log.size();
   }
   return gRecorder.service(buffer);
 }
@@ -160,7 +162,7 @@ void BuilderTest::FailInstall(uint64_t n, EFI_STATUS status) {
 void BuilderTest::RecordFrees() {
   EFI_BOOT_SERVICES* const services =
       rig.Firmware().SystemTableOf(host::images::driver)->BootServices;
-  gRecorder = {&rig.Memory(), services->FreePool, {}};
+  gRecorder = {&rig, services->FreePool, {}, 0};
   services->FreePool = FreeAndNote;
 }
 
@@ -172,6 +174,10 @@ std::vector<uint64_t> BuilderTest::FreesOf(const Strings& routines) {
     }
   }
   return serials;
+}
+
+size_t BuilderTest::LinesBeforeLastFree() {
+  return gRecorder.linesBeforeLast;
 }
 
 }  // namespace tvq::test

@@ -78,6 +78,8 @@ class BuilderTest : public testing::Test {
   void RecordFrees();
   // The serial numbers of the freed blocks that one of these routines wanted, in the order in which they were freed.
   static std::vector<uint64_t> FreesOf(const Strings& routines);
+  // How many lines of the last Run() were logged before the last block was freed.
+  static size_t LinesBeforeLastFree();
 
   Rig rig;
   // Of the last Run(): log lines, live blocks by routine, allocations asked for.

@@ -45,9 +45,8 @@ EFI_STATUS ParserDouble::Free(XML_PARSER_PROTOCOL* This, XML_NODE* Document) {
     ADD_FAILURE() << "a document is freed that is not there";
     return EFI_INVALID_PARAMETER;
   }
-  return Document == self.tree
-             ? EFI_SUCCESS
-             : tvqplatform::gXmlParser.Free(&tvqplatform::gXmlParser, Document);
+  return Document == self.tree ? EFI_SUCCESS
+                               : tvqplatform::gXmlParser.Free(&tvqplatform::gXmlParser, Document);
 }
 
 ManagementDouble::ManagementDouble() {
@@ -142,9 +141,9 @@ void OnSmallStack(const std::function<void()>& action) {
   pthread_attr_init(&attributes);
   ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackSize), 0);
   pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &attributes, CallAction,
-                           const_cast<std::function<void()>*>(&action)),
-            0);
+  ASSERT_EQ(
+      pthread_create(&thread, &attributes, CallAction, const_cast<std::function<void()>*>(&action)),
+      0);
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
 }

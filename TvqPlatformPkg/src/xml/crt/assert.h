@@ -7,7 +7,6 @@
 #ifndef TVQ_CRT_ASSERT_H_
 #define TVQ_CRT_ASSERT_H_
 
-#define assert(Condition)  ((void)0)
-
+#define assert(Condition) ((void)0)
 
 #endif

@@ -9,5 +9,4 @@
 
 static int errno;
 
-
 #endif

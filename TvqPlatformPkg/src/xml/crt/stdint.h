@@ -9,13 +9,12 @@
 
 #include <Uefi.h>
 
-typedef UINT8  uint8_t;
+typedef UINT8 uint8_t;
 typedef UINT16 uint16_t;
 typedef UINT32 uint32_t;
 typedef UINT64 uint64_t;
-typedef UINTN  uintptr_t;
+typedef UINTN uintptr_t;
 
-#define SIZE_MAX  __SIZE_MAX__
-
+#define SIZE_MAX __SIZE_MAX__
 
 #endif

@@ -7,7 +7,6 @@
 #ifndef TVQ_CRT_STDIO_H_
 #define TVQ_CRT_STDIO_H_
 
-#define fprintf(...)  ((void)0)
-
+#define fprintf(...) ((void)0)
 
 #endif

@@ -11,12 +11,11 @@
 
 #include "../pool.h"
 
-#define malloc   TvqXmlAllocate
-#define realloc  TvqXmlReallocate
-#define free     TvqXmlFree
+#define malloc TvqXmlAllocate
+#define realloc TvqXmlReallocate
+#define free TvqXmlFree
 
-#define getenv(Name)                ((char *)NULL)
-#define strtoul(Text, Tail, Base)   0UL
-
+#define getenv(Name) ((char*)NULL)
+#define strtoul(Text, Tail, Base) 0UL
 
 #endif

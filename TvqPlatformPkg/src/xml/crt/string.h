@@ -10,10 +10,9 @@
 #include <Library/BaseMemoryLib.h>
 #include <stddef.h>
 
-#define memcmp(First, Second, Size)         CompareMem ((First), (Second), (Size))
-#define memcpy(Destination, Source, Size)   CopyMem ((Destination), (Source), (Size))
-#define memmove(Destination, Source, Size)  CopyMem ((Destination), (Source), (Size))
-#define memset(Buffer, Value, Size)         SetMem ((Buffer), (Size), (UINT8)(Value))
-
+#define memcmp(First, Second, Size) CompareMem((First), (Second), (Size))
+#define memcpy(Destination, Source, Size) CopyMem((Destination), (Source), (Size))
+#define memmove(Destination, Source, Size) CopyMem((Destination), (Source), (Size))
+#define memset(Buffer, Value, Size) SetMem((Buffer), (Size), (UINT8)(Value))
 
 #endif

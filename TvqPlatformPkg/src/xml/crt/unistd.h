@@ -7,7 +7,6 @@
 #ifndef TVQ_CRT_UNISTD_H_
 #define TVQ_CRT_UNISTD_H_
 
-#define getpid()  0
-
+#define getpid() 0
 
 #endif

@@ -12,7 +12,6 @@ struct timeval {
   long tv_usec;
 };
 
-#define gettimeofday(Time, Zone)  ((Time)->tv_usec = 0)
-
+#define gettimeofday(Time, Zone) ((Time)->tv_usec = 0)
 
 #endif
