@@ -18,6 +18,12 @@ BUILD_TABLE = ROOT / "build" / "host" / "host" / "table" / "tvq_build_sample"
 SAMPLE = ROOT / "samples" / "two-socket.smbios"
 
 
+def shown(path):
+    """How messages name a file: from the repository's root where it is inside."""
+    path = pathlib.Path(path)
+    return path.relative_to(ROOT) if path.is_relative_to(ROOT) else path
+
+
 def note(text):
     print(text, file=sys.stderr, flush=True)
 

@@ -77,10 +77,10 @@ def run(options, table, folder):
         live=machine.show_serial if options.verbose else None,
     )
     machine.dev_build("firmware", "--target", machine.TARGET, verbose=options.verbose)
-    report = machine.boot(boot, f"Booting OVMF in QEMU with {table or 'the table of QEMU'}")
+    report = machine.boot(boot, f"Booting OVMF in QEMU with {machine.shown(table) if table else 'the table of QEMU'}")
     if report is not None:
         print(report.rstrip(), flush=True)
-        machine.note(f"Saved in {boot.out}")
+        machine.note(f"Saved in {machine.shown(boot.out)}")
     return report
 
 

@@ -171,6 +171,19 @@ class ShellFunctions(unittest.TestCase):
         self.assertEqual(result.returncode, 3)
         self.assertRegex(result.stderr, r"(?s)^== Doing it \.\.\. failed after .*\nwhy\ndev: the whole output")
 
+    def test_who_waits_for_another_run_says_so(self):
+        lock = self.root / "build" / "host.lock"
+        other = "exec 9>$ROOT/build/host.lock; flock 9; touch $ROOT/held; sleep 1"
+        result = self.bash(
+            f"mkdir -p $ROOT/build; ({other}) & until [[ -f $ROOT/held ]]; do sleep 0.1; done; Lock {lock}; echo mine; Unlock"
+        )
+        self.assertEqual((result.returncode, result.stdout), (0, "mine\n"))
+        self.assertEqual(result.stderr, f"dev: waiting for another ./dev that works on {lock.with_suffix('')}\n")
+
+    def test_a_lock_that_is_free_is_taken_without_a_word(self):
+        result = self.bash(f"Lock {self.root}/build/host.lock; Unlock; Lock {self.root}/build/host.lock; echo mine")
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "mine\n", ""))
+
     def test_a_missing_package_is_named(self):
         result = self.bash("WantedPackages() { printf 'bash\\nno-such-package-anywhere\\n'; }\nMissingPackages")
         self.assertEqual(result.stdout, "no-such-package-anywhere\n")

@@ -37,9 +37,14 @@ tvq_unit_test(
   unit/support/model_dimms.cpp
   unit/support/model_machine.cpp
   unit/support/model_system.cpp
+  unit/support/samples.cpp
   unit/support/servers.cpp
   unit/support/start_model.cpp
   IMAGES
   driver
   LIBRARIES
+  tvq_table
   tvq_test_support)
+if(TARGET builder_failure_tests)
+  target_compile_definitions(builder_failure_tests PRIVATE "TVQ_SAMPLES=\"${PROJECT_SOURCE_DIR}/samples\"")
+endif()

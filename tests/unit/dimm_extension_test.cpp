@@ -154,11 +154,12 @@ TEST_F(DimmExtensions, MayHaveAnEmptyFirmwareVersion) {
   EXPECT_STREQ(Value(mList->FirmwareVersion), "");
 }
 
-TEST_F(DimmExtensions, OfAShortStructureReadAsZero) {
-  Collect(TableOf({DimmExtension{.handle = 0xE200, .deviceHandle = 0x1100}.Build().CutTo(0x0B)}));
+// Nobody asks for the length of the formatted part.
+TEST_F(DimmExtensions, OfAShortStructureAreReadAsTheyStand) {
+  Collect(TableOf({DimmExtension{.handle = 0xE200, .firmwareVersion = "xy"}.Build().CutTo(0x0B)}));
   ASSERT_EQ(Nodes().size(), 1u);
   EXPECT_EQ(Value(mList->ComponentID), 0x0001A2B3u);
-  EXPECT_EQ(Value(mList->ProductID), 0);
+  EXPECT_EQ(Value(mList->ProductID), 'x' | 'y' << 8);
 }
 
 TEST_F(DimmExtensions, GetNoNodeWhenThereIsNoMemoryForOne) {

@@ -10,6 +10,7 @@
 
 #include "tests/unit/support/driver_memory.h"
 #include "tests/unit/support/rig.h"
+#include "tests/unit/support/samples.h"
 #include "tests/unit/support/servers.h"
 #include "tests/unit/support/start_model.h"
 
@@ -94,9 +95,14 @@ class StartRun {
   std::vector<RecordHandle> mRecords;
 };
 
-class FailingStart : public testing::TestWithParam<Table (*)()> {
+struct TableCase {
+  const char* name;
+  Table (*make)();
+};
+
+class FailingStart : public testing::TestWithParam<TableCase> {
  protected:
-  FailingStart() : mTable(GetParam()()), mClean(ModelStart(mTable)) {}
+  FailingStart() : mTable(GetParam().make()), mClean(ModelStart(mTable)) {}
 
   // A start with `arm` called in between; it is to end as `expected` says.
   void ExpectStart(const std::function<void(StartRun&)>& arm, const StartOutcome& expected) {
@@ -249,11 +255,22 @@ TEST_P(FailingStart, DoesNotMindThatTheVariableCannotBeWritten) {
       mClean);
 }
 
-INSTANTIATE_TEST_SUITE_P(Tables, FailingStart,
-                         testing::Values(MinimalServer, TwoSocketServer, HbmServer,
-                                         TwinModuleServer));
-INSTANTIATE_TEST_SUITE_P(Tables, FailingCore,
-                         testing::Values(MinimalServer, TwoSocketServer, HbmServer));
+std::string NameOf(const testing::TestParamInfo<TableCase>& info) {
+  return info.param.name;
+}
+
+const TableCase kTables[] = {
+    {"MinimalServer", MinimalServer},
+    {"MissingParts", TwoSocketServer},
+    {"HbmServer", HbmServer},
+    {"TwoSocketSample", [] { return Sample("two-socket"); }},
+    {"HbmOnlySample", [] { return Sample("hbm-only"); }},
+    {"HbmMixedSample", [] { return Sample("hbm-mixed"); }},
+};
+INSTANTIATE_TEST_SUITE_P(Tables, FailingStart, testing::ValuesIn(kTables), NameOf);
+INSTANTIATE_TEST_SUITE_P(Tables, FailingCore, testing::ValuesIn(kTables), NameOf);
+INSTANTIATE_TEST_SUITE_P(EqualPaths, FailingStart,
+                         testing::Values(TableCase{"TwinModuleServer", TwinModuleServer}), NameOf);
 
 }  // namespace
 }  // namespace tvq::test

@@ -37,7 +37,10 @@ RequirePlainPath() {
 Lock() {
   mkdir -p "$(dirname "$1")"
   exec {LOCK}>"$1"
-  flock "$LOCK"
+  flock --nonblock "$LOCK" || {
+    Note "waiting for another ./dev that works on ${1%.lock}"
+    flock "$LOCK"
+  }
 }
 
 Unlock() { exec {LOCK}>&-; }

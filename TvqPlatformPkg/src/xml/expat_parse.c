@@ -4,4 +4,4 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include <xmlparse.c>
+#include <xmlparse.c>  // NOLINT(bugprone-suspicious-include): on purpose

@@ -4,4 +4,4 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include <xmlrole.c>
+#include <xmlrole.c>  // NOLINT(bugprone-suspicious-include): on purpose

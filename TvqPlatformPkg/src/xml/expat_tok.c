@@ -4,4 +4,4 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include <xmltok.c>
+#include <xmltok.c>  // NOLINT(bugprone-suspicious-include): on purpose

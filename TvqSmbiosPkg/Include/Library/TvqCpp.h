@@ -71,8 +71,8 @@ class PoolPtr {
  public:
   constexpr PoolPtr() = default;
   constexpr explicit PoolPtr(T* block) : mBlock(block) {}
-  PoolPtr(PoolPtr&& other) : mBlock(other.Release()) {}
-  PoolPtr& operator=(PoolPtr&& other) {
+  PoolPtr(PoolPtr&& other) noexcept : mBlock(other.Release()) {}
+  PoolPtr& operator=(PoolPtr&& other) noexcept {
     Reset(other.Release());
     return *this;
   }

@@ -6,6 +6,9 @@
 #ifndef TVQ_TESTS_UNIT_SUPPORT_SERVERS_H_
 #define TVQ_TESTS_UNIT_SUPPORT_SERVERS_H_
 
+#include <string>
+#include <vector>
+
 #include "tests/unit/support/table.h"
 
 namespace tvq::test {
