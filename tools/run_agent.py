@@ -92,7 +92,7 @@ def main(arguments):
     if report is None:
         return 1
     if not agent_report.succeeded(report):
-        machine.note(f"dev: the report does not end with '{agent_report.SUCCESS}'; it says above what to do")
+        machine.note(f"dev: the report ends with '{agent_report.last_line(report)}'; it says further up what to do")
         return 1
     return 0
 

@@ -1,5 +1,5 @@
-# Compiler flags, as interface libraries: tvq_host_flags for code of the process, tvq_edk2_flags for everything that
-# includes EDK II headers, tvq_image_flags and tvq_image_warnings for the code of images.
+# Tools and compiler flags, the latter as interface libraries: tvq_host_warnings for all code of ours, tvq_edk2_flags for
+# everything that includes EDK II headers, tvq_image_flags for all code of images, tvq_edk2_code for EDK II's own files.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
