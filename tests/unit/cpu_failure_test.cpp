@@ -14,7 +14,8 @@ namespace {
 using testing::Contains;
 using testing::Not;
 
-// Allocations of the builder for WholeServer(): two for each of types 4, 7, 11, 17 and 16, then those of the record.
+// Allocations of the builder for WholeServer(): two for each of types 4, 7, 11, 17 and 16, then
+// those of the record.
 constexpr uint64_t kRecordAllocation = 11;
 
 struct FatalCase {
@@ -42,18 +43,18 @@ TEST_P(CpuWithoutMemory, GivesBackTheNewestBlockFirst) {
   EXPECT_THAT(FreesOf({"MakeCPUs", "GetCacheInfo"}), IsNewestFirst());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Blocks, CpuWithoutMemory,
-    testing::Values(
-        // Deliberate: the arrays of caches and OEM strings.
-        FatalCase{"Record", kRecordAllocation, Times(4, "SmbiosGetStructuresByType < MakeCPUs")},
-        FatalCase{"MarketingName", kRecordAllocation + 1, {}},
-        FatalCase{"Fqdd", kRecordAllocation + 2, {}},
-        FatalCase{"Manufacturer", kRecordAllocation + 3, {}},
-        FatalCase{"Version", kRecordAllocation + 4, {}},
-        FatalCase{"Ppin", kRecordAllocation + 8, {}},
-        FatalCase{"DevicePath", kRecordAllocation + 9, {}}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Blocks, CpuWithoutMemory,
+                         testing::Values(
+                             // Deliberate: the arrays of caches and OEM strings.
+                             FatalCase{"Record", kRecordAllocation,
+                                       Times(4, "SmbiosGetStructuresByType < MakeCPUs")},
+                             FatalCase{"MarketingName", kRecordAllocation + 1, {}},
+                             FatalCase{"Fqdd", kRecordAllocation + 2, {}},
+                             FatalCase{"Manufacturer", kRecordAllocation + 3, {}},
+                             FatalCase{"Version", kRecordAllocation + 4, {}},
+                             FatalCase{"Ppin", kRecordAllocation + 8, {}},
+                             FatalCase{"DevicePath", kRecordAllocation + 9, {}}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Cpus, CachesForWhichThereIsNoMemoryAreLeftOut) {
   Prepare(WholeServer());
@@ -112,10 +113,14 @@ INSTANTIATE_TEST_SUITE_P(
                                             "Found 3 CACHE SMBIOS structures\n"})},
         CollectionCase{"OemStrings", 5, EFI_SUCCESS,
                        LinesOf("MakeCPUs", {"Did not find any OEM SMBIOS structures\n"})},
-        CollectionCase{"MemoryDevices", 7, EFI_SUCCESS,
+        CollectionCase{"MemoryDevices",
+                       7,
+                       EFI_SUCCESS,
                        {"error: MakeCPUs: Did not find any DIMM SMBIOS structures\n",
                         "MakeCPUs: DIMM count = 0, HBM Presence = 0\n"}},
-        CollectionCase{"MemoryArrays", 9, EFI_SUCCESS,
+        CollectionCase{"MemoryArrays",
+                       9,
+                       EFI_SUCCESS,
                        {"error: MakeCPUs: Did not find any PMA SMBIOS structures\n"}}),
     [](const auto& info) { return info.param.name; });
 
@@ -127,16 +132,20 @@ TEST_F(Cpus, TheEmptyArraysOfMissingTypesStay) {
 
 TEST_F(Cpus, AllArraysAreGivenBackWhenAllTypesAreThere) {
   ASSERT_EQ(Make(WholeServer()), EFI_SUCCESS);
-  EXPECT_EQ(blocks, Joined({Times(5, "MakeCPUs"), Times(3, "GetCacheInfo"), Times(2, "MakeCPUs"),
-                            {"MakeCPUZVEP"}}));
+  EXPECT_EQ(
+      blocks,
+      Joined(
+          {Times(5, "MakeCPUs"), Times(3, "GetCacheInfo"), Times(2, "MakeCPUs"), {"MakeCPUZVEP"}}));
 }
 
 TEST_F(Cpus, ARecordThatCannotBeInstalledStaysAndTheArraysGo) {
   Prepare(WholeServer());
   FailInstall(1, EFI_ACCESS_DENIED);
   EXPECT_EQ(Make(), EFI_ACCESS_DENIED);
-  EXPECT_EQ(blocks, Joined({Times(5, "MakeCPUs"), Times(3, "GetCacheInfo"), Times(2, "MakeCPUs"),
-                            {"MakeCPUZVEP"}}));
+  EXPECT_EQ(
+      blocks,
+      Joined(
+          {Times(5, "MakeCPUs"), Times(3, "GetCacheInfo"), Times(2, "MakeCPUs"), {"MakeCPUZVEP"}}));
   EXPECT_THAT(log.back(), testing::StartsWith("MakeCPUZVEP: "));
 }
 

@@ -86,21 +86,25 @@ INSTANTIATE_TEST_SUITE_P(
     Devices, MemoryCensus,
     testing::Values(
         CensusCase{"OneModule", {DeviceOf(0x1A, 0x4000, 9)}, 0, 0, 1},
-        CensusCase{"HbmOnDies", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x21, 0x4000, 0x10)}, 1, 1, 0},
+        CensusCase{
+            "HbmOnDies", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x21, 0x4000, 0x10)}, 1, 1, 0},
         CensusCase{"HbmOfTheSecondGeneration", {DeviceOf(0x21, 0x4000, 0x10)}, 1, 1, 0},
-        CensusCase{"HbmAndAnEmptySlot", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x1A, 0, 9)}, 1, 1, 0},
+        CensusCase{
+            "HbmAndAnEmptySlot", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x1A, 0, 9)}, 1, 1, 0},
         CensusCase{"HbmWithoutASize", {DeviceOf(0x20, 0, 9)}, 1, 1, 0},
         CensusCase{"HbmOnAModule", {DeviceOf(0x20, 0x4000, 9)}, 1, 0, 1},
-        CensusCase{"HbmAndAModule", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x1A, 0x4000, 9)}, 1, 0, 1},
+        CensusCase{
+            "HbmAndAModule", {DeviceOf(0x20, 0x4000, 0x10), DeviceOf(0x1A, 0x4000, 9)}, 1, 0, 1},
         CensusCase{"ADieThatIsNoHbm", {DeviceOf(0x1A, 0x4000, 0x10)}, 0, 0, 0}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(Cpus, TheCensusLogsEveryDeviceByItsPosition) {
-  ASSERT_EQ(Make(HbmTable({DeviceOf(0x1A, 0x4000, 9), DeviceOf(0x1A, 0, 5), DeviceOf(0x20, 1, 0x10)})),
-            EFI_SUCCESS);
-  EXPECT_THAT(log, testing::IsSupersetOf(LinesOf(
-                       "MakeCPUs", {"DIMM0 Form Factor = 9\n", "DIMM1 Form Factor = 5\n",
-                                    "DIMM2 Form Factor = 16\n"})));
+  ASSERT_EQ(
+      Make(HbmTable({DeviceOf(0x1A, 0x4000, 9), DeviceOf(0x1A, 0, 5), DeviceOf(0x20, 1, 0x10)})),
+      EFI_SUCCESS);
+  EXPECT_THAT(log, testing::IsSupersetOf(
+                       LinesOf("MakeCPUs", {"DIMM0 Form Factor = 9\n", "DIMM1 Form Factor = 5\n",
+                                            "DIMM2 Form Factor = 16\n"})));
 }
 
 TEST_F(Cpus, HbmWhoseArrayIsMissingLeavesTheArrayFieldsZero) {

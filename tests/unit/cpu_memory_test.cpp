@@ -217,11 +217,10 @@ TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
   EXPECT_EQ(BytesOf(*Slot(1)), BytesOf(expected));
   EXPECT_EQ(NewBlocks(), Strings{"GetHbmInfo"});
   EXPECT_TRUE(SameLines(
-      TakeLog(),
-      LinesOf("GetHbmInfo",
-              {"HBM Locator = CPU0_HBMIO1\n", "HBM1 Size = 7FFF\n", "HBM1 Type = 21\n",
-               "HBM1 Speed = 1C2D\n", "HBM1 NVSize = 1234605616436508552\n",
-               "HBM1 VSize = 17179869184\n", "HBM1 CSize = 18446744073709551615\n"})));
+      TakeLog(), LinesOf("GetHbmInfo",
+                         {"HBM Locator = CPU0_HBMIO1\n", "HBM1 Size = 7FFF\n", "HBM1 Type = 21\n",
+                          "HBM1 Speed = 1C2D\n", "HBM1 NVSize = 1234605616436508552\n",
+                          "HBM1 VSize = 17179869184\n", "HBM1 CSize = 18446744073709551615\n"})));
 }
 
 TEST_F(Stacks, ThatAreNotThereAreAnError) {

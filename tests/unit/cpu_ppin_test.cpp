@@ -27,7 +27,8 @@ Table PpinServer(size_t processors, const std::vector<Structure>& behind) {
 }
 
 TEST_F(Cpus, EachSocketTakesTheNextPpinInOrder) {
-  ASSERT_EQ(Make(PpinServer(2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
+  ASSERT_EQ(Make(PpinServer(
+                2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
             EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_EQ(Utf8(Cpu(1).PPIN), "BBBBBBBBBBBBBBBB");
@@ -43,10 +44,10 @@ TEST_F(Cpus, AnEmptySocketTakesNoPpin) {
 }
 
 TEST_F(Cpus, AStringWithoutTheTagStopsThePpinsForAllLaterSockets) {
-  ASSERT_EQ(Make(PpinServer(3, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "no tag",
-                                                "17[BBBBBBBBBBBBBBBB]"})
-                                    .Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(PpinServer(
+          3, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "no tag", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
+      EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_EQ(Value(Cpu(1).PPIN), nullptr);
   EXPECT_EQ(Value(Cpu(2).PPIN), nullptr);
@@ -63,8 +64,9 @@ TEST_F(Cpus, BehindTheLastOemStringThereIsNoPpinAndNoLine) {
 }
 
 TEST_F(Cpus, ThePpinMayFollowOtherTextInItsString) {
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"one", "two", "x17[AAAAAAAAAAAAAAAA]17[B"}).Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(PpinServer(1, {OemStringsWith({"one", "two", "x17[AAAAAAAAAAAAAAAA]17[B"}).Build()})),
+      EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: one\n"));
   EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =x17[AAAAAAAAAAAAAAAA]17[B\n"));
@@ -78,9 +80,14 @@ TEST_F(Cpus, StringsWithoutATagGiveNoPpin) {
 }
 
 TEST_F(Cpus, AShortPpinTakesItsSixteenCharactersAsTheyStand) {
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC", "D\x80" "FGHIJKLMNOPQR"}).Build()})),
+  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC",
+                                                "D\x80"
+                                                "FGHIJKLMNOPQR"})
+                                    .Build()})),
             EFI_SUCCESS);
-  EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC\0D\xFF80" u"FGHIJKLMNO\0", 17));
+  EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC\0D\xFF80"
+                                                  u"FGHIJKLMNO\0",
+                                                  17));
   EXPECT_THAT(log, Contains("MakeCPUs: PPIN=ABC"));
 }
 
@@ -90,7 +97,8 @@ TEST_F(Cpus, APpinPastTheTableReadsAsZero) {
 }
 
 TEST_F(Cpus, OemStringsAreReadFromByte25NotFromTheFirstString) {
-  OemStrings strings;  // 14 characters end at byte 5 + 15; byte 25 is the sixth of the second string
+  OemStrings
+      strings;  // 14 characters end at byte 5 + 15; byte 25 is the sixth of the second string
   strings.texts = {"17[AAAAAAAAAAA", "-----17[BBBBBBBBBBBBBBBB]"};
   ASSERT_EQ(Make(PpinServer(1, {strings.Build()})), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "BBBBBBBBBBBBBBBB");
@@ -124,8 +132,8 @@ TEST_F(Cpus, AnOemStringThatDoesNotEndInsideTheTableIsNoString) {
 }
 
 TEST_F(Cpus, OnlyTheFirstStructureOfOemStringsIsLookedAt) {
-  Table table = PpinServer(1, {OemStringsWith({"none"}).Build(),
-                               OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
+  Table table = PpinServer(
+      1, {OemStringsWith({"none"}).Build(), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_THAT(log, Contains("MakeCPUs: Found 2 OEM SMBIOS structures of len = *\n"));
   EXPECT_EQ(Value(Cpu().PPIN), nullptr);

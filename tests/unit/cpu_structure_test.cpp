@@ -37,7 +37,8 @@ TEST_F(Cpus, ADesignationPastTheStringsTakesTheRestFromTheStructureBehind) {
   Structure first = Processor{.handle = 0x400, .version = "First", .coreCount = 4}.Build();
   first.SetByte(4, 9);
   table.Add(first);
-  table.Add(Processor{.handle = 0x401, .family = 0x77, .version = "Next", .status = 0, .coreCount = 6});
+  table.Add(
+      Processor{.handle = 0x401, .family = 0x77, .version = "Next", .status = 0, .coreCount = 6});
   table.Add(MapOf({{"CPU.Socket.First", 0x400}, {"CPU.Socket.Next", 0x401}}));
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "First");

@@ -28,23 +28,24 @@ const char kCount[] = "smTVQ->device.cpu.CoreCount: 28\n";
 TEST_F(Cpus, LogEveryStep) {
   ASSERT_EQ(Make(WholeServer()), EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
-      log, Joined({LinesOf("MakeCPUs", {"Entry MakeCPUs\n", "Found 3 CACHE SMBIOS structures\n",
-                                        "Found 1 OEM SMBIOS structures of len = *\n",
-                                        "First oem string: 17[0123456789ABCDEF]\n",
-                                        "Tag17 str: =17[0123456789ABCDEF]\n",
-                                        "DIMM0 Form Factor = 9\n",
-                                        "DIMM count = 1, HBM Presence = 0\n",
-                                        "tables[0].Type4->CoreCount: 28\n", kCount, kCount,
-                                        "tag17=17", "PPIN=0123456789ABCDEF", kCount, kCount}),
-                   LinesOf("MakeCPUZVEP", {"CPU Info: Socket 1 MaxSpeed 4000 CoreCount 28\n"}),
-                   LinesOf("MakeCPUs", {kCount, "Leaving MakeCPUs\n"})})));
+      log,
+      Joined({LinesOf("MakeCPUs",
+                      {"Entry MakeCPUs\n", "Found 3 CACHE SMBIOS structures\n",
+                       "Found 1 OEM SMBIOS structures of len = *\n",
+                       "First oem string: 17[0123456789ABCDEF]\n",
+                       "Tag17 str: =17[0123456789ABCDEF]\n", "DIMM0 Form Factor = 9\n",
+                       "DIMM count = 1, HBM Presence = 0\n", "tables[0].Type4->CoreCount: 28\n",
+                       kCount, kCount, "tag17=17", "PPIN=0123456789ABCDEF", kCount, kCount}),
+              LinesOf("MakeCPUZVEP", {"CPU Info: Socket 1 MaxSpeed 4000 CoreCount 28\n"}),
+              LinesOf("MakeCPUs", {kCount, "Leaving MakeCPUs\n"})})));
 }
 
 TEST_F(Cpus, LogTheAddressOfTheSizesAsTheLengthOfTheOemStrings) {
   Prepare(WholeServer());
   ASSERT_EQ(MakeCPUs(), EFI_SUCCESS);
   const std::string start = "Found 1 OEM SMBIOS structures of len = ";
-  EXPECT_THAT(rig.TakeLog(), Contains(LogIs("MakeCPUs", testing::MatchesRegex(start + "-?[0-9]+\n"))));
+  EXPECT_THAT(rig.TakeLog(),
+              Contains(LogIs("MakeCPUs", testing::MatchesRegex(start + "-?[0-9]+\n"))));
 }
 
 TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
@@ -52,10 +53,9 @@ TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
   const char count[] = "smTVQ->device.cpu.CoreCount: 8\n";
   EXPECT_TRUE(SameLines(
       log,
-      Joined({LinesOf("MakeCPUs",
-                      {"Entry MakeCPUs\n", "Did not find any CACHE SMBIOS structures\n",
-                       "Found 0 CACHE SMBIOS structures\n",
-                       "Did not find any OEM SMBIOS structures\n"}),
+      Joined({LinesOf("MakeCPUs", {"Entry MakeCPUs\n", "Did not find any CACHE SMBIOS structures\n",
+                                   "Found 0 CACHE SMBIOS structures\n",
+                                   "Did not find any OEM SMBIOS structures\n"}),
               LinesOf("error: MakeCPUs", {"Did not find any DIMM SMBIOS structures\n",
                                           "Did not find any PMA SMBIOS structures\n"}),
               LinesOf("MakeCPUs", {"DIMM count = 0, HBM Presence = 0\n",
@@ -164,13 +164,15 @@ TEST_F(Cpus, TheDevicePathNamesTypeAndSocket) {
 }
 
 TEST_F(Cpus, TheLastDevicePathIsKept) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPU2").Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPU2").Build()})),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Record(1)->DevicePath), gTvqDevicePath);
   EXPECT_NE(Value(Record(0)->DevicePath), gTvqDevicePath);
 }
 
 TEST_F(Cpus, EveryPopulatedSocketHasARecordInTableOrder) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU2").Build(), Designated("CPU1").Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(ServerWith({Designated("CPU2").Build(), Designated("CPU1").Build()})),
+            EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 2u);
   EXPECT_EQ(Cpu(0).Socket, 2);
   EXPECT_EQ(Cpu(1).Socket, 1);
@@ -196,15 +198,16 @@ TEST_P(CpuSocket, IsTheFourthCharacterOfTheDesignationMinusTheDigitZero) {
   EXPECT_EQ(PathData(), (Bytes{2, GetParam().socket, 0, 0, 0, 0, 0}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Designations, CpuSocket,
-    testing::Values(SocketCase{"Digit", "CPU1", 1}, SocketCase{"AnotherDigit", "CPU2", 2},
-                    SocketCase{"OnlyTheFourthCharacter", "CPU12", 1},
-                    SocketCase{"Letter", "CPUA", 0x11}, SocketCase{"Blank", "CPU 1", 0xF0},
-                    SocketCase{"TheTerminatorOfThree", "CPU", 0xD0},
-                    SocketCase{"BehindTheLastString", "P0", 0xD0},
-                    SocketCase{"None", std::nullopt, 0}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Designations, CpuSocket,
+                         testing::Values(SocketCase{"Digit", "CPU1", 1},
+                                         SocketCase{"AnotherDigit", "CPU2", 2},
+                                         SocketCase{"OnlyTheFourthCharacter", "CPU12", 1},
+                                         SocketCase{"Letter", "CPUA", 0x11},
+                                         SocketCase{"Blank", "CPU 1", 0xF0},
+                                         SocketCase{"TheTerminatorOfThree", "CPU", 0xD0},
+                                         SocketCase{"BehindTheLastString", "P0", 0xD0},
+                                         SocketCase{"None", std::nullopt, 0}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Cpus, TheFourthCharacterOfAShortDesignationIsThatOfTheStringBehind) {
   Processor processor = Designated("P0");
@@ -223,7 +226,8 @@ TEST_F(Cpus, TheFourthCharacterPastTheTableReadsAsZero) {
 }
 
 TEST_F(Cpus, TheSocketNamesTheDevice) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPUA").Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPUA").Build()})),
+            EFI_SUCCESS);
   EXPECT_EQ(NameOf(0), "CPU 1");
   EXPECT_EQ(FqddOf(0), "CPU.Socket.1");
   EXPECT_EQ(NameOf(1), "CPU 17");
@@ -250,8 +254,9 @@ TEST_F(Cpus, BlanksOfTheMarketingNameAreTrimmedByThePlatform) {
 }
 
 TEST_F(Cpus, TextsAreWidenedWithSignExtension) {
-  ASSERT_EQ(Make(ServerWith({Processor{.manufacturer = "\x7F\x80\xFF", .version = "\xAE"}.Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(ServerWith({Processor{.manufacturer = "\x7F\x80\xFF", .version = "\xAE"}.Build()})),
+      EFI_SUCCESS);
   EXPECT_EQ(Units(Cpu().ProcessorManufacturer, 4), std::u16string(u"\x7F\xFF80\xFFFF\0", 4));
   EXPECT_EQ(Units(Cpu().Generic.MarketingName, 2), std::u16string(u"\xFFAE\0", 2));
   EXPECT_EQ(Units(Cpu().ProcessorVersion, 2), std::u16string(u"\xFFAE\0", 2));
@@ -325,8 +330,9 @@ TEST_F(Cpus, TheFamilyOfTheLastPopulatedSocketRemains) {
                              Processor{.designation = "CPU2", .family = 2}.Build(),
                              Processor{.designation = "CPU3", .family = 3, .status = 0}.Build()})),
             EFI_SUCCESS);
-  EXPECT_THAT(rig.Firmware().FindVariable(u"EFI_SMBIOS_PROCESSOR_FAMILY", gZvServicesTableGuid)->data,
-              ElementsAre(2));
+  EXPECT_THAT(
+      rig.Firmware().FindVariable(u"EFI_SMBIOS_PROCESSOR_FAMILY", gZvServicesTableGuid)->data,
+      ElementsAre(2));
 }
 
 TEST_F(Cpus, AVariableThatCannotBeWrittenIsNoFailure) {

@@ -66,8 +66,8 @@ DimmExtension ExtensionOf(uint16_t handle, uint16_t deviceHandle) {
   return extension;
 }
 
-const Strings kAddedFirst = LinesOf("AddTypeE2toList", {"Entry\n", "Adding First Entry to pE2ListRoot\n",
-                                                        "Exit\n"});
+const Strings kAddedFirst =
+    LinesOf("AddTypeE2toList", {"Entry\n", "Adding First Entry to pE2ListRoot\n", "Exit\n"});
 const Strings kAppended =
     LinesOf("AddTypeE2toList", {"Entry\n", "Traversing the pE2ListRoot\n", "Exit\n"});
 
@@ -96,11 +96,17 @@ TEST_F(DimmExtensions, KeepTheFirmwareVersionInACopyOfTheirOwn) {
 }
 
 TEST_F(DimmExtensions, LogEveryStep) {
-  Collect(TableOf({DimmExtension{.handle = 0xE200, .deviceHandle = 0x1100, .firmwareVersion = "1.2.3",
-                                 .componentId = 7, .productId = 0xAB}
+  Collect(TableOf({DimmExtension{.handle = 0xE200,
+                                 .deviceHandle = 0x1100,
+                                 .firmwareVersion = "1.2.3",
+                                 .componentId = 7,
+                                 .productId = 0xAB}
                        .Build(),
-                   DimmExtension{.handle = 0xE201, .deviceHandle = 0x11AF, .firmwareVersion = "9",
-                                 .componentId = 0xFFFFFFFF, .productId = 1}
+                   DimmExtension{.handle = 0xE201,
+                                 .deviceHandle = 0x11AF,
+                                 .firmwareVersion = "9",
+                                 .componentId = 0xFFFFFFFF,
+                                 .productId = 1}
                        .Build()}));
   EXPECT_TRUE(SameLines(
       log, Joined({LinesOf("MakeDIMMs", {"Found 2 E2\n", "Handle = 0xE200 17Handle 0x1100 \n",
@@ -147,7 +153,8 @@ TEST_F(DimmExtensions, GetNoNodeWithoutAFirmwareVersion) {
 }
 
 TEST_F(DimmExtensions, MayHaveAnEmptyFirmwareVersion) {
-  Structure withoutStrings = DimmExtension{.handle = 0xE200, .firmwareVersion = std::nullopt}.Build();
+  Structure withoutStrings =
+      DimmExtension{.handle = 0xE200, .firmwareVersion = std::nullopt}.Build();
   withoutStrings.SetByte(6, 1);
   Collect(TableOf({withoutStrings}));
   ASSERT_EQ(Nodes().size(), 1u);
@@ -182,10 +189,10 @@ TEST_F(DimmExtensions, AreListedWithoutTheFirmwareVersionForWhichThereIsNoMemory
   ASSERT_EQ(Nodes().size(), 1u);
   EXPECT_EQ(Value(mList->FirmwareVersion), nullptr);
   EXPECT_EQ(Value(mList->ComponentID), 0x0001A2B3u);
-  EXPECT_TRUE(SameLines(log, Joined({LinesOf("MakeDIMMs", {"Found 1 E2\n",
-                                                           "Handle = 0xE200 17Handle 0x1 \n",
-                                                           "CMPID = 107187 PRID = 0x1234\n"}),
-                                     kAddedFirst})));
+  EXPECT_TRUE(SameLines(
+      log, Joined({LinesOf("MakeDIMMs", {"Found 1 E2\n", "Handle = 0xE200 17Handle 0x1 \n",
+                                         "CMPID = 107187 PRID = 0x1234\n"}),
+                   kAddedFirst})));
 }
 
 TEST_F(DimmExtensions, AreAnEmptyListWhenTheyCannotBeCollected) {
@@ -261,9 +268,8 @@ TEST_F(E2List, ADeviceWithoutANodeIsNotFound) {
   TYPE_E2_NODE node = {};
   node.Type17Handle = 0x1100;
   EXPECT_EQ(GetTypeE2FromList(0x1101, &node), nullptr);
-  EXPECT_EQ(TakeLog(),
-            LinesOf("GetTypeE2FromList",
-                    {"Entry\n", "Type17TableHandle from List= 0x1100\n\n", "Exit\n"}));
+  EXPECT_EQ(TakeLog(), LinesOf("GetTypeE2FromList",
+                               {"Entry\n", "Type17TableHandle from List= 0x1100\n\n", "Exit\n"}));
 }
 
 // --- Releasing ---

@@ -15,8 +15,8 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
-// Allocations of the builder for WholeMemory(): two arrays, a node and a text for the extension, two arrays of devices, then those
-// of the record.
+// Allocations of the builder for WholeMemory(): two arrays, a node and a text for the extension,
+// two arrays of devices, then those of the record.
 constexpr uint64_t kRecordAllocation = 7;
 // The node and the text stay in the pool whenever the builder ends early.
 constexpr size_t kExtensionBlocks = 2;
@@ -56,7 +56,8 @@ INSTANTIATE_TEST_SUITE_P(
         FatalCase{"Fqdd", kRecordAllocation + 2, "Memory allocation failed for DIMM FQDDD\n", 0},
         // Deliberate: from here on the FQDD stays.
         FatalCase{"Wwn", kRecordAllocation + 3, "Memory allocation failed for DIMM WWN\n", 1},
-        FatalCase{"Locator", kRecordAllocation + 4, "Memory allocation failed for DIMM Socket\n", 1},
+        FatalCase{"Locator", kRecordAllocation + 4, "Memory allocation failed for DIMM Socket\n",
+                  1},
         FatalCase{"Manufacturer", kRecordAllocation + 5,
                   "Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n", 1},
         FatalCase{"BankLocator", kRecordAllocation + 6,
@@ -163,8 +164,8 @@ TEST_F(Dimms, TwoWithTheSameThreeCharactersEndTheBuilderAndTheFirstKeepsServing)
 }
 
 TEST_F(Dimms, RecordsBeforeTheOneThatFailsKeepServing) {
-  Prepare(MemoryOf({LocatedAt("DIMM_A1").Build(), LocatedAt("DIMM_A2").Build(),
-                    LocatedAt("DIMM_A3").Build()}));
+  Prepare(MemoryOf(
+      {LocatedAt("DIMM_A1").Build(), LocatedAt("DIMM_A2").Build(), LocatedAt("DIMM_A3").Build()}));
   FailAllocation(15);  // four arrays, ten blocks of the first
   EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
   ASSERT_EQ(RecordCount(), 1u);

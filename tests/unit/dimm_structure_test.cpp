@@ -1,5 +1,6 @@
 /*
- * Records of memory modules from structures of every age and length, and from those that name strings that they do not have.
+ * Records of memory modules from structures of every age and length, and from those that name
+ * strings that they do not have.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -40,18 +41,17 @@ TEST_P(DimmAge, DecidesOnAttributesAndExtendedSize) {
   EXPECT_THAT(log, Contains(line).Times(GetParam().hasExtendedSize ? 1 : 0));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ages, DimmAge,
-    testing::Values(AgeCase{"Version2_7", 2, 7, 0x22, true, true},
-                    AgeCase{"Version2_8", 2, 8, 0x22, true, true},
-                    AgeCase{"Version3_0", 3, 0, 0x22, true, true},
-                    AgeCase{"Version2_6", 2, 6, 0x22, false, false},
-                    AgeCase{"Version2_6AndLong", 2, 6, 0x5C, false, false},
-                    AgeCase{"Version1_9", 1, 9, 0x22, false, false},
-                    AgeCase{"UpToExtendedSize", 2, 7, 0x20, true, true},
-                    AgeCase{"UpToAttributes", 2, 7, 0x1C, true, false},
-                    AgeCase{"BeforeAttributes", 3, 3, 0x1B, false, false}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Ages, DimmAge,
+                         testing::Values(AgeCase{"Version2_7", 2, 7, 0x22, true, true},
+                                         AgeCase{"Version2_8", 2, 8, 0x22, true, true},
+                                         AgeCase{"Version3_0", 3, 0, 0x22, true, true},
+                                         AgeCase{"Version2_6", 2, 6, 0x22, false, false},
+                                         AgeCase{"Version2_6AndLong", 2, 6, 0x5C, false, false},
+                                         AgeCase{"Version1_9", 1, 9, 0x22, false, false},
+                                         AgeCase{"UpToExtendedSize", 2, 7, 0x20, true, true},
+                                         AgeCase{"UpToAttributes", 2, 7, 0x1C, true, false},
+                                         AgeCase{"BeforeAttributes", 3, 3, 0x1B, false, false}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, TheExtendedSizeIsCopiedWhateverTheSizeSays) {
   ASSERT_EQ(Make(MemoryOf({MemoryDevice{.size = 0x1000, .extendedSize = 0x8000}.Build()})),
@@ -155,8 +155,8 @@ TEST_F(Dimms, ASizePastTheFormattedPartIsAnEmptySlot) {
 
 struct MovedCase {
   const char* name;
-  uint8_t field;      // of the string number
-  const char* wwn;    // whose, in the order in which the strings are read
+  uint8_t field;    // of the string number
+  const char* wwn;  // whose, in the order in which the strings are read
   const char* locator;
   const char* manufacturer;
   const char* bank;
@@ -207,21 +207,21 @@ TEST_P(DimmMovedSlot, TakesTheRestFromTheStructureBehind) {
   EXPECT_EQ(Value(dimm.Speed), isPart ? 3200 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Fields, DimmMovedSlot,
-    testing::Values(
-        MovedCase{"SerialNumber", 0x18, "-", "two", "two maker", "two bank", "two asset",
-                  "two part"},
-        MovedCase{"DeviceLocator", 0x10, "one serial", "-", "two maker", "two bank", "two asset",
-                  "two part"},
-        MovedCase{"Manufacturer", 0x17, "one serial", "one", "-", "two bank", "two asset",
-                  "two part"},
-        MovedCase{"BankLocator", 0x11, "one serial", "one", "one maker", "-", "two asset",
-                  "two part"},
-        MovedCase{"AssetTag", 0x19, "one serial", "one", "one maker", "one bank", "-", "two part"},
-        MovedCase{"PartNumber", 0x1A, "one serial", "one", "one maker", "one bank", "one asset",
-                  "-"}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Fields, DimmMovedSlot,
+                         testing::Values(MovedCase{"SerialNumber", 0x18, "-", "two", "two maker",
+                                                   "two bank", "two asset", "two part"},
+                                         MovedCase{"DeviceLocator", 0x10, "one serial", "-",
+                                                   "two maker", "two bank", "two asset",
+                                                   "two part"},
+                                         MovedCase{"Manufacturer", 0x17, "one serial", "one", "-",
+                                                   "two bank", "two asset", "two part"},
+                                         MovedCase{"BankLocator", 0x11, "one serial", "one",
+                                                   "one maker", "-", "two asset", "two part"},
+                                         MovedCase{"AssetTag", 0x19, "one serial", "one",
+                                                   "one maker", "one bank", "-", "two part"},
+                                         MovedCase{"PartNumber", 0x1A, "one serial", "one",
+                                                   "one maker", "one bank", "one asset", "-"}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, AMovedModuleDoesNotKeepTheNextOneFromItsRecord) {
   Structure first = ModuleOf(0x1100, "one").Build();

@@ -25,28 +25,27 @@ TEST_F(Dimms, LogEveryStep) {
   ASSERT_EQ(Make(WholeMemory()), EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
       log,
-      Joined({LinesOf("MakeDIMMs",
-                      {"Entry MakeDIMMs\n", "Found 1 E2\n", "Handle = 0xE200 17Handle 0x1100 \n",
-                       "CMPID = 107187 PRID = 0x12AB\n", "FirmwareVersion: 1.2.3\n"}),
-              LinesOf("AddTypeE2toList",
-                      {"Entry\n", "Adding First Entry to pE2ListRoot\n", "Exit\n"}),
-              LinesOf("MakeDIMMs",
-                      {"Socket = A1 \n", "Manufacturer in smTVQ struct: Memory Works\n",
-                       "Bank Locator in smTVQ struct: Bank 3\n",
-                       "Asset tag in smTVQ struct: 01221234\n", "Adding Extended Size here\n"}),
-              LinesOf("GetTypeE2FromList", {"Entry\n", "Type17TableHandle from List= 0x1100\n\n",
-                                            "Found Match\n", "Exit\n"}),
-              LinesOf("MakeDIMMs",
-                      {"E2Handle = 0xE200 Type17Handle 0x1100 \n",
-                       "CID = 107187 PRID = 0x12AB FW=1.2.3\n", "FWVerLen = 5 \n",
-                       "sizeof type17 structure = 92 \n", "MemTechnology = 4 \n",
-                       "MemOpModeCap = 24 \n", "ModuleMID = 11392 \n", "ModulePID = 4386 \n",
-                       "MemSubMID = 13124 \n", "MemSubPID = 21862 \n",
-                       "NonVolatizeSize = 68719476736 \n", "VolatizeSize = 137438953472 \n",
-                       "CacheSize = 206158430208 \n", "LogicalSize = 274877906944 \n"}),
-              LinesOf("ReleaseE2List",
-                      {"Entry\n", "Free FirmwareVersion\n", "Free Node\n", "Exit\n"}),
-              LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+      Joined(
+          {LinesOf("MakeDIMMs",
+                   {"Entry MakeDIMMs\n", "Found 1 E2\n", "Handle = 0xE200 17Handle 0x1100 \n",
+                    "CMPID = 107187 PRID = 0x12AB\n", "FirmwareVersion: 1.2.3\n"}),
+           LinesOf("AddTypeE2toList", {"Entry\n", "Adding First Entry to pE2ListRoot\n", "Exit\n"}),
+           LinesOf("MakeDIMMs",
+                   {"Socket = A1 \n", "Manufacturer in smTVQ struct: Memory Works\n",
+                    "Bank Locator in smTVQ struct: Bank 3\n",
+                    "Asset tag in smTVQ struct: 01221234\n", "Adding Extended Size here\n"}),
+           LinesOf("GetTypeE2FromList", {"Entry\n", "Type17TableHandle from List= 0x1100\n\n",
+                                         "Found Match\n", "Exit\n"}),
+           LinesOf(
+               "MakeDIMMs",
+               {"E2Handle = 0xE200 Type17Handle 0x1100 \n", "CID = 107187 PRID = 0x12AB FW=1.2.3\n",
+                "FWVerLen = 5 \n", "sizeof type17 structure = 92 \n", "MemTechnology = 4 \n",
+                "MemOpModeCap = 24 \n", "ModuleMID = 11392 \n", "ModulePID = 4386 \n",
+                "MemSubMID = 13124 \n", "MemSubPID = 21862 \n", "NonVolatizeSize = 68719476736 \n",
+                "VolatizeSize = 137438953472 \n", "CacheSize = 206158430208 \n",
+                "LogicalSize = 274877906944 \n"}),
+           LinesOf("ReleaseE2List", {"Entry\n", "Free FirmwareVersion\n", "Free Node\n", "Exit\n"}),
+           LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
 }
 
 TEST_F(Dimms, WithoutTextsLogFewerLines) {
@@ -88,12 +87,12 @@ TEST_F(Dimms, LogicalNonVolatileDevicesAndHbmAreSkippedByTheirPosition) {
             EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
   EXPECT_TRUE(SameLines(
-      log, Joined({LinesOf("MakeDIMMs",
-                           {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n",
-                            "Skipping Logical NVDIMM at i=1", "Skipping HBM devices at i=2",
-                            "Skipping HBM devices at i=3"}),
-                   LinesOf("ReleaseE2List", {"Entry\n", "Exit\n"}),
-                   LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+      log,
+      Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n",
+                                    "Skipping Logical NVDIMM at i=1", "Skipping HBM devices at i=2",
+                                    "Skipping HBM devices at i=3"}),
+              LinesOf("ReleaseE2List", {"Entry\n", "Exit\n"}),
+              LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
 }
 
 TEST_F(Dimms, AnEmptySlotOfASkippedTypeLogsItsSkipLine) {
@@ -211,19 +210,19 @@ TEST_P(DimmLocator, IsThreeCharactersAsTheyStand) {
   EXPECT_EQ(PathData(), path);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Locators, DimmLocator,
-    testing::Values(LocatorCase{"Prefixed", "DIMM_A1", u"A1"},
-                    LocatorCase{"PrefixedWithThree", "DIMM_B10", u"B10"},
-                    LocatorCase{"PrefixedWithFour", "DIMM_B105", u"B10"},
-                    LocatorCase{"Plain", "A5", u"A5"},
-                    LocatorCase{"PlainAndLong", "Slot 7", u"Slo"},
-                    LocatorCase{"PrefixInTheMiddle", "CPU1_DIMM_A1", u"DIM"},
-                    LocatorCase{"PrefixOfAnotherCase", "Dimm_A1", u"Dim"},
-                    LocatorCase{"PrefixAlone", "DIMM_", {u"\0XY", 3}},
-                    LocatorCase{"OneCharacter", "A", {u"A\0X", 3}},
-                    LocatorCase{"HighBytes", "DIMM_\x80\xFF", {u"\xFF80\xFFFF\0", 3}}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Locators, DimmLocator,
+                         testing::Values(LocatorCase{"Prefixed", "DIMM_A1", u"A1"},
+                                         LocatorCase{"PrefixedWithThree", "DIMM_B10", u"B10"},
+                                         LocatorCase{"PrefixedWithFour", "DIMM_B105", u"B10"},
+                                         LocatorCase{"Plain", "A5", u"A5"},
+                                         LocatorCase{"PlainAndLong", "Slot 7", u"Slo"},
+                                         LocatorCase{"PrefixInTheMiddle", "CPU1_DIMM_A1", u"DIM"},
+                                         LocatorCase{"PrefixOfAnotherCase", "Dimm_A1", u"Dim"},
+                                         LocatorCase{"PrefixAlone", "DIMM_", {u"\0XY", 3}},
+                                         LocatorCase{"OneCharacter", "A", {u"A\0X", 3}},
+                                         LocatorCase{
+                                             "HighBytes", "DIMM_\x80\xFF", {u"\xFF80\xFFFF\0", 3}}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, WithoutALocatorThereAreThreeZeroCharacters) {
   ASSERT_EQ(Make(MemoryOf({LocatedAt(std::nullopt).Build()})), EFI_SUCCESS);
@@ -290,17 +289,16 @@ TEST_P(DimmText, ThatIsMissingIsNull) {
   EXPECT_EQ(GetParam().widened(Dimm()), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, DimmText,
-    testing::Values(
-        TextCase{"Wwn", &MemoryDevice::serial, [](const TVQ_DIMM& d) { return d.Generic.WWN; }},
-        TextCase{"Manufacturer", &MemoryDevice::manufacturer,
-                 [](const TVQ_DIMM& d) { return d.Manufacturer; }},
-        TextCase{"BankLocator", &MemoryDevice::bankLocator,
-                 [](const TVQ_DIMM& d) { return d.BankLocator; }},
-        TextCase{"AssetTag", &MemoryDevice::assetTag,
-                 [](const TVQ_DIMM& d) { return d.AssetTag; }}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Texts, DimmText,
+                         testing::Values(TextCase{"Wwn", &MemoryDevice::serial,
+                                                  [](const TVQ_DIMM& d) { return d.Generic.WWN; }},
+                                         TextCase{"Manufacturer", &MemoryDevice::manufacturer,
+                                                  [](const TVQ_DIMM& d) { return d.Manufacturer; }},
+                                         TextCase{"BankLocator", &MemoryDevice::bankLocator,
+                                                  [](const TVQ_DIMM& d) { return d.BankLocator; }},
+                                         TextCase{"AssetTag", &MemoryDevice::assetTag,
+                                                  [](const TVQ_DIMM& d) { return d.AssetTag; }}),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, ThePartNumberStaysAsItIsInABufferTwiceTheSize) {
   ASSERT_EQ(Make(MemoryOf({MemoryDevice{.partNumber = "A\x80\xFF "}.Build()})), EFI_SUCCESS);
@@ -328,8 +326,9 @@ TEST_F(Dimms, AHandleThatIsNotInTheMapIsLoggedTwice) {
                            FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}}.Build()})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().FQDD), nullptr);
-  EXPECT_EQ(Strings(log.begin() + 2, log.begin() + 4),
-            (Strings{"FindFqdd: Handle 0x11AB not found\n", "MakeDIMMs: NO FQDD for handle=0x11AB\n"}));
+  EXPECT_EQ(
+      Strings(log.begin() + 2, log.begin() + 4),
+      (Strings{"FindFqdd: Handle 0x11AB not found\n", "MakeDIMMs: NO FQDD for handle=0x11AB\n"}));
 }
 
 TEST_F(Dimms, AnEntryWithoutATextGivesNoFqddAndNoLine) {

@@ -1,6 +1,7 @@
 /*
- * Every allocation and every service call of a start fails once alone, and once together with all that follow: what was published before
- * keeps serving, each builder logs and ends as it should, nothing is freed twice, and exactly those blocks stay that are to stay.
+ * Every allocation and every service call of a start fails once alone, and once together with all
+ * that follow: what was published before keeps serving, each builder logs and ends as it should,
+ * nothing is freed twice, and exactly those blocks stay that are to stay.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -121,7 +122,8 @@ class FailingStart : public testing::TestWithParam<TableCase> {
   const StartOutcome mClean;
 };
 
-// The same on tables without equal device paths. Whether the core sees that two are equal depends on memory, too.
+// The same on tables without equal device paths. Whether the core sees that two are equal depends
+// on memory, too.
 class FailingCore : public FailingStart {
  protected:
   uint64_t AllAllocations() {
@@ -131,8 +133,9 @@ class FailingCore : public FailingStart {
   }
   // Fails everybody's allocations one after the other, each alone or with all that follow.
   void FailEverybodysAllocations(bool isLasting);
-  // What that can lead to, in the order in which the start asks for memory: one of the driver's own allocations fails, or one of those
-  // that the core makes to install a record or to open the loaded image.
+  // What that can lead to, in the order in which the start asks for memory: one of the driver's own
+  // allocations fails, or one of those that the core makes to install a record or to open the
+  // loaded image.
   std::vector<StartOutcome> OutcomesInOrder(bool isLasting) const;
 };
 

@@ -124,6 +124,7 @@ TEST_F(FqddMapTest, IsSpoiltByAStructureWithoutAFormat) {
   table.Add(225, 0x20, {}, {"\1"});
   EXPECT_EQ(BuildFrom(table), EFI_NOT_FOUND);
   ExpectNoMap();
+  EXPECT_EQ(gFqddMap, nullptr);
 }
 
 // Two groups, of which the end of the table leaves `left` bytes of the structure.

@@ -106,12 +106,26 @@ TEST_F(View, IsEmptyOnceItsSlotHasLeftTheTable) {
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.String(4), nullptr);
   EXPECT_EQ(view.Length(), 0u);
+  EXPECT_EQ(view.OwnHandle(), 0xFFFF);
   EXPECT_EQ(view.Byte(0), 0u);
   EXPECT_EQ(view.Handle(2), 0xFFFF);
   EXPECT_EQ(view.TableByte(0), 0u);
   EXPECT_EQ(view.TableQword(0), 0u);
   EXPECT_EQ(view.String(4), nullptr);
   EXPECT_EQ(view.TableString(4), nullptr);
+}
+
+TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
+  Table table;
+  table.Add(0x80, 0x10, {3}, {"one"});
+  table.AddRaw({0x81, 9, 0x20});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.Address(), At(table, 1)) << "three bytes before the end";
+  EXPECT_EQ(view.Length(), 0u);
+  EXPECT_EQ(view.OwnHandle(), 0xFFFF);
+  EXPECT_EQ(view.Byte(0), 0u);
+  EXPECT_EQ(view.String(0), nullptr);
 }
 
 TEST_F(View, IsCutByTheEndOfTheTable) {

@@ -34,9 +34,8 @@ TEST_F(SystemRecord, ListsTheChassisInTableOrder) {
 }
 
 TEST_F(SystemRecord, ListsAChassisThatSaysLittle) {
-  ASSERT_EQ(Make(SystemWith({Chassis{.manufacturer = std::nullopt,
-                                     .serial = std::nullopt,
-                                     .assetTag = std::nullopt}
+  ASSERT_EQ(Make(SystemWith({Chassis{
+                .manufacturer = std::nullopt, .serial = std::nullopt, .assetTag = std::nullopt}
                                  .Build()
                                  .CutTo(0x11)})),
             EFI_SUCCESS);
@@ -75,8 +74,8 @@ TEST_P(MemoryArrayUse, HasAName) {
   ASSERT_EQ(Make(SystemWith({MemoryArray{.use = GetParam().use}.Build()})), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Fields().PMAInfo[0]->Name), GetParam().name);
   EXPECT_EQ(Fields().PMAInfo[0]->Use, GetParam().use);
-  EXPECT_THAT(log, Contains(std::string("MakeSYSTEM: PMA Name in smTVQ struct: ") + GetParam().name +
-                            "\n"));
+  EXPECT_THAT(log, Contains(std::string("MakeSYSTEM: PMA Name in smTVQ struct: ") +
+                            GetParam().name + "\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Uses, MemoryArrayUse,
@@ -88,12 +87,12 @@ INSTANTIATE_TEST_SUITE_P(Uses, MemoryArrayUse,
                          [](const auto& info) { return "Use" + std::to_string(info.param.use); });
 
 TEST_F(SystemRecord, ListsAMemoryArrayOfAnOlderStandard) {
-  ASSERT_EQ(Make(SystemWith({MemoryArray{.errorHandle = 0x1801,
-                                         .deviceCount = 4,
-                                         .extendedMaximumCapacity = 0x1111111111111111}
-                                 .Build()
-                                 .CutTo(0x0F)})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(SystemWith({MemoryArray{
+          .errorHandle = 0x1801, .deviceCount = 4, .extendedMaximumCapacity = 0x1111111111111111}
+                           .Build()
+                           .CutTo(0x0F)})),
+      EFI_SUCCESS);
   PMA_INFO* const array = Fields().PMAInfo[0];
   EXPECT_EQ(Value(array->NumberOfMemoryDevices), 4);
   EXPECT_EQ(Value(array->ExtendedMaximumCapacity), 0u);
@@ -125,7 +124,8 @@ TEST_F(SystemRecord, LeavesTheFirmwareOutWhenThereAreTwo) {
   ASSERT_EQ(Make(SystemWith({Bios{}.Build(), Bios{}.Build()})), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Value(Fields().BIOSInfo), nullptr);
-  EXPECT_THAT(log, Contains("MakeSYSTEM: Did not find or found way too many BIOS SMBIOS structures\n"));
+  EXPECT_THAT(log,
+              Contains("MakeSYSTEM: Did not find or found way too many BIOS SMBIOS structures\n"));
   EXPECT_THAT(log, Contains("MakeSYSTEM: Found 2 BIOS SMBIOS structures\n"));
   EXPECT_THAT(log, Not(Contains(HasSubstr("BIOS Version"))));
   EXPECT_THAT(blocks, Not(Contains(HasSubstr("SmbiosGetStructuresByType"))));
@@ -179,10 +179,10 @@ TEST_F(SystemRecord, ListsSlotsOfEveryKindAndUsage) {
 }
 
 TEST_F(SystemRecord, ListsASlotOfAnOlderStandard) {
-  ASSERT_EQ(Make(SystemWith({Slot{.designation = std::nullopt, .bus = 0x3B, .devFn = 0x20}
-                                 .Build()
-                                 .CutTo(0x0D)})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(SystemWith(
+          {Slot{.designation = std::nullopt, .bus = 0x3B, .devFn = 0x20}.Build().CutTo(0x0D)})),
+      EFI_SUCCESS);
   PCI_SLOT_INFO* const slot = Fields().PCISlotInfo[0];
   EXPECT_EQ(Value(slot->Desig), nullptr);
   EXPECT_EQ(slot->HotPlug, 1);
@@ -228,12 +228,13 @@ TEST_F(SystemRecord, TakesTheRestOfASlotFromTheStructureBehind) {
 
 // --- Sections that are abandoned for lack of memory ---
 
-// Two arrays of type 1, record, marketing name, product, manufacturer, serial number; then two arrays per section.
+// Two arrays of type 1, record, marketing name, product, manufacturer, serial number; then two
+// arrays per section.
 constexpr uint64_t kSections = 8;
 
 struct SectionCase {
   const char* name;
-  uint64_t allocation;      // that fails, counted from the section's two arrays on
+  uint64_t allocation;  // that fails, counted from the section's two arrays on
   bool hasArray;
   std::vector<bool> slots;  // which of its slots are filled
 };
@@ -257,7 +258,8 @@ Strings SlotsOf(Info** array, size_t count) {
 
 class AbandonedSection : public SystemRecord, public testing::WithParamInterface<SectionCase> {
  protected:
-  // Builds a record of a section and those behind it; `arrays` is how many arrays sections before it take.
+  // Builds a record of a section and those behind it; `arrays` is how many arrays sections before
+  // it take.
   void MakeWith(const std::vector<Structure>& structures, uint64_t arrays) {
     std::vector<Structure> all = structures;
     if (structures[0].type != 9) {
@@ -339,12 +341,13 @@ TEST_P(AbandonedSlots, LeaveTheirSlotsNull) {
 
 INSTANTIATE_TEST_SUITE_P(
     Blocks, AbandonedSlots,
-    testing::Values(SectionCase{"Array", 2, false, {false, false, false}},
-                    SectionCase{"FirstEntry", 3, true, {false, false, false}},
-                    SectionCase{"SecondDesignation", 6, true, {true, false, false}},
-                    // Deliberate: a slot for which there is no entry takes all earlier ones with it.
-                    SectionCase{"ThirdEntry", 7, true, {false, false, false}},
-                    SectionCase{"ThirdDesignation", 8, true, {true, true, false}}),
+    testing::Values(
+        SectionCase{"Array", 2, false, {false, false, false}},
+        SectionCase{"FirstEntry", 3, true, {false, false, false}},
+        SectionCase{"SecondDesignation", 6, true, {true, false, false}},
+        // Deliberate: a slot for which there is no entry takes all earlier ones with it.
+        SectionCase{"ThirdEntry", 7, true, {false, false, false}},
+        SectionCase{"ThirdDesignation", 8, true, {true, true, false}}),
     [](const auto& info) { return info.param.name; });
 
 struct CollectionCase {
@@ -354,13 +357,15 @@ struct CollectionCase {
   std::vector<const char*> lines;
 };
 
-class UncollectedSection : public SystemRecord, public testing::WithParamInterface<CollectionCase> {};
+class UncollectedSection : public SystemRecord,
+                           public testing::WithParamInterface<CollectionCase> {};
 
 TEST_P(UncollectedSection, IsAsIfNothingWereThereButForItsCount) {
   Prepare(SystemWith(GetParam().structures));
   FailAllocation(kSections + GetParam().arrays + 1);
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  const auto first = std::find(log.begin(), log.end(), std::string("MakeSYSTEM: ") + GetParam().lines[0]);
+  const auto first =
+      std::find(log.begin(), log.end(), std::string("MakeSYSTEM: ") + GetParam().lines[0]);
   ASSERT_NE(first, log.end());
   EXPECT_EQ(first[1], std::string("MakeSYSTEM: ") + GetParam().lines[1]);
   EXPECT_EQ(Fields().NumChassis, 0);
@@ -373,21 +378,31 @@ TEST_P(UncollectedSection, IsAsIfNothingWereThereButForItsCount) {
 
 INSTANTIATE_TEST_SUITE_P(
     Types, UncollectedSection,
-    testing::Values(
-        CollectionCase{"Chassis", 0, {Chassis{}.Build()},
-                       {"Did not find any CHASSIS SMBIOS structures\n",
-                        "Found 1 CHASSIS SMBIOS structures\n"}},
-        CollectionCase{"MemoryArrays", 2, {MemoryArray{}.Build()},
-                       {"Did not find any PMA SMBIOS structures\n", "Found 1 PMA SMBIOS structures\n"}},
-        CollectionCase{"Firmware", 4, {Bios{}.Build()},
-                       {"Did not find or found way too many BIOS SMBIOS structures\n",
-                        "Found 1 BIOS SMBIOS structures\n"}},
-        CollectionCase{"BaseBoards", 6, {BaseBoard{}.Build()},
-                       {"Did not find any Base Board SMBIOS structures\n",
-                        "Found 1 Base Board structures\n"}},
-        CollectionCase{"Slots", 8, {Slot{}.Build()},
-                       {"Did not find any PCI Slot SMBIOS structures\n",
-                        "Found 1 PCI Slot structures\n"}}),
+    testing::Values(CollectionCase{"Chassis",
+                                   0,
+                                   {Chassis{}.Build()},
+                                   {"Did not find any CHASSIS SMBIOS structures\n",
+                                    "Found 1 CHASSIS SMBIOS structures\n"}},
+                    CollectionCase{"MemoryArrays",
+                                   2,
+                                   {MemoryArray{}.Build()},
+                                   {"Did not find any PMA SMBIOS structures\n",
+                                    "Found 1 PMA SMBIOS structures\n"}},
+                    CollectionCase{"Firmware",
+                                   4,
+                                   {Bios{}.Build()},
+                                   {"Did not find or found way too many BIOS SMBIOS structures\n",
+                                    "Found 1 BIOS SMBIOS structures\n"}},
+                    CollectionCase{"BaseBoards",
+                                   6,
+                                   {BaseBoard{}.Build()},
+                                   {"Did not find any Base Board SMBIOS structures\n",
+                                    "Found 1 Base Board structures\n"}},
+                    CollectionCase{"Slots",
+                                   8,
+                                   {Slot{}.Build()},
+                                   {"Did not find any PCI Slot SMBIOS structures\n",
+                                    "Found 1 PCI Slot structures\n"}}),
     [](const auto& info) { return info.param.name; });
 
 struct FirmwareCase {

@@ -21,15 +21,14 @@ using testing::IsEmpty;
 using testing::Not;
 
 Strings UuidLines() {
-  return LinesOf("MakeSYSTEM",
-                 {"UUID in smTVQ struct: 51\n", "UUID in smTVQ struct: 34\n",
-                  "UUID in smTVQ struct: 17\n", "UUID in smTVQ struct: 0\n",
-                  "UUID in smTVQ struct: 85\n", "UUID in smTVQ struct: 68\n",
-                  "UUID in smTVQ struct: 119\n", "UUID in smTVQ struct: 102\n",
-                  "UUID in smTVQ struct: 136\n", "UUID in smTVQ struct: 153\n",
-                  "UUID in smTVQ struct: 170\n", "UUID in smTVQ struct: 187\n",
-                  "UUID in smTVQ struct: 204\n", "UUID in smTVQ struct: 221\n",
-                  "UUID in smTVQ struct: 238\n", "UUID in smTVQ struct: 255\n"});
+  return LinesOf(
+      "MakeSYSTEM",
+      {"UUID in smTVQ struct: 51\n", "UUID in smTVQ struct: 34\n", "UUID in smTVQ struct: 17\n",
+       "UUID in smTVQ struct: 0\n", "UUID in smTVQ struct: 85\n", "UUID in smTVQ struct: 68\n",
+       "UUID in smTVQ struct: 119\n", "UUID in smTVQ struct: 102\n", "UUID in smTVQ struct: 136\n",
+       "UUID in smTVQ struct: 153\n", "UUID in smTVQ struct: 170\n", "UUID in smTVQ struct: 187\n",
+       "UUID in smTVQ struct: 204\n", "UUID in smTVQ struct: 221\n", "UUID in smTVQ struct: 238\n",
+       "UUID in smTVQ struct: 255\n"});
 }
 
 // --- What is logged ---
@@ -38,32 +37,33 @@ TEST_F(SystemRecord, LogsEveryStep) {
   ASSERT_EQ(Make(WholeSystem()), EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
       log,
-      Joined({LinesOf("MakeSYSTEM",
-                      {"Entry MakeSYSTEM\n", "Found 1 SYSTEM SMBIOS structures\n",
-                       "Product Name String exists\n", "Product Name in smTVQ struct: Rack One\n",
-                       "Socket in smTVQ struct: 1\n",
-                       "Manufacturer in smTVQ struct: Server Works\n"}),
-              UuidLines(),
-              LinesOf("MakeSYSTEM",
-                      {"Serial Number in smTVQ struct: ABC1234\n",
-                       "Found 2 CHASSIS SMBIOS structures\n",
-                       "Chassis Manufacturer in smTVQ struct: Chassis Works\n",
-                       "Chassis Manufacturer in smTVQ struct: Blade Works\n",
-                       "Found 2 PMA SMBIOS structures\n",
-                       "PMA Name in smTVQ struct: System Memory\n",
-                       "PMA Name in smTVQ struct: Non-Volatile RAM\n",
-                       "Found 1 BIOS SMBIOS structures\n", "BIOS Version in smTVQ struct: 2.4.6\n",
-                       "BIOS Release Date in smTVQ struct: 03/14/2021\n",
-                       "Found 2 Base Board structures\n",
-                       "Base board location in chassis in smTVQ struct: Main Tray\n",
-                       "Base board Chassis Handle in smTVQ struct: 300\n",
-                       "Base board location in chassis in smTVQ struct: Riser 1\n",
-                       "Base board Chassis Handle in smTVQ struct: 3AB\n",
-                       "Found 2 PCI Slot structures\n",
-                       "PCI Slot designation in smTVQ struct: PCIe Slot 1\n",
-                       "PCI SLot ID in smTVQ struct: 1\n",
-                       "PCI Slot designation in smTVQ struct: OCP 1\n",
-                       "PCI SLot ID in smTVQ struct: 1AB\n", "Leaving MakeSYSTEM\n"})})));
+      Joined(
+          {LinesOf("MakeSYSTEM",
+                   {"Entry MakeSYSTEM\n", "Found 1 SYSTEM SMBIOS structures\n",
+                    "Product Name String exists\n", "Product Name in smTVQ struct: Rack One\n",
+                    "Socket in smTVQ struct: 1\n", "Manufacturer in smTVQ struct: Server Works\n"}),
+           UuidLines(),
+           LinesOf("MakeSYSTEM", {"Serial Number in smTVQ struct: ABC1234\n",
+                                  "Found 2 CHASSIS SMBIOS structures\n",
+                                  "Chassis Manufacturer in smTVQ struct: Chassis Works\n",
+                                  "Chassis Manufacturer in smTVQ struct: Blade Works\n",
+                                  "Found 2 PMA SMBIOS structures\n",
+                                  "PMA Name in smTVQ struct: System Memory\n",
+                                  "PMA Name in smTVQ struct: Non-Volatile RAM\n",
+                                  "Found 1 BIOS SMBIOS structures\n",
+                                  "BIOS Version in smTVQ struct: 2.4.6\n",
+                                  "BIOS Release Date in smTVQ struct: 03/14/2021\n",
+                                  "Found 2 Base Board structures\n",
+                                  "Base board location in chassis in smTVQ struct: Main Tray\n",
+                                  "Base board Chassis Handle in smTVQ struct: 300\n",
+                                  "Base board location in chassis in smTVQ struct: Riser 1\n",
+                                  "Base board Chassis Handle in smTVQ struct: 3AB\n",
+                                  "Found 2 PCI Slot structures\n",
+                                  "PCI Slot designation in smTVQ struct: PCIe Slot 1\n",
+                                  "PCI SLot ID in smTVQ struct: 1\n",
+                                  "PCI Slot designation in smTVQ struct: OCP 1\n",
+                                  "PCI SLot ID in smTVQ struct: 1AB\n",
+                                  "Leaving MakeSYSTEM\n"})})));
 }
 
 TEST_F(SystemRecord, LogsWhatIsMissingAndGoesOn) {
@@ -72,13 +72,14 @@ TEST_F(SystemRecord, LogsWhatIsMissingAndGoesOn) {
   const Strings sections(log.end() - 11, log.end());
   EXPECT_TRUE(SameLines(
       sections,
-      LinesOf("MakeSYSTEM",
-              {"Did not find any CHASSIS SMBIOS structures\n", "Found 0 CHASSIS SMBIOS structures\n",
-               "Did not find any PMA SMBIOS structures\n", "Found 0 PMA SMBIOS structures\n",
-               "Did not find or found way too many BIOS SMBIOS structures\n",
-               "Found 0 BIOS SMBIOS structures\n", "Did not find any Base Board SMBIOS structures\n",
-               "Found 0 Base Board structures\n", "Did not find any PCI Slot SMBIOS structures\n",
-               "Found 0 PCI Slot structures\n", "Leaving MakeSYSTEM\n"})));
+      LinesOf(
+          "MakeSYSTEM",
+          {"Did not find any CHASSIS SMBIOS structures\n", "Found 0 CHASSIS SMBIOS structures\n",
+           "Did not find any PMA SMBIOS structures\n", "Found 0 PMA SMBIOS structures\n",
+           "Did not find or found way too many BIOS SMBIOS structures\n",
+           "Found 0 BIOS SMBIOS structures\n", "Did not find any Base Board SMBIOS structures\n",
+           "Found 0 Base Board structures\n", "Did not find any PCI Slot SMBIOS structures\n",
+           "Found 0 PCI Slot structures\n", "Leaving MakeSYSTEM\n"})));
 }
 
 TEST_F(SystemRecord, WithoutTextsLogsFewerLines) {
@@ -92,20 +93,20 @@ TEST_F(SystemRecord, WithoutTextsLogsFewerLines) {
   table.Add(Slot{.designation = std::nullopt});
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
-      log, Joined({LinesOf("MakeSYSTEM",
-                           {"Entry MakeSYSTEM\n", "Found 1 SYSTEM SMBIOS structures\n",
-                            "Product Name String exists\n",
-                            "Product Name in smTVQ struct: Rack One\n",
-                            "Socket in smTVQ struct: 1\n"}),
-                   UuidLines(),
-                   LinesOf("MakeSYSTEM",
-                           {"Found 1 CHASSIS SMBIOS structures\n",
-                            "Did not find any PMA SMBIOS structures\n",
-                            "Found 0 PMA SMBIOS structures\n", "Found 1 BIOS SMBIOS structures\n",
-                            "Found 1 Base Board structures\n",
-                            "Base board Chassis Handle in smTVQ struct: 300\n",
-                            "Found 1 PCI Slot structures\n", "PCI SLot ID in smTVQ struct: 1\n",
-                            "Leaving MakeSYSTEM\n"})})));
+      log,
+      Joined(
+          {LinesOf("MakeSYSTEM",
+                   {"Entry MakeSYSTEM\n", "Found 1 SYSTEM SMBIOS structures\n",
+                    "Product Name String exists\n", "Product Name in smTVQ struct: Rack One\n",
+                    "Socket in smTVQ struct: 1\n"}),
+           UuidLines(),
+           LinesOf(
+               "MakeSYSTEM",
+               {"Found 1 CHASSIS SMBIOS structures\n", "Did not find any PMA SMBIOS structures\n",
+                "Found 0 PMA SMBIOS structures\n", "Found 1 BIOS SMBIOS structures\n",
+                "Found 1 Base Board structures\n",
+                "Base board Chassis Handle in smTVQ struct: 300\n", "Found 1 PCI Slot structures\n",
+                "PCI SLot ID in smTVQ struct: 1\n", "Leaving MakeSYSTEM\n"})})));
 }
 
 // --- Whether there is a record ---
@@ -114,19 +115,17 @@ TEST_F(SystemRecord, IsNotFoundWithoutASystem) {
   Table table;
   table.Add(Bios{});
   EXPECT_EQ(Make(table), EFI_NOT_FOUND);
-  EXPECT_EQ(log,
-            LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
-                                   "Did not find or found too many SYSTEM SMBIOS structures\n",
-                                   "Found 0 SYSTEM SMBIOS structures\n"}));
+  EXPECT_EQ(log, LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
+                                        "Did not find or found too many SYSTEM SMBIOS structures\n",
+                                        "Found 0 SYSTEM SMBIOS structures\n"}));
   EXPECT_EQ(RecordCount(), 0u);
 }
 
 TEST_F(SystemRecord, IsNotFoundWithTwoSystems) {
   EXPECT_EQ(Make(SystemWith({System{}.Build()})), EFI_NOT_FOUND);
-  EXPECT_EQ(log,
-            LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
-                                   "Did not find or found too many SYSTEM SMBIOS structures\n",
-                                   "Found 2 SYSTEM SMBIOS structures\n"}));
+  EXPECT_EQ(log, LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
+                                        "Did not find or found too many SYSTEM SMBIOS structures\n",
+                                        "Found 2 SYSTEM SMBIOS structures\n"}));
   EXPECT_EQ(RecordCount(), 0u);
 }
 

@@ -146,10 +146,9 @@ void BuilderTest::ExpectPublishedWhole(size_t n) {
             EFI_SUCCESS);
   bool isOpenByDriver = false;
   for (UINTN i = 0; i < count; ++i) {
-    isOpenByDriver = isOpenByDriver ||
-                     (opens[i].AgentHandle == rig.ImageHandle() &&
-                      opens[i].ControllerHandle == published.handle &&
-                      opens[i].Attributes == EFI_OPEN_PROTOCOL_BY_DRIVER);
+    isOpenByDriver = isOpenByDriver || (opens[i].AgentHandle == rig.ImageHandle() &&
+                                        opens[i].ControllerHandle == published.handle &&
+                                        opens[i].Attributes == EFI_OPEN_PROTOCOL_BY_DRIVER);
   }
   EXPECT_TRUE(isOpenByDriver);
   rig.BootServices()->FreePool(opens);

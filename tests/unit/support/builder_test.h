@@ -50,8 +50,8 @@ Strings Times(size_t count, const std::string& text);
 
 class BuilderTest : public testing::Test {
  protected:
-  // Publishes the table, loads the driver and does what a start does before it calls the builders. Without a structure of type
-  // 225 there is no FQDD map.
+  // Publishes the table, loads the driver and does what a start does before it calls the builders.
+  // Without a structure of type 225 there is no FQDD map.
   void Prepare(const Table& table);
   // Calls a builder and keeps what it logged, and which of its blocks are left.
   EFI_STATUS Run(EFI_STATUS (*builder)());
@@ -76,7 +76,8 @@ class BuilderTest : public testing::Test {
 
   // From here on every block that the driver frees is noted.
   void RecordFrees();
-  // The serial numbers of the freed blocks that one of these routines wanted, in the order in which they were freed.
+  // The serial numbers of the freed blocks that one of these routines wanted, in the order in which
+  // they were freed.
   static std::vector<uint64_t> FreesOf(const Strings& routines);
   // How many lines of the last Run() were logged before the last block was freed.
   static size_t LinesBeforeLastFree();

@@ -14,7 +14,8 @@
 
 namespace tvq::test {
 
-// A processor whose every field has a value of its own: CPU1, handle 400h, caches 700h to 702h, 28 cores.
+// A processor whose every field has a value of its own: CPU1, handle 400h, caches 700h to 702h, 28
+// cores.
 Processor OneProcessor();
 Processor Designated(const Text& designation);
 

@@ -17,8 +17,8 @@ const std::string kCollector = "SmbiosGetStructuresByType";
 
 bool IsRoutine(const std::string& function) {
   static const char* const kRoutines[] = {
-      "BiosAttributeGet",  "BuildFqddMap", "DriverEntry",       "GetCacheInfo", "GetHbmInfo",
-      "LocateSmbiosTable", "MakeCPUZVEP",  "MakeCPUs",          "MakeDIMMZVEP", "MakeDIMMs",
+      "BiosAttributeGet",  "BuildFqddMap",   "DriverEntry",       "GetCacheInfo", "GetHbmInfo",
+      "LocateSmbiosTable", "MakeCPUZVEP",    "MakeCPUs",          "MakeDIMMZVEP", "MakeDIMMs",
       "MakeSYSTEM",        "MakeSYSTEMZVEP", "ServerAttributeGet"};
   return std::find(std::begin(kRoutines), std::end(kRoutines), function) != std::end(kRoutines);
 }
@@ -88,8 +88,9 @@ testing::AssertionResult SameLines(const std::vector<std::string>& actual,
   testing::AssertionResult result = testing::AssertionFailure();
   result << "they part at line " << first << " of " << actual.size() << " and " << expected.size();
   for (size_t i = first < 2 ? 0 : first - 2; i <= first + 2; ++i) {
-    result << "\n" << i << "  actual   " << line(actual, i) << "\n" << i << "  expected "
-           << line(expected, i);
+    result << "\n"
+           << i << "  actual   " << line(actual, i) << "\n"
+           << i << "  expected " << line(expected, i);
   }
   return result;
 }

@@ -17,8 +17,9 @@
 
 namespace tvq::test {
 
-// The routine that wanted a block, by the names that the driver logs under or that its interfaces have: "MakeDIMMs", "GetCacheInfo". The
-// arrays of a collection name who collected: "SmbiosGetStructuresByType < MakeCPUs".
+// The routine that wanted a block, by the names that the driver logs under or that its interfaces
+// have: "MakeDIMMs", "GetCacheInfo". The arrays of a collection name who collected:
+// "SmbiosGetStructuresByType < MakeCPUs".
 std::string RoutineOf(const host::Block& block);
 
 // RoutineOf() of the driver's live blocks that are younger than the serial number, oldest first.

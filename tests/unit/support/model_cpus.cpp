@@ -220,9 +220,9 @@ void Cpus::FillHbm(size_t index) {
 void Cpus::LogHbmArray() {
   const auto first =
       std::find_if(mDevices.structures.begin(), mDevices.structures.end(), IsHbmStructure);
-  const auto array = std::find_if(
-      mArrays.structures.begin(), mArrays.structures.end(),
-      [&](const View& candidate) { return candidate.Stored(2, 2) == first->Word(4); });
+  const auto array =
+      std::find_if(mArrays.structures.begin(), mArrays.structures.end(),
+                   [&](const View& candidate) { return candidate.Stored(2, 2) == first->Word(4); });
   if (array != mArrays.structures.end()) {
     m.Log(kCpus, " HBM max Capacity = %X, HBM location = %X, HBM correction type = %X\n",
           static_cast<unsigned>(array->Number(7, 4)), array->Byte(4), array->Byte(6));
@@ -234,11 +234,11 @@ void Cpus::FillHbmStack(size_t index, int stack) {
   std::string pattern = "CPU" + std::to_string(index & 0xFF) + "_HBMIO" + std::to_string(stack);
   pattern.resize(std::min<size_t>(pattern.size(), 11));
   m.Log(routine, "HBM Locator = %s\n", pattern.c_str());
-  const auto device =
-      std::find_if(mDevices.structures.begin(), mDevices.structures.end(), [&](const View& candidate) {
-        const Text locator = candidate.String(0x10);
-        return locator && locator->find(pattern) != std::string::npos;
-      });
+  const auto device = std::find_if(mDevices.structures.begin(), mDevices.structures.end(),
+                                   [&](const View& candidate) {
+                                     const Text locator = candidate.String(0x10);
+                                     return locator && locator->find(pattern) != std::string::npos;
+                                   });
   if (device != mDevices.structures.end() && Hold(routine)) {
     m.Log(routine, "HBM%d Size = %X\n", stack, device->Word(0x0C));
     m.Log(routine, "HBM%d Type = %X\n", stack, device->Byte(0x12));

@@ -284,8 +284,8 @@ void Dimms::LogLateFields(const View& device) {
     size_t field;
     size_t width;
   } kFields[] = {
-      {"MemTechnology", 0x28, 1}, {"MemOpModeCap", 0x29, 2},    {"ModuleMID", 0x2C, 2},
-      {"ModulePID", 0x2E, 2},     {"MemSubMID", 0x30, 2},       {"MemSubPID", 0x32, 2},
+      {"MemTechnology", 0x28, 1},   {"MemOpModeCap", 0x29, 2}, {"ModuleMID", 0x2C, 2},
+      {"ModulePID", 0x2E, 2},       {"MemSubMID", 0x30, 2},    {"MemSubPID", 0x32, 2},
       {"NonVolatizeSize", 0x34, 8}, {"VolatizeSize", 0x3C, 8}, {"CacheSize", 0x44, 8},
       {"LogicalSize", 0x4C, 8},
   };

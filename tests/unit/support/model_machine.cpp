@@ -145,7 +145,8 @@ EFI_STATUS Machine::Install(const Bytes& devicePath) {
   return EFI_SUCCESS;
 }
 
-// The collection's second array is dropped on the floor on every way out, and an error keeps the first one too.
+// The collection's second array is dropped on the floor on every way out, and an error keeps the
+// first one too.
 EFI_STATUS Machine::BuildFqddMap() {
   const Collection maps = Collect(kFqddMapType, "BuildFqddMap");
   if (!maps.Any()) {

@@ -1,5 +1,6 @@
 /*
- * What the parts of the model of a start stand on: a table that is taken at its word, a pool of named blocks, a log, handles.
+ * What the parts of the model of a start stand on: a table that is taken at its word, a pool of
+ * named blocks, a log, handles.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -78,8 +79,8 @@ class Machine {
   void LogError(const std::string& routine, const char* format, ...)
       __attribute__((format(printf, 3, 4)));
 
-  // --- Handles ---
-  // Installs a record with this device-path data on a handle of its own. The firmware takes no path twice.
+  // --- Handles --- Installs a record with this device-path data on a handle of its own. The
+  // firmware takes no path twice.
   EFI_STATUS Install(const Bytes& devicePath);
 
   // --- FQDD map ---
@@ -108,7 +109,8 @@ class Machine {
 // As %r prints it.
 std::string StatusText(EFI_STATUS status);
 
-// The three builders and the firmware attribute. Each returns what the driver's function of that name does.
+// The three builders and the firmware attribute. Each returns what the driver's function of that
+// name does.
 EFI_STATUS MakeCpus(Machine& machine);
 EFI_STATUS MakeDimms(Machine& machine);
 EFI_STATUS MakeSystem(Machine& machine);

@@ -45,9 +45,8 @@ class System {
 
 EFI_STATUS System::Make() {
   m.Log(kSystem, "Entry MakeSYSTEM\n");
-  const Collection systems =
-      CollectSection(1, "Did not find or found too many SYSTEM SMBIOS structures",
-                     "SYSTEM SMBIOS structures");
+  const Collection systems = CollectSection(
+      1, "Did not find or found too many SYSTEM SMBIOS structures", "SYSTEM SMBIOS structures");
   if (!systems.Any()) {
     return EFI_NOT_FOUND;
   }
@@ -174,8 +173,8 @@ void System::KeepEntry() {
 }
 
 void System::FillChassis() {
-  const Collection chassis = CollectSection(3, "Did not find any CHASSIS SMBIOS structures",
-                                            "CHASSIS SMBIOS structures");
+  const Collection chassis =
+      CollectSection(3, "Did not find any CHASSIS SMBIOS structures", "CHASSIS SMBIOS structures");
   if (!chassis.Any() || !Hold()) {
     return;
   }
@@ -213,9 +212,8 @@ void System::FillArrays() {
 }
 
 void System::FillBios() {
-  const Collection bios =
-      CollectSection(0, "Did not find or found way too many BIOS SMBIOS structures",
-                     "BIOS SMBIOS structures");
+  const Collection bios = CollectSection(
+      0, "Did not find or found way too many BIOS SMBIOS structures", "BIOS SMBIOS structures");
   if (!bios.Any() || !HoldInEntry() ||
       !HoldTextInEntry(bios.structures[0].String(5), "BIOS Version") ||
       !HoldTextInEntry(bios.structures[0].String(8), "BIOS Release Date")) {
@@ -225,13 +223,14 @@ void System::FillBios() {
 }
 
 void System::FillBoards() {
-  const Collection boards = CollectSection(2, "Did not find any Base Board SMBIOS structures",
-                                           "Base Board structures");
+  const Collection boards =
+      CollectSection(2, "Did not find any Base Board SMBIOS structures", "Base Board structures");
   if (!boards.Any() || !Hold()) {
     return;
   }
   for (const View& structure : boards.structures) {
-    if (!HoldInEntry() || !HoldTextInEntry(structure.String(0x0A), "Base board location in chassis")) {
+    if (!HoldInEntry() ||
+        !HoldTextInEntry(structure.String(0x0A), "Base board location in chassis")) {
       return;
     }
     m.Log(kSystem, "Base board Chassis Handle in smTVQ struct: %X\n", structure.Word(0x0B));

@@ -14,7 +14,8 @@ namespace {
 void AddCaches(Table& table, uint16_t first) {
   for (uint16_t level = 0; level < 3; ++level) {
     const uint16_t configuration = static_cast<uint16_t>(0x0180 | level);
-    table.Add(Cache{.handle = static_cast<uint16_t>(first + level), .configuration = configuration});
+    table.Add(
+        Cache{.handle = static_cast<uint16_t>(first + level), .configuration = configuration});
   }
 }
 
@@ -69,8 +70,8 @@ Table TwoSocketServer() {
   table.Add(MemoryDevice{.handle = 0x1101, .size = 0, .locator = "DIMM_A2"});
   table.Add(MemoryDevice{.handle = 0x1102, .locator = "DIMM_A3", .serial = std::nullopt});
   table.Add(MemoryDevice{.handle = 0x1103, .locator = "DIMM_A4"}.Build().CutTo(0x22));
-  table.Add(FqddMap{.handle = 0xE100,
-                    .groups = {{"CPU.Socket.1", 0x400}, {"CPU.Socket.2", 0x401}}});
+  table.Add(
+      FqddMap{.handle = 0xE100, .groups = {{"CPU.Socket.1", 0x400}, {"CPU.Socket.2", 0x401}}});
   table.Add(FqddMap{.handle = 0xE101,
                     .groups = {{"DIMM.Socket.A1", 0x1100}, {"DIMM.Socket.A4", 0x1103}}});
   table.Add(DimmExtension{.handle = 0xE200, .deviceHandle = 0x1100});

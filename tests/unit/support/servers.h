@@ -13,11 +13,13 @@
 
 namespace tvq::test {
 
-// Two processors with three cache levels and an OEM string of their own, an empty third socket, three modules and an empty slot in one array, one
-// module without an FQDD and two with an extension, two of everything that the system record lists.
+// Two processors with three cache levels and an OEM string of their own, an empty third socket,
+// three modules and an empty slot in one array, one module without an FQDD and two with an
+// extension, two of everything that the system record lists.
 Table TwoSocketServer();
 
-// Two processors; two HBM stacks of the first one, one of the second, in an array of their own, and one module.
+// Two processors; two HBM stacks of the first one, one of the second, in an array of their own, and
+// one module.
 Table HbmServer();
 
 // Two modules whose locators have the same three characters.

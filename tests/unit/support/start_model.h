@@ -1,9 +1,10 @@
 /*
- * What a start of the driver logs, installs and leaves in the pool for a well-formed table, worked out from the table alone. The tests that
- * make allocations and services fail one by one compare the driver with it.
+ * What a start of the driver logs, installs and leaves in the pool for a well-formed table, worked
+ * out from the table alone. The tests that make allocations and services fail one by one compare
+ * the driver with it.
  *
  *     StartFailures failures;
- *     failures.allocations.Fail(7);                           // the driver's seventh allocation of the start
+ *     failures.allocations.Fail(7);  // the seventh that the driver asks for
  *     const StartOutcome outcome = ModelStart(MinimalServer(), failures);
  *
  * The model shares no code with the driver, and it knows nothing of tables whose bytes lie.

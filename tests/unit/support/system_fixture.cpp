@@ -20,9 +20,14 @@ Table SystemWith(const std::vector<Structure>& structures) {
 
 Table WholeSystem() {
   return SystemWith({Bios{}.Build(), Chassis{}.Build(),
-                     Chassis{.manufacturer = "Blade Works", .serial = "CHS0002", .assetTag = "Asset 8",
-                             .bootUpState = 4, .powerSupplyState = 5, .thermalState = 6,
-                             .securityStatus = 7, .height = 8}
+                     Chassis{.manufacturer = "Blade Works",
+                             .serial = "CHS0002",
+                             .assetTag = "Asset 8",
+                             .bootUpState = 4,
+                             .powerSupplyState = 5,
+                             .thermalState = 6,
+                             .securityStatus = 7,
+                             .height = 8}
                          .Build(),
                      MemoryArray{}.Build(),
                      MemoryArray{.location = 0x0A,
@@ -36,8 +41,14 @@ Table WholeSystem() {
                      BaseBoard{}.Build(),
                      BaseBoard{.location = "Riser 1", .chassisHandle = 0x3AB}.Build(),
                      Slot{}.Build(),
-                     Slot{.designation = "OCP 1", .slotType = 0x26, .width = 0x0B, .usage = 4,
-                          .slotLength = 5, .id = 0x1AB, .characteristics2 = 0x0F, .bus = 0x3B,
+                     Slot{.designation = "OCP 1",
+                          .slotType = 0x26,
+                          .width = 0x0B,
+                          .usage = 4,
+                          .slotLength = 5,
+                          .id = 0x1AB,
+                          .characteristics2 = 0x0F,
+                          .bus = 0x3B,
                           .devFn = 0x00}
                          .Build()});
 }
