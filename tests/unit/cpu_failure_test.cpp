@@ -56,6 +56,20 @@ INSTANTIATE_TEST_SUITE_P(Blocks, CpuWithoutMemory,
                              FatalCase{"DevicePath", kRecordAllocation + 9, {}}),
                          [](const auto& info) { return info.param.name; });
 
+TEST_F(Cpus, StacksAndCachesAreGivenBackTheNewestFirst) {
+  Table table = WholeServer();
+  table.Add(StackAt("CPU0_HBMIO0"));
+  table.Add(StackAt("CPU0_HBMIO1"));
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  FailAllocation(allocations - 1);  // of the device path; the entry comes behind it
+  RecordFrees();
+  EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
+  const std::vector<uint64_t> frees = FreesOf({"MakeCPUs", "GetCacheInfo", "GetHbmInfo"});
+  EXPECT_EQ(frees.size(), 11u);  // record, five texts, two stacks, three caches
+  EXPECT_THAT(frees, IsNewestFirst());
+  EXPECT_THAT(blocks, testing::IsEmpty());
+}
+
 TEST_F(Cpus, CachesForWhichThereIsNoMemoryAreLeftOut) {
   Prepare(WholeServer());
   FailAllocation(kRecordAllocation + 6);
