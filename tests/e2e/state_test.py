@@ -11,6 +11,7 @@ import sys
 import bench
 import agent_report
 import demo
+import state_file
 
 FIRST, SECOND = "state-a.bin", "state-b.bin"
 
@@ -105,7 +106,43 @@ def damaged(options):
     expect.finds_the_same()
 
 
-SCENARIOS = {"accepted": accepted, "damaged": damaged}
+NESTED = b"<tvqComponent>" + 10_000 * b"<a>" + 10_000 * b"</a>" + b"</tvqComponent>"
+LONG_WWN = (
+    b"<tvqComponent><Inventory><MarketingName/><WWN>" + 2_000_000 * b"7" + b"</WWN></Inventory>"
+    b"<Configuration><dimmData><Speed/><PartNumber/></dimmData></Configuration></tvqComponent>"
+)
+ENTITIES = b'<!DOCTYPE a [<!ENTITY b "bbbbbbbbbb"><!ENTITY c "&b;&b;&b;">]><tvqComponent>&c;</tvqComponent>'
+# What an attacker might store for a device, and what the agent has to say of it.
+HOSTILE = {
+    "CPU.Socket.1": (NESTED, "not verified: the saved document is laid out otherwise"),
+    "CPU.Socket.2": (b"<tvqComponent><Inventory>", "not verified: the saved document is not well-formed"),
+    "DIMM.Socket.A1": (LONG_WWN, "replaced"),
+    "DIMM.Socket.A2": (ENTITIES, "not verified: the saved document is not well-formed"),
+    "DIMM.Socket.A3": (b"<tvqComponent/>", "not verified: "),
+}
+
+
+def hostile(options):
+    """Stored documents that are meant to hurt: each gets its finding, and the other devices theirs."""
+    expect = Expectations(options)
+    expect.boot("the first boot saves", expect.before)
+    generation, devices = state_file.read(expect.machine.state()[FIRST])
+    changed = [
+        (kind, fqdd, state_file.with_document(data, HOSTILE[fqdd][0]) if fqdd in HOSTILE else data)
+        for kind, fqdd, data in devices
+    ]
+    state = {FIRST: state_file.write(generation, changed)}
+    (expect.machine.out / FIRST).write_bytes(state[FIRST])
+    expect.boot("hostile documents are compared", expect.before)
+    expect.succeeds()
+    lines = {line.split()[0]: line for line in expect.report[expect.report.index("Since the saved state:") :].splitlines() if line.startswith("  ")}
+    for _, fqdd, _ in devices:
+        wanted = HOSTILE[fqdd][1] if fqdd in HOSTILE else "same"
+        expect.check(wanted in lines.get(fqdd, ""), f"{fqdd}: {wanted}")
+    expect.keeps(state)
+
+
+SCENARIOS = {"accepted": accepted, "damaged": damaged, "hostile": hostile}
 
 
 def main(arguments):

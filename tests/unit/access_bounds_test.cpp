@@ -1,5 +1,6 @@
 /*
- * Reading the SMBIOS table stays inside it, whatever its bytes say: the pages around it are inaccessible here.
+ * Reading the SMBIOS table stays inside it, whatever its bytes say: the pages around it are
+ * inaccessible here.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

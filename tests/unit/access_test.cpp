@@ -1,5 +1,6 @@
 /*
- * Locating the SMBIOS table, walking it by handle, collecting by type, and strings: on tables as they should be.
+ * Locating the SMBIOS table, walking it by handle, collecting by type, and strings: on tables as
+ * they should be.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -108,7 +108,8 @@ TEST_F(Start, EndsWithoutAnFqddMap) {
 }
 
 TEST_F(Start, EndsWhenTheFqddMapCannotBeAllocated) {
-  // The map is the third block of the start; an index of the structures may come before, and is dispensable.
+  // The map is the third block of the start; an index of the structures may come before, and is
+  // dispensable.
   std::vector<EFI_STATUS> statuses;
   for (UINTN allocation = 1; allocation <= 4; ++allocation) {
     Rig rig;
@@ -243,7 +244,8 @@ TEST_F(Start, LooksTheDebugLogUpAgainEachTimeOneIsInstalled) {
 }
 
 TEST_F(Start, RunsTheNotificationOnceWhenItIsArmed) {
-  // Without the prerequisite the look-ups are: debug log, debug log again by the notification, prerequisite.
+  // Without the prerequisite the look-ups are: debug log, debug log again by the notification,
+  // prerequisite.
   Rig rig({Part::kDebugLog, Part::kPrerequisite});
   Load(rig);
   const uint64_t before = rig.Firmware().Calls(driver, Service::LocateProtocol);

@@ -42,7 +42,8 @@ class Unload : public testing::Test {
     EXPECT_EQ(mRig.Records().size(), 3u);
   }
 
-  // Calls the handler as the firmware would; the image itself stays, so that its state can be looked at.
+  // Calls the handler as the firmware would; the image itself stays, so that its state can be
+  // looked at.
   EFI_STATUS CallHandler() { return mRig.LoadedImage()->Unload(mRig.ImageHandle()); }
 
   // The by-driver opens of a record, as {agent, controller}.
@@ -108,7 +109,8 @@ TEST_F(Unload, AsksForEachRecordsInterfacesInOneRefusedCall) {
       EFI_SUCCESS);
   EXPECT_EQ(CallHandler(), EFI_SUCCESS);
   EXPECT_EQ(mRig.Firmware().Calls(driver, Service::UninstallMultipleProtocolInterfaces), 3u);
-  // The inventory protocol comes first in the call: the firmware takes it off, refuses the entry, and puts it back.
+  // The inventory protocol comes first in the call: the firmware takes it off, refuses the entry,
+  // and puts it back.
   EXPECT_EQ(notified, 3u);
 }
 

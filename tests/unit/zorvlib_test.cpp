@@ -1,5 +1,6 @@
 /*
- * The library between driver and platform: its handle, the wrappers over the ZVI table, and the pool helpers.
+ * The library between driver and platform: its handle, the wrappers over the ZVI table, and the
+ * pool helpers.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -24,7 +24,7 @@ namespace tvq {
 namespace {
 
 bool IsName(const CHAR16* name, const wchar_t* wanted) {
-  return ZvStrCmp(name, Ucs2(wanted)) == 0;
+  return name != nullptr && ZvStrCmp(name, Ucs2(wanted)) == 0;
 }
 
 /// Collects a type for a getter, which never frees the arrays.

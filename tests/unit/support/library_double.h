@@ -1,5 +1,6 @@
 /*
- * A ZVI table over the C library. An entry that the driver has no business with fails the test when it is called.
+ * A ZVI table over the C library. An entry that the driver has no business with fails the test when
+ * it is called.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

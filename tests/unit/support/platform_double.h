@@ -1,6 +1,6 @@
 /*
- * What the driver finds on a platform, as light doubles that record what it does with them: library table, platform services,
- * debug log, and the two protocols whose presence alone matters.
+ * What the driver finds on a platform, as light doubles that record what it does with them: library
+ * table, platform services, debug log, and the two protocols whose presence alone matters.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -1,7 +1,9 @@
 /*
- * The walk of an SMBIOS table, written down step by step and slowly: what the driver's own walk is compared with.
+ * The walk of an SMBIOS table, written down step by step and slowly: what the driver's own walk is
+ * compared with.
  *
- * A table is its bytes; a position in it is an offset. Where bytes are missing, the end of the table ends a string and a structure.
+ * A table is its bytes; a position in it is an offset. Where bytes are missing, the end of the
+ * table ends a string and a structure.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -19,7 +21,8 @@ class ReferenceWalk {
  public:
   explicit ReferenceWalk(const std::vector<uint8_t>& table) : mTable(table) {}
 
-  // The string's offset; nothing when there is none, and then the cursor stands on the structure that follows.
+  // The string's offset; nothing when there is none, and then the cursor stands on the structure
+  // that follows.
   std::optional<size_t> GetString(size_t& cursor, unsigned index) const {
     if (index == 0) {
       return std::nullopt;

@@ -9,7 +9,8 @@
 #include <cstring>
 #include <utility>
 
-// Inline helpers of the driver's headers that tests use free through this pointer, as they do inside the image.
+// Inline helpers of the driver's headers that tests use free through this pointer, as they do
+// inside the image.
 extern "C" EFI_BOOT_SERVICES* gBS;
 EFI_BOOT_SERVICES* gBS = nullptr;
 

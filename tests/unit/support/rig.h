@@ -82,8 +82,9 @@ class Rig {
 
   // --- The SMBIOS table ---
 
-  // Places the table read-only below 4 GiB, an inaccessible page at the end asked for, and puts a 32-bit entry point in the
-  // configuration table. A table that was published before stays where it is, but the entry point leaves it.
+  // Places the table read-only below 4 GiB, an inaccessible page at the end asked for, and puts a
+  // 32-bit entry point in the configuration table. A table that was published before stays where it
+  // is, but the entry point leaves it.
   void Publish(const Table& table, host::Guard guard = host::Guard::kBehind);
   // The same with a 64-bit entry point alone.
   void PublishWith64BitEntryPoint(const Table& table);
@@ -96,7 +97,8 @@ class Rig {
 
   // Loads the image and runs its entry point.
   EFI_STATUS Load();
-  // For tests that call functions of the driver themselves: library constructors and ZorvLibInitialize, no entry point.
+  // For tests that call functions of the driver themselves: library constructors and
+  // ZorvLibInitialize, no entry point.
   void Construct();
   EFI_HANDLE ImageHandle() { return mFirmware.HandleOf(host::images::driver); }
   EFI_LOADED_IMAGE_PROTOCOL* LoadedImage();

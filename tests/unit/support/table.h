@@ -7,8 +7,8 @@
  *     table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
  *     table.Add(End{});
  *
- * Every field has a sane default. A text that is std::nullopt is left out: its field holds string number 0. Handles need not be given; a structure
- * without one gets the next one from 0x8000 on.
+ * Every field has a sane default. A text that is std::nullopt is left out: its field holds string
+ * number 0. Handles need not be given; a structure without one gets the next one from 0x8000 on.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -44,14 +44,16 @@ struct Structure {
   // Overwrites bytes of the formatted part; offsets count from the header.
   Structure& SetByte(size_t offset, uint8_t value);
   Structure& SetWord(size_t offset, uint16_t value);
-  // Cuts the formatted part to `length` bytes, header included, as an older firmware would write it.
+  // Cuts the formatted part to `length` bytes, header included, as an older firmware would write
+  // it.
   Structure& CutTo(uint8_t length);
 
   // The structure as it stands in a table, terminator included.
   Bytes Encode() const;
 };
 
-// A structure without strings ends in two zero bytes; one with strings in one more behind the last string.
+// A structure without strings ends in two zero bytes; one with strings in one more behind the last
+// string.
 Bytes EncodeStrings(const std::vector<std::string>& strings);
 
 // SMBIOS 7.1
@@ -329,7 +331,8 @@ class Table {
   const tvq::test::Bytes& Bytes() const { return mBytes; }
   size_t Size() const { return mBytes.size(); }
   size_t Count() const { return mOffsets.size(); }
-  // Where the n-th structure that was added begins, n from 0; for n == Count() the end of the table.
+  // Where the n-th structure that was added begins, n from 0; for n == Count() the end of the
+  // table.
   size_t OffsetOf(size_t n) const { return n < mOffsets.size() ? mOffsets[n] : mBytes.size(); }
 
  private:
@@ -338,8 +341,9 @@ class Table {
   uint16_t mNextHandle = 0x8000;
 };
 
-// The smallest server that gives one record of each kind: one processor (400h) with one cache (700h), one module (1100h) in one
-// array (1000h), the system (100h), and names for processor and module.
+// The smallest server that gives one record of each kind: one processor (400h) with one cache
+// (700h), one module (1100h) in one array (1000h), the system (100h), and names for processor and
+// module.
 Table MinimalServer();
 
 }  // namespace tvq::test
