@@ -180,6 +180,7 @@ TEST_F(AttributesTest, ServiceTagRoutineAnswersItsOwnNameOnly) {
   UseTable(MinimalServer());
   CHAR16* text = nullptr;
   EXPECT_EQ(GetServiceTagString(Ucs2(u"SMBIOSSystemNameString"), &text), EFI_NOT_FOUND);
+  EXPECT_EQ(GetServiceTagString(nullptr, &text), EFI_NOT_FOUND);
 }
 
 // --- The system name ---
@@ -301,6 +302,7 @@ TEST_F(AttributesTest, SystemNameRoutineAnswersItsOwnNameOnly) {
   UseTable(MinimalServer());
   CHAR16* text = nullptr;
   EXPECT_EQ(GetSystemNameString(Ucs2(u"SMBIOSServiceTagString"), &text), EFI_NOT_FOUND);
+  EXPECT_EQ(GetSystemNameString(nullptr, &text), EFI_NOT_FOUND);
 }
 
 // --- zorv.smbios.bios ---
