@@ -12,9 +12,8 @@
 
 #include <unistd.h>
 
-#include "host/cli/command_line.h"
 #include "host/cli/export_command.h"
-#include "tests/unit/support/table.h"
+#include "tests/unit/cli_fixture.h"
 
 #include <nlohmann/json.hpp>
 
@@ -29,49 +28,14 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-class CliExport : public testing::Test {
+class CliExport : public CliTest {
  protected:
-  CliExport()
-      : mFolder(std::filesystem::temp_directory_path() /
-                ("tvq-cli-test-" + std::to_string(getpid()))) {
-    std::filesystem::create_directories(mFolder);
-  }
-  ~CliExport() override { std::filesystem::remove_all(mFolder); }
-
-  std::string Path(const std::string& name) const { return (mFolder / name).string(); }
-  std::string Write(const std::string& name, const Bytes& bytes) {
-    std::ofstream file(Path(name), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    return Path(name);
-  }
-
-  struct Outcome {
-    int status = 0;
-    std::string out;
-    std::string diagnostics;
-
-    ordered_json Json() const { return ordered_json::parse(out); }
-  };
-  static Outcome RunTvq(const std::vector<std::string>& arguments) {
-    std::vector<const char*> argv = {"tvq"};
-    for (const std::string& argument : arguments) {
-      argv.push_back(argument.c_str());
-    }
-    std::ostringstream out;
-    std::ostringstream diagnostics;
-    const int status = RunCommandLine(static_cast<int>(argv.size()), argv.data(), out, diagnostics);
-    return {status, out.str(), diagnostics.str()};
-  }
   static Outcome RunOn(const TableOptions& options) {
     std::ostringstream out;
     std::ostringstream diagnostics;
     const int status = Export(options, out, diagnostics);
     return {status, out.str(), diagnostics.str()};
   }
-
- private:
-  std::filesystem::path mFolder;
 };
 
 // Entry points as files of their own, with the table at 20h or apart.

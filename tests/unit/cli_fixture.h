@@ -19,6 +19,8 @@
 #include "host/cli/command_line.h"
 #include "tests/unit/support/table.h"
 
+#include <nlohmann/json.hpp>
+
 namespace tvq::cli {
 
 class CliTest : public testing::Test {
@@ -48,6 +50,8 @@ class CliTest : public testing::Test {
     int status = 0;
     std::string out;
     std::string diagnostics;
+
+    nlohmann::ordered_json Json() const { return nlohmann::ordered_json::parse(out); }
   };
   static Outcome RunTvq(const std::vector<std::string>& arguments) {
     std::vector<const char*> argv = {"tvq"};
