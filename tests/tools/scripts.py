@@ -7,4 +7,4 @@ import pathlib
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-sys.path[:0] = [str(ROOT / "tools"), str(ROOT / "tests" / "e2e")]
+sys.path[:0] = [str(ROOT / "tools"), str(ROOT / "tests" / "e2e"), str(ROOT / "tests" / "bench")]

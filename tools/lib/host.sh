@@ -42,3 +42,6 @@ Tables() { BuildHost host tvq_samples "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
 
 # What the tests run.
 HostTests() { BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON; }
+
+# What `./dev bench` measures: like firmware's RELEASE, without the assertions of MdePkg.
+Bench() { BuildHost bench tvq_bench "${OPTIMISED[@]}" -DCMAKE_C_FLAGS=-DMDEPKG_NDEBUG -DCMAKE_CXX_FLAGS=-DMDEPKG_NDEBUG; }

@@ -1,0 +1,124 @@
+#!/usr/bin/env python3
+"""Measures the driver and shows every figure beside its target. `./dev bench` builds what this runs.
+
+Exit status: 0 all targets are met, 1 one is missed, 2 something could not be measured.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import argparse
+import json
+import sys
+from pathlib import Path
+
+import callgrind
+import report
+import tables
+from measure import MeasureError, Workbench
+from report import Figure, Section
+
+_TROUBLE = (MeasureError, callgrind.ProfileError, tables.TableError, OSError)
+
+
+def progress(text):
+    """What is going on, for whoever waits."""
+    print(f"bench: {text}", file=sys.stderr)
+
+
+class Subject:
+    """The table that is measured, and its name in the report."""
+
+    def __init__(self, path):
+        if path is not None:
+            self.name, self.file = path.name, path.read_bytes()
+        else:
+            self.name, self.file = "the generated table", tables.virtual_server()
+
+
+def _start(plain, logged, key, target, words=""):
+    facts, phase = plain.facts, plain.phases["start"]
+    what = f"{facts['records']} records{words}"
+    return Figure(key, what, phase.driver, target=target, logged=logged and logged.phases["start"].driver,
+                  around=phase.around)
+
+
+def start_section(bench, subject):
+    """The start on the table, and on the same table with a module in every slot."""
+    progress("start, Get and Verify")
+    plain, logged = (bench.measure(work, subject.file) for work in ("all", "all-logged"))
+    progress("the same with all modules populated")
+    populated = tables.populated(subject.file)
+    full, full_logged = (bench.measure(work, populated) for work in ("start", "start-logged"))
+    title = f"Start, instructions ({subject.name}: {plain.facts['structures']} structures)"
+    figures = [_start(plain, logged, "start", 1_500_000), _start(full, full_logged, "start-full", 2_300_000, ", all modules")]
+    return Section(title, figures), plain, logged
+
+
+def _per_byte(plain, logged, key, what, phase, target):
+    size = plain.facts["blob_bytes"]
+    return Figure(key, what, plain.phases[phase].driver / size, target=target,
+                  logged=logged.phases[phase].driver / size, around=plain.phases[phase].around / size)
+
+
+def operations_section(plain, logged):
+    """Get and Verify of all records."""
+    figures = [_per_byte(plain, logged, "get", "Get, for each byte, first time", "get", 60),
+               _per_byte(plain, logged, "get-again", "Get, for each byte, second time", "get again", 8)]
+    costs = [(measurement.phases["verify"].driver, measurement.phases["verify"].shares["expat"])
+             for measurement in (plain, logged)]
+    shares = [100 * driver / expat for driver, expat in costs]
+    figures.append(Figure("verify", "Verify, on top of expat", shares[0], "%", 25, shares[1],
+                          100 * plain.phases["verify"].around / costs[0][1]))
+    facts = plain.facts
+    note = f"{facts['blob_bytes']:,} bytes of blobs; Verify takes {costs[0][0]:,} and expat {costs[0][1]:,} instructions"
+    notes = [note]
+    unreadable = facts["records"] - facts["compared"]
+    if unreadable:
+        notes.append(f"{unreadable} of {facts['records']} documents are not well-formed: names of sockets have bytes that XML does not take")
+    return Section("Operations on all records, instructions", figures, notes)
+
+
+def hottest_section(plain):
+    """Where the start's instructions go."""
+    phase = plain.phases["start"]
+    figures = [Figure(name, name, cost) for name, cost in phase.hottest(5)]
+    return Section("Hottest routines of the start, instructions", figures)
+
+
+def measure(options):
+    """All sections."""
+    bench = Workbench(options.programs)
+    subject = Subject(options.table)
+    start, plain, logged = start_section(bench, subject)
+    return [start, operations_section(plain, logged), hottest_section(plain)]
+
+
+def show(sections, as_json):
+    """Prints the report and returns the exit status."""
+    colour = sys.stdout.isatty()
+    if as_json:
+        print(json.dumps(report.as_json(sections), indent=2))
+    else:
+        print(report.table(sections, colour))
+        print(report.summary(sections, colour))
+    return 0 if all(figure.is_met for section in sections for figure in section.figures) else 1
+
+
+def main(arguments=None):
+    """The command line."""
+    parser = argparse.ArgumentParser(description="Measures the driver.")
+    parser.add_argument("--programs", type=Path, required=True, help="folder of the programs that are run")
+    parser.add_argument("--table", type=Path, help="the table that is measured; a generated one without it")
+    parser.add_argument("--quick", action="store_true", help="only the instructions of the start, Get and Verify")
+    parser.add_argument("--json", action="store_true", help="the figures for programs")
+    options = parser.parse_args(arguments)
+    try:
+        sections = measure(options)
+    except _TROUBLE as error:
+        print(f"bench: {error}", file=sys.stderr)
+        return 2
+    return show(sections, options.json)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
