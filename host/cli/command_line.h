@@ -6,12 +6,12 @@
 #ifndef TVQ_HOST_CLI_COMMAND_LINE_H_
 #define TVQ_HOST_CLI_COMMAND_LINE_H_
 
-#include <iosfwd>
+#include "host/cli/console.h"
 
 namespace tvq::cli {
 
 // Runs the command that the arguments name and returns the exit status of the process.
-int RunCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& diagnostics);
+int RunCommandLine(int argc, const char* const* argv, Console& console);
 
 }  // namespace tvq::cli
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <istream>
 #include <memory>
 
 namespace tvq::cli {
@@ -29,6 +30,23 @@ struct CloseFile {
                    isDenied ? "only root may read this file: run the command with sudo" : hint);
 }
 
+// All that `readStep` gives, which reads up to kStep bytes and returns how many there were.
+template <typename ReadStep>
+std::vector<uint8_t> ReadAll(const std::string& name, const std::string& hint, ReadStep readStep) {
+  std::vector<uint8_t> bytes;
+  size_t read = 0;
+  do {
+    const size_t before = bytes.size();
+    bytes.resize(before + kStep);
+    read = readStep(bytes.data() + before);
+    bytes.resize(before + read);
+    if (bytes.size() > kMaximumSize) {
+      throw InputError(fmt::format("{} is larger than any SMBIOS table", name), hint);
+    }
+  } while (read == kStep);
+  return bytes;
+}
+
 }  // namespace
 
 std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint) {
@@ -36,21 +54,23 @@ std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint) 
   if (!file) {
     ThrowFileError(path, errno, hint);
   }
-  std::vector<uint8_t> bytes;
-  size_t read = 0;
-  do {
-    const size_t before = bytes.size();
-    bytes.resize(before + kStep);
-    read = std::fread(bytes.data() + before, 1, kStep, file.get());
-    bytes.resize(before + read);
-    if (bytes.size() > kMaximumSize) {
-      throw InputError(fmt::format("{} is larger than any SMBIOS table", path), hint);
-    }
-  } while (read == kStep);
+  std::vector<uint8_t> bytes = ReadAll(
+      path, hint, [&file](uint8_t* buffer) { return std::fread(buffer, 1, kStep, file.get()); });
   if (std::ferror(file.get()) != 0) {
     ThrowFileError(path, errno, hint);
   }
   return bytes;
+}
+
+std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
+                               const Console& console) {
+  if (path != "-") {
+    return ReadFile(path, hint);
+  }
+  return ReadAll("standard input", hint, [&console](uint8_t* buffer) {
+    console.in.read(reinterpret_cast<char*>(buffer), kStep);
+    return static_cast<size_t>(console.in.gcount());
+  });
 }
 
 }  // namespace tvq::cli

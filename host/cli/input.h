@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "host/cli/console.h"
+
 namespace tvq::cli {
 
 // Input that cannot be used: what is wrong, and what to do about it.
@@ -27,6 +29,9 @@ class InputError : public std::runtime_error {
 // The bytes of a file. Throws an InputError with the hint, or one that says to run as root where
 // that is what is missing.
 std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint);
+// The same, and "-" is standard input.
+std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
+                               const Console& console);
 
 }  // namespace tvq::cli
 

@@ -9,16 +9,17 @@
 #include "host/cli/command_line.h"
 
 int main(int argc, char** argv) {
+  tvq::cli::Console console{std::cin, std::cout, std::cerr, tvq::cli::StandardTerminal()};
   try {
-    const int status = tvq::cli::RunCommandLine(argc, argv, std::cout, std::cerr);
+    const int status = tvq::cli::RunCommandLine(argc, argv, console);
     std::cout.flush();
     if (!std::cout) {
-      std::cerr << "tvq: error: the output cannot be written\n";
+      console.Error("the output cannot be written");
       return 2;
     }
     return status;
   } catch (const std::exception& error) {
-    std::cerr << "tvq: error: " << error.what() << '\n';
+    console.Error(error.what());
     return 2;
   }
 }

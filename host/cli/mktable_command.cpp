@@ -3,22 +3,19 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "host/cli/mktable_command.h"
-
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iostream>
-#include <iterator>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "host/cli/command.h"
 #include "host/cli/input.h"
+#include "host/cli/table_input.h"
 #include "host/table/dump.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
@@ -31,23 +28,16 @@ using table::Bytes;
 using table::Result;
 using table::Table;
 
-constexpr char kHelp[] =
-    "Builds an SMBIOS table from its readable source form, or turns a table into that form.";
-constexpr char kFooter[] =
-    "Examples:\n"
+constexpr CommandText kText = {
+    "mktable", "Builds a table from its readable source form, or turns a table into that form",
+    "FILE may be '-' for standard input and output.",
     "  tvq mktable samples/two-socket.smbios -o two-socket.bin\n"
     "  dmidecode --from-dump two-socket.bin\n"
     "  tvq mktable --from-dump two-socket.bin\n"
     "  dmidecode -u | tvq mktable --from-dump -\n"
-    "  tvq mktable --fields processor\n"
-    "FILE may be '-' for standard input and output. Exit status: 0 the result was written; 2 it\n"
-    "was not.";
+    "  tvq mktable --fields processor\n",
+    "0 the result was written; 2 it was not."};
 constexpr char kSourceHint[] = "`tvq mktable --from-dump FILE` makes a source to start from";
-constexpr char kDumpHint[] =
-    "a table is captured with `dmidecode --dump-bin FILE`; a bare structure table will do as well";
-
-constexpr int kSuccess = 0;
-constexpr int kTrouble = 2;
 
 struct MktableOptions {
   std::string source;
@@ -55,13 +45,6 @@ struct MktableOptions {
   std::string output;
   std::string fields;
 };
-
-Bytes ReadInput(const std::string& path, const std::string& hint) {
-  if (path == "-") {
-    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-  }
-  return ReadFile(path, hint);
-}
 
 std::string_view AsText(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -135,42 +118,21 @@ void WriteOutput(const std::string& path, const std::string& result, std::ostrea
   }
 }
 
-int ReportFailure(const std::string& path, const table::Error& error, std::ostream& diagnostics) {
-  diagnostics << "tvq: error: ";
+// Names the file and, where one is to blame, the line.
+[[noreturn]] void ThrowFailure(const std::string& path, const table::Error& error) {
+  std::string place;
   if (!path.empty()) {
-    diagnostics << path << ':';
-    if (error.line != 0) {
-      diagnostics << error.line << ':';
-    }
-    diagnostics << ' ';
+    place = error.line == 0 ? path + ": " : fmt::format("{}:{}: ", path, error.line);
   }
-  diagnostics << error.message << '\n';
-  if (!error.hint.empty()) {
-    diagnostics << "tvq: hint: " << error.hint << '\n';
-  }
-  return kTrouble;
+  throw InputError(place + error.message, error.hint);
 }
 
-Result<std::string> Produce(const MktableOptions& options) {
+Result<std::string> Produce(const MktableOptions& options, const Console& console) {
   if (!options.fields.empty()) {
     return ListFields(options.fields);
   }
-  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint))
-                              : BuildSource(ReadInput(options.dump, kDumpHint));
-}
-
-int Mktable(const MktableOptions& options, std::ostream& out, std::ostream& diagnostics) {
-  const std::string& input = options.dump.empty() ? options.source : options.dump;
-  try {
-    const auto result = Produce(options);
-    if (!result) {
-      return ReportFailure(input, result.Failure(), diagnostics);
-    }
-    WriteOutput(options.output, *result, out);
-  } catch (const InputError& error) {
-    return ReportFailure("", {error.what(), error.Hint()}, diagnostics);
-  }
-  return kSuccess;
+  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint, console))
+                              : BuildSource(ReadInput(options.dump, kTableHint, console));
 }
 
 void RequireOneTask(const MktableOptions& options) {
@@ -183,26 +145,30 @@ void RequireOneTask(const MktableOptions& options) {
   }
 }
 
+ExitStatus Mktable(const MktableOptions& options, Console& console) {
+  RequireOneTask(options);
+  const auto result = Produce(options, console);
+  if (!result) {
+    ThrowFailure(options.dump.empty() ? options.source : options.dump, result.Failure());
+  }
+  WriteOutput(options.output, *result, console.out);
+  return kExitNothingFound;
+}
+
 }  // namespace
 
-void AddMktableCommand(CLI::App& app, std::ostream& out, std::ostream& diagnostics, int& status) {
+void AddMktable(Commands& commands) {
   const auto options = std::make_shared<MktableOptions>();
-  CLI::App* command = app.add_subcommand("mktable", kHelp);
-  command->footer(kFooter);
-  command->add_option("SOURCE", options->source, "A table in source form")->type_name("FILE");
-  command->add_option("-o,--output", options->output, "Where the result goes")->type_name("FILE");
-  command
-      ->add_option("--from-dump", options->dump,
-                   "What `dmidecode --dump-bin` or `dmidecode -u` wrote, or a bare structure table")
+  CLI::App& app =
+      commands.Add(kText, [options](Console& console) { return Mktable(*options, console); });
+  app.add_option("SOURCE", options->source, "A table in source form")->type_name("");
+  app.add_option("-o,--output", options->output, "Where the result goes")->type_name("FILE");
+  app.add_option("--from-dump", options->dump,
+                 "What `dmidecode --dump-bin` or `dmidecode -u` wrote, or a bare structure table")
       ->type_name("FILE");
-  command
-      ->add_option("--fields", options->fields,
-                   "List the fields of a type of structure, or all types")
+  app.add_option("--fields", options->fields,
+                 "List the fields of a type of structure, or all types")
       ->type_name("TYPE|all");
-  command->callback([options, &out, &diagnostics, &status] {
-    RequireOneTask(*options);
-    status = Mktable(*options, out, diagnostics);
-  });
 }
 
 }  // namespace tvq::cli

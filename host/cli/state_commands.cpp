@@ -3,16 +3,16 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "host/cli/state_commands.h"
-
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "host/cli/input.h"
 #include "host/cli/state_file.h"
+#include "host/cli/table_input.h"
 #include "host/cli/text.h"
 
 namespace tvq::cli {
@@ -20,14 +20,38 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr CommandText kSaveText = {
+    "save", "Saves the state of every device, to be compared later",
+    "Runs the driver on an SMBIOS table and saves the state of every device in a folder, for\n"
+    "`tvq verify`. A state that is there is replaced as a whole.",
+    "  sudo tvq save /var/lib/tvq\n"
+    "  tvq save before --from-dump dump.bin --conform\n",
+    "0 the state is saved; 2 it is not, and what was there still is."};
+
+constexpr CommandText kVerifyText = {
+    "verify", "Compares every device with the saved state",
+    "Runs the driver on an SMBIOS table and has it compare every device with the saved state: "
+    "same,\n"
+    "replaced, new, moved, gone, or why it could not be compared.",
+    "  sudo tvq verify /var/lib/tvq\n"
+    "  tvq verify before --from-dump dump.bin --conform\n",
+    "0 all devices are the same; 1 one was replaced, is new, moved or gone; 2 one\n"
+    "could not be compared, or there is no table or no state."};
+
+struct StateOptions {
+  TableOptions table;
+  std::string folder;
+  bool json = false;
+};
+
 // Runs the driver, and insists on records.
 void CollectRecords(session::Session& session, const StateOptions& options,
-                    Diagnostics& diagnostics) {
-  session::Table table = ReadTable(session, options.table, diagnostics);
-  if (options.table.conform && !ConformTable(session, table, diagnostics)) {
+                    const Console& console) {
+  session::Table table = ReadTable(session, options.table, console);
+  if (options.table.conform && !ConformTable(session, table, console)) {
     throw InputError("the table cannot be conformed", "run without --conform");
   }
-  const session::Results results = RunDriver(session, table, options.table, diagnostics);
+  const session::Results results = RunDriver(session, table, options.table, console);
   if (results.records.empty()) {
     throw InputError("the driver made no record of this table",
                      options.table.conform ? "`tvq export` shows the driver's log"
@@ -74,41 +98,58 @@ Json ToJson(const session::Comparison& comparison) {
   return {{"findings", findings}, {"summary", counts}};
 }
 
-}  // namespace
-
-ExitStatus Save(const StateOptions& options, std::ostream& out, std::ostream& diagnosticsStream) {
-  Diagnostics diagnostics(diagnosticsStream);
-  return WithTable(options.table, diagnostics, [&] {
-    session::Session session;
-    CollectRecords(session, options, diagnostics);
-    SaveStateFile(options.folder, session.State());
-    out << "Saved in " << StatePath(options.folder) << '\n';
-    return kExitNothingFound;
-  });
+ExitStatus Save(const StateOptions& options, Console& console) {
+  session::Session session;
+  CollectRecords(session, options, console);
+  SaveStateFile(options.folder, session.State());
+  console.out << "Saved in " << StatePath(options.folder) << '\n';
+  return kExitNothingFound;
 }
 
-ExitStatus Verify(const StateOptions& options, std::ostream& out, std::ostream& diagnosticsStream) {
-  Diagnostics diagnostics(diagnosticsStream);
-  return WithTable(options.table, diagnostics, [&] {
-    const session::Bytes state = LoadStateFile(options.folder);
-    session::Session session;
-    CollectRecords(session, options, diagnostics);
-    session::Comparison comparison;
-    try {
-      comparison = session.Compare(state);
-    } catch (const session::StateError& error) {
-      throw InputError(fmt::format("{} {}", StatePath(options.folder), error.what()),
-                       "save a new state with `tvq save " + options.folder + "`");
-    }
-    if (options.json) {
-      out << ToJson(comparison).dump(1) << '\n';
-    } else {
-      PrintFindings(comparison, out);
-    }
-    return comparison.foundTrouble     ? kExitTrouble
-           : comparison.foundSomething ? kExitFound
-                                       : kExitNothingFound;
-  });
+ExitStatus Verify(const StateOptions& options, Console& console) {
+  const session::Bytes state = LoadStateFile(options.folder);
+  session::Session session;
+  CollectRecords(session, options, console);
+  session::Comparison comparison;
+  try {
+    comparison = session.Compare(state);
+  } catch (const session::StateError& error) {
+    throw InputError(fmt::format("{} {}", StatePath(options.folder), error.what()),
+                     "save a new state with `tvq save " + options.folder + "`");
+  }
+  if (options.json) {
+    console.out << ToJson(comparison).dump(1) << '\n';
+  } else {
+    PrintFindings(comparison, console.out);
+  }
+  return comparison.foundTrouble     ? kExitTrouble
+         : comparison.foundSomething ? kExitFound
+                                     : kExitNothingFound;
+}
+
+}  // namespace
+
+void AddSave(Commands& commands) {
+  const auto options = std::make_shared<StateOptions>();
+  CLI::App& app =
+      commands.Add(kSaveText, [options](Console& console) { return Save(*options, console); });
+  app.add_option("DIR", options->folder, "The folder of the state; made when it is missing")
+      ->type_name("")
+      ->required();
+  AddTableOptions(app, options->table);
+  AddConform(app, options->table);
+}
+
+void AddVerify(Commands& commands) {
+  const auto options = std::make_shared<StateOptions>();
+  CLI::App& app =
+      commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
+  app.add_option("DIR", options->folder, "The folder that `tvq save` was given")
+      ->type_name("")
+      ->required();
+  AddTableOptions(app, options->table);
+  AddConform(app, options->table);
+  app.add_flag("--json", options->json, "Print one JSON document");
 }
 
 }  // namespace tvq::cli

@@ -7,26 +7,63 @@
 
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+#include <charconv>
+
 #include "host/cli/input.h"
+#include "host/table/dump.h"
 
 namespace tvq::cli {
 namespace {
 
-constexpr char kFileHint[] =
-    "a table is captured with `dmidecode --dump-bin FILE`; a bare structure table will do as well";
+using Version = std::pair<unsigned, unsigned>;
+
 constexpr char kSystemHint[] =
     "this machine shows no SMBIOS table here; name a captured one with --from-dump FILE";
 
+// "M.m", both from 0 to 255.
+std::optional<Version> ParseVersion(const std::string& text) {
+  Version version;
+  const char* const end = text.data() + text.size();
+  const auto major = std::from_chars(text.data(), end, version.first);
+  if (major.ec != std::errc() || major.ptr == end || *major.ptr != '.') {
+    return std::nullopt;
+  }
+  const auto minor = std::from_chars(major.ptr + 1, end, version.second);
+  const bool isWhole = minor.ec == std::errc() && minor.ptr == end;
+  return isWhole && version.first <= 255 && version.second <= 255 ? std::optional(version)
+                                                                  : std::nullopt;
+}
+
+// The bytes of a captured table, also where `dmidecode -u` spelled them out.
+session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
+  if (!table::IsHexText(file)) {
+    return file;
+  }
+  const auto table = table::ReadHexText({reinterpret_cast<const char*>(file.data()), file.size()});
+  if (!table) {
+    throw InputError(
+        fmt::format("{}:{}: {}", NameOf(options), table.Failure().line, table.Failure().message),
+        table.Failure().hint);
+  }
+  auto dump = table::WriteDump(*table);
+  if (!dump) {
+    throw InputError(fmt::format("{}: {}", NameOf(options), dump.Failure().message),
+                     dump.Failure().hint);
+  }
+  return std::move(*dump);
+}
+
 session::Table ReadFileTable(session::Session& session, const TableOptions& options,
-                             Diagnostics& diagnostics) {
-  const session::Bytes file = ReadFile(options.file, kFileHint);
+                             const Console& console) {
+  const session::Bytes file = DumpOf(options, ReadInput(options.file, kTableHint, console));
   session::Table table = session.ReadCapturedFile(file);
   if (options.version && table.isBare) {
     table.major = options.version->first;
     table.minor = options.version->second;
   } else if (options.version) {
-    diagnostics.Warning(fmt::format("--smbios-version is ignored: {} states version {}.{} itself",
-                                    options.file, table.major, table.minor));
+    console.Warning(fmt::format("--smbios-version is ignored: {} states version {}.{} itself",
+                                NameOf(options), table.major, table.minor));
   }
   return table;
 }
@@ -38,61 +75,105 @@ session::Table ReadSystemTable(session::Session& session, const TableOptions& op
   return session.ReadSeparateTable(entryPoint, structures);
 }
 
-}  // namespace
-
-session::Table ReadTable(session::Session& session, const TableOptions& options,
-                         Diagnostics& diagnostics) {
-  session::Table table = options.file.empty() ? ReadSystemTable(session, options)
-                                              : ReadFileTable(session, options, diagnostics);
-  for (const std::string& warning : table.warnings) {
-    diagnostics.Warning(warning);
-  }
-  return table;
+[[noreturn]] void ThrowNoTable(const TableOptions& options, const session::TableError& error) {
+  throw InputError(
+      fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options), error.what()),
+      kTableHint);
 }
 
-bool ConformTable(session::Session& session, session::Table& table, Diagnostics& diagnostics) {
+}  // namespace
+
+void AddTableOptions(CLI::App& app, TableOptions& options) {
+  CLI::Option* dump =
+      app.add_option("--from-dump", options.file,
+                     "What `dmidecode --dump-bin FILE` or `dmidecode -u` wrote; '-' reads standard "
+                     "input")
+          ->type_name("FILE");
+  CLI::Option* table =
+      app.add_option("--table", options.file, "A bare structure table, without an entry point")
+          ->type_name("FILE")
+          ->excludes(dump);
+  app.add_option("--sysfs", options.systemFolder,
+                 "Where this machine's table is shown (/sys/firmware/dmi/tables)")
+      ->type_name("DIR")
+      ->excludes(dump)
+      ->excludes(table);
+  app.add_option_function<std::string>(
+         "--smbios-version",
+         [&options](const std::string& text) { options.version = ParseVersion(text); },
+         "The version that a bare table counts as (3.0)")
+      ->type_name("M.m")
+      ->needs(table)
+      ->check([](const std::string& text) {
+        return ParseVersion(text) ? std::string() : "'" + text + "' is no version such as 3.2";
+      });
+}
+
+void AddTableFile(CLI::App& app, TableOptions& options) {
+  app.add_option("FILE", options.file, "The same as --from-dump FILE")
+      ->type_name("")
+      ->excludes(app.get_option("--from-dump"))
+      ->excludes(app.get_option("--table"));
+}
+
+void AddConform(CLI::App& app, TableOptions& options) {
+  app.add_flag("--conform", options.conform,
+               "Rename devices that clash and add the FQDD map, in a copy of the table");
+}
+
+std::string NameOf(const TableOptions& options) {
+  return options.file.empty()  ? options.systemFolder
+         : options.file == "-" ? "standard input"
+                               : options.file;
+}
+
+session::Table ReadTable(session::Session& session, const TableOptions& options,
+                         const Console& console) {
+  try {
+    session::Table table = options.file.empty() ? ReadSystemTable(session, options)
+                                                : ReadFileTable(session, options, console);
+    for (const std::string& warning : table.warnings) {
+      console.Warning(warning);
+    }
+    return table;
+  } catch (const session::TableError& error) {
+    ThrowNoTable(options, error);
+  }
+}
+
+bool ConformTable(session::Session& session, session::Table& table, const Console& console) {
   session::Conformed conformed = session.Conform(table);
   if (conformed.isRefused) {
-    diagnostics.Error("the table cannot be conformed: " + conformed.summary,
-                      "the driver runs on the table as it is");
+    console.Error("the table cannot be conformed: " + conformed.summary,
+                  "the driver runs on the table as it is");
     return false;
   }
-  diagnostics.Line(
+  console.Line(
       conformed.changes.empty()
           ? "conform: " + conformed.summary
           : fmt::format("conform: {} changes, in a copy of the table", conformed.changes.size()));
   for (const std::string& change : conformed.changes) {
-    diagnostics.Line("conform: " + change);
+    console.Line("conform: " + change);
   }
   table = std::move(conformed.table);
   return true;
 }
 
 session::Results RunDriver(session::Session& session, const session::Table& table,
-                           const TableOptions& options, Diagnostics& diagnostics) {
-  session::Results results = session.Run(table);
-  for (const std::string& complaint : results.complaints) {
-    diagnostics.Warning(complaint);
-  }
-  if (results.start != "Success") {
-    diagnostics.Warning(fmt::format("the driver's start ended with '{}'{}", results.start,
-                                    options.conform ? "" : "; --conform makes a table fit for it"));
-  }
-  return results;
-}
-
-ExitStatus WithTable(const TableOptions& options, Diagnostics& diagnostics,
-                     const std::function<ExitStatus()>& command) {
-  const std::string source = options.file.empty() ? options.systemFolder : options.file;
+                           const TableOptions& options, const Console& console) {
   try {
-    return command();
-  } catch (const InputError& error) {
-    diagnostics.Error(error.what(), error.Hint());
+    session::Results results = session.Run(table);
+    for (const std::string& complaint : results.complaints) {
+      console.Warning(complaint);
+    }
+    if (results.start != "Success") {
+      console.Warning(fmt::format("the driver's start ended with '{}'{}", results.start,
+                                  options.conform ? "" : "; --conform makes a table fit for it"));
+    }
+    return results;
   } catch (const session::TableError& error) {
-    diagnostics.Error(
-        fmt::format("{} is no SMBIOS table that can be used: {}", source, error.what()), kFileHint);
+    ThrowNoTable(options, error);
   }
-  return kExitTrouble;
 }
 
 }  // namespace tvq::cli

@@ -6,60 +6,45 @@
 #ifndef TVQ_HOST_CLI_TABLE_INPUT_H_
 #define TVQ_HOST_CLI_TABLE_INPUT_H_
 
-#include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <utility>
 
+#include "host/cli/command.h"
 #include "host/session/session.h"
 
 namespace tvq::cli {
 
-// The same for every command.
-enum ExitStatus : int {
-  kExitNothingFound = 0,
-  kExitFound = 1,    // there is something to look at
-  kExitTrouble = 2,  // something could not be done; also wrong usage
-};
+inline constexpr char kTableHint[] =
+    "a table is captured with `dmidecode --dump-bin FILE`; a bare structure table will do as well";
 
 struct TableOptions {
-  std::string file;                                      // empty: the table of this machine
+  std::string file;  // empty: the table of this machine; "-": standard input
   std::optional<std::pair<unsigned, unsigned>> version;  // of a table without an entry point
   bool conform = false;
   std::string systemFolder = "/sys/firmware/dmi/tables";
 };
 
-// Lines on standard error.
-class Diagnostics {
- public:
-  explicit Diagnostics(std::ostream& stream) : mStream(stream) {}
+// Adds --from-dump, --table, --smbios-version and --sysfs. The options have to live until the command ran.
+void AddTableOptions(CLI::App& app, TableOptions& options);
+// Adds FILE, which says the same as --from-dump FILE.
+void AddTableFile(CLI::App& app, TableOptions& options);
+// Adds --conform.
+void AddConform(CLI::App& app, TableOptions& options);
 
-  void Line(const std::string& text) { mStream << "tvq: " << text << '\n'; }
-  void Warning(const std::string& text) { Line("warning: " + text); }
-  void Error(const std::string& text, const std::string& hint) {
-    Line("error: " + text);
-    Line("hint: " + hint);
-  }
+// How messages name the table.
+std::string NameOf(const TableOptions& options);
 
- private:
-  std::ostream& mStream;
-};
-
-// Reads the table that the options name; what is odd about it is said.
+// Reads the table that the options name; what is odd about it is said. Throws InputError.
 session::Table ReadTable(session::Session& session, const TableOptions& options,
-                         Diagnostics& diagnostics);
+                         const Console& console);
 
 // Puts the conformed table in place of the table, and reports. False: it could not be conformed.
-bool ConformTable(session::Session& session, session::Table& table, Diagnostics& diagnostics);
+bool ConformTable(session::Session& session, session::Table& table, const Console& console);
 
-// Runs the driver on a table; what it complains about is said.
+// Runs the driver on a table; what it complains about is said. Throws InputError.
 session::Results RunDriver(session::Session& session, const session::Table& table,
-                           const TableOptions& options, Diagnostics& diagnostics);
-
-// Runs a command. Input that cannot be used ends it with a message and kExitTrouble.
-ExitStatus WithTable(const TableOptions& options, Diagnostics& diagnostics,
-                     const std::function<ExitStatus()>& command);
+                           const TableOptions& options, const Console& console);
 
 }  // namespace tvq::cli
 

@@ -12,7 +12,6 @@
 
 #include <unistd.h>
 
-#include "host/cli/export_command.h"
 #include "tests/unit/cli_fixture.h"
 
 #include <nlohmann/json.hpp>
@@ -28,15 +27,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-class CliExport : public CliTest {
- protected:
-  static Outcome RunOn(const TableOptions& options) {
-    std::ostringstream out;
-    std::ostringstream diagnostics;
-    const int status = Export(options, out, diagnostics);
-    return {status, out.str(), diagnostics.str()};
-  }
-};
+using CliExport = CliTest;
 
 // Entry points as files of their own, with the table at 20h or apart.
 Bytes EntryPoint32(const Table& table) {
@@ -283,20 +274,16 @@ TEST_F(CliExport, Helps) {
 
 TEST_F(CliExport, ReadsTheTableOfThisMachine) {
   const Table table = test::MinimalServer();
-  TableOptions options;
   Write("smbios_entry_point", EntryPoint32(table));
   Write("DMI", table.Bytes());
-  options.systemFolder = Path("");
-  const Outcome outcome = RunOn(options);
+  const Outcome outcome = RunTvq({"export", "--sysfs", Path("")});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.Json()["records"].size(), 3u);
   EXPECT_EQ(outcome.Json()["smbios"]["major"], 2);
 }
 
 TEST_F(CliExport, HintsAtADumpWhereThisMachineShowsNoTable) {
-  TableOptions options;
-  options.systemFolder = Path("nowhere");
-  const Outcome outcome = RunOn(options);
+  const Outcome outcome = RunTvq({"export", "--sysfs", Path("nowhere")});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.diagnostics, HasSubstr("tvq: hint: this machine shows no SMBIOS table here"));
 }
@@ -305,9 +292,7 @@ TEST_F(CliExport, HintsAtRootRightsWhereTheyAreMissing) {
   if (geteuid() == 0) {
     ASSERT_EQ(seteuid(65534), 0);
   }
-  TableOptions options;
-  options.file = "/proc/1/mem";
-  const Outcome outcome = RunOn(options);
+  const Outcome outcome = RunTvq({"export", "/proc/1/mem"});
   if (getuid() == 0) {
     ASSERT_EQ(seteuid(0), 0);
   }

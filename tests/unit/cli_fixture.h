@@ -53,14 +53,17 @@ class CliTest : public testing::Test {
 
     nlohmann::ordered_json Json() const { return nlohmann::ordered_json::parse(out); }
   };
-  static Outcome RunTvq(const std::vector<std::string>& arguments) {
+  static Outcome RunTvq(const std::vector<std::string>& arguments, const std::string& input = "",
+                        Terminal terminal = {}) {
     std::vector<const char*> argv = {"tvq"};
     for (const std::string& argument : arguments) {
       argv.push_back(argument.c_str());
     }
+    std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream diagnostics;
-    const int status = RunCommandLine(static_cast<int>(argv.size()), argv.data(), out, diagnostics);
+    Console console{in, out, diagnostics, terminal};
+    const int status = RunCommandLine(static_cast<int>(argv.size()), argv.data(), console);
     return {status, out.str(), diagnostics.str()};
   }
 

@@ -1,0 +1,73 @@
+/*
+ * What a command of `tvq` is: its words, its options and what it does.
+ *
+ * A command lives in a file of its own, with one function that adds it; commands.def lists them:
+ *
+ *     void AddSlot(Commands& commands) {
+ *       const auto options = std::make_shared<SlotOptions>();
+ *       CLI::App& app = commands.Add(kText, [options](Console& console) { ... });
+ *       app.add_option("BDF", options->address, "...")->required();
+ *     }
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_COMMAND_H_
+#define TVQ_HOST_CLI_COMMAND_H_
+
+#include <functional>
+#include <memory>
+
+#include "host/cli/console.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tvq::cli {
+
+// The same for every command.
+enum ExitStatus : int {
+  kExitNothingFound = 0,
+  kExitFound = 1,    // there is something to look at
+  kExitTrouble = 2,  // something could not be done; also wrong usage
+};
+
+// What the help and the manual say of a command. Lines are at most 80 characters.
+struct CommandText {
+  const char* name;
+  const char* summary;   // one line without a full stop, for the list of commands
+  const char* details;   // paragraphs
+  const char* examples;  // command lines, each with a line feed
+  const char* statuses;  // what the exit statuses mean here, a sentence for each
+};
+
+// What a command does. An InputError ends it with a message and kExitTrouble, a CLI::ParseError with
+// a word about its usage.
+using CommandBody = std::function<ExitStatus(Console&)>;
+
+// The commands of a command line while it is put together.
+class Commands {
+ public:
+  explicit Commands(CLI::App& app) : mApp(app) {}
+  Commands(const Commands&) = delete;
+  Commands& operator=(const Commands&) = delete;
+
+  // The subcommand, for its options. The body runs after everything was parsed.
+  CLI::App& Add(const CommandText& text, CommandBody body);
+
+  // The body of the command that the arguments named.
+  const CommandBody& Chosen() const { return mChosen; }
+
+ private:
+  CLI::App& mApp;
+  CommandBody mChosen;
+};
+
+// Declares the function of every command.
+#define TVQ_COMMAND(Function) void Function(Commands& commands);
+#include "host/cli/commands.def"
+#undef TVQ_COMMAND
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_COMMAND_H_
