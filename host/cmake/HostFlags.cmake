@@ -39,8 +39,9 @@ if(TVQ_COVERAGE)
   add_link_options(--coverage)
 endif()
 
+# Clang's -Wconversion also means -Wsign-conversion, which objects to every iterator that an index is added to.
 add_library(tvq_host_warnings INTERFACE)
-target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Werror)
+target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Wconversion -Wno-sign-conversion -Werror)
 
 # EFIAPI is the Microsoft calling convention on X64, in a Linux process too. USING_LTO keeps the X64 headers from hiding
 # every later declaration.

@@ -159,7 +159,7 @@ TEST_F(Bounds, FindNoStringAtTheEndOfTheTable) {
   Table table;
   table.Add(0x80, 0x10);
   Use(table);
-  for (const UINT16 index : {1, 2, 0xFFFF}) {
+  for (const UINT16 index : std::initializer_list<UINT16>{1, 2, 0xFFFF}) {
     UINT8* cursor = End();
     EXPECT_EQ(SmbiosGetString(&cursor, index), nullptr);
     EXPECT_EQ(cursor, End());

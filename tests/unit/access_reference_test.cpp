@@ -100,7 +100,7 @@ class Reference : public SmbiosTest {
   }
 
   void ExpectTheSameStrings(const ReferenceWalk& reference, size_t structure) {
-    for (const UINT16 index : {0, 1, 2, 3, 4, 5, 0xFFFF}) {
+    for (const UINT16 index : std::initializer_list<UINT16>{0, 1, 2, 3, 4, 5, 0xFFFF}) {
       UINT8* cursor = mBase + structure;
       const CHAR8* const text = SmbiosGetString(&cursor, index);
       size_t expectedCursor = structure;

@@ -174,7 +174,7 @@ TEST_F(ConfigurationBlob, FreesTheWorkingBufferWhenNothingElseCanBeAllocated) {
 // --- Long documents ---
 
 TEST_F(ConfigurationBlob, HoldsADocumentOfAnyLengthWhole) {
-  for (UINT8 slots : {40, 51, 52, 53, 54, 60, 110, 255}) {
+  for (UINT8 slots : std::initializer_list<UINT8>{40, 51, 52, 53, 54, 60, 110, 255}) {
     mSlotList.clear();
     const std::string document = DocumentOf(NewLongRecord(slots));
     std::string entries;

@@ -358,7 +358,7 @@ TEST_F(CpuDocument, PrintsTheLargestCacheValues) {
 
 TEST_F(CpuDocument, ShowsHbmOnlyWhenItsPresenceIsOne) {
   FillHbm();
-  for (UINT8 presence : {0, 2, 255}) {
+  for (UINT8 presence : std::initializer_list<UINT8>{0, 2, 255}) {
     smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_CPU);
     record->device = mRecord->device;
     record->device.cpu.HBMPresence = presence;

@@ -152,7 +152,7 @@ TEST_F(ConformTable, CountsAPopulatedSocketAsProcessor) {
 
 TEST_F(ConformTable, CountsAPopulatedSlotAsModule) {
   Table table;
-  for (const uint8_t type : {0x1A, 0x1F, 0x20, 0x21, 0x22}) {
+  for (const uint8_t type : std::initializer_list<uint8_t>{0x1A, 0x1F, 0x20, 0x21, 0x22}) {
     table.Add(MemoryDevice{.memoryType = type});
   }
   table.Add(MemoryDevice{.size = 0});

@@ -104,7 +104,7 @@ TEST_F(FqddMapTest, CannotBeBuiltFromAnEmptyTable) {
 
 TEST_F(FqddMapTest, IsSpoiltWhollyByOneStructureOfAnotherFormat) {
   for (const size_t spoilt : {0, 1, 2}) {
-    for (const uint8_t format : {0, 2, 0xFF}) {
+    for (const uint8_t format : std::initializer_list<uint8_t>{0, 2, 0xFF}) {
       Table table;
       for (size_t n = 0; n < 3; ++n) {
         table.Add(FqddMap{.format = n == spoilt ? format : uint8_t{1},

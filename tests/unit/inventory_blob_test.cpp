@@ -171,7 +171,8 @@ TEST_F(InventoryBlob, OfTheSystemCountsAtMost127CharactersOfTheServiceTag) {
 }
 
 TEST_F(InventoryBlob, KeepsAtMost63CharactersOfTheMarketingName) {
-  for (UINT8 type : {TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM, TVQ_DEVICE_TYPE_SYSTEM}) {
+  for (UINT8 type : std::initializer_list<UINT8>{TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM,
+                                                 TVQ_DEVICE_TYPE_SYSTEM}) {
     for (size_t length : {62, 63, 64, 500}) {
       smTVQ* record = NewRecord(type);
       record->device.generic.MarketingName = Wide(std::u16string(length, u'm'));
@@ -271,7 +272,7 @@ TEST_F(InventoryBlob, FreesTheCopyOfTheLocator) {
 }
 
 TEST_F(InventoryBlob, SetsNoFlagForAProcessorOrTheSystem) {
-  for (UINT8 type : {TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_SYSTEM}) {
+  for (UINT8 type : std::initializer_list<UINT8>{TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_SYSTEM}) {
     smTVQ* record = NewRecord(type);
     record->device.generic.MarketingName = Wide(u"N");
     EXPECT_EQ(UINT32{Inventory(record).flags}, 0u);

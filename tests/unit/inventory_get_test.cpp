@@ -55,7 +55,8 @@ class Get : public RecordTest {
 };
 
 TEST_F(Get, ReturnsAnArrayOfThreeBlobsAndATerminator) {
-  for (UINT8 type : {TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM, TVQ_DEVICE_TYPE_SYSTEM}) {
+  for (UINT8 type : std::initializer_list<UINT8>{TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM,
+                                                 TVQ_DEVICE_TYPE_SYSTEM}) {
     ASSERT_EQ(Ask(NewRecord(type)), EFI_SUCCESS);
     EXPECT_EQ(mResult.Revision, 1u);
     EXPECT_EQ(mResult.Length, 64u);

@@ -166,7 +166,8 @@ TEST(RecordLayout, OfTheSystemsEntries) {
 class Record : public DocumentTest {};
 
 TEST_F(Record, WithoutAMarketingNameStillYieldsBlobsAndDocument) {
-  for (UINT8 type : {TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM, TVQ_DEVICE_TYPE_SYSTEM}) {
+  for (UINT8 type : std::initializer_list<UINT8>{TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM,
+                                                 TVQ_DEVICE_TYPE_SYSTEM}) {
     smTVQ* record = NewRecord(type);
     TVQ_REQUEST request = {2, 0};
     TVQ_DATA result = {};

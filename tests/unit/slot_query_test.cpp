@@ -165,7 +165,7 @@ TEST_F(SlotQuery, FindsNothingOnAnotherBusOrDevice) {
 
 TEST_F(SlotQuery, MatchesNoSlotWithoutBusAndDevice) {
   mQuery.Bus = mQuery.Device = mQuery.Function = 0;
-  for (const uint8_t length : {0x0D, 0x0F, 0x10}) {
+  for (const uint8_t length : std::initializer_list<uint8_t>{0x0D, 0x0F, 0x10}) {
     // What follows the formatted part is an empty string area, all zeros.
     tvq::test::Structure slot = Slot{.designation = std::nullopt}.Build().CutTo(length);
     Use(TableOf(slot));
@@ -198,7 +198,7 @@ TEST_F(SlotQuery, ExtendsTheStringNumberWithZeros) {
 
 TEST_F(SlotQuery, MatchesNoOnboardDeviceWithoutBusAndDevice) {
   mQuery.Bus = mQuery.Device = mQuery.Function = 0;
-  for (const uint8_t length : {9, 10}) {
+  for (const uint8_t length : std::initializer_list<uint8_t>{9, 10}) {
     Use(TableOf(OnboardDevice{.designation = std::nullopt}.Build().CutTo(length)));
     EXPECT_EQ(Ask(), EFI_NOT_FOUND) << "length " << int{length};
   }

@@ -317,7 +317,7 @@ TEST_F(DeviceEntry, OfAProcessorOrTheSystemComparesNothingBehindTheInstance) {
 // A device path is what some caller hands over. Its node may be shorter than one of ours: nothing behind it is read.
 TEST_P(EveryDeviceEntry, RefusesANodeThatIsTooShort) {
   ZVEP_PROTOCOL* entry = NewEntry(GetParam());
-  for (UINT16 length : {4, 5, 19, 20, 21}) {
+  for (UINT16 length : std::initializer_list<UINT16>{4, 5, 19, 20, 21}) {
     host::LowMapping memory = host::MapBelow4G(length, host::Guard::kBehind);
     Path path = OwnPath(GetParam());
     path[kLength] = static_cast<UINT8>(length);

@@ -21,7 +21,7 @@ void StoreFirmwareAttribute(Machine& machine) {
   if (info == 0) {
     return;
   }
-  for (const uint8_t type : {0, 1}) {
+  for (const uint8_t type : std::initializer_list<uint8_t>{0, 1}) {
     if (machine.Collect(type, routine).records == 0) {
       machine.Free(info);
       return;
