@@ -1,5 +1,5 @@
 /*
- * The driver's walk gives what a slow, literal walk gives, over random tables.
+ * The driver's walk gives what a slow, literal walk gives, over random tables that were spoilt.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -139,13 +139,6 @@ class Reference : public SmbiosTest {
   host::LowMapping mMapping;
   UINT8* mBase = nullptr;
 };
-
-TEST_F(Reference, AgreesOnTenThousandWellFormedTables) {
-  for (int table = 0; table < 10000; ++table) {
-    SCOPED_TRACE(table);
-    ASSERT_NO_FATAL_FAILURE(ExpectTheSame(RandomTable().Bytes()));
-  }
-}
 
 TEST_F(Reference, AgreesOnTenThousandSpoiltTables) {
   for (int table = 0; table < 10000; ++table) {

@@ -57,6 +57,7 @@ EFI_STATUS Cpus::Make() {
   m.Log(kCpus, "Entry MakeCPUs\n");
   mProcessors = m.Collect(4, kCpus);
   if (!mProcessors.Any()) {
+    m.Free(mProcessors);
     return EFI_NOT_FOUND;
   }
   CollectOptional();

@@ -56,6 +56,7 @@ EFI_STATUS Dimms::Make() {
   mDevices = m.Collect(17, kDimms);
   if (!mDevices.Any()) {
     m.Log(kDimms, "Did not find any DIMM SMBIOS structures\n");
+    m.Free(mDevices);
     return EFI_NOT_FOUND;
   }
   for (size_t i = 0; i < mDevices.structures.size(); ++i) {

@@ -48,6 +48,7 @@ EFI_STATUS System::Make() {
   const Collection systems = CollectSection(
       1, "Did not find or found too many SYSTEM SMBIOS structures", "SYSTEM SMBIOS structures");
   if (!systems.Any()) {
+    FreeAll();
     return EFI_NOT_FOUND;
   }
   if (systems.structures[0].String(5)) {
