@@ -21,6 +21,11 @@ namespace {
 constexpr unsigned kTables = 10000;
 constexpr size_t kLargestTable = 0x10000;
 
+// All types of the tables and one that they do not have.
+constexpr UINT8 kTypes[] = {0, 1, 2, 3, 4, 7, 9, 11, 16, 17, 41, 127, 200, 225, 226};
+// More strings than any structure has, too.
+constexpr UINT16 kNumbers[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFE, 0xFFFF};
+
 class DifferentialAccess : public SmbiosTest {
  protected:
   DifferentialAccess() : mMapping(host::MapBelow4G(kLargestTable, host::Guard::kBehind)) {
@@ -51,7 +56,7 @@ class DifferentialAccess : public SmbiosTest {
     }
     ASSERT_NO_FATAL_FAILURE(CompareNext(walk, kSmbiosNoHandle));
     ASSERT_NO_FATAL_FAILURE(CompareNext(walk, AnyHandle()));
-    for (const UINT8 type : {0, 1, 2, 3, 4, 7, 9, 11, 16, 17, 41, 127, 200, 225, 226}) {
+    for (const UINT8 type : kTypes) {
       ASSERT_NO_FATAL_FAILURE(CompareCollection(walk, type));
     }
   }
@@ -122,7 +127,7 @@ class DifferentialAccess : public SmbiosTest {
   }
 
   void CompareStrings(const ReferenceWalk& walk, size_t structure) {
-    for (const UINT16 number : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFE, 0xFFFF}) {
+    for (const UINT16 number : kNumbers) {
       UINT8* cursor = mBase + structure;
       const CHAR8* const text = SmbiosGetString(&cursor, number);
       size_t expectedCursor = structure;

@@ -98,7 +98,7 @@ void RandomTables::AddSystems() {
 }
 
 void RandomTables::AddCaches() {
-  for (unsigned n = Number(0, 8); n != 0; --n) {
+  for (unsigned n = Number(0, 6); n != 0; --n) {
     mCaches.push_back(NewHandle());
     Structure cache = Cache{.handle = mCaches.back(), .designation = AnyText()}.Build();
     Scramble(cache, 0x05, 0x13);
@@ -152,7 +152,7 @@ void RandomTables::AddArrays() {
 
 void RandomTables::AddModules() {
   const bool hasStacks = Once(4);
-  for (unsigned n = Number(0, 10); n != 0; --n) {
+  for (unsigned n = Number(0, 7); n != 0; --n) {
     mModules.push_back(NewHandle());
     MemoryDevice device;
     device.handle = mModules.back();

@@ -40,7 +40,7 @@ class RandomTables {
   uint16_t NewHandle();
   uint16_t OneOf(const std::vector<uint16_t>& handles);
   // Printable ASCII; none once in eight times.
-  Text AnyText(unsigned shortest = 1, unsigned longest = 24);
+  Text AnyText(unsigned shortest = 1, unsigned longest = 16);
 
   void Add(Structure structure);
   // Other values in the bytes of the formatted part, which are no string numbers.
