@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Audits built EFI images: what the firmware loads must hold nothing that nobody initialises, resolves or protects.
 
-Of every image: its PE headers are sound, it is for the expected subsystem, its sections are the expected ones and none is
-both writable and executable. Of the ELF file that the linker left beside it (.debug): no symbol is undefined, and there is
-no constructor section, because no code of EDK II would run it.
+Of every image: its PE headers are sound, it is for the expected subsystem, it imports nothing, its sections are the expected
+ones and none is both writable and executable. Of the ELF file that the linker left beside it (.debug): no symbol is
+undefined. Neither has a constructor section, because no code of EDK II would run it.
 
 Exit status: 0 all images pass, 1 some do not, 2 wrong usage.
 
@@ -21,12 +21,14 @@ import sys
 
 MACHINES = {0x8664: "X64", 0xAA64: "AARCH64"}
 SUBSYSTEMS = {10: "application", 11: "driver"}
-EXPECTED_PE_SECTIONS = {".text", ".data", ".reloc"}
+EXPECTED_PE_SECTIONS = {".text", ".rdata", ".data", ".reloc"}
 # .eh_frame is emptied by the objcopy step of the tool chain, yet the section stays.
 EXPECTED_ELF_SECTIONS = {".text", ".data", ".eh_frame"}
-CONSTRUCTOR_SECTIONS = (".preinit_array", ".init_array", ".fini_array", ".ctors", ".dtors", ".init", ".fini")
+CONSTRUCTOR_SECTIONS = (".preinit_array", ".init_array", ".fini_array", ".ctors", ".dtors", ".init", ".fini", ".CRT")
 MEM_EXECUTE, MEM_READ, MEM_WRITE = 0x20000000, 0x40000000, 0x80000000
 PE32_PLUS = 0x20B
+# The entry of the data directory.
+IMPORTS = 1
 PAGE = 0x1000
 
 
@@ -56,6 +58,7 @@ class Image:
     subsystem: int
     entry: int
     alignment: int
+    imports: int
     sections: list
     size: int
 
@@ -91,9 +94,11 @@ def parse_image(data):
     (entry,) = unpack("<I", data, optional + 16)
     (alignment,) = unpack("<I", data, optional + 32)
     (subsystem,) = unpack("<H", data, optional + 68)
+    (directories,) = unpack("<I", data, optional + 108)
+    imports = unpack("<II", data, optional + 112 + 8 * IMPORTS)[1] if directories > IMPORTS else 0
     first = optional + optional_size
     sections = [parse_section(data, first + 40 * index) for index in range(count)]
-    return Image(machine, subsystem, entry, alignment, sections, len(data))
+    return Image(machine, subsystem, entry, alignment, imports, sections, len(data))
 
 
 def check_headers(image, expected_subsystem, page_aligned):
@@ -103,6 +108,8 @@ def check_headers(image, expected_subsystem, page_aligned):
     found = SUBSYSTEMS.get(image.subsystem, f"unknown ({image.subsystem})")
     if found != expected_subsystem:
         yield f"its subsystem is {found}, expected {expected_subsystem}"
+    if image.imports:
+        yield f"it imports symbols ({image.imports} bytes of names), and nobody provides any"
     if page_aligned and image.alignment != PAGE:
         yield f"its section alignment is {image.alignment:#x}, expected {PAGE:#x}"
 
@@ -112,7 +119,9 @@ def check_sections(image):
     if not image.sections:
         yield "it has no sections"
     for section in image.sections:
-        if section.name not in EXPECTED_PE_SECTIONS:
+        if section.name.startswith(CONSTRUCTOR_SECTIONS):
+            yield f"constructor section {section.name}, which nothing would run"
+        elif section.name not in EXPECTED_PE_SECTIONS:
             yield f"unexpected section {section.name}"
         if section.flags & MEM_WRITE and section.flags & MEM_EXECUTE:
             yield f"section {section.name} is both writable and executable"
@@ -157,7 +166,7 @@ def check_elf(path):
             yield f"unexpected section {name} in {path.name}"
 
 
-def audit(path, applications=(), page_aligned=False):
+def audit(path, applications=(), page_aligned=False, has_elf=True):
     """The findings on one image, as the dictionary that --json prints."""
     path = pathlib.Path(path)
     kind = "application" if path.stem in applications else "driver"
@@ -172,7 +181,8 @@ def audit(path, applications=(), page_aligned=False):
         }
         report["problems"] += check_headers(image, kind, page_aligned)
         report["problems"] += check_sections(image)
-        report["problems"] += check_elf(path.with_suffix(".debug"))
+        if has_elf:
+            report["problems"] += check_elf(path.with_suffix(".debug"))
     except (NotAnImage, OSError) as error:
         report["problems"].append(getattr(error, "strerror", None) or str(error))
     return report
@@ -214,6 +224,9 @@ def parse_arguments(arguments):
     parser.add_argument("images", nargs="+", metavar="IMAGE", help="an .efi file, its .debug file beside it")
     parser.add_argument("--page-aligned", action="store_true", help="the images were linked with 4 KiB sections")
     parser.add_argument(
+        "--no-elf", action="store_true", help="the linker made PE files at once, and stopped at undefined symbols itself"
+    )
+    parser.add_argument(
         "--application", action="append", metavar="NAME", help="the images with this name are no drivers (TvqAgent)"
     )
     parser.add_argument("--json", action="store_true", help="print the findings as JSON")
@@ -223,7 +236,7 @@ def parse_arguments(arguments):
 def main(arguments):
     options = parse_arguments(arguments)
     applications = options.application or ["TvqAgent"]
-    reports = [audit(image, applications, options.page_aligned) for image in options.images]
+    reports = [audit(image, applications, options.page_aligned, not options.no_elf) for image in options.images]
     print(json.dumps(reports, indent=2) if options.json else render(reports))
     return 1 if any(report["problems"] for report in reports) else 0
 

@@ -1,6 +1,7 @@
-"""Boots the agent on OVMF in QEMU, from a FAT image that holds nothing else, and brings back what it wrote.
+"""Boots the agent in QEMU, from a FAT image that holds nothing else, and brings back what it wrote.
 
-Used by `./dev run` and by the end-to-end tests; needs mtools, OVMF and QEMU, but no root rights.
+Used by `./dev run` and by the end-to-end tests; needs mtools, QEMU and the firmware of the guest, but no root
+rights.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -15,30 +16,15 @@ import tempfile
 import threading
 import time
 
+import guests
+
 FOLDER = "TVQ"
 AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
 # What the agent keeps from one boot to the next.
 STATE_FILES = ("state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
 MARKER = ".tvq-run"
-# What OVMF prints before it stops for good.
-CRASH = b"Exception Type - "
 DISK_BYTES = 64 << 20
-OVMF_FOLDER = pathlib.Path("/usr/share/OVMF")
-OVMF_CODE, OVMF_VARS = "OVMF_CODE_4M.fd", "OVMF_VARS_4M.fd"
-
-# QEMU makes one memory module of every 16 GiB. The memory is only promised to the guest, not taken from this machine.
-GUEST_MEMORY = "64G"
-GUEST_SOCKETS = 2
-QEMU_TABLE = [
-    "type=0,vendor=TVQ Reference,version=1.0,date=01/02/2024",
-    "type=1,manufacturer=TVQ Reference,product=TVQ Reference Machine,version=1.0,serial=TVQ0001,sku=TVQ-REF,"
-    "family=Reference",
-    "type=2,manufacturer=TVQ Reference,product=TVQ Reference Board,serial=TVQB001",
-    "type=3,manufacturer=TVQ Reference,serial=TVQC001,asset=TVQA001",
-    "type=4,sock_pfx=CPU,manufacturer=TVQ Reference,version=TVQ Reference Processor,serial=TVQP001,part=TVQ-CPU",
-    "type=17,loc_pfx=DIMM,bank=BANK 0,manufacturer=TVQ Reference,serial=TVQM001,asset=TVQMA01,part=TVQ-DIMM,speed=3200",
-]
 
 
 class BootFailure(Exception):
@@ -56,18 +42,19 @@ class Boot:
 
     images: pathlib.Path
     out: pathlib.Path
+    guest: guests.Guest = guests.X64
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
 
 
-def image_paths(build, target):
+def image_paths(build, target, guest=guests.X64):
     """The three images of one target in EDK II's output folder: a dictionary of name to path."""
     found = {}
     for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM)), ("TvqSmbiosPkg", (DRIVER,))):
         for name in names:
-            found[name] = pathlib.Path(build) / package / f"{target}_GCC5" / "X64" / name
+            found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.name / name
     return found
 
 
@@ -103,7 +90,7 @@ def make_disk(disk, boot):
     options = disk.with_name("options.txt")
     options.write_text(" ".join(boot.words) + "\r\n", encoding="ascii")
     files = {
-        boot.images[AGENT]: "EFI/BOOT/BOOTX64.EFI",
+        boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}",
         boot.images[PLATFORM]: f"{FOLDER}/{PLATFORM}",
         boot.images[DRIVER]: f"{FOLDER}/{DRIVER}",
         options: f"{FOLDER}/options.txt",
@@ -115,27 +102,14 @@ def make_disk(disk, boot):
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 
 
-def qemu_command(disk, variables):
-    command = ["qemu-system-x86_64", "-nodefaults", "-no-reboot", "-display", "none", "-vga", "none", "-net", "none"]
-    command += ["-machine", "q35,accel=tcg,memory-backend=ram", "-m", GUEST_MEMORY]
-    command += ["-object", f"memory-backend-ram,id=ram,size={GUEST_MEMORY},reserve=off"]
-    command += ["-smp", f"{GUEST_SOCKETS},sockets={GUEST_SOCKETS}"]
-    command += ["-drive", f"if=pflash,format=raw,unit=0,readonly=on,file={OVMF_FOLDER / OVMF_CODE}"]
-    command += ["-drive", f"if=pflash,format=raw,unit=1,file={variables}"]
-    command += ["-drive", f"format=raw,file={disk}", "-serial", "stdio"]
-    for structure in QEMU_TABLE:
-        command += ["-smbios", structure]
-    return command
-
-
-def collect(process, serial, crashed, live):
+def collect(process, serial, crashed, boot):
     """Gathers the serial output until QEMU ends, and notices a crash of the guest."""
     while chunk := process.stdout.read(4096):
         serial.extend(chunk)
-        if CRASH in serial:
+        if boot.guest.crash in serial:
             crashed.set()
-        if live:
-            live(chunk)
+        if boot.live:
+            boot.live(chunk)
 
 
 def wait_for(process, crashed, timeout):
@@ -161,7 +135,7 @@ def run_qemu(command, boot):
     except FileNotFoundError as error:
         raise BootFailure(f"{command[0]} is not installed", "./dev setup installs it") from error
     serial, crashed = bytearray(), threading.Event()
-    reader = threading.Thread(target=collect, args=(process, serial, crashed, boot.live))
+    reader = threading.Thread(target=collect, args=(process, serial, crashed, boot))
     reader.start()
     try:
         problem = wait_for(process, crashed, boot.timeout)
@@ -207,9 +181,9 @@ def check_inputs(boot):
     for image in boot.images.values():
         if not image.is_file():
             raise BootFailure(f"{image} is missing", "./dev build firmware builds it")
-    for part in (OVMF_CODE, OVMF_VARS):
-        if not (OVMF_FOLDER / part).is_file():
-            raise BootFailure(f"{OVMF_FOLDER / part} is missing", "./dev setup installs the package ovmf")
+    for part in (boot.guest.code, boot.guest.variables):
+        if not part.is_file():
+            raise BootFailure(f"{part} is missing", f"./dev setup installs the package {boot.guest.package}")
 
 
 def read_report(out):
@@ -225,10 +199,10 @@ def run(boot):
     check_inputs(boot)
     empty_folder(boot.out)
     with tempfile.TemporaryDirectory(prefix="tvq-boot-") as folder:
-        disk, variables = pathlib.Path(folder, "disk.img"), pathlib.Path(folder, OVMF_VARS)
+        disk, variables = pathlib.Path(folder, "disk.img"), pathlib.Path(folder, "variables.fd")
         make_disk(disk, boot)
-        shutil.copyfile(OVMF_FOLDER / OVMF_VARS, variables)
-        raw, problem = run_qemu(qemu_command(disk, variables), boot)
+        shutil.copyfile(boot.guest.variables, variables)
+        raw, problem = run_qemu(guests.qemu_command(boot.guest, disk, variables), boot)
         serial = plain_text(raw)
         (boot.out / "serial.txt").write_text(serial + "\n", encoding="utf-8")
         extract(disk, boot.out)

@@ -13,6 +13,7 @@ import tempfile
 
 import agent_report
 import boot_qemu
+import guests
 import machine
 import table_source
 
@@ -28,6 +29,9 @@ def parse_arguments(arguments):
         help=f"the table to publish: what dmidecode --dump-bin writes, a bare table, or the source of one ({table_source.SUFFIX})",
     )
     table.add_argument("--qemu-table", action="store_true", help="the table that QEMU publishes")
+    parser.add_argument(
+        "--arch", type=str.upper, choices=guests.BY_NAME, default=guests.X64.name, help="the machine to boot (X64)"
+    )
     parser.add_argument("--as-is", action="store_true", help="publish the table unchanged, even where devices clash")
     parser.add_argument("--accept", action="store_true", help="save the state of this boot in place of the saved one")
     parser.add_argument("--out", metavar="DIR", type=pathlib.Path, help="where the agent's files go (build/run/<table>)")
@@ -66,18 +70,24 @@ def words_for_agent(options):
     return tuple(word for word, wanted in words.items() if wanted)
 
 
+def default_folder(table, guest):
+    name = table.stem if table else "qemu"
+    return machine.ROOT / "build" / "run" / (name if guest is guests.X64 else f"{name}-{guest.name.lower()}")
+
+
 def run(options, table, folder):
     """Boots with the table and returns the report, or None."""
-    name = table.stem if table else "qemu"
+    guest = guests.BY_NAME[options.arch]
     boot = boot_qemu.Boot(
-        images=boot_qemu.image_paths(machine.IMAGES, machine.TARGET),
-        out=options.out or machine.ROOT / "build" / "run" / name,
+        images=boot_qemu.image_paths(machine.IMAGES, machine.TARGET, guest),
+        out=options.out or default_folder(table, guest),
+        guest=guest,
         table=prepare_table(table, folder, options.verbose),
         words=words_for_agent(options),
         live=machine.show_serial if options.verbose else None,
     )
-    machine.dev_build("firmware", "--target", machine.TARGET, verbose=options.verbose)
-    report = machine.boot(boot, f"Booting OVMF in QEMU with {machine.shown(table) if table else 'the table of QEMU'}")
+    machine.dev_build("firmware", "--arch", guest.name, "--target", machine.TARGET, verbose=options.verbose)
+    report = machine.boot(boot, f"Booting {guest.name} firmware in QEMU with {machine.shown(table) if table else 'the table of QEMU'}")
     if report is not None:
         print(report.rstrip(), flush=True)
         machine.note(f"Saved in {machine.shown(boot.out)}")

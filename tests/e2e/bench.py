@@ -9,6 +9,7 @@ import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent.parent / "tools"))
 import boot_qemu  # noqa: E402
+import guests  # noqa: E402
 import table_source  # noqa: E402
 
 # A boot takes seconds, on a busy machine a multiple.
@@ -18,6 +19,7 @@ TIMEOUT = 150
 def argument_parser(description):
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--images", type=pathlib.Path, required=True, help="EDK II's output folder")
+    parser.add_argument("--arch", choices=guests.BY_NAME, default=guests.X64.name, help="the machine that boots")
     parser.add_argument("--target", choices=("DEBUG", "RELEASE"), default="DEBUG")
     parser.add_argument("--build-table", type=pathlib.Path, required=True, help="the program that builds a table of its source")
     parser.add_argument("--out", type=pathlib.Path, required=True, help="where the files of the test go")
@@ -47,9 +49,11 @@ class Machine:
 
     def boot(self, table, *words):
         """The agent's report; without one the test ends."""
+        guest = guests.BY_NAME[self.options.arch]
         boot = boot_qemu.Boot(
-            images=boot_qemu.image_paths(self.options.images, self.options.target),
+            images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
             out=self.out,
+            guest=guest,
             table=table,
             words=(*words, "poweroff"),
             timeout=TIMEOUT,

@@ -8,20 +8,32 @@ import struct
 READ, WRITE, EXECUTE = 0x40000000, 0x80000000, 0x20000000
 TEXT, DATA = READ | EXECUTE, READ | WRITE
 DRIVER, APPLICATION = 11, 10
+# With the first two entries of the data directory: exports and imports.
+OPTIONAL_SIZE = 112 + 2 * 8
 
 
-def build(sections=((".text", TEXT), (".data", DATA)), subsystem=DRIVER, alignment=0x40, machine=0x8664, magic=0x20B, entry=None):
+def build(
+    sections=((".text", TEXT), (".data", DATA)),
+    subsystem=DRIVER,
+    alignment=0x40,
+    machine=0x8664,
+    magic=0x20B,
+    entry=None,
+    imports=0,
+):
     """An image whose sections hold one aligned block each, in order behind the headers."""
-    headers = 0x40 + 24 + 112 + 40 * len(sections)
+    headers = 0x40 + 24 + OPTIONAL_SIZE + 40 * len(sections)
     block = max(alignment, 0x40)
     first = -(-headers // block) * block
     image = bytearray(b"MZ".ljust(0x3C, b"\0") + struct.pack("<I", 0x40))
-    image += struct.pack("<4sHHIIIHH", b"PE\0\0", machine, len(sections), 0, 0, 0, 112, 0)
-    optional = bytearray(112)
+    image += struct.pack("<4sHHIIIHH", b"PE\0\0", machine, len(sections), 0, 0, 0, OPTIONAL_SIZE, 0)
+    optional = bytearray(OPTIONAL_SIZE)
     struct.pack_into("<H", optional, 0, magic)
     struct.pack_into("<I", optional, 16, first if entry is None else entry)
     struct.pack_into("<II", optional, 32, alignment, alignment)
     struct.pack_into("<H", optional, 68, subsystem)
+    struct.pack_into("<I", optional, 108, 2)
+    struct.pack_into("<II", optional, 120, first, imports)
     image += optional
     for index, (name, flags) in enumerate(sections):
         at = first + index * block

@@ -78,6 +78,11 @@ class BrokenHeaders(AuditTest):
         self.assertEqual(self.problems(image), ["its entry point 0x2010 is in no executable section"])
 
 
+    def test_an_image_that_imports_fails(self):
+        image = pe_builder.build(imports=40)
+        self.assertEqual(self.problems(image), ["it imports symbols (40 bytes of names), and nobody provides any"])
+
+
 class BrokenSections(AuditTest):
     def test_a_section_both_writable_and_executable_fails(self):
         image = pe_builder.build([(".text", pe_builder.TEXT), (".data", pe_builder.DATA | pe_builder.EXECUTE)])
@@ -87,12 +92,16 @@ class BrokenSections(AuditTest):
         image = pe_builder.build([(".text", pe_builder.TEXT), (".tls", pe_builder.DATA)])
         self.assertEqual(self.problems(image), ["unexpected section .tls"])
 
+    def test_a_constructor_section_fails(self):
+        image = pe_builder.build([(".text", pe_builder.TEXT), (".ctors", pe_builder.DATA)])
+        self.assertEqual(self.problems(image), ["constructor section .ctors, which nothing would run"])
+
     def test_an_image_without_sections_fails(self):
         self.assertIn("it has no sections", self.problems(pe_builder.build([])))
 
     def test_overlapping_sections_fail(self):
         image = bytearray(pe_builder.build())
-        first_header = 0x40 + 24 + 112
+        first_header = 0x40 + 24 + pe_builder.OPTIONAL_SIZE
         image[first_header + 8 : first_header + 12] = (0x80).to_bytes(4, "little")
         self.assertEqual(self.problems(bytes(image)), ["sections .text and .data overlap"])
 
@@ -146,6 +155,27 @@ class ElfFiles(AuditTest):
     def test_a_broken_elf_file_is_a_message(self):
         (problem,) = self.problems(pe_builder.build(), elf=b"\x7fELF nothing more")
         self.assertTrue(problem.startswith("nm: "), problem)
+
+
+class ImagesWithoutElfFile(AuditTest):
+    """Images that a linker makes as PE files at once."""
+
+    def linked_problems(self, source):
+        path = self.folder / "linked.efi"
+        target = ["clang", "--target=x86_64-unknown-windows-gnu", "-fno-exceptions", "-fno-use-cxa-atexit"]
+        compile_object = [*target, "-x", "c++", "-c", "-Os", "-o", str(path.with_suffix(".obj")), "-"]
+        subprocess.run(compile_object, input=source, text=True, check=True)
+        options = ["/NOLOGO", "/NODEFAULTLIB", "/DLL", "/ENTRY:Entry", "/SUBSYSTEM:EFI_BOOT_SERVICE_DRIVER"]
+        subprocess.run(["lld-link", *options, f"/OUT:{path}", str(path.with_suffix(".obj"))], check=True)
+        return audit_efi.audit(path, has_elf=False)["problems"]
+
+    def test_a_driver_passes(self):
+        self.assertEqual(self.linked_problems('extern "C" { const int gTable[] = {1, 2}; int Entry() { return gTable[1]; } }'), [])
+
+    def test_a_constructor_fails(self):
+        source = "volatile int gSeed; struct Counter { Counter() : Value(gSeed) {} int Value; } gCounter;"
+        problems = self.linked_problems(source + 'extern "C" int Entry() { return gCounter.Value; }')
+        self.assertTrue(any(problem.startswith("constructor section") for problem in problems), problems)
 
 
 class CommandLine(AuditTest):

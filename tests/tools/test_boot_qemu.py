@@ -3,6 +3,7 @@
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import dataclasses
 import pathlib
 import subprocess
 import sys
@@ -11,6 +12,7 @@ import unittest
 
 import scripts  # noqa: F401
 import boot_qemu
+import guests
 
 
 class FolderTest(unittest.TestCase):
@@ -47,6 +49,9 @@ class Disk(FolderTest):
                 "TVQ/options.txt": b"poweroff\r\n",
             },
         )
+
+    def test_each_architecture_has_a_boot_program_of_its_own_name(self):
+        self.assertIn("EFI/BOOT/BOOTAA64.EFI", self.contents(self.boot(guest=guests.AARCH64)))
 
     def test_a_table_and_the_words_for_the_agent_are_there(self):
         table = self.folder / "some table"
@@ -155,6 +160,27 @@ class Machine(FolderTest):
         with self.assertRaisesRegex(boot_qemu.BootFailure, "TVQSMBIOS.efi is missing"):
             boot_qemu.run(boot)
         self.assertFalse(boot.out.exists())
+
+
+    def test_missing_firmware_names_the_package_that_has_it(self):
+        guest = dataclasses.replace(guests.AARCH64, code=self.folder / "none.fd")
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "none.fd is missing") as caught:
+            boot_qemu.run(self.boot(guest=guest))
+        self.assertIn("qemu-efi-aarch64", caught.exception.hint)
+
+    def test_a_crash_is_known_by_the_words_of_each_firmware(self):
+        program = "import time; print('Synchronous Exception at 0x0000000047F3A410', flush=True); time.sleep(60)"
+        boot = self.boot(guest=guests.AARCH64, timeout=50.0)
+        _, problem = boot_qemu.run_qemu([sys.executable, "-c", program], boot)
+        self.assertEqual(problem, "the firmware stopped with a processor exception")
+
+
+class Images(unittest.TestCase):
+    def test_each_architecture_has_those_of_its_tool_chain(self):
+        for guest, folder in ((guests.X64, "RELEASE_GCC5/X64"), (guests.AARCH64, "RELEASE_GCC49/AARCH64")):
+            paths = boot_qemu.image_paths("/built", "RELEASE", guest)
+            self.assertEqual(str(paths[boot_qemu.DRIVER]), f"/built/TvqSmbiosPkg/{folder}/TVQSMBIOS.efi")
+            self.assertEqual(str(paths[boot_qemu.AGENT]), f"/built/TvqPlatformPkg/{folder}/TvqAgent.efi")
 
 
 class Report(FolderTest):

@@ -55,6 +55,19 @@ class FrontDoor(unittest.TestCase):
                 self.assertEqual((result.returncode, result.stdout), (2, ""))
                 self.assertIn("--frobnicate", result.stderr)
 
+    def test_a_tool_chain_that_is_not_known_is_a_message(self):
+        for option, wanted in (("--arch", "X64 AARCH64"), ("--toolchain", "GCC5 CLANG38 CLANGPDB GCC49"), ("--target", "DEBUG RELEASE")):
+            for value in (("RISCV",), ("GCC5 CLANG38",), ("",), ()):
+                with self.subTest(option=option, value=value):
+                    result = run(ROOT / "dev", "build", "firmware", option, *value)
+                    self.assertEqual((result.returncode, result.stdout), (2, ""))
+                    self.assertIn(f"{option} takes one of {wanted}", result.stderr)
+
+    def test_a_machine_that_is_not_known_is_a_message(self):
+        result = run(ROOT / "dev", "run", "--arch", "riscv")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertIn("choose from 'X64', 'AARCH64'", result.stderr)
+
     def test_a_table_that_cannot_be_read_is_a_message(self):
         result = run(ROOT / "dev", "run", "--table", "/no/such/table.bin")
         self.assertEqual((result.returncode, result.stdout), (2, ""))
@@ -117,6 +130,16 @@ class ShellFunctions(unittest.TestCase):
         source.unlink()
         self.set_age(stamp, 1_900_000_000 - 1_000_000_000)
         self.assertEqual(self.answer(f"SourcesChanged {stamp}", EDK2_DIR="/nowhere", EXPAT_DIR="/nowhere"), "yes")
+
+    def test_the_first_tool_chain_of_an_architecture_makes_the_images_that_boot(self):
+        self.assertEqual(self.bash("BootingToolchains").stdout.split(), ["GCC5", "GCC49"])
+
+    def test_every_tool_chain_belongs_to_one_architecture(self):
+        script = 'for t in $(AllToolchains); do echo "$t $(ArchitectureOf $t)"; done'
+        self.assertEqual(
+            self.bash(script).stdout.splitlines(), ["GCC5 X64", "CLANG38 X64", "CLANGPDB X64", "GCC49 AARCH64"]
+        )
+        self.assertEqual(self.bash("ArchitectureOf GCC").stdout, "")
 
     def test_a_step_keeps_its_output_and_says_how_long_it_took(self):
         result = self.bash("Step 'Doing it' it echo the output")

@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 #? Build the firmware images (DEBUG and RELEASE, audited), the host tools, or both
 #?
-#? usage: ./dev build [firmware|host|tables|all] [-v] [--target DEBUG|RELEASE]
+#? usage: ./dev build [firmware|host|tables|all] [-v] [--arch ARCH | --toolchain NAME | --all] [--target DEBUG|RELEASE]
 #?
-#?   firmware          the images in build/firmware/Build; every one is audited
-#?   host              the command `tvq` in build/host
-#?   tables            only the sample tables and the program that builds tables of their source, in build/host
-#?   all               firmware and host (the default)
-#?   -v                shows the output of the tools while they work
-#?   --target TARGET   firmware of this target alone, without the audit and the page-aligned driver
+#?   firmware           the images in build/firmware/Build; every one is audited
+#?   host               the command `tvq` in build/host
+#?   tables             only the sample tables and the program that builds tables of their source, in build/host
+#?   all                firmware and host (the default)
+#?   -v                 shows the output of the tools while they work
+#?   --arch ARCH        firmware for this architecture: X64 (the default) or AARCH64
+#?   --toolchain NAME   firmware of this tool chain: GCC5 (the default), CLANG38 or CLANGPDB for X64, GCC49 for AARCH64
+#?   --all              firmware of every tool chain
+#?   --target TARGET    firmware of this target alone, without the audit and the page-aligned driver
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 source "$ROOT/tools/lib/common.sh"
@@ -18,13 +21,26 @@ source "$LIB/host.sh"
 
 what=all
 target=
+toolchains=(GCC5)
+mapfile -t known < <(AllToolchains)
 while (($#)); do
   case "$1" in
     firmware | host | tables | all) what="$1" ;;
     -v) VERBOSE=1 ;;
+    --arch)
+      RequireOneOf --arch "${2:-}" "${ARCHITECTURES[@]}"
+      toolchains=("$(FirstToolchain "$2")")
+      shift
+      ;;
+    --toolchain)
+      RequireOneOf --toolchain "${2:-}" "${known[@]}"
+      toolchains=("$2")
+      shift
+      ;;
+    --all) toolchains=("${known[@]}") ;;
     --target)
-      target="${2:-}"
-      [[ "$target" == DEBUG || "$target" == RELEASE ]] || UsageError "build: --target takes DEBUG or RELEASE"
+      RequireOneOf --target "${2:-}" "${TARGETS[@]}"
+      target="$2"
       shift
       ;;
     *) UsageError "build: unknown argument '$1'; ./dev help build tells more" ;;
@@ -33,10 +49,13 @@ while (($#)); do
 done
 
 BuildFirmware() {
+  local toolchain
   if [[ -n "$target" ]]; then
-    FirmwareTarget "$target"
+    for toolchain in "${toolchains[@]}"; do
+      FirmwareTarget "$toolchain" "$target"
+    done
   else
-    Firmware
+    Firmware "${toolchains[@]}"
     cat "$LOGS/audit.log"
   fi
 }

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-#? Boot the driver on OVMF in QEMU and show what the agent found
+#? Boot the driver on UEFI firmware in QEMU and show what the agent found
 #?
-#? usage: ./dev run [--table FILE | --qemu-table] [--as-is] [--accept] [--out DIR] [-v]
+#? usage: ./dev run [--arch ARCH] [--table FILE | --qemu-table] [--as-is] [--accept] [--out DIR] [-v]
 #?
+#?   --arch ARCH     the machine to boot: x64 (the default) or aarch64
 #?   --table FILE    the table to publish: what dmidecode --dump-bin writes, a bare table, or the source of one, as
 #?                   those in samples/ (default: samples/two-socket.smbios)
 #?   --qemu-table    the table that QEMU itself publishes: two sockets, four modules
 #?   --as-is         publish the table unchanged, even where devices clash
 #?   --accept        save the state of this boot in place of the saved one
-#?   --out DIR       where the agent's files go (default: build/run/<name of the table>)
+#?   --out DIR       where the agent's files go (default: build/run/<name of the table>, on aarch64 with its name)
 #?   -v              show the output of the tools and of the serial line while they work
 #?
 #? The first boot with a folder saves the state of all devices there, every later one is compared with it.

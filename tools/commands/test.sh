@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-#? Build everything and run every test: units, tools, and the driver on OVMF in QEMU
+#? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
 #? usage: ./dev test [-R REGEX] [-v]
 #?
@@ -29,6 +29,7 @@ while (($#)); do
 done
 
 EnsureSetup
-Firmware
+mapfile -t toolchains < <(BootingToolchains)
+Firmware "${toolchains[@]}"
 HostTests
 exec ctest --test-dir "$BUILD/test" --output-on-failure --no-label-summary --no-tests=error -j "$JOBS" "${selection[@]}"

@@ -4,12 +4,55 @@
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
 FIRMWARE="$BUILD/firmware"
-TOOLCHAIN=GCC5
+# The tool chains of each architecture. The images of the first one are those that boot.
+declare -A TOOLCHAINS=([X64]="GCC5 CLANG38 CLANGPDB" [AARCH64]="GCC49")
+ARCHITECTURES=(X64 AARCH64)
+TARGETS=(DEBUG RELEASE)
+
+# FirstToolchain ARCH
+FirstToolchain() { echo "${TOOLCHAINS[$1]%% *}"; }
+
+# The tool chains whose images boot, one on each line.
+BootingToolchains() {
+  local arch
+  for arch in "${ARCHITECTURES[@]}"; do
+    FirstToolchain "$arch"
+  done
+}
+
+AllToolchains() {
+  local arch
+  for arch in "${ARCHITECTURES[@]}"; do
+    tr ' ' '\n' <<<"${TOOLCHAINS[$arch]}"
+  done
+}
+
+# ArchitectureOf TOOLCHAIN: nothing when there is no such tool chain.
+ArchitectureOf() {
+  local arch known
+  for arch in "${ARCHITECTURES[@]}"; do
+    for known in ${TOOLCHAINS[$arch]}; do
+      [[ "$known" != "$1" ]] || echo "$arch"
+    done
+  done
+}
+
+# RequireOneOf OPTION VALUE CHOICE...: ends with a message when the value of the command's option is none of the choices.
+RequireOneOf() {
+  local option="$1" value="$2" choice
+  shift 2
+  for choice; do
+    [[ "$choice" != "$value" ]] || return 0
+  done
+  UsageError "$(basename "$0" .sh): $option takes one of $*"
+}
 
 # InEdk2 COMMAND...: with the environment of edksetup.sh. Conf lies in the workspace, so that the EDK II tree stays clean.
 InEdk2() (
   export WORKSPACE="$FIRMWARE" CONF_PATH="$FIRMWARE/Conf" EDK_TOOLS_PATH="$EDK2_DIR/BaseTools"
   export PACKAGES_PATH="$EDK2_DIR:$ROOT" PYTHON_COMMAND=python3
+  # Where the definitions of the tool chains look for compilers other than the machine's own.
+  export GCC49_AARCH64_PREFIX=aarch64-linux-gnu- CLANG38_BIN=/usr/bin/ CLANG_BIN=/usr/bin/
   # MAKEFLAGS of a calling make would reach the makefiles that `build` writes.
   unset MAKEFLAGS MAKELEVEL
   command=("$@")
@@ -22,10 +65,12 @@ InEdk2() (
   "${command[@]}"
 )
 
+# Edk2Build PACKAGE TOOLCHAIN TARGET [OPTION...]
 Edk2Build() {
-  local package="$1" target="$2"
-  shift 2
-  InEdk2 build -a X64 -t "$TOOLCHAIN" -b "$target" -n "$JOBS" -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "$@"
+  local package="$1" toolchain="$2" target="$3"
+  shift 3
+  InEdk2 build -a "$(ArchitectureOf "$toolchain")" -t "$toolchain" -b "$target" -n "$JOBS" \
+    -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "$@"
 }
 
 # Whether anything that goes into the images is newer than STAMP. Folders count too, because a removed file shows only there.
@@ -36,23 +81,23 @@ SourcesChanged() {
       -newer "$stamp" -print -quit 2>/dev/null)" ]]
 }
 
-# BuildImages PACKAGE TARGET [VARIANT DEFINES...]: nothing when no source is newer than the last build.
+# BuildImages PACKAGE TOOLCHAIN TARGET [VARIANT DEFINES...]: nothing when no source is newer than the last build.
 BuildImages() {
-  local package="$1" target="$2" variant="${3:-}"
-  local name="$package$variant" started
-  local stamp="$FIRMWARE/stamps/$name-$target"
-  shift 2
+  local package="$1" toolchain="$2" target="$3" variant="${4:-}"
+  local name="$package$variant" built="${3}_$2" started
+  local stamp="$FIRMWARE/stamps/$name-$built"
+  shift 3
   (($# == 0)) || shift
   SourcesChanged "$stamp" || return 0
   mkdir -p "$FIRMWARE/Conf" "$FIRMWARE/stamps"
   # A list of modules that changed leaves images behind which nobody builds any more.
   if [[ "$ROOT/$package/$package.dsc" -nt "$stamp" ]]; then
-    rm -rf "$FIRMWARE/Build/$name/${target}_$TOOLCHAIN"
+    rm -rf "${FIRMWARE:?}/Build/$name/$built"
   fi
   rm -f "$stamp"
   started="$FIRMWARE/stamps/.started"
   touch "$started"
-  Step "Building $name $target" "firmware-$name-$target" Edk2Build "$package" "$target" "$@"
+  Step "Building $name $target with $toolchain" "firmware-$name-$built" Edk2Build "$package" "$toolchain" "$target" "$@"
   mv "$started" "$stamp"
 }
 
@@ -66,38 +111,49 @@ ForgetOtherTree() {
   fi
 }
 
-# BuildTarget DEBUG|RELEASE: the images of every package.
-BuildTarget() {
+# BuildPackages TOOLCHAIN TARGET: the images of every package.
+BuildPackages() {
   local package
-  ForgetOtherTree
   for package in "${PACKAGES[@]}"; do
-    BuildImages "$package" "$1"
+    BuildImages "$package" "$1" "$2"
   done
 }
 
-# The driver linked once more lies in a folder of its own, and its sections must be page-aligned.
+# AuditImages TOOLCHAIN...: the driver linked once more lies in a folder of its own, and its sections must be page-aligned.
 AuditImages() {
-  local output="$FIRMWARE/Build" status=0
-  python3 "$TOOLS/audit_efi.py" "$output"/Tvq*Pkg/*_"$TOOLCHAIN"/X64/*.efi || status=1
-  python3 "$TOOLS/audit_efi.py" --page-aligned "$output"/Tvq*PageAligned/*_"$TOOLCHAIN"/X64/*.efi || status=1
+  local toolchain status=0 images aligned options
+  for toolchain; do
+    options=()
+    # Its linker makes PE files without a detour.
+    [[ "$toolchain" != CLANGPDB ]] || options=(--no-elf)
+    images=("$FIRMWARE"/Build/Tvq*Pkg/*_"$toolchain"/*/*.efi)
+    aligned=("$FIRMWARE"/Build/Tvq*PageAligned/*_"$toolchain"/*/*.efi)
+    python3 "$TOOLS/audit_efi.py" "${options[@]}" "${images[@]}" || status=1
+    [[ ! -f "${aligned[0]}" ]] || python3 "$TOOLS/audit_efi.py" --page-aligned "${aligned[@]}" || status=1
+  done
   return "$status"
 }
 
-# FirmwareTarget DEBUG|RELEASE: one target, without the audit.
+# FirmwareTarget TOOLCHAIN DEBUG|RELEASE: one target, without the audit.
 FirmwareTarget() {
   Lock "$BUILD/firmware.lock"
-  BuildTarget "$1"
+  ForgetOtherTree
+  BuildPackages "$1" "$2"
   Unlock
 }
 
-# Both targets, the driver once more with page-aligned sections, and the audit of all of them.
+# Firmware TOOLCHAIN...: both targets and the audit of all images. With the tool chain of most users the driver is
+# linked once more with page-aligned sections; on AARCH64 they are so anyway.
 Firmware() {
-  local target
+  local toolchain target
   Lock "$BUILD/firmware.lock"
-  for target in DEBUG RELEASE; do
-    BuildTarget "$target"
-    BuildImages TvqSmbiosPkg "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+  ForgetOtherTree
+  for toolchain; do
+    for target in "${TARGETS[@]}"; do
+      BuildPackages "$toolchain" "$target"
+      [[ "$toolchain" != GCC5 ]] || BuildImages TvqSmbiosPkg GCC5 "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+    done
   done
-  Step "Auditing the images" audit AuditImages
+  Step "Auditing the images" audit AuditImages "$@"
   Unlock
 }

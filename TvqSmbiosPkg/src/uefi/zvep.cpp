@@ -58,53 +58,52 @@ void PrintRecordFqdd(const CHAR16* own, CHAR16* fqdd, UINTN bytes, const char16_
   }
 }
 
-constexpr Kind kCpu = {
-    [](const TVQ_DEVICE& device, const UINT8* data) { return data[1] == device.cpu.Socket; },
-    [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-      UnicodeSPrint(name, bytes, Ucs2(u"CPU %d"), device.cpu.Socket);
-    },
-    [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-      PrintRecordFqdd(device.cpu.FQDD, fqdd, bytes, u"CPU.Socket.%x", device.cpu.Socket);
-    },
-    14,
-    16,
-    32,
-    63};
+bool IsCpu(const TVQ_DEVICE& device, const UINT8* data) {
+  return data[1] == device.cpu.Socket;
+}
 
-constexpr Kind kDimm = {[](const TVQ_DEVICE& device, const UINT8* data) {
-                          const Locator locator(device);
-                          for (UINTN i = 0; i < kLocatorLength; i++) {
-                            if (Read16(data + 1 + i * sizeof(CHAR16)) != locator.Text[i]) {
-                              return false;
-                            }
-                          }
-                          return true;
-                        },
-                        [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-                          UnicodeSPrint(name, bytes, Ucs2(u"DIMM %s"), Locator(device).Text);
-                        },
-                        [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-                          Locator locator(device);
-                          PrintRecordFqdd(device.dimm.FQDD, fqdd, bytes, u"DIMM.Socket.%s",
-                                          &locator.Text[0]);
-                        },
-                        20,
-                        16,
-                        32,
-                        156};
+void PrintCpuName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+  UnicodeSPrint(name, bytes, Ucs2(u"CPU %d"), device.cpu.Socket);
+}
 
-constexpr Kind kSystem = {
-    [](const TVQ_DEVICE& device, const UINT8* data) { return data[1] == device.system.Socket; },
-    [](const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-      UnicodeSPrint(name, bytes, Ucs2(u"SYSTEM %d"), device.system.Socket);
-    },
-    [](const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-      UnicodeSPrint(fqdd, bytes, Ucs2(u"System.Embedded.%x"), device.system.Socket);
-    },
-    14,
-    32,
-    63,
-    272};
+void PrintCpuFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+  PrintRecordFqdd(device.cpu.FQDD, fqdd, bytes, u"CPU.Socket.%x", device.cpu.Socket);
+}
+
+bool IsDimm(const TVQ_DEVICE& device, const UINT8* data) {
+  const Locator locator(device);
+  for (UINTN i = 0; i < kLocatorLength; i++) {
+    if (Read16(data + 1 + i * sizeof(CHAR16)) != locator.Text[i]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void PrintDimmName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+  UnicodeSPrint(name, bytes, Ucs2(u"DIMM %s"), Locator(device).Text);
+}
+
+void PrintDimmFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+  Locator locator(device);
+  PrintRecordFqdd(device.dimm.FQDD, fqdd, bytes, u"DIMM.Socket.%s", &locator.Text[0]);
+}
+
+bool IsSystem(const TVQ_DEVICE& device, const UINT8* data) {
+  return data[1] == device.system.Socket;
+}
+
+void PrintSystemName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
+  UnicodeSPrint(name, bytes, Ucs2(u"SYSTEM %d"), device.system.Socket);
+}
+
+void PrintSystemFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
+  UnicodeSPrint(fqdd, bytes, Ucs2(u"System.Embedded.%x"), device.system.Socket);
+}
+
+constexpr Kind kCpu = {IsCpu, PrintCpuName, PrintCpuFqdd, 14, 16, 32, 63};
+constexpr Kind kDimm = {IsDimm, PrintDimmName, PrintDimmFqdd, 20, 16, 32, 156};
+constexpr Kind kSystem = {IsSystem, PrintSystemName, PrintSystemFqdd, 14, 32, 63, 272};
 
 /// Tells whether the node is the one of the entry's device. A node too short for the data that is
 /// compared is not.
