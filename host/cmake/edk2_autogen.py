@@ -218,10 +218,12 @@ class ImagePlan:
         table = [f'  {{"{pcd.name}", &{pcd.variable}, sizeof ({pcd.variable})}},' for pcd in self.pcds if pcd.runtime]
         lines = ["static const TVQ_HOST_PCD mPcds[] = {"] + table + ["  {NULL, NULL, 0}", "};"]
         lines += [f"extern CHAR8 __start_tvq_{self.name}_data[];", f"extern CHAR8 __stop_tvq_{self.name}_data[];"]
+        lines += [f"extern CHAR8 TvqHostCodeStart_{self.name}[];", f"extern CHAR8 TvqHostCodeEnd_{self.name}[];"]
         lines += [f"const TVQ_HOST_IMAGE gTvqHostImage_{self.name} = {{"]
         lines += [f'  "{self.name}", {"TRUE" if is_application else "FALSE"}, {self._image_guid()},']
         lines += ["  NULL," if is_core else "  _ModuleEntryPoint,", "  ProcessLibraryConstructorList,"]
         lines += ["  &_gTvqAssertionsEnabled,"]
+        lines += [f"  TvqHostCodeStart_{self.name}, TvqHostCodeEnd_{self.name},"]
         lines += [f"  __start_tvq_{self.name}_data, __stop_tvq_{self.name}_data, mPcds", "};"]
         return lines
 

@@ -29,6 +29,8 @@ typedef struct TvqHostImage {
   VOID(EFIAPI* Construct)(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE* SystemTable);
   // What DebugAssertEnabled() of the image returns.
   BOOLEAN* AssertionsEnabled;
+  CHAR8* CodeStart;
+  CHAR8* CodeEnd;
   CHAR8* DataStart;
   CHAR8* DataEnd;
   const TVQ_HOST_PCD* Pcds;

@@ -130,8 +130,10 @@ bool ImageLoader::Describe(LoadedImage& loaded) {
   loaded.info->ParentHandle = gTvqHostCore.ImageHandle();
   loaded.info->SystemTable = mMachine.calls.TableOf(*loaded.image);
   loaded.info->FilePath = loaded.path;
-  loaded.info->ImageBase = record.DataStart;
-  loaded.info->ImageSize = static_cast<UINT64>(record.DataEnd - record.DataStart);
+  // Code and data lie apart in this program; whoever looks at the bounds wants to know whose code
+  // an address is.
+  loaded.info->ImageBase = record.CodeStart;
+  loaded.info->ImageSize = static_cast<UINT64>(record.CodeEnd - record.CodeStart);
   loaded.info->ImageCodeType = EfiBootServicesCode;
   loaded.info->ImageDataType = EfiBootServicesData;
   return true;

@@ -6,6 +6,7 @@ tvq_unit_test(
   agent_tests
   SOURCES
   unit/agent_capture_test.cpp
+  unit/agent_end_test.cpp
   unit/agent_publication_test.cpp
   unit/agent_run_test.cpp
   unit/agent_words_test.cpp

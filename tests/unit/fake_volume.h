@@ -30,6 +30,7 @@ class FakeVolume {
 
   EFI_HANDLE Device() const { return mDevice; }
   void Put(const std::string& path, const std::string& content) { mFiles[path] = content; }
+  void Remove(const std::string& path) { mFiles.erase(path); }
   bool Has(const std::string& path) const { return mFiles.count(path) != 0; }
   std::string Get(const std::string& path) const {
     return Has(path) ? mFiles.at(path) : "(missing)";

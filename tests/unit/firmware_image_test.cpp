@@ -48,6 +48,22 @@ TEST(FirmwareImage, CanConstructAnImageWithoutItsEntryPoint) {
   EXPECT_EQ(firmware.StartImage(handle), EFI_INVALID_PARAMETER);
 }
 
+TEST(FirmwareImage, TellsWhereTheCodeOfEachImageIs) {
+  Firmware firmware;
+  const auto* probe = LoadedImageOf(firmware, firmware.LoadImage(images::probe));
+  const auto* neighbour = LoadedImageOf(firmware, firmware.LoadImage(images::neighbour));
+  const auto isIn = [](const EFI_LOADED_IMAGE_PROTOCOL* image, auto* function) {
+    const auto offset =
+        reinterpret_cast<uintptr_t>(function) - reinterpret_cast<uintptr_t>(image->ImageBase);
+    return offset < image->ImageSize;
+  };
+  EXPECT_TRUE(isIn(probe, &ProbeEntry));
+  EXPECT_TRUE(isIn(probe, &ProbeFeature));
+  EXPECT_FALSE(isIn(probe, &NeighbourBootServices));
+  EXPECT_TRUE(isIn(neighbour, &NeighbourBootServices));
+  EXPECT_FALSE(isIn(neighbour, &SetFailureHandler));
+}
+
 TEST(FirmwareImage, GivesEachImageServicesOfItsOwn) {
   Firmware firmware;
   firmware.ConstructImage(firmware.LoadImage(images::probe));

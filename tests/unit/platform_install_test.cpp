@@ -130,7 +130,7 @@ TEST_F(PlatformInstall, CanBeLoadedAgain) {
 
 TEST_F(PlatformInstall, StaysWhileTheDriverIsLoaded) {
   ASSERT_EQ(Start(), EFI_SUCCESS);
-  EFI_HANDLE driver = nullptr;
+  EFI_HANDLE driver = Machine().LoadImage(host::images::agent);
   TVQ_START_REQUEST request = {};
   ASSERT_EQ(Machine().BootServices()->InstallProtocolInterface(
                 &driver, &gTvqStartRequestProtocolGuid, EFI_NATIVE_INTERFACE, &request),
@@ -138,6 +138,9 @@ TEST_F(PlatformInstall, StaysWhileTheDriverIsLoaded) {
   EXPECT_EQ(Unload(), EFI_ACCESS_DENIED);
   EXPECT_TRUE(HasTable());
   EXPECT_EQ(ProtocolCount(), std::size(kProtocols));
+  // What an unloaded driver leaves on its handle keeps nobody from going.
+  ASSERT_EQ(Machine().UnloadImage(driver), EFI_SUCCESS);
+  EXPECT_EQ(Unload(), EFI_SUCCESS);
 }
 
 }  // namespace

@@ -47,8 +47,8 @@ typedef struct {
 
   @retval EFI_SUCCESS             Value is set.
   @retval EFI_INVALID_PARAMETER   An argument is NULL.
-  @retval EFI_NOT_FOUND           The namespace was never registered, or has no getter and no such
-                                  value.
+  @retval EFI_NOT_FOUND           The namespace was never registered, has no getter and no such
+                                  value, or went with the driver that registered it.
   @retval Others                  What the getter returned.
 **/
 typedef
@@ -70,7 +70,8 @@ EFI_STATUS
 
   @retval EFI_SUCCESS             The setter took the value.
   @retval EFI_INVALID_PARAMETER   A pointer is NULL.
-  @retval EFI_NOT_FOUND           The namespace was never registered.
+  @retval EFI_NOT_FOUND           The namespace was never registered, or went with the driver that
+                                  registered it.
   @retval EFI_UNSUPPORTED         The namespace has no setter.
   @retval Others                  What the setter returned.
 **/

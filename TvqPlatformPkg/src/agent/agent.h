@@ -35,6 +35,10 @@ class Agent {
   void ReadOptions();
   bool ReadCommandLine();
 
+  void Begin();
+  void End();
+  bool TakeOff();
+
   bool EnsureDriver();
   bool LoadAndStart(const CHAR16* path);
 

@@ -9,16 +9,12 @@
 #include <IndustryStandard/TvqBlob.h>
 #include <Protocol/ZvEntry.h>
 
+#include "../support/handle_list.h"
+#include "records.h"
+
 namespace tvqplatform {
 
 namespace {
-
-template <typename Interface>
-Interface* InterfaceOn(EFI_HANDLE handle, EFI_GUID& guid) {
-  VOID* found = nullptr;
-  const EFI_STATUS status = gBS->HandleProtocol(handle, &guid, &found);
-  return EFI_ERROR(status) ? nullptr : static_cast<Interface*>(found);
-}
 
 bool IsRecordPath(const EFI_DEVICE_PATH_PROTOCOL* path) {
   const UINTN length = path->Length[0] | (path->Length[1] << 8);
@@ -157,23 +153,20 @@ Inventory::~Inventory() {
 }
 
 EFI_STATUS Inventory::Collect() {
-  UINTN count = 0;
-  EFI_HANDLE* handles = nullptr;
-  const EFI_STATUS status =
-      gBS->LocateHandleBuffer(ByProtocol, &gTvqInventoryProtocolGuid, nullptr, &count, &handles);
-  if (EFI_ERROR(status)) {
-    return status == EFI_NOT_FOUND ? EFI_SUCCESS : status;
-  }
-  const tvq::PoolPtr<EFI_HANDLE> owned(handles);
-  if (!mDevices.Reserve(count)) {
+  const HandleList handles(gTvqInventoryProtocolGuid);
+  if (!mDevices.Reserve(handles.Size())) {
     return EFI_OUT_OF_RESOURCES;
   }
-  for (UINTN i = 0; i < count; i++) {
+  for (EFI_HANDLE handle : handles) {
+    if (IsLeftBehind(handle)) {
+      mLeftBehind++;
+      continue;
+    }
     DeviceInventory device;
-    CollectDevice(handles[i], device);
+    CollectDevice(handle, device);
     (void)mDevices.Append(device);  // There is room.
   }
-  return EFI_SUCCESS;
+  return handles.Status();
 }
 
 }  // namespace tvqplatform

@@ -55,8 +55,12 @@ class Inventory {
   UINTN Size() const { return mDevices.Size(); }
   const DeviceInventory& operator[](UINTN i) const { return mDevices[i]; }
 
+  /// Records whose driver was unloaded. Nobody may ask them, so they are not in the inventory.
+  UINTN LeftBehind() const { return mLeftBehind; }
+
  private:
   GrowingArray<DeviceInventory> mDevices;
+  UINTN mLeftBehind = 0;
 };
 
 }  // namespace tvqplatform

@@ -28,7 +28,9 @@ struct Option {
 };
 
 constexpr Option kOptions[] = {
-    {"accept", &Options::Accept}, {"as-is", &Options::AsIs}, {"poweroff", &Options::PowerOff}};
+    {"accept", &Options::Accept},     {"again", &Options::Again}, {"as-is", &Options::AsIs},
+    {"poweroff", &Options::PowerOff}, {"stop", &Options::Stop},   {"unload", &Options::Unload},
+};
 
 /// The option of a word, or null.
 const Option* FindOption(tvq::Span<const CHAR8> word) {

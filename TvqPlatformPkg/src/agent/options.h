@@ -14,9 +14,15 @@ namespace tvqplatform {
 struct Options {
   bool AsIs = false;       ///< The table is not conformed.
   bool Accept = false;     ///< The state of this boot replaces the saved one.
+  bool Again = false;      ///< The driver is started although there are records.
+  bool Stop = false;       ///< The records are taken off; nothing is started.
+  bool Unload = false;     ///< The driver is unloaded; nothing is started.
   bool PowerOff = false;   ///< The machine is switched off at the end.
   CHAR8 Unknown[32] = {};  ///< The first word that is no option.
 };
+
+/// The words that are known, for messages.
+inline constexpr CHAR8 kOptionWords[] = "accept, again, as-is, poweroff, stop, unload";
 
 /// Reads words between blanks and line ends.
 void ParseOptions(tvq::Span<const CHAR8> text, Options& options);

@@ -1,29 +1,21 @@
 /** @file
-  Starts TVQSMBIOS through its start request.
+  Starts TVQSMBIOS through its start request, and unloads it.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
 #include "start.h"
 
-#include <Protocol/TvqInventory.h>
-
 namespace tvqplatform {
 
-TVQ_START_REQUEST* FindStartRequest() {
-  VOID* request = nullptr;
-  const EFI_STATUS status = gBS->LocateProtocol(&gTvqStartRequestProtocolGuid, nullptr, &request);
-  return EFI_ERROR(status) ? nullptr : static_cast<TVQ_START_REQUEST*>(request);
-}
-
 EFI_STATUS StartDriver() {
-  const TVQ_START_REQUEST* request = FindStartRequest();
+  const TVQ_START_REQUEST* request = FindLoadedDriver().Request;
   return request == nullptr ? EFI_NOT_READY : request->Start(nullptr);
 }
 
-bool HasRecords() {
-  VOID* instance = nullptr;
-  return !EFI_ERROR(gBS->LocateProtocol(&gTvqInventoryProtocolGuid, nullptr, &instance));
+EFI_STATUS UnloadDriver() {
+  const LoadedDriver driver = FindLoadedDriver();
+  return EFI_ERROR(driver.Status) ? driver.Status : gBS->UnloadImage(driver.Image);
 }
 
 void StatusInWords(EFI_STATUS status, CHAR8* buffer, UINTN size) {

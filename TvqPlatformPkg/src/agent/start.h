@@ -1,5 +1,5 @@
 /** @file
-  Starts TVQSMBIOS through its start request.
+  Starts TVQSMBIOS through its start request, and unloads it.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -8,18 +8,17 @@
 #define TVQ_PLATFORM_AGENT_START_H_
 
 #include <Library/TvqCpp.h>
-#include <Protocol/TvqStartRequest.h>
+
+#include "../support/loaded_image.h"
 
 namespace tvqplatform {
 
-/// The start request of the first handle that carries one, or null.
-TVQ_START_REQUEST* FindStartRequest();
-
-/// EFI_NOT_READY when there is no start request, else what the start returned.
+/// EFI_NOT_READY when the driver is not loaded, else what the start returned.
 EFI_STATUS StartDriver();
 
-/// True when the system has device records already. Starting again would add none.
-bool HasRecords();
+/// EFI_NOT_FOUND when the driver is not loaded, else what the firmware answered: EFI_UNSUPPORTED
+/// before a start that ran to its end, because the driver sets its unload handler last.
+EFI_STATUS UnloadDriver();
 
 /// The status as PrintLib's %r shows it.
 void StatusInWords(EFI_STATUS status, CHAR8* buffer, UINTN size);

@@ -6,12 +6,12 @@
 
 #include <Library/TvqCpp.h>
 #include <Protocol/TvqPlatformPresence.h>
-#include <Protocol/TvqStartRequest.h>
 
 #include "../log/debug_log.h"
 #include "../management/management.h"
 #include "../management/stored_data.h"
 #include "../services/services_table.h"
+#include "../support/loaded_image.h"
 #include "../xml/xml_parser.h"
 #include "../zvi/library.h"
 #include "platform_protocol.h"
@@ -57,12 +57,6 @@ EFI_STATUS UninstallProtocols() {
       [](auto... list) { return gBS->UninstallMultipleProtocolInterfaces(gHandle, list...); });
 }
 
-/// The driver keeps pointers to the tables for good once its start request is there.
-bool DriverIsLoaded() {
-  VOID* request = nullptr;
-  return !EFI_ERROR(gBS->LocateProtocol(&gTvqStartRequestProtocolGuid, nullptr, &request));
-}
-
 }  // namespace
 
 /**
@@ -95,11 +89,12 @@ extern "C" EFI_STATUS EFIAPI TvqPlatformEntry(EFI_HANDLE, EFI_SYSTEM_TABLE*) {
   Takes everything off again.
 
   @retval EFI_SUCCESS         Nothing is left.
-  @retval EFI_ACCESS_DENIED   TVQSMBIOS is loaded and uses the tables.
+  @retval EFI_ACCESS_DENIED   TVQSMBIOS is, or may be, loaded and uses the tables.
   @retval Others              Somebody holds a protocol open; nothing is changed.
 **/
 extern "C" EFI_STATUS EFIAPI TvqPlatformUnload(EFI_HANDLE) {
-  if (DriverIsLoaded()) {
+  // The driver keeps pointers to the tables for good.
+  if (FindLoadedDriver().Status != EFI_NOT_FOUND) {
     return EFI_ACCESS_DENIED;
   }
   const EFI_STATUS status = UninstallProtocols();

@@ -6,6 +6,7 @@
 
 #include "attribute_store.h"
 
+#include "../support/loaded_image.h"
 #include "../support/text.h"
 
 namespace tvqplatform {
@@ -37,20 +38,29 @@ void FreeOwning(GrowingArray<Element>& array) {
   array.Free();
 }
 
+/// An address in the code of the callbacks, or null without any.
+const VOID* CodeOf(ZV_ATTRIBUTE_GETTER getter, ZV_ATTRIBUTE_SETTER setter) {
+  return getter != nullptr ? reinterpret_cast<const VOID*>(getter)
+                           : reinterpret_cast<const VOID*>(setter);
+}
+
 }  // namespace
+
+bool AttributeStore::Callbacks::AreThere() const {
+  return Image == nullptr || IsCodeOf(Image, CodeOf(Getter, Setter));
+}
 
 EFI_STATUS AttributeStore::Register(const CHAR16* nameSpace, ZV_ATTRIBUTE_GETTER getter,
                                     ZV_ATTRIBUTE_SETTER setter, VOID** token) {
   if (nameSpace == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
+  const Callbacks callbacks = {getter, setter, FindImageOf(CodeOf(getter, setter))};
   Namespace* known = FindNamespace(nameSpace);
   if (known != nullptr) {
-    known->Getter = getter;
-    known->Setter = setter;
+    known->Registered = callbacks;
   } else {
-    const EFI_STATUS status =
-        AppendOwning(mNamespaces, Namespace{NewCopy(nameSpace), getter, setter});
+    const EFI_STATUS status = AppendOwning(mNamespaces, Namespace{NewCopy(nameSpace), callbacks});
     if (EFI_ERROR(status)) {
       return status;
     }
@@ -83,12 +93,12 @@ EFI_STATUS AttributeStore::Ask(CHAR16* nameSpace, CHAR16* name, UINT64* value) c
   if (nameSpace == nullptr || name == nullptr || value == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  const Namespace* owner = FindNamespace(nameSpace);
+  const Namespace* owner = FindServed(nameSpace);
   if (owner == nullptr) {
     return EFI_NOT_FOUND;
   }
-  if (owner->Getter != nullptr) {
-    return owner->Getter(nameSpace, name, value);
+  if (owner->Registered.Getter != nullptr) {
+    return owner->Registered.Getter(nameSpace, name, value);
   }
   const Value* stored = FindValue(owner, name);
   if (stored == nullptr) {
@@ -102,11 +112,12 @@ EFI_STATUS AttributeStore::Change(CHAR16* nameSpace, CHAR16* name, UINT64 value)
   if (nameSpace == nullptr || name == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  const Namespace* owner = FindNamespace(nameSpace);
+  const Namespace* owner = FindServed(nameSpace);
   if (owner == nullptr) {
     return EFI_NOT_FOUND;
   }
-  return owner->Setter == nullptr ? EFI_UNSUPPORTED : owner->Setter(nameSpace, name, value);
+  const ZV_ATTRIBUTE_SETTER setter = owner->Registered.Setter;
+  return setter == nullptr ? EFI_UNSUPPORTED : setter(nameSpace, name, value);
 }
 
 TVQ_STORED_VALUE AttributeStore::ValueAt(UINTN index) const {
@@ -126,6 +137,12 @@ AttributeStore::Namespace* AttributeStore::FindNamespace(const CHAR16* name) con
     }
   }
   return nullptr;
+}
+
+/// The namespace, unless its callbacks are gone.
+const AttributeStore::Namespace* AttributeStore::FindServed(const CHAR16* name) const {
+  const Namespace* found = FindNamespace(name);
+  return found != nullptr && found->Registered.AreThere() ? found : nullptr;
 }
 
 AttributeStore::Value* AttributeStore::FindValue(const Namespace* nameSpace,

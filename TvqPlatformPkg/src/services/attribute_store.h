@@ -16,7 +16,8 @@
 namespace tvqplatform {
 
 /// Namespaces with their callbacks, and the values that were stored under them. The store copies
-/// every text, so that it outlives the driver that registered.
+/// every text, so that it outlives the driver that registered. A namespace whose callbacks went with
+/// an unloaded image is as one that was never registered, until a driver registers it again.
 class AttributeStore {
  public:
   /// Either callback may be null. Registering a namespace again replaces its callbacks and keeps
@@ -40,10 +41,16 @@ class AttributeStore {
   void Free();
 
  private:
-  struct Namespace {
-    CHAR16* Name;
+  struct Callbacks {
     ZV_ATTRIBUTE_GETTER Getter;
     ZV_ATTRIBUTE_SETTER Setter;
+    EFI_HANDLE Image;  ///< Whose code they are; null when that of no loaded image.
+
+    bool AreThere() const;
+  };
+  struct Namespace {
+    CHAR16* Name;
+    Callbacks Registered;
   };
   struct Value {
     UINTN NamespaceIndex;
@@ -52,6 +59,7 @@ class AttributeStore {
   };
 
   Namespace* FindNamespace(const CHAR16* name) const;
+  const Namespace* FindServed(const CHAR16* name) const;
   Value* FindValue(const Namespace* nameSpace, const CHAR16* name) const;
 
   GrowingArray<Namespace> mNamespaces;
