@@ -19,7 +19,7 @@ import time
 import guests
 
 FOLDER = "TVQ"
-AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
+AGENT, PLATFORM, DRIVER, RIG = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi", "TvqRig.efi"
 # What the agent keeps from one boot to the next.
 STATE_FILES = ("state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
@@ -45,14 +45,15 @@ class Boot:
     guest: guests.Guest = guests.X64
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
+    script: tuple = ()  # lines for the firmware's shell, which runs in place of the agent
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
 
 
 def image_paths(build, target, guest=guests.X64):
-    """The three images of one target in EDK II's output folder: a dictionary of name to path."""
+    """The images of one target in EDK II's output folder: a dictionary of name to path."""
     found = {}
-    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM)), ("TvqSmbiosPkg", (DRIVER,))):
+    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, RIG)), ("TvqSmbiosPkg", (DRIVER,))):
         for name in names:
             found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.name / name
     return found
@@ -81,24 +82,30 @@ def run_tool(*command):
         raise BootFailure(f"{command[0]} failed: {result.stderr.strip()}")
 
 
+def disk_files(boot, folder):
+    """What lies on the disk: a dictionary of source to target. `folder` takes what is written for this boot."""
+    files = {boot.images[PLATFORM]: f"{FOLDER}/{PLATFORM}", boot.images[DRIVER]: f"{FOLDER}/{DRIVER}"}
+    text = folder / "text"
+    if boot.script:
+        # The firmware's shell comes last in the boot order, and runs this file.
+        lines = ("@echo -off", "fs0:", *boot.script, "reset -s")
+        text.write_bytes("".join(f"{line}\r\n" for line in lines).encode("ascii"))
+        files |= {text: "startup.nsh", boot.images[AGENT]: AGENT, boot.images[RIG]: RIG}
+    else:
+        text.write_bytes((" ".join(boot.words) + "\r\n").encode("ascii"))
+        files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}
+    if boot.table:
+        files[boot.table] = f"{FOLDER}/table.bin"
+    return files | {boot.out / name: f"{FOLDER}/{name}" for name in STATE_FILES if (boot.out / name).is_file()}
+
+
 def make_disk(disk, boot):
-    """Writes the FAT image: the agent as the boot program, the drivers and what the agent is told beside each other."""
+    """Writes the FAT image: what boots, the drivers and what the agent is told."""
     with open(disk, "wb") as file:
         file.truncate(DISK_BYTES)
     run_tool("mformat", "-i", str(disk), "-T", str(DISK_BYTES // 512), "-h", "64", "-s", "32", "-v", FOLDER, "::")
     run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}")
-    options = disk.with_name("options.txt")
-    options.write_text(" ".join(boot.words) + "\r\n", encoding="ascii")
-    files = {
-        boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}",
-        boot.images[PLATFORM]: f"{FOLDER}/{PLATFORM}",
-        boot.images[DRIVER]: f"{FOLDER}/{DRIVER}",
-        options: f"{FOLDER}/options.txt",
-    }
-    if boot.table:
-        files[boot.table] = f"{FOLDER}/table.bin"
-    files |= {boot.out / name: f"{FOLDER}/{name}" for name in STATE_FILES if (boot.out / name).is_file()}
-    for source, target in files.items():
+    for source, target in disk_files(boot, disk.parent).items():
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 
 

@@ -47,8 +47,8 @@ class Machine:
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
-    def boot(self, table, *words):
-        """The agent's report; without one the test ends."""
+    def boot(self, table, *words, script=()):
+        """The agent's report; without one the test ends. With a script, the shell runs that in place of the agent."""
         guest = guests.BY_NAME[self.options.arch]
         boot = boot_qemu.Boot(
             images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
@@ -56,6 +56,7 @@ class Machine:
             guest=guest,
             table=table,
             words=(*words, "poweroff"),
+            script=script,
             timeout=TIMEOUT,
         )
         try:

@@ -23,7 +23,7 @@ class FolderTest(unittest.TestCase):
 
     def boot(self, **options):
         images = {}
-        for name in (boot_qemu.AGENT, boot_qemu.PLATFORM, boot_qemu.DRIVER):
+        for name in (boot_qemu.AGENT, boot_qemu.PLATFORM, boot_qemu.DRIVER, boot_qemu.RIG):
             images[name] = self.folder / name
             images[name].write_bytes(name.encode())
         return boot_qemu.Boot(images=images, out=self.folder / "out", **options)
@@ -59,6 +59,14 @@ class Disk(FolderTest):
         contents = self.contents(self.boot(table=table, words=("as-is", "poweroff")))
         self.assertEqual(contents["TVQ/table.bin"], b"\x7f\x04\x00\x00\x00\x00")
         self.assertEqual(contents["TVQ/options.txt"], b"as-is poweroff\r\n")
+
+    def test_a_script_runs_in_the_shell_in_place_of_the_agent(self):
+        contents = self.contents(self.boot(script=("TvqAgent stop",)))
+        self.assertEqual(contents["startup.nsh"], b"@echo -off\r\nfs0:\r\nTvqAgent stop\r\nreset -s\r\n")
+        self.assertEqual(contents["TvqAgent.efi"], b"TvqAgent.efi")
+        self.assertEqual(contents["TvqRig.efi"], b"TvqRig.efi")
+        self.assertNotIn("EFI/BOOT/BOOTX64.EFI", contents)
+        self.assertNotIn("TVQ/options.txt", contents)
 
     def test_the_state_that_an_earlier_boot_saved_is_there(self):
         boot = self.boot()

@@ -3,10 +3,13 @@
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import pathlib
+import tempfile
 import unittest
 
 import scripts  # noqa: F401
 import run_test
+import shell_test
 
 
 def names(*fqdds):
@@ -90,6 +93,43 @@ class Expectations(unittest.TestCase):
         files = {"a.tvq": b"1"}
         self.assertEqual(list(run_test.record_problems(files, files, 1)), [])
         self.assertEqual(list(run_test.record_problems(files, files, 2)), ["tvq found 1 records, expected: 2"])
+
+
+class RunsInTheShell(unittest.TestCase):
+    RUN = shell_test.Run("stop", has=("taken off",), has_not=("Left",), log_has=("Entry",), log_has_not=("Exit",))
+
+    def problems(self, report="3 taken off\nTvqAgent: success\n", log="Entry\n"):
+        return list(shell_test.run_problems(self.RUN, report, log))
+
+    def test_each_run_keeps_its_report_and_log(self):
+        steps = ("load X", self.RUN, shell_test.Run("unload"))
+        self.assertEqual(
+            list(shell_test.script(steps)),
+            [
+                "load X",
+                "TvqAgent stop",
+                "cp -q TVQ\\report.txt TVQ\\report0.txt",
+                "cp -q TVQ\\log.txt TVQ\\log0.txt",
+                "TvqAgent unload",
+                "cp -q TVQ\\report.txt TVQ\\report1.txt",
+                "cp -q TVQ\\log.txt TVQ\\log1.txt",
+            ],
+        )
+
+    def test_what_is_expected_has_no_problem(self):
+        self.assertEqual(self.problems(), [])
+
+    def test_everything_else_has_one(self):
+        self.assertEqual(self.problems(report="3 taken off\n")[0][:40], "the report ends with '3 taken off', expe")
+        self.assertEqual(self.problems(report="TvqAgent: success"), ["the report lacks 'taken off'"])
+        self.assertEqual(self.problems(report="taken off, Left\nTvqAgent: success"), ["the report has 'Left'"])
+        self.assertEqual(self.problems(log=""), ["the log lacks 'Entry'"])
+        self.assertEqual(self.problems(log="Entry Exit"), ["the log has 'Exit'"])
+
+    def test_a_run_that_left_no_report_is_a_problem(self):
+        with tempfile.TemporaryDirectory() as folder:
+            found = list(shell_test.problems((self.RUN,), pathlib.Path(folder)))
+        self.assertTrue(found[0].startswith("run 1, 'TvqAgent stop': the report ends with ''"), found)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,34 @@
+/** @file
+  TvqRig: takes away what a platform provides, and changes the firmware's SMBIOS table, so that the
+  driver can be watched under both.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#ifndef TVQ_PLATFORM_RIG_H_
+#define TVQ_PLATFORM_RIG_H_
+
+#include <Library/TvqCpp.h>
+
+namespace tvqplatform {
+
+/// Takes a part of the platform away and remembers it in a volatile variable.
+EFI_STATUS TakeAway(const CHAR8* part);
+
+/// Puts back a part that was taken away earlier in this boot.
+EFI_STATUS PutBack(const CHAR8* part);
+
+/// Prints the names of the parts.
+void ShowParts();
+
+/// Adds an OEM structure of type 225 that names no device. With it the driver starts on firmware that
+/// has none, and makes names of its own.
+EFI_STATUS AddNames();
+
+/// Adds structures until the firmware has to move the table, and then changes the service tag, so
+/// that whoever reads the former table is found out. Says from where to where it moved.
+EFI_STATUS MoveTable();
+
+}  // namespace tvqplatform
+
+#endif

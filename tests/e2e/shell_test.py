@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""Runs the agent many times in one boot, from the firmware's shell, and checks what it reports each time.
+
+Exit status: 0 everything is as expected, 1 it is not.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import dataclasses
+import pathlib
+import sys
+
+import bench
+import agent_report
+import run_test
+
+LOAD = "load TVQ\\TvqPlatform.efi TVQ\\TVQSMBIOS.efi"
+LOAD_PLATFORM = "load TVQ\\TvqPlatform.efi"
+SUCCESS = agent_report.SUCCESS
+
+
+def failed(reason):
+    return agent_report.FAILED + reason
+
+
+@dataclasses.dataclass(frozen=True)
+class Run:
+    """One run of the agent: its words, the last line of its report, and lines that the report and the log have."""
+
+    words: str
+    ending: str = SUCCESS
+    has: tuple = ()
+    has_not: tuple = ()
+    log_has: tuple = ()
+    log_has_not: tuple = ()
+
+
+WHOLE = Run("", has=("Start: Success", "Records: 15"), has_not=("Left behind",))
+GONE = Run("unload", has=("Unload: Success",))
+
+# A line for the shell, or a run of the agent.
+LIFE = (
+    LOAD,
+    Run("unload", failed("the driver cannot be unloaded: Unsupported")),
+    WHOLE,
+    Run("", has=("was started before", "Records: 15")),
+    Run("again", has=("Start: Success", "Records: 15"), log_has=("MakeDIMMs", "status = Already started")),
+    Run("stop", has=("Stop: 15 records taken off",)),
+    WHOLE,
+    Run("stop unload", has=("Stop: 15 records taken off", "Unload: Success")),
+    WHOLE,
+    # Without taking the records off first, they are left behind and in the way.
+    GONE,
+    Run("unload", failed("the driver cannot be unloaded: Not Found")),
+    Run(
+        "",
+        failed("the driver made no record"),
+        has=("Start: Success", "Left behind: 15 records", "SMBIOSServiceTagString  TVQ2S01"),
+    ),
+    Run("stop", has=("Stop: 15 records taken off",)),
+    WHOLE,
+)
+
+NOT_LOADED = failed("\\TVQ\\TVQSMBIOS.efi cannot be loaded: Not Found")
+WITHOUT = (
+    LOAD_PLATFORM,
+    # What the driver needs to be loaded.
+    *(
+        step
+        for part in ("services", "library", "aux")
+        for step in (f"TvqRig without {part}", Run("", NOT_LOADED, has_not=("Start:",)), f"TvqRig with {part}")
+    ),
+    # What it does without until it appears. No line is kept back for it.
+    "TvqRig without log",
+    Run("", has=("Start: Success", "Records: 15"), log_has_not=("MakeDIMMs", "SMTVQGet")),
+    "TvqRig with log",
+    Run("", has=("Records: 15",), log_has=("SMTVQGet",), log_has_not=("MakeDIMMs",)),
+    Run("stop unload", has=("Unload: Success",)),
+    # What it needs to be started.
+    "TvqRig without prerequisite",
+    Run("", failed("the driver's start failed: Not Found"), has=("Records: none",), log_has_not=("MakeDIMMs",)),
+    "TvqRig with prerequisite",
+    Run("", has=("Start: Success", "Records: 15"), log_has=("MakeDIMMs",)),
+    # What only comparing needs.
+    "TvqRig without management",
+    Run("", has=("not verified",), has_not=("Summary: 15 same",)),
+    "TvqRig with management",
+    "TvqRig without xml",
+    Run("", has=("not verified",), has_not=("Summary: 15 same",)),
+    "TvqRig with xml",
+    Run("", has=("Summary: 15 same",)),
+)
+
+MOVED = (
+    "TvqRig names",
+    Run("as-is", has=("Start: Success", "SMBIOSServiceTagString  TVQ0001", "ServiceTag   TVQ0001")),
+    "TvqRig move",
+    Run("as-is", has=("was started before", "SMBIOSServiceTagString  MOVED01", "ServiceTag   MOVED01")),
+    Run("stop unload", has=("Unload: Success",)),
+    Run("as-is", has=("Start: Success", "SMBIOSServiceTagString  MOVED01")),
+)
+
+
+def script(steps):
+    """The lines for the shell: the n-th run of the agent leaves its report and log behind as reportN.txt and logN.txt."""
+    runs = 0
+    for step in steps:
+        if not isinstance(step, Run):
+            yield step
+            continue
+        yield f"TvqAgent {step.words}"
+        for name in ("report", "log"):
+            yield f"cp -q TVQ\\{name}.txt TVQ\\{name}{runs}.txt"
+        runs += 1
+
+
+def texts_problems(what, text, has, has_not):
+    yield from (f"{what} lacks '{wanted}'" for wanted in has if wanted not in text)
+    yield from (f"{what} has '{unwanted}'" for unwanted in has_not if unwanted in text)
+
+
+def run_problems(run, report, log):
+    """Yields what is not as expected of one run."""
+    last = agent_report.last_line(report)
+    if last != run.ending:
+        yield f"the report ends with '{last}', expected: '{run.ending}'"
+    yield from texts_problems("the report", report, run.has, run.has_not)
+    yield from texts_problems("the log", log, run.log_has, run.log_has_not)
+
+
+def read(folder, name):
+    path = folder / name
+    return path.read_bytes().decode("latin-1").replace("\r\n", "\n") if path.is_file() else ""
+
+
+def problems(steps, folder):
+    runs = [step for step in steps if isinstance(step, Run)]
+    for index, run in enumerate(runs):
+        report = read(folder, f"report{index}.txt")
+        found = list(run_problems(run, report, read(folder, f"log{index}.txt")))
+        for problem in found:
+            yield f"run {index + 1}, 'TvqAgent {run.words}': {problem}"
+        if found:
+            yield report
+
+
+SCENARIOS = {"life": LIFE, "without": WITHOUT, "moved": MOVED}
+
+
+def parse_arguments(arguments):
+    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser.add_argument("--tvq", required=True, help="the program tvq")
+    parser.add_argument("--table", type=pathlib.Path, help="a table for the agent (default: the firmware's own)")
+    parser.add_argument("scenario", choices=SCENARIOS)
+    return parser.parse_args(arguments)
+
+
+def main(arguments):
+    options = parse_arguments(arguments)
+    steps = SCENARIOS[options.scenario]
+    machine = bench.Machine(options)
+    table = bench.dump_of(options, options.table) if options.table else None
+    machine.boot(table, script=tuple(script(steps)))
+    found = list(problems(steps, machine.out))
+    if table:
+        expected = run_test.expected_files(run_test.export(options.tvq, table, as_is=False))
+        found += run_test.record_problems(expected, run_test.saved_files(machine.out), None)
+    print("\n".join(found) or f"{len(steps)} steps in one boot, all as expected")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
