@@ -25,7 +25,7 @@ UINT8 TableStructure::Byte(UINTN offset) const {
 }
 
 UINT16 TableStructure::Word(UINTN offset) const {
-  return Has(offset, 2) ? static_cast<UINT16>(Byte(offset) | (Byte(offset + 1) << 8)) : 0;
+  return static_cast<UINT16>(Has(offset, 2) ? Byte(offset) | (Byte(offset + 1) << 8) : 0);
 }
 
 TableText TableStructure::TextAt(UINTN offset) const {
