@@ -169,6 +169,8 @@ void BenchMachine::Publish(const Bytes& file) {
   Require(mImpl->publication.Publish(table), "publishing the table");
   mStructures.assign(table.Structures.begin(), table.Structures.end());
   mStructureCount = table.StructureCount;
+  mMajorVersion = table.Major;
+  mMinorVersion = table.Minor;
 }
 
 void BenchMachine::Start(const Meter& meter) {

@@ -45,6 +45,8 @@ class BenchMachine {
   // The table as it was published.
   const Bytes& Structures() const { return mStructures; }
   unsigned StructureCount() const { return mStructureCount; }
+  uint8_t MajorVersion() const { return mMajorVersion; }
+  uint8_t MinorVersion() const { return mMinorVersion; }
 
   // Starts the driver, once. Throws std::runtime_error when it does not succeed.
   void Start(const Meter& meter);
@@ -64,6 +66,8 @@ class BenchMachine {
   std::unique_ptr<Impl> mImpl;
   Bytes mStructures;
   unsigned mStructureCount = 0;
+  uint8_t mMajorVersion = 0;
+  uint8_t mMinorVersion = 0;
 };
 
 }  // namespace tvq::bench

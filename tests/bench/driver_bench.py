@@ -8,16 +8,19 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import argparse
 import json
+import math
 import sys
 from pathlib import Path
 
 import callgrind
+import image_size
 import report
 import tables
-from measure import MeasureError, Workbench
+from measure import MeasureError, Workbench, instructions_of_dmidecode
 from report import Figure, Section
 
-_TROUBLE = (MeasureError, callgrind.ProfileError, tables.TableError, OSError)
+_TROUBLE = (MeasureError, callgrind.ProfileError, tables.TableError, image_size.SizeError, OSError)
+_SIZES = (50, 100, 200, 400, 800, 1600, 2000)
 
 
 def progress(text):
@@ -85,12 +88,80 @@ def hottest_section(plain):
     return Section("Hottest routines of the start, instructions", figures)
 
 
+def doubling(points):
+    """By what factor twice the structures cost more, between each table and the next."""
+    return [(large / small) ** (math.log(2) / math.log(more / fewer))
+            for (fewer, small), (more, large) in zip(points, points[1:])]
+
+
+def growth_section(bench):
+    """The start on tables of growing size."""
+    points = []
+    for count in _SIZES:
+        progress(f"the start on {count:,} structures")
+        start = bench.measure("start", tables.of_size(count))
+        points.append((start.facts["structures"], start.phases["start"].driver))
+        largest = start.facts["bytes"]
+    figure = Figure("growth", "twice the structures, worst step", max(doubling(points)), "times", 2.1)
+    notes = [f"up to {points[-1][0]:,} structures in {largest:,} bytes; a tenth each are processors and modules",
+             "", *report.plot(points)]
+    return Section("Growth of the start", [figure], notes)
+
+
+def comparison_section(bench, subject):
+    """What others take for the same table."""
+    progress("dmidecode and the literal walk")
+    walks = bench.measure("walks", subject.file).phases
+    figures = [Figure("dmidecode", "dmidecode prints the table", instructions_of_dmidecode(subject.file)),
+               Figure("walk-by-handle", "the start's 16 collections, each step from the table's start",
+                      walks["walk by handle"].total),
+               Figure("walk-by-position", "the same, two passes by position each", walks["walk by position"].total)]
+    return Section("For comparison, instructions", figures)
+
+
+def pool_section(bench, subject):
+    """What the start leaves in the pool."""
+    progress("the pool")
+    pool = bench.pool(subject.file)
+    records = pool["records"]
+    figures = [Figure("pool-blocks", "blocks for each record", pool["blocks"] / records),
+               Figure("pool-bytes", "bytes for each record", pool["bytes"] / records),
+               Figure("pool-unexpected", "blocks beyond those that are to stay", pool["unexpected"], target=0)]
+    note = f"{pool['blocks']:,} blocks of {pool['bytes']:,} bytes in all, without those of the core"
+    return Section(f"Pool after the start, {records} records", figures, [note])
+
+
+def size_section(firmware):
+    """The image of the release build."""
+    root = Path(__file__).resolve().parents[2]
+    sources = sorted(path for folder in ("src", "Library") for path in (root / "TvqSmbiosPkg" / folder).rglob("*.cpp"))
+    size, parts = image_size.measure(firmware / "TVQSMBIOS.efi", firmware / "TVQSMBIOS.debug", sources)
+    figures = [Figure("size", "TVQSMBIOS.efi", size, target=40 * 1024)]
+    figures += [Figure(f"size-{group}", f"  {group}", parts[group]) for group in image_size.GROUPS]
+    return Section("Image, bytes (RELEASE, X64, GCC5)", figures)
+
+
+def time_section(bench, subject):
+    """How long it takes here."""
+    progress("wall time")
+    names = {"Start": "start", "GetFirst": "Get of all records, first time", "GetAgain": "Get of all records, second time",
+             "Verify": "Verify of all records"}
+    times = bench.wall_time(subject.file)
+    figures = [Figure(f"time-{name}", what, times[name], "us") for name, what in names.items()]
+    return Section("Wall time on this machine, with everything around the driver", figures)
+
+
 def measure(options):
     """All sections."""
     bench = Workbench(options.programs)
     subject = Subject(options.table)
     start, plain, logged = start_section(bench, subject)
-    return [start, operations_section(plain, logged), hottest_section(plain)]
+    sections = [start, operations_section(plain, logged), hottest_section(plain)]
+    if not options.quick:
+        sections[1:1] = [growth_section(bench)]
+        sections += [pool_section(bench, subject), size_section(options.firmware), comparison_section(bench, subject),
+                     time_section(bench, subject)]
+    return sections
 
 
 def show(sections, as_json):
@@ -108,6 +179,7 @@ def main(arguments=None):
     """The command line."""
     parser = argparse.ArgumentParser(description="Measures the driver.")
     parser.add_argument("--programs", type=Path, required=True, help="folder of the programs that are run")
+    parser.add_argument("--firmware", type=Path, help="folder of the release build's images; not for --quick")
     parser.add_argument("--table", type=Path, help="the table that is measured; a generated one without it")
     parser.add_argument("--quick", action="store_true", help="only the instructions of the start, Get and Verify")
     parser.add_argument("--json", action="store_true", help="the figures for programs")

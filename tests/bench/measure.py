@@ -4,6 +4,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import dataclasses
+import json
 import re
 import subprocess
 import tempfile
@@ -14,6 +15,7 @@ import callgrind
 
 _IMAGES = ("driver", "platform", "agent", "core")
 _PROGRAM = "tvq_bench_instructions"
+_CALLGRIND = ("valgrind", "--quiet", "--tool=callgrind", "--dump-instr=yes")
 
 
 class MeasureError(Exception):
@@ -89,38 +91,69 @@ def _run(command):
     return result.stdout
 
 
-def _profiles(folder):
-    for path in sorted(folder.glob("profile*")):
-        yield callgrind.read_profile(path.read_text(encoding="utf-8", errors="replace"))
+class _Folder:
+    """A temporary folder with a table in it and with the profiles that callgrind writes."""
+
+    def __init__(self, table):
+        self._folder = tempfile.TemporaryDirectory(prefix="tvq-bench-")
+        self._path = Path(self._folder.name)
+        self.table = self._path / "table.bin"
+        self.table.write_bytes(table)
+        self.profile_option = f"--callgrind-out-file={self._path / 'profile'}"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._folder.cleanup()
+
+    def profiles(self):
+        """Those with something in them: callgrind writes an empty one when the program ends."""
+        for path in sorted(self._path.glob("profile*")):
+            profile = callgrind.read_profile(path.read_text(encoding="utf-8", errors="replace"))
+            if profile.functions:
+                yield profile
+
+
+def _facts(output):
+    return {key: int(value) for key, value in (line.split() for line in output.splitlines())}
 
 
 class Workbench:
-    """The programs of a build."""
+    """The programs of a build. Tables are handed over as the bytes of a dump."""
 
     def __init__(self, programs):
-        self._program = Path(programs) / _PROGRAM
+        self._programs = Path(programs)
+        map_file = self._programs / (_PROGRAM + ".map")
         try:
-            text = self._program.with_name(_PROGRAM + ".map").read_text(encoding="utf-8")
+            self._map = callgrind.LinkMap(map_file.read_text(encoding="utf-8"), _IMAGES)
         except OSError as error:
             raise MeasureError(f"{error.filename}: {error.strerror}") from error
-        self._map = callgrind.LinkMap(text, _IMAGES)
 
     def measure(self, work, table):
-        """Does the work on a table, given as the bytes of a dump."""
-        with tempfile.TemporaryDirectory(prefix="tvq-bench-") as name:
-            folder = Path(name)
-            (folder / "table.bin").write_bytes(table)
-            output = _run(["valgrind", "--quiet", "--tool=callgrind", "--instr-atstart=no", "--collect-atstart=no",
-                           "--dump-instr=yes", f"--callgrind-out-file={folder / 'profile'}", self._program, work,
-                           folder / "table.bin"])
-            phases = {profile.trigger: phase_of(profile, self._map) for profile in _profiles(folder) if profile.trigger}
-        facts = {key: int(value) for key, value in (line.split() for line in output.splitlines())}
-        return Measurement(facts, phases)
+        """Counts the instructions of some work on a table."""
+        with _Folder(table) as folder:
+            output = _run([*_CALLGRIND, "--instr-atstart=no", "--collect-atstart=no",
+                           folder.profile_option, self._programs / _PROGRAM, work, folder.table])
+            phases = {profile.trigger: phase_of(profile, self._map) for profile in folder.profiles()}
+        return Measurement(_facts(output), phases)
+
+    def pool(self, table):
+        """What a start on a table leaves in the pool."""
+        with _Folder(table) as folder:
+            return _facts(_run([self._programs / "tvq_bench_pool", folder.table]))
+
+    def wall_time(self, table):
+        """Microseconds of each operation, by Google Benchmark."""
+        with _Folder(table) as folder:
+            output = _run([self._programs / "tvq_bench_wall_time", folder.table, "--benchmark_format=json",
+                           "--benchmark_min_time=0.2"])
+        results = json.loads(output)["benchmarks"]
+        return {result["name"].split("/")[0]: result["real_time"] for result in results}
 
 
-def instructions_of(command):
-    """All instructions that a program of this machine takes."""
-    with tempfile.TemporaryDirectory(prefix="tvq-bench-") as name:
-        folder = Path(name)
-        _run(["valgrind", "--quiet", "--tool=callgrind", f"--callgrind-out-file={folder / 'profile'}", *command])
-        return sum(function.cost for profile in _profiles(folder) for function in profile.functions)
+def instructions_of_dmidecode(table):
+    """All instructions that dmidecode takes to print a table."""
+    with _Folder(table) as folder:
+        _run([*_CALLGRIND, folder.profile_option, "dmidecode", "--from-dump", folder.table])
+        return sum(function.cost for profile in folder.profiles() for function in profile.functions)

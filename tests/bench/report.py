@@ -84,7 +84,7 @@ def table(sections, colour=False):
         for figure in section.figures:
             cells = _cells(figure)
             lines.append(_line(cells, widths, lambda text, figure=figure: _colour(text, figure, colour)))
-        lines += [f"  {note}" for note in section.notes]
+        lines += [f"  {note}".rstrip() for note in section.notes]
     return "\n".join(lines) + "\n"
 
 
@@ -97,13 +97,13 @@ def _line(cells, widths, paint=lambda text: text):
     return "  ".join(texts).rstrip()
 
 
-def plot(points, unit):
-    """A bar for each (x, value): a straight line from the origin would be linear growth."""
+def plot(points):
+    """A bar for each (x, value), with the value for one x: where that stays the same, growth is linear."""
     largest = max(value for _, value in points)
     lines = []
     for x, value in points:
         bar = "#" * max(1, round(value / largest * _BAR))
-        lines.append(f"{x:>6,}  {bar:<{_BAR}}  {value:>12,} {unit}")
+        lines.append(f"{x:>6,}  {bar:<{_BAR}}  {value:>12,}  {value / x:>8,.0f} each")
     return lines
 
 

@@ -74,9 +74,9 @@ class Tables(unittest.TestCase):
 
 class Plots(unittest.TestCase):
     def test_bars_are_as_long_as_the_values(self):
-        lines = report.plot([(50, 100), (100, 200), (2000, 4000)], "instructions")
+        lines = report.plot([(50, 100), (100, 200), (2000, 4000)])
         self.assertEqual([line.count("#") for line in lines], [1, 2, 40])
-        self.assertEqual(lines[2], f" 2,000  {'#' * 40}         4,000 instructions")
+        self.assertEqual(lines[2], f" 2,000  {'#' * 40}         4,000         2 each")
 
 
 class Summaries(unittest.TestCase):

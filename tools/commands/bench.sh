@@ -40,4 +40,7 @@ done
 trap '(($? == 0)) || exit 2' EXIT
 EnsureSetup
 Bench
-exec python3 -B "$ROOT/tests/bench/driver_bench.py" --programs "$BUILD/bench/tests/bench" ${table:+--table "$table"} "${arguments[@]}"
+images="$BUILD/firmware/Build/TvqSmbiosPkg/RELEASE_GCC5/X64"
+[[ " ${arguments[*]} " == *" --quick "* ]] || "$ROOT/dev" build firmware --target RELEASE
+exec python3 -B "$ROOT/tests/bench/driver_bench.py" --programs "$BUILD/bench/tests/bench" --firmware "$images" \
+  ${table:+--table "$table"} "${arguments[@]}"

@@ -1,0 +1,90 @@
+/*
+ * What a start leaves in the pool: the driver's blocks by the routine that asked for them, and
+ * which of them a model of the start, worked out from the table alone, does not know.
+ *
+ *     tvq_bench_pool FILE
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <cinttypes>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+
+#include "images/driver.h"
+#include "tests/bench/bench_machine.h"
+#include "tests/unit/support/driver_memory.h"
+#include "tests/unit/support/start_model.h"
+
+namespace tvq::bench {
+namespace {
+
+struct Blocks {
+  size_t count = 0;
+  size_t bytes = 0;
+};
+
+test::Table TableOf(const BenchMachine& machine) {
+  test::Table table;
+  table.majorVersion = machine.MajorVersion();
+  table.minorVersion = machine.MinorVersion();
+  table.AddRaw(machine.Structures());
+  return table;
+}
+
+// How many of the blocks the model does not know.
+size_t CountUnexpected(std::map<std::string, Blocks> held, const test::Table& table) {
+  for (const std::string& routine : test::ModelStart(table).blocks) {
+    Blocks& blocks = held[routine];
+    blocks.count -= blocks.count != 0 ? 1 : 0;
+  }
+  size_t unexpected = 0;
+  for (const auto& [routine, blocks] : held) {
+    unexpected += blocks.count;
+  }
+  return unexpected;
+}
+
+void Measure(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  BenchMachine machine(DebugLog::kAbsent);
+  machine.Publish(Bytes(std::istreambuf_iterator<char>(file), {}));
+  host::Pool& memory = machine.Firmware().Memory();
+  const uint64_t loaded = test::LastSerial(memory);
+  const auto nothing = [] {};
+  machine.Start({nothing, nothing});
+
+  std::map<std::string, Blocks> held;
+  Blocks all;
+  for (const host::Block& block : memory.LiveBlocks(host::images::driver)) {
+    if (block.serial > loaded) {
+      Blocks& routine = held[test::RoutineOf(block)];
+      for (Blocks* sum : {&routine, &all}) {
+        ++sum->count;
+        sum->bytes += block.size;
+      }
+    }
+  }
+  std::printf("records %zu\nblocks %zu\nbytes %zu\nunexpected %zu\n", machine.RecordCount(),
+              all.count, all.bytes, CountUnexpected(held, TableOf(machine)));
+}
+
+}  // namespace
+}  // namespace tvq::bench
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::fprintf(stderr, "usage: %s FILE\n", arguments[0]);
+    return 2;
+  }
+  try {
+    tvq::bench::Measure(arguments[1]);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", arguments[1], error.what());
+    return 2;
+  }
+  return 0;
+}
