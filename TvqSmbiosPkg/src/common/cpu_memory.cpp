@@ -6,9 +6,14 @@
 
 #include "cpu_memory.h"
 
+extern "C" {
+#include <IndustryStandard/SmBios.h>
+}
+
 #include <Library/ZorvLib.h>
 
 #include "../smbios/structure.h"
+#include "../smbios/table_index.h"
 #include "../support/log.h"
 
 namespace tvq {
@@ -48,6 +53,20 @@ void FillCache(CACHE_INFO* info, const Structure& cache) {
   info->ErrorCorrectionType = cache.Byte(kCacheErrorCorrection);
   info->SystemCacheType = cache.Byte(kCacheSystemType);
   info->Associativity = cache.Byte(kCacheAssociativity);
+}
+
+/// The first of the cache structures with the handle, or null.
+UINT8* FindCache(UINT8** caches, UINT16 count, UINT16 handle) {
+  if (const TableIndex* index = TableIndex::Current()) {
+    const UINT16 entry = index->FindHandle(handle, SMBIOS_TYPE_CACHE_INFORMATION);
+    return entry == TableIndex::kNone ? nullptr : index->Address(entry);
+  }
+  for (UINT16 i = 0; i < count; i++) {
+    if (Structure(&caches[i]).OwnHandle() == handle) {
+      return caches[i];
+    }
+  }
+  return nullptr;
 }
 
 /// Part of a memory device's locator that names the stack.
@@ -98,19 +117,17 @@ EFI_STATUS GetCacheInfo(smTVQ* Record, UINT8** Type7Array, UINT16 Type7Count, UI
   if (CacheHandle == kSmbiosNoHandle) {
     return EFI_INVALID_PARAMETER;
   }
-  for (UINT16 i = 0; i < Type7Count; i++) {
-    const Structure cache(&Type7Array[i]);
-    if (cache.OwnHandle() == CacheHandle) {
-      auto info = PoolPtr<CACHE_INFO>::Zeroed();
-      if (!info) {
-        return EFI_OUT_OF_RESOURCES;
-      }
-      FillCache(info.Get(), cache);
-      Record->device.cpu.CacheInfo[LevelIndex] = info.Release();
-      return EFI_SUCCESS;
-    }
+  UINT8* cache = FindCache(Type7Array, Type7Count, CacheHandle);
+  if (cache == nullptr) {
+    return EFI_NOT_FOUND;
   }
-  return EFI_NOT_FOUND;
+  auto info = PoolPtr<CACHE_INFO>::Zeroed();
+  if (!info) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  FillCache(info.Get(), Structure(&cache));
+  Record->device.cpu.CacheInfo[LevelIndex] = info.Release();
+  return EFI_SUCCESS;
 }
 
 EFI_STATUS GetHbmInfo(smTVQ* Record, UINT8** Type17Array, UINT16 Type17Count, UINT8 CpuIndex,

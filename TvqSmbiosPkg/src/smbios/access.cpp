@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "../support/bytes.h"
+#include "walk.h"
 
 namespace tvq {
 
@@ -35,16 +36,21 @@ UINT8* TableAddress(const UINT8* entryPoint) {
   return reinterpret_cast<UINT8*>(static_cast<UINTN>(Read32(entryPoint + kEntryTableAddress)));
 }
 
-bool HasHeader(const Span<UINT8>& table, const UINT8* structure) {
-  return structure >= table.begin() && structure <= table.end() &&
-         static_cast<UINTN>(table.end() - structure) >= kSmbiosHeaderSize;
+/// The bytes of a word that are NUL have their highest bit set in the result, up to the first one.
+UINT64 NulBytes(UINT64 word) {
+  constexpr UINT64 kOnes = 0x0101010101010101;
+  return (word - kOnes) & ~word & (kOnes << 7);
 }
 
-UINT16 HandleOf(const UINT8* structure) {
-  return Read16(structure + 2);
-}
-
+/// Eight bytes at a time: most of the time of a start would go into single ones.
 UINT8* FindNul(UINT8* text, UINT8* end) {
+  constexpr INTN kWord = sizeof(UINT64);
+  for (; end - text >= kWord; text += kWord) {
+    const UINT64 nuls = NulBytes(Read64(text));
+    if (nuls != 0) {
+      return text + __builtin_ctzll(nuls) / 8;
+    }
+  }
   while (text < end && *text != 0) {
     text++;
   }
@@ -55,25 +61,6 @@ UINT8* FindNul(UINT8* text, UINT8* end) {
 CHAR8* NoString(UINT8** cursor, const Span<UINT8>& table) {
   *cursor = table.end();
   return nullptr;
-}
-
-UINT8* Following(UINT8* structure) {
-  SmbiosGetString(&structure, kPastAllStrings);
-  return structure;
-}
-
-/// Calls visit(structure, size) for each structure by position. Tells whether there was one.
-template <typename Visit>
-bool ForEachStructure(Visit visit) {
-  const Span<UINT8> table = SmbiosTable();
-  UINT8* current = table.begin();
-  while (HasHeader(table, current) &&
-         (current == table.begin() || HandleOf(current) != kSmbiosNoHandle)) {
-    UINT8* next = Following(current);
-    visit(current, static_cast<UINT16>(next - current));
-    current = next;
-  }
-  return current != table.begin();
 }
 
 }  // namespace
@@ -95,7 +82,10 @@ UINT16 SmbiosStructureCount() {
 
 UINTN SmbiosCountStructures() {
   UINTN count = 0;
-  ForEachStructure([&](UINT8*, UINT16) { count++; });
+  StructureWalk walk;
+  while (walk.Next()) {
+    count++;
+  }
   return count;
 }
 
@@ -119,6 +109,11 @@ EFI_STATUS LocateSmbiosTable() {
     }
   }
   return EFI_NOT_FOUND;
+}
+
+UINT8* SmbiosFollowing(UINT8* structure) {
+  SmbiosGetString(&structure, kPastAllStrings);
+  return structure;
 }
 
 CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index) {
@@ -162,7 +157,7 @@ EFI_STATUS SmbiosGetNext(UINT16* Handle, UINT8** Record, UINT16* Size) {
 
   *Size = 0;
   while (HasHeader(table, current)) {
-    UINT8* next = Following(current);
+    UINT8* next = SmbiosFollowing(current);
     if (HandleOf(current) == *Handle) {
       *Size = static_cast<UINT16>(next - current);
       *Record = current;
@@ -179,12 +174,13 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   if (Count == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  UINT16 count = 0;
-  const bool any = ForEachStructure([&](UINT8* structure, UINT16) {
-    count = static_cast<UINT16>(count + (structure[0] == Type ? 1 : 0));
-  });
-  if (!any) {
+  const Span<UINT8> table = SmbiosTable();
+  if (!HasHeader(table, table.begin())) {
     return EFI_NOT_FOUND;
+  }
+  UINT16 count = 0;
+  for (TypeWalk walk(Type); walk.Next();) {
+    count++;
   }
   *Count = count;
   if (Records == nullptr && Sizes == nullptr) {
@@ -204,14 +200,11 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   if (!sizes) {
     return EFI_OUT_OF_RESOURCES;
   }
-  UINT16 found = 0;
-  ForEachStructure([&](UINT8* structure, UINT16 size) {
-    if (structure[0] == Type && found < count) {
-      records[found] = structure;
-      sizes[found] = size;
-      found++;
-    }
-  });
+  TypeWalk walk(Type);
+  for (UINT16 i = 0; i < count && walk.Next(); i++) {
+    records[i] = walk.Address();
+    sizes[i] = walk.Size();
+  }
   (void)records.Release();
   *Sizes = sizes.Release();
   return EFI_SUCCESS;

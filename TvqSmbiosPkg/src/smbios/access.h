@@ -14,6 +14,8 @@
 
 #include <Library/TvqCpp.h>
 
+#include "../support/bytes.h"
+
 namespace tvq {
 
 /// Handle that stands for "from the start" on input and "no further structure" on output.
@@ -21,6 +23,17 @@ inline constexpr UINT16 kSmbiosNoHandle = 0xFFFF;
 
 /// Bytes of a structure's header: type, length of the formatted part, handle (SMBIOS 6.1.2).
 inline constexpr UINTN kSmbiosHeaderSize = 4;
+
+/// Tells whether the table has a whole header at `structure`.
+inline bool HasHeader(const Span<UINT8>& table, const UINT8* structure) {
+  return structure >= table.begin() && structure <= table.end() &&
+         static_cast<UINTN>(table.end() - structure) >= kSmbiosHeaderSize;
+}
+
+/// Handle in a structure's header.
+inline UINT16 HandleOf(const UINT8* structure) {
+  return Read16(structure + 2);
+}
 
 /// The 32-bit entry point (SMBIOS 5.2.1); null until it is found and after ReleaseSmbiosState.
 extern UINT8* gSmbiosEntryPoint;
@@ -90,6 +103,9 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   @return The string in the table, its terminator inside the table too; or null.
 **/
 CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index);
+
+/// Where the structure ends and the next one begins, or the end of the table.
+UINT8* SmbiosFollowing(UINT8* structure);
 
 UINT8 SmbiosMajorVersion();
 UINT8 SmbiosMinorVersion();

@@ -11,6 +11,7 @@
 
 #include "../support/log.h"
 #include "structure.h"
+#include "table_index.h"
 
 namespace tvq {
 
@@ -70,6 +71,32 @@ EFI_STATUS FillMap() {
   return EFI_SUCCESS;
 }
 
+/// Notes in the index which entry of the map is the first one for a structure.
+void NoteInIndex() {
+  TableIndex* index = TableIndex::Current();
+  for (UINT16 position = gFqddMapCount; index != nullptr && position-- != 0;) {
+    const UINT16 entry = index->FindHandle(gFqddMap[position].Handle);
+    if (entry != TableIndex::kNone) {
+      index->MapPosition(entry) = position;
+    }
+  }
+}
+
+/// The position of the first entry with the handle; the number of entries when there is none.
+UINT16 FindPosition(UINT16 handle) {
+  if (TableIndex* index = TableIndex::Current()) {
+    const UINT16 entry = index->FindHandle(handle);
+    if (entry != TableIndex::kNone) {
+      return MIN(index->MapPosition(entry), gFqddMapCount);
+    }
+  }
+  UINT16 position = 0;
+  while (position < gFqddMapCount && gFqddMap[position].Handle != handle) {
+    position++;
+  }
+  return position;
+}
+
 EFI_STATUS CollectAndFill() {
   StructureList structures;
   const EFI_STATUS collected = structures.Collect(SMBIOS_TYPE_TVQ_FQDD_MAP);
@@ -110,13 +137,15 @@ EFI_STATUS BuildFqddMap() {
     return status;
   }
   gFqddMapValid = 1;
+  NoteInIndex();
   return EFI_SUCCESS;
 }
 
 FQDD_MAP_ENTRY* FindFqdd(UINT16 Handle) {
-  for (UINT16 i = 0; i < gFqddMapCount && gFqddMap != nullptr; i++) {
-    if (gFqddMap[i].Handle == Handle) {
-      return &gFqddMap[i];
+  if (gFqddMap != nullptr) {
+    const UINT16 position = FindPosition(Handle);
+    if (position < gFqddMapCount) {
+      return &gFqddMap[position];
     }
   }
   Logger("FindFqdd")(u"Handle 0x%X not found\n", Handle);

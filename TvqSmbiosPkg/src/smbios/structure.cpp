@@ -10,34 +10,48 @@ namespace tvq {
 
 UINTN Structure::Left() const {
   const Span<UINT8> table = SmbiosTable();
-  if (*mSlot < table.begin() || *mSlot > table.end()) {
-    return 0;
-  }
-  const UINTN left = static_cast<UINTN>(table.end() - *mSlot);
-  return left < kSmbiosHeaderSize ? 0 : left;
+  const UINT8* structure = *mSlot;
+  return structure < table.begin() || structure > table.end()
+             ? 0
+             : static_cast<UINTN>(table.end() - structure);
 }
 
 UINTN Structure::Length() const {
   const UINTN left = Left();
-  return left == 0 ? 0 : MIN(left, static_cast<UINTN>((*mSlot)[1]));
+  return left < kSmbiosHeaderSize ? 0 : MIN(left, static_cast<UINTN>((*mSlot)[1]));
 }
 
-UINT8 Structure::TableByte(UINTN offset) const {
-  return SmbiosByteAt(*mSlot + offset);
+UINT16 Structure::OwnHandle() const {
+  return Left() < kSmbiosHeaderSize ? kSmbiosNoHandle : HandleOf(*mSlot);
 }
 
-UINT16 Structure::TableWord(UINTN offset) const {
-  return static_cast<UINT16>(TableByte(offset) | (TableByte(offset + 1) << 8));
+UINT8 Structure::Byte(UINTN offset) const {
+  return Has(offset, 1) ? (*mSlot)[offset] : UINT8{0};
 }
 
-UINT32 Structure::TableDword(UINTN offset) const {
-  return static_cast<UINT32>(TableWord(offset)) |
-         (static_cast<UINT32>(TableWord(offset + 2)) << 16);
+UINT16 Structure::Word(UINTN offset) const {
+  return Has(offset, 2) ? Read16(*mSlot + offset) : UINT16{0};
 }
 
-UINT64 Structure::TableQword(UINTN offset) const {
-  return static_cast<UINT64>(TableDword(offset)) |
-         (static_cast<UINT64>(TableDword(offset + 4)) << 32);
+UINT32 Structure::Dword(UINTN offset) const {
+  return Has(offset, 4) ? Read32(*mSlot + offset) : 0;
+}
+
+UINT64 Structure::Qword(UINTN offset) const {
+  return Has(offset, 8) ? Read64(*mSlot + offset) : 0;
+}
+
+UINT16 Structure::Handle(UINTN offset) const {
+  return Has(offset, 2) ? Read16(*mSlot + offset) : kSmbiosNoHandle;
+}
+
+UINT64 Structure::TableBytes(UINTN offset, UINTN size) const {
+  const UINTN left = Left();
+  UINT64 value = 0;
+  for (UINTN i = size; i-- != 0;) {
+    value = value << 8 | (offset + i < left ? (*mSlot)[offset + i] : 0);
+  }
+  return value;
 }
 
 UINT8 SmbiosByteAt(const UINT8* position) {

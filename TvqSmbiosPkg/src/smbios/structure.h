@@ -27,22 +27,22 @@ class Structure {
   /// Length of the formatted part, cut by the end of the table; 0 when the slot has left it.
   UINTN Length() const;
   /// Handle in the header; FFFFh when the slot has left the table.
-  UINT16 OwnHandle() const { return Left() == 0 ? kSmbiosNoHandle : TableWord(2); }
+  UINT16 OwnHandle() const;
 
   bool Has(UINTN offset, UINTN size) const { return offset + size <= Length(); }
-  UINT8 Byte(UINTN offset) const { return Has(offset, 1) ? TableByte(offset) : 0; }
-  UINT16 Word(UINTN offset) const { return Has(offset, 2) ? TableWord(offset) : 0; }
-  UINT32 Dword(UINTN offset) const { return Has(offset, 4) ? TableDword(offset) : 0; }
-  UINT64 Qword(UINTN offset) const { return Has(offset, 8) ? TableQword(offset) : 0; }
-  UINT16 Handle(UINTN offset) const { return Has(offset, 2) ? TableWord(offset) : kSmbiosNoHandle; }
+  UINT8 Byte(UINTN offset) const;
+  UINT16 Word(UINTN offset) const;
+  UINT32 Dword(UINTN offset) const;
+  UINT64 Qword(UINTN offset) const;
+  UINT16 Handle(UINTN offset) const;
   /// The string whose number stands at `offset`, or null. May move the slot.
   CHAR8* String(UINTN offset) const { return SmbiosGetString(mSlot, Byte(offset)); }
 
   /// Fields as they stand, without a test of the formatted length; bytes past the table read 0.
-  UINT8 TableByte(UINTN offset) const;
-  UINT16 TableWord(UINTN offset) const;
-  UINT32 TableDword(UINTN offset) const;
-  UINT64 TableQword(UINTN offset) const;
+  UINT8 TableByte(UINTN offset) const { return static_cast<UINT8>(TableBytes(offset, 1)); }
+  UINT16 TableWord(UINTN offset) const { return static_cast<UINT16>(TableBytes(offset, 2)); }
+  UINT32 TableDword(UINTN offset) const { return static_cast<UINT32>(TableBytes(offset, 4)); }
+  UINT64 TableQword(UINTN offset) const { return TableBytes(offset, 8); }
   /// The string whose number stands at `offset`, wherever that lies. May move the slot.
   CHAR8* TableString(UINTN offset) const { return SmbiosGetString(mSlot, TableByte(offset)); }
 
@@ -50,8 +50,10 @@ class Structure {
   UINT8* Address() const { return *mSlot; }
 
  private:
-  /// Bytes from the structure to the end of the table; 0 when they hold no header.
+  /// Bytes from the structure to the end of the table; 0 when the slot has left it.
   UINTN Left() const;
+  /// Up to eight bytes from the table as one little-endian value.
+  UINT64 TableBytes(UINTN offset, UINTN size) const;
 
   UINT8** mSlot;
 };

@@ -19,6 +19,7 @@ extern "C" {
 #include "../smbios/access.h"
 #include "../smbios/attributes.h"
 #include "../smbios/fqdd.h"
+#include "../smbios/table_index.h"
 #include "../support/log.h"
 #include "publish.h"
 #include "tvq.h"
@@ -108,6 +109,7 @@ EFI_STATUS EFIAPI SMBIOSInit(VOID*) {
   if (EFI_ERROR(status)) {
     return status;
   }
+  const TableIndex index;
   status = BuildFqddMap();
   if (EFI_ERROR(status)) {
     return status;

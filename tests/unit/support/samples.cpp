@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "host/table/source.h"
+#include "host/table/structure_view.h"
 
 namespace tvq::test {
 
@@ -26,6 +27,7 @@ Table Sample(const std::string& name) {
   sample.majorVersion = parsed->version.majorNumber;
   sample.minorVersion = parsed->version.minorNumber;
   sample.AddRaw(parsed->structures);
+  sample.statedCount = static_cast<uint16_t>(table::SplitTable(parsed->structures).size());
   return sample;
 }
 

@@ -29,7 +29,7 @@ void StoreFirmwareAttribute(Machine& machine) {
   }
 }
 
-EFI_STATUS Start(Machine& machine) {
+EFI_STATUS Build(Machine& machine) {
   if (const EFI_STATUS status = machine.BuildFqddMap(); EFI_ERROR(status)) {
     return status;
   }
@@ -42,6 +42,14 @@ EFI_STATUS Start(Machine& machine) {
     machine.Log("SMBIOSInit", " before UninstallMultipleProtocolInterfaces, status %s \n",
                 model::StatusText(status).c_str());
   }
+  return status;
+}
+
+// The index over the table lasts as long as the start, and nobody misses it.
+EFI_STATUS Start(Machine& machine) {
+  const BlockId index = machine.Take("TableIndex");
+  const EFI_STATUS status = Build(machine);
+  machine.Free(index);
   return status;
 }
 
