@@ -15,6 +15,7 @@ extern "C" {
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
 #include "../support/log.h"
+#include "../support/text.h"
 #include "../uefi/publish.h"
 #include "../uefi/zvep.h"
 #include "cpu_memory.h"
@@ -105,7 +106,7 @@ class CpuBuilder {
   void FillHbmArray(smTVQ* record);
   void FillCaches(smTVQ* record, const Structure& processor);
   bool FillPpin(smTVQ* record);
-  void LogCoreCount() const { kLog(u"smTVQ->device.cpu.CoreCount: %d\n", mCoreCount); }
+  void LogCoreCount() const { kLog("smTVQ->device.cpu.CoreCount: %d\n", mCoreCount); }
 
   StructureList mProcessors;
   StructureList mCaches;
@@ -130,17 +131,17 @@ bool CollectOptional(StructureList& list, UINT8 type) {
 
 void CpuBuilder::CollectOthers() {
   if (!CollectOptional(mCaches, SMBIOS_TYPE_CACHE_INFORMATION)) {
-    kLog(u"Did not find any CACHE SMBIOS structures\n");
+    kLog("Did not find any CACHE SMBIOS structures\n");
   }
-  kLog(u"Found %d CACHE SMBIOS structures\n", mCaches.Count());
+  kLog("Found %d CACHE SMBIOS structures\n", mCaches.Count());
   if (!CollectOptional(mOemStrings, SMBIOS_TYPE_OEM_STRINGS)) {
-    kLog(u"Did not find any OEM SMBIOS structures\n");
+    kLog("Did not find any OEM SMBIOS structures\n");
   }
   if (!CollectOptional(mDevices, SMBIOS_TYPE_MEMORY_DEVICE)) {
-    kLog.Error(u"Did not find any DIMM SMBIOS structures\n");
+    kLog.Error("Did not find any DIMM SMBIOS structures\n");
   }
   if (!CollectOptional(mArrays, SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY)) {
-    kLog.Error(u"Did not find any PMA SMBIOS structures\n");
+    kLog.Error("Did not find any PMA SMBIOS structures\n");
   }
 }
 
@@ -160,15 +161,15 @@ void CpuBuilder::FindFirstPpin() {
     return;
   }
   // Deliberate: the second value is the address of the sizes, not a length.
-  kLog(u"Found %d OEM SMBIOS structures of len = %d\n", mOemStrings.Count(), mOemStrings.Sizes());
+  kLog("Found %d OEM SMBIOS structures of len = %d\n", mOemStrings.Count(), mOemStrings.Sizes());
   mPpinCursor = mOemStrings[0].Address() + kPpinSearchStart;
   const CHAR8* text = TextAtCursor(mPpinCursor);
-  kLog(u"First oem string: %s\n", Widened(text));
+  kLog("First oem string: %s\n", Widened(text).Text());
   while (text[0] != '\0' && ZvAsciiStrStr(text, kPpinTag) == nullptr) {
     mPpinCursor = PastText(mPpinCursor, text);
     text = TextAtCursor(mPpinCursor);
   }
-  kLog(u"Tag17 str: =%s\n", Widened(text));
+  kLog("Tag17 str: =%s\n", Widened(text).Text());
 }
 
 void CpuBuilder::TakeMemoryCensus() {
@@ -178,12 +179,12 @@ void CpuBuilder::TakeMemoryCensus() {
     if (device.Word(kDeviceSize) != 0 && formFactor != kFormFactorDie) {
       mModules++;
     }
-    kLog(u"DIMM%d Form Factor = %d\n", i, formFactor);
+    kLog("DIMM%d Form Factor = %d\n", i, formFactor);
     if (IsHbm(device.Byte(kDeviceMemoryType))) {
       mHbmPresent = true;
     }
   }
-  kLog(u"DIMM count = %d, HBM Presence = %d\n", mModules, mHbmPresent ? 1 : 0);
+  kLog("DIMM count = %d, HBM Presence = %d\n", mModules, mHbmPresent ? 1 : 0);
 }
 
 /// Name, core count and socket.
@@ -199,7 +200,7 @@ bool CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 
   }
 
   mCoreCount = processor.Byte(kCoreCount);
-  kLog(u"tables[%d].Type4->CoreCount: %d\n", index, mCoreCount);
+  kLog("tables[%d].Type4->CoreCount: %d\n", index, mCoreCount);
   record->device.cpu.CoreCount = mCoreCount;
   LogCoreCount();
 
@@ -266,7 +267,7 @@ void CpuBuilder::FillHbmArray(smTVQ* record) {
       cpu.HBMMaxCapacity = array.Dword(kArrayMaximumCapacity);
       cpu.HBMLocation = array.Byte(kArrayLocation);
       cpu.HBMErrorCorrectionType = array.Byte(kArrayErrorCorrection);
-      kLog(u" HBM max Capacity = %x, HBM location = %x, HBM correction type = %x\n",
+      kLog(" HBM max Capacity = %x, HBM location = %x, HBM correction type = %x\n",
            cpu.HBMMaxCapacity, cpu.HBMLocation, cpu.HBMErrorCorrectionType);
       return;
     }
@@ -280,12 +281,12 @@ void CpuBuilder::FillHbm(smTVQ* record, UINT16 index) {
   }
   record->device.cpu.HBMPresence = 1;
   record->device.cpu.HBMOnlyMode = mModules == 0 ? 1 : 0;
-  kLog(u"HBM only mode = %d\n", record->device.cpu.HBMOnlyMode);
+  kLog("HBM only mode = %d\n", record->device.cpu.HBMOnlyMode);
   FillHbmArray(record);
   for (UINT8 stack = 0; stack < TVQ_HBM_STACKS; stack++) {
     if (EFI_ERROR(GetHbmInfo(record, mDevices.Records(), mDevices.Count(),
                              static_cast<UINT8>(index), stack))) {
-      kLog(u"Failed to get HBM%d Information for cpu%d", stack, index);
+      kLog("Failed to get HBM%d Information for cpu%d", stack, index);
     }
   }
 }
@@ -294,10 +295,10 @@ void CpuBuilder::FillCaches(smTVQ* record, const Structure& processor) {
   if (!mCaches.Any()) {
     return;
   }
-  constexpr const char16_t* kFailures[TVQ_CACHE_LEVELS] = {
-      u"Failed to get L1 Cache Information",
-      u"Failed to get L2 Cache Information",
-      u"Failed to get L3 Cache Information",
+  constexpr LogFormat kFailures[TVQ_CACHE_LEVELS] = {
+      "Failed to get L1 Cache Information",
+      "Failed to get L2 Cache Information",
+      "Failed to get L3 Cache Information",
   };
   for (UINT8 level = 0; level < TVQ_CACHE_LEVELS; level++) {
     if (EFI_ERROR(GetCacheInfo(record, mCaches.Records(), mCaches.Count(),
@@ -316,10 +317,10 @@ bool CpuBuilder::FillPpin(smTVQ* record) {
   }
   const CHAR8* match = ZvAsciiStrStr(text, kPpinTag);
   if (match == nullptr) {
-    kLog(u"Couldnot find PPIN in Type11 SMBIOS structure\n");
+    kLog("Couldnot find PPIN in Type11 SMBIOS structure\n");
     return true;
   }
-  kLog(u"tag17=%c%c", match[0], match[1]);
+  kLog("tag17=%c%c", match[0], match[1]);
   auto ppin = PoolPtr<CHAR16>::Zeroed(kPpinLength + 1);
   if (!ppin) {
     return false;
@@ -328,7 +329,7 @@ bool CpuBuilder::FillPpin(smTVQ* record) {
   for (UINTN i = 0; i < kPpinLength; i++) {
     ppin[i] = WidenByte(static_cast<CHAR8>(SmbiosByteAt(digits + i)));
   }
-  kLog(u"PPIN=%s", ppin.Get());
+  kLog("PPIN=%s", ppin.Get());
   record->device.cpu.PPIN = ppin.Release();
   mPpinCursor = PastText(mPpinCursor, text);
   return true;
@@ -371,7 +372,7 @@ EFI_STATUS CpuBuilder::BuildRecord(UINT16 index) {
 }
 
 EFI_STATUS CpuBuilder::Run() {
-  kLog(u"Entry MakeCPUs\n");
+  kLog("Entry MakeCPUs\n");
   if (EFI_ERROR(mProcessors.Collect(SMBIOS_TYPE_PROCESSOR_INFORMATION)) || !mProcessors.Any()) {
     return EFI_NOT_FOUND;
   }
@@ -399,7 +400,7 @@ EFI_STATUS MakeCPUs() {
     status = builder.Run();
   }
   if (!EFI_ERROR(status)) {
-    kLog(u"Leaving MakeCPUs\n");
+    kLog("Leaving MakeCPUs\n");
   }
   return status;
 }

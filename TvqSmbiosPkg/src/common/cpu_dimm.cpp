@@ -87,19 +87,19 @@ class StoredDocument {
 /// What the common start of the two readers says and does differently.
 struct Reader {
   Logger Log;
-  const char16_t* BadArguments;
-  const char16_t* NoChild;
-  const char16_t* NoInventory;
+  LogFormat BadArguments;
+  LogFormat NoChild;
+  LogFormat NoInventory;
   bool ClearsLengthForOtherRoot;
 };
 
-constexpr Reader kDimmReader = {Logger("ParseDIMMXMLBlob"), nullptr, nullptr, nullptr, true};
+constexpr Reader kDimmReader = {Logger("ParseDIMMXMLBlob"), {}, {}, {}, true};
 constexpr Reader kCpuReader = {
-    Logger("ParseCPUXMLBlob"), u"Parsing XML blob returned error param validation",
-    u"DOC child is not present", u"CPU XML didn't find Inventory Node", false};
+    Logger("ParseCPUXMLBlob"), "Parsing XML blob returned error param validation",
+    "DOC child is not present", "CPU XML didn't find Inventory Node", false};
 
-void LogIfAny(const Reader& reader, const char16_t* message) {
-  if (message != nullptr) {
+void LogIfAny(const Reader& reader, LogFormat message) {
+  if (message.Text != nullptr) {
     reader.Log(message);
   }
 }
@@ -112,16 +112,16 @@ EFI_STATUS OpenInventory(const Reader& reader, const CHAR8* text, const VOID* ca
     return EFI_INVALID_PARAMETER;
   }
   if (!document.LocateParser()) {
-    reader.Log(u"Not able to locate the XML Protocol");
+    reader.Log("Not able to locate the XML Protocol");
     return EFI_NOT_FOUND;
   }
   if (!document.Parse(text)) {
-    reader.Log(u"Parse doc failed to parse");
+    reader.Log("Parse doc failed to parse");
     *length = 0;
     return EFI_INVALID_PARAMETER;
   }
   if (!IsNamed(document.Root(), "tvqComponent")) {
-    reader.Log(u"DOC head is not tvqComponent");
+    reader.Log("DOC head is not tvqComponent");
     *length = reader.ClearsLengthForOtherRoot ? 0 : *length;
     return EFI_INVALID_PARAMETER;
   }
@@ -223,7 +223,7 @@ EFI_STATUS ParseDIMMXMLBlob(const CHAR8* Text, DIMM_XML_CACHE** Cache, UINT32* L
   }
   status = GetPartNumberText(partNumber, &(*Cache)->PartNo);
   if (EFI_ERROR(status)) {
-    kDimmReader.Log(u"Error Parsing Part Number");
+    kDimmReader.Log("Error Parsing Part Number");
     return GiveUp(Cache, FreeDimmCache, status);
   }
   return EFI_SUCCESS;
@@ -241,7 +241,7 @@ EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Len
   }
   *Cache = NewCache<CPU_XML_CACHE>();
   if (*Cache == nullptr) {
-    kCpuReader.Log(u"Memory allocation failed for Cache");
+    kCpuReader.Log("Memory allocation failed for Cache");
     return EFI_OUT_OF_RESOURCES;
   }
 
@@ -249,25 +249,25 @@ EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Len
   if (IsNamed(name, "MarketingName")) {
     const TextCopy copy = CopyText(TextOf(name));
     if (copy.Failed) {
-      kCpuReader.Log(u"Memory allocation failed for mktname");
+      kCpuReader.Log("Memory allocation failed for mktname");
       return GiveUp(Cache, FreeCpuCache, EFI_OUT_OF_RESOURCES);
     }
     (*Cache)->MarketingName = copy.Text;
   }
   const XML_NODE* data = FindData(inventory, "cpuData");
   if (data != nullptr) {
-    kCpuReader.Log(u"Searching for Corecount node");
+    kCpuReader.Log("Searching for Corecount node");
     const XML_NODE* coreCount = FindSibling(FirstChild(data), "CoreCount");
     if (coreCount != nullptr) {
       status = GetByteValue(coreCount, "CoreCount", &(*Cache)->CoreCount);
       if (EFI_ERROR(status)) {
-        kCpuReader.Log(u"error parsing CoreCount");
+        kCpuReader.Log("error parsing CoreCount");
         return GiveUp(Cache, FreeCpuCache, status);
       }
       return EFI_SUCCESS;
     }
   }
-  kCpuReader.Log(u"CPU XML didn't find Inventory Node");
+  kCpuReader.Log("CPU XML didn't find Inventory Node");
   return EFI_UNSUPPORTED;
 }
 

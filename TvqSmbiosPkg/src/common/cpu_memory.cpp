@@ -98,12 +98,12 @@ void FillStack(HBM_INFO* info, const Structure& device, UINT8 hbmIndex) {
   info->NonVolatileSize = device.Qword(kDeviceNonVolatileSize);
   info->VolatileSize = device.Qword(kDeviceVolatileSize);
   info->CacheSize = device.Qword(kDeviceCacheSize);
-  kHbmLog(u"HBM%d Size = %x\n", hbmIndex, info->Size);
-  kHbmLog(u"HBM%d Type = %x\n", hbmIndex, info->MemoryType);
-  kHbmLog(u"HBM%d Speed = %x\n", hbmIndex, info->Speed);
-  kHbmLog(u"HBM%d NVSize = %llu\n", hbmIndex, info->NonVolatileSize);
-  kHbmLog(u"HBM%d VSize = %llu\n", hbmIndex, info->VolatileSize);
-  kHbmLog(u"HBM%d CSize = %llu\n", hbmIndex, info->CacheSize);
+  kHbmLog("HBM%d Size = %x\n", hbmIndex, info->Size);
+  kHbmLog("HBM%d Type = %x\n", hbmIndex, info->MemoryType);
+  kHbmLog("HBM%d Speed = %x\n", hbmIndex, info->Speed);
+  kHbmLog("HBM%d NVSize = %llu\n", hbmIndex, info->NonVolatileSize);
+  kHbmLog("HBM%d VSize = %llu\n", hbmIndex, info->VolatileSize);
+  kHbmLog("HBM%d CSize = %llu\n", hbmIndex, info->CacheSize);
 }
 
 }  // namespace
@@ -137,11 +137,11 @@ EFI_STATUS GetHbmInfo(smTVQ* Record, UINT8** Type17Array, UINT16 Type17Count, UI
   }
   Record->device.cpu.HBMInfo[HbmIndex] = nullptr;
   const HbmPattern pattern(CpuIndex, HbmIndex);
-  kHbmLog(u"HBM Locator = %s\n", Widened(pattern.Text));
+  kHbmLog("HBM Locator = %s\n", Widened(pattern.Text).Text());
 
   UINT8** stack = FindStack(Type17Array, Type17Count, pattern.Text);
   if (stack == nullptr) {
-    kHbmLog.Error(u"Error: No HBM entries found in table 17");
+    kHbmLog.Error("Error: No HBM entries found in table 17");
     return EFI_NOT_FOUND;
   }
   auto info = PoolPtr<HBM_INFO>::Zeroed();

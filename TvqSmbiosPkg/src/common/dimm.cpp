@@ -15,6 +15,7 @@ extern "C" {
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
 #include "../support/log.h"
+#include "../support/text.h"
 #include "../uefi/publish.h"
 #include "../uefi/zvep.h"
 #include "cpu_memory.h"
@@ -70,10 +71,10 @@ constexpr Logger kLog("MakeDIMMs");
 
 /// Why a record could not be filled.
 struct Failure {
-  const char16_t* Message = nullptr;
+  LogFormat Message;
   bool LogBeforeFreeing = false;
 
-  explicit operator bool() const { return Message != nullptr; }
+  explicit operator bool() const { return Message.Text != nullptr; }
 };
 
 /// Frees what a failed allocation gives back, newest first. Deliberate: the FQDD is not among it.
@@ -89,13 +90,13 @@ void FreeDimmContents(smTVQ* record) {
 
 struct Word {
   UINT8 Value;
-  const char16_t* Text;
+  char Text[5];
 };
 
-constexpr Word kTypeWords[] = {{0x18, u"DDR3"}, {0x1A, u"DDR4"}, {0x22, u"DDR5"}, {0x03, u"DRAM"}};
-constexpr Word kFormWords[] = {{0x09, u"DIMM"}, {0x05, u"Chip"}};
+constexpr Word kTypeWords[] = {{0x18, "DDR3"}, {0x1A, "DDR4"}, {0x22, "DDR5"}, {0x03, "DRAM"}};
+constexpr Word kFormWords[] = {{0x09, "DIMM"}, {0x05, "Chip"}};
 
-const char16_t* FindWord(Span<const Word> words, UINT8 value) {
+const char* FindWord(Span<const Word> words, UINT8 value) {
   for (const Word& word : words) {
     if (word.Value == value) {
       return word.Text;
@@ -105,12 +106,13 @@ const char16_t* FindWord(Span<const Word> words, UINT8 value) {
 }
 
 /// "DDR4DIMM" and the like, in a buffer of kGenericNameSize characters.
-void PrintGenericName(CHAR16* name, UINT8 memoryType, UINT8 formFactor) {
-  const char16_t* type = FindWord(kTypeWords, memoryType);
-  const char16_t* form = FindWord(kFormWords, formFactor);
-  StrCpyS(name, kGenericNameSize, Ucs2(type == nullptr ? u"Unknown" : type));
+void WriteGenericName(CHAR16* name, UINT8 memoryType, UINT8 formFactor) {
+  const char* type = FindWord(kTypeWords, memoryType);
+  const char* form = FindWord(kFormWords, formFactor);
+  WideText text(name, kGenericNameSize);
+  text.Append(type == nullptr ? "Unknown" : type);
   if (type != nullptr || form != nullptr) {
-    StrCatS(name, kGenericNameSize, Ucs2(form == nullptr ? u"Memory" : form));
+    text.Append(form == nullptr ? "Memory" : form);
   }
 }
 
@@ -141,12 +143,12 @@ Failure DimmBuilder::FillFqdd(smTVQ* record, const Structure& device) {
   const UINT16 handle = device.OwnHandle();
   const FQDD_MAP_ENTRY* entry = FindFqdd(handle);
   if (entry == nullptr) {
-    kLog(u"NO FQDD for handle=0x%X\n", handle);
+    kLog("NO FQDD for handle=0x%X\n", handle);
     return {};
   }
   const TextCopy fqdd = CopyText(FqddText(*entry));
   if (fqdd.Failed) {
-    return {u"Memory allocation failed for DIMM FQDDD\n"};
+    return {"Memory allocation failed for DIMM FQDDD\n"};
   }
   record->device.dimm.FQDD = fqdd.Text;
   return {};
@@ -161,7 +163,7 @@ Failure DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
   }
   auto text = PoolPtr<CHAR16>::Zeroed(kLocatorLength + 1);
   if (!text) {
-    return {u"Memory allocation failed for DIMM Socket\n"};
+    return {"Memory allocation failed for DIMM Socket\n"};
   }
   const auto* start = reinterpret_cast<const UINT8*>(locator);
   if (ZvAsciiStrStr(locator, kLocatorPrefix) != nullptr) {
@@ -170,37 +172,31 @@ Failure DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
   for (UINTN i = 0; i < kLocatorLength; i++) {
     text[i] = WidenByte(static_cast<CHAR8>(SmbiosByteAt(start + i)));
   }
-  kLog(u"Socket = %s \n", text.Get());
+  kLog("Socket = %s \n", text.Get());
   record->device.dimm.DeviceLocator = text.Release();
   return {};
 }
 
 Failure DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
   TVQ_DIMM& dimm = record->device.dimm;
-  const TextCopy manufacturer = CopyText(device.String(kManufacturer));
+  const TextCopy manufacturer =
+      CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n", device.String(kManufacturer));
   if (manufacturer.Failed) {
-    return {u"Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n", true};
+    return {"Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n", true};
   }
   dimm.Manufacturer = manufacturer.Text;
-  if (manufacturer.Text != nullptr) {
-    kLog(u"Manufacturer in smTVQ struct: %s\n", manufacturer.Text);
-  }
-  const TextCopy bank = CopyText(device.String(kBankLocator));
+  const TextCopy bank =
+      CopyLogged(kLog, "Bank Locator in smTVQ struct: %s\n", device.String(kBankLocator));
   if (bank.Failed) {
-    return {u"Memory allocation failed for DIMM BankLocator\n"};
+    return {"Memory allocation failed for DIMM BankLocator\n"};
   }
   dimm.BankLocator = bank.Text;
-  if (bank.Text != nullptr) {
-    kLog(u"Bank Locator in smTVQ struct: %s\n", bank.Text);
-  }
-  const TextCopy asset = CopyText(device.String(kAssetTag));
+  const TextCopy asset =
+      CopyLogged(kLog, "Asset tag in smTVQ struct: %s\n", device.String(kAssetTag));
   if (asset.Failed) {
-    return {u"Memory allocation failed for DIMM Asset Tag\n"};
+    return {"Memory allocation failed for DIMM Asset Tag\n"};
   }
   dimm.AssetTag = asset.Text;
-  if (asset.Text != nullptr) {
-    kLog(u"Asset tag in smTVQ struct: %s\n", asset.Text);
-  }
   return {};
 }
 
@@ -213,7 +209,7 @@ Failure DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
   const UINTN length = ZvAsciiStrLen(part);
   auto* copy = static_cast<CHAR8*>(AllocateZeroPool((length + 1) * sizeof(CHAR16)));
   if (copy == nullptr) {
-    return {u"Memory allocation failed for DIMM PartNumber\n"};
+    return {"Memory allocation failed for DIMM PartNumber\n"};
   }
   CopyMem(copy, part, length);
   record->device.dimm.PartNumber = copy;
@@ -225,9 +221,9 @@ Failure DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
 Failure DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
   auto name = PoolPtr<CHAR16>::Zeroed(kGenericNameSize);
   if (!name) {
-    return {u"Memory allocation failed for DIMM Gerneric Name\n"};
+    return {"Memory allocation failed for DIMM Gerneric Name\n"};
   }
-  PrintGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
+  WriteGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
   record->device.generic.MarketingName = name.Release();
 
   if (const Failure failure = FillFqdd(record, device)) {
@@ -235,7 +231,7 @@ Failure DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
   }
   const TextCopy wwn = CopyText(device.String(kSerialNumber));
   if (wwn.Failed) {
-    return {u"Memory allocation failed for DIMM WWN\n"};
+    return {"Memory allocation failed for DIMM WWN\n"};
   }
   record->device.generic.WWN = wwn.Text;
   if (const Failure failure = FillLocator(record, device)) {
@@ -269,7 +265,7 @@ void FillNumbers(smTVQ* record, const Structure& device) {
       dimm.Attributes = device.Byte(kAttributes);
     }
     if (length > kExtendedSize) {
-      kLog(u"Adding Extended Size here\n");
+      kLog("Adding Extended Size here\n");
       dimm.ExtendedSize = device.Dword(kExtendedSize);
     }
   }
@@ -280,7 +276,7 @@ void FillNumbers(smTVQ* record, const Structure& device) {
 /// The fields of SMBIOS 3.2, read as they stand.
 void FillLateNumbers(smTVQ* record, const Structure& device) {
   const UINT8 length = device.TableByte(kLength);
-  kLog(u"sizeof type17 structure = %d \n", length);
+  kLog("sizeof type17 structure = %d \n", length);
   if (length <= kLateFieldsBeyond) {
     return;
   }
@@ -295,16 +291,16 @@ void FillLateNumbers(smTVQ* record, const Structure& device) {
   dimm.VolatileSize = device.TableQword(kVolatileSize);
   dimm.CacheSize = device.TableQword(kCacheSize);
   dimm.LogicalSize = device.TableQword(kLogicalSize);
-  kLog(u"MemTechnology = %d \n", dimm.MemTechnology);
-  kLog(u"MemOpModeCap = %d \n", dimm.MemOpModeCap);
-  kLog(u"ModuleMID = %d \n", dimm.ModuleMID);
-  kLog(u"ModulePID = %d \n", dimm.ModulePID);
-  kLog(u"MemSubMID = %d \n", dimm.MemSubMID);
-  kLog(u"MemSubPID = %d \n", dimm.MemSubPID);
-  kLog(u"NonVolatizeSize = %llu \n", dimm.NonVolatileSize);
-  kLog(u"VolatizeSize = %llu \n", dimm.VolatileSize);
-  kLog(u"CacheSize = %llu \n", dimm.CacheSize);
-  kLog(u"LogicalSize = %llu \n", dimm.LogicalSize);
+  kLog("MemTechnology = %d \n", dimm.MemTechnology);
+  kLog("MemOpModeCap = %d \n", dimm.MemOpModeCap);
+  kLog("ModuleMID = %d \n", dimm.ModuleMID);
+  kLog("ModulePID = %d \n", dimm.ModulePID);
+  kLog("MemSubMID = %d \n", dimm.MemSubMID);
+  kLog("MemSubPID = %d \n", dimm.MemSubPID);
+  kLog("NonVolatizeSize = %llu \n", dimm.NonVolatileSize);
+  kLog("VolatizeSize = %llu \n", dimm.VolatileSize);
+  kLog("CacheSize = %llu \n", dimm.CacheSize);
+  kLog("LogicalSize = %llu \n", dimm.LogicalSize);
 }
 
 void DimmBuilder::FillExtension(smTVQ* record) {
@@ -314,9 +310,9 @@ void DimmBuilder::FillExtension(smTVQ* record) {
     return;
   }
   const CHAR8* version = node->FirmwareVersion == nullptr ? "" : node->FirmwareVersion;
-  kLog(u"E2Handle = 0x%X Type17Handle 0x%X \n", node->E2Handle, node->Type17Handle);
-  kLog(u"CID = %d PRID = 0x%X FW=%a\n", node->ComponentID, node->ProductID, version);
-  kLog(u"FWVerLen = %d \n", ZvAsciiStrLen(version));
+  kLog("E2Handle = 0x%X Type17Handle 0x%X \n", node->E2Handle, node->Type17Handle);
+  kLog("CID = %d PRID = 0x%X FW=%a\n", node->ComponentID, node->ProductID, version);
+  kLog("FWVerLen = %d \n", ZvAsciiStrLen(version));
   dimm.ComponentID = node->ComponentID;
   dimm.ProductID = node->ProductID;
   dimm.FirmwareVersion = CopyText(version).Text;
@@ -343,12 +339,12 @@ EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
     CopyMem(instance, built->device.dimm.DeviceLocator, sizeof(instance));
   }
   if (!AttachDevicePath(built, instance)) {
-    return Abandon({u"Memory allocation failed for DIMM VendorDevicePath\n"}, record);
+    return Abandon({"Memory allocation failed for DIMM VendorDevicePath\n"}, record);
   }
   const EFI_STATUS status = PublishRecord(built, MakeDIMMZVEP(&built->device));
   if (EFI_ERROR(status)) {
     mDevices.Free();
-    kLog(u"InstallMultipleProtocolInterfaces failed with status = %r\n", status);
+    kLog("InstallMultipleProtocolInterfaces failed with status = %r\n", status);
   }
   return status;
 }
@@ -357,11 +353,11 @@ EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
   const Structure device = mDevices[index];
   const UINT8 memoryType = device.Byte(kMemoryType);
   if (memoryType == kTypeLogicalNvdimm) {
-    kLog(u"Skipping Logical NVDIMM at i=%d", index);
+    kLog("Skipping Logical NVDIMM at i=%d", index);
     return EFI_SUCCESS;
   }
   if (IsHbm(memoryType)) {
-    kLog(u"Skipping HBM devices at i=%d", index);
+    kLog("Skipping HBM devices at i=%d", index);
     return EFI_SUCCESS;
   }
   if (device.Word(kSize) == 0) {
@@ -370,7 +366,7 @@ EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
 
   RecordOwner record(TVQ_DEVICE_TYPE_DIMM, FreeDimmContents);
   if (!record) {
-    return Abandon({u"Memory allocation failed for smTVQ\n"}, record);
+    return Abandon({"Memory allocation failed for smTVQ\n"}, record);
   }
   if (const Failure failure = FillTexts(record.Get(), device)) {
     return Abandon(failure, record);
@@ -383,10 +379,10 @@ EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
 }
 
 EFI_STATUS DimmBuilder::Run() {
-  kLog(u"Entry MakeDIMMs\n");
+  kLog("Entry MakeDIMMs\n");
   pE2ListRoot = CollectE2List();
   if (EFI_ERROR(mDevices.Collect(SMBIOS_TYPE_MEMORY_DEVICE)) || !mDevices.Any()) {
-    kLog(u"Did not find any DIMM SMBIOS structures\n");
+    kLog("Did not find any DIMM SMBIOS structures\n");
     return EFI_NOT_FOUND;
   }
   for (UINT16 i = 0; i < mDevices.Count(); i++) {
@@ -397,7 +393,7 @@ EFI_STATUS DimmBuilder::Run() {
   }
   mDevices.Free();
   ReleaseE2List(pE2ListRoot);
-  kLog(u"Leaving MakeDIMMs\n");
+  kLog("Leaving MakeDIMMs\n");
   return EFI_SUCCESS;
 }
 

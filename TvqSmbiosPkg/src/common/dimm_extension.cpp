@@ -27,7 +27,7 @@ CHAR8* CopyFirmwareVersion(const CHAR8* version) {
   auto* copy = static_cast<CHAR8*>(ZvAllocateZero(length + 1));
   if (copy != nullptr) {
     ZvCopyMem(copy, version, length);
-    kMakeLog(u"FirmwareVersion: %a\n", copy);
+    kMakeLog("FirmwareVersion: %a\n", copy);
   }
   return copy;
 }
@@ -38,8 +38,8 @@ void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
   const UINT32 componentId = extension.TableDword(OFFSET_OF(SMBIOS_TABLE_TYPE226, ComponentID));
   const UINT16 productId = extension.TableWord(OFFSET_OF(SMBIOS_TABLE_TYPE226, ProductID));
   const UINT16 handle = extension.OwnHandle();
-  kMakeLog(u"Handle = 0x%X 17Handle 0x%X \n", handle, type17Handle);
-  kMakeLog(u"CMPID = %d PRID = 0x%X\n", componentId, productId);
+  kMakeLog("Handle = 0x%X 17Handle 0x%X \n", handle, type17Handle);
+  kMakeLog("CMPID = %d PRID = 0x%X\n", componentId, productId);
 
   const CHAR8* version = extension.TableString(OFFSET_OF(SMBIOS_TABLE_TYPE226, FirmwareVersion));
   if (version == nullptr) {
@@ -56,7 +56,7 @@ void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
   node->ProductID = productId;
   node->Next = nullptr;
   if (EFI_ERROR(AddTypeE2toList(root, node))) {
-    kMakeLog(u"Failed to add Node to List AddTypeE2toList\n");
+    kMakeLog("Failed to add Node to List AddTypeE2toList\n");
   }
 }
 
@@ -65,11 +65,11 @@ void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
 TYPE_E2_NODE* CollectE2List() {
   StructureList extensions;
   if (EFI_ERROR(extensions.Collect(SMBIOS_TYPE_TVQ_DIMM_EXTENSION)) || !extensions.Any()) {
-    kMakeLog(u"Could not Found 0xE2 (226)\n");
+    kMakeLog("Could not Found 0xE2 (226)\n");
     extensions.Leave();  // Deliberate: an empty collection stays in the pool.
     return nullptr;
   }
-  kMakeLog(u"Found %d E2\n", extensions.Count());
+  kMakeLog("Found %d E2\n", extensions.Count());
   TYPE_E2_NODE* root = nullptr;
   for (UINT16 i = 0; i < extensions.Count(); i++) {
     AppendExtension(&root, extensions[i]);
@@ -78,59 +78,59 @@ TYPE_E2_NODE* CollectE2List() {
 }
 
 EFI_STATUS AddTypeE2toList(TYPE_E2_NODE** Root, TYPE_E2_NODE* Node) {
-  kAddLog(u"Entry\n");
+  kAddLog("Entry\n");
   if (Node == nullptr) {
-    kAddLog(u"Invalid Entry Node\n");
+    kAddLog("Invalid Entry Node\n");
     return EFI_OUT_OF_RESOURCES;
   }
   if (*Root == nullptr) {
-    kAddLog(u"Adding First Entry to pE2ListRoot\n");
+    kAddLog("Adding First Entry to pE2ListRoot\n");
     *Root = Node;
   } else {
-    kAddLog(u"Traversing the pE2ListRoot\n");
+    kAddLog("Traversing the pE2ListRoot\n");
     TYPE_E2_NODE* last = *Root;
     while (last->Next != nullptr) {
       last = last->Next;
     }
     last->Next = Node;
   }
-  kAddLog(u"Exit\n");
+  kAddLog("Exit\n");
   return EFI_SUCCESS;
 }
 
 TYPE_E2_NODE* GetTypeE2FromList(UINT16 Type17Handle, TYPE_E2_NODE* Root) {
-  kGetLog(u"Entry\n");
+  kGetLog("Entry\n");
   if (Root == nullptr) {
-    kGetLog(u"NULL List\n");
+    kGetLog("NULL List\n");
     return nullptr;
   }
   TYPE_E2_NODE* node = Root;
   while (node != nullptr) {
-    kGetLog(u"Type17TableHandle from List= 0x%X\n\n", node->Type17Handle);
+    kGetLog("Type17TableHandle from List= 0x%X\n\n", node->Type17Handle);
     if (node->Type17Handle == Type17Handle) {
-      kGetLog(u"Found Match\n");
+      kGetLog("Found Match\n");
       break;
     }
     node = node->Next;
   }
-  kGetLog(u"Exit\n");
+  kGetLog("Exit\n");
   return node;
 }
 
 void ReleaseE2List(TYPE_E2_NODE* Root) {
-  kReleaseLog(u"Entry\n");
+  kReleaseLog("Entry\n");
   while (Root != nullptr) {
     TYPE_E2_NODE* next = Root->Next;
     if (Root->FirmwareVersion != nullptr) {
-      kReleaseLog(u"Free FirmwareVersion\n");
+      kReleaseLog("Free FirmwareVersion\n");
       ZvFreePool(Root->FirmwareVersion);
       Root->FirmwareVersion = nullptr;
     }
-    kReleaseLog(u"Free Node\n");
+    kReleaseLog("Free Node\n");
     ZvFreePool(Root);
     Root = next;
   }
-  kReleaseLog(u"Exit\n");
+  kReleaseLog("Exit\n");
 }
 
 }  // namespace tvq

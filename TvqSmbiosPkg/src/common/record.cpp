@@ -52,6 +52,14 @@ TextCopy CopyText(const CHAR8* ascii) {
   return {text, text == nullptr};
 }
 
+TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii) {
+  const TextCopy copy = CopyText(ascii);
+  if (copy.Text != nullptr) {
+    log(format, copy.Text);
+  }
+  return copy;
+}
+
 bool AttachDevicePath(smTVQ* record, Span<const UINT8> instance) {
   auto* path = static_cast<TVQ_DEVICE_PATH*>(
       AllocateCopyPool(sizeof(mTvqDevicePathTemplate), &mTvqDevicePathTemplate));

@@ -11,6 +11,8 @@
 #include <Library/ZorvLib.h>
 #include <Protocol/TvqRecord.h>
 
+#include "../support/log.h"
+
 namespace tvq {
 
 /// The device path that was built last; each record keeps its own pointer.
@@ -58,6 +60,9 @@ struct TextCopy {
 
 /// A widened copy of `ascii` in new pool; null for null.
 TextCopy CopyText(const CHAR8* ascii);
+
+/// The same; a text that was copied is logged.
+TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii);
 
 /// Builds the record's device path. Data[0] becomes the device type, `instance` the bytes behind
 /// it. Tells whether there was memory.

@@ -12,6 +12,7 @@ extern "C" {
 
 #include "../smbios/structure.h"
 #include "../support/log.h"
+#include "../support/text.h"
 #include "../uefi/publish.h"
 #include "../uefi/zvep.h"
 #include "record.h"
@@ -50,7 +51,7 @@ bool FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* produc
   if (!name) {
     return false;
   }
-  StrCpyS(name.Get(), kMarketingNameSize, Ucs2(u"System and Chassis Information"));
+  WidenInto(name.Get(), kMarketingNameSize, "System and Chassis Information");
   system.Generic.MarketingName = name.Release();
 
   const TextCopy product = CopyText(productName);
@@ -58,27 +59,23 @@ bool FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* produc
     return false;
   }
   system.ProductName = product.Text;
-  kLog(u"Product Name in smTVQ struct: %s\n", product.Text);
+  kLog("Product Name in smTVQ struct: %s\n", product.Text);
   system.Socket = static_cast<UINT8>(index + 1);
-  kLog(u"Socket in smTVQ struct: %d\n", system.Socket);
+  kLog("Socket in smTVQ struct: %d\n", system.Socket);
 
-  const TextCopy manufacturer = CopyText(structure.String(kManufacturer));
+  const TextCopy manufacturer =
+      CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n", structure.String(kManufacturer));
   if (manufacturer.Failed) {
     return false;
   }
   system.Manufacturer = manufacturer.Text;
-  if (manufacturer.Text != nullptr) {
-    kLog(u"Manufacturer in smTVQ struct: %s\n", manufacturer.Text);
-  }
   for (UINTN i = 0; i < sizeof(system.UUID); i++) {
     system.UUID[i] = structure.Byte(kUuid + i);
-    kLog(u"UUID in smTVQ struct: %d\n", system.UUID[i]);
+    kLog("UUID in smTVQ struct: %d\n", system.UUID[i]);
   }
-  const TextCopy serial = CopyText(structure.String(kSerialNumber));
+  const TextCopy serial =
+      CopyLogged(kLog, "Serial Number in smTVQ struct: %s\n", structure.String(kSerialNumber));
   system.ServiceTag = serial.Text;
-  if (serial.Text != nullptr) {
-    kLog(u"Serial Number in smTVQ struct: %s\n", serial.Text);
-  }
   return !serial.Failed;
 }
 
@@ -87,7 +84,7 @@ EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
   if (productName == nullptr) {
     return EFI_SUCCESS;
   }
-  kLog(u"Product Name String exists\n");
+  kLog("Product Name String exists\n");
 
   RecordOwner record(TVQ_DEVICE_TYPE_SYSTEM, FreeSystemContents);
   if (!record || !FillIdentity(record.Get(), structure, productName, index)) {
@@ -112,14 +109,14 @@ EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
 }  // namespace
 
 EFI_STATUS MakeSYSTEM() {
-  kLog(u"Entry MakeSYSTEM\n");
+  kLog("Entry MakeSYSTEM\n");
   StructureList systems;
   const bool single =
       !EFI_ERROR(systems.Collect(SMBIOS_TYPE_SYSTEM_INFORMATION)) && systems.Count() == 1;
   if (!single) {
-    kLog(u"Did not find or found too many SYSTEM SMBIOS structures\n");
+    kLog("Did not find or found too many SYSTEM SMBIOS structures\n");
   }
-  kLog(u"Found %d SYSTEM SMBIOS structures\n", systems.Count());
+  kLog("Found %d SYSTEM SMBIOS structures\n", systems.Count());
   if (!single) {
     return EFI_NOT_FOUND;
   }
@@ -130,7 +127,7 @@ EFI_STATUS MakeSYSTEM() {
     }
   }
   systems.Free();
-  kLog(u"Leaving MakeSYSTEM\n");
+  kLog("Leaving MakeSYSTEM\n");
   return EFI_SUCCESS;
 }
 

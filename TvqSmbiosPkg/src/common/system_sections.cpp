@@ -12,6 +12,7 @@ extern "C" {
 
 #include "../smbios/structure.h"
 #include "../support/log.h"
+#include "../support/text.h"
 #include "record.h"
 
 namespace tvq {
@@ -20,22 +21,13 @@ namespace {
 
 constexpr Logger kLog("MakeSYSTEM");
 
-/// Copies a text and logs it where there is one.
-TextCopy CopyLogged(const CHAR8* ascii, const char16_t* format) {
-  const TextCopy copy = CopyText(ascii);
-  if (copy.Text != nullptr) {
-    kLog(format, copy.Text);
-  }
-  return copy;
-}
-
 //
 // Each kind of entry has Fill, which tells whether there was memory for its texts, and FreeTexts.
 //
 
 bool Fill(CHASSIS_INFO* info, const Structure& chassis) {
   const TextCopy manufacturer =
-      CopyLogged(chassis.String(0x04), u"Chassis Manufacturer in smTVQ struct: %s\n");
+      CopyLogged(kLog, "Chassis Manufacturer in smTVQ struct: %s\n", chassis.String(0x04));
   info->Manufacturer = manufacturer.Text;
   if (manufacturer.Failed) {
     return false;
@@ -64,20 +56,20 @@ void FreeTexts(const CHASSIS_INFO* info) {
   FreeBlock(info->Manufacturer);
 }
 
-/// Names of the Use values of a physical memory array (SMBIOS 7.17.2).
-constexpr const char16_t* kPmaNames[] = {
-    u"",
-    u"Other",
-    u"Unknown",
-    u"System Memory",
-    u"Video Memory",
-    u"Flash Memory",
-    u"Non-Volatile RAM",
-    u"Cache Memory",
-};
-
 /// Room for the longest name and its terminator.
 constexpr UINTN kPmaNameSize = 17;
+
+/// Names of the Use values of a physical memory array (SMBIOS 7.17.2).
+constexpr char kPmaNames[][kPmaNameSize] = {
+    "",
+    "Other",
+    "Unknown",
+    "System Memory",
+    "Video Memory",
+    "Flash Memory",
+    "Non-Volatile RAM",
+    "Cache Memory",
+};
 
 bool Fill(PMA_INFO* info, const Structure& array) {
   auto name = PoolPtr<CHAR16>::Zeroed(kPmaNameSize);
@@ -85,8 +77,8 @@ bool Fill(PMA_INFO* info, const Structure& array) {
     return false;
   }
   const UINT8 use = array.Byte(0x05);
-  StrCpyS(name.Get(), kPmaNameSize, Ucs2(use < ARRAY_SIZE(kPmaNames) ? kPmaNames[use] : u""));
-  kLog(u"PMA Name in smTVQ struct: %s\n", name.Get());
+  WidenInto(name.Get(), kPmaNameSize, use < ARRAY_SIZE(kPmaNames) ? kPmaNames[use] : "");
+  kLog("PMA Name in smTVQ struct: %s\n", name.Get());
   info->Name = name.Release();
   info->Location = array.Byte(0x04);
   info->Use = use;
@@ -103,13 +95,14 @@ void FreeTexts(const PMA_INFO* info) {
 }
 
 bool Fill(BIOS_INFO* info, const Structure& firmware) {
-  const TextCopy version = CopyLogged(firmware.String(0x05), u"BIOS Version in smTVQ struct: %s\n");
+  const TextCopy version =
+      CopyLogged(kLog, "BIOS Version in smTVQ struct: %s\n", firmware.String(0x05));
   info->BIOSVersion = version.Text;
   if (version.Failed) {
     return false;
   }
   const TextCopy date =
-      CopyLogged(firmware.String(0x08), u"BIOS Release Date in smTVQ struct: %s\n");
+      CopyLogged(kLog, "BIOS Release Date in smTVQ struct: %s\n", firmware.String(0x08));
   info->BIOSReleaseDate = date.Text;
   return !date.Failed;
 }
@@ -121,13 +114,13 @@ void FreeTexts(const BIOS_INFO* info) {
 
 bool Fill(BASE_BOARD_INFO* info, const Structure& board) {
   const TextCopy location =
-      CopyLogged(board.String(0x0A), u"Base board location in chassis in smTVQ struct: %s\n");
+      CopyLogged(kLog, "Base board location in chassis in smTVQ struct: %s\n", board.String(0x0A));
   info->LocationInChassis = location.Text;
   if (location.Failed) {
     return false;
   }
   info->ChassisHandle = board.Handle(0x0B);
-  kLog(u"Base board Chassis Handle in smTVQ struct: %x\n", info->ChassisHandle);
+  kLog("Base board Chassis Handle in smTVQ struct: %x\n", info->ChassisHandle);
   return true;
 }
 
@@ -137,7 +130,7 @@ void FreeTexts(const BASE_BOARD_INFO* info) {
 
 bool Fill(PCI_SLOT_INFO* info, const Structure& slot) {
   const TextCopy designation =
-      CopyLogged(slot.String(0x04), u"PCI Slot designation in smTVQ struct: %s\n");
+      CopyLogged(kLog, "PCI Slot designation in smTVQ struct: %s\n", slot.String(0x04));
   info->Desig = designation.Text;
   if (designation.Failed) {
     return false;
@@ -150,7 +143,7 @@ bool Fill(PCI_SLOT_INFO* info, const Structure& slot) {
   info->Bus = slot.Byte(0x0F);
   info->DevFn = slot.Byte(0x10);
   info->HotPlug = slot.Byte(0x0C);
-  kLog(u"PCI SLot ID in smTVQ struct: %x\n", info->ID);
+  kLog("PCI SLot ID in smTVQ struct: %x\n", info->ID);
   return true;
 }
 
@@ -158,11 +151,46 @@ void FreeTexts(const PCI_SLOT_INFO* info) {
   FreeBlock(info->Desig);
 }
 
+/// The entries of a section, whatever their kind.
+struct Entries {
+  UINT8 Count;
+  VOID** Slots;
+};
+
+/// A kind of entry.
+struct EntryKind {
+  UINTN Size;
+  bool (*Fill)(VOID* entry, const Structure& structure);
+  void (*FreeTexts)(const VOID* entry);
+};
+
 template <typename Entry>
-void FreeEntry(Entry* entry) {
+bool FillAs(VOID* entry, const Structure& structure) {
+  return Fill(static_cast<Entry*>(entry), structure);
+}
+
+template <typename Entry>
+void FreeTextsAs(const VOID* entry) {
+  FreeTexts(static_cast<const Entry*>(entry));
+}
+
+template <typename Entry>
+constexpr EntryKind KindOf() {
+  return {sizeof(Entry), FillAs<Entry>, FreeTextsAs<Entry>};
+}
+
+void FreeEntry(const EntryKind& kind, VOID* entry) {
   if (entry != nullptr) {
-    FreeTexts(entry);
+    kind.FreeTexts(entry);
     FreeBlock(entry);
+  }
+}
+
+/// Frees the entries, newest first, and leaves their slots null.
+void FreeEntries(const EntryKind& kind, const Entries& entries) {
+  for (UINTN i = entries.Count; entries.Slots != nullptr && i-- != 0;) {
+    FreeEntry(kind, entries.Slots[i]);
+    entries.Slots[i] = nullptr;
   }
 }
 
@@ -174,33 +202,18 @@ enum class EntryResult {
 };
 
 /// A new entry in `*slot`. An entry whose text could not be had is freed again.
-template <typename Entry>
-EntryResult NewEntry(Entry** slot, const Structure& structure) {
-  auto entry = PoolPtr<Entry>::Zeroed();
-  if (!entry) {
+EntryResult NewEntry(const EntryKind& kind, VOID** slot, const Structure& structure) {
+  VOID* entry = AllocateZeroPool(kind.Size);
+  if (entry == nullptr) {
     return EntryResult::kNoEntry;
   }
-  if (!Fill(entry.Get(), structure)) {
-    FreeTexts(entry.Get());
+  if (!kind.Fill(entry, structure)) {
+    FreeEntry(kind, entry);
     return EntryResult::kNoText;
   }
-  *slot = entry.Release();
+  *slot = entry;
   return EntryResult::kFilled;
 }
-
-template <typename Entry>
-struct EntryArray {
-  UINT8 Count;
-  Entry** Entries;
-
-  /// Frees the entries, newest first, and leaves their slots null.
-  void FreeEntries() const {
-    for (UINTN i = Count; Entries != nullptr && i-- != 0;) {
-      FreeEntry(Entries[i]);
-      Entries[i] = nullptr;
-    }
-  }
-};
 
 enum class OnMissingEntry {
   kKeepOthers,
@@ -209,9 +222,8 @@ enum class OnMissingEntry {
 
 /// Collects the structures of a type and builds an entry for each. The record counts in 8 bits, so
 /// structures past the 255th get no entry.
-template <typename Entry>
-EntryArray<Entry> BuildEntries(UINT8 type, const char16_t* none, const char16_t* found,
-                               OnMissingEntry onMissingEntry = OnMissingEntry::kKeepOthers) {
+Entries BuildEntries(const EntryKind& kind, UINT8 type, LogFormat none, LogFormat found,
+                     OnMissingEntry onMissingEntry = OnMissingEntry::kKeepOthers) {
   StructureList structures;
   const bool any = !EFI_ERROR(structures.Collect(type)) && structures.Any();
   if (!any) {
@@ -223,39 +235,45 @@ EntryArray<Entry> BuildEntries(UINT8 type, const char16_t* none, const char16_t*
   }
 
   const UINT8 count = static_cast<UINT8>(MIN(structures.Count(), static_cast<UINT16>(MAX_UINT8)));
-  EntryArray<Entry> array = {count, PoolPtr<Entry*>::Zeroed(count).Release()};
+  const Entries entries = {count, PoolPtr<VOID*>::Zeroed(count).Release()};
   EntryResult result = EntryResult::kFilled;
-  for (UINTN i = 0; array.Entries != nullptr && i < count && result == EntryResult::kFilled; i++) {
-    result = NewEntry(&array.Entries[i], structures[i]);
+  for (UINTN i = 0; entries.Slots != nullptr && i < count && result == EntryResult::kFilled; i++) {
+    result = NewEntry(kind, &entries.Slots[i], structures[i]);
   }
   if (result == EntryResult::kNoEntry && onMissingEntry == OnMissingEntry::kFreeAll) {
-    array.FreeEntries();
+    FreeEntries(kind, entries);
   }
-  return array;
+  return entries;
+}
+
+/// The array of a section in the record.
+template <typename Entry>
+Entry** ArrayOf(const Entries& entries) {
+  return reinterpret_cast<Entry**>(entries.Slots);
 }
 
 template <typename Entry>
-void FreeArray(UINT8 count, Entry** entries) {
-  EntryArray<Entry>{count, entries}.FreeEntries();
-  FreeBlock(entries);
+void FreeArray(UINT8 count, Entry** array) {
+  FreeEntries(KindOf<Entry>(), {count, reinterpret_cast<VOID**>(array)});
+  FreeBlock(array);
 }
 
 }  // namespace
 
 void FillChassisSection(TVQ_SYSTEM* system) {
-  const auto array = BuildEntries<CHASSIS_INFO>(SMBIOS_TYPE_SYSTEM_ENCLOSURE,
-                                                u"Did not find any CHASSIS SMBIOS structures\n",
-                                                u"Found %d CHASSIS SMBIOS structures\n");
-  system->NumChassis = array.Count;
-  system->ChassisInfo = array.Entries;
+  const Entries entries = BuildEntries(KindOf<CHASSIS_INFO>(), SMBIOS_TYPE_SYSTEM_ENCLOSURE,
+                                       "Did not find any CHASSIS SMBIOS structures\n",
+                                       "Found %d CHASSIS SMBIOS structures\n");
+  system->NumChassis = entries.Count;
+  system->ChassisInfo = ArrayOf<CHASSIS_INFO>(entries);
 }
 
 void FillPmaSection(TVQ_SYSTEM* system) {
-  const auto array = BuildEntries<PMA_INFO>(SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY,
-                                            u"Did not find any PMA SMBIOS structures\n",
-                                            u"Found %d PMA SMBIOS structures\n");
-  system->NumPMA = array.Count;
-  system->PMAInfo = array.Entries;
+  const Entries entries =
+      BuildEntries(KindOf<PMA_INFO>(), SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY,
+                   "Did not find any PMA SMBIOS structures\n", "Found %d PMA SMBIOS structures\n");
+  system->NumPMA = entries.Count;
+  system->PMAInfo = ArrayOf<PMA_INFO>(entries);
 }
 
 /// Unlike the system structure, a firmware structure that is missing or not the only one costs
@@ -265,36 +283,36 @@ void FillBiosSection(TVQ_SYSTEM* system) {
   const bool single =
       !EFI_ERROR(structures.Collect(SMBIOS_TYPE_BIOS_INFORMATION)) && structures.Count() == 1;
   if (!single) {
-    kLog(u"Did not find or found way too many BIOS SMBIOS structures\n");
+    kLog("Did not find or found way too many BIOS SMBIOS structures\n");
   }
-  kLog(u"Found %d BIOS SMBIOS structures\n", structures.Count());
+  kLog("Found %d BIOS SMBIOS structures\n", structures.Count());
   if (single) {
-    BIOS_INFO* info = nullptr;
-    NewEntry(&info, structures[0]);
-    system->BIOSInfo = info;
+    VOID* info = nullptr;
+    NewEntry(KindOf<BIOS_INFO>(), &info, structures[0]);
+    system->BIOSInfo = static_cast<BIOS_INFO*>(info);
   }
 }
 
 void FillBaseBoardSection(TVQ_SYSTEM* system) {
-  const auto array = BuildEntries<BASE_BOARD_INFO>(
-      SMBIOS_TYPE_BASEBOARD_INFORMATION, u"Did not find any Base Board SMBIOS structures\n",
-      u"Found %d Base Board structures\n");
-  system->NumBaseBoards = array.Count;
-  system->BaseBoardInfo = array.Entries;
+  const Entries entries = BuildEntries(KindOf<BASE_BOARD_INFO>(), SMBIOS_TYPE_BASEBOARD_INFORMATION,
+                                       "Did not find any Base Board SMBIOS structures\n",
+                                       "Found %d Base Board structures\n");
+  system->NumBaseBoards = entries.Count;
+  system->BaseBoardInfo = ArrayOf<BASE_BOARD_INFO>(entries);
 }
 
 void FillPciSlotSection(TVQ_SYSTEM* system) {
-  const auto array = BuildEntries<PCI_SLOT_INFO>(
-      SMBIOS_TYPE_SYSTEM_SLOTS, u"Did not find any PCI Slot SMBIOS structures\n",
-      u"Found %d PCI Slot structures\n", OnMissingEntry::kFreeAll);
-  system->NumPCISlots = array.Count;
-  system->PCISlotInfo = array.Entries;
+  const Entries entries = BuildEntries(KindOf<PCI_SLOT_INFO>(), SMBIOS_TYPE_SYSTEM_SLOTS,
+                                       "Did not find any PCI Slot SMBIOS structures\n",
+                                       "Found %d PCI Slot structures\n", OnMissingEntry::kFreeAll);
+  system->NumPCISlots = entries.Count;
+  system->PCISlotInfo = ArrayOf<PCI_SLOT_INFO>(entries);
 }
 
 void FreeSystemSections(const TVQ_SYSTEM& system) {
   FreeArray<PCI_SLOT_INFO>(system.NumPCISlots, system.PCISlotInfo);
   FreeArray<BASE_BOARD_INFO>(system.NumBaseBoards, system.BaseBoardInfo);
-  FreeEntry<BIOS_INFO>(system.BIOSInfo);
+  FreeEntry(KindOf<BIOS_INFO>(), system.BIOSInfo);
   FreeArray<PMA_INFO>(system.NumPMA, system.PMAInfo);
   FreeArray<CHASSIS_INFO>(system.NumChassis, system.ChassisInfo);
 }

@@ -148,7 +148,7 @@ FQDD_MAP_ENTRY* FindFqdd(UINT16 Handle) {
       return &gFqddMap[position];
     }
   }
-  Logger("FindFqdd")(u"Handle 0x%X not found\n", Handle);
+  Logger("FindFqdd")("Handle 0x%X not found\n", Handle);
   return nullptr;
 }
 

@@ -8,61 +8,68 @@
 #define TVQ_LOG_H_
 
 #include <Library/TvqCpp.h>
-#include <Library/ZorvLib.h>
-
-#include "text.h"
+#include <Protocol/DebugLog.h>
 
 namespace tvq {
 
-/// ASCII text for a %s directive. It is widened only when the line is logged, and cut to the
+/// Room for the longest format and its terminator.
+inline constexpr UINTN kLogFormatSize = 96;
+
+/// The format of a line. The image holds it in ASCII, half the size of what the debug log takes.
+struct LogFormat {
+  constexpr LogFormat() = default;
+  template <UINTN N>
+  constexpr LogFormat(const char (&text)[N]) : Text(text) {
+    static_assert(N <= kLogFormatSize, "the format would be cut");
+  }
+
+  const char* Text = nullptr;
+};
+
+/// ASCII text for a %s directive. It is widened only when there is a debug log, and cut to the
 /// buffer.
 class Widened {
  public:
-  explicit Widened(const CHAR8* ascii) : mAscii(ascii) {}
+  explicit Widened(const CHAR8* ascii);
 
-  CHAR16* Text() {
-    UINTN length = 0;
-    while (length + 1 < ARRAY_SIZE(mText) && mAscii[length] != '\0') {
-      mText[length] = WidenByte(mAscii[length]);
-      length++;
-    }
-    mText[length] = 0;
-    return mText;
-  }
+  const CHAR16* Text() const { return mText; }
 
  private:
-  const CHAR8* mAscii;
   CHAR16 mText[128];
 };
 
-/// Logs under the name of one routine. 64-bit directives take UINT64 values.
+/// Logs under the name of one routine. Values are integers and addresses of texts. Each takes a
+/// 64-bit word in a call to the debug log, which looks only at as many as the format names: so few
+/// routines serve all lines, and a call costs the image little.
 class Logger {
  public:
   constexpr explicit Logger(const char* function) : mFunction(function) {}
 
-  template <typename... Values>
-  void operator()(const char16_t* format, Values... values) const {
-    Print(DEBUG_LOG_LEVEL_INFO, format, values...);
+  void operator()(LogFormat format) const { Log(format.Text); }
+
+  template <typename Value>
+  void operator()(LogFormat format, Value value) const {
+    Log(format.Text, Word(value));
   }
 
-  template <typename... Values>
-  void Error(const char16_t* format, Values... values) const {
-    Print(DEBUG_LOG_LEVEL_ERROR, format, values...);
+  template <typename First, typename Second, typename Third = UINT64>
+  void operator()(LogFormat format, First first, Second second, Third third = 0) const {
+    Log(format.Text, Word(first), Word(second), Word(third));
+  }
+
+  template <typename Value = UINT64>
+  void Error(LogFormat format, Value value = 0) const {
+    LogError(format.Text, Word(value));
   }
 
  private:
-  template <typename... Values>
-  void Print(UINT32 level, const char16_t* format, Values&... values) const {
-    if (gDebugLog != nullptr) {
-      gDebugLog->Print(level, mFunction, Ucs2(format), Argument(values)...);
-    }
-  }
+  static UINT64 Word(UINT64 value) { return value; }
+  static UINT64 Word(const VOID* address) { return reinterpret_cast<UINTN>(address); }
 
-  template <typename Value>
-  static Value Argument(Value& value) {
-    return value;
-  }
-  static CHAR16* Argument(Widened& value) { return value.Text(); }
+  void Log(const char* format) const;
+  void Log(const char* format, UINT64 value) const;
+  void Log(const char* format, UINT64 first, UINT64 second, UINT64 third) const;
+  void LogError(const char* format, UINT64 value) const;
 
   const char* mFunction;
 };

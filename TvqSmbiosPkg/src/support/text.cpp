@@ -16,6 +16,37 @@ void WidenCharacters(CHAR16* wide, const CHAR8* ascii, UINTN length) {
   }
 }
 
+void WideText::AppendCharacter(CHAR16 character) {
+  if (mLeft != 0) {
+    *mEnd++ = character;
+    *mEnd = 0;
+    mLeft--;
+  }
+}
+
+void WideText::Append(const CHAR8* ascii) {
+  while (*ascii != '\0') {
+    AppendCharacter(WidenByte(*ascii++));
+  }
+}
+
+void WideText::Append(const CHAR16* text) {
+  while (*text != 0) {
+    AppendCharacter(*text++);
+  }
+}
+
+void WideText::AppendNumber(UINT8 number, UINT8 base) {
+  if (number >= base) {
+    AppendNumber(static_cast<UINT8>(number / base), base);
+  }
+  AppendCharacter(static_cast<CHAR16>("0123456789ABCDEF"[number % base]));
+}
+
+void WidenInto(CHAR16* wide, UINTN size, const CHAR8* ascii) {
+  WideText(wide, size).Append(ascii);
+}
+
 PoolPtr<CHAR16> NewWide(const CHAR8* ascii) {
   const UINTN length = ZvAsciiStrLen(ascii);
   auto wide = PoolPtr<CHAR16>::Zeroed(length + 1);

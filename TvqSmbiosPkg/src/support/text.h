@@ -20,6 +20,28 @@ inline CHAR16 WidenByte(CHAR8 byte) {
 /// Widens `length` characters; `wide` has room for them, and a terminator is the caller's matter.
 void WidenCharacters(CHAR16* wide, const CHAR8* ascii, UINTN length);
 
+/// Puts a text of CHAR16 together in a buffer. What does not fit is cut, and the text is always
+/// terminated. PrintLib, which prints into such buffers too, would be a tenth of the driver.
+class WideText {
+ public:
+  /// `size` characters, the terminator included; at least one.
+  WideText(CHAR16* buffer, UINTN size) : mEnd(buffer), mLeft(size - 1) { *mEnd = 0; }
+
+  void Append(const CHAR8* ascii);
+  void Append(const CHAR16* text);
+  /// A number with the base 10 or 16, in capital letters and without leading zeros.
+  void AppendNumber(UINT8 number, UINT8 base);
+
+ private:
+  void AppendCharacter(CHAR16 character);
+
+  CHAR16* mEnd;
+  UINTN mLeft;
+};
+
+/// A widened copy of `ascii` in a buffer of `size` characters; what does not fit is cut.
+void WidenInto(CHAR16* wide, UINTN size, const CHAR8* ascii);
+
 /// A widened copy of `ascii` in new zeroed pool; empty when the pool is exhausted.
 PoolPtr<CHAR16> NewWide(const CHAR8* ascii);
 

@@ -23,7 +23,7 @@ TVQ_BLOB_HEADER* WrapDocument(const CHAR8* document, UINTN length) {
   TVQ_BLOB_HEADER* blob =
       NewBlob(TVQ_BLOB_TYPE_CONFIGURATION, TVQ_BLOB_COOKIE_CONFIGURATION, size, size);
   if (blob == nullptr) {
-    kConfigLog(u"Failed to allocate memory for tvqconfigBlob \n");
+    kConfigLog("Failed to allocate memory for tvqconfigBlob \n");
     return nullptr;
   }
   ZvCopyMem(reinterpret_cast<UINT8*>(blob) + sizeof(TVQ_CONFIGURATION_BLOB), document, length + 1);
@@ -36,7 +36,7 @@ EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
     return EFI_OUT_OF_RESOURCES;
   }
   *blob = wrapped;
-  kConfigLog(u"GetInstance Cached SMBIOS Current Values\n");
+  kConfigLog("GetInstance Cached SMBIOS Current Values\n");
   return EFI_SUCCESS;
 }
 
@@ -63,16 +63,16 @@ EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
 
   XmlWriter document;
   if (!document.Allocate()) {
-    kConfigLog.Error(u"Failed to allocate memory for xml \n");
+    kConfigLog.Error("Failed to allocate memory for xml \n");
     return EFI_OUT_OF_RESOURCES;
   }
-  kConfigLog(u"Creating SMBIOS XML\n");
+  kConfigLog("Creating SMBIOS XML\n");
   const EFI_STATUS status = WriteDocument(document, Record);
   if (EFI_ERROR(status)) {
     return status;
   }
-  kConfigLog(u"GetInstance SMBIOS Current Values\n");
-  kConfigLog(u"xmlbuffer size = %d xmllength = %d\n", XmlWriter::kInitialSize, document.Length());
+  kConfigLog("GetInstance SMBIOS Current Values\n");
+  kConfigLog("xmlbuffer size = %d xmllength = %d\n", XmlWriter::kInitialSize, document.Length());
 
   // Without memory for it the cache stays empty, and the next Get builds the document again.
   auto* cache = static_cast<CHAR8*>(ZvAllocateZero(document.Length() + 1));
@@ -85,21 +85,21 @@ EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
     return EFI_OUT_OF_RESOURCES;
   }
   *Blob = blob;
-  kConfigLog(u"Exiting \n");
+  kConfigLog("Exiting \n");
   return EFI_SUCCESS;
 }
 
 EFI_STATUS getEndBlob(TVQ_BLOB_HEADER** Blob) {
   constexpr Logger log("getEndBlob");
-  log(u"Entering \n");
+  log("Entering \n");
   TVQ_BLOB_HEADER* blob =
       NewBlob(TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_END_BLOB), sizeof(TVQ_END_BLOB));
   if (blob == nullptr) {
-    log(u"Failed to allocate memory for tvqEndBlob \n");
+    log("Failed to allocate memory for tvqEndBlob \n");
     return EFI_OUT_OF_RESOURCES;
   }
   *Blob = blob;
-  log(u"Exiting \n");
+  log("Exiting \n");
   return EFI_SUCCESS;
 }
 

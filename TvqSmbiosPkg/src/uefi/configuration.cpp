@@ -17,13 +17,13 @@ constexpr UINTN kWwnLength = 14;
 constexpr UINTN kFirmwareVersionLength = 31;
 
 void WriteDimmIdentity(XmlWriter& xml, const TVQ_DIMM& dimm) {
-  xml.Element("WWN", dimm.Generic.WWN, kWwnLength);
+  xml.Limited("WWN", dimm.Generic.WWN, kWwnLength);
   if (dimm.ComponentID != 0) {
     xml.Decimal("ComponentID", dimm.ComponentID);
   } else {
     xml.Empty("ComponentID");
   }
-  xml.Element("FirmwareVersion", dimm.FirmwareVersion, kFirmwareVersionLength);
+  xml.Limited("FirmwareVersion", dimm.FirmwareVersion, kFirmwareVersionLength);
   if (dimm.ProductID != 0) {
     xml.Printed("ProductID", "0x%X", dimm.ProductID);
   } else {
@@ -97,7 +97,7 @@ EFI_STATUS WriteDocument(XmlWriter& xml, smTVQ* record) {
     return status;
   }
   if (xml.Failed()) {
-    Logger("getConfigBlob").Error(u"Failed to allocate memory for xml \n");
+    Logger("getConfigBlob").Error("Failed to allocate memory for xml \n");
     return EFI_OUT_OF_RESOURCES;
   }
   return EFI_SUCCESS;

@@ -57,23 +57,23 @@ void WriteHbm(XmlWriter& xml, const HBM_INFO& hbm) {
   xml.Decimal("Size", hbm.Size);
   xml.Decimal("MemoryType", hbm.MemoryType);
   xml.Decimal("Speed", hbm.Speed);
-  xml.Printed("NonVolatileSize", "%llu", hbm.NonVolatileSize);
-  xml.Printed("VolatileSize", "%llu", hbm.VolatileSize);
-  xml.Printed("CacheSize", "%llu", hbm.CacheSize);
+  xml.LongDecimal("NonVolatileSize", hbm.NonVolatileSize);
+  xml.LongDecimal("VolatileSize", hbm.VolatileSize);
+  xml.LongDecimal("CacheSize", hbm.CacheSize);
   xml.Close("HBMData");
 }
 
 void WriteCoreCount(XmlWriter& xml, UINT8 coreCount) {
   CHAR8 text[6];
-  kLog(u"tvq->device.cpu.CoreCount: %d\n", coreCount);
+  kLog("tvq->device.cpu.CoreCount: %d\n", coreCount);
   ZvAsciiSPrint(text, sizeof(text), "%d", coreCount);
-  kLog(u"corecount: %a\n", text);
+  kLog("corecount: %a\n", text);
   xml.Element("CoreCount", text);
 }
 
 void WriteHbmSummary(XmlWriter& xml, const TVQ_CPU& cpu) {
   xml.Decimal("HBMOnlyMode", cpu.HBMOnlyMode);
-  xml.Printed("HBMMaxCapacity", "%lld", static_cast<UINT64>(cpu.HBMMaxCapacity));
+  xml.Printed("HBMMaxCapacity", "%lld", cpu.HBMMaxCapacity);
   xml.Decimal("HBMLocation", cpu.HBMLocation);
   xml.Decimal("HBMErrorCorrectionType", cpu.HBMErrorCorrectionType);
 }

@@ -61,10 +61,10 @@ EFI_STATUS WriteDimmData(XmlWriter& xml, const TVQ_DIMM& dimm) {
   xml.Decimal("MemSubPID", dimm.MemSubPID);
   // Deliberate: the agent expects the first two names misspelt here, unlike those of a processor's
   // high-bandwidth memory.
-  xml.Printed("NonVolatizeSize", "%llu", dimm.NonVolatileSize);
-  xml.Printed("VolatizeSize", "%llu", dimm.VolatileSize);
-  xml.Printed("CacheSize", "%llu", dimm.CacheSize);
-  xml.Printed("LogicalSize", "%llu", dimm.LogicalSize);
+  xml.LongDecimal("NonVolatizeSize", dimm.NonVolatileSize);
+  xml.LongDecimal("VolatizeSize", dimm.VolatileSize);
+  xml.LongDecimal("CacheSize", dimm.CacheSize);
+  xml.LongDecimal("LogicalSize", dimm.LogicalSize);
   xml.Close("dimmData");
   return EFI_SUCCESS;
 }

@@ -43,13 +43,13 @@ void WriteSlot(XmlWriter& xml, PCI_SLOT_INFO& slot) {
   slot.HotPlug = (slot.HotPlug & kSlotHotPlug) != 0 ? 1 : 0;
   xml.Open("PCISlotInfo");
   xml.Element("Desig", slot.Desig);
-  xml.Printed("Type", "%X", slot.Type);
-  xml.Printed("Width", "%X", slot.Width);
-  xml.Printed("Usage", "%X", slot.Usage);
-  xml.Printed("Len", "%X", slot.Len);
-  xml.Printed("ID", "%X", slot.ID);
-  xml.Printed("BDF", "%X", slot.Bus * 256 + slot.DevFn);
-  xml.Printed("HotPlug", "%X", slot.HotPlug);
+  xml.Hexadecimal("Type", slot.Type);
+  xml.Hexadecimal("Width", slot.Width);
+  xml.Hexadecimal("Usage", slot.Usage);
+  xml.Hexadecimal("Len", slot.Len);
+  xml.Hexadecimal("ID", slot.ID);
+  xml.Hexadecimal("BDF", slot.Bus * 256 + slot.DevFn);
+  xml.Hexadecimal("HotPlug", slot.HotPlug);
   xml.Close("PCISlotInfo");
 }
 
@@ -73,7 +73,7 @@ void WritePma(XmlWriter& xml, const PMA_INFO& pma, const UINT8 (&uuid)[16]) {
   xml.Decimal("Use", pma.Use);
   WriteUuid(xml, uuid);
   xml.Decimal("MemoryErrorCorrection", pma.MemoryErrorCorrection);
-  xml.Printed("MaximumCapacity", "%lld", static_cast<UINT64>(pma.MaximumCapacity));
+  xml.Printed("MaximumCapacity", "%lld", pma.MaximumCapacity);
   xml.Decimal("MemoryErrorInfoHandle", pma.MemoryErrorInfoHandle);
   xml.Decimal("NumberOfMemoryDevices", pma.NumberOfMemoryDevices);
   xml.Printed("ExtendedMaximumCapacity", "%lld", pma.ExtendedMaximumCapacity);
@@ -95,7 +95,7 @@ void WriteSystemIdentifier(XmlWriter& xml, const TVQ_SYSTEM& system) {
     xml.Element("LocationInChassis", board.LocationInChassis);
     xml.Close("BaseBoardInformation");
   });
-  Logger("getConfigBlob")(u"tvq->device.system.NumPCISlots : %d\n", system.NumPCISlots);
+  Logger("getConfigBlob")("tvq->device.system.NumPCISlots : %d\n", system.NumPCISlots);
   ForEachEntry(system.NumPCISlots, system.PCISlotInfo,
                [&](PCI_SLOT_INFO& slot) { WriteSlot(xml, slot); });
 }

@@ -80,7 +80,7 @@ EFI_STATUS SetUnloadHandler() {
       gTvqImageHandle, gTvqImageHandle, EFI_OPEN_PROTOCOL_GET_PROTOCOL);
   if (EFI_ERROR(status)) {
     // The text is kept as it is, although no uninstall follows.
-    Logger("SMBIOSInit")(u" before UninstallMultipleProtocolInterfaces, status %r \n", status);
+    Logger("SMBIOSInit")(" before UninstallMultipleProtocolInterfaces, status %r \n", status);
     return status;
   }
   loadedImage->Unload = DriverUnload;

@@ -9,6 +9,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../support/log.h"
+#include "../support/text.h"
 
 namespace tvq {
 
@@ -16,10 +17,10 @@ namespace {
 
 constexpr Logger kLog("getInvBlob");
 
-/// A text that ends in NUL within its buffer.
+/// A text that ends in NUL within its buffer. While its length is 0 nobody looks at the buffer.
 template <UINTN kSize>
 struct TextBuffer {
-  CHAR8 Text[kSize] = {};
+  CHAR8 Text[kSize];
   UINTN Length = 0;
 
   void Narrow(const CHAR16* text, UINTN limit = kSize - 1) {
@@ -49,30 +50,30 @@ constexpr UINTN kIdentityLength = 14;
 
 void CollectDimmTexts(Texts& texts, const smTVQ* record) {
   texts.Identity.Narrow(record->device.generic.WWN, kIdentityLength);
-  kLog(u"DIMM WWN = %a len = %d\n", texts.Identity.Text, texts.Identity.Length);
+  kLog("DIMM WWN = %a len = %d\n", texts.Identity.Text, texts.Identity.Length);
   texts.FirmwareVersion.Narrow(record->device.dimm.FirmwareVersion);
-  kLog(u"DIMM FW = %a len = %d\n", texts.FirmwareVersion.Text, texts.FirmwareVersion.Length);
+  kLog("DIMM FW = %a len = %d\n", texts.FirmwareVersion.Text, texts.FirmwareVersion.Length);
   if (record->device.dimm.ComponentID != 0) {
     texts.ComponentId.Length = ZvAsciiSPrint(texts.ComponentId.Text, sizeof(texts.ComponentId.Text),
                                              "%d", record->device.dimm.ComponentID);
-    kLog(u"DIMM CompID = %a len = %d\n", texts.ComponentId.Text, texts.ComponentId.Length);
+    kLog("DIMM CompID = %a len = %d\n", texts.ComponentId.Text, texts.ComponentId.Length);
   }
 }
 
 void CollectTexts(Texts& texts, const smTVQ* record) {
   texts.MarketingName.Narrow(record->device.generic.MarketingName);
-  kLog(u"MarketingName = [%a] \n", texts.MarketingName.Text);
+  kLog("MarketingName = [%a] \n", texts.MarketingName.Text);
   switch (record->device.generic.DeviceType) {
     case TVQ_DEVICE_TYPE_DIMM:
       CollectDimmTexts(texts, record);
       break;
     case TVQ_DEVICE_TYPE_SYSTEM:
-      kLog(u"Populating INVBLOB for SYSTEM \n");
+      kLog("Populating INVBLOB for SYSTEM \n");
       texts.Identity.Narrow(record->device.system.ServiceTag);
-      kLog(u"SYSTEM WWN = [%a] \n", texts.Identity.Text);
+      kLog("SYSTEM WWN = [%a] \n", texts.Identity.Text);
       break;
     case TVQ_DEVICE_TYPE_CPU:
-      kLog(u"Populating INVBLOB for CPU \n");
+      kLog("Populating INVBLOB for CPU \n");
       break;
     default:
       break;
@@ -142,9 +143,9 @@ bool IsKnownType(UINT8 deviceType) {
 }  // namespace
 
 EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
-  kLog(u"Entering \n");
+  kLog("Entering \n");
   if (Blob == nullptr || Record == nullptr) {
-    kLog(u"Invalid Parameter\n");
+    kLog("Invalid Parameter\n");
     return EFI_INVALID_PARAMETER;
   }
   *Blob = nullptr;
@@ -155,13 +156,13 @@ EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
     TVQ_BLOB_HEADER* blob =
         NewBlob(TVQ_BLOB_TYPE_INVENTORY, TVQ_BLOB_COOKIE_INVENTORY, size, size + kAbsentSlots);
     if (blob == nullptr) {
-      kLog(u"Failed to allocate memory for tvqInvBlob \n");
+      kLog("Failed to allocate memory for tvqInvBlob \n");
       return EFI_OUT_OF_RESOURCES;
     }
     FillBlob(reinterpret_cast<TVQ_INVENTORY_BLOB*>(blob), texts, Record);
     *Blob = blob;
   }
-  kLog(u"Exiting \n");
+  kLog("Exiting \n");
   return EFI_SUCCESS;
 }
 

@@ -6,6 +6,8 @@
 
 #include "blobs.h"
 
+#include <Library/ZorvLib.h>
+
 #include "../support/log.h"
 
 namespace tvq {
@@ -31,8 +33,8 @@ bool PrintHeader(const TVQ_DATA& slot, const char* label) {
     return false;
   }
   const auto* header = static_cast<const TVQ_BLOB_HEADER*>(slot.Buffer);
-  kLog(u"[%a] BLOB type: 0x%08x\n", label, header->type);
-  kLog(u"BLOB revision: %d cookie: 0x%08x sizeInBytes:%d\n", header->revision, header->cookie,
+  kLog("[%a] BLOB type: 0x%08x\n", label, header->type);
+  kLog("BLOB revision: %d cookie: 0x%08x sizeInBytes:%d\n", header->revision, header->cookie,
        header->sizeInBytes);
   return true;
 }
@@ -41,7 +43,7 @@ const CHAR8* StringArea(const TVQ_INVENTORY_BLOB* blob) {
   return reinterpret_cast<const CHAR8*>(blob + 1);
 }
 
-void PrintReference(const TVQ_INVENTORY_BLOB* blob, UINT32 reference, const char16_t* format) {
+void PrintReference(const TVQ_INVENTORY_BLOB* blob, UINT32 reference, LogFormat format) {
   if (TVQ_STRING_REFERENCE_PRESENT(reference)) {
     const UINT32 offset = TVQ_STRING_REFERENCE_OFFSET(reference);
     kLog(format, offset, StringArea(blob) + offset);
@@ -51,21 +53,21 @@ void PrintReference(const TVQ_INVENTORY_BLOB* blob, UINT32 reference, const char
 /// Deliberate: the text is always the one at the start of the string area, whatever the offset.
 void PrintIdentity(const TVQ_INVENTORY_BLOB* blob) {
   if (TVQ_STRING_REFERENCE_PRESENT(blob->wwnOffset)) {
-    kLog(u"wwnOffset = %d wwn = %a\n", TVQ_STRING_REFERENCE_OFFSET(blob->wwnOffset),
+    kLog("wwnOffset = %d wwn = %a\n", TVQ_STRING_REFERENCE_OFFSET(blob->wwnOffset),
          StringArea(blob));
   }
 }
 
 void PrintInventory(const TVQ_INVENTORY_BLOB* blob) {
   PrintIdentity(blob);
-  PrintReference(blob, blob->MktnameOffset, u"MktnameOffset = %d MktName = %a\n");
-  PrintReference(blob, blob->FwVerOffset, u"FwVerOffset = %d FWVer = %a\n");
-  PrintReference(blob, blob->CompIDOffset, u"CompIDOffset = %d CompID = %a\n");
+  PrintReference(blob, blob->MktnameOffset, "MktnameOffset = %d MktName = %a\n");
+  PrintReference(blob, blob->FwVerOffset, "FwVerOffset = %d FWVer = %a\n");
+  PrintReference(blob, blob->CompIDOffset, "CompIDOffset = %d CompID = %a\n");
   if ((blob->flags & TVQ_INVENTORY_FLAG_PRODUCT_ID) != 0) {
-    kLog(u"Product ID = %04x \n", blob->ProductID);
+    kLog("Product ID = %04x \n", blob->ProductID);
   }
   if ((blob->flags & TVQ_INVENTORY_FLAG_SLOT_NUMBER) != 0) {
-    kLog(u"Slot Number = %X \n", blob->SlotNumber);
+    kLog("Slot Number = %X \n", blob->SlotNumber);
   }
 }
 

@@ -50,7 +50,7 @@ UINT32 ClassOf(UINT8 deviceType) {
 
 EFI_STATUS EFIAPI SMTVQIdentify(TVQ_INVENTORY_PROTOCOL* This, TVQ_IDENTITY* Identity) {
   constexpr Logger log("SMTVQIdentify");
-  log(u"Entering \n");
+  log("Entering \n");
   if (This == nullptr || Identity == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -67,13 +67,13 @@ EFI_STATUS EFIAPI SMTVQIdentify(TVQ_INVENTORY_PROTOCOL* This, TVQ_IDENTITY* Iden
   }
   Identity->ComponentClass = componentClass;
   Identity->ClassQualifier = TVQ_IDENTITY_QUALIFIER;
-  log(u"Exiting 0x%08X\n", (static_cast<UINT64>(TVQ_IDENTITY_QUALIFIER) << 32) | componentClass);
+  log("Exiting 0x%08X\n", (static_cast<UINT64>(TVQ_IDENTITY_QUALIFIER) << 32) | componentClass);
   return EFI_SUCCESS;
 }
 
 EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* Result) {
   constexpr Logger log("SMTVQGet");
-  log(u"Entering \n");
+  log("Entering \n");
   const EFI_STATUS status = CheckRequest(This, Request, Result);
   if (EFI_ERROR(status)) {
     return status;
@@ -85,19 +85,19 @@ EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, T
 
   TVQ_BLOB_HEADER* inventory = nullptr;
   if (EFI_ERROR(getInvBlob(&inventory, record))) {
-    log(u"GetInvBlob returned Error\n");
+    log("GetInvBlob returned Error\n");
   }
   TVQ_BLOB_HEADER* configuration = nullptr;
   if (EFI_ERROR(getConfigBlob(&configuration, record))) {
-    log(u"GetConfigBlob returned Error\n");
+    log("GetConfigBlob returned Error\n");
   }
   TVQ_BLOB_HEADER* end = nullptr;
   if (EFI_ERROR(getEndBlob(&end))) {
-    log(u"GetEndBlob returned Error\n");
+    log("GetEndBlob returned Error\n");
   }
   auto* slots = static_cast<TVQ_DATA*>(ZvAllocateZero(TVQ_SLOT_COUNT * sizeof(TVQ_DATA)));
   if (slots == nullptr) {
-    log(u"Failed to allocate memory for TVQ Pointer Array \n");
+    log("Failed to allocate memory for TVQ Pointer Array \n");
     // Deliberate: the other two blobs stay in the pool.
     if (configuration != nullptr) {
       ZvFreePool(configuration);
@@ -109,23 +109,23 @@ EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, T
   FillSlot(&slots[TVQ_SLOT_CONFIGURATION], configuration);
   FillSlot(&slots[TVQ_SLOT_END], end);
   slots[TVQ_SLOT_TERMINATOR].Revision = TVQ_DATA_REVISION;
-  log(u"Successfully assigned Blob pointers to array \n");
+  log("Successfully assigned Blob pointers to array \n");
   Result->Revision = TVQ_DATA_REVISION;
   Result->Length = TVQ_SLOT_COUNT * sizeof(TVQ_DATA);
   Result->Buffer = slots;
   printData(slots, record);
-  log(u"Exiting\n");
+  log("Exiting\n");
   return EFI_SUCCESS;
 }
 
 EFI_STATUS EFIAPI SMTVQSet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* Data) {
   constexpr Logger log("SMTVQSet");
-  log(u"Entering \n");
+  log("Entering \n");
   const EFI_STATUS status = CheckRequest(This, Request, Data);
   if (EFI_ERROR(status)) {
     return status;
   }
-  log(u"Exiting\n");
+  log("Exiting\n");
   return EFI_UNSUPPORTED;
 }
 

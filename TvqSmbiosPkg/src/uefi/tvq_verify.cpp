@@ -43,7 +43,7 @@ TVQ_MANAGEMENT_PROTOCOL* LocateManagement() {
   const EFI_STATUS status = gBS->LocateProtocol(&gTvqManagementProtocolGuid, nullptr,
                                                 reinterpret_cast<VOID**>(&management));
   if (EFI_ERROR(status) || management == nullptr) {
-    kLog.Error(u"Error getting TVQ Mgmt protocol %x", status);
+    kLog.Error("Error getting TVQ Mgmt protocol %x", status);
     return nullptr;
   }
   return management;
@@ -52,25 +52,25 @@ TVQ_MANAGEMENT_PROTOCOL* LocateManagement() {
 /// The document in the agent's stored data; null, and a log line, when there is none.
 const CHAR8* FetchDocument(TVQ_MANAGEMENT_PROTOCOL* management, const TVQ_DATA& stored) {
   if (stored.Length == 0 || stored.Buffer == nullptr) {
-    kLog.Error(u"Error in Getting Old Data");
+    kLog.Error("Error in Getting Old Data");
     return nullptr;
   }
-  kLog(u"pOldData Revision = %d Length = %d Buffer = 0x%08x\n", stored.Revision, stored.Length,
+  kLog("pOldData Revision = %d Length = %d Buffer = 0x%08x\n", stored.Revision, stored.Length,
        stored.Buffer);
   VOID* found = nullptr;
   const EFI_STATUS status =
       management->LocateBlob(management, stored.Buffer, TVQ_BLOB_TYPE_CONFIGURATION, 0, &found);
   if (EFI_ERROR(status) || found == nullptr) {
-    kLog.Error(u"ERROR locating Config blob %x", status);
+    kLog.Error("ERROR locating Config blob %x", status);
     return nullptr;
   }
   const auto* blob = static_cast<const TVQ_CONFIGURATION_BLOB*>(found);
   const auto* text = reinterpret_cast<const CHAR8*>(blob + 1);
-  kLog(u"Revision %d, BlobType 0x%08x, Cookie 0x%08x \n", blob->header.revision, blob->header.type,
+  kLog("Revision %d, BlobType 0x%08x, Cookie 0x%08x \n", blob->header.revision, blob->header.type,
        blob->header.cookie);
-  kLog(u"Size in Bytes = %d \n", blob->header.sizeInBytes);
-  kLog(u"tvqOldConfigBlob Data \n");
-  kLog(u"%a \n", text);
+  kLog("Size in Bytes = %d \n", blob->header.sizeInBytes);
+  kLog("tvqOldConfigBlob Data \n");
+  kLog("%a \n", text);
   return text;
 }
 
@@ -109,16 +109,16 @@ EFI_STATUS VerifyDimm(const TVQ_DIMM& dimm, const CHAR8* document, UINT32* resul
   const EFI_STATUS status = ParseDIMMXMLBlob(document, &stored, &length);
   if (EFI_ERROR(status)) {
     FreeDimmCache(stored);
-    kLog(u"Error Parsing XMLBlob");
+    kLog("Error Parsing XMLBlob");
     return status;
   }
-  kLog(u"dimmCache->WWN = %s\n", stored->WWN);
-  kLog(u"dimmCache->PartNo = %a\n", stored->PartNo);
-  kLog(u"tvq->device.generic.WWN = %s\n", dimm.Generic.WWN);
-  kLog(u"tvq->device.dimm.PartNumber = %a\n", dimm.PartNumber);
+  kLog("dimmCache->WWN = %s\n", stored->WWN);
+  kLog("dimmCache->PartNo = %a\n", stored->PartNo);
+  kLog("tvq->device.generic.WWN = %s\n", dimm.Generic.WWN);
+  kLog("tvq->device.dimm.PartNumber = %a\n", dimm.PartNumber);
   if (!IsSameText<kStoredWwnLength>(stored->WWN, dimm.Generic.WWN) ||
       !IsSamePart(stored->PartNo, dimm.PartNumber)) {
-    kLog(u"Part Replacement detected for DIMM Device\n");
+    kLog("Part Replacement detected for DIMM Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
   }
   FreeDimmCache(stored);
@@ -131,20 +131,20 @@ EFI_STATUS VerifyCpu(const TVQ_CPU& cpu, const CHAR8* document, UINT32* result) 
   const EFI_STATUS status = ParseCPUXMLBlob(document, &stored, &length);
   if (EFI_ERROR(status)) {
     FreeCpuCache(stored);
-    kLog(u"ERROR Parsing CPUXMLBlob with %r\n", status);
+    kLog("ERROR Parsing CPUXMLBlob with %r\n", status);
     return status;
   }
-  kLog(u"New Marketing Name : %s\n", cpu.Generic.MarketingName);
-  kLog(u"New CoreCount : %d\n", cpu.CoreCount);
-  kLog(u"Old Marketing Name : %s\n", stored->MarketingName);
-  kLog(u"Old CoreCount : %d\n", stored->CoreCount);
+  kLog("New Marketing Name : %s\n", cpu.Generic.MarketingName);
+  kLog("New CoreCount : %d\n", cpu.CoreCount);
+  kLog("Old Marketing Name : %s\n", stored->MarketingName);
+  kLog("Old CoreCount : %d\n", stored->CoreCount);
   if (stored->CoreCount != cpu.CoreCount ||
       !IsSameText<kStoredNameLength>(stored->MarketingName, cpu.Generic.MarketingName)) {
-    kLog(u"Part Replacement detected for CPU Device\n");
+    kLog("Part Replacement detected for CPU Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
   }
   FreeCpuCache(stored);
-  kLog(u"Exiting\n");
+  kLog("Exiting\n");
   return EFI_SUCCESS;
 }
 
@@ -155,7 +155,7 @@ EFI_STATUS VerifyDevice(const TVQ_DEVICE& device, const CHAR8* document, UINT32*
     case TVQ_DEVICE_TYPE_CPU:
       return VerifyCpu(device.cpu, document, result);
     default:
-      kLog(u"Exiting\n");
+      kLog("Exiting\n");
       return EFI_SUCCESS;
   }
 }
@@ -177,7 +177,7 @@ EFI_STATUS Refuse(TVQ_DATA* response) {
 
 EFI_STATUS EFIAPI SMTVQVerify(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* OldData,
                               TVQ_DATA* Response, UINT32* Result) {
-  kLog(u"Entering \n");
+  kLog("Entering \n");
   if (This == nullptr || Request == nullptr || OldData == nullptr || Result == nullptr) {
     return EFI_INVALID_PARAMETER;
   }

@@ -44,35 +44,56 @@ void XmlWriter::AppendBytes(const CHAR8* bytes, UINTN length) {
   }
 }
 
-void XmlWriter::Open(const Literal& name) {
+void XmlWriter::Open(Literal name) {
   AppendBytes("<", 1);
   Append(name);
   AppendBytes(">", 1);
 }
 
-void XmlWriter::Close(const Literal& name) {
+void XmlWriter::Close(Literal name) {
   AppendBytes("</", 2);
   Append(name);
   AppendBytes(">", 1);
 }
 
-void XmlWriter::Wrapped(const Literal& name, const CHAR8* text, UINTN length) {
+void XmlWriter::Wrapped(Literal name, const CHAR8* text, UINTN length) {
   Open(name);
   AppendBytes(text, length);
   Close(name);
 }
 
-void XmlWriter::Element(const Literal& name, const CHAR16* text, UINTN limit) {
+void XmlWriter::Element(Literal name, const CHAR16* text) {
+  Limited(name, text, kTextSize - 1);
+}
+
+void XmlWriter::Limited(Literal name, const CHAR16* text, UINTN limit) {
   CHAR8 narrow[kTextSize];
   Wrapped(name, narrow, NarrowInto(narrow, MIN(limit + 1, sizeof(narrow)), text));
 }
 
-void XmlWriter::Element(const Literal& name, const CHAR8* text) {
+void XmlWriter::Element(Literal name, const CHAR8* text) {
   Wrapped(name, text, ZvAsciiStrLen(text));
 }
 
-void XmlWriter::Empty(const Literal& name) {
+void XmlWriter::Empty(Literal name) {
   Wrapped(name, "", 0);
+}
+
+void XmlWriter::Printed(Literal name, const CHAR8* format, UINT64 first, UINT64 second) {
+  CHAR8 text[kTextSize];
+  Wrapped(name, text, ZvAsciiSPrint(text, sizeof(text), format, first, second));
+}
+
+void XmlWriter::Decimal(Literal name, UINT32 value) {
+  Printed(name, "%d", value);
+}
+
+void XmlWriter::LongDecimal(Literal name, UINT64 value) {
+  Printed(name, "%llu", value);
+}
+
+void XmlWriter::Hexadecimal(Literal name, UINT32 value) {
+  Printed(name, "%X", value);
 }
 
 }  // namespace tvq

@@ -37,26 +37,26 @@ class XmlWriter {
   const CHAR8* Text() const { return mBuffer.Get(); }
   UINTN Length() const { return mLength; }
 
-  void Append(const Literal& text) { AppendBytes(text.Text, text.Length); }
-  void Open(const Literal& name);
-  void Close(const Literal& name);
+  void Append(Literal text) { AppendBytes(text.Text, text.Length); }
+  void Open(Literal name);
+  void Close(Literal name);
 
-  /// An element with a text of at most `limit` characters; empty for null.
-  void Element(const Literal& name, const CHAR16* text, UINTN limit = kTextSize - 1);
-  void Element(const Literal& name, const CHAR8* text);
-  void Empty(const Literal& name);
+  /// An element with a text; empty for null.
+  void Element(Literal name, const CHAR16* text);
+  void Element(Literal name, const CHAR8* text);
+  /// The same with at most `limit` characters of the text.
+  void Limited(Literal name, const CHAR16* text, UINTN limit);
+  void Empty(Literal name);
 
-  /// An element with a printed value.
-  template <typename... Values>
-  void Printed(const Literal& name, const CHAR8* format, Values... values) {
-    CHAR8 text[kTextSize];
-    const UINTN length = ZvAsciiSPrint(text, sizeof(text), format, values...);
-    Wrapped(name, text, length);
-  }
-  void Decimal(const Literal& name, UINT32 value) { Printed(name, "%d", value); }
+  /// An element with one or two printed values. Each takes a 64-bit word in the call to the printer,
+  /// which looks only at what the format names.
+  void Printed(Literal name, const CHAR8* format, UINT64 first, UINT64 second = 0);
+  void Decimal(Literal name, UINT32 value);
+  void LongDecimal(Literal name, UINT64 value);
+  void Hexadecimal(Literal name, UINT32 value);
 
  private:
-  void Wrapped(const Literal& name, const CHAR8* text, UINTN length);
+  void Wrapped(Literal name, const CHAR8* text, UINTN length);
   void AppendBytes(const CHAR8* bytes, UINTN length);
   bool Reserve(UINTN length);
 

@@ -14,6 +14,7 @@
 #include "../support/bytes.h"
 #include "../support/containing.h"
 #include "../support/log.h"
+#include "../support/text.h"
 
 namespace tvq {
 
@@ -21,19 +22,6 @@ namespace {
 
 /// Characters of a module's locator that its device path holds.
 constexpr UINTN kLocatorLength = 3;
-
-/// A kind of device. The print sizes are deliberate limits of their own, smaller than the buffers.
-struct Kind {
-  bool (*IsInstance)(const TVQ_DEVICE& device, const UINT8* data);
-  void (*PrintName)(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes);
-  void (*PrintFqdd)(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes);
-  UINT8 NamePrintSize;     ///< Bytes.
-  UINT8 FqddBufferLength;  ///< Characters.
-  UINT8 FqddPrintSize;     ///< Bytes.
-  UINT16 AssertionLine;
-};
-
-constexpr UINTN kNameBufferLength = 15;
 
 /// A module's three locator characters, terminated; zeros when it has no locator.
 struct Locator {
@@ -47,63 +35,74 @@ struct Locator {
   CHAR16 Text[kLocatorLength + 1];
 };
 
-/// The record's own FQDD, or what the format makes of the value.
-template <typename Value>
-void PrintRecordFqdd(const CHAR16* own, CHAR16* fqdd, UINTN bytes, const char16_t* format,
-                     Value value) {
-  if (own != nullptr) {
-    UnicodeSPrint(fqdd, bytes, Ucs2(u"%s"), own);
-  } else {
-    UnicodeSPrint(fqdd, bytes, Ucs2(format), value);
+/// What tells the devices of a kind apart.
+enum class Instance : UINT8 {
+  kCpuSocket,
+  kLocator,
+  kSystemSocket
+};
+
+/// A kind of device. The print sizes are deliberate limits of their own, smaller than the buffers.
+struct Kind {
+  Instance ToldBy;
+  char NamePrefix[8];
+  char FqddPrefix[17];
+  UINT8 NamePrintSize;     ///< Bytes.
+  UINT8 FqddBufferLength;  ///< Characters.
+  UINT8 FqddPrintSize;     ///< Bytes.
+  UINT16 AssertionLine;
+};
+
+constexpr UINTN kNameBufferLength = 15;
+
+constexpr Kind kCpu = {Instance::kCpuSocket, "CPU ", "CPU.Socket.", 14, 16, 32, 63};
+constexpr Kind kDimm = {Instance::kLocator, "DIMM ", "DIMM.Socket.", 20, 16, 32, 156};
+constexpr Kind kSystem = {Instance::kSystemSocket, "SYSTEM ", "System.Embedded.", 14, 32, 63, 272};
+
+UINT8 SocketOf(const Kind& kind, const TVQ_DEVICE& device) {
+  return kind.ToldBy == Instance::kCpuSocket ? device.cpu.Socket : device.system.Socket;
+}
+
+/// The record's own FQDD; null when it has none. The system never has one.
+const CHAR16* OwnFqdd(const Kind& kind, const TVQ_DEVICE& device) {
+  switch (kind.ToldBy) {
+    case Instance::kCpuSocket:
+      return device.cpu.FQDD;
+    case Instance::kLocator:
+      return device.dimm.FQDD;
+    default:
+      return nullptr;
   }
 }
 
-bool IsCpu(const TVQ_DEVICE& device, const UINT8* data) {
-  return data[1] == device.cpu.Socket;
-}
-
-void PrintCpuName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-  UnicodeSPrint(name, bytes, Ucs2(u"CPU %d"), device.cpu.Socket);
-}
-
-void PrintCpuFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-  PrintRecordFqdd(device.cpu.FQDD, fqdd, bytes, u"CPU.Socket.%x", device.cpu.Socket);
-}
-
-bool IsDimm(const TVQ_DEVICE& device, const UINT8* data) {
+/// Tells whether the bytes behind the device type in a path are those of the device.
+bool IsInstance(const Kind& kind, const TVQ_DEVICE& device, const UINT8* bytes) {
+  if (kind.ToldBy != Instance::kLocator) {
+    return bytes[0] == SocketOf(kind, device);
+  }
   const Locator locator(device);
-  for (UINTN i = 0; i < kLocatorLength; i++) {
-    if (Read16(data + 1 + i * sizeof(CHAR16)) != locator.Text[i]) {
-      return false;
-    }
+  return CompareMem(bytes, locator.Text, kLocatorLength * sizeof(CHAR16)) == 0;
+}
+
+/// The prefix, and the socket or the locator behind it.
+void WriteName(const Kind& kind, const TVQ_DEVICE& device, WideText text, const char* prefix,
+               UINT8 base) {
+  text.Append(prefix);
+  if (kind.ToldBy == Instance::kLocator) {
+    text.Append(Locator(device).Text);
+  } else {
+    text.AppendNumber(SocketOf(kind, device), base);
   }
-  return true;
 }
 
-void PrintDimmName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-  UnicodeSPrint(name, bytes, Ucs2(u"DIMM %s"), Locator(device).Text);
+void WriteFqdd(const Kind& kind, const TVQ_DEVICE& device, WideText text) {
+  const CHAR16* own = OwnFqdd(kind, device);
+  if (own != nullptr) {
+    text.Append(own);
+  } else {
+    WriteName(kind, device, text, kind.FqddPrefix, 16);
+  }
 }
-
-void PrintDimmFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-  Locator locator(device);
-  PrintRecordFqdd(device.dimm.FQDD, fqdd, bytes, u"DIMM.Socket.%s", &locator.Text[0]);
-}
-
-bool IsSystem(const TVQ_DEVICE& device, const UINT8* data) {
-  return data[1] == device.system.Socket;
-}
-
-void PrintSystemName(const TVQ_DEVICE& device, CHAR16* name, UINTN bytes) {
-  UnicodeSPrint(name, bytes, Ucs2(u"SYSTEM %d"), device.system.Socket);
-}
-
-void PrintSystemFqdd(const TVQ_DEVICE& device, CHAR16* fqdd, UINTN bytes) {
-  UnicodeSPrint(fqdd, bytes, Ucs2(u"System.Embedded.%x"), device.system.Socket);
-}
-
-constexpr Kind kCpu = {IsCpu, PrintCpuName, PrintCpuFqdd, 14, 16, 32, 63};
-constexpr Kind kDimm = {IsDimm, PrintDimmName, PrintDimmFqdd, 20, 16, 32, 156};
-constexpr Kind kSystem = {IsSystem, PrintSystemName, PrintSystemFqdd, 14, 32, 63, 272};
 
 /// Tells whether the node is the one of the entry's device. A node too short for the data that is
 /// compared is not.
@@ -114,7 +113,7 @@ bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PAT
   }
   const auto* node = reinterpret_cast<const TVQ_DEVICE_PATH*>(path);
   return CompareMem(&node->Vendor.Guid, &gTvqDevicePathVendorGuid, sizeof(EFI_GUID)) == 0 &&
-         node->Data[0] == device.generic.DeviceType && kind.IsInstance(device, node->Data);
+         node->Data[0] == device.generic.DeviceType && IsInstance(kind, device, node->Data + 1);
 }
 
 EFI_STATUS DeviceName(const Kind& kind, ZVEP_PROTOCOL* interface,
@@ -137,13 +136,14 @@ EFI_STATUS DeviceName(const Kind& kind, ZVEP_PROTOCOL* interface,
   if (!nameText) {
     return EFI_OUT_OF_RESOURCES;
   }
-  kind.PrintName(entry->Device, nameText.Get(), kind.NamePrintSize);
+  WriteName(kind, entry->Device, {nameText.Get(), kind.NamePrintSize / sizeof(CHAR16)},
+            kind.NamePrefix, 10);
   if (fqdd != nullptr) {
     auto fqddText = PoolPtr<CHAR16>::Zeroed(kind.FqddBufferLength);
     if (!fqddText) {
       return EFI_OUT_OF_RESOURCES;
     }
-    kind.PrintFqdd(entry->Device, fqddText.Get(), kind.FqddPrintSize);
+    WriteFqdd(kind, entry->Device, {fqddText.Get(), kind.FqddPrintSize / sizeof(CHAR16)});
     *fqdd = fqddText.Release();
   }
   *name = nameText.Release();
@@ -192,7 +192,7 @@ ZVEP_PROTOCOL* MakeCPUZVEP(const TVQ_DEVICE* Device) {
   ZVEP_ENTRY* entry = NewEntry(Device);
   if (entry != nullptr) {
     const TVQ_CPU& cpu = entry->Device.cpu;
-    Logger("MakeCPUZVEP")(u"CPU Info: Socket %d MaxSpeed %d CoreCount %d\n", cpu.Socket,
+    Logger("MakeCPUZVEP")("CPU Info: Socket %d MaxSpeed %d CoreCount %d\n", cpu.Socket,
                           cpu.MaxSpeed, cpu.CoreCount);
   }
   return FillInterface(entry, GetDeviceName<kCpu>);
