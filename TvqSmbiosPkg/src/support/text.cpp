@@ -44,7 +44,12 @@ void WideText::AppendNumber(UINT8 number, UINT8 base) {
 }
 
 void WidenInto(CHAR16* wide, UINTN size, const CHAR8* ascii) {
-  WideText(wide, size).Append(ascii);
+  UINTN length = 0;
+  while (length + 1 < size && ascii[length] != '\0') {
+    wide[length] = WidenByte(ascii[length]);
+    length++;
+  }
+  wide[length] = 0;
 }
 
 PoolPtr<CHAR16> NewWide(const CHAR8* ascii) {
