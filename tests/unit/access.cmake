@@ -9,6 +9,7 @@ tvq_unit_test(
   unit/access_bounds_test.cpp
   unit/access_reference_test.cpp
   unit/structure_test.cpp
+  unit/table_index_test.cpp
   IMAGES
   driver
   LIBRARIES
