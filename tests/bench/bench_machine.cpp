@@ -14,6 +14,7 @@
 
 #include <Protocol/DebugLog.h>
 #include <Protocol/TvqInventory.h>
+#include <Protocol/TvqStartRequest.h>
 
 #include "TvqPlatformPkg/src/agent/attributes.h"
 #include "TvqPlatformPkg/src/agent/start.h"
@@ -174,7 +175,10 @@ void BenchMachine::Publish(const Bytes& file) {
 }
 
 void BenchMachine::Start(const Meter& meter) {
-  const TVQ_START_REQUEST* const request = tvqplatform::FindStartRequest();
+  void* found = nullptr;
+  Require(mImpl->services->LocateProtocol(&gTvqStartRequestProtocolGuid, nullptr, &found),
+          "finding the start request");
+  const auto* const request = static_cast<const TVQ_START_REQUEST*>(found);
   meter.begin();
   const EFI_STATUS status = request->Start(nullptr);
   meter.end();
