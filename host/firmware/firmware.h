@@ -130,6 +130,9 @@ class Pool {
   std::vector<Block> LiveBlocks(const Owner& owner) const;
   // The live block that contains the address.
   std::optional<Block> Find(const void* address) const;
+  // Whether blocks know their call site; on in a fresh machine. Finding it is a good part of an
+  // allocation.
+  void KeepCallSites(bool keep);
 
   // Calls so far that asked for a block, those that failed included.
   uint64_t Allocations() const;

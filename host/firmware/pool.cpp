@@ -117,8 +117,8 @@ void Pool::Store::Remember(const Owner& owner, EFI_MEMORY_TYPE type, void* addre
                            bool isPages) {
   const uintptr_t key = reinterpret_cast<uintptr_t>(address);
   mFreedAddresses.erase(key);
-  mLive.insert_or_assign(key,
-                         Block{address, size, type, isPages, owner, ++mSerial, CallSite::Here(2)});
+  const CallSite site = mKeepCallSites ? CallSite::Here(2) : CallSite();
+  mLive.insert_or_assign(key, Block{address, size, type, isPages, owner, ++mSerial, site});
 }
 
 EFI_STATUS Pool::Store::Allocate(const Owner& owner, EFI_MEMORY_TYPE type, UINTN size,
@@ -328,6 +328,10 @@ std::vector<Block> Pool::LiveBlocks(const Owner& owner) const {
 
 std::optional<Block> Pool::Find(const void* address) const {
   return mStore->Find(address);
+}
+
+void Pool::KeepCallSites(bool keep) {
+  mStore->KeepCallSites(keep);
 }
 
 uint64_t Pool::Allocations() const {

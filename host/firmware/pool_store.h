@@ -10,7 +10,7 @@
 #include <deque>
 #include <map>
 #include <optional>
-#include <set>
+#include <unordered_set>
 #include <vector>
 
 #include "host/firmware/firmware.h"
@@ -39,6 +39,7 @@ class Pool::Store {
   uint64_t Allocations(std::optional<Owner> owner) const;
   uint64_t Frees() const { return mFrees; }
   uint64_t FailedAllocations() const { return mFailed; }
+  void KeepCallSites(bool keep) { mKeepCallSites = keep; }
 
   void Fail(uint64_t n, std::optional<Owner> owner, bool following);
   void StopFailing() { mFaults.clear(); }
@@ -65,7 +66,8 @@ class Pool::Store {
 
   Machine& mMachine;
   std::map<uintptr_t, Block> mLive;
-  std::set<uintptr_t> mFreedAddresses;
+  std::unordered_set<uintptr_t> mFreedAddresses;
+  bool mKeepCallSites = true;
   // Blocks that were freed wait here, poisoned, so that writes to them show.
   std::deque<FreedBlock> mQuarantine;
   size_t mQuarantineSize = 0;
