@@ -33,7 +33,7 @@ void WriteDimmIdentity(XmlWriter& xml, const TVQ_DIMM& dimm) {
 
 /// "CPU" and one character, which may be no digit, and ends the text when it is NUL.
 void WriteCpuLocation(XmlWriter& xml, const TVQ_CPU& cpu) {
-  CHAR8 location[10];
+  CHAR8 location[10] = {};
   ZvAsciiStrCpyS(location, sizeof(location), "CPU0");
   location[3] = static_cast<CHAR8>(static_cast<UINT8>('0' + cpu.Socket));
   xml.Element("CPULocation", location);
