@@ -40,8 +40,14 @@ Host() { BuildHost host all "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
 # The sample tables and the program that builds them, which take no part of EDK II.
 Tables() { BuildHost host tvq_samples "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
 
+# Tests that run the driver tens of thousands of times: optimised, without sanitizers.
+LongTests() { BuildHost long tvq_long_tests "${OPTIMISED[@]}"; }
+
 # What the tests run.
-HostTests() { BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON; }
+HostTests() {
+  LongTests
+  BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON "-DTVQ_LONG_TESTS=$BUILD/long"
+}
 
 # What `./dev bench` measures: like firmware's RELEASE, without the assertions of MdePkg.
 Bench() { BuildHost bench tvq_bench "${OPTIMISED[@]}" -DCMAKE_C_FLAGS=-DMDEPKG_NDEBUG -DCMAKE_CXX_FLAGS=-DMDEPKG_NDEBUG; }
