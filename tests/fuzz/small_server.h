@@ -1,0 +1,17 @@
+/*
+ * A table that gives one record of each kind.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_TESTS_FUZZ_SMALL_SERVER_H_
+#define TVQ_TESTS_FUZZ_SMALL_SERVER_H_
+
+#include "tests/fuzz/guarded_table.h"
+
+namespace tvq::fuzz {
+
+Table SmallServer();
+
+}  // namespace tvq::fuzz
+
+#endif  // TVQ_TESTS_FUZZ_SMALL_SERVER_H_

@@ -1,0 +1,88 @@
+/*
+ * Fuzz target `verify`: what an agent stored, against the records of a started driver.
+ *
+ * The low bits of the input's first byte say which record is asked (1, 2: which one), whether what follows is a
+ * document, which is then wrapped as stored data is, or stored data as such (4), and whether a mode text stands before
+ * it, up to its NUL (8).
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "images/driver.h"
+#include "images/platform.h"
+#include "tests/fuzz/small_server.h"
+#include "tests/fuzz/started_machine.h"
+#include "tests/fuzz/target.h"
+
+#include <IndustryStandard/TvqBlob.h>
+
+namespace {
+
+using tvq::fuzz::Bytes;
+using tvq::fuzz::Expect;
+using tvq::fuzz::StartedMachine;
+
+constexpr uint8_t kWhichRecord = 3;
+constexpr uint8_t kIsStoredData = 4;
+constexpr uint8_t kHasMode = 8;
+
+// The machine remembers which addresses were freed, so it is not kept for ever.
+constexpr size_t kRunsOfAMachine = 1000;
+
+StartedMachine& Machine() {
+  static std::unique_ptr<StartedMachine> machine;
+  static size_t runs = 0;
+  if (runs++ % kRunsOfAMachine == 0) {
+    machine.reset();
+    machine = std::make_unique<StartedMachine>(tvq::fuzz::SmallServer());
+    Expect(machine->Records().size() == kWhichRecord, "the small server has three records");
+    // Get trims part numbers, and the platform keeps room for what is announced.
+    for (const tvq::fuzz::Record& record : machine->Records()) {
+      machine->Asking().AskRecord(record);
+    }
+  }
+  return *machine;
+}
+
+// Stored data that is a configuration blob with this document.
+Bytes Wrap(const Bytes& document) {
+  Bytes stored(sizeof(TVQ_CONFIGURATION_BLOB) + document.size() + 1);
+  TVQ_CONFIGURATION_BLOB blob = {};
+  blob.header = {TVQ_BLOB_REVISION, TVQ_BLOB_TYPE_CONFIGURATION, TVQ_BLOB_COOKIE_CONFIGURATION,
+                 static_cast<UINT32>(stored.size())};
+  std::memcpy(stored.data(), &blob, sizeof(blob));
+  std::copy(document.begin(), document.end(), stored.begin() + sizeof(blob));
+  return stored;
+}
+
+std::string TakeMode(Bytes& input) {
+  const auto end = std::find(input.begin(), input.end(), uint8_t{0});
+  const std::string mode(input.begin(), end);
+  input.erase(input.begin(), end == input.end() ? end : end + 1);
+  return mode;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) {
+    return 0;
+  }
+  const uint8_t choice = data[0];
+  Bytes input(data + 1, data + size);
+  const std::string mode = (choice & kHasMode) != 0 ? TakeMode(input) : tvq::fuzz::kNormalMode;
+  const Bytes stored = (choice & kIsStoredData) != 0 ? input : Wrap(input);
+
+  StartedMachine& machine = Machine();
+  const size_t blocks = machine.Firmware().Memory().LiveCount();
+  const auto& records = machine.Records();
+  machine.Asking().Verify(records[(choice & kWhichRecord) % records.size()], stored, mode);
+  Expect(machine.Firmware().Memory().LiveCount() == blocks, "Verify leaves blocks behind");
+  machine.ExpectNoComplaints();
+  return 0;
+}
