@@ -49,5 +49,11 @@ HostTests() {
   BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON "-DTVQ_LONG_TESTS=$BUILD/long"
 }
 
+# Fuzzer TARGET: what `./dev fuzz` runs.
+Fuzzer() {
+  BuildHost fuzz "tvq_fuzzer_$1" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON -DTVQ_FUZZER=ON \
+    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+}
+
 # What `./dev bench` measures: like firmware's RELEASE, without the assertions of MdePkg.
 Bench() { BuildHost bench tvq_bench "${OPTIMISED[@]}" -DCMAKE_C_FLAGS=-DMDEPKG_NDEBUG -DCMAKE_CXX_FLAGS=-DMDEPKG_NDEBUG; }
