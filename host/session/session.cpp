@@ -29,6 +29,9 @@ namespace {
 
 constexpr size_t kSentence = 256;
 
+// The walk of a slot query counts structures in eight bits.
+constexpr unsigned kLongestEndingWalk = 0xFF;
+
 std::string InWords(EFI_STATUS status) {
   char words[kSentence];
   tvqplatform::StatusInWords(status, words, sizeof(words));
@@ -147,6 +150,8 @@ std::string GuidText(const EFI_GUID& guid) {
 
 struct Session::Impl {
   Impl() {
+    // A slot query that firmware would never return from ends here.
+    firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
     StartImage(host::images::platform);
     StartImage(host::images::driver);
     firmware.ConstructImage(firmware.LoadImage(host::images::agent));
@@ -281,6 +286,11 @@ Results Session::Run(const Table& table) {
   results.variables = mImpl->ReadVariables();
   publication.Restore();
   results.complaints = mImpl->TakeComplaints();
+  if (table.structureCount > kLongestEndingWalk) {
+    results.complaints.push_back(
+        "on firmware, a query for a slot that is not there would never return: the table states " +
+        std::to_string(table.structureCount) + " structures, and its walk counts to 255");
+  }
   return results;
 }
 

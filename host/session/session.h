@@ -93,8 +93,9 @@ struct Results {
   std::vector<Attribute> attributes;
   std::vector<Variable> variables;
   std::vector<LogLine> log;  // what was logged during the start
-  std::vector<std::string>
-      complaints;  // failed assertions, and rules of the UEFI specification that were broken
+  // Failed assertions, rules of the UEFI specification that were broken, and calls that would not
+  // return on firmware.
+  std::vector<std::string> complaints;
 };
 
 // Bytes that are no saved state. The message is the rest of a sentence about them.

@@ -144,6 +144,18 @@ TEST_F(CliExport, EndsTheTableOfA64BitEntryPointAndSaysWhatFirmwareWouldDo) {
   EXPECT_THAT(outcome.diagnostics, HasSubstr("the driver would answer Not Found"));
 }
 
+TEST_F(CliExport, SaysWhereFirmwareWouldNotReturn) {
+  Table table = test::MinimalServer();
+  const auto structures = [&](size_t count) {
+    while (table.Count() < count) {
+      table.Add(test::OemStrings{});
+    }
+    return RunTvq({"export", "--table", Write("table", table.Bytes())}).diagnostics;
+  };
+  EXPECT_EQ(structures(255).find("would never return"), std::string::npos);
+  EXPECT_THAT(structures(256), HasSubstr("would never return: the table states 256 structures"));
+}
+
 TEST_F(CliExport, TakesABareTableAsDump) {
   const std::string file = Write("table", test::MinimalServer().Bytes());
   EXPECT_EQ(RunTvq({"export", "--from-dump", file}).out, RunTvq({"export", "--table", file}).out);
