@@ -10,10 +10,9 @@ extern "C" {
 #include <IndustryStandard/SmBios.h>
 }
 
-#include "../smbios/structure.h"
-#include "../support/log.h"
 #include "../support/text.h"
 #include "record.h"
+#include "system_entries.h"
 
 namespace tvq {
 
@@ -151,19 +150,6 @@ void FreeTexts(const PCI_SLOT_INFO* info) {
   FreeBlock(info->Desig);
 }
 
-/// The entries of a section, whatever their kind.
-struct Entries {
-  UINT8 Count;
-  VOID** Slots;
-};
-
-/// A kind of entry.
-struct EntryKind {
-  UINTN Size;
-  bool (*Fill)(VOID* entry, const Structure& structure);
-  void (*FreeTexts)(const VOID* entry);
-};
-
 template <typename Entry>
 bool FillAs(VOID* entry, const Structure& structure) {
   return Fill(static_cast<Entry*>(entry), structure);
@@ -175,76 +161,26 @@ void FreeTextsAs(const VOID* entry) {
 }
 
 template <typename Entry>
-constexpr EntryKind KindOf() {
-  return {sizeof(Entry), FillAs<Entry>, FreeTextsAs<Entry>};
+constexpr EntryKind KindOf(UINT8 type, LogFormat none, LogFormat found,
+                           OnMissingEntry whenMissing = OnMissingEntry::kKeepOthers) {
+  return {type, whenMissing, sizeof(Entry), FillAs<Entry>, FreeTextsAs<Entry>, none, found};
 }
 
-void FreeEntry(const EntryKind& kind, VOID* entry) {
-  if (entry != nullptr) {
-    kind.FreeTexts(entry);
-    FreeBlock(entry);
-  }
-}
-
-/// Frees the entries, newest first, and leaves their slots null.
-void FreeEntries(const EntryKind& kind, const Entries& entries) {
-  for (UINTN i = entries.Count; entries.Slots != nullptr && i-- != 0;) {
-    FreeEntry(kind, entries.Slots[i]);
-    entries.Slots[i] = nullptr;
-  }
-}
-
-/// What became of an entry.
-enum class EntryResult {
-  kFilled,
-  kNoEntry,
-  kNoText
-};
-
-/// A new entry in `*slot`. An entry whose text could not be had is freed again.
-EntryResult NewEntry(const EntryKind& kind, VOID** slot, const Structure& structure) {
-  VOID* entry = AllocateZeroPool(kind.Size);
-  if (entry == nullptr) {
-    return EntryResult::kNoEntry;
-  }
-  if (!kind.Fill(entry, structure)) {
-    FreeEntry(kind, entry);
-    return EntryResult::kNoText;
-  }
-  *slot = entry;
-  return EntryResult::kFilled;
-}
-
-enum class OnMissingEntry {
-  kKeepOthers,
-  kFreeAll
-};
-
-/// Collects the structures of a type and builds an entry for each. The record counts in 8 bits, so
-/// structures past the 255th get no entry.
-Entries BuildEntries(const EntryKind& kind, UINT8 type, LogFormat none, LogFormat found,
-                     OnMissingEntry onMissingEntry = OnMissingEntry::kKeepOthers) {
-  StructureList structures;
-  const bool any = !EFI_ERROR(structures.Collect(type)) && structures.Any();
-  if (!any) {
-    kLog(none);
-  }
-  kLog(found, structures.Count());
-  if (!any) {
-    return {0, nullptr};
-  }
-
-  const UINT8 count = static_cast<UINT8>(MIN(structures.Count(), static_cast<UINT16>(MAX_UINT8)));
-  const Entries entries = {count, PoolPtr<VOID*>::Zeroed(count).Release()};
-  EntryResult result = EntryResult::kFilled;
-  for (UINTN i = 0; entries.Slots != nullptr && i < count && result == EntryResult::kFilled; i++) {
-    result = NewEntry(kind, &entries.Slots[i], structures[i]);
-  }
-  if (result == EntryResult::kNoEntry && onMissingEntry == OnMissingEntry::kFreeAll) {
-    FreeEntries(kind, entries);
-  }
-  return entries;
-}
+constexpr EntryKind kChassis = KindOf<CHASSIS_INFO>(SMBIOS_TYPE_SYSTEM_ENCLOSURE,
+                                                    "Did not find any CHASSIS SMBIOS structures\n",
+                                                    "Found %d CHASSIS SMBIOS structures\n");
+constexpr EntryKind kPma =
+    KindOf<PMA_INFO>(SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY, "Did not find any PMA SMBIOS structures\n",
+                     "Found %d PMA SMBIOS structures\n");
+constexpr EntryKind kBios = KindOf<BIOS_INFO>(
+    SMBIOS_TYPE_BIOS_INFORMATION, "Did not find or found way too many BIOS SMBIOS structures\n",
+    "Found %d BIOS SMBIOS structures\n");
+constexpr EntryKind kBaseBoard = KindOf<BASE_BOARD_INFO>(
+    SMBIOS_TYPE_BASEBOARD_INFORMATION, "Did not find any Base Board SMBIOS structures\n",
+    "Found %d Base Board structures\n");
+constexpr EntryKind kPciSlot =
+    KindOf<PCI_SLOT_INFO>(SMBIOS_TYPE_SYSTEM_SLOTS, "Did not find any PCI Slot SMBIOS structures\n",
+                          "Found %d PCI Slot structures\n", OnMissingEntry::kFreeAll);
 
 /// The array of a section in the record.
 template <typename Entry>
@@ -253,25 +189,21 @@ Entry** ArrayOf(const Entries& entries) {
 }
 
 template <typename Entry>
-void FreeArray(UINT8 count, Entry** array) {
-  FreeEntries(KindOf<Entry>(), {count, reinterpret_cast<VOID**>(array)});
+void FreeArray(const EntryKind& kind, UINT8 count, Entry** array) {
+  FreeEntries(kind, {count, reinterpret_cast<VOID**>(array)});
   FreeBlock(array);
 }
 
 }  // namespace
 
 void FillChassisSection(TVQ_SYSTEM* system) {
-  const Entries entries = BuildEntries(KindOf<CHASSIS_INFO>(), SMBIOS_TYPE_SYSTEM_ENCLOSURE,
-                                       "Did not find any CHASSIS SMBIOS structures\n",
-                                       "Found %d CHASSIS SMBIOS structures\n");
+  const Entries entries = BuildEntries(kChassis);
   system->NumChassis = entries.Count;
   system->ChassisInfo = ArrayOf<CHASSIS_INFO>(entries);
 }
 
 void FillPmaSection(TVQ_SYSTEM* system) {
-  const Entries entries =
-      BuildEntries(KindOf<PMA_INFO>(), SMBIOS_TYPE_PHYSICAL_MEMORY_ARRAY,
-                   "Did not find any PMA SMBIOS structures\n", "Found %d PMA SMBIOS structures\n");
+  const Entries entries = BuildEntries(kPma);
   system->NumPMA = entries.Count;
   system->PMAInfo = ArrayOf<PMA_INFO>(entries);
 }
@@ -280,41 +212,34 @@ void FillPmaSection(TVQ_SYSTEM* system) {
 /// just this section.
 void FillBiosSection(TVQ_SYSTEM* system) {
   StructureList structures;
-  const bool single =
-      !EFI_ERROR(structures.Collect(SMBIOS_TYPE_BIOS_INFORMATION)) && structures.Count() == 1;
+  const bool single = !EFI_ERROR(structures.Collect(kBios.Type)) && structures.Count() == 1;
   if (!single) {
-    kLog("Did not find or found way too many BIOS SMBIOS structures\n");
+    kLog(kBios.None);
   }
-  kLog("Found %d BIOS SMBIOS structures\n", structures.Count());
+  kLog(kBios.Found, structures.Count());
   if (single) {
-    VOID* info = nullptr;
-    NewEntry(KindOf<BIOS_INFO>(), &info, structures[0]);
-    system->BIOSInfo = static_cast<BIOS_INFO*>(info);
+    system->BIOSInfo = static_cast<BIOS_INFO*>(BuildEntry(kBios, structures[0]));
   }
 }
 
 void FillBaseBoardSection(TVQ_SYSTEM* system) {
-  const Entries entries = BuildEntries(KindOf<BASE_BOARD_INFO>(), SMBIOS_TYPE_BASEBOARD_INFORMATION,
-                                       "Did not find any Base Board SMBIOS structures\n",
-                                       "Found %d Base Board structures\n");
+  const Entries entries = BuildEntries(kBaseBoard);
   system->NumBaseBoards = entries.Count;
   system->BaseBoardInfo = ArrayOf<BASE_BOARD_INFO>(entries);
 }
 
 void FillPciSlotSection(TVQ_SYSTEM* system) {
-  const Entries entries = BuildEntries(KindOf<PCI_SLOT_INFO>(), SMBIOS_TYPE_SYSTEM_SLOTS,
-                                       "Did not find any PCI Slot SMBIOS structures\n",
-                                       "Found %d PCI Slot structures\n", OnMissingEntry::kFreeAll);
+  const Entries entries = BuildEntries(kPciSlot);
   system->NumPCISlots = entries.Count;
   system->PCISlotInfo = ArrayOf<PCI_SLOT_INFO>(entries);
 }
 
 void FreeSystemSections(const TVQ_SYSTEM& system) {
-  FreeArray<PCI_SLOT_INFO>(system.NumPCISlots, system.PCISlotInfo);
-  FreeArray<BASE_BOARD_INFO>(system.NumBaseBoards, system.BaseBoardInfo);
-  FreeEntry(KindOf<BIOS_INFO>(), system.BIOSInfo);
-  FreeArray<PMA_INFO>(system.NumPMA, system.PMAInfo);
-  FreeArray<CHASSIS_INFO>(system.NumChassis, system.ChassisInfo);
+  FreeArray(kPciSlot, system.NumPCISlots, system.PCISlotInfo);
+  FreeArray(kBaseBoard, system.NumBaseBoards, system.BaseBoardInfo);
+  FreeEntry(kBios, system.BIOSInfo);
+  FreeArray(kPma, system.NumPMA, system.PMAInfo);
+  FreeArray(kChassis, system.NumChassis, system.ChassisInfo);
 }
 
 }  // namespace tvq

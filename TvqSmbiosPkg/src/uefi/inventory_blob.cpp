@@ -23,8 +23,11 @@ struct TextBuffer {
   CHAR8 Text[kSize];
   UINTN Length = 0;
 
-  void Narrow(const CHAR16* text, UINTN limit = kSize - 1) {
-    Length = NarrowInto(Text, MIN(limit, kSize - 1) + 1, text);
+  /// The text, cut to what `kRoom` bytes hold.
+  template <UINTN kRoom = kSize>
+  void Narrow(const CHAR16* text) {
+    static_assert(kRoom <= kSize, "the buffer has the room");
+    Length = NarrowInto(Text, kRoom, text);
   }
   /// Room that the text takes in the string area.
   UINTN Room() const { return Length == 0 ? 0 : Length + 1; }
@@ -49,7 +52,7 @@ constexpr UINTN kAbsentSlots = 3;
 constexpr UINTN kIdentityLength = 14;
 
 void CollectDimmTexts(Texts& texts, const smTVQ* record) {
-  texts.Identity.Narrow(record->device.generic.WWN, kIdentityLength);
+  texts.Identity.Narrow<kIdentityLength + 1>(record->device.generic.WWN);
   kLog("DIMM WWN = %a len = %d\n", texts.Identity.Text, texts.Identity.Length);
   texts.FirmwareVersion.Narrow(record->device.dimm.FirmwareVersion);
   kLog("DIMM FW = %a len = %d\n", texts.FirmwareVersion.Text, texts.FirmwareVersion.Length);
