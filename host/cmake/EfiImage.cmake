@@ -157,7 +157,7 @@ function(tvq_efi_object name)
   # EDK II's tools let a module include the headers of its own folders.
   target_include_directories(${part}_own PRIVATE ${IMAGE_OWN_FOLDERS})
   target_include_directories(${part}_own SYSTEM PRIVATE ${arg_INCLUDES} ${arg_EDK2_INCLUDES})
-  target_link_libraries(${part}_own PRIVATE tvq_host_warnings tvq_fuzzed)
+  target_link_libraries(${part}_own PRIVATE tvq_host_warnings tvq_fuzzed $<TARGET_NAME_IF_EXISTS:tvq_counted>)
   target_link_libraries(${part}_glue PRIVATE tvq_host_warnings)
   if(TARGET ${part}_edk2)
     target_include_directories(${part}_edk2 PRIVATE ${arg_EDK2_INCLUDES})

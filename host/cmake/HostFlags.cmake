@@ -32,7 +32,9 @@ if(TVQ_COVERAGE)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     message(FATAL_ERROR "TVQ_COVERAGE wants GCC")
   endif()
-  add_compile_options(--coverage)
+  # The images' own sources alone are counted; data sections tell the counters from an image's own data in image.lds.
+  add_library(tvq_counted INTERFACE)
+  target_compile_options(tvq_counted INTERFACE --coverage -fprofile-update=single -fdata-sections)
   add_link_options(--coverage)
 endif()
 
@@ -66,8 +68,6 @@ target_compile_options(
             -fno-lto
             -fno-optimize-sibling-calls
             $<$<CONFIG:Debug>:-O1>
-            # Sections by which image.lds tells coverage counters from the image's own data.
-            $<$<BOOL:${TVQ_COVERAGE}>:-fdata-sections>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
             $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)

@@ -5,9 +5,9 @@
 
 WantedPackages() { sed 's/#.*//; /^[[:space:]]*$/d' "$TOOLS/packages.txt"; }
 
+# MissingPackages NAMES: those of the names, one a line, that are not installed.
 MissingPackages() {
-  local wanted installed
-  wanted="$(WantedPackages)"
+  local wanted="$1" installed
   # dpkg-query answers with an error for names it never heard of; those are simply not in its answer.
   # shellcheck disable=SC2086 # one name a word
   installed="$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' $wanted 2>/dev/null | sed -n 's/^.i //p')" || true
@@ -42,12 +42,14 @@ AptInstall() {
   AsRoot "${apt[@]}" install -y --no-install-recommends "$@"
 }
 
+# InstallPackages [NAME...]: those that are missing of what every command needs, or of the names that one needs besides.
 InstallPackages() {
-  local missing
+  local missing wanted
   if [[ -z "$(type -P apt-get)" || -z "$(type -P dpkg-query)" ]]; then
     Fail "setup needs Debian's apt-get and dpkg-query; tools/packages.txt names what to install by hand"
   fi
-  mapfile -t missing < <(MissingPackages)
+  wanted="$(if (($#)); then printf '%s\n' "$@"; else WantedPackages; fi)"
+  mapfile -t missing < <(MissingPackages "$wanted")
   ((${#missing[@]})) || return 0
   RequireRoot "${missing[@]}"
   Step "Installing packages (${#missing[@]})" setup-packages AptInstall "${missing[@]}"

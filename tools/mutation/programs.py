@@ -1,0 +1,108 @@
+"""Runs the test programs: what each test reaches, and whether a mutant survives the tests that reach it.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import concurrent.futures
+import dataclasses
+import pathlib
+import queue
+import subprocess
+
+
+class TestFailure(Exception):
+    """A program whose tests fail without any mutant."""
+
+
+@dataclasses.dataclass
+class Test:
+    """A test of a program, and the places of the driver that it reaches."""
+    name: str
+    seconds: float
+    points: frozenset
+
+
+@dataclasses.dataclass
+class Outcome:
+    """What became of a mutant: killed, slow (killed by its limit of time), survived or unreached; and by which test."""
+    result: str
+    test: str = ""
+
+
+class Program:
+    """A test program."""
+
+    def __init__(self, path, scratch):
+        self.path = pathlib.Path(path)
+        self.name = self.path.name
+        self._record = scratch / f"{self.name}.reach"
+        self._log = scratch / f"{self.name}.log"
+        self.tests = []
+        self.seconds = 0.0
+
+    def reach(self):
+        """Runs all tests once, without a mutant."""
+        with open(self._log, "w", encoding="utf-8") as log:
+            status = subprocess.run([self.path, "reach", self._record], stdout=log, stderr=log, cwd=self.path.parent,
+                                    check=False).returncode
+        failed = []
+        for line in self._record.read_text(encoding="utf-8").splitlines():
+            name, milliseconds, passed, *points = line.split()
+            self.tests.append(Test(name, int(milliseconds) / 1000, frozenset(map(int, points))))
+            if passed != "1":
+                failed.append(name)
+        if status != 0:
+            raise TestFailure(f"{self.name} fails without a mutant ({', '.join(failed[:3]) or status}); see {self._log}")
+        self.seconds = sum(test.seconds for test in self.tests)
+
+    def line_for(self, mutant):
+        """What the program is told to run, or None when none of its tests reaches the mutant."""
+        tests = [test for test in self.tests if mutant.point in test.points]
+        if not tests:
+            return None
+        # An endless loop shows by taking several times as long as the tests do.
+        limit = 2 + int(4 * sum(test.seconds for test in tests))
+        return f"{mutant.number} {limit} {':'.join(test.name for test in tests)}\n"
+
+
+class _Worker:
+    """One running copy of a program, which takes a mutant after another."""
+
+    def __init__(self, program):
+        self._process = subprocess.Popen([program.path, "run"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                         stderr=subprocess.DEVNULL, cwd=program.path.parent, text=True)
+
+    def run(self, line):
+        self._process.stdin.write(line)
+        self._process.stdin.flush()
+        answer = self._process.stdout.readline().split()
+        if len(answer) < 2:
+            raise TestFailure(f"{self._process.args[0]} ended")
+        return Outcome(answer[1], answer[2] if len(answer) > 2 else "")
+
+    def close(self):
+        self._process.stdin.close()
+        self._process.wait()
+
+
+def run_mutants(program, mutants, jobs, report):
+    """Runs the mutants that the program reaches; calls report(mutant, outcome) for each."""
+    lines = [(mutant, line) for mutant in mutants if (line := program.line_for(mutant)) is not None]
+    if not lines:
+        return
+    workers = queue.SimpleQueue()
+    for _ in range(min(jobs, len(lines))):
+        workers.put(_Worker(program))
+
+    def run(item):
+        worker = workers.get()
+        try:
+            return item[0], worker.run(item[1])
+        finally:
+            workers.put(worker)
+
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        for mutant, outcome in pool.map(run, lines):
+            report(mutant, outcome)
+    while not workers.empty():
+        workers.get().close()

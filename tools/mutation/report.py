@@ -1,0 +1,105 @@
+"""What became of the mutants: a table by file, the survivors, and the same as JSON.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import dataclasses
+import tomllib
+
+KILLED = ("killed", "slow")
+TARGET = 5.0
+
+
+class ExplanationError(Exception):
+    """A list of explanations that cannot be read."""
+
+
+@dataclasses.dataclass(frozen=True)
+class Explanation:
+    """Why a change is none: it is recognised by its file, the text of its line, and what it changes."""
+    file: str
+    code: str
+    change: str
+    why: str
+
+    def covers(self, mutant):
+        return (self.file, self.code, self.change) == (mutant.file, mutant.code, mutant.change)
+
+
+def read_explanations(path):
+    """The changes that are shown to be none."""
+    try:
+        with open(path, "rb") as file:
+            entries = tomllib.load(file).get("equivalent", [])
+    except tomllib.TOMLDecodeError as error:
+        raise ExplanationError(f"{path}: {error}") from error
+    explanations = []
+    for entry in entries:
+        if set(entry) != {"file", "code", "changes", "why"}:
+            raise ExplanationError(f"{path}: an entry has file, code, changes and why, not {', '.join(sorted(entry))}")
+        explanations += [Explanation(entry["file"], entry["code"], change, entry["why"]) for change in entry["changes"]]
+    return explanations
+
+
+class Report:
+    """The mutants of one run with their outcomes."""
+
+    def __init__(self, mutants, outcomes, explanations):
+        self.mutants = mutants
+        self._outcomes = outcomes
+        self._explained = {mutant.number: explanation.why for mutant in mutants for explanation in explanations
+                           if explanation.covers(mutant)}
+        self._explanations = explanations
+
+    def result(self, mutant):
+        """killed, slow, equivalent, survived or unreached."""
+        result = self._outcomes[mutant.number].result
+        return "equivalent" if result not in KILLED and mutant.number in self._explained else result
+
+    def survivors(self, mutants=None):
+        """Those that neither a test nor an explanation accounts for."""
+        return [mutant for mutant in mutants or self.mutants if self.result(mutant) in ("survived", "unreached")]
+
+    def share(self, mutants=None):
+        """The survivors in per cent of the mutants that are not equivalent."""
+        counted = [mutant for mutant in mutants or self.mutants if self.result(mutant) != "equivalent"]
+        return 100 * len(self.survivors(mutants)) / len(counted) if counted else 0.0
+
+    def stale(self):
+        """Explanations of changes that tests tell after all, or that there are no more."""
+        files = {mutant.file for mutant in self.mutants}
+        alive = [mutant for mutant in self.mutants if self.result(mutant) == "equivalent"]
+        return [explanation for explanation in self._explanations if explanation.file in files and
+                not any(explanation.covers(mutant) for mutant in alive)]
+
+    def table(self):
+        """A line for each file and one for all of them."""
+        width = max(len(mutant.file) for mutant in self.mutants)
+        lines = [f"{'file':{width}}  mutants  killed  endless  equivalent  survive  unreached   share"]
+        groups = {}
+        for mutant in self.mutants:
+            groups.setdefault(mutant.file, []).append(mutant)
+        for name, group in [*groups.items(), ("all", self.mutants)]:
+            results = [self.result(mutant) for mutant in group]
+            counts = {key: results.count(key) for key in ("killed", "slow", "equivalent", "survived", "unreached")}
+            lines.append(f"{name:{width}}  {len(group):7}  {counts['killed']:6}  {counts['slow']:7}  "
+                         f"{counts['equivalent']:10}  {counts['survived']:7}  {counts['unreached']:9}  "
+                         f"{self.share(group):5.1f}%")
+        return "\n".join(lines)
+
+    def details(self):
+        """The survivors, and the explanations that explain nothing."""
+        lines = []
+        for mutant in self.survivors():
+            note = "  (no test comes here)" if self.result(mutant) == "unreached" else ""
+            lines += [f"{mutant.file}:{mutant.line}: {mutant.change}{note}", f"    {mutant.code}"]
+        for stale in self.stale():
+            lines += [f"{stale.file}: explained, but killed or gone: {stale.change}", f"    {stale.code}"]
+        return "\n".join(lines)
+
+    def as_json(self):
+        """Everything, for other programs."""
+        return {"mutants": len(self.mutants), "survivors": len(self.survivors()), "share": round(self.share(), 2),
+                "results": [dataclasses.asdict(mutant) | {"result": self.result(mutant),
+                                                          "test": self._outcomes[mutant.number].test}
+                            for mutant in self.mutants]}
