@@ -108,8 +108,8 @@ std::string Outcome(int status, const char* test) {
 }
 
 int RunMutants() {
-  auto* running = static_cast<char*>(mmap(nullptr, Announcer::kSize, PROT_READ | PROT_WRITE,
-                                          MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  auto* running = static_cast<char*>(
+      mmap(nullptr, Announcer::kSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   if (running == MAP_FAILED) {
     std::perror("mmap");
     return 2;

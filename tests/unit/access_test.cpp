@@ -79,6 +79,26 @@ TEST_F(Locate, TakesTheFirstOfTwoEntries) {
   EXPECT_EQ(LocateSmbiosTable(), EFI_NOT_FOUND);
 }
 
+TEST_F(Locate, PassesOverAnEntryWithoutAnEntryPoint) {
+  mRig.Publish(MinimalServer());
+  EFI_CONFIGURATION_TABLE entries[] = {{gEfiSmbiosTableGuid, nullptr},
+                                       {gEfiSmbiosTableGuid, &mRig.EntryPoint()}};
+  EFI_SYSTEM_TABLE* const system = mRig.Firmware().SystemTableOf(driver);
+  system->ConfigurationTable = entries;
+  system->NumberOfTableEntries = 2;
+  ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
+  EXPECT_EQ(gSmbiosEntryPoint, reinterpret_cast<UINT8*>(&mRig.EntryPoint()));
+}
+
+TEST_F(Locate, TakesATableAtAddressZeroForAnEmptyOne) {
+  mRig.Publish(MinimalServer());
+  mRig.EntryPoint().TableAddress = 0;
+  ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
+  EXPECT_TRUE(SmbiosTable().Empty());
+  UINT16 count = 0;
+  EXPECT_EQ(SmbiosGetStructuresByType(17, nullptr, nullptr, &count), EFI_NOT_FOUND);
+}
+
 TEST_F(Locate, NeedsNoMemory) {
   mRig.Publish(MinimalServer());
   mRig.Memory().FailFromAllocation(1, driver);
@@ -449,5 +469,19 @@ TEST_F(GetString, FindsNoSecondStringInAStructureWithoutStrings) {
   EXPECT_EQ(mCursor, At(mTable, 2));
 }
 
+TEST_F(GetString, MovesACursorInFrontOfTheTableToItsEnd) {
+  mCursor = At(mTable, 0) - 1;
+  EXPECT_EQ(Get(1), nullptr);
+  EXPECT_EQ(mCursor, At(mTable, 2));
+}
+
+// --- Texts by address ---
+
+TEST_F(GetString, FindsATextByItsAddressWhereItEndsInsideTheTable) {
+  UINT8* const first = At(mTable, 0) + 7;
+  EXPECT_EQ(SmbiosTextAt(first), reinterpret_cast<CHAR8*>(first));
+  EXPECT_EQ(SmbiosTextAt(At(mTable, 0) - 1), nullptr) << "in front of the table";
+  EXPECT_EQ(SmbiosTextAt(At(mTable, 2)), nullptr) << "behind it";
+}
 }  // namespace
 }  // namespace tvq::test

@@ -71,6 +71,12 @@ TEST_F(AttributesTest, ServerKnowsTwoNames) {
   }
 }
 
+TEST_F(AttributesTest, ServerNeedsAPlaceForTheValue) {
+  UseTable(MinimalServer());
+  EXPECT_EQ(ServerAttributeGet(Ucs2(u"zorv.server"), Ucs2(u"SMBIOSServiceTagString"), nullptr),
+            EFI_INVALID_PARAMETER);
+}
+
 TEST_F(AttributesTest, ServerDoesNotLookAtTheNamespacesText) {
   UseTable(MinimalServer());
   EXPECT_EQ(Get(ServerAttributeGet, u"other", u"SMBIOSServiceTagString"), EFI_SUCCESS);
@@ -335,6 +341,13 @@ TEST_F(BiosAttributeTest, KnowsOneName) {
     EXPECT_EQ(Get(BiosAttributeGet, u"zorv.smbios.bios", name), EFI_NOT_FOUND);
     EXPECT_EQ(mValue, kUntouched);
   }
+  EXPECT_EQ(NewBlocks(), 0u);
+}
+
+TEST_F(BiosAttributeTest, NeedsAPlaceForTheValue) {
+  UseTable(MinimalServer());
+  EXPECT_EQ(BiosAttributeGet(Ucs2(u"zorv.smbios.bios"), Ucs2(u"SMBIOSBIOSInfo"), nullptr),
+            EFI_INVALID_PARAMETER);
   EXPECT_EQ(NewBlocks(), 0u);
 }
 

@@ -152,6 +152,13 @@ TEST_F(Caches, WithoutRecordOrArrayNothingIsDone) {
   EXPECT_EQ(Slot(0), nullptr);
 }
 
+TEST_F(Caches, OfALevelThatARecordDoesNotHaveAreNotDescribed) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  EXPECT_EQ(GetCacheInfo(&mRecord, mList.Records(), 1, 0x700, TVQ_CACHE_LEVELS),
+            EFI_INVALID_PARAMETER);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
 TEST_F(Caches, WithoutMemoryTheSlotIsNull) {
   PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
   mRecord.device.cpu.CacheInfo[0] = reinterpret_cast<CACHE_INFO*>(&mRecord);
@@ -304,6 +311,12 @@ TEST_F(Stacks, WithoutRecordOrArrayNothingIsDone) {
   EXPECT_EQ(GetHbmInfo(&mRecord, nullptr, 1, 0, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Slot(0), nullptr);
   EXPECT_THAT(TakeLog(), IsEmpty());
+}
+
+TEST_F(Stacks, OfANumberThatARecordDoesNotHaveAreNotDescribed) {
+  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  EXPECT_EQ(GetHbmInfo(&mRecord, mList.Records(), 1, 0, TVQ_HBM_STACKS), EFI_INVALID_PARAMETER);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
 TEST_F(Stacks, WithoutMemoryTheSlotIsNullAndNothingOfItIsLogged) {

@@ -298,6 +298,14 @@ TEST_F(FqddMapTest, LeavesCountsAndFlagWhenItIsReleased) {
   EXPECT_EQ(gFqddMapValid, 1u);
 }
 
+TEST_F(FqddMapTest, HasNothingToFindOrNameAfterItsRelease) {
+  ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
+  const FQDD_MAP_ENTRY entry = gFqddMap[0];
+  EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
+  EXPECT_EQ(FindFqdd(entry.Handle), nullptr);
+  EXPECT_EQ(FqddText(entry), nullptr);
+}
+
 TEST_F(FqddMapTest, CanBeReleasedWhenThereIsNone) {
   Use(MinimalServer());
   EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);

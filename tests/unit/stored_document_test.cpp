@@ -53,6 +53,16 @@ class StoredDocument : public VerificationTest {
 
 // --- Arguments and the parser ---
 
+class StoredDocumentWithoutParser : public VerificationTest {};
+
+TEST_F(StoredDocumentWithoutParser, TakesAMissingInterfaceForAMissingParser) {
+  Install(gXmlParserProtocolGuid, nullptr);
+  DIMM_XML_CACHE* cache = nullptr;
+  UINT32 length = 1;
+  EXPECT_EQ(ParseDIMMXMLBlob("<tvqComponent/>", &cache, &length), EFI_NOT_FOUND);
+  EXPECT_EQ(cache, nullptr);
+}
+
 TEST_F(StoredDocument, NeedsItsArguments) {
   UINT32 zero = 0;
   mLength = kLength;
@@ -437,6 +447,13 @@ TEST_F(NodeHelpers, TakeAMissingTextForTheEmptyOne) {
   ASSERT_EQ(GetPartNumberText(Node("PartNumber", nullptr), &mText), EFI_SUCCESS);
   EXPECT_STREQ(mText, "");
   Machine().BootServices()->FreePool(mText);
+}
+
+TEST_F(NodeHelpers, TakeAValueWithoutATextForTheEmptyText) {
+  XML_NODE* const node = Node("CoreCount", "");
+  mValue.Text = nullptr;
+  EXPECT_EQ(GetByteValue(node, "CoreCount", &mByte), EFI_SUCCESS);
+  EXPECT_EQ(mByte, 0);
 }
 
 TEST_F(NodeHelpers, NeedMemoryForATextAndNoneForAByte) {

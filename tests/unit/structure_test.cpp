@@ -115,6 +115,20 @@ TEST_F(View, IsEmptyOnceItsSlotHasLeftTheTable) {
   EXPECT_EQ(view.TableString(4), nullptr);
 }
 
+TEST_F(View, IsEmptyOutsideTheTable) {
+  const Table table = Twelve();
+  const tvq::Structure view = Of(table);
+  for (UINT8* const address : {At(table, 0) - 1, At(table, 1) + 1}) {
+    mSlot = address;
+    EXPECT_EQ(view.Length(), 0u);
+    EXPECT_EQ(view.OwnHandle(), 0xFFFF);
+    EXPECT_EQ(view.TableQword(0), 0u);
+    EXPECT_EQ(SmbiosByteAt(address), 0u);
+  }
+  EXPECT_EQ(SmbiosByteAt(At(table, 0)), 0x80);
+  EXPECT_EQ(SmbiosByteAt(At(table, 1)), 0u) << "the first byte behind";
+}
+
 TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
   Table table;
   table.Add(0x80, 0x10, {3}, {"one"});

@@ -199,6 +199,18 @@ TEST_F(Unload, DoesNothingWhenTheRecordsCannotBeLocated) {
   }
 }
 
+TEST_F(Unload, TakesNoHandlesForNone) {
+  mRig.Firmware().SystemTableOf(driver)->BootServices->LocateHandleBuffer =
+      [](EFI_LOCATE_SEARCH_TYPE, EFI_GUID*, VOID*, UINTN* count, EFI_HANDLE** handles)
+          EFIAPI -> EFI_STATUS {
+    *count = 0;
+    *handles = nullptr;
+    return EFI_SUCCESS;
+  };
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  EXPECT_EQ(gFqddMap, nullptr);
+}
+
 TEST_F(Unload, EndsTheAnswersOfTheAttributes) {
   EXPECT_EQ(CallHandler(), EFI_SUCCESS);
   UINT64 value = 7;

@@ -306,6 +306,12 @@ TEST_F(Verify, RefusesStoredDataWithoutAConfigurationBlob) {
   }
 }
 
+TEST_F(Verify, TakesAMissingBlobForNoneWhateverTheStatus) {
+  mManagement.blob = nullptr;
+  EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(TakeLog().back(), "error: " + Line("ERROR locating Config blob 0"));
+}
+
 TEST_F(Verify, OnlyLogsTheHeaderOfTheStoredBlob) {
   const std::string document = CpuDocument("Name", "4");
   std::vector<UINT8> blob =

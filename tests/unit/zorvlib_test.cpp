@@ -391,6 +391,13 @@ TEST_F(ZvAllocateZeroTest, GivesNothingFromAnExhaustedPool) {
   EXPECT_EQ(ZvAllocateZero(8), nullptr);
 }
 
+TEST_F(ZorvLib, AllocatesNothingBeforeTheInitialisation) {
+  Rig rig;
+  Load(rig);
+  EXPECT_EQ(ZvAllocateZero(8), nullptr);
+  EXPECT_THAT(rig.Blocks(), IsEmpty());
+}
+
 // --- Narrowing ---
 
 class UnicodeToNewAsciiTest : public ZvAllocateZeroTest {
@@ -436,5 +443,9 @@ TEST_F(UnicodeToNewAsciiTest, MeasuresTheTextThroughTheLibraryTable) {
   EXPECT_EQ(std::string(ascii, mRig.Memory().Find(ascii)->size), std::string("A\0\0\0\0\0\0", 7));
 }
 
+TEST_F(UnicodeToNewAsciiTest, CopiesNoMoreThanTheLibraryTableMeasures) {
+  mRig.platform.library.StrLen = [](const CHAR16*) EFIAPI -> UINTN { return 2; };
+  EXPECT_EQ(Narrow({'R', '2', 'D', '2'}), std::string("R2\0", 3));
+}
 }  // namespace
 }  // namespace tvq::test
