@@ -48,7 +48,7 @@ std::string Utf8OfWide(std::u16string_view text) {
     const char16_t unit = text[i];
     if (IsHighSurrogate(unit) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
       ++i;
-      Append(utf8, 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{text[i]} - 0xDC00));
+      Append(utf8, 0x10000 + ((char32_t{unit} & 0x3FF) << 10) + (char32_t{text[i]} & 0x3FF));
     } else {
       Append(utf8, IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit);
     }

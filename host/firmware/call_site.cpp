@@ -114,13 +114,12 @@ class Symbols {
       name.erase(0, dot + 1);
     }
     constexpr std::string_view kAnonymous = "(anonymous namespace)::";
-    size_t start = 0;
     int status = 0;
     const std::unique_ptr<char, void (*)(void*)> demangled(
         abi::__cxa_demangle(name.c_str(), nullptr, nullptr, &status), std::free);
     if (demangled != nullptr) {
       name = demangled.get();
-      while ((start = name.find(kAnonymous)) != std::string::npos) {
+      for (size_t start; (start = name.find(kAnonymous)) != std::string::npos;) {
         name.erase(start, kAnonymous.size());
       }
       name.erase(std::min(name.find_first_of("(<"), name.size()));

@@ -33,7 +33,7 @@ std::vector<std::string_view> SplitStrings(const Bytes& table, std::size_t start
 }  // namespace
 
 std::optional<StructureView> StructureAt(const Bytes& table, std::size_t offset) {
-  if (offset > table.size() || table.size() - offset < kHeaderSize) {
+  if (table.size() < kHeaderSize || offset > table.size() - kHeaderSize) {
     return std::nullopt;
   }
   const std::size_t bodySize = table[offset + 1];

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-#? Check the files of this repository: format, scripts, licences, build lists, clang-tidy
+#? Check the files of this repository: format, scripts, licences, build lists, analysers
 #?
 #? usage: ./dev lint [CHECK...]
 #?
@@ -9,6 +9,7 @@
 #?   licence      every file that can says under which licence it is
 #?   whitespace   no tabs, no blanks at line ends, a line end at the end
 #?   lists        every INF is in a DSC, every source file of a package in an INF
+#?   cppcheck     cppcheck over all C and C++ files
 #?   tidy         clang-tidy over our own files of the host build
 #?
 #? Without names: all of them. Each prints OK or FAIL on a line, and what it found below.
@@ -20,7 +21,7 @@ source "$LIB/files.sh"
 source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
-CHECKS=(format shell python licence whitespace lists tidy)
+CHECKS=(format shell python licence whitespace lists cppcheck tidy)
 
 for name; do
   [[ " ${CHECKS[*]} " == *" $name "* ]] || UsageError "lint: there is no check '$name'; the checks are: ${CHECKS[*]}"
