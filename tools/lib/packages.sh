@@ -5,9 +5,10 @@
 
 WantedPackages() { sed 's/#.*//; /^[[:space:]]*$/d' "$TOOLS/packages.txt"; }
 
-# MissingPackages NAMES: those of the names, one a line, that are not installed.
+# MissingPackages [NAME...]: those that are not installed, of the names or of what every command needs.
 MissingPackages() {
-  local wanted="$1" installed
+  local wanted installed
+  wanted="$(if (($#)); then printf '%s\n' "$@"; else WantedPackages; fi)"
   # dpkg-query answers with an error for names it never heard of; those are simply not in its answer.
   # shellcheck disable=SC2086 # one name a word
   installed="$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' $wanted 2>/dev/null | sed -n 's/^.i //p')" || true
@@ -42,14 +43,13 @@ AptInstall() {
   AsRoot "${apt[@]}" install -y --no-install-recommends "$@"
 }
 
-# InstallPackages [NAME...]: those that are missing of what every command needs, or of the names that one needs besides.
+# InstallPackages [NAME...]: those that are missing, of what every command needs or of the names that one needs besides.
 InstallPackages() {
-  local missing wanted
+  local missing
   if [[ -z "$(type -P apt-get)" || -z "$(type -P dpkg-query)" ]]; then
     Fail "setup needs Debian's apt-get and dpkg-query; tools/packages.txt names what to install by hand"
   fi
-  wanted="$(if (($#)); then printf '%s\n' "$@"; else WantedPackages; fi)"
-  mapfile -t missing < <(MissingPackages "$wanted")
+  mapfile -t missing < <(MissingPackages "$@")
   ((${#missing[@]})) || return 0
   RequireRoot "${missing[@]}"
   Step "Installing packages (${#missing[@]})" setup-packages AptInstall "${missing[@]}"
