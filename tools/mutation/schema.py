@@ -58,6 +58,7 @@ class Schema:
         self._lines = text.splitlines()
         self.mutants = []
         self._macros = self._macros_of(unit)
+        self._rows = set(self._rows_of(unit.cursor))
         self.text = DECLARATIONS + self._scope(unit.cursor)
 
     # The tree, from the outside in.
@@ -252,6 +253,9 @@ class Schema:
         return self._changed_constant(cursor, text)
 
     def _member_ref_expr(self, cursor):
+        if cursor.referenced is not None and cursor.referenced.semantic_parent.get_usr() in self._rows:
+            if self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
+                return self._changed_constant(cursor, self._text(cursor))
         # The object; template arguments would follow.
         children = list(cursor.get_children())
         return self._splice(cursor, lambda child: self._rewrite(child) if child == children[0] and
@@ -325,6 +329,17 @@ class Schema:
         """The macros of this file, by where they begin and end."""
         return {self._extent(cursor): cursor.spelling for cursor in unit.cursor.get_children()
                 if cursor.kind == K.MACRO_INSTANTIATION and self._here(cursor)}
+
+    def _rows_of(self, cursor):
+        """The types whose members are the constants of this file's tables: changed where they are read."""
+        for child in cursor.get_children():
+            if child.kind == K.NAMESPACE:
+                yield from self._rows_of(child)
+            elif child.kind == K.VAR_DECL and self._here(child) and self._constant(child):
+                row = child.type.get_canonical()
+                row = row.element_type if row.kind == T.CONSTANTARRAY else row
+                if row.kind == T.RECORD:
+                    yield row.get_declaration().get_usr()
 
     def _macro_at(self, cursor):
         """The name of the macro that the node is; empty for one that lies inside a macro."""
