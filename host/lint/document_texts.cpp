@@ -1,0 +1,98 @@
+/*
+ * The texts of a table that the driver writes into documents.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/lint/document_texts.h"
+
+#include "host/lint/devices.h"
+#include "host/lint/smbios.h"
+
+namespace tvq::lint {
+namespace {
+
+constexpr std::size_t kUsualLimit = 127;
+constexpr std::size_t kUnlimited = std::string_view::npos;
+
+enum class Cut {
+  kNone,
+  kTrimmed,    // blanks at both ends
+  kFirstWord,  // up to the first blank behind those at the start
+};
+
+struct Source {
+  std::uint8_t type;
+  std::size_t offset;
+  std::string_view element;
+  std::size_t limit = kUsualLimit;
+  bool isIdentity = false;
+  Cut cut = Cut::kNone;
+};
+
+constexpr Source kSources[] = {
+    {kBios, bios::kVersion, "BIOSVersion"},
+    {kBios, bios::kReleaseDate, "BIOSReleaseDate"},
+    {kSystem, system::kProduct, "ProductName"},
+    {kSystem, system::kManufacturer, "Manufacturer"},
+    {kSystem, system::kSerial, "ServiceTag", kUsualLimit, true},
+    {kBoard, board::kLocation, "LocationInChassis"},
+    {kChassis, chassis::kManufacturer, "Manufacturer"},
+    {kChassis, chassis::kSerial, "ServiceTag", kUsualLimit, true},
+    {kChassis, chassis::kAssetTag, "AssetTag", kUsualLimit, true},
+    {kSlot, slot::kDesignation, "Desig"},
+    {kProcessor, processor::kVersion, "MarketingName", kUsualLimit, false, Cut::kTrimmed},
+    {kProcessor, processor::kManufacturer, "ProcessorManufacturer"},
+    {kMemoryDevice, memory::kSerial, "WWN", 14, true},
+    {kMemoryDevice, memory::kManufacturer, "Manufacturer"},
+    {kMemoryDevice, memory::kBank, "BankLocator"},
+    {kMemoryDevice, memory::kAssetTag, "AssetTag", kUsualLimit, true},
+    {kMemoryDevice, memory::kPartNumber, "PartNumber", kUnlimited, false, Cut::kFirstWord},
+    {kDimmExtension, extension::kFirmwareVersion, "FirmwareVersion", 31},
+};
+
+std::string Keep(const Source& source, std::string_view whole) {
+  std::string_view kept = whole;
+  if (source.cut != Cut::kNone) {
+    kept.remove_prefix(std::min(kept.find_first_not_of(' '), kept.size()));
+    kept = kept.substr(0, source.cut == Cut::kFirstWord ? kept.find(' ')
+                                                        : kept.find_last_not_of(' ') + 1);
+  }
+  return std::string(kept.substr(0, source.limit));
+}
+
+// The structures of a type whose texts get into a document.
+std::vector<const Structure*> Written(const Subject& subject, std::uint8_t type) {
+  if (type == kProcessor) {
+    return subject.Processors();
+  }
+  if (type == kMemoryDevice) {
+    return subject.Modules();
+  }
+  const auto structures = subject.SeenOfType(type);
+  const bool isSingle = type == kBios || type == kSystem;
+  return isSingle && structures.size() != 1 ? std::vector<const Structure*>() : structures;
+}
+
+}  // namespace
+
+std::vector<DocumentText> DocumentTexts(const Subject& subject) {
+  std::vector<DocumentText> texts;
+  for (const Source& source : kSources) {
+    for (const Structure* structure : Written(subject, source.type)) {
+      const std::string_view whole = structure->TextOrEmpty(source.offset);
+      texts.push_back({structure, source.element, whole, Keep(source, whole), source.isIdentity});
+    }
+  }
+  for (const Structure* module : subject.Modules()) {
+    texts.push_back({module, "DIMMLocation", module->TextOrEmpty(memory::kLocator),
+                     KeyText(KeyOf(*module)), false});
+  }
+  for (const Structure* cpu : subject.Processors()) {
+    const auto digit = static_cast<char>('0' + SocketNumber(*cpu));
+    texts.push_back({cpu, "CPULocation", cpu->TextOrEmpty(processor::kSocket),
+                     digit == '\0' ? "CPU" : std::string("CPU") + digit, false});
+  }
+  return texts;
+}
+
+}  // namespace tvq::lint

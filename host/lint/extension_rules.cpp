@@ -1,0 +1,119 @@
+/*
+ * Rules about the extensions of memory modules, type 226.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <map>
+
+#include "host/lint/families.h"
+#include "host/lint/smbios.h"
+
+namespace tvq::lint {
+namespace {
+
+bool IsLongEnough(const Structure& extension) {
+  return extension.Length() >= extension::kSize;
+}
+
+// Whether it makes it into the driver's list.
+bool IsListed(const Structure& extension) {
+  return IsLongEnough(extension) && extension.Text(extension::kFirmwareVersion).has_value();
+}
+
+void CheckLayout(const Subject& subject, Report& report) {
+  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+    if (extension->Length() >= table::kHeaderSize && !IsLongEnough(*extension)) {
+      report.At(*extension,
+                fmt::format("the structure has {} bytes, and the driver reads 13: the rest is made "
+                            "of its texts. It may be another maker's",
+                            extension->Length()),
+                "use type 226 for the extension of memory devices alone, with 13 bytes");
+    }
+  }
+}
+
+void CheckFirmware(const Subject& subject, Report& report) {
+  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+    if (IsLongEnough(*extension) && !IsListed(*extension)) {
+      report.At(*extension,
+                fmt::format("string {} for the firmware version is not there: the driver ignores "
+                            "the whole structure, component and product ID included",
+                            extension->Byte(extension::kFirmwareVersion)),
+                "name a string for the firmware version, if need be an empty one");
+    }
+  }
+}
+
+void CheckDevice(const Subject& subject, Report& report) {
+  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+    const Structure* device = subject.FindHandle(extension->HandleAt(extension::kDevice));
+    if (!IsListed(*extension) || (device != nullptr && device->Type() == kMemoryDevice)) {
+      continue;
+    }
+    report.At(*extension,
+              fmt::format("{} is {}: no record takes anything from this structure, which may be "
+                          "another maker's",
+                          HandleName(extension->HandleAt(extension::kDevice)),
+                          device == nullptr
+                              ? "that of no structure"
+                              : fmt::format("of type {}, no memory device", device->Type())),
+              "name the handle of a memory device (type 17)");
+  }
+}
+
+void CheckRepeated(const Subject& subject, Report& report) {
+  std::map<std::uint16_t, const Structure*> owners;
+  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+    if (!IsListed(*extension)) {
+      continue;
+    }
+    const std::uint16_t device = extension->HandleAt(extension::kDevice);
+    const auto [owner, isNew] = owners.emplace(device, extension);
+    if (!isNew) {
+      report.At(*extension,
+                fmt::format("the memory device with {} has an extension already, {}: this one is "
+                            "never read",
+                            HandleName(device), HandleName(owner->second->Handle())),
+                "let each memory device have one structure of type 226");
+    }
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"extension-layout", Severity::kWarning, kDriver,
+     "A structure of type 226 is shorter than an extension of a memory device.",
+     "The driver takes every structure of type 226 for an extension: the handle of the memory "
+     "device at 04h, the number of the firmware version's string at 06h, component ID at 07h and "
+     "product ID at 0Bh. It does not test the length; in a shorter structure, which other makers "
+     "use for other things, it reads texts as numbers.",
+     "Use type 226 for extensions of memory devices alone.",
+     "[dimm-extension]\nlength = 0x08\ndevice = @dimm1\nfirmware-version = \"1.0\"\n", CheckLayout},
+    {"extension-firmware", Severity::kWarning, kDriver,
+     "An extension of a memory device names no firmware version.",
+     "A structure of type 226 whose firmware version is no string is left out of the driver's list "
+     "without a message: the module's record then has no component ID and no product ID either.",
+     "Name a string.",
+     "[dimm-extension]\ndevice = @dimm1\ncomponent-id = 100\nproduct-id = 0x2001\n", CheckFirmware},
+    {"extension-device", Severity::kWarning, kDriver,
+     "An extension names no memory device.",
+     "The driver looks extensions up by the handle of the memory device. One for another handle is "
+     "never found.",
+     "Name the handle of a structure of type 17.",
+     "[dimm-extension]\ndevice = 0x0DEA\nfirmware-version = \"1.0\"\n", CheckDevice},
+    {"extension-repeated", Severity::kWarning, kDriver, "A memory device has two extensions.",
+     "The first structure of type 226 for a memory device wins; the driver never reads the others.",
+     "Let each memory device have one.",
+     "[dimm-extension]\ndevice = @dimm1\nfirmware-version = \"1.0\"\n"
+     "[dimm-extension]\ndevice = @dimm1\nfirmware-version = \"2.0\"\n",
+     CheckRepeated},
+};
+
+}  // namespace
+
+Rules ExtensionRules() {
+  return kRules;
+}
+
+}  // namespace tvq::lint

@@ -1,0 +1,251 @@
+/*
+ * Rules about the identity of memory modules: what tells that one was replaced.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <cctype>
+#include <map>
+
+#include "host/lint/devices.h"
+#include "host/lint/families.h"
+#include "host/lint/smbios.h"
+
+namespace tvq::lint {
+namespace {
+
+// Characters of a serial number that blob and document keep.
+constexpr std::size_t kSerialLength = 14;
+
+// The driver reads up to these offsets without a test of the length, the second ones only from
+// structures longer than kLateFieldsBeyond.
+constexpr std::size_t kConfiguredSpeedEnd = 0x22;
+constexpr std::size_t kLateFieldsBeyond = 0x33;
+constexpr std::size_t kLateFieldsEnd = 0x54;
+
+std::string_view Trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(' ');
+  return first == std::string_view::npos
+             ? std::string_view()
+             : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+std::string LowerLetters(std::string_view text) {
+  std::string lower;
+  for (const char character : text) {
+    if (std::isalnum(static_cast<unsigned char>(character)) != 0) {
+      lower.push_back(
+          static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
+    }
+  }
+  return lower;
+}
+
+// What firmware writes where it knows nothing, as letters and digits alone.
+constexpr std::string_view kPlaceholders[] = {
+    "",           "none",         "na",        "null",         "unknown",   "undefined",
+    "empty",      "notspecified", "notavailable", "notprovided", "nodimm",  "notinstalled",
+    "default",    "defaultstring", "tobefilledbyoem", "0123456789", "123456789", "1234567890",
+    "12345678",
+};
+// The same with a number behind or in front: "SerNum0", "Array1_PartNumber2".
+constexpr std::string_view kPlaceholderStems[] = {"sernum", "partnum", "partnumber", "serialnumber",
+                                                  "modulepartnumber"};
+
+bool IsOneCharacter(std::string_view text) {
+  return text.size() > 1 && text.find_first_not_of(text[0]) == std::string_view::npos;
+}
+
+bool IsPlaceholder(std::string_view text) {
+  const std::string letters = LowerLetters(text);
+  if (std::find(std::begin(kPlaceholders), std::end(kPlaceholders), letters) !=
+          std::end(kPlaceholders) ||
+      IsOneCharacter(letters)) {
+    return true;
+  }
+  return std::any_of(
+      std::begin(kPlaceholderStems), std::end(kPlaceholderStems), [&](std::string_view stem) {
+        const std::size_t at = letters.find(stem);
+        return at != std::string::npos && letters.find_first_not_of("0123456789", at + stem.size()) ==
+                                              std::string::npos;
+      });
+}
+
+bool IsPlaceholderAt(const Structure& module, std::size_t field) {
+  return !module.IsTextMissing(field) && IsPlaceholder(module.TextOrEmpty(field));
+}
+
+std::string Value(const Report& report, const Structure& module, std::size_t field) {
+  const std::string_view text = module.TextOrEmpty(field);
+  return Trimmed(text).empty() ? "is missing or blank"
+                               : fmt::format("is {}", report.Quote(text));
+}
+
+void CheckSerialPlaceholder(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    if (IsPlaceholderAt(*module, memory::kSerial)) {
+      report.At(*module,
+                fmt::format("the serial number {}: a replacement by a module of the same part "
+                            "number cannot be told",
+                            Value(report, *module, memory::kSerial)),
+                "write the serial number of the module's SPD");
+    }
+  }
+}
+
+void CheckPartPlaceholder(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    if (IsPlaceholderAt(*module, memory::kPartNumber)) {
+      report.At(*module,
+                fmt::format("the part number {}: a replacement can be told by the serial number "
+                            "alone",
+                            Value(report, *module, memory::kPartNumber)),
+                "write the part number of the module's SPD");
+    }
+  }
+}
+
+void CheckSerialLong(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    const std::string_view serial = module->TextOrEmpty(memory::kSerial);
+    if (serial.size() > kSerialLength && !IsPlaceholder(serial)) {
+      report.At(*module,
+                fmt::format("serial number {} has {} characters: blob and document keep the first "
+                            "{}, {}",
+                            report.QuoteIdentity(serial), serial.size(), kSerialLength,
+                            report.QuoteIdentity(serial.substr(0, kSerialLength))),
+                fmt::format("write serial numbers of up to {} characters", kSerialLength));
+    }
+  }
+}
+
+void CheckSerialAlike(const Subject& subject, Report& report) {
+  std::map<std::string_view, const Structure*> owners;
+  for (const Structure* module : subject.Modules()) {
+    const std::string_view serial = module->TextOrEmpty(memory::kSerial);
+    if (IsPlaceholder(serial)) {
+      continue;
+    }
+    const auto [owner, isNew] = owners.emplace(serial.substr(0, kSerialLength), module);
+    if (!isNew) {
+      report.At(*module,
+                fmt::format("serial number {} and that of {} are alike in their first {} "
+                            "characters: an exchange of the two cannot be told",
+                            report.QuoteIdentity(serial), HandleName(owner->second->Handle()),
+                            kSerialLength),
+                "write the serial number of each module's SPD");
+    }
+  }
+}
+
+void CheckPartBlank(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    const std::string_view part = Trimmed(module->TextOrEmpty(memory::kPartNumber));
+    const std::size_t blank = part.find(' ');
+    if (blank != std::string_view::npos && !IsPlaceholder(part)) {
+      report.At(*module,
+                fmt::format("part number {} has a blank inside: the document keeps {}, and only "
+                            "that is compared later",
+                            report.Quote(part), report.Quote(part.substr(0, blank))),
+                "write the part number without blanks");
+    }
+  }
+}
+
+void CheckPartLeadingBlank(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    const std::string_view part = module->TextOrEmpty(memory::kPartNumber);
+    if (part.substr(0, 1) == " " && !Trimmed(part).empty()) {
+      report.At(*module,
+                fmt::format("part number {} begins with a blank, which the document does not: "
+                            "an agent that verifies before it gets the blobs is told of a "
+                            "replacement on every boot",
+                            report.Quote(part)),
+                "write the part number without blanks in front");
+    }
+  }
+}
+
+void CheckMemoryShort(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    const std::size_t length = module->Length();
+    const bool isLate = length > kLateFieldsBeyond && length < kLateFieldsEnd;
+    if (module->IsSound() && (length < kConfiguredSpeedEnd || isLate)) {
+      report.At(*module,
+                fmt::format("the structure has {:02X}h bytes, and the driver reads {}: these are "
+                            "made of the texts behind it",
+                            length,
+                            isLate ? "fields up to 54h" : "the configured speed at 20h"),
+                isLate ? "make the structure 54h bytes long, or 28h"
+                       : "make the structure 22h bytes long at least");
+    }
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"serial-placeholder", Severity::kWarning, kDriver,
+     "A module has no serial number, or one that stands for none.",
+     "A module counts as replaced when its serial number differs from the stored one, or when its "
+     "part number does not begin with the stored one. Without a serial number of its own, a "
+     "module that is replaced by one of the same kind looks the same.",
+     "Write the serial number that the module's SPD has.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"To Be Filled By O.E.M.\"\n",
+     CheckSerialPlaceholder},
+    {"part-placeholder", Severity::kNote, kDriver,
+     "A module has no part number, or one that stands for none.",
+     "The part number tells replacements where serial numbers do not. A stored part number that is "
+     "empty is the beginning of every other.",
+     "Write the part number that the module's SPD has.",
+     "[memory-device like @dimm1]\nlocator     = \"A2\"\nserial      = \"7A2C0002\"\n"
+     "part-number = \"Not Specified\"\n",
+     CheckPartPlaceholder},
+    {"serial-long", Severity::kWarning, kDriver,
+     "The serial number of a module has more than 14 characters.",
+     "The inventory blob, the document and the comparison with a stored document use the first 14 "
+     "characters.",
+     "Use shorter serial numbers, or make sure that they differ in the first 14 characters.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"S/N 2024-11-7A2C0002\"\n",
+     CheckSerialLong},
+    {"serial-alike", Severity::kWarning, kDriver,
+     "The serial numbers of two modules are alike in the first 14 characters.",
+     "Only 14 characters reach the stored document. When the two modules change places, or one "
+     "takes the place of the other, both look the same as before.",
+     "Write the serial number that each module's SPD has.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"  # and the serial number of A1\n",
+     CheckSerialAlike},
+    {"part-blank", Severity::kWarning, kDriver, "The part number of a module has a blank inside.",
+     "Blanks at both ends are trimmed, and of the rest the document keeps what stands before the "
+     "first blank. A module with another second word does not count as replaced by its part "
+     "number.",
+     "Write the part number without blanks.",
+     "[memory-device like @dimm1]\nlocator     = \"A2\"\nserial      = \"7A2C0002\"\n"
+     "part-number = \"TVQ D5-64G\"\n",
+     CheckPartBlank},
+    {"part-leading-blank", Severity::kWarning, kDriver,
+     "The part number of a module begins with a blank.",
+     "The document has the part number trimmed. The record's own is trimmed when the document is "
+     "written, that is on the first Get of a boot. A Verify before that compares the stored part "
+     "number with one that begins with a blank, and reports a replacement.",
+     "Write the part number without blanks in front; or let the agent get the blobs first.",
+     "[memory-device like @dimm1]\nlocator     = \"A2\"\nserial      = \"7A2C0002\"\n"
+     "part-number = \" TVQ-D5-64G\"\n",
+     CheckPartLeadingBlank},
+    {"memory-short", Severity::kWarning, kDriver,
+     "A memory device is too short for the fields that the driver reads from it.",
+     "The configured speed at 20h is read whatever the length of the structure, and ten fields "
+     "from 28h to 53h as soon as it is longer than 33h. What lies behind the formatted part are "
+     "texts: their first characters become numbers in the document.",
+     "Make type 17 as long as the version of the standard has it: 22h for 2.7, 28h for 2.8, 54h "
+     "for 3.2.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"7A2C0002\"\nlength  = 0x1C\n",
+     CheckMemoryShort},
+};
+
+}  // namespace
+
+Rules ModuleRules() {
+  return kRules;
+}
+
+}  // namespace tvq::lint

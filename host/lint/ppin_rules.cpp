@@ -1,0 +1,138 @@
+/*
+ * Rules about processor inventory numbers (PPIN) among the OEM strings.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include "host/lint/families.h"
+#include "host/lint/smbios.h"
+
+namespace tvq::lint {
+namespace {
+
+// The search begins at this byte of the first structure of OEM strings, not at its first string.
+constexpr std::size_t kSearchStart = 25;
+constexpr std::string_view kTag = "17[";
+constexpr std::size_t kPpinLength = 16;
+
+// The text at a byte of the table, counted from the structure; empty where none ends in the table.
+std::string TextAt(const Structure& strings, std::size_t at, std::size_t tableSize) {
+  std::string text;
+  for (; strings.Offset() + at < tableSize; ++at) {
+    if (strings.TableByte(at) == 0) {
+      return text;
+    }
+    text.push_back(static_cast<char>(strings.TableByte(at)));
+  }
+  return "";
+}
+
+// Where the tags are that the driver finds, from the start of the first structure of OEM strings:
+// one for each processor, as long as string follows string with a tag in it.
+std::vector<std::size_t> FindTags(const Subject& subject, const Structure& first) {
+  std::vector<std::size_t> tags;
+  std::size_t at = kSearchStart;
+  while (tags.size() < subject.Processors().size()) {
+    const std::string text = TextAt(first, at, subject.Table().size());
+    const std::size_t tag = text.find(kTag);
+    if (text.empty() || (tag == std::string::npos && !tags.empty())) {
+      break;
+    }
+    if (tag != std::string::npos) {
+      tags.push_back(at + tag);
+    }
+    at += text.size() + 1;
+  }
+  return tags;
+}
+
+std::string ReasonUnread(const Structure& first, const Structure& strings, std::size_t tag) {
+  if (&strings != &first) {
+    return "only the first structure of OEM strings is searched";
+  }
+  if (tag < kSearchStart) {
+    return fmt::format("it begins at byte {} of the structure, and the search at byte {}", tag,
+                       kSearchStart);
+  }
+  return first.TableByte(kSearchStart) == 0
+             ? fmt::format("a string ends at byte {}, where the search begins", kSearchStart)
+             : "the string in front of it has none, and ends the search";
+}
+
+void CheckUnread(const Subject& subject, Report& report) {
+  const auto oemStrings = subject.SeenOfType(kOemStrings);
+  if (oemStrings.empty()) {
+    return;
+  }
+  const std::vector<std::size_t> found = FindTags(subject, *oemStrings[0]);
+  if (found.size() == subject.Processors().size()) {
+    return;
+  }
+  for (const Structure* strings : oemStrings) {
+    for (const std::string_view text : strings->Strings()) {
+      const std::size_t tag = text.find(kTag);
+      if (tag == std::string_view::npos) {
+        continue;
+      }
+      const std::size_t at = strings->PositionOf(text) + tag;
+      if (strings == oemStrings[0] && std::find(found.begin(), found.end(), at) != found.end()) {
+        continue;
+      }
+      report.At(*strings,
+                fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
+                            "is found, so {} of {} get one",
+                            report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, tag),
+                            found.size(), subject.Processors().size()),
+                "let the first structure of type 11 begin with a string of 20 characters or more, "
+                "and the PPINs follow one upon the other");
+    }
+  }
+}
+
+void CheckLength(const Subject& subject, Report& report) {
+  const auto oemStrings = subject.SeenOfType(kOemStrings);
+  if (oemStrings.empty()) {
+    return;
+  }
+  for (const std::size_t tag : FindTags(subject, *oemStrings[0])) {
+    const std::string text =
+        TextAt(*oemStrings[0], tag + kTag.size(), subject.Table().size());
+    const std::size_t length = std::min(text.find(']'), text.size());
+    if (length != kPpinLength) {
+      report.At(*oemStrings[0],
+                fmt::format("the PPIN behind \"17[\" has {} characters, and the driver takes {} "
+                            "bytes as they stand: {}",
+                            length, kPpinLength,
+                            report.QuoteIdentity(std::string_view(text).substr(0, kPpinLength))),
+                "write 16 characters between \"17[\" and \"]\"");
+    }
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"ppin-unread", Severity::kWarning, kDriver,
+     "An OEM string has a PPIN that the driver does not come to.",
+     "The driver takes the PPIN of each populated socket from the first structure of OEM strings "
+     "(type 11): the 16 characters behind \"17[\". The search begins at byte 25 of the structure, "
+     "wherever that falls, while the first string begins at byte 5. It passes strings without "
+     "\"17[\" up to the first one that has it; from then on each processor takes the next string, "
+     "and the first without \"17[\" ends it for all.",
+     "Let the structure begin with a string of 20 characters or more, so that byte 25 lies in its "
+     "last characters or behind it, and let the PPINs follow in the order of the sockets.",
+     "[oem-strings]\nstring = \"17[0123456789ABCDEF]\"  # begins at byte 5\n", CheckUnread},
+    {"ppin-length", Severity::kWarning, kDriver, "A PPIN does not have 16 characters.",
+     "The driver copies 16 bytes behind \"17[\", whatever they are: of a longer number the rest is "
+     "lost, and a shorter one takes the bracket along, and its terminator ends the text.",
+     "Write 16 characters between \"17[\" and \"]\".",
+     "[oem-strings]\nstring = \"TVQ reference platform\"\nstring = \"17[0123456789]\"\n",
+     CheckLength},
+};
+
+}  // namespace
+
+Rules PpinRules() {
+  return kRules;
+}
+
+}  // namespace tvq::lint

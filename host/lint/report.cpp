@@ -1,0 +1,64 @@
+/*
+ * The findings that the checks report.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include "host/lint/rule.h"
+#include "host/table/layout.h"
+#include "host/table/text.h"
+
+namespace tvq::lint {
+
+void Report::Add(Place place, std::string message, std::string advice) {
+  mFindings.push_back({mRule, place, std::move(message), std::move(advice)});
+}
+
+void Report::At(const Structure& structure, std::string message, std::string advice) {
+  Add({mBase + structure.Offset(), structure.Type(), structure.Handle()}, std::move(message),
+      std::move(advice));
+}
+
+void Report::AtEntryPoint(std::size_t offset, std::string message, std::string advice) {
+  Add({offset, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+}
+
+void Report::AtByte(std::size_t offset, std::string message, std::string advice) {
+  Add({mBase + offset, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+}
+
+void Report::OnTable(std::string message, std::string advice) {
+  Add({}, std::move(message), std::move(advice));
+}
+
+std::string Report::Quote(std::string_view text) const {
+  return table::Quote(text);
+}
+
+std::string Report::QuoteIdentity(std::string_view text) const {
+  return mRedactor ? table::Quote(mRedactor(text)) : Quote(text);
+}
+
+std::string HandleName(std::uint16_t handle) {
+  return fmt::format("handle 0x{:04X}", handle);
+}
+
+std::string StructureName(const Structure& structure) {
+  return fmt::format("type {}, {}", structure.Type(), HandleName(structure.Handle()));
+}
+
+std::string Counted(std::size_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+std::string FieldName(std::uint8_t type, std::size_t offset) {
+  for (const table::Field& field : table::LayoutOf(type).fields) {
+    if (field.offset == offset) {
+      return std::string(field.name);
+    }
+  }
+  return fmt::format("byte {:02X}h", offset);
+}
+
+}  // namespace tvq::lint

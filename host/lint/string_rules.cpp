@@ -1,0 +1,138 @@
+/*
+ * Rules about string numbers past the last string.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "host/lint/families.h"
+#include "host/lint/smbios.h"
+#include "host/table/layout.h"
+
+namespace tvq::lint {
+namespace {
+
+// In which order the driver reads the fields of a type; what follows the last string is named too.
+struct ReadOrder {
+  std::uint8_t type;
+  std::vector<std::uint8_t> strings;
+  std::string_view rest;  // what is read behind the strings
+};
+
+const std::vector<ReadOrder>& ReadOrders() {
+  static const std::vector<ReadOrder> kOrders = {
+      {kBios, {0x05, 0x08}, ""},
+      {kSystem, {0x05, 0x04, 0x07}, ""},
+      {kBoard, {0x0A}, ""},
+      {kChassis, {0x04, 0x07, 0x08}, "all states"},
+      {kProcessor, {0x10, 0x04, 0x07}, "caches"},
+      {kSlot, {0x04}, "all its numbers"},
+      {kMemoryDevice, {0x18, 0x10, 0x17, 0x11, 0x19, 0x1A}, "most numbers, the handle too"},
+  };
+  return kOrders;
+}
+
+// Whether the driver makes something of this structure.
+bool IsRead(const Subject& subject, const Structure& structure) {
+  const auto contains = [&](const std::vector<const Structure*>& devices) {
+    return std::find(devices.begin(), devices.end(), &structure) != devices.end();
+  };
+  switch (structure.Type()) {
+    case kProcessor:
+      return contains(subject.Processors());
+    case kMemoryDevice:
+      return contains(subject.Modules());
+    default:
+      return true;
+  }
+}
+
+// What is read from the structure behind: the strings that follow, and the rest.
+std::string Affected(const ReadOrder& order, std::size_t missing) {
+  std::string names;
+  for (std::size_t i = missing + 1; i < order.strings.size(); ++i) {
+    names += (names.empty() ? "" : ", ") + FieldName(order.type, order.strings[i]);
+  }
+  if (!order.rest.empty()) {
+    names += (names.empty() ? "" : ", ") + std::string(order.rest);
+  }
+  return names;
+}
+
+std::string Consequence(const Structure& structure, const ReadOrder& order, std::size_t missing) {
+  if (structure.Type() == kSystem && missing == 0) {
+    return "the system gets no record";
+  }
+  const std::string affected = Affected(order, missing);
+  return affected.empty() ? "the text is missing"
+                          : fmt::format("the record mixes two structures, as what is read next ({}) "
+                                        "comes from the one behind",
+                                        affected);
+}
+
+void CheckMissing(const Subject& subject, Report& report) {
+  for (const Structure* structure : subject.Seen()) {
+    for (const ReadOrder& order : ReadOrders()) {
+      if (order.type != structure->Type() || !structure->IsSound() ||
+          !IsRead(subject, *structure)) {
+        continue;
+      }
+      for (std::size_t i = 0; i < order.strings.size(); ++i) {
+        if (!structure->IsTextMissing(order.strings[i])) {
+          continue;
+        }
+        report.At(*structure,
+                  fmt::format("string {} ({}) of {}: {}", structure->Byte(order.strings[i]),
+                              FieldName(order.type, order.strings[i]),
+                              structure->Strings().size(), Consequence(*structure, order, i)),
+                  "name one of the structure's strings, or 0 for none");
+        break;  // The rest of this structure is not read.
+      }
+    }
+  }
+}
+
+void CheckNumbers(const Subject& subject, Report& report) {
+  for (const Structure& structure : subject.Structures()) {
+    const table::Layout& layout = table::LayoutOf(structure.Type());
+    for (const table::Field& field : layout.fields) {
+      const std::size_t number = structure.Byte(field.offset);
+      if (field.kind == table::FieldKind::kString && structure.IsSound() &&
+          number > structure.Strings().size() &&
+          !layout.IsMoved(field, structure.Formatted(), structure.FormattedSize())) {
+        report.At(structure,
+                  fmt::format("{} is string {}, and the structure has {}", field.name, number,
+                              Counted(structure.Strings().size(), "string")),
+                  "name one of the structure's strings, or 0 for none");
+      }
+    }
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"string-missing", Severity::kError, kDriver,
+     "A string number is past the last string of its structure.",
+     "Looking for such a string moves the driver on to the structure behind, and everything that "
+     "it reads next for the record comes from there: a record of two structures, with another's "
+     "sizes and texts. For the product name of the system there is no record at all. Number 1 in a "
+     "structure without strings is an empty text, and harmless.",
+     "Name one of the structure's strings, or 0 for none.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"7A2C0002\"\nasset-tag = 9\n",
+     CheckMissing},
+    {"string-number", Severity::kError, kTable,
+     "A string number is past the last string of its structure.",
+     "The standard numbers the strings of a structure from 1 to their last, and 0 stands for none. "
+     "Readers show a bad index, or read on in the next structure.",
+     "Name one of the structure's strings, or 0 for none.",
+     "[cache like @l1]\nsocket = 9\n", CheckNumbers},
+};
+
+}  // namespace
+
+Rules StringRules() {
+  return kRules;
+}
+
+}  // namespace tvq::lint

@@ -1,0 +1,122 @@
+/*
+ * Rules about the bytes of structures, and how many there are.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include "host/lint/families.h"
+#include "host/lint/smbios.h"
+
+namespace tvq::lint {
+namespace {
+
+// A slot query counts the structures that it visits in 8 bits.
+constexpr std::size_t kSlotQueryLimit = 255;
+
+constexpr char kCapture[] = "check the length of the table, or capture it again";
+
+void CheckLength(const Subject& subject, Report& report) {
+  for (const Structure& structure : subject.Structures()) {
+    if (structure.Length() < table::kHeaderSize) {
+      report.At(structure,
+                fmt::format("the structure says that it has {}, and a header alone has {}: every "
+                            "reader goes on at another byte, or stops",
+                            Counted(structure.Length(), "byte"), table::kHeaderSize),
+                "state the length of the formatted part, header included");
+    }
+  }
+}
+
+void CheckCut(const Subject& subject, Report& report) {
+  const auto& structures = subject.Structures();
+  if (!structures.empty() && structures.back().IsCut()) {
+    report.At(structures.back(),
+              fmt::format("the structure has {:02X}h bytes, and the table ends after {:02X}h: its "
+                          "last fields and its strings are missing",
+                          structures.back().Length(), structures.back().FormattedSize()),
+              kCapture);
+  }
+  const std::size_t end = structures.empty() ? 0 : structures.back().End();
+  if (end < subject.Table().size()) {
+    report.AtByte(end,
+                  fmt::format("{} behind the last structure: too few for another one",
+                              Counted(subject.Table().size() - end, "byte")),
+                  kCapture);
+  }
+}
+
+void CheckTerminated(const Subject& subject, Report& report) {
+  const auto& structures = subject.Structures();
+  if (!structures.empty() && !structures.back().IsCut() && !structures.back().IsTerminated()) {
+    report.At(structures.back(),
+              "the table ends before the two NULs that end the structure: a string that has no end "
+              "counts as missing",
+              "end each structure with two NULs");
+  }
+}
+
+void CheckCount(const Subject& subject, Report& report) {
+  const std::size_t count =
+      subject.EntryPoint().statedCount.value_or(subject.Structures().size());
+  if (count > kSlotQueryLimit) {
+    report.OnTable(fmt::format("the table has {} structures: a slot query that finds nothing never "
+                               "ends, because its counter of 8 bits never comes so far",
+                               count),
+                   fmt::format("bring the table down to {} structures, or build the driver with "
+                               "PcdTvqBoundedWalks",
+                               kSlotQueryLimit));
+  }
+}
+
+void CheckBehindEnd(const Subject& subject, Report& report) {
+  const Structure* end = nullptr;
+  for (const Structure& structure : subject.Structures()) {
+    if (end != nullptr) {
+      report.At(structure,
+                fmt::format("the structure lies behind the end of the table, {}: the driver reads "
+                            "it, other readers do not",
+                            HandleName(end->Handle())),
+                "let the structure of type 127 be the last");
+    } else if (structure.Type() == kEndOfTable) {
+      end = &structure;
+    }
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"structure-length", Severity::kError, kBoth, "A structure is shorter than a header.",
+     "The length byte counts the formatted part with its header of 4 bytes. The driver looks for "
+     "strings behind the length that is stated, whatever it is, and so begins inside the header; "
+     "other readers stop, and do not come to the rest of the table.",
+     "State the length of the formatted part.", "[raw]\nbytes 0x00 = 80 02 34 12 00 00\n",
+     CheckLength},
+    {"structure-cut", Severity::kError, kBoth, "The last structure is cut by the end of the table.",
+     "The driver reads fields that are missing as 0, and strings as none. A structure of type 225 "
+     "that is cut spoils the whole FQDD map.",
+     "Check the length that the entry point states, or capture the table again.", "", CheckCut},
+    {"structure-unterminated", Severity::kError, kBoth,
+     "The strings of the last structure have no end.",
+     "The end of the table ends the search for strings: one that has no NUL is missing.",
+     "End each structure with two NULs.", "", CheckTerminated},
+    {"structure-count", Severity::kError, kDriver, "The table has more than 255 structures.",
+     "A query for a PCI slot (the attributes \"SMBIOSPCISlotInfo\" and \"SMBIOSSLOTID\") visits "
+     "structures as long as a counter of 8 bits is below the number of structures. With more than "
+     "255 it never gets there: a query that finds its slot is answered, one that does not hangs "
+     "the boot.",
+     "Remove structures, or build the driver with PcdTvqBoundedWalks.", "", CheckCount},
+    {"behind-end-of-table", Severity::kWarning, kBoth,
+     "There are structures behind the end of the table.",
+     "The driver does not stop at type 127, and makes records of devices that operating systems do "
+     "not see.",
+     "Let the structure of type 127 be the last.",
+     "[end]\n[oem-strings]\nstring = \"behind the end\"\n", CheckBehindEnd},
+};
+
+}  // namespace
+
+Rules StructureRules() {
+  return kRules;
+}
+
+}  // namespace tvq::lint

@@ -1,0 +1,141 @@
+/*
+ * Findings and rules as text.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/lint/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "host/lint/lint.h"
+
+namespace tvq::lint {
+namespace {
+
+constexpr std::size_t kLineWidth = 96;
+
+std::string ProfilesOf(const Rule& rule) {
+  std::string names;
+  for (const Profile profile : {kDriver, kTable}) {
+    if ((rule.profiles & profile) != 0) {
+      names += (names.empty() ? "" : ", ") + std::string(NameOf(profile));
+    }
+  }
+  return names;
+}
+
+// The text in lines of kLineWidth, each with `indent` in front.
+std::string Wrap(std::string_view text, std::string_view indent) {
+  std::string wrapped;
+  std::size_t width = 0;
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.find(' '), text.size());
+    if (width != 0 && width + 1 + length > kLineWidth) {
+      wrapped += '\n';
+      width = 0;
+    }
+    wrapped += width == 0 ? indent : " ";
+    wrapped += text.substr(0, length);
+    width += (width == 0 ? indent.size() : 1) + length;
+    text.remove_prefix(std::min(length + 1, text.size()));
+  }
+  return wrapped + '\n';
+}
+
+std::string Indent(std::string_view text, std::string_view indent) {
+  std::string indented;
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.find('\n') + 1, text.size());
+    indented += std::string(indent) + std::string(text.substr(0, length));
+    text.remove_prefix(length);
+  }
+  return indented;
+}
+
+}  // namespace
+
+std::string_view NameOf(Severity severity) {
+  switch (severity) {
+    case Severity::kNote:
+      return "note";
+    case Severity::kWarning:
+      return "warning";
+    case Severity::kError:
+      break;
+  }
+  return "error";
+}
+
+std::string_view NameOf(Profile profile) {
+  return profile == kTable ? "table" : "driver";
+}
+
+std::string FormatFinding(std::string_view file, const Finding& finding) {
+  const Place& place = finding.place;
+  std::string line(file);
+  if (place.offset) {
+    line += fmt::format(":0x{:04X}", *place.offset);
+  }
+  line += fmt::format(": {}: ", NameOf(finding.rule->severity));
+  if (place.type && place.handle) {
+    line += fmt::format("type {}, {}: ", *place.type, HandleName(*place.handle));
+  }
+  return line +
+         fmt::format("{}; {} [{}]", finding.message, finding.advice, finding.rule->name);
+}
+
+std::string FormatCounts(const std::vector<Finding>& findings) {
+  std::string counts;
+  for (const Severity severity : kSeverities) {
+    const auto count = std::count_if(findings.begin(), findings.end(), [&](const Finding& finding) {
+      return finding.rule->severity == severity;
+    });
+    if (count != 0) {
+      counts += (counts.empty() ? "" : ", ") +
+                Counted(static_cast<std::size_t>(count), NameOf(severity));
+    }
+  }
+  return counts;
+}
+
+std::string ListRules() {
+  std::string list;
+  for (const Rule* rule : AllRules()) {
+    list += fmt::format("{:24}  {:7}  {:13}  {}\n", rule->name, NameOf(rule->severity),
+                        ProfilesOf(*rule), rule->summary);
+  }
+  return list;
+}
+
+std::string ExplainRule(const Rule& rule) {
+  std::string text = fmt::format("{} ({}; profile {})\n", rule.name, NameOf(rule.severity),
+                                 ProfilesOf(rule));
+  text += Wrap(rule.summary, "  ") + '\n' + Wrap(rule.why, "  ") + "\nWhat to change:\n" +
+          Wrap(rule.fix, "  ");
+  if (!rule.example.empty()) {
+    text += "\nExample, in the form that `tvq mktable` reads:\n" + Indent(rule.example, "  ");
+  }
+  return text;
+}
+
+std::string RulesInMarkdown() {
+  std::string text = "| rule | severity | profile | |\n|---|---|---|---|\n";
+  for (const Rule* rule : AllRules()) {
+    text += fmt::format("| [{0}](#{0}) | {1} | {2} | {3} |\n", rule->name, NameOf(rule->severity),
+                        ProfilesOf(*rule), rule->summary);
+  }
+  for (const Rule* rule : AllRules()) {
+    text += fmt::format("\n## {}\n\n{}\n{}\n{}\n", rule->name, Wrap(rule->summary, ""),
+                        Wrap(rule->why, ""), Wrap("To change: " + std::string(rule->fix), ""));
+    if (!rule->example.empty()) {
+      text += "    " + Indent(rule->example, "    ").substr(4);
+    } else {
+      text.pop_back();
+    }
+  }
+  return text;
+}
+
+}  // namespace tvq::lint
