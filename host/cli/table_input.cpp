@@ -54,10 +54,9 @@ session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
   return std::move(*dump);
 }
 
-session::Table ReadFileTable(session::Session& session, const TableOptions& options,
-                             const Console& console) {
-  const session::Bytes file = DumpOf(options, ReadInput(options.file, kTableHint, console));
-  session::Table table = session.ReadCapturedFile(file);
+session::Table FileTable(session::Session& session, const session::Bytes& file,
+                         const TableOptions& options, const Console& console) {
+  session::Table table = session.ReadCapturedFile(DumpOf(options, file));
   if (options.version && table.isBare) {
     table.major = options.version->first;
     table.minor = options.version->second;
@@ -66,13 +65,6 @@ session::Table ReadFileTable(session::Session& session, const TableOptions& opti
                                 NameOf(options), table.major, table.minor));
   }
   return table;
-}
-
-session::Table ReadSystemTable(session::Session& session, const TableOptions& options) {
-  const session::Bytes entryPoint =
-      ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
-  const session::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
-  return session.ReadSeparateTable(entryPoint, structures);
 }
 
 [[noreturn]] void ThrowNoTable(const TableOptions& options, const session::TableError& error) {
@@ -127,18 +119,31 @@ std::string NameOf(const TableOptions& options) {
                                : options.file;
 }
 
-session::Table ReadTable(session::Session& session, const TableOptions& options,
-                         const Console& console) {
+TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
+  if (!options.file.empty()) {
+    return {ReadInput(options.file, kTableHint, console), {}};
+  }
+  session::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
+  return {ReadFile(options.systemFolder + "/DMI", kSystemHint), std::move(entryPoint)};
+}
+
+session::Table TableOf(session::Session& session, const TableBytes& bytes,
+                       const TableOptions& options, const Console& console) {
   try {
-    session::Table table = options.file.empty() ? ReadSystemTable(session, options)
-                                                : ReadFileTable(session, options, console);
-    for (const std::string& warning : table.warnings) {
-      console.Warning(warning);
-    }
-    return table;
+    return options.file.empty() ? session.ReadSeparateTable(bytes.entryPoint, bytes.file)
+                                : FileTable(session, bytes.file, options, console);
   } catch (const session::TableError& error) {
     ThrowNoTable(options, error);
   }
+}
+
+session::Table ReadTable(session::Session& session, const TableOptions& options,
+                         const Console& console) {
+  session::Table table = TableOf(session, ReadTableBytes(options, console), options, console);
+  for (const std::string& warning : table.warnings) {
+    console.Warning(warning);
+  }
+  return table;
 }
 
 bool ConformTable(session::Session& session, session::Table& table, const Console& console) {

@@ -35,6 +35,16 @@ void AddConform(CLI::App& app, TableOptions& options);
 // How messages name the table.
 std::string NameOf(const TableOptions& options);
 
+// What a table is read from: a file, or the structures with an entry point apart from them.
+struct TableBytes {
+  session::Bytes file;
+  session::Bytes entryPoint;  // empty where the file holds everything
+};
+TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
+// The table in these bytes. Throws InputError.
+session::Table TableOf(session::Session& session, const TableBytes& bytes,
+                       const TableOptions& options, const Console& console);
+
 // Reads the table that the options name; what is odd about it is said. Throws InputError.
 session::Table ReadTable(session::Session& session, const TableOptions& options,
                          const Console& console);

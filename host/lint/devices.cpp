@@ -20,10 +20,9 @@ template <typename KeyOfDevice>
 std::vector<const Structure*> UpToRepeatedKey(std::vector<const Structure*> devices,
                                               KeyOfDevice keyOf) {
   std::set<decltype(keyOf(*devices[0]))> keys;
-  const auto repeated =
-      std::find_if(devices.begin(), devices.end(), [&](const Structure* device) {
-        return !keys.insert(keyOf(*device)).second;
-      });
+  const auto repeated = std::find_if(devices.begin(), devices.end(), [&](const Structure* device) {
+    return !keys.insert(keyOf(*device)).second;
+  });
   devices.erase(repeated, devices.end());
   return devices;
 }

@@ -130,21 +130,21 @@ void CheckCut(const Subject& subject, Report& report) {
     // The other texts that are cut have rules of their own.
     const bool isCut = text.kept.size() == 127 || text.element == "FirmwareVersion";
     if (isCutInBlob || (isCut && text.whole.size() > text.kept.size())) {
-      report.At(*text.structure,
-                fmt::format("the text for {} has {} characters: the {} keeps the first {}",
-                            text.element, text.whole.size(),
-                            isCutInBlob ? "inventory blob" : "document",
-                            isCutInBlob ? kBlobNameLength : text.kept.size()),
-                "use a shorter text");
+      report.At(
+          *text.structure,
+          fmt::format("the text for {} has {} characters: the {} keeps the first {}", text.element,
+                      text.whole.size(), isCutInBlob ? "inventory blob" : "document",
+                      isCutInBlob ? kBlobNameLength : text.kept.size()),
+          "use a shorter text");
     }
   }
 }
 
 const Structure* DeviceOf(const Subject& subject, const Document& document) {
-  const std::vector<const Structure*> devices = document.type == kProcessor ? RecordedProcessors(subject)
-                                                : document.type == kMemoryDevice
-                                                    ? RecordedModules(subject)
-                                                    : subject.SeenOfType(document.type);
+  const std::vector<const Structure*> devices =
+      document.type == kProcessor      ? RecordedProcessors(subject)
+      : document.type == kMemoryDevice ? RecordedModules(subject)
+                                       : subject.SeenOfType(document.type);
   return document.device < devices.size() ? devices[document.device] : nullptr;
 }
 
@@ -158,8 +158,9 @@ void CheckSize(const Subject& subject, Report& report) {
               fmt::format("its document has {} bytes, {} more than the buffer of {} bytes that it "
                           "is planned for",
                           document.size, document.size - kDocumentBuffer, kDocumentBuffer),
-              device->Type() == kSystem ? "list fewer slots, boards or chassis, or shorten their names"
-                                        : "shorten the texts of the device");
+              device->Type() == kSystem
+                  ? "list fewer slots, boards or chassis, or shorten their names"
+                  : "shorten the texts of the device");
   }
 }
 
@@ -186,7 +187,8 @@ constexpr Rule kRules[] = {
      "manufacturer = \"M\\xFCller\"\n",
      CheckEncoding},
     {"text-not-ascii", Severity::kWarning, kDriver, "A text has characters beyond ASCII.",
-     "UTF-8 arrives in the document as it is. Where the driver widens texts to 16 bits, in the names "
+     "UTF-8 arrives in the document as it is. Where the driver widens texts to 16 bits, in the "
+     "names "
      "and FQDDs of the device list, each byte above 7Fh becomes a character of its own, FF80h to "
      "FFFFh.",
      "Use ASCII, as the standard asks.",

@@ -54,8 +54,8 @@ std::string Keep(const Source& source, std::string_view whole) {
   std::string_view kept = whole;
   if (source.cut != Cut::kNone) {
     kept.remove_prefix(std::min(kept.find_first_not_of(' '), kept.size()));
-    kept = kept.substr(0, source.cut == Cut::kFirstWord ? kept.find(' ')
-                                                        : kept.find_last_not_of(' ') + 1);
+    kept = kept.substr(
+        0, source.cut == Cut::kFirstWord ? kept.find(' ') : kept.find_last_not_of(' ') + 1);
   }
   return std::string(kept.substr(0, source.limit));
 }

@@ -77,10 +77,11 @@ void CheckAnchor(const Subject& subject, Report& report) {
   const Bytes& bytes = subject.EntryPoint().bytes;
   if (Is32Bit(subject) && !std::equal(kIntermediateAnchor.begin(), kIntermediateAnchor.end(),
                                       bytes.begin() + kIntermediate)) {
-    report.AtEntryPoint(kIntermediate,
-                        "the intermediate anchor \"_DMI_\" is missing: readers take it for no entry "
-                        "point",
-                        "write \"_DMI_\" at 10h");
+    report.AtEntryPoint(
+        kIntermediate,
+        "the intermediate anchor \"_DMI_\" is missing: readers take it for no entry "
+        "point",
+        "write \"_DMI_\" at 10h");
   }
 }
 
@@ -98,8 +99,8 @@ void CheckLength(const Subject& subject, Report& report) {
 void CheckTableLength(const Subject& subject, Report& report) {
   const std::size_t stated = subject.EntryPoint().statedLength;
   const std::size_t held = subject.Table().size();
-  const bool isMaximum = Is64Bit(subject) && !subject.Structures().empty() &&
-                         subject.Structures().back().IsSound();
+  const bool isMaximum =
+      Is64Bit(subject) && !subject.Structures().empty() && subject.Structures().back().IsSound();
   if (!subject.EntryPoint().bytes.empty() && stated > held && !isMaximum) {
     report.AtEntryPoint(Is32Bit(subject) ? kTableLength32 : kTableLength64,
                         fmt::format("the entry point says that the table has {} bytes, and there "
@@ -118,9 +119,8 @@ void CheckCount(const Subject& subject, Report& report) {
         kCount,
         fmt::format("the entry point says that there are {}, and there are {}: {}",
                     Counted(*stated, "structure"), counted,
-                    *stated < counted
-                        ? "slot queries do not come to the last ones"
-                        : "slot queries that find nothing begin again at the first"),
+                    *stated < counted ? "slot queries do not come to the last ones"
+                                      : "slot queries that find nothing begin again at the first"),
         "state the number of structures, the end of the table included");
   }
 }
@@ -136,11 +136,12 @@ void CheckLargest(const Subject& subject, Report& report) {
   const Bytes& bytes = subject.EntryPoint().bytes;
   const std::size_t stated = bytes[kLargest] | bytes[kLargest + 1] << 8;
   if (stated < largest) {
-    report.AtEntryPoint(kLargest,
-                        fmt::format("the entry point says that no structure has more than {} bytes, "
-                                    "and one has {}: readers with a buffer of the first size cut it",
-                                    stated, largest),
-                        "state the size of the largest structure, its strings included");
+    report.AtEntryPoint(
+        kLargest,
+        fmt::format("the entry point says that no structure has more than {} bytes, "
+                    "and one has {}: readers with a buffer of the first size cut it",
+                    stated, largest),
+        "state the size of the largest structure, its strings included");
   }
 }
 
@@ -171,24 +172,21 @@ constexpr Rule kRules[] = {
      "The length of the table has 16 bits in the 32-bit entry point, the only one that the driver "
      "looks for.",
      "Remove structures that nobody needs.", "", CheckTooLong},
-    {"entry-point-checksum", Severity::kError, kTable,
-     "A checksum of the entry point is wrong.",
+    {"entry-point-checksum", Severity::kError, kTable, "A checksum of the entry point is wrong.",
      "The bytes of the entry point have to add up to 0, and those of its intermediate part too. "
      "Operating systems that search for the entry point pass one that does not. The driver does "
      "not look.",
-     "Compute the intermediate checksum first, then the other.",
-     "[entry-point]\nbytes 0x04 = 00\n", CheckChecksum},
+     "Compute the intermediate checksum first, then the other.", "[entry-point]\nbytes 0x04 = 00\n",
+     CheckChecksum},
     {"entry-point-anchor", Severity::kError, kTable, "The intermediate anchor is missing.",
      "The 32-bit entry point has a second anchor, \"_DMI_\", at 10h. Older readers search for this "
      "one alone.",
-     "Write \"_DMI_\" at 10h.", "[entry-point]\nbytes 0x10 = \"_dmi_\"\n",
-     CheckAnchor},
+     "Write \"_DMI_\" at 10h.", "[entry-point]\nbytes 0x10 = \"_dmi_\"\n", CheckAnchor},
     {"entry-point-length", Severity::kWarning, kTable,
      "The entry point states another length than it has.",
      "The 32-bit entry point has 1Fh bytes, the 64-bit one 18h. Readers compute the checksum over "
      "the stated length; 1Eh is a known mistake of version 2.1.",
-     "Correct the length, then the checksum.",
-     "[entry-point]\nbytes 0x05 = 1E\n", CheckLength},
+     "Correct the length, then the checksum.", "[entry-point]\nbytes 0x05 = 1E\n", CheckLength},
     {"entry-point-table-length", Severity::kError, kBoth,
      "The table is shorter than the entry point says.",
      "In a capture, the rest was not captured. In firmware, the driver and all other readers go on "
@@ -196,7 +194,8 @@ constexpr Rule kRules[] = {
      "State the length that the structures have.", "", CheckTableLength},
     {"entry-point-count", Severity::kWarning, kBoth,
      "The entry point states another number of structures than there are.",
-     "A slot query of the driver visits as many structures as the entry point says: with too few it "
+     "A slot query of the driver visits as many structures as the entry point says: with too few "
+     "it "
      "misses slots at the end of the table, with too many it visits structures twice.",
      "State the number of structures, the end of the table included.",
      "[entry-point]\nbytes 0x1C = 03\n", CheckCount},

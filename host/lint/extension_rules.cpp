@@ -96,8 +96,7 @@ constexpr Rule kRules[] = {
      "without a message: the module's record then has no component ID and no product ID either.",
      "Name a string.",
      "[dimm-extension]\ndevice = @dimm1\ncomponent-id = 100\nproduct-id = 0x2001\n", CheckFirmware},
-    {"extension-device", Severity::kWarning, kDriver,
-     "An extension names no memory device.",
+    {"extension-device", Severity::kWarning, kDriver, "An extension names no memory device.",
      "The driver looks extensions up by the handle of the memory device. One for another handle is "
      "never found.",
      "Name the handle of a structure of type 17.",

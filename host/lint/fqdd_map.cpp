@@ -50,9 +50,8 @@ class Slots {
 };
 
 std::string OwnName(const Structure& device) {
-  return device.Type() == kProcessor
-             ? fmt::format("CPU.Socket.{:X}", SocketNumber(device))
-             : fmt::format("DIMM.Socket.{}", KeyText(KeyOf(device)));
+  return device.Type() == kProcessor ? fmt::format("CPU.Socket.{:X}", SocketNumber(device))
+                                     : fmt::format("DIMM.Socket.{}", KeyText(KeyOf(device)));
 }
 
 }  // namespace

@@ -35,10 +35,10 @@ void CheckLength(const Subject& subject, Report& report) {
 void CheckFormat(const Subject& subject, Report& report) {
   for (const Structure* map : subject.SeenOfType(kFqddMap)) {
     if (map->Has(fqddmap::kFormat) && map->Byte(fqddmap::kFormat) != 1) {
-      report.At(*map,
-                fmt::format("the format byte is {}, not 1: {}", map->Byte(fqddmap::kFormat),
-                            kNoStart),
-                "write 1 at 04h; use another type for another format");
+      report.At(
+          *map,
+          fmt::format("the format byte is {}, not 1: {}", map->Byte(fqddmap::kFormat), kNoStart),
+          "write 1 at 04h; use another type for another format");
     }
   }
 }
@@ -156,7 +156,8 @@ constexpr Rule kRules[] = {
      "[fqdd-map]\nformat = 1\nlength = 7\n", CheckLeftover},
     {"fqdd-structure", Severity::kWarning, kDriver,
      "A group of the FQDD map is for a handle that no structure has.",
-     "FQDDs are looked up by the handle of the processor or memory device. Nobody asks for a handle "
+     "FQDDs are looked up by the handle of the processor or memory device. Nobody asks for a "
+     "handle "
      "that is not there, and the device that was meant is named after its socket or locator.",
      "Write the handle of the device.",
      "[fqdd-map]\nformat = 1\nfqdd = \"DIMM.Socket.A9\" 0x0DEA\n", CheckStructure},

@@ -21,12 +21,13 @@ void CheckRepeated(const Subject& subject, Report& report) {
   for (const Structure& structure : subject.Structures()) {
     const Structure* first = subject.FindHandle(structure.Handle());
     if (first != &structure) {
-      report.At(structure,
-                fmt::format("the structure at 0x{:X} has this handle already (type {}): look-ups by "
-                            "handle find that one, and slot queries go back to it and never come "
-                            "here",
-                            subject.Base() + first->Offset(), first->Type()),
-                "give each structure a handle of its own");
+      report.At(
+          structure,
+          fmt::format("the structure at 0x{:X} has this handle already (type {}): look-ups by "
+                      "handle find that one, and slot queries go back to it and never come "
+                      "here",
+                      subject.Base() + first->Offset(), first->Type()),
+          "give each structure a handle of its own");
     }
   }
 }
@@ -137,8 +138,8 @@ constexpr Rule kRules[] = {
     {"handle-reserved", Severity::kError, kBoth, "A structure has the handle FFFFh.",
      "FFFFh says that no structure follows: the driver does not come to a structure with this "
      "handle, nor to any behind it. Only as the very first structure it is seen.",
-     "Use handles up to FEFFh.", "[oem-strings 0xFFFF]\nstring = \"the driver stops here\"\n[end 0x0A00]\n",
-     CheckReserved},
+     "Use handles up to FEFFh.",
+     "[oem-strings 0xFFFF]\nstring = \"the driver stops here\"\n[end 0x0A00]\n", CheckReserved},
     {"handle-range", Severity::kWarning, kTable, "A structure has a reserved handle.",
      "Since version 2.1 of the standard, handles above FEFFh are reserved.",
      "Use handles up to FEFFh.", "[oem-strings 0xFF00]\nstring = \"reserved\"\n[end 0x0A00]\n",

@@ -34,13 +34,13 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
       lost += after == 0 ? "" : fmt::format(", nor do the {} behind it", after);
     }
     isFirst = false;
-    report.At(module,
-              fmt::format("locator {} gives {}, as {} of {} does: {}",
-                          report.Quote(module.TextOrEmpty(memory::kLocator)),
-                          report.Quote(KeyText(key)),
-                          report.Quote(owner->second->TextOrEmpty(memory::kLocator)),
-                          HandleName(owner->second->Handle()), lost),
-              kAdvice);
+    report.At(
+        module,
+        fmt::format("locator {} gives {}, as {} of {} does: {}",
+                    report.Quote(module.TextOrEmpty(memory::kLocator)), report.Quote(KeyText(key)),
+                    report.Quote(owner->second->TextOrEmpty(memory::kLocator)),
+                    HandleName(owner->second->Handle()), lost),
+        kAdvice);
   }
 }
 
@@ -72,8 +72,7 @@ void CheckLocatorShort(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("locator {} leaves {} to name the module, and the bytes behind it in "
                             "the table get into the device path",
-                            report.Quote(*locator),
-                            name.empty() ? "nothing" : report.Quote(name)),
+                            report.Quote(*locator), name.empty() ? "nothing" : report.Quote(name)),
                 "name the slot in two or three characters: \"A1\"");
     }
   }

@@ -35,8 +35,7 @@ std::string LowerLetters(std::string_view text) {
   std::string lower;
   for (const char character : text) {
     if (std::isalnum(static_cast<unsigned char>(character)) != 0) {
-      lower.push_back(
-          static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
+      lower.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
     }
   }
   return lower;
@@ -44,10 +43,10 @@ std::string LowerLetters(std::string_view text) {
 
 // What firmware writes where it knows nothing, as letters and digits alone.
 constexpr std::string_view kPlaceholders[] = {
-    "",           "none",         "na",        "null",         "unknown",   "undefined",
-    "empty",      "notspecified", "notavailable", "notprovided", "nodimm",  "notinstalled",
-    "default",    "defaultstring", "tobefilledbyoem", "0123456789", "123456789", "1234567890",
-    "12345678",
+    "",           "none",         "na",           "null",          "unknown",
+    "undefined",  "empty",        "notspecified", "notavailable",  "notprovided",
+    "nodimm",     "notinstalled", "default",      "defaultstring", "tobefilledbyoem",
+    "0123456789", "123456789",    "1234567890",   "12345678",
 };
 // The same with a number behind or in front: "SerNum0", "Array1_PartNumber2".
 constexpr std::string_view kPlaceholderStems[] = {"sernum", "partnum", "partnumber", "serialnumber",
@@ -67,8 +66,8 @@ bool IsPlaceholder(std::string_view text) {
   return std::any_of(
       std::begin(kPlaceholderStems), std::end(kPlaceholderStems), [&](std::string_view stem) {
         const std::size_t at = letters.find(stem);
-        return at != std::string::npos && letters.find_first_not_of("0123456789", at + stem.size()) ==
-                                              std::string::npos;
+        return at != std::string::npos &&
+               letters.find_first_not_of("0123456789", at + stem.size()) == std::string::npos;
       });
 }
 
@@ -78,8 +77,7 @@ bool IsPlaceholderAt(const Structure& module, std::size_t field) {
 
 std::string Value(const Report& report, const Structure& module, std::size_t field) {
   const std::string_view text = module.TextOrEmpty(field);
-  return Trimmed(text).empty() ? "is missing or blank"
-                               : fmt::format("is {}", report.Quote(text));
+  return Trimmed(text).empty() ? "is missing or blank" : fmt::format("is {}", report.Quote(text));
 }
 
 void CheckSerialPlaceholder(const Subject& subject, Report& report) {
@@ -175,8 +173,7 @@ void CheckMemoryShort(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("the structure has {:02X}h bytes, and the driver reads {}: these are "
                             "made of the texts behind it",
-                            length,
-                            isLate ? "fields up to 54h" : "the configured speed at 20h"),
+                            length, isLate ? "fields up to 54h" : "the configured speed at 20h"),
                 isLate ? "make the structure 54h bytes long, or 28h"
                        : "make the structure 22h bytes long at least");
     }

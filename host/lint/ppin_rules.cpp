@@ -79,13 +79,14 @@ void CheckUnread(const Subject& subject, Report& report) {
       if (strings == oemStrings[0] && std::find(found.begin(), found.end(), at) != found.end()) {
         continue;
       }
-      report.At(*strings,
-                fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
-                            "is found, so {} of {} get one",
-                            report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, tag),
-                            found.size(), subject.Processors().size()),
-                "let the first structure of type 11 begin with a string of 20 characters or more, "
-                "and the PPINs follow one upon the other");
+      report.At(
+          *strings,
+          fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
+                      "is found, so {} of {} get one",
+                      report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, tag),
+                      found.size(), subject.Processors().size()),
+          "let the first structure of type 11 begin with a string of 20 characters or more, "
+          "and the PPINs follow one upon the other");
     }
   }
 }
@@ -96,8 +97,7 @@ void CheckLength(const Subject& subject, Report& report) {
     return;
   }
   for (const std::size_t tag : FindTags(subject, *oemStrings[0])) {
-    const std::string text =
-        TextAt(*oemStrings[0], tag + kTag.size(), subject.Table().size());
+    const std::string text = TextAt(*oemStrings[0], tag + kTag.size(), subject.Table().size());
     const std::size_t length = std::min(text.find(']'), text.size());
     if (length != kPpinLength) {
       report.At(*oemStrings[0],

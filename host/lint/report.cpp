@@ -16,16 +16,16 @@ void Report::Add(Place place, std::string message, std::string advice) {
 }
 
 void Report::At(const Structure& structure, std::string message, std::string advice) {
-  Add({mBase + structure.Offset(), structure.Type(), structure.Handle()}, std::move(message),
+  Add({mBase + structure.Offset(), false, structure.Type(), structure.Handle()}, std::move(message),
       std::move(advice));
 }
 
 void Report::AtEntryPoint(std::size_t offset, std::string message, std::string advice) {
-  Add({offset, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+  Add({offset, true, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
 }
 
 void Report::AtByte(std::size_t offset, std::string message, std::string advice) {
-  Add({mBase + offset, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+  Add({mBase + offset, false, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
 }
 
 void Report::OnTable(std::string message, std::string advice) {

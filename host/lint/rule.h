@@ -47,7 +47,8 @@ struct Rule {
 // Where a finding is.
 struct Place {
   std::optional<std::size_t> offset;  // in the file
-  std::optional<std::uint8_t> type;   // of the structure
+  bool isInEntryPoint = false;
+  std::optional<std::uint8_t> type;  // of the structure
   std::optional<std::uint16_t> handle;
 };
 

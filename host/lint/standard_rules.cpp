@@ -30,9 +30,8 @@ void CheckRequired(const Subject& subject, Report& report) {
 
 void CheckEnd(const Subject& subject, Report& report) {
   const auto& structures = subject.Structures();
-  if (std::none_of(structures.begin(), structures.end(), [](const Structure& structure) {
-        return structure.Type() == kEndOfTable;
-      })) {
+  if (std::none_of(structures.begin(), structures.end(),
+                   [](const Structure& structure) { return structure.Type() == kEndOfTable; })) {
     report.OnTable("there is no structure of type 127, which ends the table",
                    "add one, with a length of 4, as the last");
   }
@@ -47,22 +46,51 @@ struct MinimumLength {
 };
 
 constexpr MinimumLength kMinimumLengths[] = {
-    {kBios, {2, 0}, 0x12},         {kBios, {2, 4}, 0x18},        {kBios, {3, 1}, 0x1A},
-    {kSystem, {2, 0}, 0x08},       {kSystem, {2, 1}, 0x19},      {kSystem, {2, 4}, 0x1B},
-    {kBoard, {2, 0}, 0x08},        {kChassis, {2, 0}, 0x09},     {kChassis, {2, 1}, 0x0D},
-    {kProcessor, {2, 0}, 0x1A},    {kProcessor, {2, 1}, 0x20},   {kProcessor, {2, 3}, 0x23},
-    {kProcessor, {2, 5}, 0x28},    {kProcessor, {2, 6}, 0x2A},   {kProcessor, {3, 0}, 0x30},
-    {kCache, {2, 0}, 0x0F},        {kCache, {2, 1}, 0x13},       {kCache, {3, 1}, 0x1B},
-    {8, {2, 0}, 0x09},             {kSlot, {2, 0}, 0x0C},        {kSlot, {2, 1}, 0x0D},
-    {kSlot, {2, 6}, 0x11},         {kSlot, {3, 2}, 0x13},        {kOemStrings, {2, 0}, 0x05},
-    {12, {2, 0}, 0x05},            {13, {2, 0}, 0x16},           {14, {2, 0}, 0x05},
-    {kMemoryArray, {2, 1}, 0x0F},  {kMemoryArray, {2, 7}, 0x17}, {kMemoryDevice, {2, 1}, 0x15},
-    {kMemoryDevice, {2, 3}, 0x1B}, {kMemoryDevice, {2, 6}, 0x1C},
-    {kMemoryDevice, {2, 7}, 0x22}, {kMemoryDevice, {2, 8}, 0x28},
-    {kMemoryDevice, {3, 2}, 0x54}, {kMemoryDevice, {3, 3}, 0x5C},
-    {kMemoryDevice, {3, 7}, 0x64}, {19, {2, 1}, 0x0F},           {19, {2, 7}, 0x1F},
-    {20, {2, 1}, 0x13},            {20, {2, 7}, 0x23},           {32, {2, 3}, 0x0B},
-    {38, {2, 3}, 0x10},            {39, {2, 3}, 0x10},           {41, {2, 6}, 0x0B},
+    {kBios, {2, 0}, 0x12},
+    {kBios, {2, 4}, 0x18},
+    {kBios, {3, 1}, 0x1A},
+    {kSystem, {2, 0}, 0x08},
+    {kSystem, {2, 1}, 0x19},
+    {kSystem, {2, 4}, 0x1B},
+    {kBoard, {2, 0}, 0x08},
+    {kChassis, {2, 0}, 0x09},
+    {kChassis, {2, 1}, 0x0D},
+    {kProcessor, {2, 0}, 0x1A},
+    {kProcessor, {2, 1}, 0x20},
+    {kProcessor, {2, 3}, 0x23},
+    {kProcessor, {2, 5}, 0x28},
+    {kProcessor, {2, 6}, 0x2A},
+    {kProcessor, {3, 0}, 0x30},
+    {kCache, {2, 0}, 0x0F},
+    {kCache, {2, 1}, 0x13},
+    {kCache, {3, 1}, 0x1B},
+    {8, {2, 0}, 0x09},
+    {kSlot, {2, 0}, 0x0C},
+    {kSlot, {2, 1}, 0x0D},
+    {kSlot, {2, 6}, 0x11},
+    {kSlot, {3, 2}, 0x13},
+    {kOemStrings, {2, 0}, 0x05},
+    {12, {2, 0}, 0x05},
+    {13, {2, 0}, 0x16},
+    {14, {2, 0}, 0x05},
+    {kMemoryArray, {2, 1}, 0x0F},
+    {kMemoryArray, {2, 7}, 0x17},
+    {kMemoryDevice, {2, 1}, 0x15},
+    {kMemoryDevice, {2, 3}, 0x1B},
+    {kMemoryDevice, {2, 6}, 0x1C},
+    {kMemoryDevice, {2, 7}, 0x22},
+    {kMemoryDevice, {2, 8}, 0x28},
+    {kMemoryDevice, {3, 2}, 0x54},
+    {kMemoryDevice, {3, 3}, 0x5C},
+    {kMemoryDevice, {3, 7}, 0x64},
+    {19, {2, 1}, 0x0F},
+    {19, {2, 7}, 0x1F},
+    {20, {2, 1}, 0x13},
+    {20, {2, 7}, 0x23},
+    {32, {2, 3}, 0x0B},
+    {38, {2, 3}, 0x10},
+    {39, {2, 3}, 0x10},
+    {41, {2, 6}, 0x0B},
     {kEndOfTable, {2, 2}, 0x04},
 };
 
@@ -106,9 +134,10 @@ void CheckDeviceCount(const Subject& subject, Report& report) {
   constexpr std::size_t kDeviceCount = 0x0D;
   const auto devices = subject.SeenOfType(kMemoryDevice);
   for (const Structure* array : subject.SeenOfType(kMemoryArray)) {
-    const auto counted = std::count_if(devices.begin(), devices.end(), [&](const Structure* device) {
-      return device->HandleAt(memory::kArray) == array->Handle();
-    });
+    const auto counted =
+        std::count_if(devices.begin(), devices.end(), [&](const Structure* device) {
+          return device->HandleAt(memory::kArray) == array->Handle();
+        });
     const std::size_t stated = array->Word(kDeviceCount);
     if (stated != static_cast<std::size_t>(counted)) {
       report.At(*array,
@@ -159,13 +188,15 @@ constexpr Rule kRules[] = {
      "A memory array states another number of slots than there are memory devices.",
      "Every slot of a memory array has a structure of type 17, empty ones too.",
      "State the number of memory devices that name the array.",
-     "[memory-array]\nuse          = 3\nerror-handle = 0xFFFE\ndevice-count = 4\n", CheckDeviceCount},
+     "[memory-array]\nuse          = 3\nerror-handle = 0xFFFE\ndevice-count = 4\n",
+     CheckDeviceCount},
     {"contained-count", Severity::kError, kTable,
      "A board says that it contains more than it has room for.",
      "Handles of contained structures follow the number of them. Readers that believe the number "
      "take texts for handles.",
      "State the number of handles that follow.",
-     "[board]\nchassis         = 0xFFFF\ncontained-count = 4\ncontains        = @cpu1\n", CheckGroups},
+     "[board]\nchassis         = 0xFFFF\ncontained-count = 4\ncontains        = @cpu1\n",
+     CheckGroups},
 };
 
 }  // namespace

@@ -67,9 +67,10 @@ std::string Consequence(const Structure& structure, const ReadOrder& order, std:
   }
   const std::string affected = Affected(order, missing);
   return affected.empty() ? "the text is missing"
-                          : fmt::format("the record mixes two structures, as what is read next ({}) "
-                                        "comes from the one behind",
-                                        affected);
+                          : fmt::format(
+                                "the record mixes two structures, as what is read next ({}) "
+                                "comes from the one behind",
+                                affected);
 }
 
 void CheckMissing(const Subject& subject, Report& report) {
@@ -85,8 +86,8 @@ void CheckMissing(const Subject& subject, Report& report) {
         }
         report.At(*structure,
                   fmt::format("string {} ({}) of {}: {}", structure->Byte(order.strings[i]),
-                              FieldName(order.type, order.strings[i]),
-                              structure->Strings().size(), Consequence(*structure, order, i)),
+                              FieldName(order.type, order.strings[i]), structure->Strings().size(),
+                              Consequence(*structure, order, i)),
                   "name one of the structure's strings, or 0 for none");
         break;  // The rest of this structure is not read.
       }
@@ -125,8 +126,8 @@ constexpr Rule kRules[] = {
      "A string number is past the last string of its structure.",
      "The standard numbers the strings of a structure from 1 to their last, and 0 stands for none. "
      "Readers show a bad index, or read on in the next structure.",
-     "Name one of the structure's strings, or 0 for none.",
-     "[cache like @l1]\nsocket = 9\n", CheckNumbers},
+     "Name one of the structure's strings, or 0 for none.", "[cache like @l1]\nsocket = 9\n",
+     CheckNumbers},
 };
 
 }  // namespace

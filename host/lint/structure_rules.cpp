@@ -57,8 +57,7 @@ void CheckTerminated(const Subject& subject, Report& report) {
 }
 
 void CheckCount(const Subject& subject, Report& report) {
-  const std::size_t count =
-      subject.EntryPoint().statedCount.value_or(subject.Structures().size());
+  const std::size_t count = subject.EntryPoint().statedCount.value_or(subject.Structures().size());
   if (count > kSlotQueryLimit) {
     report.OnTable(fmt::format("the table has {} structures: a slot query that finds nothing never "
                                "ends, because its counter of 8 bits never comes so far",

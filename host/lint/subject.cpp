@@ -109,9 +109,9 @@ Result<Subject> Subject::Read(const Bytes& file) {
     return Behind(*layout, file, Bytes(file.begin() + base, file.end()), base);
   }
   const bool isText = table::IsHexText(file);
-  auto table =
-      isText ? table::ReadHexText({reinterpret_cast<const char*>(file.data()), file.size()})
-             : table::ReadDump(file);
+  auto table = isText
+                   ? table::ReadHexText({reinterpret_cast<const char*>(file.data()), file.size()})
+                   : table::ReadDump(file);
   if (!table) {
     return table.Failure();
   }

@@ -20,15 +20,15 @@ namespace tvq::lint {
 // The entry point as it stands, and what it states.
 struct EntryPointFacts {
   table::EntryPoint kind = table::EntryPoint::kNone;
-  Bytes bytes;                         // empty for a bare table
-  std::size_t statedLength = 0;        // of the table
+  Bytes bytes;                             // empty for a bare table
+  std::size_t statedLength = 0;            // of the table
   std::optional<std::size_t> statedCount;  // of structures; a 32-bit entry point states it
 };
 
 // A document that the driver wrote.
 struct Document {
-  std::uint8_t type = 0;    // of the structure that the device has
-  std::size_t device = 0;   // which of the devices of that type that get records, from 0
+  std::uint8_t type = 0;   // of the structure that the device has
+  std::size_t device = 0;  // which of the devices of that type that get records, from 0
   std::size_t size = 0;
 };
 

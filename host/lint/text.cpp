@@ -72,18 +72,18 @@ std::string_view NameOf(Profile profile) {
   return profile == kTable ? "table" : "driver";
 }
 
-std::string FormatFinding(std::string_view file, const Finding& finding) {
+std::string FormatFinding(const FileNames& files, const Finding& finding,
+                          std::string_view severity) {
   const Place& place = finding.place;
-  std::string line(file);
+  std::string line = place.isInEntryPoint ? files.entryPoint : files.table;
   if (place.offset) {
     line += fmt::format(":0x{:04X}", *place.offset);
   }
-  line += fmt::format(": {}: ", NameOf(finding.rule->severity));
+  line += fmt::format(": {}: ", severity);
   if (place.type && place.handle) {
     line += fmt::format("type {}, {}: ", *place.type, HandleName(*place.handle));
   }
-  return line +
-         fmt::format("{}; {} [{}]", finding.message, finding.advice, finding.rule->name);
+  return line + fmt::format("{}; {} [{}]", finding.message, finding.advice, finding.rule->name);
 }
 
 std::string FormatCounts(const std::vector<Finding>& findings) {
@@ -93,8 +93,8 @@ std::string FormatCounts(const std::vector<Finding>& findings) {
       return finding.rule->severity == severity;
     });
     if (count != 0) {
-      counts += (counts.empty() ? "" : ", ") +
-                Counted(static_cast<std::size_t>(count), NameOf(severity));
+      counts +=
+          (counts.empty() ? "" : ", ") + Counted(static_cast<std::size_t>(count), NameOf(severity));
     }
   }
   return counts;
@@ -110,8 +110,8 @@ std::string ListRules() {
 }
 
 std::string ExplainRule(const Rule& rule) {
-  std::string text = fmt::format("{} ({}; profile {})\n", rule.name, NameOf(rule.severity),
-                                 ProfilesOf(rule));
+  std::string text =
+      fmt::format("{} ({}; profile {})\n", rule.name, NameOf(rule.severity), ProfilesOf(rule));
   text += Wrap(rule.summary, "  ") + '\n' + Wrap(rule.why, "  ") + "\nWhat to change:\n" +
           Wrap(rule.fix, "  ");
   if (!rule.example.empty()) {

@@ -20,8 +20,16 @@ constexpr std::array<Severity, 3> kSeverities = {Severity::kError, Severity::kWa
 std::string_view NameOf(Severity severity);
 std::string_view NameOf(Profile profile);
 
-// One line, as compilers print them, without a line feed.
-std::string FormatFinding(std::string_view file, const Finding& finding);
+// Where a finding says that it is.
+struct FileNames {
+  std::string table;
+  std::string entryPoint;
+};
+
+// One line, as compilers print them, without a line feed. `severity` is the word for how grave it is,
+// which a terminal may show in colour.
+std::string FormatFinding(const FileNames& files, const Finding& finding,
+                          std::string_view severity);
 
 // How many findings there are of each severity: "1 error, 2 warnings"; empty for none.
 std::string FormatCounts(const std::vector<Finding>& findings);

@@ -95,8 +95,8 @@ inline void RepairEntryPoint(Bytes& dump) {
   dump[0x1D] = static_cast<std::uint8_t>(count >> 8);
   for (const auto& [checksum, start] : {std::pair(0x15, 0x10), std::pair(0x04, 0x00)}) {
     dump[checksum] = 0;
-    dump[checksum] = static_cast<std::uint8_t>(
-        -std::accumulate(dump.begin() + start, dump.begin() + 0x1F, 0));
+    dump[checksum] =
+        static_cast<std::uint8_t>(-std::accumulate(dump.begin() + start, dump.begin() + 0x1F, 0));
   }
 }
 
@@ -140,7 +140,7 @@ inline std::vector<Finding> ExamineDump(const Bytes& dump, const Selection& sele
 inline std::vector<std::string> Lines(const std::vector<Finding>& findings) {
   std::vector<std::string> lines;
   for (const Finding& finding : findings) {
-    lines.push_back(FormatFinding("table", finding));
+    lines.push_back(FormatFinding({"table", "entry"}, finding, NameOf(finding.rule->severity)));
   }
   return lines;
 }
