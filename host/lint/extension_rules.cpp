@@ -25,11 +25,12 @@ bool IsListed(const Structure& extension) {
 void CheckLayout(const Subject& subject, Report& report) {
   for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
     if (extension->Length() >= table::kHeaderSize && !IsLongEnough(*extension)) {
-      report.At(*extension,
-                fmt::format("the structure has {} bytes, and the driver reads 13: the rest is made "
-                            "of its texts. It may be another maker's",
-                            extension->Length()),
-                "use type 226 for the extension of memory devices alone, with 13 bytes");
+      report.At(
+          *extension,
+          fmt::format("the structure has {} bytes, and the driver reads 13, the last ones out "
+                      "of its texts; it may be another maker's",
+                      extension->Length()),
+          "use type 226 for the extension of memory devices alone, with 13 bytes");
     }
   }
 }
@@ -46,20 +47,31 @@ void CheckFirmware(const Subject& subject, Report& report) {
   }
 }
 
+// Why no record takes anything from an extension of this device; empty when one does.
+std::string ReasonUnread(const Subject& subject, const Structure* device) {
+  if (device == nullptr) {
+    return "that of no structure";
+  }
+  if (device->Type() != kMemoryDevice) {
+    return fmt::format("of type {}, no memory device", device->Type());
+  }
+  const auto& modules = subject.Modules();
+  return std::find(modules.begin(), modules.end(), device) == modules.end()
+             ? "that of a memory device without a record, empty or no module"
+             : "";
+}
+
 void CheckDevice(const Subject& subject, Report& report) {
   for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
-    const Structure* device = subject.FindHandle(extension->HandleAt(extension::kDevice));
-    if (!IsListed(*extension) || (device != nullptr && device->Type() == kMemoryDevice)) {
-      continue;
+    const std::uint16_t handle = extension->HandleAt(extension::kDevice);
+    const std::string reason = ReasonUnread(subject, subject.FindHandle(handle));
+    if (IsListed(*extension) && !reason.empty()) {
+      report.At(*extension,
+                fmt::format("{} is {}: no record takes anything from this structure, which may be "
+                            "another maker's",
+                            HandleName(handle), reason),
+                "name the handle of a populated memory device (type 17)");
     }
-    report.At(*extension,
-              fmt::format("{} is {}: no record takes anything from this structure, which may be "
-                          "another maker's",
-                          HandleName(extension->HandleAt(extension::kDevice)),
-                          device == nullptr
-                              ? "that of no structure"
-                              : fmt::format("of type {}, no memory device", device->Type())),
-              "name the handle of a memory device (type 17)");
   }
 }
 
@@ -96,10 +108,10 @@ constexpr Rule kRules[] = {
      "without a message: the module's record then has no component ID and no product ID either.",
      "Name a string.",
      "[dimm-extension]\ndevice = @dimm1\ncomponent-id = 100\nproduct-id = 0x2001\n", CheckFirmware},
-    {"extension-device", Severity::kWarning, kDriver, "An extension names no memory device.",
-     "The driver looks extensions up by the handle of the memory device. One for another handle is "
-     "never found.",
-     "Name the handle of a structure of type 17.",
+    {"extension-device", Severity::kWarning, kDriver, "An extension is for no module.",
+     "The driver looks extensions up by the handle of each memory device that gets a record. One "
+     "for another handle, or for an empty slot, is never found.",
+     "Name the handle of a populated memory device.",
      "[dimm-extension]\ndevice = 0x0DEA\nfirmware-version = \"1.0\"\n", CheckDevice},
     {"extension-repeated", Severity::kWarning, kDriver, "A memory device has two extensions.",
      "The first structure of type 226 for a memory device wins; the driver never reads the others.",

@@ -30,7 +30,7 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
     const std::size_t after = subject.Modules().size() - i - 1;
     std::string lost = "the same device path again";
     if (isFirst) {
-      lost = "building ends here, and this module gets no record";
+      lost = "the driver builds no more modules: this one gets no record";
       lost += after == 0 ? "" : fmt::format(", nor do the {} behind it", after);
     }
     isFirst = false;

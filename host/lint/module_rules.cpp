@@ -171,8 +171,8 @@ void CheckMemoryShort(const Subject& subject, Report& report) {
     const bool isLate = length > kLateFieldsBeyond && length < kLateFieldsEnd;
     if (module->IsSound() && (length < kConfiguredSpeedEnd || isLate)) {
       report.At(*module,
-                fmt::format("the structure has {:02X}h bytes, and the driver reads {}: these are "
-                            "made of the texts behind it",
+                fmt::format("the structure has {:02X}h bytes, and the driver reads {}, out of "
+                            "its texts",
                             length, isLate ? "fields up to 54h" : "the configured speed at 20h"),
                 isLate ? "make the structure 54h bytes long, or 28h"
                        : "make the structure 22h bytes long at least");

@@ -20,8 +20,11 @@ constexpr std::size_t kHbmProcessors = 10;
 // Characters up to the one that the driver makes the socket number of.
 constexpr std::size_t kNameLength = 4;
 
+// The name has room for six characters.
 std::string Consequence(std::uint8_t number) {
-  return fmt::format("the driver takes it for socket {0} (\"CPU {0}\")", number);
+  constexpr std::size_t kRoom = 6;
+  return fmt::format("the driver takes it for socket {} and names it \"{}\"", number,
+                     fmt::format("CPU {}", number).substr(0, kRoom));
 }
 
 void CheckSocketDigit(const Subject& subject, Report& report) {
@@ -60,7 +63,7 @@ void CheckSocketClash(const Subject& subject, Report& report) {
     const std::size_t after = subject.Processors().size() - i - 1;
     std::string lost = "the same device path again";
     if (isFirst) {
-      lost = "building ends here, and this processor gets no record";
+      lost = "the driver builds no more processors: this one gets no record";
       lost += after == 0 ? "" : fmt::format(", nor do the {} behind it", after);
     }
     isFirst = false;

@@ -14,22 +14,34 @@
 namespace tvq::lint {
 namespace {
 
-// In which order the driver reads the fields of a type; what follows the last string is named too.
+// A string that the driver reads, and the numbers that it reads before the next one.
+struct Read {
+  std::uint8_t string;
+  std::string_view numbers = "";
+};
+
+// The strings of a type in the order in which the driver reads them.
 struct ReadOrder {
   std::uint8_t type;
-  std::vector<std::uint8_t> strings;
-  std::string_view rest;  // what is read behind the strings
+  std::vector<Read> reads;
 };
 
 const std::vector<ReadOrder>& ReadOrders() {
   static const std::vector<ReadOrder> kOrders = {
-      {kBios, {0x05, 0x08}, ""},
-      {kSystem, {0x05, 0x04, 0x07}, ""},
-      {kBoard, {0x0A}, ""},
-      {kChassis, {0x04, 0x07, 0x08}, "all states"},
-      {kProcessor, {0x10, 0x04, 0x07}, "caches"},
-      {kSlot, {0x04}, "all its numbers"},
-      {kMemoryDevice, {0x18, 0x10, 0x17, 0x11, 0x19, 0x1A}, "most numbers, the handle too"},
+      {kBios, {{0x05}, {0x08}}},
+      {kSystem, {{0x05}, {0x04, "uuid"}, {0x07}}},
+      {kBoard, {{0x0A, "chassis"}}},
+      {kChassis, {{0x04}, {0x07}, {0x08, "the states and the height"}}},
+      {kProcessor,
+       {{0x10, "core-count"}, {0x04, "handle, id, speeds, status"}, {0x07, "the caches"}}},
+      {kSlot, {{0x04, "all its numbers"}}},
+      {kMemoryDevice,
+       {{0x18},
+        {0x10},
+        {0x17},
+        {0x11},
+        {0x19, "size, speed, memory-type"},
+        {0x1A, "handle, widths, form-factor and what follows"}}},
   };
   return kOrders;
 }
@@ -49,14 +61,16 @@ bool IsRead(const Subject& subject, const Structure& structure) {
   }
 }
 
-// What is read from the structure behind: the strings that follow, and the rest.
-std::string Affected(const ReadOrder& order, std::size_t missing) {
-  std::string names;
-  for (std::size_t i = missing + 1; i < order.strings.size(); ++i) {
-    names += (names.empty() ? "" : ", ") + FieldName(order.type, order.strings[i]);
-  }
-  if (!order.rest.empty()) {
-    names += (names.empty() ? "" : ", ") + std::string(order.rest);
+void Append(std::string& list, std::string_view item) {
+  list += (list.empty() || item.empty() ? "" : ", ") + std::string(item);
+}
+
+// What is read behind a string.
+std::string ReadBehind(const ReadOrder& order, std::size_t position) {
+  std::string names(order.reads[position].numbers);
+  for (std::size_t i = position + 1; i < order.reads.size(); ++i) {
+    Append(names, FieldName(order.type, order.reads[i].string));
+    Append(names, order.reads[i].numbers);
   }
   return names;
 }
@@ -65,7 +79,7 @@ std::string Consequence(const Structure& structure, const ReadOrder& order, std:
   if (structure.Type() == kSystem && missing == 0) {
     return "the system gets no record";
   }
-  const std::string affected = Affected(order, missing);
+  const std::string affected = ReadBehind(order, missing);
   return affected.empty() ? "the text is missing"
                           : fmt::format(
                                 "the record mixes two structures, as what is read next ({}) "
@@ -80,14 +94,14 @@ void CheckMissing(const Subject& subject, Report& report) {
           !IsRead(subject, *structure)) {
         continue;
       }
-      for (std::size_t i = 0; i < order.strings.size(); ++i) {
-        if (!structure->IsTextMissing(order.strings[i])) {
+      for (std::size_t i = 0; i < order.reads.size(); ++i) {
+        if (!structure->IsTextMissing(order.reads[i].string)) {
           continue;
         }
         report.At(*structure,
-                  fmt::format("string {} ({}) of {}: {}", structure->Byte(order.strings[i]),
-                              FieldName(order.type, order.strings[i]), structure->Strings().size(),
-                              Consequence(*structure, order, i)),
+                  fmt::format("string {} ({}) of {}: {}", structure->Byte(order.reads[i].string),
+                              FieldName(order.type, order.reads[i].string),
+                              structure->Strings().size(), Consequence(*structure, order, i)),
                   "name one of the structure's strings, or 0 for none");
         break;  // The rest of this structure is not read.
       }

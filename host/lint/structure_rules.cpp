@@ -28,6 +28,25 @@ void CheckLength(const Subject& subject, Report& report) {
   }
 }
 
+// Strings cannot be empty, and are texts: otherwise they begin inside the formatted part.
+void CheckDoubtful(const Subject& subject, Report& report) {
+  for (const Structure& structure : subject.Structures()) {
+    if (!structure.IsSound() || structure.Strings().empty()) {
+      continue;
+    }
+    const std::string_view first = structure.Strings()[0];
+    if (first.empty() || static_cast<unsigned char>(first[0]) < ' ') {
+      report.At(structure,
+                fmt::format("the structure says that it has {:02X}h bytes, and behind them there "
+                            "is {}: the length seems to be too small, and string numbers lead to "
+                            "other texts than they should",
+                            structure.Length(),
+                            first.empty() ? "an empty string" : "a string of control characters"),
+                "state the length of the formatted part, and leave empty strings out");
+    }
+  }
+}
+
 void CheckCut(const Subject& subject, Report& report) {
   const auto& structures = subject.Structures();
   if (!structures.empty() && structures.back().IsCut()) {
@@ -90,6 +109,16 @@ constexpr Rule kRules[] = {
      "other readers stop, and do not come to the rest of the table.",
      "State the length of the formatted part.", "[raw]\nbytes 0x00 = 80 02 34 12 00 00\n",
      CheckLength},
+    {"structure-length-small", Severity::kWarning, kBoth,
+     "The length of a structure seems to be too small.",
+     "Strings begin where the formatted part ends. Where the first one is empty, with others "
+     "behind "
+     "it, or begins with a control character, they probably begin earlier than was meant: each "
+     "string number then leads to another text, here and in the driver.",
+     "State the length of the formatted part. A string that is empty has number 0 instead.",
+     "[cache like @l1]\nmaximum-size2   = 0x01010101\ninstalled-size2 = 0x01010101\n"
+     "bytes 0x01      = 13  # the strings begin with the last two fields\n",
+     CheckDoubtful},
     {"structure-cut", Severity::kError, kBoth, "The last structure is cut by the end of the table.",
      "The driver reads fields that are missing as 0, and strings as none. A structure of type 225 "
      "that is cut spoils the whole FQDD map.",
