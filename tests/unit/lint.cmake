@@ -6,9 +6,11 @@ find_package(fmt REQUIRED)
 tvq_unit_test(
   lint_tests
   SOURCES
+  unit/lint_bytes_test.cpp
   unit/lint_command_test.cpp
   unit/lint_driver_test.cpp
   unit/lint_rules_test.cpp
+  unit/lint_texts_test.cpp
   IMAGES
   agent
   driver

@@ -59,7 +59,7 @@ TEST_F(LintCommand, PrintsALineForEachFinding) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.out,
             file +
-                ":0x02F4: error: type 17, handle 0x000C: locator \"P1-DIMMB1\" gives \"P1-\", as "
+                ":0x0314: error: type 17, handle 0x000C: locator \"P1-DIMMB1\" gives \"P1-\", as "
                 "\"P1-DIMMA1\" of handle 0x000B does: the driver builds no more modules: this one "
                 "gets no record; make the three characters differ: \"A1\", or \"DIMM_A1\", whose "
                 "\"DIMM_\" is skipped [locator-clash]\n" +
@@ -67,25 +67,25 @@ TEST_F(LintCommand, PrintsALineForEachFinding) {
 }
 
 TEST_F(LintCommand, OffsetsAreThoseOfTheFile) {
-  const Bytes dump = Dump(SoundWith(kClash));
-  EXPECT_EQ(dump[0x02F4], 17);
-  EXPECT_EQ(dump[0x02F6], 0x0C);
-  const Bytes bare(dump.begin() + 0x20, dump.end());
+  const table::Bytes dump = Dump(SoundWith(kClash));
+  EXPECT_EQ(dump[0x0314], 17);
+  EXPECT_EQ(dump[0x0316], 0x0C);
+  const table::Bytes bare(dump.begin() + 0x20, dump.end());
   const Outcome outcome = RunTvq({"lint", Write("bare.bin", bare)});
-  EXPECT_THAT(outcome.out, HasSubstr("bare.bin:0x02D4: error"));
+  EXPECT_THAT(outcome.out, HasSubstr("bare.bin:0x02F4: error"));
 }
 
 TEST_F(LintCommand, ReadsStandardInput) {
-  const Bytes dump = Dump(SoundWith(kClash));
+  const table::Bytes dump = Dump(SoundWith(kClash));
   const Outcome outcome = RunTvq({"lint", "-"}, std::string(dump.begin(), dump.end()));
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, StartsWith("standard input:0x02F4: error"));
+  EXPECT_THAT(outcome.out, StartsWith("standard input:0x0314: error"));
 }
 
 TEST_F(LintCommand, NamesTheFileOfTheEntryPointOfThisMachine) {
-  const Bytes dump = Dump(SoundWith("", "entry-point = 64\n"));
-  Write("smbios_entry_point", Bytes(dump.begin(), dump.begin() + 0x18));
-  Write("DMI", Bytes(dump.begin() + 0x20, dump.end()));
+  const table::Bytes dump = Dump(SoundWith("", "entry-point = 64\n"));
+  Write("smbios_entry_point", table::Bytes(dump.begin(), dump.begin() + 0x18));
+  Write("DMI", table::Bytes(dump.begin() + 0x20, dump.end()));
   const Outcome outcome = RunTvq({"lint", "--sysfs", Path("")});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.out, HasSubstr("/smbios_entry_point:0x0000: warning: the entry point is the "
@@ -153,7 +153,7 @@ TEST_F(LintCommand, PrintsJson) {
   EXPECT_EQ(finding["rule"], "locator-clash");
   EXPECT_EQ(finding["severity"], "error");
   EXPECT_EQ(finding["in"], "table");
-  EXPECT_EQ(finding["offset"], 0x2F4);
+  EXPECT_EQ(finding["offset"], 0x314);
   EXPECT_EQ(finding["type"], 17);
   EXPECT_EQ(finding["handle"], 12);
   EXPECT_EQ(json["summary"].dump(), R"({"error":1,"warning":0,"note":0})");
