@@ -5,6 +5,8 @@
  */
 #include "host/lint/devices.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 
@@ -62,6 +64,13 @@ std::vector<const Structure*> RecordedProcessors(const Subject& subject) {
 
 std::vector<const Structure*> RecordedModules(const Subject& subject) {
   return UpToRepeatedKey(subject.Modules(), KeyOf);
+}
+
+std::string LostRecords(std::string_view devices, std::size_t behind) {
+  const std::string others = behind == 0   ? ""
+                             : behind == 1 ? ", nor does the one behind it"
+                                           : fmt::format(", nor do the {} behind it", behind);
+  return fmt::format("the driver builds no more {}: this one gets no record{}", devices, others);
 }
 
 }  // namespace tvq::lint

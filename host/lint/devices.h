@@ -33,6 +33,9 @@ std::uint8_t SocketNumber(const Structure& processor);
 std::vector<const Structure*> RecordedProcessors(const Subject& subject);
 std::vector<const Structure*> RecordedModules(const Subject& subject);
 
+// What the first clash among `devices` costs, with so many of them behind it.
+std::string LostRecords(std::string_view devices, std::size_t behind);
+
 }  // namespace tvq::lint
 
 #endif  // TVQ_HOST_LINT_DEVICES_H_

@@ -28,11 +28,7 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
       continue;
     }
     const std::size_t after = subject.Modules().size() - i - 1;
-    std::string lost = "the same device path again";
-    if (isFirst) {
-      lost = "the driver builds no more modules: this one gets no record";
-      lost += after == 0 ? "" : fmt::format(", nor do the {} behind it", after);
-    }
+    const std::string lost = isFirst ? LostRecords("modules", after) : "the same device path again";
     isFirst = false;
     report.At(
         module,

@@ -83,7 +83,7 @@ void CheckUnread(const Subject& subject, Report& report) {
           *strings,
           fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
                       "is found, so {} of {} get one",
-                      report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, tag),
+                      report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, at),
                       found.size(), subject.Processors().size()),
           "let the first structure of type 11 begin with a string of 20 characters or more, "
           "and the PPINs follow one upon the other");

@@ -61,11 +61,8 @@ void CheckSocketClash(const Subject& subject, Report& report) {
       continue;
     }
     const std::size_t after = subject.Processors().size() - i - 1;
-    std::string lost = "the same device path again";
-    if (isFirst) {
-      lost = "the driver builds no more processors: this one gets no record";
-      lost += after == 0 ? "" : fmt::format(", nor do the {} behind it", after);
-    }
+    const std::string lost =
+        isFirst ? LostRecords("processors", after) : "the same device path again";
     isFirst = false;
     report.At(cpu,
               fmt::format("socket designation {} gives socket {}, as {} does: {}",

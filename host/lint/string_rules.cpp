@@ -99,9 +99,11 @@ void CheckMissing(const Subject& subject, Report& report) {
           continue;
         }
         report.At(*structure,
-                  fmt::format("string {} ({}) of {}: {}", structure->Byte(order.reads[i].string),
+                  fmt::format("{} is string {}, and the structure has {}: {}",
                               FieldName(order.type, order.reads[i].string),
-                              structure->Strings().size(), Consequence(*structure, order, i)),
+                              structure->Byte(order.reads[i].string),
+                              Counted(structure->Strings().size(), "string"),
+                              Consequence(*structure, order, i)),
                   "name one of the structure's strings, or 0 for none");
         break;  // The rest of this structure is not read.
       }

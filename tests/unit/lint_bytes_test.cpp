@@ -119,9 +119,9 @@ TEST(LintBytes, NoBytesAreTooFewOrTooOdd) {
     }
   }
   for (std::size_t at = 0; at < dump.size(); ++at) {
-    for (const std::uint8_t value : {0x00, 0x01, 0x7F, 0xFF}) {
+    for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
       Bytes odd = dump;
-      odd[at] = value;
+      odd[at] = static_cast<std::uint8_t>(value);
       const auto subject = Subject::Read(odd);
       if (subject) {
         Examine(*subject, everything);

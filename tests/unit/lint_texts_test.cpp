@@ -28,7 +28,7 @@ TEST(LintTexts, AClashNamesTheOtherDeviceAndCountsWhatIsLost) {
   EXPECT_THAT(LinesAbout(SoundWith(module + "serial = \"2\"\n" + module + "serial = \"3\"\n")),
               ElementsAre(HasSubstr("locator \"A1\" gives \"A1\", as \"A1\" of handle 0x0007 does: "
                                     "the driver builds no more modules: this one gets no record, "
-                                    "nor do the 1 behind it"),
+                                    "nor does the one behind it"),
                           HasSubstr("the same device path again")));
 }
 
@@ -44,12 +44,12 @@ TEST(LintTexts, AShortSocketDesignationIsReadOn) {
 }
 
 TEST(LintTexts, AMissingStringNamesWhatComesFromTheStructureBehind) {
-  EXPECT_THAT(
-      LinesAbout(Module("serial = \"2\"\nbank = 9\n")),
-      ElementsAre(HasSubstr("string 9 (bank) of 5: the record mixes two structures, as what "
-                            "is read next (asset-tag, size, speed, memory-type, "
-                            "part-number, handle, widths, form-factor and what follows) "
-                            "comes from the one behind")));
+  EXPECT_THAT(LinesAbout(Module("serial = \"2\"\nbank = 9\n")),
+              ElementsAre(HasSubstr("bank is string 9, and the structure has 4 strings: the record "
+                                    "mixes two structures, as what "
+                                    "is read next (asset-tag, size, speed, memory-type, "
+                                    "part-number, handle, widths, form-factor and what follows) "
+                                    "comes from the one behind")));
 }
 
 TEST(LintTexts, TheFirstStringOfAStructureWithoutStringsIsEmptyForTheDriver) {
@@ -60,7 +60,7 @@ TEST(LintTexts, TheFirstStringOfAStructureWithoutStringsIsEmptyForTheDriver) {
 
 TEST(LintTexts, PlaceholdersAreKnownInTheFormsThatFirmwareWrites) {
   for (const std::string placeholder :
-       {"", "   ", "Unknown", "UNKNOWN", "N/A", "Not Specified", "NO DIMM", "00000000", "FFFFFFFF",
+       {"   ", "Unknown", "UNKNOWN", "N/A", "Not Specified", "NO DIMM", "00000000", "FFFFFFFF",
         "SerNum03", "Array1_PartNumber0", "ModulePartNumber00", "Default string", "[Empty]",
         "To Be Filled By O.E.M.", "0123456789"}) {
     EXPECT_THAT(LinesAbout(Module("serial = \"" + placeholder + "\"\n")),
