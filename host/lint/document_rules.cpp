@@ -18,8 +18,14 @@ constexpr std::size_t kBlobNameLength = 63;
 // The buffer that the driver writes a document into begins with this size.
 constexpr std::size_t kDocumentBuffer = 8192;
 
-constexpr char kUnreadable[] =
-    "no XML parser reads the document, so that Verify fails for the device";
+// What it means that nobody can read the document of the device. Documents of the system are not
+// compared with stored ones.
+std::string Unreadable(const DocumentText& text) {
+  const std::uint8_t type = text.structure->Type();
+  const bool isCompared = type == kProcessor || type == kMemoryDevice || type == kDimmExtension;
+  return std::string("no XML parser reads the document") +
+         (isCompared ? ", so that Verify fails for the device" : "");
+}
 
 // How many bytes the UTF-8 character at `at` has; 0 when there is none.
 std::size_t CharacterSize(std::string_view text, std::size_t at) {
@@ -76,10 +82,11 @@ void CheckMarkup(const Subject& subject, Report& report) {
   for (const DocumentText& text : DocumentTexts(subject)) {
     const std::size_t at = std::min(text.kept.find_first_of("&<"), text.kept.find("]]>"));
     if (at != std::string::npos) {
-      report.At(*text.structure,
-                fmt::format("{} has '{}', which is written as it is: {}", Quoted(report, text),
-                            text.kept[at] == ']' ? "]]>" : text.kept.substr(at, 1), kUnreadable),
-                "leave the character out of the text");
+      report.At(
+          *text.structure,
+          fmt::format("{} has '{}', which is written as it is: {}", Quoted(report, text),
+                      text.kept[at] == ']' ? "]]>" : text.kept.substr(at, 1), Unreadable(text)),
+          "leave the character out of the text");
     }
   }
 }
@@ -91,9 +98,9 @@ void CheckControl(const Subject& subject, Report& report) {
       report.At(*text.structure,
                 fmt::format("{} has the control character {:02X}h: {}", Quoted(report, text),
                             static_cast<unsigned char>(*found),
-                            *found == '\r' ? "XML readers make a line feed of it, and the device "
-                                             "no longer looks the same"
-                                           : kUnreadable),
+                            *found == '\r' ? "XML readers make a line feed of it, and the text no "
+                                             "longer is the same"
+                                           : Unreadable(text)),
                 "leave the character out of the text");
     }
   }
@@ -105,7 +112,7 @@ void CheckEncoding(const Subject& subject, Report& report) {
       report.At(*text.structure,
                 fmt::format("{} is not UTF-8{}: {}", Quoted(report, text),
                             IsUtf8(text.whole) ? " any more, as a character is cut in two" : "",
-                            kUnreadable),
+                            Unreadable(text)),
                 "use ASCII");
     }
   }
@@ -115,8 +122,8 @@ void CheckAscii(const Subject& subject, Report& report) {
   for (const DocumentText& text : DocumentTexts(subject)) {
     if (IsUtf8(text.kept) && !IsAscii(text.kept)) {
       report.At(*text.structure,
-                fmt::format("{} has bytes above 7Fh: the document is read well, while names in the "
-                            "device list show other characters",
+                fmt::format("{} has bytes above 7Fh: the document is read well, while the "
+                            "record's 16-bit texts have other characters",
                             Quoted(report, text)),
                 "use ASCII");
     }

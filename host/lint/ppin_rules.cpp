@@ -83,7 +83,7 @@ void CheckUnread(const Subject& subject, Report& report) {
           *strings,
           fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
                       "is found, so {} of {} get one",
-                      report.QuoteIdentity(text), ReasonUnread(*oemStrings[0], *strings, at),
+                      report.QuoteOemString(text), ReasonUnread(*oemStrings[0], *strings, at),
                       found.size(), subject.Processors().size()),
           "let the first structure of type 11 begin with a string of 20 characters or more, "
           "and the PPINs follow one upon the other");
@@ -97,14 +97,14 @@ void CheckLength(const Subject& subject, Report& report) {
     return;
   }
   for (const std::size_t tag : FindTags(subject, *oemStrings[0])) {
-    const std::string text = TextAt(*oemStrings[0], tag + kTag.size(), subject.Table().size());
-    const std::size_t length = std::min(text.find(']'), text.size());
+    const std::string text = TextAt(*oemStrings[0], tag, subject.Table().size());
+    const std::size_t length = std::min(text.find(']'), text.size()) - kTag.size();
     if (length != kPpinLength) {
+      const std::string taken = text.substr(0, kTag.size() + kPpinLength);
       report.At(*oemStrings[0],
-                fmt::format("the PPIN behind \"17[\" has {} characters, and the driver takes {} "
-                            "bytes as they stand: {}",
-                            length, kPpinLength,
-                            report.QuoteIdentity(std::string_view(text).substr(0, kPpinLength))),
+                fmt::format("the PPIN has {} characters, and the driver takes {} bytes behind "
+                            "\"17[\" as they stand: {}",
+                            length, kPpinLength, report.QuoteOemString(taken)),
                 "write 16 characters between \"17[\" and \"]\"");
     }
   }

@@ -16,6 +16,7 @@ namespace {
 
 // From this position in the table on, the pattern for the stacks of a processor loses their number.
 constexpr std::size_t kHbmProcessors = 10;
+constexpr std::size_t kPatternLength = 11;
 
 // Characters up to the one that the driver makes the socket number of.
 constexpr std::size_t kNameLength = 4;
@@ -116,12 +117,13 @@ void CheckHbmSockets(const Subject& subject, Report& report) {
   const auto processors = subject.SeenOfType(kProcessor);
   for (std::size_t i = kHbmProcessors; i < processors.size(); ++i) {
     if ((processors[i]->Byte(processor::kStatus) & processor::kPopulated) != 0) {
-      report.At(*processors[i],
-                fmt::format("it is processor {} of a table with HBM, counted from 0: the driver "
-                            "looks for \"CPU{}_HBMIO\" without the number of the stack, and takes "
-                            "the first stack four times",
-                            i, i),
-                "list processors with HBM among the first ten of type 4");
+      report.At(
+          *processors[i],
+          fmt::format("it is processor {} of a table with HBM, counted from 0: the driver "
+                      "looks for {} without the number of the stack, and takes the first "
+                      "stack four times",
+                      i, report.Quote(fmt::format("CPU{}_HBMIO", i).substr(0, kPatternLength))),
+          "list processors with HBM among the first ten of type 4");
     }
   }
 }

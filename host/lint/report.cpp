@@ -37,7 +37,11 @@ std::string Report::Quote(std::string_view text) const {
 }
 
 std::string Report::QuoteIdentity(std::string_view text) const {
-  return mRedactor ? table::Quote(mRedactor(text)) : Quote(text);
+  return mRedactor.identity ? table::Quote(mRedactor.identity(text)) : Quote(text);
+}
+
+std::string Report::QuoteOemString(std::string_view text) const {
+  return mRedactor.oemString ? table::Quote(mRedactor.oemString(text)) : Quote(text);
 }
 
 std::string HandleName(std::uint16_t handle) {

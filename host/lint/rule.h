@@ -59,8 +59,11 @@ struct Finding {
   std::string advice;   // what to change
 };
 
-// Masks a text that tells machines apart.
-using Redactor = std::function<std::string(std::string_view)>;
+// Masks texts that tell machines apart; what is not set leaves them as they are.
+struct Redactor {
+  std::function<std::string(std::string_view)> identity;   // serial numbers and tags
+  std::function<std::string(std::string_view)> oemString;  // may have a processor's number in it
+};
 
 // Takes the findings of one rule after the other.
 class Report {
@@ -82,6 +85,7 @@ class Report {
   std::string Quote(std::string_view text) const;
   // A serial number, a tag or another text that tells machines apart.
   std::string QuoteIdentity(std::string_view text) const;
+  std::string QuoteOemString(std::string_view text) const;
 
   std::vector<Finding> Take() { return std::move(mFindings); }
 
