@@ -194,10 +194,10 @@ constexpr Rule kRules[] = {
      "manufacturer = \"M\\xFCller\"\n",
      CheckEncoding},
     {"text-not-ascii", Severity::kWarning, kDriver, "A text has characters beyond ASCII.",
-     "UTF-8 arrives in the document as it is. Where the driver widens texts to 16 bits, in the "
-     "names "
-     "and FQDDs of the device list, each byte above 7Fh becomes a character of its own, FF80h to "
-     "FFFFh.",
+     "UTF-8 arrives in the document as it is. Where the driver widens texts to 16 bits, in its "
+     "records and the names of the device list, each byte above 7Fh becomes a character of its "
+     "own, "
+     "FF80h to FFFFh.",
      "Use ASCII, as the standard asks.",
      "[memory-device like @dimm1]\nlocator      = \"A2\"\nserial       = \"7A2C0002\"\n"
      "manufacturer = \"M\\xC3\\xBCller\"\n",
