@@ -1,5 +1,5 @@
 /*
- * The JSON document of `tvq export`.
+ * What the driver made of a table, as JSON.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -77,12 +77,19 @@ ordered_json ToJson(const std::vector<Item>& items) {
 
 }  // namespace
 
+ordered_json SmbiosJson(const session::Table& table) {
+  return {{"major", table.major},
+          {"minor", table.minor},
+          {"structureCount", table.structureCount},
+          {"tableLength", table.structures.size()}};
+}
+
+ordered_json AttributesJson(const std::vector<session::Attribute>& attributes) {
+  return ToJson(attributes);
+}
+
 ordered_json ToJson(const session::Table& table, const session::Results& results) {
-  return {{"smbios",
-           {{"major", table.major},
-            {"minor", table.minor},
-            {"structureCount", table.structureCount},
-            {"tableLength", table.structures.size()}}},
+  return {{"smbios", SmbiosJson(table)},
           {"start", results.start},
           {"records", ToJson(results.records)},
           {"attributes", ToJson(results.attributes)},

@@ -1,5 +1,5 @@
 /*
- * The JSON document of `tvq export`.
+ * What the driver made of a table, as JSON.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -12,6 +12,10 @@
 
 namespace tvq::cli {
 
+nlohmann::ordered_json SmbiosJson(const session::Table& table);
+nlohmann::ordered_json AttributesJson(const std::vector<session::Attribute>& attributes);
+
+// The document of `tvq export`.
 nlohmann::ordered_json ToJson(const session::Table& table, const session::Results& results);
 
 }  // namespace tvq::cli

@@ -1,9 +1,11 @@
 /*
- * How texts and bytes of the firmware are shown in JSON.
+ * How texts and bytes of the firmware are shown.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include "host/cli/text.h"
+
+#include <fmt/format.h>
 
 #include <cstddef>
 
@@ -17,6 +19,10 @@ bool IsHighSurrogate(char16_t unit) {
 }
 bool IsLowSurrogate(char16_t unit) {
   return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+bool IsControl(char32_t character) {
+  return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
 void Append(std::string& utf8, char32_t character) {
@@ -62,6 +68,32 @@ std::string Utf8OfBytes(std::string_view text) {
     Append(utf8, static_cast<uint8_t>(byte));
   }
   return utf8;
+}
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  for (const char character : text) {
+    const auto byte = static_cast<uint8_t>(character);
+    if (IsControl(byte)) {
+      printable += fmt::format("\\x{:02X}", byte);
+    } else {
+      Append(printable, byte);
+    }
+  }
+  return printable;
+}
+
+std::string Printable(std::u16string_view text) {
+  std::string printable;
+  size_t start = 0;
+  for (size_t i = 0; i <= text.size(); ++i) {
+    if (i == text.size() || IsControl(text[i])) {
+      printable += Utf8OfWide(text.substr(start, i - start));
+      printable += i == text.size() ? "" : fmt::format("\\x{:02X}", unsigned{text[i]});
+      start = i + 1;
+    }
+  }
+  return printable;
 }
 
 std::string Hex(const std::vector<uint8_t>& bytes) {

@@ -1,5 +1,5 @@
 /*
- * How texts and bytes of the firmware are shown in JSON.
+ * How texts and bytes of the firmware are shown.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -19,6 +19,10 @@ std::string Utf8OfWide(std::u16string_view text);
 
 // UTF-8 of 8-bit characters: each byte is the character U+0000 to U+00FF of its code.
 std::string Utf8OfBytes(std::string_view text);
+
+// The same for a terminal: control characters, which could command it, are spelled out as "\x1B".
+std::string Printable(std::string_view text);
+std::string Printable(std::u16string_view text);
 
 // Two lower-case digits for each byte.
 std::string Hex(const std::vector<uint8_t>& bytes);

@@ -154,6 +154,7 @@ struct Session::Impl {
     firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
     StartImage(host::images::platform);
     StartImage(host::images::driver);
+    firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
     firmware.ConstructImage(firmware.LoadImage(host::images::agent));
   }
   ~Impl() { TakeComplaints(); }
@@ -206,6 +207,16 @@ struct Session::Impl {
     return attributes;
   }
 
+  // The query as the driver left it. `fill` stands in the fields that it need not write.
+  static EFI_STATUS Ask(const SlotQuery& query, UINT8 fill, SMBIOS_SLOT_QUERY& answer) {
+    answer = {query.bus, query.device, query.function, SMBIOS_SLOT_ID_NONE, 0, fill, fill, fill};
+    UINT64 value = reinterpret_cast<UINTN>(&answer);
+    TVQ_PLATFORM_PROTOCOL* platform = tvqplatform::FindPlatform();
+    return platform->GetAttribute(
+        platform, tvq::Ucs2(TVQ_NAMESPACE_PCI),
+        tvq::Ucs2(query.isById ? TVQ_ATTRIBUTE_SLOT_ID : TVQ_ATTRIBUTE_PCI_SLOT_INFO), &value);
+  }
+
   std::vector<LogLine> ReadLog() {
     std::vector<LogLine> log;
     TVQ_PLATFORM_PROTOCOL* platform = tvqplatform::FindPlatform();
@@ -238,6 +249,8 @@ struct Session::Impl {
   }
 
   host::Firmware firmware;
+  bool isStarted = false;
+  unsigned structureCount = 0;
 };
 
 Session::Session() : mImpl(std::make_unique<Impl>()) {}
@@ -279,7 +292,10 @@ Results Session::Run(const Table& table) {
   tvqplatform::Publication publication;
   mImpl->Publish(table, publication);
   Results results;
-  results.start = InWords(tvqplatform::StartDriver());
+  const EFI_STATUS start = tvqplatform::StartDriver();
+  mImpl->isStarted = !EFI_ERROR(start);
+  mImpl->structureCount = table.structureCount;
+  results.start = InWords(start);
   results.log = mImpl->ReadLog();
   results.records = mImpl->CollectRecords();
   results.attributes = mImpl->AskAttributes();
@@ -292,6 +308,27 @@ Results Session::Run(const Table& table) {
         std::to_string(table.structureCount) + " structures, and its walk counts to 255");
   }
   return results;
+}
+
+SlotAnswer Session::AskSlot(const SlotQuery& query) {
+  SMBIOS_SLOT_QUERY reply;
+  SMBIOS_SLOT_QUERY other;
+  const EFI_STATUS status = Impl::Ask(query, 0x00, reply);
+  Impl::Ask(query, 0xFF, other);
+  SlotAnswer answer;
+  answer.status = InWords(status);
+  answer.isFound = !EFI_ERROR(status);
+  // A slot that ends the search without an answer leaves its type behind, whatever stood there.
+  answer.endsAtSlot = !answer.isFound && reply.SlotType == other.SlotType;
+  // The driver counts structures in 8 bits.
+  answer.neverEnds = status == EFI_NOT_FOUND && !answer.endsAtSlot && mImpl->isStarted &&
+                     mImpl->structureCount > MAX_UINT8;
+  answer.slotId = reply.SlotId;
+  answer.isOnboard = reply.OnBoard != 0;
+  answer.slotType = reply.SlotType;
+  answer.slotLength = reply.SlotLength;
+  answer.dataBusWidth = reply.SlotDataBusWidth;
+  return answer;
 }
 
 Bytes Session::State() {

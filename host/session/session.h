@@ -120,6 +120,26 @@ struct Comparison {
   bool foundTrouble = false;
 };
 
+// A question for the slot or the onboard device at a PCI address.
+struct SlotQuery {
+  uint8_t bus = 0;
+  uint8_t device = 0;
+  uint8_t function = 0;
+  bool isById = false;  // asks "SMBIOSSLOTID", not "SMBIOSPCISlotInfo"
+};
+
+struct SlotAnswer {
+  std::string status;
+  bool isFound = false;
+  bool neverEnds = false;     // on firmware, the search would not have come back
+  bool endsAtSlot = false;    // nothing was found, and a system slot ended the search
+  unsigned slotId = 0;        // of an onboard device, the number of its name's string
+  bool isOnboard = false;
+  unsigned slotType = 0;
+  unsigned slotLength = 0;
+  unsigned dataBusWidth = 0;
+};
+
 // There is one session at a time.
 class Session {
  public:
@@ -137,6 +157,9 @@ class Session {
 
   // Publishes the table, starts the driver and collects everything. Once in the life of a session.
   Results Run(const Table& table);
+
+  // After Run: asks the driver as a platform would.
+  SlotAnswer AskSlot(const SlotQuery& query);
 
   // After Run: the state of all devices, as the agent saves it.
   Bytes State();

@@ -5,8 +5,11 @@
 tvq_unit_test(
   cli_tests
   SOURCES
+  unit/cli_decode_test.cpp
   unit/cli_export_test.cpp
   unit/cli_json_test.cpp
+  unit/cli_show_test.cpp
+  unit/cli_slot_test.cpp
   unit/cli_state_test.cpp
   unit/cli_text_test.cpp
   IMAGES

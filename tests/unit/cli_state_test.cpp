@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/unit/cli_fixture.h"
+#include "tests/unit/cli_machine.h"
 
 #include <nlohmann/json.hpp>
 
@@ -17,36 +17,10 @@ namespace {
 namespace fs = std::filesystem;
 using test::MemoryDevice;
 using test::Processor;
-using test::Table;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-
-struct Module {
-  std::string locator;
-  std::string serial;
-  std::string part = "PART-1";
-};
-
-struct Machine {
-  std::string processor = "Core Works Model 8";
-  uint8_t cores = 8;
-  std::vector<Module> modules = {{"DIMM_A1", "11223344"}, {"DIMM_A2", "55667788"}};
-};
-
-Table TableOf(const Machine& machine) {
-  Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{});
-  table.Add(Processor{.version = machine.processor, .coreCount = machine.cores});
-  for (const Module& module : machine.modules) {
-    table.Add(MemoryDevice{
-        .locator = module.locator, .serial = module.serial, .partNumber = module.part});
-  }
-  table.Add(test::End{});
-  return table;
-}
 
 class CliState : public CliTest {
  protected:
