@@ -120,11 +120,8 @@ class Reference : public SmbiosTest {
     }
   }
 
-  // Walks, collects and reads all strings of the table in both ways.
-  void ExpectTheSame(const Bytes& bytes) {
-    Place(bytes);
-    const ReferenceWalk reference(bytes);
-    ASSERT_NO_FATAL_FAILURE(ExpectTheSameWalk(reference, static_cast<UINT16>(Random(0, 0xFFFF))));
+  // Walks from structure to structure and reads all their strings.
+  void ExpectTheSameSteps(const ReferenceWalk& reference) {
     UINT16 handle = kSmbiosNoHandle;
     for (size_t steps = 0; steps < 16; ++steps) {
       ASSERT_NO_FATAL_FAILURE(ExpectTheSameWalk(reference, handle));
@@ -138,6 +135,14 @@ class Reference : public SmbiosTest {
         break;
       }
     }
+  }
+
+  // Walks, collects and reads all strings of the table in both ways.
+  void ExpectTheSame(const Bytes& bytes) {
+    Place(bytes);
+    const ReferenceWalk reference(bytes);
+    ASSERT_NO_FATAL_FAILURE(ExpectTheSameWalk(reference, static_cast<UINT16>(Random(0, 0xFFFF))));
+    ASSERT_NO_FATAL_FAILURE(ExpectTheSameSteps(reference));
     ASSERT_NO_FATAL_FAILURE(ExpectTheSameCollections(reference));
     const TableIndex index;
     ASSERT_NO_FATAL_FAILURE(ExpectTheSameCollections(reference)) << "with an index";
