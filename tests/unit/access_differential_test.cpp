@@ -230,8 +230,7 @@ TEST_F(DifferentialAccess, AnswersEveryCallAsTheReferenceDoes) {
   for (unsigned i = 0; i < count; ++i) {
     SCOPED_TRACE("table " + std::to_string(i));
     Use(tables);
-    ASSERT_NO_FATAL_FAILURE(Compare(true));
-    ASSERT_NO_FATAL_FAILURE(Compare(false));
+    ASSERT_NO_FATAL_FAILURE(Compare(i % 2 == 0));
     if (i % 1000 == 999) {
       FreeLeftovers();
     }

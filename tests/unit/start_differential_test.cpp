@@ -16,7 +16,7 @@ namespace tvq::test {
 namespace {
 
 // Most of a start's time goes into looking up who allocated each block.
-constexpr unsigned kTables = 200;
+constexpr unsigned kTables = 150;
 
 // An index is made of nothing smaller.
 constexpr unsigned kSmallestStructure = 6;
