@@ -195,8 +195,7 @@ constexpr Rule kRules[] = {
      CheckEncoding},
     {"text-not-ascii", Severity::kWarning, kDriver, "A text has characters beyond ASCII.",
      "UTF-8 arrives in the document as it is. Where the driver widens texts to 16 bits, in its "
-     "records and the names of the device list, each byte above 7Fh becomes a character of its "
-     "own, "
+     "records and the names of the device list, bytes above 7Fh become characters of their own, "
      "FF80h to FFFFh.",
      "Use ASCII, as the standard asks.",
      "[memory-device like @dimm1]\nlocator      = \"A2\"\nserial       = \"7A2C0002\"\n"

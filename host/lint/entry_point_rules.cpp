@@ -195,8 +195,7 @@ constexpr Rule kRules[] = {
     {"entry-point-count", Severity::kWarning, kBoth,
      "The entry point states another number of structures than there are.",
      "A slot query of the driver visits as many structures as the entry point says: with too few "
-     "it "
-     "misses slots at the end of the table, with too many it visits structures twice.",
+     "it misses slots at the end of the table, with too many it visits structures twice.",
      "State the number of structures, the end of the table included.",
      "[entry-point]\nbytes 0x1C = 03\n", CheckCount},
     {"entry-point-largest", Severity::kWarning, kTable,

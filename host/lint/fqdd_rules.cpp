@@ -157,8 +157,8 @@ constexpr Rule kRules[] = {
     {"fqdd-structure", Severity::kWarning, kDriver,
      "A group of the FQDD map is for a handle that no structure has.",
      "FQDDs are looked up by the handle of the processor or memory device. Nobody asks for a "
-     "handle "
-     "that is not there, and the device that was meant is named after its socket or locator.",
+     "handle that is not there, and the device that was meant is named after its socket or "
+     "locator.",
      "Write the handle of the device.",
      "[fqdd-map]\nformat = 1\nfqdd = \"DIMM.Socket.A9\" 0x0DEA\n", CheckStructure},
     {"fqdd-string", Severity::kError, kDriver,

@@ -112,9 +112,8 @@ constexpr Rule kRules[] = {
     {"structure-length-small", Severity::kWarning, kBoth,
      "The length of a structure seems to be too small.",
      "Strings begin where the formatted part ends. Where the first one is empty, with others "
-     "behind "
-     "it, or begins with a control character, they probably begin earlier than was meant: each "
-     "string number then leads to another text, here and in the driver.",
+     "behind it, or begins with a control character, they probably begin earlier than was meant: "
+     "each string number then leads to another text, here and in the driver.",
      "State the length of the formatted part. A string that is empty has number 0 instead.",
      "[cache like @l1]\nmaximum-size2   = 0x01010101\ninstalled-size2 = 0x01010101\n"
      "bytes 0x01      = 13  # the strings begin with the last two fields\n",
