@@ -21,7 +21,7 @@ inline bool IsHbm(UINT8 memoryType) {
   Describes one cache level of a processor in device.cpu.CacheInfo.
 
   @param[in, out]  Record        The processor's record.
-  @param[in]       Type7Array    The cache structures.
+  @param[in]       Type7Array    All cache structures of the table, as collected.
   @param[in]       Type7Count    Their number.
   @param[in]       CacheHandle   Handle of the level's cache structure; FFFFh for none.
   @param[in]       LevelIndex    0 to 2.
