@@ -10,6 +10,7 @@
 #?   whitespace   no tabs, no blanks at line ends, a line end at the end
 #?   lists        every INF is in a DSC, every source file of a package in an INF
 #?   cppcheck     cppcheck over all C and C++ files
+#?   clang        the host build by Clang, without a warning
 #?   tidy         clang-tidy over our own files of the host build
 #?
 #? Without names: all of them. Each prints OK or FAIL on a line, and what it found below.
@@ -21,7 +22,7 @@ source "$LIB/files.sh"
 source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
-CHECKS=(format shell python licence whitespace lists cppcheck tidy)
+CHECKS=(format shell python licence whitespace lists cppcheck clang tidy)
 
 for name; do
   [[ " ${CHECKS[*]} " == *" $name "* ]] || UsageError "lint: there is no check '$name'; the checks are: ${CHECKS[*]}"

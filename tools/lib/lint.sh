@@ -63,6 +63,11 @@ Check_cppcheck() {
     -I . -I TvqSmbiosPkg/Include -I TvqPlatformPkg/Include TvqSmbiosPkg TvqPlatformPkg host tests docs
 }
 
+# The whole host build by the other compiler, where every warning is an error.
+Check_clang() {
+  BuildHost clang all -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+}
+
 # Our own files of the host build: EDK II and expat are not ours to tidy.
 Check_tidy() {
   local files

@@ -253,7 +253,8 @@ class Schema:
         return self._changed_constant(cursor, text)
 
     def _member_ref_expr(self, cursor):
-        if cursor.referenced is not None and cursor.referenced.semantic_parent.get_usr() in self._rows:
+        owner = cursor.referenced.semantic_parent if cursor.referenced is not None else None
+        if owner is not None and owner.get_usr() in self._rows:
             if self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
                 return self._changed_constant(cursor, self._text(cursor))
         # The object; template arguments would follow.
