@@ -208,7 +208,7 @@ class ShellFunctions(unittest.TestCase):
         self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "mine\n", ""))
 
     def test_a_missing_package_is_named(self):
-        result = self.bash("WantedPackages() { printf 'bash\\nno-such-package-anywhere\\n'; }\nMissingPackages")
+        result = self.bash("MissingPackages bash no-such-package-anywhere")
         self.assertEqual(result.stdout, "no-such-package-anywhere\n")
 
     def test_the_package_list_holds_names_only(self):

@@ -18,7 +18,7 @@ for argument; do
   esac
 done
 
-InstallPackages
+InstallWantedPackages
 cd "$ROOT"
 mapfile -t files < <(CppFiles)
 ((${#files[@]})) || exit 0

@@ -5,10 +5,10 @@
 
 WantedPackages() { sed 's/#.*//; /^[[:space:]]*$/d' "$TOOLS/packages.txt"; }
 
-# MissingPackages [NAME...]: those that are not installed, of the names or of what every command needs.
+# MissingPackages NAME...: those that are not installed.
 MissingPackages() {
   local wanted installed
-  wanted="$(if (($#)); then printf '%s\n' "$@"; else WantedPackages; fi)"
+  wanted="$(printf '%s\n' "$@")"
   # dpkg-query answers with an error for names it never heard of; those are simply not in its answer.
   # shellcheck disable=SC2086 # one name a word
   installed="$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' $wanted 2>/dev/null | sed -n 's/^.i //p')" || true
@@ -43,7 +43,7 @@ AptInstall() {
   AsRoot "${apt[@]}" install -y --no-install-recommends "$@"
 }
 
-# InstallPackages [NAME...]: those that are missing, of what every command needs or of the names that one needs besides.
+# InstallPackages NAME...: those that are missing.
 InstallPackages() {
   local missing
   if [[ -z "$(type -P apt-get)" || -z "$(type -P dpkg-query)" ]]; then
@@ -53,4 +53,11 @@ InstallPackages() {
   ((${#missing[@]})) || return 0
   RequireRoot "${missing[@]}"
   Step "Installing packages (${#missing[@]})" setup-packages AptInstall "${missing[@]}"
+}
+
+# InstallWantedPackages: what every command needs.
+InstallWantedPackages() {
+  local wanted
+  mapfile -t wanted < <(WantedPackages)
+  InstallPackages "${wanted[@]}"
 }

@@ -7,7 +7,7 @@ source "$LIB/sources.sh"
 
 EnsureSetup() {
   RequirePlainPath "This clone" "$ROOT"
-  InstallPackages
+  InstallWantedPackages
   LocateSources
   if [[ -z "$(MissingSources)" ]] && BaseToolsBuilt; then
     return 0
