@@ -4,6 +4,8 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import argparse
+import dataclasses
+import os
 import pathlib
 import sys
 
@@ -14,12 +16,17 @@ import table_source  # noqa: E402
 
 # A boot takes seconds, on a busy machine a multiple.
 TIMEOUT = 150
+# Where `./dev test --guarded` keeps firmware that guards blocks of memory.
+GUARDED_FIRMWARE = "TVQ_GUARDED_FIRMWARE"
 
 
 def argument_parser(description):
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--images", type=pathlib.Path, required=True, help="EDK II's output folder")
     parser.add_argument("--arch", choices=guests.BY_NAME, default=guests.X64.name, help="the machine that boots")
+    parser.add_argument(
+        "--guard", choices=("tail", "head"), help=f"firmware with a guard there, in the folder that {GUARDED_FIRMWARE} names"
+    )
     parser.add_argument("--target", choices=("DEBUG", "RELEASE"), default="DEBUG")
     parser.add_argument("--build-table", type=pathlib.Path, required=True, help="the program that builds a table of its source")
     parser.add_argument("--out", type=pathlib.Path, required=True, help="where the files of the test go")
@@ -38,6 +45,17 @@ def dump_of(options, table):
     return dump
 
 
+def guest_of(options):
+    """The machine that the options ask for; it may have other firmware than the distribution's."""
+    guest = guests.BY_NAME[options.arch]
+    if not options.guard:
+        return guest
+    if GUARDED_FIRMWARE not in os.environ:
+        sys.exit(f"{GUARDED_FIRMWARE} is not set; ./dev test --guarded sets it")
+    folder = pathlib.Path(os.environ[GUARDED_FIRMWARE], options.guard)
+    return dataclasses.replace(guest, code=folder / "OVMF_CODE.fd", variables=folder / "OVMF_VARS.fd")
+
+
 class Machine:
     """A machine that starts without a saved state and keeps it from boot to boot."""
 
@@ -49,7 +67,7 @@ class Machine:
 
     def boot(self, table, *words, script=()):
         """The agent's report; without one the test ends. With a script, the shell runs that in place of the agent."""
-        guest = guests.BY_NAME[self.options.arch]
+        guest = guest_of(self.options)
         boot = boot_qemu.Boot(
             images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
             out=self.out,

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX] [-v]
+#? usage: ./dev test [-R REGEX] [--guarded] [-v]
 #?
 #?   -R REGEX    only the tests whose names match
+#?   --guarded   in place of the tests: the agent's whole run on firmware that stops at the first byte outside a block of
+#?               memory, or behind the stack. That firmware is built first, once.
 #?   -v          show the output of the tools while they build
 #?
 #? The host tests run in build/test with the address and undefined-behaviour sanitizers.
@@ -12,12 +14,15 @@
 source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
 source "$LIB/firmware.sh"
+source "$LIB/guarded.sh"
 source "$LIB/host.sh"
 
+guarded=0
 selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
+    --guarded) guarded=1 ;;
     -R)
       [[ -n "${2:-}" ]] || UsageError "test: -R takes a regular expression"
       selection=(-R "$2")
@@ -28,8 +33,20 @@ while (($#)); do
   shift
 done
 
+# Tests NAME...: those of the build with further options of ctest.
+Tests() {
+  exec ctest --test-dir "$BUILD/test" --output-on-failure --no-label-summary --no-tests=error -j "$JOBS" "${selection[@]}" "$@"
+}
+
 EnsureSetup
+if ((guarded)); then
+  FirmwareTarget GCC5 DEBUG
+  GuardedFirmware
+  EndToEndTools
+  export TVQ_GUARDED_FIRMWARE="$GUARDED"
+  Tests -C Guarded -L guarded
+fi
 mapfile -t toolchains < <(BootingToolchains)
 Firmware "${toolchains[@]}"
 HostTests
-exec ctest --test-dir "$BUILD/test" --output-on-failure --no-label-summary --no-tests=error -j "$JOBS" "${selection[@]}"
+Tests

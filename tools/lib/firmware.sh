@@ -47,9 +47,11 @@ RequireOneOf() {
   UsageError "$(basename "$0" .sh): $option takes one of $*"
 }
 
-# InEdk2 COMMAND...: with the environment of edksetup.sh. Conf lies in the workspace, so that the EDK II tree stays clean.
+# InEdk2 WORKSPACE COMMAND...: with the environment of edksetup.sh. Conf lies in the workspace, so that the EDK II tree
+# stays clean.
 InEdk2() (
-  export WORKSPACE="$FIRMWARE" CONF_PATH="$FIRMWARE/Conf" EDK_TOOLS_PATH="$EDK2_DIR/BaseTools"
+  export WORKSPACE="$1" CONF_PATH="$1/Conf" EDK_TOOLS_PATH="$EDK2_DIR/BaseTools"
+  shift
   export PACKAGES_PATH="$EDK2_DIR:$ROOT" PYTHON_COMMAND=python3
   # Where the definitions of the tool chains look for compilers other than the machine's own.
   export GCC49_AARCH64_PREFIX=aarch64-linux-gnu- CLANG38_BIN=/usr/bin/ CLANG_BIN=/usr/bin/
@@ -69,7 +71,7 @@ InEdk2() (
 Edk2Build() {
   local package="$1" toolchain="$2" target="$3"
   shift 3
-  InEdk2 build -a "$(ArchitectureOf "$toolchain")" -t "$toolchain" -b "$target" -n "$JOBS" \
+  InEdk2 "$FIRMWARE" build -a "$(ArchitectureOf "$toolchain")" -t "$toolchain" -b "$target" -n "$JOBS" \
     -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "$@"
 }
 

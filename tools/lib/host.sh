@@ -43,10 +43,18 @@ Tables() { BuildHost host tvq_samples "${OPTIMISED[@]}" -DBUILD_TESTING=OFF; }
 # Tests that run the driver tens of thousands of times: optimised, without sanitizers.
 LongTests() { BuildHost long tvq_long_tests "${OPTIMISED[@]}"; }
 
+TESTED=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON "-DTVQ_LONG_TESTS=$BUILD/long")
+
 # What the tests run.
 HostTests() {
   LongTests
-  BuildHost test all -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON "-DTVQ_LONG_TESTS=$BUILD/long"
+  BuildHost test all "${TESTED[@]}"
+}
+
+# Of that, the programs which the end-to-end tests call.
+EndToEndTools() {
+  BuildHost test tvq "${TESTED[@]}"
+  BuildHost test tvq_build_sample "${TESTED[@]}"
 }
 
 # Fuzzer TARGET: what `./dev fuzz` runs.
