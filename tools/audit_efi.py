@@ -227,7 +227,7 @@ def parse_arguments(arguments):
         "--no-elf", action="store_true", help="the linker made PE files at once, and stopped at undefined symbols itself"
     )
     parser.add_argument(
-        "--application", action="append", metavar="NAME", help="the images with this name are no drivers (TvqAgent, TvqRig)"
+        "--application", action="append", metavar="NAME", help="the images with this name are no drivers (TvqAgent and the like)"
     )
     parser.add_argument("--json", action="store_true", help="print the findings as JSON")
     return parser.parse_args(arguments)
@@ -235,7 +235,7 @@ def parse_arguments(arguments):
 
 def main(arguments):
     options = parse_arguments(arguments)
-    applications = options.application or ["TvqAgent", "TvqRig"]
+    applications = options.application or ["TvqAgent", "TvqPlatformTest", "TvqRig"]
     reports = [audit(image, applications, options.page_aligned, not options.no_elf) for image in options.images]
     print(json.dumps(reports, indent=2) if options.json else render(reports))
     return 1 if any(report["problems"] for report in reports) else 0

@@ -19,7 +19,8 @@ import time
 import guests
 
 FOLDER = "TVQ"
-AGENT, PLATFORM, DRIVER, RIG = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi", "TvqRig.efi"
+AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
+RIG, SELF_TEST = "TvqRig.efi", "TvqPlatformTest.efi"
 # What the agent keeps from one boot to the next.
 STATE_FILES = ("state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
@@ -53,7 +54,7 @@ class Boot:
 def image_paths(build, target, guest=guests.X64):
     """The images of one target in EDK II's output folder: a dictionary of name to path."""
     found = {}
-    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, RIG)), ("TvqSmbiosPkg", (DRIVER,))):
+    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, RIG)), ("TvqSmbiosPkg", (DRIVER, SELF_TEST))):
         for name in names:
             found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.name / name
     return found
@@ -90,7 +91,7 @@ def disk_files(boot, folder):
         # The firmware's shell comes last in the boot order, and runs this file.
         lines = ("@echo -off", "fs0:", *boot.script, "reset -s")
         text.write_bytes("".join(f"{line}\r\n" for line in lines).encode("ascii"))
-        files |= {text: "startup.nsh", boot.images[AGENT]: AGENT, boot.images[RIG]: RIG}
+        files |= {text: "startup.nsh"} | {boot.images[name]: name for name in (AGENT, RIG, SELF_TEST)}
     else:
         text.write_bytes((" ".join(boot.words) + "\r\n").encode("ascii"))
         files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}
@@ -202,7 +203,10 @@ def read_report(out):
 
 
 def run(boot):
-    """Boots and returns the agent's report. Every failure to get one is a BootFailure with the end of the serial output."""
+    """Boots and returns the agent's report. Every failure to get one is a BootFailure with the end of the serial output.
+
+    A script may do without the agent; then there may be no report.
+    """
     check_inputs(boot)
     empty_folder(boot.out)
     with tempfile.TemporaryDirectory(prefix="tvq-boot-") as folder:
@@ -214,7 +218,7 @@ def run(boot):
         (boot.out / "serial.txt").write_text(serial + "\n", encoding="utf-8")
         extract(disk, boot.out)
     report = read_report(boot.out)
-    if not problem and report is None:
+    if not problem and report is None and not boot.script:
         problem = "the agent left no report"
     if problem:
         hint = f"{boot.out / 'serial.txt'} has the whole serial output; with -v it is shown while the machine runs"

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the agent many times in one boot, from the firmware's shell, and checks what it reports each time.
+"""Runs the agent and the platform's self-test many times in one boot, from the firmware's shell, and checks what they
+report each time.
 
 Exit status: 0 everything is as expected, 1 it is not.
 
@@ -35,10 +36,18 @@ class Run:
     log_has_not: tuple = ()
 
 
+@dataclasses.dataclass(frozen=True)
+class SelfTest:
+    """One run of the platform's self-test: its last line, and lines that it has."""
+
+    ending: str
+    has: tuple = ()
+
+
 WHOLE = Run("", has=("Start: Success", "Records: 15"), has_not=("Left behind",))
 GONE = Run("unload", has=("Unload: Success",))
 
-# A line for the shell, or a run of the agent.
+# A line for the shell, a run of the agent, or one of the self-test.
 LIFE = (
     LOAD,
     Run("unload", failed("the driver cannot be unloaded: Unsupported")),
@@ -100,18 +109,35 @@ MOVED = (
     Run("as-is", has=("Start: Success", "SMBIOSServiceTagString  MOVED01")),
 )
 
+SELFTEST = (
+    "TvqRig names",
+    SelfTest(
+        "TvqPlatformTest: 5 OK, 4 failed, 4 optional parts missing",
+        has=("Platform services table\n  is there ... FAIL\n  Without it the driver is not loaded",),
+    ),
+    LOAD,
+    SelfTest("TvqPlatformTest: 38 OK, 0 failed, 0 optional parts missing"),
+    "TvqRig without xml",
+    SelfTest("TvqPlatformTest: 34 OK, 0 failed, 1 optional parts missing", has=("XML parser\n  is there ... no\n",)),
+)
+# This firmware has a 64-bit entry point alone.
+SELFTEST_AARCH64 = (
+    LOAD,
+    SelfTest("TvqPlatformTest: 33 OK, 1 failed, 0 optional parts missing", has=("SMBIOS table\n  is there ... FAIL\n",)),
+)
+
 
 def script(steps):
-    """The lines for the shell: the n-th run of the agent leaves its report and log behind as reportN.txt and logN.txt."""
-    runs = 0
-    for step in steps:
-        if not isinstance(step, Run):
+    """The lines for the shell: the n-th step leaves reportN.txt behind, and if it is the agent, logN.txt."""
+    for index, step in enumerate(steps):
+        if isinstance(step, Run):
+            yield f"TvqAgent {step.words}"
+            for name in ("report", "log"):
+                yield f"cp -q TVQ\\{name}.txt TVQ\\{name}{index}.txt"
+        elif isinstance(step, SelfTest):
+            yield f"TvqPlatformTest >a TVQ\\report{index}.txt"
+        else:
             yield step
-            continue
-        yield f"TvqAgent {step.words}"
-        for name in ("report", "log"):
-            yield f"cp -q TVQ\\{name}.txt TVQ\\{name}{runs}.txt"
-        runs += 1
 
 
 def texts_problems(what, text, has, has_not):
@@ -119,13 +145,20 @@ def texts_problems(what, text, has, has_not):
     yield from (f"{what} has '{unwanted}'" for unwanted in has_not if unwanted in text)
 
 
-def run_problems(run, report, log):
-    """Yields what is not as expected of one run."""
+def ending_problems(report, ending):
     last = agent_report.last_line(report)
-    if last != run.ending:
-        yield f"the report ends with '{last}', expected: '{run.ending}'"
-    yield from texts_problems("the report", report, run.has, run.has_not)
-    yield from texts_problems("the log", log, run.log_has, run.log_has_not)
+    if last != ending:
+        yield f"the report ends with '{last}', expected: '{ending}'"
+
+
+def step_problems(step, report, log):
+    """Yields what is not as expected of one run."""
+    yield from ending_problems(report, step.ending)
+    if isinstance(step, SelfTest):
+        yield from texts_problems("the report", report, step.has, ())
+    else:
+        yield from texts_problems("the report", report, step.has, step.has_not)
+        yield from texts_problems("the log", log, step.log_has, step.log_has_not)
 
 
 def read(folder, name):
@@ -134,17 +167,24 @@ def read(folder, name):
 
 
 def problems(steps, folder):
-    runs = [step for step in steps if isinstance(step, Run)]
-    for index, run in enumerate(runs):
+    for index, step in enumerate(steps):
+        if isinstance(step, str):
+            continue
         report = read(folder, f"report{index}.txt")
-        found = list(run_problems(run, report, read(folder, f"log{index}.txt")))
+        found = list(step_problems(step, report, read(folder, f"log{index}.txt")))
         for problem in found:
-            yield f"run {index + 1}, 'TvqAgent {run.words}': {problem}"
+            yield f"step {index + 1}, {type(step).__name__} '{getattr(step, 'words', '')}': {problem}"
         if found:
             yield report
 
 
-SCENARIOS = {"life": LIFE, "without": WITHOUT, "moved": MOVED}
+SCENARIOS = {
+    "life": LIFE,
+    "without": WITHOUT,
+    "moved": MOVED,
+    "selftest": SELFTEST,
+    "selftest_aarch64": SELFTEST_AARCH64,
+}
 
 
 def parse_arguments(arguments):

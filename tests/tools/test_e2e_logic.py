@@ -99,20 +99,18 @@ class RunsInTheShell(unittest.TestCase):
     RUN = shell_test.Run("stop", has=("taken off",), has_not=("Left",), log_has=("Entry",), log_has_not=("Exit",))
 
     def problems(self, report="3 taken off\nTvqAgent: success\n", log="Entry\n"):
-        return list(shell_test.run_problems(self.RUN, report, log))
+        return list(shell_test.step_problems(self.RUN, report, log))
 
     def test_each_run_keeps_its_report_and_log(self):
-        steps = ("load X", self.RUN, shell_test.Run("unload"))
+        steps = ("load X", self.RUN, shell_test.SelfTest("all OK"))
         self.assertEqual(
             list(shell_test.script(steps)),
             [
                 "load X",
                 "TvqAgent stop",
-                "cp -q TVQ\\report.txt TVQ\\report0.txt",
-                "cp -q TVQ\\log.txt TVQ\\log0.txt",
-                "TvqAgent unload",
                 "cp -q TVQ\\report.txt TVQ\\report1.txt",
                 "cp -q TVQ\\log.txt TVQ\\log1.txt",
+                "TvqPlatformTest >a TVQ\\report2.txt",
             ],
         )
 
@@ -129,7 +127,7 @@ class RunsInTheShell(unittest.TestCase):
     def test_a_run_that_left_no_report_is_a_problem(self):
         with tempfile.TemporaryDirectory() as folder:
             found = list(shell_test.problems((self.RUN,), pathlib.Path(folder)))
-        self.assertTrue(found[0].startswith("run 1, 'TvqAgent stop': the report ends with ''"), found)
+        self.assertTrue(found[0].startswith("step 1, Run 'stop': the report ends with ''"), found)
 
 
 if __name__ == "__main__":
