@@ -23,7 +23,8 @@ MAXIMUM_LENGTH = 8192
 SECONDS_FOR_AN_INPUT = 20
 DEFAULT_SECONDS = 60
 
-# Leaks are found by counting the pool's blocks, which is exact. The rest keeps the sanitizer's own share of the time low.
+# Leaks are found by counting the pool's blocks, which is exact. The rest, like the schedule without entropy, keeps the
+# tools' own share of the time low.
 SANITIZER_OPTIONS = "detect_leaks=0:malloc_context_size=4:quarantine_size_mb=16"
 
 PROGRESS = re.compile(r"#(\d+)(?::|\s+\w+)\s+cov: (\d+) ft: (\d+) corp: (\d+)(?:/(\S+))?")
@@ -115,7 +116,7 @@ def command_line(options):
     for folder in (findings, corpus):
         folder.mkdir(parents=True, exist_ok=True)
     command = [str(program_of(options.target)), f"-max_len={MAXIMUM_LENGTH}", f"-timeout={SECONDS_FOR_AN_INPUT}",
-               "-detect_leaks=0", "-print_final_stats=1", f"-artifact_prefix={findings}/",
+               "-detect_leaks=0", "-entropic=0", "-print_final_stats=1", f"-artifact_prefix={findings}/",
                f"-dict={TESTS}/dictionaries/{options.target}.dict"]
     if options.jobs > 1:
         command.append(f"-fork={options.jobs}")
