@@ -12,6 +12,7 @@
 #include "host/cli/blob.h"
 #include "host/cli/command.h"
 #include "host/cli/input.h"
+#include "host/cli/redact.h"
 #include "host/cli/text.h"
 
 #include <nlohmann/json.hpp>
@@ -35,6 +36,7 @@ constexpr char kHint[] = "`./dev run` saves such files; `tvq export` prints blob
 struct DecodeOptions {
   std::string file;
   bool json = false;
+  RedactOptions redact;
 };
 
 // A blob that was taken apart. Only what its type has is there.
@@ -130,7 +132,10 @@ std::optional<DataError> Decode(Decoded& decoded) {
 }
 
 ExitStatus Decode(const DecodeOptions& options, Console& console) {
-  const std::vector<uint8_t> file = ReadInput(options.file, kHint, console);
+  std::vector<uint8_t> file = ReadInput(options.file, kHint, console);
+  if (const std::optional<Masker> masker = MakeMasker(options.redact)) {
+    RedactBlobs(file, *masker);
+  }
   const BlobList list = SplitBlobs({reinterpret_cast<const char*>(file.data()), file.size()});
   std::vector<DataError> errors;
   Json blobs = Json::array();
@@ -171,6 +176,7 @@ void AddDecode(Commands& commands) {
       ->type_name("")
       ->required();
   app.add_flag("--json", options->json, "Print one JSON document");
+  AddRedact(app, options->redact);
 }
 
 }  // namespace tvq::cli

@@ -44,6 +44,7 @@ struct MktableOptions {
   std::string dump;
   std::string output;
   std::string fields;
+  RedactOptions redact;
 };
 
 std::string_view AsText(const Bytes& bytes) {
@@ -51,10 +52,13 @@ std::string_view AsText(const Bytes& bytes) {
 }
 
 // The result of the command, for `output`; a failure carries the line of the input.
-Result<std::string> BuildDump(const Bytes& source) {
-  const auto table = table::ParseSource(AsText(source));
+Result<std::string> BuildDump(const Bytes& source, const std::optional<Masker>& masker) {
+  auto table = table::ParseSource(AsText(source));
   if (!table) {
     return table.Failure();
+  }
+  if (masker) {
+    RedactTable(table->structures, *masker);
   }
   const auto dump = table::WriteDump(*table);
   if (!dump) {
@@ -63,11 +67,13 @@ Result<std::string> BuildDump(const Bytes& source) {
   return std::string(AsText(*dump));
 }
 
-Result<std::string> BuildSource(const Bytes& file) {
-  const auto table =
-      table::IsHexText(file) ? table::ReadHexText(AsText(file)) : table::ReadDump(file);
+Result<std::string> BuildSource(const Bytes& file, const std::optional<Masker>& masker) {
+  auto table = table::IsHexText(file) ? table::ReadHexText(AsText(file)) : table::ReadDump(file);
   if (!table) {
     return table.Failure();
+  }
+  if (masker) {
+    RedactTable(table->structures, *masker);
   }
   return table::FormatSource(*table);
 }
@@ -131,8 +137,9 @@ Result<std::string> Produce(const MktableOptions& options, const Console& consol
   if (!options.fields.empty()) {
     return ListFields(options.fields);
   }
-  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint, console))
-                              : BuildSource(ReadInput(options.dump, kTableHint, console));
+  const std::optional<Masker> masker = MakeMasker(options.redact);
+  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint, console), masker)
+                              : BuildSource(ReadInput(options.dump, kTableHint, console), masker);
 }
 
 void RequireOneTask(const MktableOptions& options) {
@@ -169,6 +176,7 @@ void AddMktable(Commands& commands) {
   app.add_option("--fields", options->fields,
                  "List the fields of a type of structure, or all types")
       ->type_name("TYPE|all");
+  AddRedact(app, options->redact);
 }
 
 }  // namespace tvq::cli

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "host/cli/comparison_summary.h"
 #include "host/cli/input.h"
 #include "host/cli/state_file.h"
 #include "host/cli/table_input.h"
@@ -32,7 +33,8 @@ constexpr CommandText kVerifyText = {
     "verify", "Compares every device with the saved state",
     "Runs the driver on an SMBIOS table and has it compare every device with the saved state: "
     "same,\n"
-    "replaced, new, moved, gone, or why it could not be compared.",
+    "replaced, new, moved, gone, or why it could not be compared. With --redact the state has to be\n"
+    "one that was saved with --redact.",
     "  sudo tvq verify /var/lib/tvq\n"
     "  tvq verify before --from-dump dump.bin --conform\n",
     "0 all devices are the same; 1 one was replaced, is new, moved or gone; 2 one\n"
@@ -72,13 +74,7 @@ void PrintFindings(const session::Comparison& comparison, std::ostream& out) {
     out << fmt::format("{:<{}}  {}{}{}\n", FqddText(finding), width, finding.verdict,
                        finding.detail.empty() ? "" : ": ", finding.detail);
   }
-  std::string summary;
-  for (const auto& [verdict, count] : comparison.counts) {
-    if (count != 0) {
-      summary += fmt::format("{}{} {}", summary.empty() ? "" : ", ", count, verdict);
-    }
-  }
-  out << "Summary: " << summary << '\n';
+  out << "Summary: " << SummaryInWords(comparison) << '\n';
 }
 
 Json ToJson(const session::Comparison& comparison) {
@@ -91,11 +87,7 @@ Json ToJson(const session::Comparison& comparison) {
          {"status", finding.status ? Json(*finding.status) : Json()},
          {"detail", finding.detail.empty() ? Json() : Json(finding.detail)}});
   }
-  Json counts = Json::object();
-  for (const auto& [verdict, count] : comparison.counts) {
-    counts[verdict] = count;
-  }
-  return {{"findings", findings}, {"summary", counts}};
+  return {{"findings", findings}, {"summary", SummaryJson(comparison)}};
 }
 
 ExitStatus Save(const StateOptions& options, Console& console) {
@@ -122,9 +114,7 @@ ExitStatus Verify(const StateOptions& options, Console& console) {
   } else {
     PrintFindings(comparison, console.out);
   }
-  return comparison.foundTrouble     ? kExitTrouble
-         : comparison.foundSomething ? kExitFound
-                                     : kExitNothingFound;
+  return StatusOf(comparison);
 }
 
 }  // namespace

@@ -35,6 +35,11 @@ std::optional<Version> ParseVersion(const std::string& text) {
                                                                   : std::nullopt;
 }
 
+[[noreturn]] void ThrowUnusable(const TableOptions& options, const table::Error& error) {
+  const std::string line = error.line == 0 ? "" : fmt::format("{}:", error.line);
+  throw InputError(fmt::format("{}:{} {}", NameOf(options), line, error.message), error.hint);
+}
+
 // The bytes of a captured table, also where `dmidecode -u` spelled them out.
 session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
   if (!table::IsHexText(file)) {
@@ -42,14 +47,26 @@ session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
   }
   const auto table = table::ReadHexText({reinterpret_cast<const char*>(file.data()), file.size()});
   if (!table) {
-    throw InputError(
-        fmt::format("{}:{}: {}", NameOf(options), table.Failure().line, table.Failure().message),
-        table.Failure().hint);
+    ThrowUnusable(options, table.Failure());
   }
   auto dump = table::WriteDump(*table);
   if (!dump) {
-    throw InputError(fmt::format("{}: {}", NameOf(options), dump.Failure().message),
-                     dump.Failure().hint);
+    ThrowUnusable(options, dump.Failure());
+  }
+  return std::move(*dump);
+}
+
+// The same file, but for what names the machine and its parts.
+session::Bytes RedactedFile(const TableOptions& options, session::Bytes file,
+                            const Masker& masker) {
+  auto table = table::ReadDump(DumpOf(options, std::move(file)));
+  if (!table) {
+    ThrowUnusable(options, table.Failure());
+  }
+  RedactTable(table->structures, masker);
+  auto dump = table::WriteDump(*table);
+  if (!dump) {
+    ThrowUnusable(options, dump.Failure());
   }
   return std::move(*dump);
 }
@@ -73,9 +90,7 @@ session::Table FileTable(session::Session& session, const session::Bytes& file,
       kTableHint);
 }
 
-}  // namespace
-
-void AddTableOptions(CLI::App& app, TableOptions& options) {
+void AddTableSource(CLI::App& app, TableOptions& options) {
   CLI::Option* dump =
       app.add_option("--from-dump", options.file,
                      "What `dmidecode --dump-bin FILE` or `dmidecode -u` wrote; '-' reads standard "
@@ -101,6 +116,13 @@ void AddTableOptions(CLI::App& app, TableOptions& options) {
       });
 }
 
+}  // namespace
+
+void AddTableOptions(CLI::App& app, TableOptions& options) {
+  AddTableSource(app, options);
+  AddRedact(app, options.redact);
+}
+
 void AddTableFile(CLI::App& app, TableOptions& options) {
   app.add_option("FILE", options.file, "The same as --from-dump FILE")
       ->type_name("")
@@ -120,11 +142,17 @@ std::string NameOf(const TableOptions& options) {
 }
 
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
+  const std::optional<Masker> masker = MakeMasker(options.redact);
   if (!options.file.empty()) {
-    return {ReadInput(options.file, kTableHint, console), {}};
+    session::Bytes file = ReadInput(options.file, kTableHint, console);
+    return {masker ? RedactedFile(options, std::move(file), *masker) : std::move(file), {}};
   }
   session::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
-  return {ReadFile(options.systemFolder + "/DMI", kSystemHint), std::move(entryPoint)};
+  session::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
+  if (masker) {
+    RedactTable(structures, *masker);
+  }
+  return {std::move(structures), std::move(entryPoint)};
 }
 
 session::Table TableOf(session::Session& session, const TableBytes& bytes,

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/cli/command.h"
+#include "host/cli/redact.h"
 #include "host/session/session.h"
 
 namespace tvq::cli {
@@ -22,10 +23,11 @@ struct TableOptions {
   std::string file;  // empty: the table of this machine; "-": standard input
   std::optional<std::pair<unsigned, unsigned>> version;  // of a table without an entry point
   bool conform = false;
+  RedactOptions redact;
   std::string systemFolder = "/sys/firmware/dmi/tables";
 };
 
-// Adds --from-dump, --table, --smbios-version and --sysfs. The options have to live until the command ran.
+// Adds --from-dump, --table, --smbios-version, --sysfs and those of --redact. The options have to live until the command ran.
 void AddTableOptions(CLI::App& app, TableOptions& options);
 // Adds FILE, which says the same as --from-dump FILE.
 void AddTableFile(CLI::App& app, TableOptions& options);
@@ -35,7 +37,8 @@ void AddConform(CLI::App& app, TableOptions& options);
 // How messages name the table.
 std::string NameOf(const TableOptions& options);
 
-// What a table is read from: a file, or the structures with an entry point apart from them.
+// What a table is read from: a file, or the structures with an entry point apart from them;
+// redacted where that is wanted.
 struct TableBytes {
   session::Bytes file;
   session::Bytes entryPoint;  // empty where the file holds everything

@@ -137,6 +137,17 @@ Finding ToFinding(const tvqplatform::Finding& found) {
   return finding;
 }
 
+// Throws StateError. The bytes have to stay while the state is used.
+void ReadSavedState(const Bytes& state, tvqplatform::SavedState& saved) {
+  const EFI_STATUS status = saved.Read(ViewOf(state));
+  if (status == EFI_INCOMPATIBLE_VERSION) {
+    throw StateError("was saved by another version of this program");
+  }
+  if (EFI_ERROR(status)) {
+    throw StateError("is no saved state, or is damaged");
+  }
+}
+
 std::string GuidText(const EFI_GUID& guid) {
   char text[40];
   std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
@@ -341,15 +352,19 @@ Bytes Session::State() {
   return CopyOf(state.Bytes());
 }
 
+std::vector<SavedDevice> Session::ReadState(const Bytes& state) {
+  tvqplatform::SavedState saved;
+  ReadSavedState(state, saved);
+  std::vector<SavedDevice> devices;
+  for (UINTN i = 0; i < saved.Size(); ++i) {
+    devices.push_back({WideText(saved[i].Fqdd), CopyOf(saved[i].Data)});
+  }
+  return devices;
+}
+
 Comparison Session::Compare(const Bytes& state) {
   tvqplatform::SavedState saved;
-  const EFI_STATUS status = saved.Read(ViewOf(state));
-  if (status == EFI_INCOMPATIBLE_VERSION) {
-    throw StateError("was saved by another version of this program");
-  }
-  if (EFI_ERROR(status)) {
-    throw StateError("is no saved state, or is damaged");
-  }
+  ReadSavedState(state, saved);
   tvqplatform::Inventory inventory;
   Impl::Collect(inventory);
   tvqplatform::Comparison result;

@@ -104,6 +104,12 @@ class StateError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// One device of a saved state.
+struct SavedDevice {
+  std::u16string fqdd;  // empty for a device without one
+  Bytes blobs;          // one behind the other
+};
+
 // What became of one device since a state was saved.
 struct Finding {
   std::u16string fqdd;  // empty for a device without one
@@ -157,6 +163,9 @@ class Session {
 
   // Publishes the table, starts the driver and collects everything. Once in the life of a session.
   Results Run(const Table& table);
+
+  // The devices of a saved state. Throws StateError.
+  std::vector<SavedDevice> ReadState(const Bytes& state);
 
   // After Run: asks the driver as a platform would.
   SlotAnswer AskSlot(const SlotQuery& query);
