@@ -29,10 +29,10 @@ struct Kind {
   std::size_t smallest;
   const char* words;
 };
-constexpr Kind kKinds[] = {{kInventoryType, 0x0F9B54CF, kStringAreaOffset + 1, "inventory blob"},
-                           {kConfigurationType, 0x2C41C4EC, kDocumentOffset + 1,
-                            "configuration blob"},
-                           {kEndType, 0x36912F26, kEndBlobSize, "end blob"}};
+constexpr Kind kKinds[] = {
+    {kInventoryType, 0x0F9B54CF, kStringAreaOffset + 1, "inventory blob"},
+    {kConfigurationType, 0x2C41C4EC, kDocumentOffset + 1, "configuration blob"},
+    {kEndType, 0x36912F26, kEndBlobSize, "end blob"}};
 
 const Kind* FindKind(uint32_t type) {
   for (const Kind& kind : kKinds) {
@@ -69,8 +69,9 @@ Blob BlobAt(std::string_view file, std::size_t offset) {
     throw DataError(offset + 4, fmt::format("there is no blob of type {}", blob.type));
   }
   if (blob.cookie != kind->cookie) {
-    throw DataError(offset + 8, fmt::format("the cookie of a blob of type {} is 0x{:08X}, not 0x{:08X}",
-                                            blob.type, kind->cookie, blob.cookie));
+    throw DataError(offset + 8,
+                    fmt::format("the cookie of a blob of type {} is 0x{:08X}, not 0x{:08X}",
+                                blob.type, kind->cookie, blob.cookie));
   }
   if (size < kind->smallest) {
     throw DataError(offset + 12, fmt::format("the {} states {} bytes, and has at least {}",

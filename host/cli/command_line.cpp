@@ -28,6 +28,15 @@ constexpr char kFooter[] =
     "Exit status of every command: 0 nothing was found; 1 something was found; 2 it could not be\n"
     "done.";
 
+// Options without the names of the options that they exclude or need.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = option->get_type_name();
+    return type.empty() ? "" : " " + type;
+  }
+};
+
 }  // namespace
 
 CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
@@ -40,6 +49,7 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
 
 int RunCommandLine(int argc, const char* const* argv, Console& console) {
   CLI::App app(kSummary, "tvq");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(1);
   app.footer(kFooter);
   Commands commands(app);

@@ -23,8 +23,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr CommandText kText = {
-    "decode",
-    "Takes the blobs of a device apart, as an agent stored them",
+    "decode", "Takes the blobs of a device apart, as an agent stored them",
     "Reads blobs that stand one behind the other, as in the .tvq files that the agent saves:\n"
     "headers, flags, string references and the document. Data that is damaged gets a message with\n"
     "the offset in the file and the reason; what stands before it is printed.",
@@ -64,8 +63,7 @@ std::string InventoryText(const InventoryBlob& inventory) {
 std::string ToText(const Decoded& decoded, const Terminal& terminal) {
   const Blob& blob = decoded.blob;
   std::string text =
-      Painted(terminal, Ink::kBold,
-              fmt::format("0x{:04X}: {}", blob.offset, blob.TypeInWords())) +
+      Painted(terminal, Ink::kBold, fmt::format("0x{:04X}: {}", blob.offset, blob.TypeInWords())) +
       fmt::format("\n  revision {}, type {}, cookie 0x{:08X}, {} bytes\n", blob.revision, blob.type,
                   blob.cookie, blob.bytes.size());
   if (decoded.inventory) {
@@ -82,7 +80,8 @@ std::string ToText(const Decoded& decoded, const Terminal& terminal) {
 Json ToJson(const InventoryBlob& inventory) {
   Json texts = Json::array();
   for (const BlobText& one : inventory.texts) {
-    texts.push_back({{"field", one.field}, {"offset", one.offset}, {"text", Utf8OfBytes(one.text)}});
+    texts.push_back(
+        {{"field", one.field}, {"offset", one.offset}, {"text", Utf8OfBytes(one.text)}});
   }
   return {{"flags", inventory.flags},
           {"productId", inventory.hasProductId ? Json(inventory.productId) : Json()},
@@ -92,12 +91,9 @@ Json ToJson(const InventoryBlob& inventory) {
 
 Json ToJson(const Decoded& decoded) {
   const Blob& blob = decoded.blob;
-  Json json = {{"offset", blob.offset},
-               {"kind", blob.TypeInWords()},
-               {"revision", blob.revision},
-               {"type", blob.type},
-               {"cookie", blob.cookie},
-               {"sizeInBytes", blob.bytes.size()}};
+  Json json = {{"offset", blob.offset},     {"kind", blob.TypeInWords()},
+               {"revision", blob.revision}, {"type", blob.type},
+               {"cookie", blob.cookie},     {"sizeInBytes", blob.bytes.size()}};
   if (decoded.inventory) {
     json["inventory"] = ToJson(*decoded.inventory);
   }

@@ -26,9 +26,9 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr CommandText kText = {
-    "diff",
-    "Compares two tables, or two saved states, device by device",
-    "BEFORE and AFTER are captured tables, '-', states (the folder that `tvq save` was given, or the\n"
+    "diff", "Compares two tables, or two saved states, device by device",
+    "BEFORE and AFTER are captured tables, '-', states (the folder that `tvq save` was given, or "
+    "the\n"
     "file in it), or one of each. The driver itself says which devices were replaced; below each\n"
     "device stand the fields of its document that changed, and, for two tables, below that the\n"
     "structures that changed. Devices in which nothing changed are only counted.",
@@ -105,9 +105,9 @@ void Run(session::Session& session, Side& side, const DiffOptions& options,
   }
   const session::Results results = RunDriver(session, ran, table, console);
   if (results.records.empty()) {
-    throw InputError(fmt::format("the driver made no record of {}", side.name),
-                     options.conform ? "`tvq show` tells why"
-                                     : "--conform makes a table fit for the driver");
+    throw InputError(
+        fmt::format("the driver made no record of {}", side.name),
+        options.conform ? "`tvq show` tells why" : "--conform makes a table fit for the driver");
   }
   if (!side.isState) {
     side.state = session.State();

@@ -23,10 +23,11 @@ constexpr std::string_view kRootAttributes =
 constexpr std::size_t kLongestName = 64;
 constexpr int kDeepest = 8;
 
-constexpr std::string_view kRepeated[] = {"ChassisInformation", "BaseBoardInformation",
-                                          "PCISlotInfo", "CacheData", "HBMData", "PMAData"};
-constexpr std::string_view kSingle[] = {"Inventory", "Identifier", "SystemInformation",
-                                        "Configuration", "cpuData", "dimmData", "BIOSData"};
+constexpr std::string_view kRepeated[] = {
+    "ChassisInformation", "BaseBoardInformation", "PCISlotInfo", "CacheData", "HBMData", "PMAData"};
+constexpr std::string_view kSingle[] = {"Inventory",     "Identifier", "SystemInformation",
+                                        "Configuration", "cpuData",    "dimmData",
+                                        "BIOSData"};
 
 template <std::size_t N>
 bool Contains(const std::string_view (&names)[N], std::string_view name) {
@@ -92,7 +93,8 @@ class Reader {
       }
     }
     if (child.name.empty() || !Skip(">")) {
-      throw DataError(start, fmt::format("an element of '{}' or its end should stand here", section));
+      throw DataError(start,
+                      fmt::format("an element of '{}' or its end should stand here", section));
     }
     child.isSection = IsSection(child.name);
     if (child.isSection) {
@@ -135,9 +137,9 @@ void Indent(const Element& element, const Terminal& terminal, std::size_t indent
 }  // namespace
 
 const Element* Element::Find(std::string_view child) const {
-  const auto found = std::find_if(children.begin(), children.end(), [child](const Element& element) {
-    return element.name == child;
-  });
+  const auto found =
+      std::find_if(children.begin(), children.end(),
+                   [child](const Element& element) { return element.name == child; });
   return found == children.end() ? nullptr : &*found;
 }
 

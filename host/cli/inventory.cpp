@@ -48,16 +48,16 @@ std::string ModuleSize(const Element& dimm) {
   if (size == kSizeIsExtended) {
     return SizeInWords((NumberOf(dimm.TextOf("ExtendedSize")) & 0x7FFFFFFF) << 20);
   }
-  return SizeInWords((size & kSizeInKilobytes) != 0 ? (size & ~kSizeInKilobytes) << 10 : size << 20);
+  return SizeInWords((size & kSizeInKilobytes) != 0 ? (size & ~kSizeInKilobytes) << 10
+                                                    : size << 20);
 }
 
 std::string CoresInWords(const Element& cpu) {
   const std::string cores = Printable(cpu.TextOf("CoreCount"));
   const std::string threads = Printable(cpu.TextOf("ThreadCount"));
-  return NumberOf(cores) == 0 ? "-"
-         : NumberOf(threads) == 0
-             ? cores + " cores"
-             : fmt::format("{} cores, {} threads", cores, threads);
+  return NumberOf(cores) == 0     ? "-"
+         : NumberOf(threads) == 0 ? cores + " cores"
+                                  : fmt::format("{} cores, {} threads", cores, threads);
 }
 
 void Describe(const Element& document, Device& device) {
@@ -91,7 +91,9 @@ void Describe(const Element& document, Device& device) {
 
 // What Describe relies on.
 void RequireSections(const Element& document, unsigned type) {
-  const char* const wanted = type == kProcessor ? "cpuData" : type == kModule ? "dimmData" : nullptr;
+  const char* const wanted = type == kProcessor ? "cpuData"
+                             : type == kModule  ? "dimmData"
+                                                : nullptr;
   const Element* const configuration = document.Find("Configuration");
   if (configuration == nullptr || (wanted != nullptr && configuration->Find(wanted) == nullptr)) {
     throw DataError(kDocumentOffset, "it is no document of this kind of device");

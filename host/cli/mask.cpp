@@ -32,21 +32,39 @@ constexpr Class kClasses[] = {{'0', '9'}, {'A', 'F'}, {'G', 'Z'},
                               {'a', 'f'}, {'g', 'z'}, {0xA1, 0xFF}};
 
 const Class* ClassOf(unsigned char character) {
-  const auto* const found =
-      std::find_if(std::begin(kClasses), std::end(kClasses), [character](const Class& one) {
-        return one.first <= character && character <= one.last;
-      });
+  const auto* const found = std::find_if(
+      std::begin(kClasses), std::end(kClasses),
+      [character](const Class& one) { return one.first <= character && character <= one.last; });
   return found == std::end(kClasses) ? nullptr : found;
 }
 
 // What firmware writes where it knows no number. Upper case and blanks do not count.
-constexpr std::string_view kPlaceholders[] = {
-    "notspecified",   "unknown",      "none",          "n/a",          "na",
-    "noserialnumber", "serialnumber", "systemserialnumber", "chassisserialnumber",
-    "baseboardserialnumber", "empty", "nodimm",        "notavailable", "notprovided",
-    "default",        "defaultstring", "0123456789",   "tobefilledbyo.e.m.", "oem", "o.e.m.",
-    "undefined",      "invalid",      "noassettag",    "noassetinformation", "assettag",
-    "notapplicable"};
+constexpr std::string_view kPlaceholders[] = {"notspecified",
+                                              "unknown",
+                                              "none",
+                                              "n/a",
+                                              "na",
+                                              "noserialnumber",
+                                              "serialnumber",
+                                              "systemserialnumber",
+                                              "chassisserialnumber",
+                                              "baseboardserialnumber",
+                                              "empty",
+                                              "nodimm",
+                                              "notavailable",
+                                              "notprovided",
+                                              "default",
+                                              "defaultstring",
+                                              "0123456789",
+                                              "tobefilledbyo.e.m.",
+                                              "oem",
+                                              "o.e.m.",
+                                              "undefined",
+                                              "invalid",
+                                              "noassettag",
+                                              "noassetinformation",
+                                              "assettag",
+                                              "notapplicable"};
 
 bool NamesNothing(std::string_view text) {
   std::string plain;
@@ -132,8 +150,7 @@ std::string Masker::Permute(std::string_view text, std::string_view context) con
   std::string masked(text);
   const std::string shape = ShapeOf(text);
   Oracle oracle(mKey, context);
-  const auto rounds =
-      kFewestRounds + kRoundsForEachCharacter * static_cast<unsigned>(text.size());
+  const auto rounds = kFewestRounds + kRoundsForEachCharacter * static_cast<unsigned>(text.size());
   for (unsigned round = 0; round < rounds; ++round) {
     std::string partner = Partner(masked, oracle.Ask('k', round, shape, text.size()));
     if ((oracle.Ask('b', round, std::max(masked, partner), 1)[0] & 1) != 0) {
@@ -164,17 +181,13 @@ std::string Masker::MaskOemString(std::string_view text) const {
     return std::string(text.substr(0, value)) + Mask(rest.substr(0, kPpinSize)) +
            (rest.size() > kPpinSize ? Mask(rest.substr(kPpinSize)) : "");
   }
-  // A tag may not come about by chance.
-  const std::size_t bracket = text.find('[');
+  // All up to the last bracket counts as a tag, so that none comes about by chance.
+  const std::size_t bracket = text.rfind('[');
   const std::size_t kept = bracket == std::string_view::npos ? 1 : bracket + 1;
   if (text.size() <= kept || NamesNothing(text)) {
     return std::string(text);
   }
-  std::string masked = std::string(text.substr(0, kept)) + Mask(text.substr(kept));
-  for (std::size_t found; (found = masked.find(kPpinTag)) != std::string::npos;) {
-    masked[found] = '2';
-  }
-  return masked;
+  return std::string(text.substr(0, kept)) + Mask(text.substr(kept));
 }
 
 std::vector<uint8_t> Masker::MaskUuid(const std::vector<uint8_t>& bytes) const {

@@ -107,9 +107,10 @@ void AddSystem(const session::Table& table, const session::Results& results,
   missing.push_back(
       {"system",
        {},
-       count == 1 ? "the structure of type 1 has no product name"
-                  : fmt::format("there are {} structures of type 1, where the driver wants exactly one",
-                                count)});
+       count == 1
+           ? "the structure of type 1 has no product name"
+           : fmt::format("there are {} structures of type 1, where the driver wants exactly one",
+                         count)});
 }
 
 std::string WhyNotStarted(const session::Table& table, const session::Results& results) {

@@ -20,8 +20,7 @@ namespace tvq::cli {
 namespace {
 
 constexpr CommandText kText = {
-    "show",
-    "Shows what a machine looks like to the driver",
+    "show", "Shows what a machine looks like to the driver",
     "An overview of the devices, the system and the attributes; which devices get no record, why,\n"
     "and what --conform would change. With a DEVICE, an FQDD or a name such as \"DIMM A1\": that\n"
     "device alone, with its whole document. An argument that is '-' or names a file is the table;\n"
@@ -62,17 +61,16 @@ void TakeArguments(ShowOptions& options) {
 }
 
 const Device& FindDevice(const Overview& overview, const ShowOptions& options) {
-  const auto found = std::find_if(overview.devices.begin(), overview.devices.end(),
-                                  [&options](const Device& device) {
-                                    return device.fqdd == options.device ||
-                                           device.name == options.device;
-                                  });
+  const auto found = std::find_if(
+      overview.devices.begin(), overview.devices.end(), [&options](const Device& device) {
+        return device.fqdd == options.device || device.name == options.device;
+      });
   if (found == overview.devices.end()) {
-    throw InputError(
-        fmt::format("there is neither a device nor a file named '{}'", options.device),
-        overview.devices.empty() ? "the driver made no record; `tvq show` tells why"
-                                 : fmt::format("the first device is '{}'; `tvq show` lists them all",
-                                               overview.devices.front().fqdd));
+    throw InputError(fmt::format("there is neither a device nor a file named '{}'", options.device),
+                     overview.devices.empty()
+                         ? "the driver made no record; `tvq show` tells why"
+                         : fmt::format("the first device is '{}'; `tvq show` lists them all",
+                                       overview.devices.front().fqdd));
   }
   return *found;
 }

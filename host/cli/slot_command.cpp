@@ -18,9 +18,9 @@ namespace tvq::cli {
 namespace {
 
 constexpr CommandText kText = {
-    "slot",
-    "Asks the driver which slot is at a PCI address",
-    "Asks the attribute \"SMBIOSPCISlotInfo\" of \"zorv.smbios.pci\", with --id \"SMBIOSSLOTID\", as a\n"
+    "slot", "Asks the driver which slot is at a PCI address",
+    "Asks the attribute \"SMBIOSPCISlotInfo\" of \"zorv.smbios.pci\", with --id \"SMBIOSSLOTID\", "
+    "as a\n"
     "platform would, and prints the answer. BUS, DEVICE and FUNCTION are hexadecimal, as lspci\n"
     "prints them. The driver packs device and function into one byte as DEVICE * 4 + FUNCTION and\n"
     "compares that byte with the table's. It counts structures in 8 bits, so that in a table of\n"
@@ -78,9 +78,9 @@ std::string InWords(const session::SlotAnswer& answer, const SlotOptions& option
     return fmt::format("{}: onboard device, reference designation string {}\n", options.address,
                        answer.slotId);
   }
-  return fmt::format("{}: slot ID 0x{:04X}, type 0x{:02X}, length 0x{:02X}, data bus width 0x{:02X}\n",
-                     options.address, answer.slotId, answer.slotType, answer.slotLength,
-                     answer.dataBusWidth);
+  return fmt::format(
+      "{}: slot ID 0x{:04X}, type 0x{:02X}, length 0x{:02X}, data bus width 0x{:02X}\n",
+      options.address, answer.slotId, answer.slotType, answer.slotLength, answer.dataBusWidth);
 }
 
 nlohmann::ordered_json ToJson(const session::SlotAnswer& answer, const SlotOptions& options) {

@@ -33,7 +33,8 @@ constexpr CommandText kVerifyText = {
     "verify", "Compares every device with the saved state",
     "Runs the driver on an SMBIOS table and has it compare every device with the saved state: "
     "same,\n"
-    "replaced, new, moved, gone, or why it could not be compared. With --redact the state has to be\n"
+    "replaced, new, moved, gone, or why it could not be compared. With --redact the state has to "
+    "be\n"
     "one that was saved with --redact.",
     "  sudo tvq verify /var/lib/tvq\n"
     "  tvq verify before --from-dump dump.bin --conform\n",

@@ -26,7 +26,7 @@ constexpr const char* kUsage[] = {nullptr,     "other",  "unknown",
 constexpr const char* kWidth[] = {nullptr,  "other",  "unknown", "8 bit", "16 bit",
                                   "32 bit", "64 bit", "128 bit", "x1",    "x2",
                                   "x4",     "x8",     "x12",     "x16",   "x32"};
-constexpr const char* kErrorCorrection[] = {nullptr,  "other",         "unknown",       "none",
+constexpr const char* kErrorCorrection[] = {nullptr,  "other",          "unknown",       "none",
                                             "parity", "single-bit ECC", "multi-bit ECC", "CRC"};
 
 // Memory array capacities are in KB; this one says to look at the extended field (SMBIOS 7.17).
@@ -57,9 +57,9 @@ std::string Titled(const char* title, const std::string& value) {
 
 std::string AddressOf(const Element& slot) {
   const uint64_t address = NumberOf(slot.TextOf("BDF"), 16);
-  return address == kNoAddress ? "-"
-                               : fmt::format("{:02x}:{:02x}.{}", address >> 8, address >> 3 & 0x1F,
-                                             address & 7);
+  return address == kNoAddress
+             ? "-"
+             : fmt::format("{:02x}:{:02x}.{}", address >> 8, address >> 3 & 0x1F, address & 7);
 }
 
 std::string SlotsText(const Element* identifier, const Terminal& terminal) {

@@ -93,10 +93,9 @@ std::string TextTable::Render(const Terminal& terminal, std::size_t indent) cons
   std::vector<Column> columns = Columns();
   if (terminal.width != 0) {
     const auto lineWidth = [&] {
-      return std::accumulate(columns.begin(), columns.end(), indent,
-                             [](std::size_t sum, const Column& column) {
-                               return sum + column.width + kGap;
-                             }) -
+      return std::accumulate(
+                 columns.begin(), columns.end(), indent,
+                 [](std::size_t sum, const Column& column) { return sum + column.width + kGap; }) -
              kGap;
     };
     while (!columns.empty() && lineWidth() > terminal.width) {

@@ -137,9 +137,9 @@ struct SlotQuery {
 struct SlotAnswer {
   std::string status;
   bool isFound = false;
-  bool neverEnds = false;     // on firmware, the search would not have come back
-  bool endsAtSlot = false;    // nothing was found, and a system slot ended the search
-  unsigned slotId = 0;        // of an onboard device, the number of its name's string
+  bool neverEnds = false;   // on firmware, the search would not have come back
+  bool endsAtSlot = false;  // nothing was found, and a system slot ended the search
+  unsigned slotId = 0;      // of an onboard device, the number of its name's string
   bool isOnboard = false;
   unsigned slotType = 0;
   unsigned slotLength = 0;

@@ -61,9 +61,9 @@ DeviceKind KindOf(const TableStructure& structure) {
   if (tvqplatform::IsModule(structure)) {
     return DeviceKind::kModule;
   }
-  return tvqplatform::IsHbm(structure)                  ? DeviceKind::kHbm
+  return tvqplatform::IsHbm(structure)      ? DeviceKind::kHbm
          : structure.Word(kMemorySize) == 0 ? DeviceKind::kEmptySlot
-                                                        : DeviceKind::kLogicalModule;
+                                            : DeviceKind::kLogicalModule;
 }
 
 TableDevice ToDevice(const Table& table, const TableStructure& structure) {

@@ -36,15 +36,13 @@ TEST_F(CliSlot, FindsASlot) {
   table.Add(test::Slot{.slotType = 0xC3, .id = 0x12, .bus = 0x3B, .devFn = 0x06});
   const Outcome answer = Ask(table, {"3b:01.2"});
   EXPECT_EQ(answer.status, 0) << answer.diagnostics;
-  EXPECT_EQ(answer.out,
-            "3b:01.2: slot ID 0x0012, type 0xC3, length 0x04, data bus width 0x0D\n");
+  EXPECT_EQ(answer.out, "3b:01.2: slot ID 0x0012, type 0xC3, length 0x04, data bus width 0x0D\n");
 }
 
 TEST_F(CliSlot, FindsAnOnboardDeviceWithBothAttributes) {
   Table table = WithNames();
   table.Add(test::OnboardDevice{.bus = 0x3B, .devFn = 0x06});
-  EXPECT_EQ(Ask(table, {"3b:1.2"}).out,
-            "3b:1.2: onboard device, reference designation string 1\n");
+  EXPECT_EQ(Ask(table, {"3b:1.2"}).out, "3b:1.2: onboard device, reference designation string 1\n");
   EXPECT_EQ(Ask(table, {"3b:1.2", "--id"}).status, 0);
 }
 
