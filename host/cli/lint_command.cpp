@@ -203,11 +203,11 @@ void AddLint(Commands& commands) {
   app.add_option("--enable", options->enable, "Look for what this rule is about, too")
       ->type_name("RULE")
       ->delimiter(',')
-      ->expected(1);
+      ->allow_extra_args(false);
   app.add_option("--disable", options->disable, "Leave a rule out; --enable counts more")
       ->type_name("RULE")
       ->delimiter(',')
-      ->expected(1);
+      ->allow_extra_args(false);
   AddChoice<lint::Severity>(app, "--fail-on", options->failOn,
                             {{"error", lint::Severity::kError},
                              {"warning", lint::Severity::kWarning},
