@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 #? Change the driver one operator, constant or status at a time, and see whether the unit tests tell
 #?
-#? usage: ./dev mutate [--json FILE] [-v] [SOURCE...]
+#? usage: ./dev mutate [--tests REGEX] [--json FILE] [-v] [SOURCE...]
 #?
-#?   SOURCE       change these files alone, as src/smbios/fqdd.cpp (default: all of the driver)
-#?   --json FILE  write what became of every mutant there as well
-#?   -v           show the output of the tools while they build
+#?   SOURCE         change these files alone, as src/smbios/fqdd.cpp (default: all of the driver)
+#?   --tests REGEX  only the test programs whose names match
+#?   --json FILE    write what became of every mutant there as well
+#?   -v             show the output of the tools while they build
 #?
 #? The driver is built once with all changes in it; a number switches one on. Each mutant runs the tests that reach it, in
 #? a process of its own, until one fails. Those that survive are listed, but for the changes that are none by
@@ -23,7 +24,12 @@ while (($#)); do
     -v) VERBOSE=1 ;;
     --json)
       [[ -n "${2:-}" ]] || UsageError "mutate: --json takes a file"
-      options=(--json "$2")
+      options+=(--json "$2")
+      shift
+      ;;
+    --tests)
+      [[ -n "${2:-}" ]] || UsageError "mutate: --tests takes a regular expression"
+      options+=(--tests "$2")
       shift
       ;;
     -*) UsageError "mutate: unknown argument '$1'; ./dev help mutate tells more" ;;
@@ -46,4 +52,4 @@ EnsureSetup
 InstallPackages clang-14 python3-clang-14
 Step "Changing the driver" mutate-change ChangeDriver
 BuildHost mutate tvq_driver_tests -DCMAKE_BUILD_TYPE=Debug "-DTVQ_MUTATION=$DRIVER"
-Mutate run "$ROOT" "$DRIVER" "$BUILD/mutate" --jobs "$JOBS" "${options[@]}" "${sources[@]}"
+Mutate run "$ROOT" "$DRIVER" "$BUILD/mutate" "${sources[@]}" --jobs "$JOBS" "${options[@]}"

@@ -2,7 +2,7 @@
 """Changes the driver one operator, constant or status at a time, and runs the tests that reach the change.
 
 usage: mutate.py write ROOT PLAIN-BUILD TREE      writes the driver with all changes in it, and mutants.json
-       mutate.py run ROOT TREE BUILD [--jobs N] [--json FILE] [SOURCE...]
+       mutate.py run ROOT TREE BUILD [SOURCE...] [--jobs N] [--tests REGEX] [--json FILE]
                                                   runs the test programs that BUILD made of it
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
@@ -12,6 +12,7 @@ import argparse
 import dataclasses
 import json
 import pathlib
+import re
 import sys
 import time
 
@@ -66,10 +67,11 @@ class Run:
 
 def run(arguments):
     mutants = read_mutants(arguments.tree, arguments.sources)
-    scratch = arguments.build / "mutation"
+    scratch = arguments.build.resolve() / "mutation"
     scratch.mkdir(exist_ok=True)
     listed = (arguments.build / "driver_tests.txt").read_text(encoding="utf-8").split()
-    all_programs = [programs.Program(path, scratch) for path in listed]
+    all_programs = [programs.Program(path, scratch) for path in listed
+                    if re.search(arguments.tests, pathlib.Path(path).name)]
     for program in all_programs:
         program.reach()
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
@@ -97,6 +99,7 @@ def main():
     for name in ("root", "tree", "build"):
         action.add_argument(name, type=pathlib.Path)
     action.add_argument("--jobs", type=int, default=1)
+    action.add_argument("--tests", default="")
     action.add_argument("--json", type=pathlib.Path)
     action.add_argument("sources", nargs="*")
     action.set_defaults(action=run)

@@ -266,7 +266,8 @@ class Schema:
         if name.startswith("EFI_") and self._is_status(name):
             others = ["EFI_CRC_ERROR"] + ([] if name == "EFI_SUCCESS" else ["EFI_SUCCESS"])
             return self._choice(cursor, name, others)
-        if self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
+        # The number of a source line means nothing.
+        if name != "__LINE__" and self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
             return self._changed_constant(cursor, self._text(cursor))
         return None
 
