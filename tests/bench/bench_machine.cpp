@@ -71,7 +71,7 @@ struct BenchMachine::Impl {
                                                &count, &found))) {
       return {};
     }
-    const std::vector<EFI_HANDLE> handles(found, found + count);
+    std::vector<EFI_HANDLE> handles(found, found + count);
     services->FreePool(found);
     return handles;
   }

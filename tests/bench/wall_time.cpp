@@ -53,7 +53,7 @@ class Started {
 
 void Start(benchmark::State& state) {
   Stopwatch watch;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const Started started(watch);
     state.SetIterationTime(watch.TakeSeconds());
   }
@@ -62,7 +62,7 @@ BENCHMARK(Start)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 void GetFirst(benchmark::State& state) {
   Stopwatch watch;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Started started(watch);
     watch.TakeSeconds();
     started.machine.GetAll(watch.AsMeter());
@@ -76,7 +76,7 @@ void GetAgain(benchmark::State& state) {
   Started started(watch);
   started.machine.GetAll(watch.AsMeter());
   watch.TakeSeconds();
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     started.machine.GetAll(watch.AsMeter());
     state.SetIterationTime(watch.TakeSeconds());
   }
@@ -88,7 +88,7 @@ void Verify(benchmark::State& state) {
   Started started(watch);
   started.machine.GetAll(watch.AsMeter());
   watch.TakeSeconds();
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     started.machine.VerifyAll(watch.AsMeter());
     state.SetIterationTime(watch.TakeSeconds());
   }
