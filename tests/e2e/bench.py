@@ -65,10 +65,10 @@ class Machine:
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
-    def boot(self, table, *words, script=()):
-        """The agent's report; without one the test ends. With a script, the shell runs that in place of the agent."""
+    def described(self, table, *words, script=()):
+        """One boot. With a script, the shell runs that in place of the agent."""
         guest = guest_of(self.options)
-        boot = boot_qemu.Boot(
+        return boot_qemu.Boot(
             images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
             out=self.out,
             guest=guest,
@@ -77,8 +77,11 @@ class Machine:
             script=script,
             timeout=TIMEOUT,
         )
+
+    def boot(self, table, *words, script=()):
+        """The agent's report; without one the test ends."""
         try:
-            return boot_qemu.run(boot)
+            return boot_qemu.run(self.described(table, *words, script=script))
         except boot_qemu.BootFailure as failure:
             sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
 

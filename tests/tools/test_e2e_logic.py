@@ -8,6 +8,7 @@ import tempfile
 import unittest
 
 import scripts  # noqa: F401
+import guard_test
 import run_test
 import shell_test
 
@@ -128,6 +129,23 @@ class RunsInTheShell(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             found = list(shell_test.problems((self.RUN,), pathlib.Path(folder)))
         self.assertTrue(found[0].startswith("step 1, Run 'stop': the report ends with ''"), found)
+
+
+class Guards(unittest.TestCase):
+    STOPPED = "the firmware stopped with a processor exception"
+    BEHIND = "TvqRig: reading the byte behind a block of pool\n"
+
+    def test_guarded_firmware_stops_at_its_guard(self):
+        self.assertEqual(list(guard_test.problems("tail", self.STOPPED, self.BEHIND)), [])
+
+    def test_guarded_firmware_that_goes_on_is_a_problem(self):
+        serial = self.BEHIND + "TvqRig: it is 0xAF\nTvqRig: outside : Success\n"
+        self.assertEqual(len(list(guard_test.problems("tail", None, serial))), 2)
+        self.assertEqual(list(guard_test.problems(None, None, serial)), [])
+
+    def test_firmware_that_stops_elsewhere_is_a_problem(self):
+        self.assertEqual(len(list(guard_test.problems("head", self.STOPPED, self.BEHIND))), 1)
+        self.assertEqual(len(list(guard_test.problems("tail", self.STOPPED, ""))), 1)
 
 
 if __name__ == "__main__":

@@ -57,11 +57,15 @@ EFI_STATUS Obey(const CHAR8* command, const CHAR8* argument) {
   if (AsciiStrCmp(command, "move") == 0) {
     return MoveTable();
   }
+  if (AsciiStrCmp(command, "outside") == 0) {
+    return ReadOutside();
+  }
   AsciiPrint(
       "usage: TvqRig without PART    takes a part of the platform away\n"
       "       TvqRig with PART       puts it back\n"
       "       TvqRig names           adds an SMBIOS structure of type 225\n"
       "       TvqRig move            adds SMBIOS structures until the table moves\n"
+      "       TvqRig outside         reads bytes outside a block of pool\n"
       "parts:");
   ShowParts();
   AsciiPrint("\n");

@@ -29,6 +29,9 @@ EFI_STATUS AddNames();
 /// that whoever reads the former table is found out. Says from where to where it moved.
 EFI_STATUS MoveTable();
 
+/// Reads a byte outside a block of pool at either end. Firmware with a heap guard stops at one of them.
+EFI_STATUS ReadOutside();
+
 }  // namespace tvqplatform
 
 #endif
