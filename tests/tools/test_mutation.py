@@ -101,8 +101,8 @@ class Tests(unittest.TestCase):
         return program
 
     def test_only_those_that_reach_a_mutant_run_with_it(self):
-        self.assertEqual(self.program().line_for(mutant(2)), "2 8 A.Two\n")
-        self.assertEqual(self.program().line_for(mutant(1)), "1 10 A.One:A.Two\n")
+        self.assertEqual(self.program().line_for(mutant(2)), "2 7 A.Two\n")
+        self.assertEqual(self.program().line_for(mutant(1)), "1 9 A.One:A.Two\n")
         self.assertIsNone(self.program().line_for(mutant(3)))
 
 

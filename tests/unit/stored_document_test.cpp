@@ -4,6 +4,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <cstring>
+
 #include "tests/unit/support/verification_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/cpu_dimm.h"
@@ -355,6 +357,23 @@ TEST_F(StoredDocument, SkipsElementsWithoutANameWhenItLooksForTheCoreCount) {
   mParser.tree = &root;
   EXPECT_EQ(ReadCpu(""), EFI_SUCCESS);
   EXPECT_EQ(mCpu->CoreCount, 6);
+}
+
+TEST_F(StoredDocument, IsGivenUpWhenTheCoreCountIsFoundButThenRefused) {
+  // A comparison that changes its mind: the helper that reads the element compares its name again.
+  static int comparisons;
+  comparisons = 0;
+  mRig.platform.library.AsciiStrCmp = [](const CHAR8* first, const CHAR8* second) EFIAPI -> INTN {
+    const bool isCoreCount =
+        std::strcmp(first, "CoreCount") == 0 && std::strcmp(second, first) == 0;
+    comparisons += isCoreCount ? 1 : 0;
+    return isCoreCount && comparisons == 2 ? 1 : std::strcmp(first, second);
+  };
+  EnableAssertions(false);
+  EXPECT_EQ(ReadCpu(CpuDocument("N", "4")), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mCpu, nullptr);
+  EXPECT_EQ(TakeLog().back(), "ParseCPUXMLBlob: error parsing CoreCount");
+  EXPECT_EQ(mParser.freed, 1u);
 }
 
 TEST_F(StoredDocument, NeedsTheLayoutOfAProcessor) {

@@ -61,7 +61,7 @@ class Program:
         if not tests:
             return None
         # An endless loop shows by taking several times as long as the tests do.
-        limit = 2 + int(4 * sum(test.seconds for test in tests))
+        limit = 1 + int(4 * sum(test.seconds for test in tests))
         return f"{mutant.number} {limit} {':'.join(test.name for test in tests)}\n"
 
 

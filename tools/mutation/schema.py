@@ -208,22 +208,20 @@ class Schema:
         inner = self._extent(child)
         prefix = self._source[start:inner[0]].decode().rstrip("( \n")
         operator = prefix or self._source[inner[1]:end].decode().lstrip(") \n")
+        if operator not in ("!", "++", "--"):
+            return self._splice(cursor, self._rewrite)
         text = self._rewrite(child) or self._text(child)
         if operator == "!":
             point = self._point()
             number = self._mutant(cursor, point, f"!{self._short(child)} -> {self._short(child)}")
             return self._expression(point, f"const bool tvqC = static_cast<bool>({text});",
                                     f"{self._is(number)} ? tvqC : !tvqC")
-        if operator in ("++", "--"):
-            point = self._point()
-            other = _OPERATORS[operator][0]
-            number = self._mutant(cursor, point, f"{self._short(cursor)} -> {self._short(cursor).replace(operator, other)}")
-            forms = [f"{sign}{text}" if prefix else f"{text}{sign}" for sign in (other, operator)]
-            # No statement in braces: what the prefix form yields may be assigned to.
-            return f"(gTvqHostReached[{point}] = 1, {self._is(number)} ? {forms[0]} : {forms[1]})"
-        if operator == "&" and child.kind == K.DECL_REF_EXPR:
-            return None
-        return self._splice(cursor, self._rewrite)
+        point = self._point()
+        other = _OPERATORS[operator][0]
+        number = self._mutant(cursor, point, f"{self._short(cursor)} -> {self._short(cursor).replace(operator, other)}")
+        forms = [f"{sign}{text}" if prefix else f"{text}{sign}" for sign in (other, operator)]
+        # No statement in braces: what the prefix form yields may be assigned to.
+        return f"(gTvqHostReached[{point}] = 1, {self._is(number)} ? {forms[0]} : {forms[1]})"
 
     # Constants.
 

@@ -55,9 +55,7 @@ void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
   node->ComponentID = componentId;
   node->ProductID = productId;
   node->Next = nullptr;
-  if (EFI_ERROR(AddTypeE2toList(root, node))) {
-    kMakeLog("Failed to add Node to List AddTypeE2toList\n");
-  }
+  (void)AddTypeE2toList(root, node);  // Refuses nothing but a null node.
 }
 
 }  // namespace
