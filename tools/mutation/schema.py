@@ -209,7 +209,9 @@ class Schema:
         prefix = self._source[start:inner[0]].decode().rstrip("( \n")
         operator = prefix or self._source[inner[1]:end].decode().lstrip(") \n")
         if operator not in ("!", "++", "--"):
-            return self._splice(cursor, self._rewrite)
+            # The address of a constant is no constant.
+            address = operator == "&" and child.kind == K.DECL_REF_EXPR
+            return None if address else self._splice(cursor, self._rewrite)
         text = self._rewrite(child) or self._text(child)
         if operator == "!":
             point = self._point()
