@@ -72,10 +72,8 @@ bool IsControl(char byte) {
   return static_cast<unsigned char>(byte) < 0x20 && byte != '\t' && byte != '\n';
 }
 
-std::string Quoted(const Report& report, const DocumentText& text) {
-  return fmt::format("{} in {}",
-                     text.isIdentity ? report.QuoteIdentity(text.kept) : report.Quote(text.kept),
-                     text.element);
+std::string Quoted(const DocumentText& text) {
+  return fmt::format("{} in {}", Quote(text.kept), text.element);
 }
 
 void CheckMarkup(const Subject& subject, Report& report) {
@@ -84,7 +82,7 @@ void CheckMarkup(const Subject& subject, Report& report) {
     if (at != std::string::npos) {
       report.At(
           *text.structure,
-          fmt::format("{} has '{}', which is written as it is: {}", Quoted(report, text),
+          fmt::format("{} has '{}', which is written as it is: {}", Quoted(text),
                       text.kept[at] == ']' ? "]]>" : text.kept.substr(at, 1), Unreadable(text)),
           "leave the character out of the text");
     }
@@ -96,7 +94,7 @@ void CheckControl(const Subject& subject, Report& report) {
     const auto found = std::find_if(text.kept.begin(), text.kept.end(), IsControl);
     if (found != text.kept.end()) {
       report.At(*text.structure,
-                fmt::format("{} has the control character {:02X}h: {}", Quoted(report, text),
+                fmt::format("{} has the control character {:02X}h: {}", Quoted(text),
                             static_cast<unsigned char>(*found),
                             *found == '\r' ? "XML readers make a line feed of it, and the text no "
                                              "longer is the same"
@@ -110,7 +108,7 @@ void CheckEncoding(const Subject& subject, Report& report) {
   for (const DocumentText& text : DocumentTexts(subject)) {
     if (!IsUtf8(text.kept)) {
       report.At(*text.structure,
-                fmt::format("{} is not UTF-8{}: {}", Quoted(report, text),
+                fmt::format("{} is not UTF-8{}: {}", Quoted(text),
                             IsUtf8(text.whole) ? " any more, as a character is cut in two" : "",
                             Unreadable(text)),
                 "use ASCII");
@@ -124,7 +122,7 @@ void CheckAscii(const Subject& subject, Report& report) {
       report.At(*text.structure,
                 fmt::format("{} has bytes above 7Fh: the document is read well, while the "
                             "record's 16-bit texts have other characters",
-                            Quoted(report, text)),
+                            Quoted(text)),
                 "use ASCII");
     }
   }

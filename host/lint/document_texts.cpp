@@ -25,7 +25,6 @@ struct Source {
   std::size_t offset;
   std::string_view element;
   std::size_t limit = kUsualLimit;
-  bool isIdentity = false;
   Cut cut = Cut::kNone;
 };
 
@@ -34,19 +33,19 @@ constexpr Source kSources[] = {
     {kBios, bios::kReleaseDate, "BIOSReleaseDate"},
     {kSystem, system::kProduct, "ProductName"},
     {kSystem, system::kManufacturer, "Manufacturer"},
-    {kSystem, system::kSerial, "ServiceTag", kUsualLimit, true},
+    {kSystem, system::kSerial, "ServiceTag"},
     {kBoard, board::kLocation, "LocationInChassis"},
     {kChassis, chassis::kManufacturer, "Manufacturer"},
-    {kChassis, chassis::kSerial, "ServiceTag", kUsualLimit, true},
-    {kChassis, chassis::kAssetTag, "AssetTag", kUsualLimit, true},
+    {kChassis, chassis::kSerial, "ServiceTag"},
+    {kChassis, chassis::kAssetTag, "AssetTag"},
     {kSlot, slot::kDesignation, "Desig"},
-    {kProcessor, processor::kVersion, "MarketingName", kUsualLimit, false, Cut::kTrimmed},
+    {kProcessor, processor::kVersion, "MarketingName", kUsualLimit, Cut::kTrimmed},
     {kProcessor, processor::kManufacturer, "ProcessorManufacturer"},
-    {kMemoryDevice, memory::kSerial, "WWN", 14, true},
+    {kMemoryDevice, memory::kSerial, "WWN", 14},
     {kMemoryDevice, memory::kManufacturer, "Manufacturer"},
     {kMemoryDevice, memory::kBank, "BankLocator"},
-    {kMemoryDevice, memory::kAssetTag, "AssetTag", kUsualLimit, true},
-    {kMemoryDevice, memory::kPartNumber, "PartNumber", kUnlimited, false, Cut::kFirstWord},
+    {kMemoryDevice, memory::kAssetTag, "AssetTag"},
+    {kMemoryDevice, memory::kPartNumber, "PartNumber", kUnlimited, Cut::kFirstWord},
     {kDimmExtension, extension::kFirmwareVersion, "FirmwareVersion", 31},
 };
 
@@ -80,17 +79,17 @@ std::vector<DocumentText> DocumentTexts(const Subject& subject) {
   for (const Source& source : kSources) {
     for (const Structure* structure : Written(subject, source.type)) {
       const std::string_view whole = structure->TextOrEmpty(source.offset);
-      texts.push_back({structure, source.element, whole, Keep(source, whole), source.isIdentity});
+      texts.push_back({structure, source.element, whole, Keep(source, whole)});
     }
   }
   for (const Structure* module : subject.Modules()) {
-    texts.push_back({module, "DIMMLocation", module->TextOrEmpty(memory::kLocator),
-                     KeyText(KeyOf(*module)), false});
+    texts.push_back(
+        {module, "DIMMLocation", module->TextOrEmpty(memory::kLocator), KeyText(KeyOf(*module))});
   }
   for (const Structure* cpu : subject.Processors()) {
     const auto digit = static_cast<char>('0' + SocketNumber(*cpu));
     texts.push_back({cpu, "CPULocation", cpu->TextOrEmpty(processor::kSocket),
-                     digit == '\0' ? "CPU" : std::string("CPU") + digit, false});
+                     digit == '\0' ? "CPU" : std::string("CPU") + digit});
   }
   return texts;
 }

@@ -18,7 +18,6 @@ struct DocumentText {
   std::string_view element;
   std::string_view whole;  // in the table
   std::string kept;        // in the document
-  bool isIdentity;         // it tells machines apart
 };
 
 std::vector<DocumentText> DocumentTexts(const Subject& subject);

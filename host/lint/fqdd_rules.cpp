@@ -62,7 +62,7 @@ void CheckStructure(const Subject& subject, Report& report) {
                 fmt::format("group {} is for {}, which no structure has: no device gets the FQDD "
                             "{}",
                             group.position, HandleName(group.handle),
-                            report.Quote(group.map->String(group.stringNumber).value_or(""))),
+                            Quote(group.map->String(group.stringNumber).value_or(""))),
                 "name the handle of a processor or a memory device");
     }
   }
@@ -90,11 +90,11 @@ void CheckLong(const Subject& subject, Report& report) {
   for (const FqddGroup& group : FqddGroups(subject)) {
     const std::string_view fqdd = group.map->String(group.stringNumber).value_or("");
     if (fqdd.size() > kFqddLength) {
-      report.At(*group.map,
-                fmt::format("the FQDD {} has {} characters: the entry of {} hands out {}",
-                            report.Quote(fqdd), fqdd.size(), HandleName(group.handle),
-                            report.Quote(fqdd.substr(0, kFqddLength))),
-                fmt::format("use up to {} characters", kFqddLength));
+      report.At(
+          *group.map,
+          fmt::format("the FQDD {} has {} characters: the entry of {} hands out {}", Quote(fqdd),
+                      fqdd.size(), HandleName(group.handle), Quote(fqdd.substr(0, kFqddLength))),
+          fmt::format("use up to {} characters", kFqddLength));
     }
   }
 }
@@ -109,7 +109,7 @@ void CheckClash(const Subject& subject, Report& report) {
     if (!isNew) {
       report.At(*named.device,
                 fmt::format("its FQDD is {}, as that of {}: an agent cannot tell the two apart",
-                            report.Quote(named.fqdd), StructureName(*owner->second)),
+                            Quote(named.fqdd), StructureName(*owner->second)),
                 fmt::format("give each device an FQDD that differs in the first {} characters",
                             kFqddLength));
     }

@@ -60,9 +60,8 @@ bool Selection::Has(const Rule& rule) const {
   return mIsSelected[static_cast<std::size_t>(found - AllRules().begin())];
 }
 
-std::vector<Finding> Examine(const Subject& subject, const Selection& selection,
-                             Redactor redactor) {
-  Report report(subject, std::move(redactor));
+std::vector<Finding> Examine(const Subject& subject, const Selection& selection) {
+  Report report(subject);
   for (const Rule* rule : AllRules()) {
     if (selection.Has(*rule)) {
       report.Begin(*rule);

@@ -38,8 +38,7 @@ class Selection {
 };
 
 // The findings in the order of their places, those about the whole table first.
-std::vector<Finding> Examine(const Subject& subject, const Selection& selection,
-                             Redactor redactor = {});
+std::vector<Finding> Examine(const Subject& subject, const Selection& selection);
 
 }  // namespace tvq::lint
 

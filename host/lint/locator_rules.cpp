@@ -30,13 +30,12 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
     const std::size_t after = subject.Modules().size() - i - 1;
     const std::string lost = isFirst ? LostRecords("modules", after) : "the same device path again";
     isFirst = false;
-    report.At(
-        module,
-        fmt::format("locator {} gives {}, as {} of {} does: {}",
-                    report.Quote(module.TextOrEmpty(memory::kLocator)), report.Quote(KeyText(key)),
-                    report.Quote(owner->second->TextOrEmpty(memory::kLocator)),
-                    HandleName(owner->second->Handle()), lost),
-        kAdvice);
+    report.At(module,
+              fmt::format("locator {} gives {}, as {} of {} does: {}",
+                          Quote(module.TextOrEmpty(memory::kLocator)), Quote(KeyText(key)),
+                          Quote(owner->second->TextOrEmpty(memory::kLocator)),
+                          HandleName(owner->second->Handle()), lost),
+              kAdvice);
   }
 }
 
@@ -48,7 +47,7 @@ void CheckLocatorPrefix(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("locator {} has \"DIMM_\" behind its start, and loses its first five "
                             "characters all the same: {} is left",
-                            report.Quote(locator), report.Quote(KeyText(KeyOf(*module)))),
+                            Quote(locator), Quote(KeyText(KeyOf(*module)))),
                 "begin the locator with \"DIMM_\", or leave it out");
     }
   }
@@ -68,7 +67,7 @@ void CheckLocatorShort(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("locator {} leaves {} to name the module, and the bytes behind it in "
                             "the table get into the device path",
-                            report.Quote(*locator), name.empty() ? "nothing" : report.Quote(name)),
+                            Quote(*locator), name.empty() ? "nothing" : Quote(name)),
                 "name the slot in two or three characters: \"A1\"");
     }
   }

@@ -75,9 +75,9 @@ bool IsPlaceholderAt(const Structure& module, std::size_t field) {
   return !module.IsTextMissing(field) && IsPlaceholder(module.TextOrEmpty(field));
 }
 
-std::string Value(const Report& report, const Structure& module, std::size_t field) {
+std::string Value(const Structure& module, std::size_t field) {
   const std::string_view text = module.TextOrEmpty(field);
-  return Trimmed(text).empty() ? "is missing or blank" : fmt::format("is {}", report.Quote(text));
+  return Trimmed(text).empty() ? "is missing or blank" : fmt::format("is {}", Quote(text));
 }
 
 void CheckSerialPlaceholder(const Subject& subject, Report& report) {
@@ -86,7 +86,7 @@ void CheckSerialPlaceholder(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("the serial number {}: a replacement by a module of the same part "
                             "number cannot be told",
-                            Value(report, *module, memory::kSerial)),
+                            Value(*module, memory::kSerial)),
                 "write the serial number of the module's SPD");
     }
   }
@@ -98,7 +98,7 @@ void CheckPartPlaceholder(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("the part number {}: a replacement can be told by the serial number "
                             "alone",
-                            Value(report, *module, memory::kPartNumber)),
+                            Value(*module, memory::kPartNumber)),
                 "write the part number of the module's SPD");
     }
   }
@@ -111,8 +111,8 @@ void CheckSerialLong(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("serial number {} has {} characters: blob and document keep the first "
                             "{}, {}",
-                            report.QuoteIdentity(serial), serial.size(), kSerialLength,
-                            report.QuoteIdentity(serial.substr(0, kSerialLength))),
+                            Quote(serial), serial.size(), kSerialLength,
+                            Quote(serial.substr(0, kSerialLength))),
                 fmt::format("write serial numbers of up to {} characters", kSerialLength));
     }
   }
@@ -130,8 +130,7 @@ void CheckSerialAlike(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("serial number {} and that of {} are alike in their first {} "
                             "characters: an exchange of the two cannot be told",
-                            report.QuoteIdentity(serial), HandleName(owner->second->Handle()),
-                            kSerialLength),
+                            Quote(serial), HandleName(owner->second->Handle()), kSerialLength),
                 "write the serial number of each module's SPD");
     }
   }
@@ -145,7 +144,7 @@ void CheckPartBlank(const Subject& subject, Report& report) {
       report.At(*module,
                 fmt::format("part number {} has a blank inside: the document keeps {}, and only "
                             "that is compared later",
-                            report.Quote(part), report.Quote(part.substr(0, blank))),
+                            Quote(part), Quote(part.substr(0, blank))),
                 "write the part number without blanks");
     }
   }
@@ -159,7 +158,7 @@ void CheckPartLeadingBlank(const Subject& subject, Report& report) {
                 fmt::format("part number {} begins with a blank, which the document does not: "
                             "an agent that verifies before it gets the blobs is told of a "
                             "replacement on every boot",
-                            report.Quote(part)),
+                            Quote(part)),
                 "write the part number without blanks in front");
     }
   }

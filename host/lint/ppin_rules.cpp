@@ -83,9 +83,9 @@ void CheckUnread(const Subject& subject, Report& report) {
           *strings,
           fmt::format("the PPIN in {} is not read: {}. Each processor takes the next one that "
                       "is found, so {} of {} get one",
-                      report.QuoteOemString(text), ReasonUnread(*oemStrings[0], *strings, at),
-                      found.size(), subject.Processors().size()),
-          "let the first structure of type 11 begin with a string of 20 characters or more, "
+                      Quote(text), ReasonUnread(*oemStrings[0], *strings, at), found.size(),
+                      subject.Processors().size()),
+          "let the first structure of type 11 begin with a string of 21 characters or more, "
           "and the PPINs follow one upon the other");
     }
   }
@@ -104,7 +104,7 @@ void CheckLength(const Subject& subject, Report& report) {
       report.At(*oemStrings[0],
                 fmt::format("the PPIN has {} characters, and the driver takes {} bytes behind "
                             "\"17[\" as they stand: {}",
-                            length, kPpinLength, report.QuoteOemString(taken)),
+                            length, kPpinLength, Quote(taken)),
                 "write 16 characters between \"17[\" and \"]\"");
     }
   }
@@ -118,8 +118,8 @@ constexpr Rule kRules[] = {
      "wherever that falls, while the first string begins at byte 5. It passes strings without "
      "\"17[\" up to the first one that has it; from then on each processor takes the next string, "
      "and the first without \"17[\" ends it for all.",
-     "Let the structure begin with a string of 20 characters or more, so that byte 25 lies in its "
-     "last characters or behind it, and let the PPINs follow in the order of the sockets.",
+     "Let the structure begin with a string of 21 characters or more, so that byte 25 is one of "
+     "them, and let the PPINs follow in the order of the sockets.",
      "[oem-strings]\nstring = \"17[0123456789ABCDEF]\"  # begins at byte 5\n", CheckUnread},
     {"ppin-length", Severity::kWarning, kDriver, "A PPIN does not have 16 characters.",
      "The driver copies 16 bytes behind \"17[\", whatever they are: of a longer number the rest is "

@@ -42,7 +42,7 @@ void CheckSocketDigit(const Subject& subject, Report& report) {
       continue;
     }
     report.At(*cpu,
-              fmt::format("socket designation {} {}: {}", report.Quote(*designation),
+              fmt::format("socket designation {} {}: {}", Quote(*designation),
                           isLongEnough
                               ? "has no digit as its fourth character"
                               : "is shorter than four characters, so that the byte behind counts",
@@ -67,7 +67,7 @@ void CheckSocketClash(const Subject& subject, Report& report) {
     isFirst = false;
     report.At(cpu,
               fmt::format("socket designation {} gives socket {}, as {} does: {}",
-                          report.Quote(cpu.TextOrEmpty(processor::kSocket)), number,
+                          Quote(cpu.TextOrEmpty(processor::kSocket)), number,
                           HandleName(owner->second->Handle()), lost),
               "give each socket a fourth character of its own: \"CPU1\", \"CPU2\"");
   }
@@ -117,13 +117,12 @@ void CheckHbmSockets(const Subject& subject, Report& report) {
   const auto processors = subject.SeenOfType(kProcessor);
   for (std::size_t i = kHbmProcessors; i < processors.size(); ++i) {
     if ((processors[i]->Byte(processor::kStatus) & processor::kPopulated) != 0) {
-      report.At(
-          *processors[i],
-          fmt::format("it is processor {} of a table with HBM, counted from 0: the driver "
-                      "looks for {} without the number of the stack, and takes the first "
-                      "stack four times",
-                      i, report.Quote(fmt::format("CPU{}_HBMIO", i).substr(0, kPatternLength))),
-          "list processors with HBM among the first ten of type 4");
+      report.At(*processors[i],
+                fmt::format("it is processor {} of a table with HBM, counted from 0: the driver "
+                            "looks for {} without the number of the stack, and takes the first "
+                            "stack four times",
+                            i, Quote(fmt::format("CPU{}_HBMIO", i).substr(0, kPatternLength))),
+                "list processors with HBM among the first ten of type 4");
     }
   }
 }

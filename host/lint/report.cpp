@@ -32,16 +32,8 @@ void Report::OnTable(std::string message, std::string advice) {
   Add({}, std::move(message), std::move(advice));
 }
 
-std::string Report::Quote(std::string_view text) const {
+std::string Quote(std::string_view text) {
   return table::Quote(text);
-}
-
-std::string Report::QuoteIdentity(std::string_view text) const {
-  return mRedactor.identity ? table::Quote(mRedactor.identity(text)) : Quote(text);
-}
-
-std::string Report::QuoteOemString(std::string_view text) const {
-  return mRedactor.oemString ? table::Quote(mRedactor.oemString(text)) : Quote(text);
 }
 
 std::string HandleName(std::uint16_t handle) {

@@ -6,7 +6,6 @@
 #ifndef TVQ_HOST_LINT_RULE_H_
 #define TVQ_HOST_LINT_RULE_H_
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -59,17 +58,10 @@ struct Finding {
   std::string advice;   // what to change
 };
 
-// Masks texts that tell machines apart; what is not set leaves them as they are.
-struct Redactor {
-  std::function<std::string(std::string_view)> identity;   // serial numbers and tags
-  std::function<std::string(std::string_view)> oemString;  // may have a processor's number in it
-};
-
 // Takes the findings of one rule after the other.
 class Report {
  public:
-  explicit Report(const Subject& subject, Redactor redactor = {})
-      : mBase(subject.Base()), mRedactor(std::move(redactor)) {}
+  explicit Report(const Subject& subject) : mBase(subject.Base()) {}
 
   void Begin(const Rule& rule) { mRule = &rule; }
 
@@ -81,23 +73,18 @@ class Report {
   // About the whole table.
   void OnTable(std::string message, std::string advice);
 
-  // Every text of the table that a message repeats goes through one of these.
-  std::string Quote(std::string_view text) const;
-  // A serial number, a tag or another text that tells machines apart.
-  std::string QuoteIdentity(std::string_view text) const;
-  std::string QuoteOemString(std::string_view text) const;
-
   std::vector<Finding> Take() { return std::move(mFindings); }
 
  private:
   void Add(Place place, std::string message, std::string advice);
 
   std::size_t mBase;
-  Redactor mRedactor;
   const Rule* mRule = nullptr;
   std::vector<Finding> mFindings;
 };
 
+// A text of the table as messages repeat it.
+std::string Quote(std::string_view text);
 // "handle 0x0012"
 std::string HandleName(std::uint16_t handle);
 // "type 4, handle 0x0012"

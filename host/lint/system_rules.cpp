@@ -58,7 +58,7 @@ void CheckSystemName(const Subject& subject, Report& report) {
                 fmt::format("string {} begins with '9': {}. The attribute "
                             "\"SMBIOSSystemNameString\" answers Invalid Parameter, and not the "
                             "product name",
-                            i + 1, report.QuoteOemString(*text)),
+                            i + 1, Quote(*text)),
                 "put another string in its place");
       return;
     }

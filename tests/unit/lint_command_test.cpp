@@ -210,6 +210,16 @@ TEST_F(LintCommand, MeasuresTheDocumentsOfAConformedTableWhereThereAreNone) {
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("[fqdd-map-missing]"), HasSubstr("[document-size]")));
 }
 
+TEST_F(LintCommand, MasksSerialNumbersWhereAsked) {
+  const std::string file =
+      Write("a.bin", Dump(SoundWith("[memory-device like @dimm1]\nlocator = \"A2\"\n"
+                                    "serial = \"S/N 2024-11-7A2C0002\"\n")));
+  EXPECT_THAT(RunTvq({"lint", file}).out, HasSubstr("S/N 2024-11-7A2C0002"));
+  const Outcome masked = RunTvq({"lint", "--redact", "--redact-key", "key", file});
+  EXPECT_EQ(masked.status, 1);
+  EXPECT_THAT(masked.out, AllOf(HasSubstr("[serial-long]"), Not(HasSubstr("7A2C0002"))));
+}
+
 // The manual has the words of the rules. `tvq lint --explain all` prints them.
 TEST_F(LintCommand, ManualIsUpToDate) {
   const std::string manual = table::ReadText(TVQ_SOURCE_DIR "/docs/lint.md");

@@ -121,19 +121,5 @@ TEST(LintTexts, TextsAreReadAsTheDocumentHasThem) {
               Contains(HasSubstr("is not UTF-8 any more, as a character is cut in two")));
 }
 
-TEST(LintTexts, WhatTellsMachinesApartGoesThroughTheRedactor) {
-  const auto subject =
-      Subject::Read(Dump(Module("serial = \"S/N 2024-11-7A2C0002\"\n"
-                                "[oem-strings]\nstring = \"9DF3\"\n")));
-  ASSERT_TRUE(subject);
-  Redactor redactor;
-  redactor.identity = [](std::string_view text) { return std::string(text.size(), '#'); };
-  redactor.oemString = [](std::string_view text) { return std::string(text.size(), '*'); };
-  const auto lines = Lines(Examine(*subject, Selection(kDriver), redactor));
-  EXPECT_THAT(lines, ElementsAre(AllOf(HasSubstr("serial number \"####################\" has 20"),
-                                       HasSubstr("first 14, \"##############\"")),
-                                 HasSubstr("string 1 begins with '9': \"****\"")));
-}
-
 }  // namespace
 }  // namespace tvq::lint
