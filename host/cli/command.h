@@ -32,7 +32,7 @@ enum ExitStatus : int {
   kExitTrouble = 2,  // something could not be done; also wrong usage
 };
 
-// What the help and the manual say of a command. Lines are at most 80 characters.
+// What the help and the manual say of a command. Lines are at most 100 characters.
 struct CommandText {
   const char* name;
   const char* summary;   // one line without a full stop, for the list of commands

@@ -8,6 +8,7 @@ tvq_unit_test(
   unit/cli_decode_test.cpp
   unit/cli_diff_test.cpp
   unit/cli_export_test.cpp
+  unit/cli_help_test.cpp
   unit/cli_json_test.cpp
   unit/cli_redact_test.cpp
   unit/cli_show_test.cpp
