@@ -1,0 +1,132 @@
+/*
+ * From the types of the firmware to those of the standard library.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/session/convert.h"
+
+#include <cstdio>
+
+#include "TvqPlatformPkg/src/agent/show_comparison.h"
+#include "TvqPlatformPkg/src/agent/start.h"
+
+namespace tvq::session {
+namespace {
+
+template <typename T>
+Bytes CopyOfObject(const T& object) {
+  const auto* bytes = reinterpret_cast<const uint8_t*>(&object);
+  return Bytes(bytes, bytes + sizeof(object));
+}
+
+std::optional<std::u16string> WideTextIfAny(const CHAR16* text) {
+  return text == nullptr ? std::nullopt : std::optional(WideText(text));
+}
+
+std::optional<std::string> TextIfAny(const CHAR8* text) {
+  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+}  // namespace
+
+std::string InWords(EFI_STATUS status) {
+  char words[kSentence];
+  tvqplatform::StatusInWords(status, words, sizeof(words));
+  return words;
+}
+
+tvqplatform::Bytes ViewOf(const Bytes& bytes) {
+  return {bytes.data(), bytes.size()};
+}
+
+Bytes CopyOf(tvqplatform::Bytes bytes) {
+  return Bytes(bytes.begin(), bytes.end());
+}
+
+// CHAR16 is an unsigned short here.
+std::u16string WideText(const CHAR16* text) {
+  std::u16string copy;
+  for (; *text != 0; ++text) {
+    copy.push_back(static_cast<char16_t>(*text));
+  }
+  return copy;
+}
+
+Table ToTable(const tvqplatform::Capture& capture) {
+  if (capture.Error != tvqplatform::CaptureError::kNone) {
+    throw TableError(tvqplatform::CaptureErrorText(capture.Error));
+  }
+  Table table;
+  table.major = capture.Table.Major;
+  table.minor = capture.Table.Minor;
+  table.structureCount = capture.Table.StructureCount;
+  table.structures = CopyOf(capture.Table.Structures);
+  table.isBare = capture.Kind == tvqplatform::EntryPointKind::kNone;
+  for (UINTN i = 0; i < capture.Remarks.Size(); ++i) {
+    char sentence[kSentence];
+    tvqplatform::FormatNote(capture.Remarks[i], sentence, sizeof(sentence));
+    table.warnings.emplace_back(sentence);
+  }
+  return table;
+}
+
+Record ToRecord(const tvqplatform::DeviceInventory& device) {
+  Record record;
+  record.deviceType = device.DeviceType;
+  record.name = WideTextIfAny(device.Name);
+  record.fqdd = WideTextIfAny(device.Fqdd);
+  if (device.HasDevicePath) {
+    record.devicePath = CopyOfObject(device.DevicePath);
+  }
+  if (!EFI_ERROR(device.IdentityStatus)) {
+    record.identity = CopyOfObject(device.Identity);
+  }
+  for (UINTN slot = 0; slot < tvqplatform::kBlobCount; ++slot) {
+    const tvqplatform::Bytes bytes = tvqplatform::BlobBytes(device, slot);
+    if (bytes.Data() != nullptr) {
+      record.blobs[slot] = CopyOf(bytes);
+    }
+  }
+  return record;
+}
+
+Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer) {
+  Attribute attribute;
+  attribute.nameSpace = WideText(answer.Namespace);
+  attribute.name = WideText(answer.Name);
+  attribute.status = InWords(answer.Status);
+  attribute.text = WideTextIfAny(answer.Text);
+  if (answer.BiosInfo != nullptr) {
+    attribute.biosInfo =
+        BiosInfo{TextIfAny(answer.BiosInfo->ServiceTag), TextIfAny(answer.BiosInfo->BiosVersion),
+                 TextIfAny(answer.BiosInfo->ProductName)};
+  }
+  return attribute;
+}
+
+Finding ToFinding(const tvqplatform::Finding& found) {
+  char detail[kSentence];
+  tvqplatform::FormatDetail(found, detail, sizeof(detail));
+  Finding finding;
+  finding.fqdd = WideText(tvqplatform::FqddOf(found));
+  finding.verdict = tvqplatform::VerdictInWords(found.What);
+  finding.detail = detail;
+  if (found.MovedFrom != nullptr) {
+    finding.movedFrom = WideText(found.MovedFrom->Fqdd);
+  }
+  if (found.Current != nullptr) {
+    finding.status = InWords(found.Status);
+  }
+  return finding;
+}
+
+std::string GuidText(const EFI_GUID& guid) {
+  char text[40];
+  std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                static_cast<unsigned>(guid.Data1), guid.Data2, guid.Data3, guid.Data4[0],
+                guid.Data4[1], guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5],
+                guid.Data4[6], guid.Data4[7]);
+  return text;
+}
+
+}  // namespace tvq::session

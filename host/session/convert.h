@@ -1,0 +1,40 @@
+/*
+ * From the types of the firmware to those of the standard library.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_SESSION_CONVERT_H_
+#define TVQ_HOST_SESSION_CONVERT_H_
+
+#include <string>
+
+#include "host/session/session.h"
+
+#include "host/firmware/firmware.h"
+
+#include "TvqPlatformPkg/src/agent/attributes.h"
+#include "TvqPlatformPkg/src/agent/comparison.h"
+#include "TvqPlatformPkg/src/agent/inventory.h"
+#include "TvqPlatformPkg/src/smbios/capture.h"
+
+namespace tvq::session {
+
+// Room for a sentence of the agent.
+inline constexpr size_t kSentence = 256;
+
+std::string InWords(EFI_STATUS status);
+std::string GuidText(const EFI_GUID& guid);
+std::u16string WideText(const CHAR16* text);
+
+tvqplatform::Bytes ViewOf(const Bytes& bytes);
+Bytes CopyOf(tvqplatform::Bytes bytes);
+
+// Throws TableError where nothing was captured.
+Table ToTable(const tvqplatform::Capture& capture);
+Record ToRecord(const tvqplatform::DeviceInventory& device);
+Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
+Finding ToFinding(const tvqplatform::Finding& found);
+
+}  // namespace tvq::session
+
+#endif  // TVQ_HOST_SESSION_CONVERT_H_
