@@ -11,7 +11,6 @@
 #define TVQ_HOST_CLI_MASK_H_
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -75,9 +75,23 @@ const Device& FindDevice(const Overview& overview, const ShowOptions& options) {
   return *found;
 }
 
+// A file that is not there was taken for a device.
+Overview MakeOverview(const ShowOptions& options, const Console& console) {
+  try {
+    return MakeOverview(options.table, console);
+  } catch (const InputError& error) {
+    if (options.device.empty() || !options.table.file.empty()) {
+      throw;
+    }
+    throw InputError(fmt::format("no file is named '{}', and to look for a device: {}",
+                                 options.device, error.what()),
+                     error.Hint());
+  }
+}
+
 ExitStatus Show(ShowOptions options, Console& console) {
   TakeArguments(options);
-  const Overview overview = MakeOverview(options.table, console);
+  const Overview overview = MakeOverview(options, console);
   const ExitStatus status = overview.missing.empty() ? kExitNothingFound : kExitFound;
   if (!options.device.empty()) {
     const Device& device = FindDevice(overview, options);

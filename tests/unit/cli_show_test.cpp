@@ -170,6 +170,13 @@ TEST_F(CliShow, SaysThatThereIsNoSuchDevice) {
                                            "'CPU.Socket.1'"));
 }
 
+TEST_F(CliShow, SaysThatAFileIsNotThereWhereThisMachineShowsNoTable) {
+  const Outcome shown = RunTvq({"show", "dmp.bin", "--sysfs", Path("nowhere")});
+  EXPECT_EQ(shown.status, 2);
+  EXPECT_THAT(shown.diagnostics, HasSubstr("tvq: error: no file is named 'dmp.bin', and to look "
+                                           "for a device: cannot read "));
+}
+
 TEST_F(CliShow, RefusesASecondTable) {
   const std::string other = Write("other.bin", TableOf({}).Bytes());
   EXPECT_THAT(Show(TableOf({}), {other}).diagnostics, HasSubstr("is one table too many"));
