@@ -111,8 +111,7 @@ void AddShow(Commands& commands) {
   CLI::App& app =
       commands.Add(kText, [options](Console& console) { return Show(*options, console); });
   app.add_option("TABLE|DEVICE", options->arguments, "A captured table, or '-'; an FQDD or a name")
-      ->type_name("")
-      ->expected(0, 2);
+      ->type_name("");
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
   app.add_flag("--json", options->json, "Print one JSON document");
