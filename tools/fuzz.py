@@ -23,6 +23,9 @@ MAXIMUM_LENGTH = 8192
 SECONDS_FOR_AN_INPUT = 20
 DEFAULT_SECONDS = 60
 
+# What libFuzzer ends with when somebody stops it.
+INTERRUPTED = 72
+
 # Leaks are found by counting the pool's blocks, which is exact. The rest, like the schedule without entropy, keeps the
 # tools' own share of the time low.
 SANITIZER_OPTIONS = "detect_leaks=0:malloc_context_size=4:quarantine_size_mb=16"
@@ -146,12 +149,17 @@ def fuzz(options):
     shown = start
     with subprocess.Popen(command_line(options), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                           errors="replace", env=dict(os.environ, ASAN_OPTIONS=SANITIZER_OPTIONS)) as process:
-        for line in process.stdout:
-            if options.verbose:
-                print(line, end="", file=sys.stderr)
-            if outcome.take(line) and on_terminal and time.monotonic() - shown > 1:
-                shown = time.monotonic()
-                show_progress(outcome, shown - start)
+        try:
+            for line in process.stdout:
+                if options.verbose:
+                    print(line, end="", file=sys.stderr)
+                if outcome.take(line) and on_terminal and time.monotonic() - shown > 1:
+                    shown = time.monotonic()
+                    show_progress(outcome, shown - start)
+        except KeyboardInterrupt:
+            # The fuzzer is interrupted too, and says how far it came.
+            for line in process.stdout:
+                outcome.take(line)
     if on_terminal:
         print(file=sys.stderr)
     return outcome, process.returncode, time.monotonic() - start
@@ -178,7 +186,7 @@ def main(arguments):
     print("\n".join(outcome.closing_lines(options.target, seconds)))
     if outcome.findings:
         return 1
-    if status != 0:
+    if status not in (0, INTERRUPTED):
         print(f"fuzz: the fuzzer ended with status {status}; -v shows what it says", file=sys.stderr)
         return 2
     return 0
