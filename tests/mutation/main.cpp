@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,31 +64,31 @@ class Recorder : public testing::EmptyTestEventListener {
   std::ofstream mFile;
 };
 
-/// Keeps the name of the running test where the parent process sees it.
+/// Keeps the name of the running test where the parent process sees it, and gives each test the same
+/// time. Processor time ends an endless loop also on a busy machine, the alarm one that sleeps.
 class Announcer : public testing::EmptyTestEventListener {
  public:
   explicit Announcer(char* shared) : mShared(shared) {}
 
+  void SetLimit(unsigned seconds) { mSeconds = seconds; }
+
   void OnTestStart(const testing::TestInfo& test) override {
     std::snprintf(mShared, kSize, "%s", NameOf(test).c_str());
+    const itimerval limit{{0, 0}, {static_cast<time_t>(mSeconds), 0}};
+    setitimer(ITIMER_PROF, &limit, nullptr);
+    alarm(20 * mSeconds);
   }
 
   static constexpr size_t kSize = 1024;
 
  private:
   char* mShared;
+  unsigned mSeconds = 1;
 };
 
-void Limit(int resource, rlim_t value) {
-  const rlimit limit{value, value};
-  setrlimit(resource, &limit);
-}
-
-[[noreturn]] void RunMutant(unsigned mutant, unsigned seconds, const std::string& filter) {
-  // Processor time ends an endless loop also on a busy machine, the alarm one that sleeps.
-  Limit(RLIMIT_CPU, seconds);
-  Limit(RLIMIT_CORE, 0);
-  alarm(20 * seconds);
+[[noreturn]] void RunMutant(unsigned mutant, const std::string& filter) {
+  constexpr rlimit kNone{0, 0};
+  setrlimit(RLIMIT_CORE, &kNone);
   if (std::freopen("/dev/null", "w", stdout) == nullptr ||
       std::freopen("/dev/null", "w", stderr) == nullptr) {
     std::abort();
@@ -103,7 +104,7 @@ std::string Outcome(int status, const char* test) {
     return "survived";
   }
   const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  const bool slow = signal == SIGXCPU || signal == SIGALRM || signal == SIGKILL;
+  const bool slow = signal == SIGPROF || signal == SIGALRM;
   return std::string(slow ? "slow " : "killed ") + test;
 }
 
@@ -114,14 +115,16 @@ int RunMutants() {
     std::perror("mmap");
     return 2;
   }
-  testing::UnitTest::GetInstance()->listeners().Append(new Announcer(running));
+  auto* announcer = new Announcer(running);
+  testing::UnitTest::GetInstance()->listeners().Append(announcer);
   unsigned mutant = 0;
   unsigned seconds = 0;
   for (std::string filter; std::cin >> mutant >> seconds >> filter;) {
     std::strcpy(running, "start");
     const pid_t child = fork();
     if (child == 0) {
-      RunMutant(mutant, seconds, filter);
+      announcer->SetLimit(seconds);
+      RunMutant(mutant, filter);
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {

@@ -97,13 +97,15 @@ class Explanations(unittest.TestCase):
 class Tests(unittest.TestCase):
     def program(self):
         program = programs.Program("/nowhere/tests", pathlib.Path("/nowhere"))
-        program.tests = [programs.Test("A.One", 0.5, frozenset({101})), programs.Test("A.Two", 1.5, frozenset({101, 102}))]
+        program.tests = [programs.Test("A.One", 0.1, frozenset({101})), programs.Test("A.Two", 1.5, frozenset({101, 102}))]
         return program
 
     def test_only_those_that_reach_a_mutant_run_with_it(self):
-        self.assertEqual(self.program().line_for(mutant(2)), "2 7 A.Two\n")
-        self.assertEqual(self.program().line_for(mutant(1)), "1 9 A.One:A.Two\n")
-        self.assertIsNone(self.program().line_for(mutant(3)))
+        self.assertEqual(self.program().lines_for(mutant(2)), ["2 7 A.Two\n"])
+        self.assertEqual(self.program().lines_for(mutant(3)), [])
+
+    def test_quick_ones_run_first_and_with_less_time(self):
+        self.assertEqual(self.program().lines_for(mutant(1)), ["1 1 A.One\n", "1 7 A.Two\n"])
 
 
 if __name__ == "__main__":

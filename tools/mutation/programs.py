@@ -10,6 +10,10 @@ import queue
 import subprocess
 
 
+# Seconds. A mutant that loops for ever is found by quick tests, which are given little time.
+_QUICK = 0.2
+
+
 class TestFailure(Exception):
     """A program whose tests fail without any mutant."""
 
@@ -55,14 +59,17 @@ class Program:
             raise TestFailure(f"{self.name} fails without a mutant ({', '.join(failed[:3]) or status}); see {self._log}")
         self.seconds = sum(test.seconds for test in self.tests)
 
-    def line_for(self, mutant):
-        """What the program is told to run, or None when none of its tests reaches the mutant."""
+    def lines_for(self, mutant):
+        """What the program is told to run: the quick tests that reach the mutant, then the others."""
         tests = [test for test in self.tests if mutant.point in test.points]
-        if not tests:
-            return None
-        # An endless loop shows by taking several times as long as the tests do.
-        limit = 1 + int(4 * sum(test.seconds for test in tests))
-        return f"{mutant.number} {limit} {':'.join(test.name for test in tests)}\n"
+        quick = [test for test in tests if test.seconds < _QUICK]
+        lines = []
+        for group in (quick, [test for test in tests if test not in quick]):
+            if group:
+                # An endless loop shows by taking several times as long as the test does.
+                limit = 1 + int(4 * max(test.seconds for test in group))
+                lines.append(f"{mutant.number} {limit} {':'.join(test.name for test in group)}\n")
+        return lines
 
 
 class _Worker:
@@ -72,7 +79,15 @@ class _Worker:
         self._process = subprocess.Popen([program.path, "run"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=subprocess.DEVNULL, cwd=program.path.parent, text=True)
 
-    def run(self, line):
+    def run(self, lines):
+        """Runs the lines until one kills the mutant."""
+        for line in lines:
+            outcome = self._run_line(line)
+            if outcome.result != "survived":
+                break
+        return outcome
+
+    def _run_line(self, line):
         self._process.stdin.write(line)
         self._process.stdin.flush()
         answer = self._process.stdout.readline().split()
@@ -87,7 +102,7 @@ class _Worker:
 
 def run_mutants(program, mutants, jobs, report):
     """Runs the mutants that the program reaches; calls report(mutant, outcome) for each."""
-    lines = [(mutant, line) for mutant in mutants if (line := program.line_for(mutant)) is not None]
+    lines = [(mutant, found) for mutant in mutants if (found := program.lines_for(mutant))]
     if not lines:
         return
     workers = queue.SimpleQueue()
