@@ -48,18 +48,19 @@ struct StateOptions {
 };
 
 // Runs the driver, and insists on records.
-void CollectRecords(session::Session& session, const StateOptions& options,
-                    const Console& console) {
+session::Results CollectRecords(session::Session& session, const StateOptions& options,
+                                const Console& console) {
   session::Table table = ReadTable(session, options.table, console);
   if (options.table.conform && !ConformTable(session, table, console)) {
     throw InputError("the table cannot be conformed", "run without --conform");
   }
-  const session::Results results = RunDriver(session, table, options.table, console);
+  session::Results results = RunDriver(session, table, options.table, console);
   if (results.records.empty()) {
     throw InputError("the driver made no record of this table",
                      options.table.conform ? "`tvq export` shows the driver's log"
                                            : "--conform makes a table fit for the driver");
   }
+  return results;
 }
 
 std::string FqddText(const session::Finding& finding) {
@@ -91,11 +92,23 @@ Json ToJson(const session::Comparison& comparison) {
   return {{"findings", findings}, {"summary", SummaryJson(comparison)}};
 }
 
+Json SavedJson(const std::string& folder, const session::Results& results) {
+  Json devices = Json::array();
+  for (const session::Record& record : results.records) {
+    devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
+  }
+  return {{"state", StatePath(folder)}, {"devices", devices}};
+}
+
 ExitStatus Save(const StateOptions& options, Console& console) {
   session::Session session;
-  CollectRecords(session, options, console);
+  const session::Results results = CollectRecords(session, options, console);
   SaveStateFile(options.folder, session.State());
-  console.out << "Saved in " << StatePath(options.folder) << '\n';
+  if (options.json) {
+    console.out << SavedJson(options.folder, results).dump(1) << '\n';
+  } else {
+    console.out << "Saved in " << StatePath(options.folder) << '\n';
+  }
   return kExitNothingFound;
 }
 
@@ -118,29 +131,25 @@ ExitStatus Verify(const StateOptions& options, Console& console) {
   return StatusOf(comparison);
 }
 
-}  // namespace
-
-void AddSave(Commands& commands) {
+void AddStateCommand(Commands& commands, const CommandText& text, const char* folder,
+                     ExitStatus (*run)(const StateOptions&, Console&)) {
   const auto options = std::make_shared<StateOptions>();
   CLI::App& app =
-      commands.Add(kSaveText, [options](Console& console) { return Save(*options, console); });
-  app.add_option("DIR", options->folder, "The folder of the state; made when it is missing")
-      ->type_name("")
-      ->required();
-  AddTableOptions(app, options->table);
-  AddConform(app, options->table);
-}
-
-void AddVerify(Commands& commands) {
-  const auto options = std::make_shared<StateOptions>();
-  CLI::App& app =
-      commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
-  app.add_option("DIR", options->folder, "The folder that `tvq save` was given")
-      ->type_name("")
-      ->required();
+      commands.Add(text, [options, run](Console& console) { return run(*options, console); });
+  app.add_option("DIR", options->folder, folder)->type_name("")->required();
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
   app.add_flag("--json", options->json, "Print one JSON document");
+}
+
+}  // namespace
+
+void AddSave(Commands& commands) {
+  AddStateCommand(commands, kSaveText, "The folder of the state; made when it is missing", Save);
+}
+
+void AddVerify(Commands& commands) {
+  AddStateCommand(commands, kVerifyText, "The folder that `tvq save` was given", Verify);
 }
 
 }  // namespace tvq::cli

@@ -50,6 +50,15 @@ TEST_F(CliState, AnUnchangedMachineIsTheSame) {
             "Summary: 4 same\n");
 }
 
+TEST_F(CliState, SaysAsJsonWhatWasSaved) {
+  const Outcome saved = Run("save", {}, {"--json"});
+  EXPECT_EQ(saved.status, 0) << saved.diagnostics;
+  const auto json = nlohmann::json::parse(saved.out);
+  EXPECT_EQ(json["state"], StateFile());
+  EXPECT_EQ(json["devices"], nlohmann::json({"CPU.Socket.1", "DIMM.Socket.A1", "DIMM.Socket.A2",
+                                             "System.Embedded.1"}));
+}
+
 TEST_F(CliState, AnotherSerialNumberIsAReplacement) {
   Save({});
   Machine machine;

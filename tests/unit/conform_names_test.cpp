@@ -66,6 +66,13 @@ TEST_F(ConformNames, RenamesAllProcessorsWhenOneLacksAFourthCharacter) {
               ElementsAre("CPU1"));
 }
 
+TEST_F(ConformNames, NamesAProcessorWhoseStringsBeginWithAnEmptyOne) {
+  const Bytes table = Devices().Cpu("").Cpu("CPU2").Build();
+  const Conformed conformed = Conform(table);
+  EXPECT_THAT(Designations(conformed.table), ElementsAre("CPU1", "CPU2"));
+  EXPECT_EQ(Conform(conformed.table).result, ConformResult::kUnchanged);
+}
+
 TEST_F(ConformNames, DoesNotMindEmptySockets) {
   const Bytes table = Devices().Cpu("CPU1").Cpu("CPU1", 0x00).Cpu("X", 0x01).Build();
   EXPECT_EQ(Conform(table).result, ConformResult::kUnchanged);

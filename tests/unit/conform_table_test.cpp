@@ -102,6 +102,13 @@ TEST_F(ConformTable, HasAnEmptyFirstStringInAStructureWithoutStrings) {
   EXPECT_EQ(found[0].StringCount(), 0u);
 }
 
+TEST_F(ConformTable, CountsAnEmptyStringThatOthersFollow) {
+  const std::vector<TableStructure> found = Walk({1, 4, 0, 0, 0, 'a', 0, 0});
+  EXPECT_EQ(TextOf(found[0].String(1)), "");
+  EXPECT_EQ(TextOf(found[0].String(2)), "a");
+  EXPECT_EQ(found[0].StringCount(), 2u);
+}
+
 TEST_F(ConformTable, TakesATextWithoutTerminatorForNoString) {
   const Bytes table = {1, 4, 0, 0, 'a', 0, 'b'};
   const std::vector<TableStructure> found = Walk(table);

@@ -53,18 +53,20 @@ TableText TableStructure::String(UINT8 number) const {
   return text;
 }
 
+/// A structure without strings has two NULs where a text of no characters would begin.
 UINTN TableStructure::StringCount() const {
   UINTN count = 0;
+  UINTN characters = 0;
   UINTN offset = mOffset + FormattedSize();
-  while (offset < mTable.Size() && mTable[offset] != 0) {
-    const TableText text = TextAt(offset);
-    if (text.Data == nullptr) {
+  for (TableText text = TextAt(offset); text.Data != nullptr; text = TextAt(offset)) {
+    count++;
+    characters += text.Length;
+    offset += text.Length + 1;
+    if (offset >= mTable.Size() || mTable[offset] == 0) {
       break;
     }
-    count++;
-    offset += text.Length + 1;
   }
-  return count;
+  return characters == 0 ? 0 : count;
 }
 
 /// The string area ends at the first NUL that follows a NUL.
