@@ -37,6 +37,15 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
+// The parser would only say that a command is missing.
+void RequireKnownCommand(const CLI::App& app, int argc, const char* const* argv) {
+  const auto isNamed = [&](const CLI::App* command) { return command->check_name(argv[1]); };
+  if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
+    throw InputError(fmt::format("there is no command '{}'", argv[1]),
+                     "`tvq --help` lists the commands");
+  }
+}
+
 }  // namespace
 
 CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
@@ -57,6 +66,7 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
     add(commands);
   }
   try {
+    RequireKnownCommand(app, argc, argv);
     app.parse(argc, argv);
     return commands.Chosen()(console);
   } catch (const CLI::ParseError& error) {

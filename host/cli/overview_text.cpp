@@ -22,7 +22,8 @@ std::string Heading(const Terminal& terminal, const std::string& text) {
 }
 
 std::string DevicesText(const Overview& overview, const Terminal& terminal) {
-  TextTable table({"NAME", "FQDD", "MODEL", "IDENTITY", "PART OR CORES", "SIZE", "SPEED", "SLOT"});
+  TextTable table({"NAME", "FQDD", "MODEL", "IDENTITY", "PART OR CORES", "SIZE", "SPEED", "SLOT"},
+                  2);
   for (const Device& device : overview.devices) {
     table.Add({device.name, device.fqdd, device.model, device.identity,
                device.part == "-" ? device.cores : device.part, device.size, device.speed,

@@ -89,24 +89,30 @@ std::string TextTable::Line(const std::vector<std::string>& cells,
   return line;
 }
 
+void TextTable::Fit(std::vector<Column>& columns, std::size_t lineWidth, std::size_t first) const {
+  const auto begin = std::find_if(columns.begin(), columns.end(),
+                                  [first](const Column& column) { return column.index >= first; });
+  const auto used = [&columns] {
+    return std::accumulate(
+        columns.begin(), columns.end(), std::size_t{0},
+        [](std::size_t sum, const Column& column) { return sum + column.width + kGap; });
+  };
+  while (begin != columns.end() && used() > lineWidth + kGap) {
+    const auto widest = std::max_element(
+        begin, columns.end(),
+        [](const Column& left, const Column& right) { return left.width < right.width; });
+    if (widest->width <= kNarrowest) {
+      return;
+    }
+    --widest->width;
+  }
+}
+
 std::string TextTable::Render(const Terminal& terminal, std::size_t indent) const {
   std::vector<Column> columns = Columns();
-  if (terminal.width != 0) {
-    const auto lineWidth = [&] {
-      return std::accumulate(
-                 columns.begin(), columns.end(), indent,
-                 [](std::size_t sum, const Column& column) { return sum + column.width + kGap; }) -
-             kGap;
-    };
-    while (!columns.empty() && lineWidth() > terminal.width) {
-      const auto widest = std::max_element(
-          columns.begin(), columns.end(),
-          [](const Column& left, const Column& right) { return left.width < right.width; });
-      if (widest->width <= kNarrowest) {
-        break;
-      }
-      --widest->width;
-    }
+  if (terminal.width > indent) {
+    Fit(columns, terminal.width - indent, mWhole);
+    Fit(columns, terminal.width - indent, 0);
   }
   const std::string margin(indent, ' ');
   std::string text = margin + Painted(terminal, Ink::kBold, Line(mHeadings, columns)) + '\n';

@@ -17,7 +17,9 @@ namespace tvq::cli {
 // Cells are UTF-8. A column that holds nothing but "-" is left out.
 class TextTable {
  public:
-  explicit TextTable(std::vector<std::string> headings) : mHeadings(std::move(headings)) {}
+  // The first `whole` columns are what tells the rows apart, and are cut last.
+  explicit TextTable(std::vector<std::string> headings, std::size_t whole = 0)
+      : mHeadings(std::move(headings)), mWhole(whole) {}
 
   void Add(std::vector<std::string> row) { mRows.push_back(std::move(row)); }
   bool IsEmpty() const { return mRows.empty(); }
@@ -32,9 +34,12 @@ class TextTable {
     std::size_t width;
   };
   std::vector<Column> Columns() const;
+  // Narrows the widest of the columns from `first` on, until the line fits or all are narrow.
+  void Fit(std::vector<Column>& columns, std::size_t lineWidth, std::size_t first) const;
   std::string Line(const std::vector<std::string>& cells, const std::vector<Column>& columns) const;
 
   std::vector<std::string> mHeadings;
+  std::size_t mWhole;
   std::vector<std::vector<std::string>> mRows;
 };
 

@@ -53,6 +53,11 @@ TEST_F(CliHelp, AWrongCommandLineIsTrouble) {
   }
 }
 
+TEST_F(CliHelp, NamesACommandThatIsNone) {
+  EXPECT_EQ(RunTvq({"shw"}).diagnostics,
+            "tvq: error: there is no command 'shw'\ntvq: hint: `tvq --help` lists the commands\n");
+}
+
 TEST(Wrapped, BreaksBetweenWords) {
   EXPECT_EQ(Wrapped("one two three", {9, false}, 1), " one two\n   three\n");
   EXPECT_EQ(Wrapped("one two three", {0, false}, 1), " one two three\n");
@@ -63,6 +68,14 @@ TEST(TextTable, LeavesOutAColumnThatHoldsNothing) {
   table.Add({"1", "-", "3"});
   table.Add({"longer", "-", "3"});
   EXPECT_EQ(table.Render({}, 0), "A       C\n1       3\nlonger  3\n");
+}
+
+TEST(TextTable, CutsTheColumnsThatTellRowsApartLast) {
+  TextTable table({"NAME", "MODEL"}, 1);
+  table.Add({"System.Embedded.1", "A long model"});
+  EXPECT_EQ(table.Render({.width = 30}),
+            "  NAME               MODEL\n  System.Embedded.1  A long m…\n");
+  EXPECT_EQ(table.Render({.width = 20}), "  NAME        MODEL\n  System.Em…  A lon…\n");
 }
 
 TEST(TextTable, CutsTheWidestColumn) {

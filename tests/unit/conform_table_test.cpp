@@ -103,7 +103,8 @@ TEST_F(ConformTable, HasAnEmptyFirstStringInAStructureWithoutStrings) {
 }
 
 TEST_F(ConformTable, CountsAnEmptyStringThatOthersFollow) {
-  const std::vector<TableStructure> found = Walk({1, 4, 0, 0, 0, 'a', 0, 0});
+  const Bytes table = {1, 4, 0, 0, 0, 'a', 0, 0};
+  const std::vector<TableStructure> found = Walk(table);
   EXPECT_EQ(TextOf(found[0].String(1)), "");
   EXPECT_EQ(TextOf(found[0].String(2)), "a");
   EXPECT_EQ(found[0].StringCount(), 2u);
