@@ -44,7 +44,7 @@ UnpackNewest() {
 }
 
 mkdir -p "$CACHE"
-work="$(mktemp -d "$CACHE/work.XXXXXX")"
+work="$(mktemp -d -p "$CACHE")"
 trap 'rm -rf "$work"' EXIT
 
 mapfile -t apt < <(AptOptions "$work")
