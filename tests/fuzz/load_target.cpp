@@ -5,7 +5,6 @@
  */
 #include <algorithm>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/session/session.h"
@@ -23,18 +22,8 @@ using tvq::table::Bytes;
 // Where an entry point ends in a dump; the files of a Linux system have it apart.
 constexpr size_t kEntryPointArea = 0x20;
 
-// A session remembers which addresses were freed, so it is not kept for ever.
-constexpr size_t kRunsOfASession = 1000;
-
 Session& CurrentSession() {
-  // The last one is left to the end of the process, where what it stands on may go before it.
-  static Session* session = nullptr;
-  static size_t runs = 0;
-  if (runs++ % kRunsOfASession == 0) {
-    delete std::exchange(session, nullptr);
-    session = new Session;
-  }
-  return *session;
+  return tvq::fuzz::Renewed([] { return std::make_unique<Session>(); });
 }
 
 // What a 32-bit entry point can state.

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "images/driver.h"
@@ -31,23 +30,18 @@ constexpr uint8_t kWhichRecord = 3;
 constexpr uint8_t kIsStoredData = 4;
 constexpr uint8_t kHasMode = 8;
 
-// The machine remembers which addresses were freed, so it is not kept for ever.
-constexpr size_t kRunsOfAMachine = 1000;
+std::unique_ptr<StartedMachine> NewMachine() {
+  auto machine = std::make_unique<StartedMachine>(tvq::fuzz::SmallServer());
+  Expect(machine->Records().size() == kWhichRecord, "the small server has three records");
+  // Get trims part numbers, and the platform keeps room for what is announced.
+  for (const tvq::fuzz::Record& record : machine->Records()) {
+    machine->Asking().AskRecord(record);
+  }
+  return machine;
+}
 
 StartedMachine& Machine() {
-  // The last one is left to the end of the process, where what it stands on may go before it.
-  static StartedMachine* machine = nullptr;
-  static size_t runs = 0;
-  if (runs++ % kRunsOfAMachine == 0) {
-    delete std::exchange(machine, nullptr);
-    machine = new StartedMachine(tvq::fuzz::SmallServer());
-    Expect(machine->Records().size() == kWhichRecord, "the small server has three records");
-    // Get trims part numbers, and the platform keeps room for what is announced.
-    for (const tvq::fuzz::Record& record : machine->Records()) {
-      machine->Asking().AskRecord(record);
-    }
-  }
-  return *machine;
+  return tvq::fuzz::Renewed(NewMachine);
 }
 
 // Stored data that is a configuration blob with this document.
