@@ -46,6 +46,7 @@ class Outcome:
         self.edges = 0
         self.features = 0
         self.corpus = 0
+        self.hangs = 0
         self.findings = []
         self.reasons = []
 
@@ -76,6 +77,8 @@ class Outcome:
             f"Coverage    {self.covered:,} of {self.edges:,} edges, {self.features:,} features",
             f"Corpus      {self.corpus:,} inputs in {relative(corpus_of(target), root)}",
         ]
+        if self.hangs:
+            lines.append(f"Would hang  {self.hangs:,} inputs: on firmware, a slot query that matches nothing never returns")
         if not self.findings:
             return [*lines, "Findings    none"]
         for finding in self.findings:
@@ -136,6 +139,11 @@ def program_of(target):
     return BUILD / "tests" / "fuzz" / f"tvq_fuzz_{target}"
 
 
+def hangs_of(target):
+    """A file that grows by a byte for each input on which firmware would hang, whichever process meets it."""
+    return BUILD / f"{target}.hangs"
+
+
 def show_progress(outcome, seconds, width=100):
     text = f"{outcome.executions:,} executions in {seconds:,.0f} s, {outcome.covered:,} edges, {outcome.corpus:,} inputs"
     print(f"\r{text:<{width}}", end="", file=sys.stderr, flush=True)
@@ -147,8 +155,11 @@ def fuzz(options):
     on_terminal = sys.stderr.isatty() and not options.verbose
     start = time.monotonic()
     shown = start
+    hangs = hangs_of(options.target)
+    hangs.write_bytes(b"")
+    environment = dict(os.environ, ASAN_OPTIONS=SANITIZER_OPTIONS, TVQ_FUZZ_HANGS=str(hangs))
     with subprocess.Popen(command_line(options), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                          errors="replace", env=dict(os.environ, ASAN_OPTIONS=SANITIZER_OPTIONS)) as process:
+                          errors="replace", env=environment) as process:
         try:
             for line in process.stdout:
                 if options.verbose:
@@ -162,6 +173,7 @@ def fuzz(options):
                 outcome.take(line)
     if on_terminal:
         print(file=sys.stderr)
+    outcome.hangs = hangs.stat().st_size
     return outcome, process.returncode, time.monotonic() - start
 
 

@@ -11,6 +11,7 @@
 
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/target.h"
+#include "tests/fuzz/would_hang.h"
 
 namespace {
 
@@ -33,6 +34,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   table.structures.assign(data + kEntryPointArea,
                           data + std::min(size, kEntryPointArea + tvq::fuzz::kMaxTableSize));
   const bool isBehind = (data[kChecksum] & 1) == 0;
-  tvq::fuzz::Exercise(table, isBehind ? tvq::host::Guard::kBehind : tvq::host::Guard::kBefore);
+  const tvq::fuzz::Outcome outcome =
+      tvq::fuzz::Exercise(table, isBehind ? tvq::host::Guard::kBehind : tvq::host::Guard::kBefore);
+  if (outcome.wouldHang) {
+    tvq::fuzz::SayWouldHang(table.structureCount);
+  }
   return 0;
 }

@@ -69,6 +69,13 @@ class TheClosingLines(unittest.TestCase):
         self.assertEqual(lines[2], "Coverage    367 of 4,072 edges, 1,318 features")
         self.assertEqual(lines[-1], "Findings    none")
 
+    def test_say_on_how_many_inputs_firmware_would_hang(self):
+        outcome = outcome_of(START + QUIET_END)
+        self.assertNotIn("Would hang", "\n".join(outcome.closing_lines("table", 10)))
+        outcome.hangs = 1100
+        self.assertIn("Would hang  1,100 inputs: on firmware, a slot query that matches nothing never returns",
+                      outcome.closing_lines("table", 10))
+
     def test_say_how_to_replay_a_finding_and_where_to_keep_it(self):
         lines = outcome_of(START + FINDING).closing_lines("verify", 0, ROOT)
         self.assertIn("Finding     build/fuzz/findings/verify/crash-12", lines)
