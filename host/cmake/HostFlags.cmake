@@ -74,6 +74,6 @@ target_compile_options(
             $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
 
 # EDK II's own files: their warnings are not ours to fix, and MdePkg accesses unaligned words on purpose.
-# Its PrintLib also shifts the sign of characters above 7Fh.
+# Its PrintLib also shifts the sign of characters above 7Fh, and negates the lowest number.
 add_library(tvq_edk2_code INTERFACE)
-target_compile_options(tvq_edk2_code INTERFACE -w $<$<BOOL:${TVQ_SANITIZE}>:-fno-sanitize=alignment,shift>)
+target_compile_options(tvq_edk2_code INTERFACE -w -fwrapv $<$<BOOL:${TVQ_SANITIZE}>:-fno-sanitize=alignment,shift>)

@@ -297,6 +297,13 @@ TEST_F(SystemDocument, PrintsTheLargestValuesOfAMemoryArray) {
   EXPECT_THAT(Values(mRecord, "ExtendedMaximumCapacity"), ElementsAre("-1"));
 }
 
+TEST_F(SystemDocument, PrintsTheLowestNumberThatHasASign) {
+  mArrays[0].ExtendedMaximumCapacity = static_cast<UINT64>(MAX_INT64) + 1;
+  mSystem.NumPMA = 1;
+  mSystem.PMAInfo = mArrayList;
+  EXPECT_THAT(Values(mRecord, "ExtendedMaximumCapacity"), ElementsAre("-9223372036854775808"));
+}
+
 TEST_F(SystemDocument, PrintsACapacityOfTwoTerabytesWithoutASign) {
   FillArrays();
   mArrays[0].MaximumCapacity = 0x80000000;
