@@ -209,6 +209,14 @@ TEST_F(CpuDocument, HasEmptyElementsForMissingTexts) {
                      "</cpuData>"));
 }
 
+TEST_F(CpuDocument, LeavesEmptyWhatThePlatformCannotPrint) {
+  mRig.platform.library.AsciiVSPrint = [](CHAR8*, UINTN, const CHAR8*, VA_LIST)
+                                           EFIAPI { return UINTN{0}; };
+  EXPECT_THAT(Values(mRecord, "CoreCount"), ElementsAre(""));
+  EXPECT_THAT(Values(mRecord, "MaxSpeed"), ElementsAre(""));
+  EXPECT_THAT(TakeLog(), testing::Contains("getConfigBlob: corecount: \n"));
+}
+
 TEST_F(CpuDocument, PrintsTheLargestValues) {
   const UINT8 kByte = 0xFF;
   const UINT16 kWord = 0xFFFF;

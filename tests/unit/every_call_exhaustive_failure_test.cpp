@@ -69,6 +69,9 @@ class Life {
   // The image stays, so that its records can still be asked.
   EFI_STATUS CallUnload() { return mUnload(Machine().ImageHandle()); }
 
+  // A document whose numbers could not be printed is kept, and compared as it is.
+  void AllowMissingNumbers() { mMayLackNumbers = true; }
+
   const std::vector<RecordHandle>& Records() const { return mRecords; }
   size_t Blocks() { return Firmware().Memory().LiveCount(Driver()); }
 
@@ -87,6 +90,7 @@ class Life {
   EFI_IMAGE_UNLOAD mUnload = nullptr;
   std::vector<RecordHandle> mRecords;
   std::vector<std::vector<UINT8>> mStored;
+  bool mMayLackNumbers = false;
 };
 
 void Life::Look() {
@@ -153,7 +157,9 @@ EFI_STATUS Life::AskToVerify(bool withResponse) {
     const EFI_STATUS status = record.protocol->SMTVQVerify(
         record.protocol, &request, &oldData, withResponse ? &response : nullptr, &result);
     Free(text.Buffer);
-    EXPECT_EQ(result, 0u) << "nothing was replaced";
+    if (!mMayLackNumbers) {
+      EXPECT_EQ(result, 0u) << "nothing was replaced";
+    }
     failure = EFI_ERROR(status) ? status : failure;
   }
   return failure;
@@ -302,6 +308,9 @@ void EveryCall::ExpectServes(Life& life) {
 
 void EveryCall::PlayWith(const Fault& fault, uint64_t n, bool following, size_t mostBlocks) {
   const std::unique_ptr<Life> life = Prepare();
+  if (fault.name == OperationName(Operation::kAsciiVSPrint)) {
+    life->AllowMissingNumbers();
+  }
   fault.arm(*life, n, following);
   Play(*life);
   life->Firmware().Memory().StopFailing();

@@ -287,6 +287,18 @@ TEST_F(FqddMapTest, IsReleasedStructuresFirst) {
   EXPECT_LT(freedRecords, freedMap);
 }
 
+// The blocks of an earlier start are still there to be freed.
+TEST_F(FqddMapTest, KeepsWhatAnEarlierBuildCollectedWhenTheNextCollectsNothing) {
+  ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
+  UINT8** const records = gType225Records;
+  mRig.Memory().FailAllocation(1);
+  EXPECT_EQ(BuildFqddMap(), EFI_NOT_FOUND);
+  ExpectNoMap();
+  EXPECT_EQ(gType225Records, records);
+  EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
+  EXPECT_FALSE(mRig.Memory().Find(records));
+}
+
 TEST_F(FqddMapTest, LeavesCountsAndFlagWhenItIsReleased) {
   ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
   EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);

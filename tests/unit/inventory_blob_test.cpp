@@ -228,6 +228,14 @@ TEST_F(InventoryBlob, ShowsAComponentIdAsASignedNumber) {
   }
 }
 
+TEST_F(InventoryBlob, HasNoComponentIdWhenThePlatformCannotPrintIt) {
+  mRig.platform.library.AsciiVSPrint = [](CHAR8*, UINTN, const CHAR8*, VA_LIST)
+                                           EFIAPI { return UINTN{0}; };
+  const TVQ_INVENTORY_BLOB& blob = Inventory(FullDimm());
+  EXPECT_EQ(UINT32{blob.CompIDOffset}, 0u);
+  EXPECT_THAT(TakeLog(), testing::Contains("getInvBlob: DIMM CompID =  len = 0\n"));
+}
+
 TEST_F(InventoryBlob, HasNoComponentIdWhenItIsZero) {
   smTVQ* record = FullDimm();
   record->device.dimm.ComponentID = 0;

@@ -99,11 +99,13 @@ UINT16 FindPosition(UINT16 handle) {
 
 EFI_STATUS CollectAndFill() {
   StructureList structures;
-  const EFI_STATUS collected = structures.Collect(SMBIOS_TYPE_TVQ_FQDD_MAP);
+  if (EFI_ERROR(structures.Collect(SMBIOS_TYPE_TVQ_FQDD_MAP))) {
+    return EFI_NOT_FOUND;  // What an earlier start collected is still the driver's to free.
+  }
   gType225Records = structures.Records();
   gType225Count = structures.Count();
   structures.Leave();  // The map reads the records for good; the sizes deliberately stay too.
-  if (EFI_ERROR(collected) || gType225Count == 0) {
+  if (gType225Count == 0) {
     return EFI_NOT_FOUND;
   }
 

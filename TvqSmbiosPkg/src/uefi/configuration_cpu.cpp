@@ -64,7 +64,7 @@ void WriteHbm(XmlWriter& xml, const HBM_INFO& hbm) {
 }
 
 void WriteCoreCount(XmlWriter& xml, UINT8 coreCount) {
-  CHAR8 text[6];
+  CHAR8 text[6] = {};  // Empty when it cannot be printed.
   kLog("tvq->device.cpu.CoreCount: %d\n", coreCount);
   ZvAsciiSPrint(text, sizeof(text), "%d", coreCount);
   kLog("corecount: %a\n", text);

@@ -17,11 +17,13 @@ namespace {
 
 constexpr Logger kLog("getInvBlob");
 
-/// A text that ends in NUL within its buffer. While its length is 0 nobody looks at the buffer.
+/// A text that ends in NUL within its buffer, empty until it is written.
 template <UINTN kSize>
 struct TextBuffer {
   CHAR8 Text[kSize];
   UINTN Length = 0;
+
+  TextBuffer() { Text[0] = '\0'; }
 
   /// The text, cut to what `kRoom` bytes hold.
   template <UINTN kRoom = kSize>

@@ -20,8 +20,8 @@ FailingPlatform* gPlatform = nullptr;
 
 const char* OperationName(Operation operation) {
   constexpr const char* kNames[] = {"RegisterAttribute", "SetAttributeValue", "AsciiStrCpyS",
-                                    "AsciiStrnCpyS",     "LocateBlob",        "XML Parse",
-                                    "XML Free"};
+                                    "AsciiStrnCpyS",     "AsciiVSPrint",      "LocateBlob",
+                                    "XML Parse",         "XML Free"};
   static_assert(std::size(kNames) == static_cast<unsigned>(Operation::kCount));
   return kNames[static_cast<unsigned>(operation)];
 }
@@ -53,6 +53,12 @@ struct FailingPlatform::Hooks {
     return Fails(Operation::kAsciiStrnCpyS)
                ? RETURN_DEVICE_ERROR
                : gPlatform->mLibrary.AsciiStrnCpyS(destination, room, source, length);
+  }
+
+  static UINTN EFIAPI AsciiVSPrint(CHAR8* buffer, UINTN size, const CHAR8* format, VA_LIST marker) {
+    return Fails(Operation::kAsciiVSPrint)
+               ? 0
+               : gPlatform->mLibrary.AsciiVSPrint(buffer, size, format, marker);
   }
 
   static EFI_STATUS EFIAPI LocateBlob(TVQ_MANAGEMENT_PROTOCOL*, VOID*, UINT32, UINTN, VOID** blob) {
@@ -91,6 +97,7 @@ FailingPlatform::FailingPlatform(std::initializer_list<Part> leftOut)
   mRig.platform.services.SetAttributeValue = Hooks::SetAttributeValue;
   mRig.platform.library.AsciiStrCpyS = Hooks::AsciiStrCpyS;
   mRig.platform.library.AsciiStrnCpyS = Hooks::AsciiStrnCpyS;
+  mRig.platform.library.AsciiVSPrint = Hooks::AsciiVSPrint;
   EFI_HANDLE handle = nullptr;
   EXPECT_EQ(mRig.BootServices()->InstallMultipleProtocolInterfaces(
                 &handle, &gTvqManagementProtocolGuid, &Hooks::management, &gXmlParserProtocolGuid,

@@ -12,12 +12,13 @@
 
 namespace tvq::test {
 
-// All those that the driver calls and that return a status.
+// All those that the driver calls and that return a status, and the one that returns how much it printed.
 enum class Operation : unsigned {
   kRegisterAttribute,
   kSetAttributeValue,
   kAsciiStrCpyS,
   kAsciiStrnCpyS,
+  kAsciiVSPrint,
   kLocateBlob,
   kXmlParse,
   kXmlFree,
@@ -38,7 +39,7 @@ class FailingPlatform {
   void Store(VOID* blob) { mBlob = blob; }
 
   uint64_t Calls(Operation operation) const { return Of(operation).calls; }
-  // Makes the n-th call from now on fail with EFI_DEVICE_ERROR and do nothing, alone or with all that follow.
+  // Makes the n-th call from now on fail with EFI_DEVICE_ERROR, or print 0 characters, and do nothing, alone or with all that follow.
   void Fail(Operation operation, uint64_t n, bool following);
   void StopFailing();
 
