@@ -17,7 +17,7 @@
 #include <functional>
 #include <memory>
 
-#include "host/cli/console.h"
+#include "host/cli/output/console.h"
 
 namespace CLI {
 class App;

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "host/cli/command.h"
-#include "host/cli/input.h"
+#include "host/cli/input/input.h"
 
 namespace tvq::cli {
 namespace {

@@ -6,7 +6,7 @@
 #ifndef TVQ_HOST_CLI_COMMAND_LINE_H_
 #define TVQ_HOST_CLI_COMMAND_LINE_H_
 
-#include "host/cli/console.h"
+#include "host/cli/output/console.h"
 
 namespace tvq::cli {
 

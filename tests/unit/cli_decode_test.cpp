@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/cli/blob.h"
+#include "host/cli/device/blob.h"
 #include "tests/unit/cli_machine.h"
 
 namespace tvq::cli {

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/cli/text_table.h"
+#include "host/cli/output/text_table.h"
 #include "tests/unit/cli_fixture.h"
 
 namespace tvq::cli {

@@ -5,7 +5,7 @@
  */
 #include <gtest/gtest.h>
 
-#include "host/cli/json.h"
+#include "host/cli/output/json.h"
 
 namespace tvq::cli {
 namespace {

@@ -8,8 +8,8 @@
 
 #include <set>
 
-#include "host/cli/mask.h"
-#include "host/cli/redact.h"
+#include "host/cli/redact/mask.h"
+#include "host/cli/redact/redact.h"
 #include "tests/unit/cli_machine.h"
 
 namespace tvq::cli {

@@ -5,7 +5,7 @@
  */
 #include <gtest/gtest.h>
 
-#include "host/cli/text.h"
+#include "host/cli/output/text.h"
 
 namespace tvq::cli {
 namespace {

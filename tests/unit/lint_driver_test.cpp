@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <string>
 
-#include "host/cli/text.h"
+#include "host/cli/output/text.h"
 #include "host/lint/devices.h"
 #include "host/lint/document_texts.h"
 #include "host/lint/fqdd_map.h"

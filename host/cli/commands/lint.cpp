@@ -1,0 +1,225 @@
+/*
+ * `tvq lint`: what in a table the driver, or the agent behind it, will trip over.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <ostream>
+
+#include "host/cli/input/input.h"
+#include "host/cli/commands/lint_report.h"
+#include "host/cli/input/table_input.h"
+#include "host/lint/lint.h"
+#include "host/table/text.h"
+
+namespace tvq::cli {
+namespace {
+
+constexpr CommandText kText = {
+    "lint", "Says what in a table the driver or its agent will trip over",
+    "One line for each finding: where it is in the file, how grave it is, which structure, what\n"
+    "will happen, what to change, and the rule. The profile says who reads the table: the driver,\n"
+    "or anybody who goes by the SMBIOS standard (table). RULE is the name of a rule or 'all';\n"
+    "--disable all --enable RULE looks for one thing alone.",
+    "  sudo tvq lint\n"
+    "  tvq lint dump.bin\n"
+    "  tvq lint --profile table --fail-on error dump.bin\n"
+    "  tvq lint --explain locator-clash\n",
+    "0 nothing was found; 1 something was, that is as grave as --fail-on says;\n"
+    "2 there is no table that can be used, or the command line is wrong."};
+
+constexpr std::size_t kUsualMaximum = 8;
+
+// What lies in front of a document in its blob, and its terminator.
+constexpr std::size_t kBlobFrame = 81;
+constexpr std::size_t kConfigurationBlob = 1;
+
+struct LintOptions {
+  TableOptions table;
+  lint::Profile profile = lint::kDriver;
+  lint::Severity failOn = lint::Severity::kNote;
+  std::vector<std::string> enable;
+  std::vector<std::string> disable;
+  std::size_t maximum = kUsualMaximum;
+  std::string explain;
+  bool list = false;
+  bool json = false;
+};
+
+[[noreturn]] void ThrowUnknownRule(const std::string& name) {
+  std::vector<std::string_view> names = {"all"};
+  for (const lint::Rule* rule : lint::AllRules()) {
+    names.push_back(rule->name);
+  }
+  const std::string meant = table::DidYouMean(name, names);
+  throw InputError(fmt::format("there is no rule '{}'", name),
+                   meant.empty() ? "`tvq lint --list` lists the rules" : meant);
+}
+
+lint::Selection Select(const LintOptions& options) {
+  lint::Selection selection(options.profile);
+  for (const std::string& name : options.disable) {
+    if (!selection.Disable(name)) {
+      ThrowUnknownRule(name);
+    }
+  }
+  for (const std::string& name : options.enable) {
+    if (!selection.Enable(name)) {
+      ThrowUnknownRule(name);
+    }
+  }
+  return selection;
+}
+
+std::uint8_t StructureTypeOf(unsigned deviceType) {
+  constexpr std::uint8_t kTypes[] = {4, 17, 1};
+  constexpr unsigned kFirstDeviceType = 2;
+  return kTypes[deviceType - kFirstDeviceType];
+}
+
+std::vector<lint::Document> DocumentsOf(const session::Results& results) {
+  std::vector<lint::Document> documents;
+  std::map<unsigned, std::size_t> devices;
+  for (const session::Record& record : results.records) {
+    const auto& blob = record.blobs[kConfigurationBlob];
+    documents.push_back({StructureTypeOf(record.deviceType), devices[record.deviceType]++,
+                         blob && blob->size() > kBlobFrame ? blob->size() - kBlobFrame : 0});
+  }
+  return documents;
+}
+
+// The documents that the driver writes about the table; about a conformed one where it writes none,
+// which hardly differ in size.
+std::vector<lint::Document> WriteDocuments(const TableBytes& bytes, const TableOptions& options,
+                                           const Console& console) {
+  for (const bool isConformed : {false, true}) {
+    session::Session session;
+    session::Table table = TableOf(session, bytes, options, console);
+    if (isConformed) {
+      table = session.Conform(table).table;
+    }
+    try {
+      const session::Results results = session.Run(table);
+      if (!results.records.empty()) {
+        return DocumentsOf(results);
+      }
+    } catch (const session::TableError&) {
+      return {};  // Too large to be published, which is a finding of its own.
+    }
+  }
+  return {};
+}
+
+lint::Subject ReadSubject(const TableBytes& bytes, const TableOptions& options,
+                          const Console& console) {
+  auto subject = bytes.entryPoint.empty() ? lint::Subject::Read(bytes.file)
+                                          : lint::Subject::Read(bytes.entryPoint, bytes.file);
+  if (!subject) {
+    throw InputError(fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options),
+                                 subject.Failure().message),
+                     kTableHint);
+  }
+  subject->SetDocuments(WriteDocuments(bytes, options, console));
+  return std::move(*subject);
+}
+
+ExitStatus Examine(const LintOptions& options, Console& console) {
+  const lint::Selection selection = Select(options);
+  const TableBytes bytes = ReadTableBytes(options.table, console);
+  const lint::Subject subject = ReadSubject(bytes, options.table, console);
+  LintReport report;
+  report.name = NameOf(options.table);
+  report.profile = options.profile;
+  report.files = options.table.file.empty()
+                     ? lint::FileNames{options.table.systemFolder + "/DMI",
+                                       options.table.systemFolder + "/smbios_entry_point"}
+                     : lint::FileNames{report.name, report.name};
+  report.findings = lint::Examine(subject, selection);
+  if (options.json) {
+    PrintJson(report, console);
+  } else {
+    PrintLines(report, options.maximum, console);
+  }
+  const bool isGrave = std::any_of(
+      report.findings.begin(), report.findings.end(),
+      [&](const lint::Finding& finding) { return finding.rule->severity >= options.failOn; });
+  return isGrave ? kExitFound : kExitNothingFound;
+}
+
+ExitStatus Explain(const std::string& name, Console& console) {
+  if (name == "all") {
+    console.out << lint::RulesInMarkdown();
+    return kExitNothingFound;
+  }
+  const lint::Rule* rule = lint::FindRule(name);
+  if (rule == nullptr) {
+    ThrowUnknownRule(name);
+  }
+  console.out << lint::ExplainRule(*rule);
+  return kExitNothingFound;
+}
+
+ExitStatus Lint(const LintOptions& options, Console& console) {
+  if (options.list) {
+    console.out << lint::ListRules();
+    return kExitNothingFound;
+  }
+  return options.explain.empty() ? Examine(options, console) : Explain(options.explain, console);
+}
+
+// An option whose value is one of a few words.
+template <typename Value>
+CLI::Option* AddChoice(CLI::App& app, const std::string& name, Value& value,
+                       const std::map<std::string, Value>& words, const std::string& help) {
+  std::string all;
+  for (const auto& [word, ignored] : words) {
+    all += (all.empty() ? "" : "|") + word;
+  }
+  return app
+      .add_option_function<std::string>(
+          name, [&value, words](const std::string& word) { value = words.at(word); }, help)
+      ->check([words, all](const std::string& word) {
+        return words.count(word) != 0 ? std::string() : "'" + word + "' is none of " + all;
+      })
+      ->type_name(all);
+}
+
+}  // namespace
+
+void AddLint(Commands& commands) {
+  const auto options = std::make_shared<LintOptions>();
+  CLI::App& app =
+      commands.Add(kText, [options](Console& console) { return Lint(*options, console); });
+  AddTableOptions(app, options->table);
+  AddTableFile(app, options->table);
+  AddChoice<lint::Profile>(app, "--profile", options->profile,
+                           {{"driver", lint::kDriver}, {"table", lint::kTable}},
+                           "Who reads the table (driver)");
+  app.add_option("--enable", options->enable, "Look for what this rule is about, too")
+      ->type_name("RULE")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  app.add_option("--disable", options->disable, "Leave a rule out; --enable counts more")
+      ->type_name("RULE")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  AddChoice<lint::Severity>(app, "--fail-on", options->failOn,
+                            {{"error", lint::Severity::kError},
+                             {"warning", lint::Severity::kWarning},
+                             {"note", lint::Severity::kNote}},
+                            "End with status 1 only for findings as grave as that (note)");
+  app.add_option("--max", options->maximum, "Print no more findings of each rule, 0 for all (8)")
+      ->type_name("N");
+  app.add_flag("--json", options->json, "Print one JSON document, with all findings");
+  app.add_option("--explain", options->explain,
+                 "Tell all about a rule; 'all' prints the manual of all rules in Markdown")
+      ->type_name("RULE");
+  app.add_flag("--list", options->list, "List the rules");
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,182 @@
+/*
+ * `tvq mktable`: an SMBIOS table from its readable source form, and back.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "host/cli/command.h"
+#include "host/cli/input/input.h"
+#include "host/cli/input/table_input.h"
+#include "host/table/dump.h"
+#include "host/table/layout.h"
+#include "host/table/source.h"
+#include "host/table/text.h"
+
+namespace tvq::cli {
+namespace {
+
+using table::Bytes;
+using table::Result;
+using table::Table;
+
+constexpr CommandText kText = {
+    "mktable", "Builds a table from its readable source form, or turns a table into that form",
+    "FILE may be '-' for standard input and output.",
+    "  tvq mktable samples/two-socket.smbios -o two-socket.bin\n"
+    "  dmidecode --from-dump two-socket.bin\n"
+    "  tvq mktable --from-dump two-socket.bin\n"
+    "  dmidecode -u | tvq mktable --from-dump -\n"
+    "  tvq mktable --fields processor\n",
+    "0 the result was written; 2 it was not."};
+constexpr char kSourceHint[] = "`tvq mktable --from-dump FILE` makes a source to start from";
+
+struct MktableOptions {
+  std::string source;
+  std::string dump;
+  std::string output;
+  std::string fields;
+  RedactOptions redact;
+};
+
+std::string_view AsText(const Bytes& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The result of the command, for `output`; a failure carries the line of the input.
+Result<std::string> BuildDump(const Bytes& source, const std::optional<Masker>& masker) {
+  auto table = table::ParseSource(AsText(source));
+  if (!table) {
+    return table.Failure();
+  }
+  if (masker) {
+    RedactTable(table->structures, *masker);
+  }
+  const auto dump = table::WriteDump(*table);
+  if (!dump) {
+    return dump.Failure();
+  }
+  return std::string(AsText(*dump));
+}
+
+Result<std::string> BuildSource(const Bytes& file, const std::optional<Masker>& masker) {
+  auto table = table::IsHexText(file) ? table::ReadHexText(AsText(file)) : table::ReadDump(file);
+  if (!table) {
+    return table.Failure();
+  }
+  if (masker) {
+    RedactTable(table->structures, *masker);
+  }
+  return table::FormatSource(*table);
+}
+
+std::string ListTypes() {
+  std::string text;
+  for (const table::Layout& layout : table::Layouts()) {
+    text += fmt::format("{:3}  {}\n", layout.type, layout.name);
+  }
+  return text;
+}
+
+Result<std::string> ListFields(const std::string& type) {
+  if (type == "all") {
+    return ListTypes();
+  }
+  const table::Layout* layout = table::FindLayout(type);
+  if (layout == nullptr) {
+    return table::Error{fmt::format("there is no type of structure named '{}'", type),
+                        "`tvq mktable --fields all` lists them"};
+  }
+  std::string text = fmt::format("type {}\n", layout->type);
+  for (const table::Field& field : layout->fields) {
+    text +=
+        fmt::format("  {:02X}h  {:26}  {:16}  {}.{}\n", field.offset, field.name,
+                    table::NameOf(field.kind), field.since.majorNumber, field.since.minorNumber);
+  }
+  if (!layout->group.name.empty()) {
+    text += fmt::format("  {:02X}h  {:26} ", layout->group.offset, layout->group.name);
+    for (const table::FieldKind part : layout->group.parts) {
+      text += fmt::format(" {}", table::NameOf(part));
+    }
+    text += "; repeats\n";
+  }
+  return text;
+}
+
+void WriteOutput(const std::string& path, const std::string& result, std::ostream& out) {
+  if (path.empty() || path == "-") {
+    out << result;
+    return;
+  }
+  std::ofstream file(path, std::ios::binary);
+  file << result;
+  if (!file.flush()) {
+    throw InputError(fmt::format("cannot write {}: {}", path, std::strerror(errno)),
+                     "name a file in a folder that you may write to");
+  }
+}
+
+// Names the file and, where one is to blame, the line.
+[[noreturn]] void ThrowFailure(const std::string& path, const table::Error& error) {
+  std::string place;
+  if (!path.empty()) {
+    place = error.line == 0 ? path + ": " : fmt::format("{}:{}: ", path, error.line);
+  }
+  throw InputError(place + error.message, error.hint);
+}
+
+Result<std::string> Produce(const MktableOptions& options, const Console& console) {
+  if (!options.fields.empty()) {
+    return ListFields(options.fields);
+  }
+  const std::optional<Masker> masker = MakeMasker(options.redact);
+  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint, console), masker)
+                              : BuildSource(ReadInput(options.dump, kTableHint, console), masker);
+}
+
+void RequireOneTask(const MktableOptions& options) {
+  const int tasks = !options.source.empty() + !options.dump.empty() + !options.fields.empty();
+  if (tasks != 1) {
+    throw CLI::ValidationError("mktable", "takes one of SOURCE, --from-dump and --fields");
+  }
+  if (!options.source.empty() && options.output.empty()) {
+    throw CLI::RequiredError("-o FILE, where the table is written to,");
+  }
+}
+
+ExitStatus Mktable(const MktableOptions& options, Console& console) {
+  RequireOneTask(options);
+  const auto result = Produce(options, console);
+  if (!result) {
+    ThrowFailure(options.dump.empty() ? options.source : options.dump, result.Failure());
+  }
+  WriteOutput(options.output, *result, console.out);
+  return kExitNothingFound;
+}
+
+}  // namespace
+
+void AddMktable(Commands& commands) {
+  const auto options = std::make_shared<MktableOptions>();
+  CLI::App& app =
+      commands.Add(kText, [options](Console& console) { return Mktable(*options, console); });
+  app.add_option("SOURCE", options->source, "A table in source form")->type_name("");
+  app.add_option("-o,--output", options->output, "Where the result goes")->type_name("FILE");
+  app.add_option("--from-dump", options->dump,
+                 "What `dmidecode --dump-bin` or `dmidecode -u` wrote, or a bare structure table")
+      ->type_name("FILE");
+  app.add_option("--fields", options->fields,
+                 "List the fields of a type of structure, or all types")
+      ->type_name("TYPE|all");
+  AddRedact(app, options->redact);
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,140 @@
+/*
+ * The fields in which two documents or two tables differ.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/compare/diff_fields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <tuple>
+
+#include "host/cli/redact/redact.h"
+#include "host/cli/output/text.h"
+#include "host/table/layout.h"
+#include "host/table/source.h"
+#include "host/table/structure_view.h"
+
+namespace tvq::cli {
+namespace {
+
+using Fields = std::vector<std::pair<std::string, std::string>>;  // each name once
+
+std::vector<FieldChange> DiffFields(const Fields& before, const Fields& after) {
+  const std::map<std::string, std::string> old(before.begin(), before.end());
+  const std::map<std::string, std::string> now(after.begin(), after.end());
+  std::vector<FieldChange> changes;
+  for (const auto& [name, text] : before) {
+    const auto found = now.find(name);
+    if (found == now.end()) {
+      changes.push_back({name, text, std::nullopt});
+    } else if (found->second != text) {
+      changes.push_back({name, text, found->second});
+    }
+  }
+  for (const auto& [name, text] : after) {
+    if (old.count(name) == 0) {
+      changes.push_back({name, std::nullopt, text});
+    }
+  }
+  return changes;
+}
+
+Fields FieldsOf(const Element& document, const std::optional<Masker>& masker) {
+  Fields fields;
+  VisitTexts(document, "", [&](const std::string& path, const std::string& text) {
+    const bool isMasked = masker && IsSecretElement(path.substr(path.rfind('/') + 1));
+    fields.emplace_back(path, Printable(isMasked ? masker->Mask(text) : text));
+  });
+  return fields;
+}
+
+// The lines of the structure's source form. Those that repeat are numbered from the second on.
+Fields FieldsOf(const table::StructureView& structure, table::Version version) {
+  table::Table table;
+  table.version = version;
+  table.entryPoint = table::EntryPoint::kNone;
+  table.structures.assign(structure.body, structure.body + structure.totalSize);
+  std::istringstream source(table::FormatSource(table));
+  Fields fields;
+  std::map<std::string, int> counts;
+  bool isInBlock = false;
+  for (std::string line; std::getline(source, line);) {
+    const std::size_t sign = line.find(" = ");
+    isInBlock = isInBlock || (!line.empty() && line[0] == '[');
+    if (!isInBlock || sign == std::string::npos) {
+      continue;
+    }
+    std::string name = line.substr(0, line.find_last_not_of(' ', sign) + 1);
+    if (const int count = ++counts[name]; count > 1) {
+      name += fmt::format("[{}]", count);
+    }
+    fields.emplace_back(name, line.substr(sign + 3));
+  }
+  return fields;
+}
+
+// Type, handle, and how many of the same came before.
+using Key = std::tuple<unsigned, unsigned, unsigned>;
+
+std::vector<std::pair<Key, table::StructureView>> Keyed(
+    const std::vector<table::StructureView>& structures) {
+  std::map<std::pair<unsigned, unsigned>, unsigned> counts;
+  std::vector<std::pair<Key, table::StructureView>> keyed;
+  for (const table::StructureView& structure : structures) {
+    const unsigned before = counts[{structure.Type(), structure.Handle()}]++;
+    keyed.emplace_back(Key(structure.Type(), structure.Handle(), before), structure);
+  }
+  return keyed;
+}
+
+std::string NameOf(const table::StructureView& structure) {
+  const std::string_view name = table::LayoutOf(structure.Type()).name;
+  return fmt::format("type {}, handle 0x{:04X}{}", structure.Type(), structure.Handle(),
+                     name.empty() ? "" : fmt::format(" ({})", name));
+}
+
+table::Version VersionOf(const session::Table& table) {
+  return {static_cast<uint8_t>(table.major), static_cast<uint8_t>(table.minor)};
+}
+
+bool AreEqual(const table::StructureView& left, const table::StructureView& right) {
+  return std::equal(left.body, left.body + left.totalSize, right.body,
+                    right.body + right.totalSize);
+}
+
+}  // namespace
+
+std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after,
+                                       const std::optional<Masker>& masker) {
+  return DiffFields(FieldsOf(before, masker), FieldsOf(after, masker));
+}
+
+std::vector<StructureChange> DiffTables(const session::Table& before, const session::Table& after) {
+  const auto old = Keyed(table::SplitTable(before.structures));
+  const auto now = Keyed(table::SplitTable(after.structures));
+  const std::map<Key, table::StructureView> oldByKey(old.begin(), old.end());
+  const std::map<Key, table::StructureView> nowByKey(now.begin(), now.end());
+  std::vector<StructureChange> changes;
+  for (const auto& [key, structure] : old) {
+    const auto found = nowByKey.find(key);
+    if (found == nowByKey.end()) {
+      changes.push_back({NameOf(structure), false, true, {}});
+    } else if (!AreEqual(structure, found->second)) {
+      changes.push_back({NameOf(structure), false, false,
+                         DiffFields(FieldsOf(structure, VersionOf(before)),
+                                    FieldsOf(found->second, VersionOf(after)))});
+    }
+  }
+  for (const auto& [key, structure] : now) {
+    if (oldByKey.count(key) == 0) {
+      changes.push_back({NameOf(structure), true, false, {}});
+    }
+  }
+  return changes;
+}
+
+}  // namespace tvq::cli

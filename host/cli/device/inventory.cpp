@@ -1,0 +1,158 @@
+/*
+ * What a device's blobs and document say.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/device/inventory.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "host/cli/device/blob.h"
+#include "host/cli/output/text.h"
+
+namespace tvq::cli {
+namespace {
+
+constexpr unsigned kProcessor = 2;
+constexpr unsigned kModule = 3;
+constexpr unsigned kSystem = 4;
+
+// The size word of a memory device (SMBIOS 7.18).
+constexpr uint64_t kSizeUnknown = 0xFFFF;
+constexpr uint64_t kSizeIsExtended = 0x7FFF;
+constexpr uint64_t kSizeInKilobytes = 0x8000;
+
+std::string OrDash(std::string text) {
+  const auto last = text.find_last_not_of(' ');
+  text.erase(last == std::string::npos ? 0 : last + 1);
+  return text.empty() ? "-" : text;
+}
+
+std::string OrDash(const std::optional<std::u16string>& text) {
+  return text ? OrDash(Printable(*text)) : "-";
+}
+
+// A number with its unit; 0 stands for "not known".
+std::string WithUnit(std::string_view number, const char* unit) {
+  return NumberOf(number) == 0 ? "-" : fmt::format("{} {}", Printable(number), unit);
+}
+
+std::string ModuleSize(const Element& dimm) {
+  const uint64_t size = NumberOf(dimm.TextOf("Size"));
+  if (size == kSizeUnknown) {
+    return "-";
+  }
+  if (size == kSizeIsExtended) {
+    return SizeInWords((NumberOf(dimm.TextOf("ExtendedSize")) & 0x7FFFFFFF) << 20);
+  }
+  return SizeInWords((size & kSizeInKilobytes) != 0 ? (size & ~kSizeInKilobytes) << 10
+                                                    : size << 20);
+}
+
+std::string CoresInWords(const Element& cpu) {
+  const std::string cores = Printable(cpu.TextOf("CoreCount"));
+  const std::string threads = Printable(cpu.TextOf("ThreadCount"));
+  return NumberOf(cores) == 0     ? "-"
+         : NumberOf(threads) == 0 ? cores + " cores"
+                                  : fmt::format("{} cores, {} threads", cores, threads);
+}
+
+void Describe(const Element& document, Device& device) {
+  const auto text = [&document](const char* path) {
+    return OrDash(Printable(document.TextOf(path)));
+  };
+  device.model = text("Inventory/MarketingName");
+  switch (device.type) {
+    case kProcessor:
+      device.identity = text("Configuration/cpuData/PPIN");
+      device.cores = CoresInWords(*document.Find("Configuration")->Find("cpuData"));
+      device.speed = WithUnit(document.TextOf("Configuration/cpuData/CurrentSpeed"), "MHz");
+      device.slot = text("Inventory/Identifier/CPULocation");
+      break;
+    case kModule:
+      device.identity = text("Inventory/WWN");
+      device.part = text("Configuration/dimmData/PartNumber");
+      device.size = ModuleSize(*document.Find("Configuration")->Find("dimmData"));
+      device.speed =
+          WithUnit(document.TextOf("Configuration/dimmData/ConfiguredMemClockSpeed"), "MT/s");
+      device.slot = text("Inventory/Identifier/DIMMLocation");
+      break;
+    case kSystem:
+      device.model = text("Inventory/Identifier/SystemInformation/ProductName");
+      device.identity = text("Inventory/Identifier/SystemInformation/ServiceTag");
+      break;
+    default:
+      break;
+  }
+}
+
+// What Describe relies on.
+void RequireSections(const Element& document, unsigned type) {
+  const char* const wanted = type == kProcessor ? "cpuData"
+                             : type == kModule  ? "dimmData"
+                                                : nullptr;
+  const Element* const configuration = document.Find("Configuration");
+  if (configuration == nullptr || (wanted != nullptr && configuration->Find(wanted) == nullptr)) {
+    throw DataError(kDocumentOffset, "it is no document of this kind of device");
+  }
+}
+
+}  // namespace
+
+Device ToDevice(const session::Record& record) {
+  Device device;
+  device.type = record.deviceType;
+  device.name = OrDash(record.name);
+  device.fqdd = OrDash(record.fqdd);
+  device.model = device.identity = device.part = device.cores = device.size = device.speed =
+      device.slot = "-";
+  if (!record.blobs[1]) {
+    device.trouble = "it has no configuration blob";
+    return device;
+  }
+  try {
+    Element document = ReadDocument(DocumentText(*record.blobs[1]));
+    RequireSections(document, device.type);
+    Describe(document, device);
+    device.document = std::move(document);
+  } catch (const DataError& error) {
+    device.trouble = error.what();
+  }
+  return device;
+}
+
+std::vector<Device> ToDevices(const std::vector<session::Record>& records) {
+  std::vector<Device> devices;
+  std::transform(records.begin(), records.end(), std::back_inserter(devices), ToDevice);
+  return devices;
+}
+
+std::string_view DocumentText(const session::Bytes& configurationBlob) {
+  if (configurationBlob.size() <= kDocumentOffset) {
+    throw DataError(configurationBlob.size(), "the blob ends before its document");
+  }
+  const std::string_view text(reinterpret_cast<const char*>(configurationBlob.data()),
+                              configurationBlob.size());
+  return text.substr(kDocumentOffset, text.find('\0', kDocumentOffset) - kDocumentOffset);
+}
+
+std::string SizeInWords(uint64_t bytes) {
+  constexpr const char* kUnits[] = {"bytes", "KB", "MB", "GB", "TB"};
+  size_t unit = 0;
+  while (unit + 1 < std::size(kUnits) && bytes != 0 && bytes % 1024 == 0) {
+    bytes /= 1024;
+    ++unit;
+  }
+  return fmt::format("{} {}", bytes, kUnits[unit]);
+}
+
+uint64_t NumberOf(std::string_view text, int base) {
+  uint64_t number = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  return result.ec == std::errc() && result.ptr == text.data() + text.size() ? number : 0;
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,30 @@
+/*
+ * The devices that the driver makes no record of, and why.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_DEVICE_MISSING_H_
+#define TVQ_HOST_CLI_DEVICE_MISSING_H_
+
+#include <string>
+#include <vector>
+
+#include "host/session/session.h"
+
+namespace tvq::cli {
+
+// Devices of one kind without a record, for one reason.
+struct Missing {
+  std::string what;               // "processor", "memory module" or "system"
+  std::vector<unsigned> handles;  // of their structures
+  std::string why;
+};
+
+std::vector<Missing> FindMissing(const session::Table& table, const session::Results& results);
+
+// What is no device of its own, such as "3 empty memory slots, 8 HBM stacks"; may be empty.
+std::string DescribeEmpty(const session::Table& table);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_DEVICE_MISSING_H_

@@ -1,0 +1,38 @@
+/*
+ * Reads input files, with messages for those that cannot be read.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_INPUT_INPUT_H_
+#define TVQ_HOST_CLI_INPUT_INPUT_H_
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/cli/output/console.h"
+
+namespace tvq::cli {
+
+// Input that cannot be used: what is wrong, and what to do about it.
+class InputError : public std::runtime_error {
+ public:
+  InputError(const std::string& what, std::string hint)
+      : std::runtime_error(what), mHint(std::move(hint)) {}
+  const std::string& Hint() const { return mHint; }
+
+ private:
+  std::string mHint;
+};
+
+// The bytes of a file. Throws an InputError with the hint, or one that says to run as root where
+// that is what is missing.
+std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint);
+// The same, and "-" is standard input.
+std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
+                               const Console& console);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_INPUT_INPUT_H_

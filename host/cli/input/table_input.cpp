@@ -1,0 +1,212 @@
+/*
+ * The table that a command works on.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/input/table_input.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+
+#include "host/cli/input/input.h"
+#include "host/table/dump.h"
+
+namespace tvq::cli {
+namespace {
+
+using Version = std::pair<unsigned, unsigned>;
+
+constexpr char kSystemHint[] =
+    "this machine shows no SMBIOS table here; name a captured one with --from-dump FILE";
+
+// "M.m", both from 0 to 255.
+std::optional<Version> ParseVersion(const std::string& text) {
+  Version version;
+  const char* const end = text.data() + text.size();
+  const auto major = std::from_chars(text.data(), end, version.first);
+  if (major.ec != std::errc() || major.ptr == end || *major.ptr != '.') {
+    return std::nullopt;
+  }
+  const auto minor = std::from_chars(major.ptr + 1, end, version.second);
+  const bool isWhole = minor.ec == std::errc() && minor.ptr == end;
+  return isWhole && version.first <= 255 && version.second <= 255 ? std::optional(version)
+                                                                  : std::nullopt;
+}
+
+[[noreturn]] void ThrowUnusable(const TableOptions& options, const table::Error& error) {
+  const std::string line = error.line == 0 ? "" : fmt::format("{}:", error.line);
+  throw InputError(fmt::format("{}:{} {}", NameOf(options), line, error.message), error.hint);
+}
+
+// The bytes of a captured table, also where `dmidecode -u` spelled them out.
+session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
+  if (!table::IsHexText(file)) {
+    return file;
+  }
+  const auto table = table::ReadHexText({reinterpret_cast<const char*>(file.data()), file.size()});
+  if (!table) {
+    ThrowUnusable(options, table.Failure());
+  }
+  auto dump = table::WriteDump(*table);
+  if (!dump) {
+    ThrowUnusable(options, dump.Failure());
+  }
+  return std::move(*dump);
+}
+
+// The same file, but for what names the machine and its parts.
+session::Bytes RedactedFile(const TableOptions& options, session::Bytes file,
+                            const Masker& masker) {
+  auto table = table::ReadDump(DumpOf(options, std::move(file)));
+  if (!table) {
+    ThrowUnusable(options, table.Failure());
+  }
+  RedactTable(table->structures, masker);
+  auto dump = table::WriteDump(*table);
+  if (!dump) {
+    ThrowUnusable(options, dump.Failure());
+  }
+  return std::move(*dump);
+}
+
+session::Table FileTable(session::Session& session, const session::Bytes& file,
+                         const TableOptions& options, const Console& console) {
+  session::Table table = session.ReadCapturedFile(DumpOf(options, file));
+  if (options.version && table.isBare) {
+    table.major = options.version->first;
+    table.minor = options.version->second;
+  } else if (options.version) {
+    console.Warning(fmt::format("--smbios-version is ignored: {} states version {}.{} itself",
+                                NameOf(options), table.major, table.minor));
+  }
+  return table;
+}
+
+[[noreturn]] void ThrowNoTable(const TableOptions& options, const session::TableError& error) {
+  throw InputError(
+      fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options), error.what()),
+      kTableHint);
+}
+
+void AddTableSource(CLI::App& app, TableOptions& options) {
+  CLI::Option* dump =
+      app.add_option("--from-dump", options.file,
+                     "What `dmidecode --dump-bin FILE` or `dmidecode -u` wrote; '-' reads standard "
+                     "input")
+          ->type_name("FILE");
+  CLI::Option* table =
+      app.add_option("--table", options.file, "A bare structure table, without an entry point")
+          ->type_name("FILE")
+          ->excludes(dump);
+  app.add_option("--sysfs", options.systemFolder,
+                 "Where this machine's table is shown (/sys/firmware/dmi/tables)")
+      ->type_name("DIR")
+      ->excludes(dump)
+      ->excludes(table);
+  app.add_option_function<std::string>(
+         "--smbios-version",
+         [&options](const std::string& text) { options.version = ParseVersion(text); },
+         "The version that a bare table counts as (3.0)")
+      ->type_name("M.m")
+      ->needs(table)
+      ->check([](const std::string& text) {
+        return ParseVersion(text) ? std::string() : "'" + text + "' is no version such as 3.2";
+      });
+}
+
+}  // namespace
+
+void AddTableOptions(CLI::App& app, TableOptions& options) {
+  AddTableSource(app, options);
+  AddRedact(app, options.redact);
+}
+
+void AddTableFile(CLI::App& app, TableOptions& options) {
+  app.add_option("FILE", options.file, "The same as --from-dump FILE")
+      ->type_name("")
+      ->excludes(app.get_option("--from-dump"))
+      ->excludes(app.get_option("--table"));
+}
+
+void AddConform(CLI::App& app, TableOptions& options) {
+  app.add_flag("--conform", options.conform,
+               "Rename devices that clash and add the FQDD map, in a copy of the table");
+}
+
+std::string NameOf(const TableOptions& options) {
+  return options.file.empty()  ? options.systemFolder
+         : options.file == "-" ? "standard input"
+                               : options.file;
+}
+
+TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
+  const std::optional<Masker> masker = MakeMasker(options.redact);
+  if (!options.file.empty()) {
+    session::Bytes file = ReadInput(options.file, kTableHint, console);
+    return {masker ? RedactedFile(options, std::move(file), *masker) : std::move(file), {}};
+  }
+  session::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
+  session::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
+  if (masker) {
+    RedactTable(structures, *masker);
+  }
+  return {std::move(structures), std::move(entryPoint)};
+}
+
+session::Table TableOf(session::Session& session, const TableBytes& bytes,
+                       const TableOptions& options, const Console& console) {
+  try {
+    return options.file.empty() ? session.ReadSeparateTable(bytes.entryPoint, bytes.file)
+                                : FileTable(session, bytes.file, options, console);
+  } catch (const session::TableError& error) {
+    ThrowNoTable(options, error);
+  }
+}
+
+session::Table ReadTable(session::Session& session, const TableOptions& options,
+                         const Console& console) {
+  session::Table table = TableOf(session, ReadTableBytes(options, console), options, console);
+  for (const std::string& warning : table.warnings) {
+    console.Warning(warning);
+  }
+  return table;
+}
+
+bool ConformTable(session::Session& session, session::Table& table, const Console& console) {
+  session::Conformed conformed = session.Conform(table);
+  if (conformed.isRefused) {
+    console.Error("the table cannot be conformed: " + conformed.summary,
+                  "the driver runs on the table as it is");
+    return false;
+  }
+  console.Line(
+      conformed.changes.empty()
+          ? "conform: " + conformed.summary
+          : fmt::format("conform: {} changes, in a copy of the table", conformed.changes.size()));
+  for (const std::string& change : conformed.changes) {
+    console.Line("conform: " + change);
+  }
+  table = std::move(conformed.table);
+  return true;
+}
+
+session::Results RunDriver(session::Session& session, const session::Table& table,
+                           const TableOptions& options, const Console& console) {
+  try {
+    session::Results results = session.Run(table);
+    for (const std::string& complaint : results.complaints) {
+      console.Warning(complaint);
+    }
+    if (results.start != "Success") {
+      console.Warning(fmt::format("the driver's start ended with '{}'{}", results.start,
+                                  options.conform ? "" : "; --conform makes a table fit for it"));
+    }
+    return results;
+  } catch (const session::TableError& error) {
+    ThrowNoTable(options, error);
+  }
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,64 @@
+/*
+ * The table that a command works on: the options that name it, and what is said about it.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_INPUT_TABLE_INPUT_H_
+#define TVQ_HOST_CLI_INPUT_TABLE_INPUT_H_
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "host/cli/command.h"
+#include "host/cli/redact/redact.h"
+#include "host/session/session.h"
+
+namespace tvq::cli {
+
+inline constexpr char kTableHint[] =
+    "a table is captured with `dmidecode --dump-bin FILE`; a bare structure table will do as well";
+
+struct TableOptions {
+  std::string file;  // empty: the table of this machine; "-": standard input
+  std::optional<std::pair<unsigned, unsigned>> version;  // of a table without an entry point
+  bool conform = false;
+  RedactOptions redact;
+  std::string systemFolder = "/sys/firmware/dmi/tables";
+};
+
+// Adds --from-dump, --table, --smbios-version, --sysfs and those of --redact. The options have to live until the command ran.
+void AddTableOptions(CLI::App& app, TableOptions& options);
+// Adds FILE, which says the same as --from-dump FILE.
+void AddTableFile(CLI::App& app, TableOptions& options);
+// Adds --conform.
+void AddConform(CLI::App& app, TableOptions& options);
+
+// How messages name the table.
+std::string NameOf(const TableOptions& options);
+
+// What a table is read from: a file, or the structures with an entry point apart from them;
+// redacted where that is wanted.
+struct TableBytes {
+  session::Bytes file;
+  session::Bytes entryPoint;  // empty where the file holds everything
+};
+TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
+// The table in these bytes. Throws InputError.
+session::Table TableOf(session::Session& session, const TableBytes& bytes,
+                       const TableOptions& options, const Console& console);
+
+// Reads the table that the options name; what is odd about it is said. Throws InputError.
+session::Table ReadTable(session::Session& session, const TableOptions& options,
+                         const Console& console);
+
+// Puts the conformed table in place of the table, and reports. False: it could not be conformed.
+bool ConformTable(session::Session& session, session::Table& table, const Console& console);
+
+// Runs the driver on a table; what it complains about is said. Throws InputError.
+session::Results RunDriver(session::Session& session, const session::Table& table,
+                           const TableOptions& options, const Console& console);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_INPUT_TABLE_INPUT_H_

@@ -1,0 +1,74 @@
+/*
+ * What a command reads from and writes to.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/output/console.h"
+
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ostream>
+
+namespace tvq::cli {
+namespace {
+
+bool IsSet(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+const char* CodeOf(Ink ink) {
+  switch (ink) {
+    case Ink::kBold:
+      return "1";
+    case Ink::kDim:
+      return "2";
+    case Ink::kRed:
+      return "31";
+    case Ink::kGreen:
+      return "32";
+    case Ink::kYellow:
+      return "33";
+    case Ink::kPlain:
+      break;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void Console::Line(std::string_view text) const {
+  diagnostics << "tvq: " << text << '\n';
+}
+
+void Console::Warning(std::string_view text) const {
+  diagnostics << "tvq: warning: " << text << '\n';
+}
+
+void Console::Error(std::string_view text, std::string_view hint) const {
+  diagnostics << "tvq: error: " << text << '\n';
+  if (!hint.empty()) {
+    diagnostics << "tvq: hint: " << hint << '\n';
+  }
+}
+
+Terminal StandardTerminal() {
+  if (isatty(STDOUT_FILENO) == 0) {
+    return {};
+  }
+  winsize size = {};
+  ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+  const char* const kind = std::getenv("TERM");
+  const bool isDumb = kind == nullptr || std::string_view(kind) == "dumb";
+  return {size.ws_col, !isDumb && !IsSet("NO_COLOR")};
+}
+
+std::string Painted(const Terminal& terminal, Ink ink, std::string_view text) {
+  const char* const code = terminal.hasColour ? CodeOf(ink) : nullptr;
+  return code == nullptr ? std::string(text) : fmt::format("\x1B[{}m{}\x1B[0m", code, text);
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,100 @@
+/*
+ * What the driver made of a table, as JSON.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/output/json.h"
+
+#include <fmt/format.h>
+
+#include "host/cli/output/text.h"
+
+namespace tvq::cli {
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json ToJson(const std::optional<std::u16string>& text) {
+  return text ? ordered_json(Utf8OfWide(*text)) : ordered_json(nullptr);
+}
+
+ordered_json ToJson(const std::optional<std::string>& text) {
+  return text ? ordered_json(Utf8OfBytes(*text)) : ordered_json(nullptr);
+}
+
+ordered_json ToJson(const std::optional<session::Bytes>& bytes) {
+  return bytes ? ordered_json(Hex(*bytes)) : ordered_json(nullptr);
+}
+
+ordered_json ToJson(const session::Record& record) {
+  return {{"deviceType", record.deviceType},
+          {"name", ToJson(record.name)},
+          {"fqdd", ToJson(record.fqdd)},
+          {"devicePath", ToJson(record.devicePath)},
+          {"identity", ToJson(record.identity)},
+          {"inventoryBlob", ToJson(record.blobs[0])},
+          {"configurationBlob", ToJson(record.blobs[1])},
+          {"endBlob", ToJson(record.blobs[2])}};
+}
+
+ordered_json ValueOf(const session::Attribute& attribute) {
+  if (!attribute.biosInfo) {
+    return ToJson(attribute.text);
+  }
+  return {{"ServiceTag", ToJson(attribute.biosInfo->serviceTag)},
+          {"BiosVersion", ToJson(attribute.biosInfo->biosVersion)},
+          {"ProductName", ToJson(attribute.biosInfo->productName)}};
+}
+
+ordered_json ToJson(const session::Attribute& attribute) {
+  return {{"namespace", Utf8OfWide(attribute.nameSpace)},
+          {"name", Utf8OfWide(attribute.name)},
+          {"status", attribute.status},
+          {"value", ValueOf(attribute)}};
+}
+
+ordered_json ToJson(const session::Variable& variable) {
+  return {{"name", Utf8OfWide(variable.name)},
+          {"guid", variable.guid},
+          {"attributes", variable.attributes},
+          {"data", Hex(variable.data)}};
+}
+
+ordered_json ToJson(const session::LogLine& line) {
+  return {{"level", fmt::format("0x{:08x}", line.level)},
+          {"function", Utf8OfBytes(line.function)},
+          {"text", Utf8OfWide(line.text)}};
+}
+
+template <typename Item>
+ordered_json ToJson(const std::vector<Item>& items) {
+  ordered_json list = ordered_json::array();
+  for (const Item& item : items) {
+    list.push_back(ToJson(item));
+  }
+  return list;
+}
+
+}  // namespace
+
+ordered_json SmbiosJson(const session::Table& table) {
+  return {{"major", table.major},
+          {"minor", table.minor},
+          {"structureCount", table.structureCount},
+          {"tableLength", table.structures.size()}};
+}
+
+ordered_json AttributesJson(const std::vector<session::Attribute>& attributes) {
+  return ToJson(attributes);
+}
+
+ordered_json ToJson(const session::Table& table, const session::Results& results) {
+  return {{"smbios", SmbiosJson(table)},
+          {"start", results.start},
+          {"records", ToJson(results.records)},
+          {"attributes", ToJson(results.attributes)},
+          {"variables", ToJson(results.variables)},
+          {"log", ToJson(results.log)}};
+}
+
+}  // namespace tvq::cli

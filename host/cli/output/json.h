@@ -1,0 +1,23 @@
+/*
+ * What the driver made of a table, as JSON.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_OUTPUT_JSON_H_
+#define TVQ_HOST_CLI_OUTPUT_JSON_H_
+
+#include <nlohmann/json.hpp>
+
+#include "host/session/session.h"
+
+namespace tvq::cli {
+
+nlohmann::ordered_json SmbiosJson(const session::Table& table);
+nlohmann::ordered_json AttributesJson(const std::vector<session::Attribute>& attributes);
+
+// The document of `tvq export`.
+nlohmann::ordered_json ToJson(const session::Table& table, const session::Results& results);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_OUTPUT_JSON_H_

@@ -1,0 +1,109 @@
+/*
+ * How texts and bytes of the firmware are shown.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/output/text.h"
+
+#include <fmt/format.h>
+
+#include <cstddef>
+
+namespace tvq::cli {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(char16_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool IsLowSurrogate(char16_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+bool IsControl(char32_t character) {
+  return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+void Append(std::string& utf8, char32_t character) {
+  const auto tail = [&](int shift) {
+    utf8.push_back(static_cast<char>(0x80 | ((character >> shift) & 0x3F)));
+  };
+  if (character < 0x80) {
+    utf8.push_back(static_cast<char>(character));
+  } else if (character < 0x800) {
+    utf8.push_back(static_cast<char>(0xC0 | (character >> 6)));
+    tail(0);
+  } else if (character < 0x10000) {
+    utf8.push_back(static_cast<char>(0xE0 | (character >> 12)));
+    tail(6);
+    tail(0);
+  } else {
+    utf8.push_back(static_cast<char>(0xF0 | (character >> 18)));
+    tail(12);
+    tail(6);
+    tail(0);
+  }
+}
+
+}  // namespace
+
+std::string Utf8OfWide(std::u16string_view text) {
+  std::string utf8;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (IsHighSurrogate(unit) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+      ++i;
+      Append(utf8, 0x10000 + ((char32_t{unit} & 0x3FF) << 10) + (char32_t{text[i]} & 0x3FF));
+    } else {
+      Append(utf8, IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit);
+    }
+  }
+  return utf8;
+}
+
+std::string Utf8OfBytes(std::string_view text) {
+  std::string utf8;
+  for (const char byte : text) {
+    Append(utf8, static_cast<uint8_t>(byte));
+  }
+  return utf8;
+}
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  for (const char character : text) {
+    const auto byte = static_cast<uint8_t>(character);
+    if (IsControl(byte)) {
+      printable += fmt::format("\\x{:02X}", byte);
+    } else {
+      Append(printable, byte);
+    }
+  }
+  return printable;
+}
+
+std::string Printable(std::u16string_view text) {
+  std::string printable;
+  size_t start = 0;
+  for (size_t i = 0; i <= text.size(); ++i) {
+    if (i == text.size() || IsControl(text[i])) {
+      printable += Utf8OfWide(text.substr(start, i - start));
+      printable += i == text.size() ? "" : fmt::format("\\x{:02X}", unsigned{text[i]});
+      start = i + 1;
+    }
+  }
+  return printable;
+}
+
+std::string Hex(const std::vector<uint8_t>& bytes) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string hex;
+  for (const uint8_t byte : bytes) {
+    hex.push_back(kDigits[byte >> 4]);
+    hex.push_back(kDigits[byte & 0x0F]);
+  }
+  return hex;
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,32 @@
+/*
+ * How texts and bytes of the firmware are shown.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_OUTPUT_TEXT_H_
+#define TVQ_HOST_CLI_OUTPUT_TEXT_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tvq::cli {
+
+// UTF-8 of 16-bit characters: each unit is the character of its code. Two halves of a surrogate
+// pair are one character, and a lone half, which UTF-8 cannot express, is U+FFFD.
+std::string Utf8OfWide(std::u16string_view text);
+
+// UTF-8 of 8-bit characters: each byte is the character U+0000 to U+00FF of its code.
+std::string Utf8OfBytes(std::string_view text);
+
+// The same for a terminal: control characters, which could command it, are spelled out as "\x1B".
+std::string Printable(std::string_view text);
+std::string Printable(std::u16string_view text);
+
+// Two lower-case digits for each byte.
+std::string Hex(const std::vector<uint8_t>& bytes);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_OUTPUT_TEXT_H_

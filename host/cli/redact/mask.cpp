@@ -1,0 +1,210 @@
+/*
+ * Masks for texts that name a machine or a part.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/redact/mask.h"
+
+#include <sodium.h>
+
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+
+namespace tvq::cli {
+namespace {
+
+constexpr std::size_t kKeptOfSerial = 14;
+constexpr std::size_t kPpinSize = 16;
+constexpr std::string_view kPpinTag = "17[";
+constexpr std::string_view kDigits = "0123456789abcdef";
+// Far beyond the six for each bit that the proof of the shuffle asks for, for the shortest texts.
+constexpr unsigned kFewestRounds = 64;
+constexpr unsigned kRoundsForEachCharacter = 36;
+
+// Characters that stand for each other: the hexadecimal letters are a class of their own, so that a
+// hexadecimal number stays one.
+struct Class {
+  unsigned char first;
+  unsigned char last;
+};
+constexpr Class kClasses[] = {{'0', '9'}, {'A', 'F'}, {'G', 'Z'},
+                              {'a', 'f'}, {'g', 'z'}, {0xA1, 0xFF}};
+
+const Class* ClassOf(unsigned char character) {
+  const auto* const found = std::find_if(
+      std::begin(kClasses), std::end(kClasses),
+      [character](const Class& one) { return one.first <= character && character <= one.last; });
+  return found == std::end(kClasses) ? nullptr : found;
+}
+
+// What firmware writes where it knows no number. Upper case and blanks do not count.
+constexpr std::string_view kPlaceholders[] = {"notspecified",
+                                              "unknown",
+                                              "none",
+                                              "n/a",
+                                              "na",
+                                              "noserialnumber",
+                                              "serialnumber",
+                                              "systemserialnumber",
+                                              "chassisserialnumber",
+                                              "baseboardserialnumber",
+                                              "empty",
+                                              "nodimm",
+                                              "notavailable",
+                                              "notprovided",
+                                              "default",
+                                              "defaultstring",
+                                              "0123456789",
+                                              "tobefilledbyo.e.m.",
+                                              "oem",
+                                              "o.e.m.",
+                                              "undefined",
+                                              "invalid",
+                                              "noassettag",
+                                              "noassetinformation",
+                                              "assettag",
+                                              "notapplicable"};
+
+bool NamesNothing(std::string_view text) {
+  std::string plain;
+  for (const char character : text) {
+    if (character != ' ') {
+      plain.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
+    }
+  }
+  const bool isOneCharacter =
+      std::all_of(plain.begin(), plain.end(), [&plain](char one) { return one == plain[0]; });
+  return isOneCharacter || std::find(std::begin(kPlaceholders), std::end(kPlaceholders), plain) !=
+                               std::end(kPlaceholders);
+}
+
+// A pseudorandom function of the key, a round and a text.
+class Oracle {
+ public:
+  Oracle(const std::vector<uint8_t>& key, std::string_view context) : mKey(key) {
+    mInput.assign(context.begin(), context.end());
+    mInput.push_back(0);
+    mPrefix = mInput.size();
+  }
+
+  // `size` bytes; `kind` sets uses of one round apart.
+  std::vector<uint8_t> Ask(char kind, unsigned round, const std::string& text, std::size_t size) {
+    mInput.resize(mPrefix);
+    mInput.push_back(static_cast<uint8_t>(kind));
+    mInput.push_back(static_cast<uint8_t>(round));
+    mInput.push_back(static_cast<uint8_t>(round >> 8));
+    mInput.insert(mInput.end(), text.begin(), text.end());
+    std::vector<uint8_t> answer(
+        std::clamp<std::size_t>(size, crypto_generichash_BYTES_MIN, crypto_generichash_BYTES_MAX));
+    crypto_generichash(answer.data(), answer.size(), mInput.data(), mInput.size(), mKey.data(),
+                       mKey.size());
+    return answer;
+  }
+
+ private:
+  const std::vector<uint8_t>& mKey;
+  std::vector<uint8_t> mInput;
+  std::size_t mPrefix = 0;
+};
+
+// The classes of a text's characters, which its mask keeps.
+std::string ShapeOf(std::string_view text) {
+  std::string shape;
+  for (const char character : text) {
+    const Class* const one = ClassOf(static_cast<unsigned char>(character));
+    shape.push_back(one == nullptr ? character : static_cast<char>(one->first));
+  }
+  return shape;
+}
+
+// Character by character, `number` minus the text, in the arithmetic of each class.
+std::string Partner(const std::string& text, const std::vector<uint8_t>& number) {
+  std::string partner = text;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto character = static_cast<unsigned char>(text[i]);
+    if (const Class* const one = ClassOf(character)) {
+      const unsigned count = one->last - one->first + 1u;
+      const unsigned value = number[i] % count + count - (character - one->first);
+      partner[i] = static_cast<char>(one->first + value % count);
+    }
+  }
+  return partner;
+}
+
+}  // namespace
+
+Masker::Masker(std::string_view key) : mKey(crypto_generichash_KEYBYTES) {
+  if (sodium_init() < 0) {
+    throw std::runtime_error("the cryptographic library cannot be used");
+  }
+  constexpr std::string_view kPurpose = "tvq --redact";
+  crypto_generichash(mKey.data(), mKey.size(), reinterpret_cast<const uint8_t*>(key.data()),
+                     key.size(), reinterpret_cast<const uint8_t*>(kPurpose.data()),
+                     kPurpose.size());
+}
+
+// A swap-or-not shuffle of all texts of one shape: in every round, a text and its partner change
+// places or stay, which is a permutation whatever the key says.
+std::string Masker::Permute(std::string_view text, std::string_view context) const {
+  std::string masked(text);
+  const std::string shape = ShapeOf(text);
+  Oracle oracle(mKey, context);
+  const auto rounds = kFewestRounds + kRoundsForEachCharacter * static_cast<unsigned>(text.size());
+  for (unsigned round = 0; round < rounds; ++round) {
+    std::string partner = Partner(masked, oracle.Ask('k', round, shape, text.size()));
+    if ((oracle.Ask('b', round, std::max(masked, partner), 1)[0] & 1) != 0) {
+      masked = std::move(partner);
+    }
+  }
+  return masked;
+}
+
+std::string Masker::Mask(std::string_view text) const {
+  if (NamesNothing(text)) {
+    return std::string(text);
+  }
+  std::string masked;
+  // The part that the driver keeps is masked for itself; longer texts in pieces, each in the
+  // context of all before it.
+  for (std::size_t at = 0; at < text.size(); at += kKeptOfSerial) {
+    masked += Permute(text.substr(at, kKeptOfSerial), text.substr(0, at));
+  }
+  return masked;
+}
+
+std::string Masker::MaskOemString(std::string_view text) const {
+  const std::size_t tag = text.find(kPpinTag);
+  if (tag != std::string_view::npos) {
+    const std::size_t value = tag + kPpinTag.size();
+    const std::string_view rest = text.substr(value);
+    return std::string(text.substr(0, value)) + Mask(rest.substr(0, kPpinSize)) +
+           (rest.size() > kPpinSize ? Mask(rest.substr(kPpinSize)) : "");
+  }
+  // All up to the last bracket counts as a tag, so that none comes about by chance.
+  const std::size_t bracket = text.rfind('[');
+  const std::size_t kept = bracket == std::string_view::npos ? 1 : bracket + 1;
+  if (text.size() <= kept || NamesNothing(text)) {
+    return std::string(text);
+  }
+  return std::string(text.substr(0, kept)) + Mask(text.substr(kept));
+}
+
+std::vector<uint8_t> Masker::MaskUuid(const std::vector<uint8_t>& bytes) const {
+  std::string text;
+  for (const uint8_t byte : bytes) {
+    text.push_back(kDigits[byte >> 4]);
+    text.push_back(kDigits[byte & 0x0F]);
+  }
+  const std::string mask = Mask(text);
+  const auto valueOf = [&mask](std::size_t i) {
+    return static_cast<unsigned>(kDigits.find(mask[i]));
+  };
+  std::vector<uint8_t> masked;
+  for (std::size_t i = 0; i < mask.size(); i += 2) {
+    masked.push_back(static_cast<uint8_t>(valueOf(i) << 4 | valueOf(i + 1)));
+  }
+  return masked;
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,47 @@
+/*
+ * --redact: what may be shared of a table, a document or a blob.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_REDACT_REDACT_H_
+#define TVQ_HOST_CLI_REDACT_REDACT_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/cli/command.h"
+#include "host/cli/redact/mask.h"
+
+namespace tvq::cli {
+
+struct RedactOptions {
+  bool isWanted = false;
+  std::string key;  // empty: that of this machine
+};
+
+// Adds --redact and --redact-key.
+void AddRedact(CLI::App& app, RedactOptions& options);
+
+// Nothing where --redact was not given. Throws InputError.
+std::optional<Masker> MakeMasker(const RedactOptions& options);
+
+// Masks a structure table in place: the numbers and tags that name the machine or a part, OEM
+// strings, every other text that repeats one of them, and what makers keep in structures of their
+// own. Nothing changes its place or its length, and the driver's names stay.
+void RedactTable(std::vector<uint8_t>& structures, const Masker& masker);
+
+// Masks the blobs of a file in place, damaged ones too.
+void RedactBlobs(std::vector<uint8_t>& file, const Masker& masker);
+
+// Whether the text of this element of a document names the machine or a part.
+bool IsSecretElement(std::string_view name);
+
+// Whether the value of this field does, as host/table names type and field.
+bool IsSecretField(uint8_t type, std::string_view field);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_REDACT_REDACT_H_
