@@ -29,11 +29,16 @@ Session& CurrentSession() {
 // What a 32-bit entry point can state.
 constexpr size_t kMaxTableSize = 0xFFFF;
 
+// What was conformed conforms, and fits an entry point.
 void Conform(Session& session, const tvq::session::Table& table) {
   const tvq::session::Conformed conformed = session.Conform(table);
-  Expect(conformed.isRefused || conformed.changes.empty() ||
-             conformed.table.structures.size() <= kMaxTableSize,
+  if (conformed.isRefused || conformed.changes.empty()) {
+    return;
+  }
+  Expect(conformed.table.structures.size() <= kMaxTableSize,
          "a conformed table is larger than an entry point can state");
+  const tvq::session::Conformed again = session.Conform(conformed.table);
+  Expect(!again.isRefused && again.changes.empty(), "a conformed table is conformed once more");
 }
 
 template <typename Read>
