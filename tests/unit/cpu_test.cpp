@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/support/argument_log.h"
 #include "tests/unit/support/cpu_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/builders.h"
@@ -41,11 +42,22 @@ TEST_F(Cpus, LogEveryStep) {
 }
 
 TEST_F(Cpus, LogTheAddressOfTheSizesAsTheLengthOfTheOemStrings) {
-  Prepare(WholeServer());
+  const Table table = ServerWith({OneProcessor().Build(), OemStrings{}.Build()});
+  Prepare(table);
+  std::vector<size_t> sizes;
+  const ArgumentLog addresses(
+      rig.platform, "Found %d OEM SMBIOS structures of len = %d\n", 2,
+      [&](const std::vector<UINT64>& arguments) {
+        for (const host::Block& block : rig.BlocksFrom("SmbiosGetStructuresByType")) {
+          // The format prints 32 bits.
+          if (static_cast<UINT32>(reinterpret_cast<UINTN>(block.address)) ==
+              static_cast<UINT32>(arguments[1])) {
+            sizes.push_back(*static_cast<const UINT16*>(block.address));
+          }
+        }
+      });
   ASSERT_EQ(MakeCPUs(), EFI_SUCCESS);
-  const std::string start = "Found 1 OEM SMBIOS structures of len = ";
-  EXPECT_THAT(rig.TakeLog(),
-              Contains(LogIs("MakeCPUs", testing::MatchesRegex(start + "-?[0-9]+\n"))));
+  EXPECT_THAT(sizes, ElementsAre(table.OffsetOf(2) - table.OffsetOf(1)));
 }
 
 TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
@@ -333,6 +345,14 @@ TEST_F(Cpus, TheFamilyOfTheLastPopulatedSocketRemains) {
   EXPECT_THAT(
       rig.Firmware().FindVariable(u"EFI_SMBIOS_PROCESSOR_FAMILY", gZvServicesTableGuid)->data,
       ElementsAre(2));
+}
+
+TEST_F(Cpus, TheFamilyIsWrittenForEachPopulatedSocket) {
+  Prepare(ServerWith({Processor{.designation = "CPU1", .family = 1}.Build(),
+                      Processor{.designation = "CPU2", .status = 0}.Build(),
+                      Processor{.designation = "CPU3", .family = 1}.Build()}));
+  ASSERT_EQ(Make(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Firmware().Calls(host::images::driver, host::Service::SetVariable), 2u);
 }
 
 TEST_F(Cpus, AVariableThatCannotBeWrittenIsNoFailure) {

@@ -3,6 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include "tests/unit/support/argument_log.h"
 #include "tests/unit/support/misplaced_record.h"
 #include "tests/unit/support/record_fixture.h"
 
@@ -51,6 +52,19 @@ TEST_F(Identify, LogsTheClass) {
   Ask(InventoryOf(NewRecord(TVQ_DEVICE_TYPE_SYSTEM)));
   EXPECT_THAT(TakeLog(),
               ElementsAre("SMTVQIdentify: Entering \n", "SMTVQIdentify: Exiting 0x00000010\n"));
+}
+
+// The format prints the low half alone.
+TEST_F(Identify, LogsTheClassWithItsQualifier) {
+  std::vector<UINT64> logged;
+  const ArgumentLog log(
+      mRig.platform, "Exiting 0x%08X\n", 1,
+      [&](const std::vector<UINT64>& arguments) { logged.push_back(arguments[0]); });
+  for (UINT8 type : std::initializer_list<UINT8>{TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM,
+                                                 TVQ_DEVICE_TYPE_SYSTEM}) {
+    Ask(InventoryOf(NewRecord(type)));
+  }
+  EXPECT_THAT(logged, ElementsAre(0x000000DC00000005, 0x000000DC00000006, 0x000000DC00000010));
 }
 
 TEST_F(Identify, RefusesAnUnknownDeviceTypeAfterTheFirstTwoWrites) {

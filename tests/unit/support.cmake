@@ -5,6 +5,7 @@
 if(GTest_FOUND AND TARGET tvq_image_driver)
   add_library(
     tvq_test_support STATIC
+    unit/support/argument_log.cpp
     unit/support/library_double.cpp
     unit/support/platform_double.cpp
     unit/support/rig.cpp
