@@ -4,6 +4,7 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <cstring>
+#include <iterator>
 
 #include "tests/unit/support/document_fixture.h"
 
@@ -235,7 +236,7 @@ class PublishedRecords : public testing::Test {
   std::vector<RecordHandle> mRecords;
 };
 
-TEST_F(PublishedRecords, StandOnAHandleWithTheirFourInterfaces) {
+TEST_F(PublishedRecords, StandOnAHandleWithTheirFourInterfacesInOrder) {
   for (const RecordHandle& published : mRecords) {
     ASSERT_NE(published.record, nullptr);
     EXPECT_EQ(published.protocol, InventoryOf(published.record));
@@ -245,7 +246,13 @@ TEST_F(PublishedRecords, StandOnAHandleWithTheirFourInterfaces) {
     UINTN count = 0;
     EXPECT_EQ(mRig.BootServices()->ProtocolsPerHandle(published.handle, &guids, &count),
               EFI_SUCCESS);
-    EXPECT_EQ(count, 4u);
+    // The firmware lists the newest first.
+    const EFI_GUID* const expected[] = {&gEfiDevicePathProtocolGuid, &gZvEntryProtocolGuid,
+                                        &gTvqInventoryProtocolGuid, &gTvqRecordGuid};
+    ASSERT_EQ(count, std::size(expected));
+    for (UINTN i = 0; i < count; ++i) {
+      EXPECT_EQ(BytesAt(guids[i], sizeof(EFI_GUID)), BytesAt(expected[i], sizeof(EFI_GUID))) << i;
+    }
     mRig.BootServices()->FreePool(guids);
   }
 }

@@ -4,7 +4,10 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <algorithm>
+#include <cstring>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include "tests/unit/support/rig.h"
 
@@ -112,6 +115,60 @@ TEST_F(Unload, AsksForEachRecordsInterfacesInOneRefusedCall) {
   // The inventory protocol comes first in the call: the firmware takes it off, refuses the entry,
   // and puts it back.
   EXPECT_EQ(notified, 3u);
+}
+
+bool Same(const EFI_GUID& left, const EFI_GUID& right) {
+  return std::memcmp(&left, &right, sizeof(EFI_GUID)) == 0;
+}
+
+// What a call names, in its order.
+struct UninstallCall {
+  struct Pair {
+    EFI_GUID guid;
+    const VOID* interface;
+    // What the interface of the entry leads to, read while the caller's variable still stands.
+    const VOID* pointee;
+  };
+  EFI_HANDLE handle;
+  std::vector<Pair> pairs;
+};
+std::vector<UninstallCall> gUninstallCalls;
+
+EFI_STATUS EFIAPI NoteUninstall(EFI_HANDLE handle, ...) {
+  UninstallCall call = {handle, {}};
+  VA_LIST marker;
+  VA_START(marker, handle);
+  while (const EFI_GUID* guid = VA_ARG(marker, EFI_GUID*)) {
+    const VOID* const interface = VA_ARG(marker, VOID*);
+    const VOID* pointee = nullptr;
+    if (Same(*guid, gZvEntryProtocolGuid)) {
+      pointee = *static_cast<const VOID* const*>(interface);
+    }
+    call.pairs.push_back({*guid, interface, pointee});
+  }
+  VA_END(marker);
+  gUninstallCalls.push_back(call);
+  return EFI_INVALID_PARAMETER;
+}
+
+TEST_F(Unload, PassesTheAddressOfAVariableInPlaceOfTheEntry) {
+  gUninstallCalls.clear();
+  mRig.Firmware().SystemTableOf(driver)->BootServices->UninstallMultipleProtocolInterfaces =
+      NoteUninstall;
+  EXPECT_EQ(CallHandler(), EFI_SUCCESS);
+  const std::vector<RecordHandle> records = mRig.Records();
+  ASSERT_THAT(gUninstallCalls, SizeIs(records.size()));
+  for (size_t i = 0; i < records.size(); ++i) {
+    const UninstallCall& call = gUninstallCalls[i];
+    EXPECT_EQ(call.handle, records[i].handle);
+    ASSERT_THAT(call.pairs, SizeIs(3));
+    EXPECT_TRUE(Same(call.pairs[0].guid, gTvqInventoryProtocolGuid));
+    EXPECT_EQ(call.pairs[0].interface, records[i].protocol);
+    EXPECT_TRUE(Same(call.pairs[1].guid, gZvEntryProtocolGuid));
+    EXPECT_EQ(call.pairs[1].pointee, records[i].entryInterface);
+    EXPECT_TRUE(Same(call.pairs[2].guid, gEfiDevicePathProtocolGuid));
+    EXPECT_EQ(call.pairs[2].interface, records[i].devicePath);
+  }
 }
 
 TEST_F(Unload, FreesTheFqddMapAndForgetsTheTable) {

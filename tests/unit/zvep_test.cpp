@@ -22,11 +22,12 @@ struct Kind {
   ZVEP_PROTOCOL* (*make)(const TVQ_DEVICE*);
   size_t assertionLine;
   size_t fqddSize;  // of the block that holds it
+  const char* deviceName;
 };
 
-const Kind kCpu = {"CPU", TVQ_DEVICE_TYPE_CPU, MakeCPUZVEP, 63, 32};
-const Kind kDimm = {"DIMM", TVQ_DEVICE_TYPE_DIMM, MakeDIMMZVEP, 156, 32};
-const Kind kSystem = {"SYSTEM", TVQ_DEVICE_TYPE_SYSTEM, MakeSYSTEMZVEP, 272, 64};
+const Kind kCpu = {"CPU", TVQ_DEVICE_TYPE_CPU, MakeCPUZVEP, 63, 32, "CPU 2"};
+const Kind kDimm = {"DIMM", TVQ_DEVICE_TYPE_DIMM, MakeDIMMZVEP, 156, 32, "DIMM A12"};
+const Kind kSystem = {"SYSTEM", TVQ_DEVICE_TYPE_SYSTEM, MakeSYSTEMZVEP, 272, 64, "SYSTEM"};
 
 // A device path as a record has it.
 using Path = std::vector<UINT8>;
@@ -451,6 +452,7 @@ TEST_P(EveryDeviceEntry, AllocatesNoFqddThatNobodyAskedFor) {
   ZVEP_PROTOCOL* entry = NewEntry(GetParam());
   CHAR16* name = nullptr;
   ASSERT_EQ(Ask(entry, OwnPath(GetParam()), &name, nullptr), EFI_SUCCESS);
+  EXPECT_EQ(Utf8(name), GetParam().deviceName);
   EXPECT_THAT(NewBlockSizes(), ElementsAre(182, 30));
 }
 
