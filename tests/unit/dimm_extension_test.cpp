@@ -123,6 +123,14 @@ TEST_F(DimmExtensions, StandInTableOrder) {
   EXPECT_THAT(Handles(), testing::ElementsAre(0xE203, 0xE201, 0xE202));
 }
 
+TEST_F(DimmExtensions, OfOneModuleAreAllListed) {
+  Collect(TableOf({ExtensionOf(0xE200, 0x1100).Build(), ExtensionOf(0xE201, 0x1100).Build()}));
+  EXPECT_THAT(Handles(), testing::ElementsAre(0xE200, 0xE201));
+  for (const TYPE_E2_NODE* node : Nodes()) {
+    EXPECT_EQ(Value(node->Type17Handle), 0x1100);
+  }
+}
+
 TEST_F(DimmExtensions, AreAnEmptyListWhenThereAreNone) {
   Collect(TableOf({Bios{}.Build()}));
   EXPECT_EQ(mList, nullptr);

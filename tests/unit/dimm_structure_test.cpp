@@ -25,7 +25,8 @@ struct AgeCase {
   uint8_t minor;
   uint8_t length;
   bool hasAttributes;
-  bool hasExtendedSize;
+  bool isExtendedSizeThere;
+  bool isExtendedSizeWhole;
 };
 
 class DimmAge : public Dimms, public testing::WithParamInterface<AgeCase> {};
@@ -36,22 +37,48 @@ TEST_P(DimmAge, DecidesOnAttributesAndExtendedSize) {
   table.minorVersion = GetParam().minor;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_EQ(Dimm().Attributes, GetParam().hasAttributes ? 2 : 0);
-  EXPECT_EQ(Value(Dimm().ExtendedSize), GetParam().hasExtendedSize ? 0x00012345u : 0u);
+  EXPECT_EQ(Value(Dimm().ExtendedSize), GetParam().isExtendedSizeWhole ? 0x00012345u : 0u);
   const std::string line = "MakeDIMMs: Adding Extended Size here\n";
-  EXPECT_THAT(log, Contains(line).Times(GetParam().hasExtendedSize ? 1 : 0));
+  EXPECT_THAT(log, Contains(line).Times(GetParam().isExtendedSizeThere ? 1 : 0));
 }
 
-INSTANTIATE_TEST_SUITE_P(Ages, DimmAge,
-                         testing::Values(AgeCase{"Version2_7", 2, 7, 0x22, true, true},
-                                         AgeCase{"Version2_8", 2, 8, 0x22, true, true},
-                                         AgeCase{"Version3_0", 3, 0, 0x22, true, true},
-                                         AgeCase{"Version2_6", 2, 6, 0x22, false, false},
-                                         AgeCase{"Version2_6AndLong", 2, 6, 0x5C, false, false},
-                                         AgeCase{"Version1_9", 1, 9, 0x22, false, false},
-                                         AgeCase{"UpToExtendedSize", 2, 7, 0x20, true, true},
-                                         AgeCase{"UpToAttributes", 2, 7, 0x1C, true, false},
-                                         AgeCase{"BeforeAttributes", 3, 3, 0x1B, false, false}),
-                         [](const auto& info) { return info.param.name; });
+// The first byte of the extended size decides that it is there; cut short, it reads as zero.
+INSTANTIATE_TEST_SUITE_P(
+    Ages, DimmAge,
+    testing::Values(AgeCase{"Version2_7", 2, 7, 0x22, true, true, true},
+                    AgeCase{"Version2_8", 2, 8, 0x22, true, true, true},
+                    AgeCase{"Version3_0", 3, 0, 0x22, true, true, true},
+                    AgeCase{"Version2_6", 2, 6, 0x22, false, false, false},
+                    AgeCase{"Version2_6AndLong", 2, 6, 0x5C, false, false, false},
+                    AgeCase{"Version1_9", 1, 9, 0x22, false, false, false},
+                    AgeCase{"UpToExtendedSize", 2, 7, 0x20, true, true, true},
+                    AgeCase{"OneByteShort", 2, 7, 0x1F, true, true, false},
+                    AgeCase{"TwoBytesShort", 2, 7, 0x1E, true, true, false},
+                    AgeCase{"ThreeBytesShort", 2, 7, 0x1D, true, true, false},
+                    AgeCase{"UpToAttributes", 2, 7, 0x1C, true, false, false},
+                    AgeCase{"BeforeAttributes", 3, 3, 0x1B, false, false, false}),
+    [](const auto& info) { return info.param.name; });
+
+TEST_F(Dimms, OfVersion3_0HaveWhatTheirStandardKnows) {
+  Table table = MemoryOf({OneModule().Build().CutTo(0x22)});
+  table.majorVersion = 3;
+  table.minorVersion = 0;
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_EQ(Dimm().Attributes, 2);
+  EXPECT_EQ(Value(Dimm().ExtendedSize), 0x00012345u);
+  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 4400);
+  EXPECT_EQ(Dimm().MemTechnology, 0);
+  EXPECT_EQ(Value(Dimm().MemOpModeCap), 0);
+  EXPECT_EQ(Value(Dimm().ModuleMID), 0);
+  EXPECT_EQ(Value(Dimm().ModulePID), 0);
+  EXPECT_EQ(Value(Dimm().MemSubMID), 0);
+  EXPECT_EQ(Value(Dimm().MemSubPID), 0);
+  EXPECT_EQ(Value(Dimm().NonVolatileSize), 0u);
+  EXPECT_EQ(Value(Dimm().VolatileSize), 0u);
+  EXPECT_EQ(Value(Dimm().CacheSize), 0u);
+  EXPECT_EQ(Value(Dimm().LogicalSize), 0u);
+  EXPECT_THAT(log, Contains("MakeDIMMs: sizeof type17 structure = 34 \n"));
+}
 
 TEST_F(Dimms, TheExtendedSizeIsCopiedWhateverTheSizeSays) {
   ASSERT_EQ(Make(MemoryOf({MemoryDevice{.size = 0x1000, .extendedSize = 0x8000}.Build()})),

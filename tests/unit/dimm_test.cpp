@@ -364,12 +364,20 @@ TEST_F(Dimms, WithoutAnExtensionItsFieldsAreEmpty) {
 }
 
 TEST_F(Dimms, AnExtensionWithoutAFirmwareVersionIsNoExtension) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
-                           DimmExtension{.firmwareVersion = std::nullopt}.Build()})),
-            EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ComponentID), 0u);
-  EXPECT_EQ(Value(Dimm().ProductID), 0);
-  EXPECT_EQ(Value(Dimm().FirmwareVersion), nullptr);
+  std::vector<Structure> structures;
+  for (uint8_t number : std::initializer_list<uint8_t>{0, 2, 255}) {  // there is one string
+    const auto handle = static_cast<uint16_t>(0x1100 + number);
+    structures.push_back(
+        MemoryDevice{.handle = handle, .locator = "DIMM_" + std::to_string(number)}.Build());
+    structures.push_back(DimmExtension{.deviceHandle = handle}.Build().SetByte(6, number));
+  }
+  ASSERT_EQ(Make(MemoryOf(structures)), EFI_SUCCESS);
+  ASSERT_EQ(RecordCount(), 3u);
+  for (size_t n = 0; n < 3; ++n) {
+    EXPECT_EQ(Value(Dimm(n).ComponentID), 0u) << "module " << n;
+    EXPECT_EQ(Value(Dimm(n).ProductID), 0) << "module " << n;
+    EXPECT_EQ(Value(Dimm(n).FirmwareVersion), nullptr) << "module " << n;
+  }
 }
 
 TEST_F(Dimms, OfTwoExtensionsTheFirstOneCounts) {
