@@ -414,10 +414,11 @@ TEST_F(ByType, SeesStructuresThatWereAddedLater) {
 
 class GetString : public SmbiosTest {
  protected:
-  // Two structures: one with three strings, one without.
+  // One structure with three strings, and two without.
   GetString() {
     mTable.Add(0x80, 0x10, {1, 2, 3}, {"first", "second", "third"});
     mTable.Add(0x81, 0x20);
+    mTable.Add(0x82, 0x30);
     Use(mTable);
     mCursor = At(mTable, 0);
   }
@@ -454,7 +455,9 @@ TEST_F(GetString, AdvancesByNumberFfff) {
   EXPECT_EQ(Get(0xFFFF), nullptr);
   EXPECT_EQ(mCursor, At(mTable, 1));
   EXPECT_EQ(Get(0xFFFF), nullptr);
-  EXPECT_EQ(mCursor, At(mTable, 2)) << "the end of the table";
+  EXPECT_EQ(mCursor, At(mTable, 2));
+  EXPECT_EQ(Get(0xFFFF), nullptr);
+  EXPECT_EQ(mCursor, At(mTable, 3)) << "the end of the table";
 }
 
 TEST_F(GetString, FindsAnEmptyTextAsFirstStringOfAStructureWithoutStrings) {
@@ -466,13 +469,15 @@ TEST_F(GetString, FindsAnEmptyTextAsFirstStringOfAStructureWithoutStrings) {
 TEST_F(GetString, FindsNoSecondStringInAStructureWithoutStrings) {
   mCursor = At(mTable, 1);
   EXPECT_EQ(Get(2), nullptr);
-  EXPECT_EQ(mCursor, At(mTable, 2));
+  EXPECT_EQ(mCursor, At(mTable, 2)) << "the next structure";
+  EXPECT_EQ(Get(2), nullptr);
+  EXPECT_EQ(mCursor, At(mTable, 3)) << "the end of the table";
 }
 
 TEST_F(GetString, MovesACursorInFrontOfTheTableToItsEnd) {
   mCursor = At(mTable, 0) - 1;
   EXPECT_EQ(Get(1), nullptr);
-  EXPECT_EQ(mCursor, At(mTable, 2));
+  EXPECT_EQ(mCursor, At(mTable, 3));
 }
 
 // --- Texts by address ---
@@ -481,7 +486,7 @@ TEST_F(GetString, FindsATextByItsAddressWhereItEndsInsideTheTable) {
   UINT8* const first = At(mTable, 0) + 7;
   EXPECT_EQ(SmbiosTextAt(first), reinterpret_cast<CHAR8*>(first));
   EXPECT_EQ(SmbiosTextAt(At(mTable, 0) - 1), nullptr) << "in front of the table";
-  EXPECT_EQ(SmbiosTextAt(At(mTable, 2)), nullptr) << "behind it";
+  EXPECT_EQ(SmbiosTextAt(At(mTable, 3)), nullptr) << "behind it";
 }
 }  // namespace
 }  // namespace tvq::test

@@ -232,6 +232,7 @@ TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
 
 TEST_F(Stacks, ThatAreNotThereAreAnError) {
   PrepareType(StackTable({StackAt("CPU1_HBMIO2"), StackAt(std::nullopt)}), 17);
+  mRecord.device.cpu.HBMInfo[3] = reinterpret_cast<HBM_INFO*>(&mRecord);
   EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
   EXPECT_EQ(Slot(3), nullptr);
   EXPECT_EQ(TakeLog(), (Strings{"GetHbmInfo: HBM Locator = CPU1_HBMIO3\n",

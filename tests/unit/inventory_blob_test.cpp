@@ -379,6 +379,26 @@ TEST_F(InventoryBlob, LogsTheTextsAsTheyAreCut) {
                           "getInvBlob: DIMM CompID = 104225 len = 6\n", "getInvBlob: Exiting \n"));
 }
 
+TEST_F(InventoryBlob, LogsTextsThatAreNotKnownAsEmpty) {
+  Build(NewRecord(TVQ_DEVICE_TYPE_DIMM));
+  EXPECT_THAT(TakeLog(), ElementsAre("getInvBlob: Entering \n",            //
+                                     "getInvBlob: MarketingName = [] \n",  //
+                                     "getInvBlob: DIMM WWN =  len = 0\n",  //
+                                     "getInvBlob: DIMM FW =  len = 0\n",   //
+                                     "getInvBlob: Exiting \n"));
+  Build(NewRecord(TVQ_DEVICE_TYPE_SYSTEM));
+  EXPECT_THAT(TakeLog(), ElementsAre("getInvBlob: Entering \n",                       //
+                                     "getInvBlob: MarketingName = [] \n",             //
+                                     "getInvBlob: Populating INVBLOB for SYSTEM \n",  //
+                                     "getInvBlob: SYSTEM WWN = [] \n",                //
+                                     "getInvBlob: Exiting \n"));
+  Build(NewRecord(TVQ_DEVICE_TYPE_CPU));
+  EXPECT_THAT(TakeLog(), ElementsAre("getInvBlob: Entering \n",                    //
+                                     "getInvBlob: MarketingName = [] \n",          //
+                                     "getInvBlob: Populating INVBLOB for CPU \n",  //
+                                     "getInvBlob: Exiting \n"));
+}
+
 TEST_F(InventoryBlob, LogsAProcessor) {
   smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_CPU);
   record->device.generic.MarketingName = Wide(u"Processor 8");

@@ -166,7 +166,7 @@ TEST_F(SystemRecord, ListsTheSlotsInTableOrder) {
 
 TEST_F(SystemRecord, TellsBusDeviceAndFunctionOfASlot) {
   ASSERT_EQ(Make(SystemWith({Slot{.bus = 0x3B, .devFn = 0x00}.Build()})), EFI_SUCCESS);
-  EXPECT_THAT(DocumentOf(), HasSubstr("3B00"));
+  EXPECT_THAT(DocumentOf(), HasSubstr("<BDF>3B00</BDF>"));
 }
 
 TEST_F(SystemRecord, ListsSlotsOfEveryKindAndUsage) {
