@@ -4,6 +4,7 @@ every run: the changed driver has to compile, and to pass all tests while no cha
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import json
 import pathlib
 import sys
 import tempfile
@@ -67,6 +68,24 @@ class Outcomes(unittest.TestCase):
         result = reported({1: "killed", 2: "survived"}).as_json()
         self.assertEqual((result["mutants"], result["survivors"], result["share"]), (2, 1, 50.0))
         self.assertEqual([entry["result"] for entry in result["results"]], ["killed", "survived"])
+
+
+class AnEarlierRun(unittest.TestCase):
+    def killed(self, text, mutants):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "mutate.json"
+            path.write_text(text, encoding="utf-8")
+            return report.killed_before(path, mutants)
+
+    def test_has_its_kills_taken_over_wherever_the_line_stands_by_now(self):
+        earlier = json.dumps(reported({1: "killed", 2: "survived"}).as_json())
+        found = self.killed(earlier, [mutant(31), mutant(32), mutant(33)])
+        self.assertEqual({number: outcome.result for number, outcome in found.items()}, {31: "killed"})
+
+    def test_that_wrote_something_else_is_refused(self):
+        for text in ("{}", "[", '{"results": [{"number": 1}]}'):
+            with self.assertRaisesRegex(report.ExplanationError, "no result of an earlier run"):
+                self.killed(text, [mutant(1)])
 
 
 class Explanations(unittest.TestCase):

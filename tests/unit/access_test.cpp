@@ -79,6 +79,21 @@ TEST_F(Locate, TakesTheFirstOfTwoEntries) {
   EXPECT_EQ(LocateSmbiosTable(), EFI_NOT_FOUND);
 }
 
+TEST_F(Locate, LooksAtAllEntriesOfTheConfigurationTable) {
+  mRig.Publish(MinimalServer());
+  EFI_CONFIGURATION_TABLE entries[] = {{gEfiSmbiosTableGuid, &mRig.EntryPoint()},
+                                       {gEfiSmbios3TableGuid, &mRig.EntryPoint()},
+                                       {gEfiSmbiosTableGuid, &mRig.EntryPoint()}};
+  EFI_SYSTEM_TABLE* const system = mRig.Firmware().SystemTableOf(driver);
+  system->ConfigurationTable = entries;
+  system->NumberOfTableEntries = 1;
+  EXPECT_EQ(LocateSmbiosTable(), EFI_SUCCESS) << "the first one";
+  system->ConfigurationTable = entries + 1;
+  EXPECT_EQ(LocateSmbiosTable(), EFI_NOT_FOUND);
+  system->NumberOfTableEntries = 2;
+  EXPECT_EQ(LocateSmbiosTable(), EFI_SUCCESS) << "the last one";
+}
+
 TEST_F(Locate, PassesOverAnEntryWithoutAnEntryPoint) {
   mRig.Publish(MinimalServer());
   EFI_CONFIGURATION_TABLE entries[] = {{gEfiSmbiosTableGuid, nullptr},
@@ -137,6 +152,11 @@ TEST_F(GetNext, VisitsTheStructuresInOrder) {
     EXPECT_EQ(mSize, table.OffsetOf(n + 1) - table.OffsetOf(n));
     EXPECT_EQ(mHandle, following[n]);
   }
+}
+
+TEST_F(GetNext, TakesAsManyStepsAsThereAreStructures) {
+  Use(ThreeStructures());
+  EXPECT_EQ(SmbiosCountStructures(), 3u);
 }
 
 TEST_F(GetNext, FetchesAnyStructureByItsHandle) {
@@ -485,6 +505,7 @@ TEST_F(GetString, MovesACursorInFrontOfTheTableToItsEnd) {
 TEST_F(GetString, FindsATextByItsAddressWhereItEndsInsideTheTable) {
   UINT8* const first = At(mTable, 0) + 7;
   EXPECT_EQ(SmbiosTextAt(first), reinterpret_cast<CHAR8*>(first));
+  EXPECT_EQ(SmbiosTextAt(At(mTable, 0)), reinterpret_cast<CHAR8*>(At(mTable, 0)));
   EXPECT_EQ(SmbiosTextAt(At(mTable, 0) - 1), nullptr) << "in front of the table";
   EXPECT_EQ(SmbiosTextAt(At(mTable, 3)), nullptr) << "behind it";
 }

@@ -193,6 +193,11 @@ TEST_F(DimmDocument, TrimsThePartNumberInTheRecordAndStopsAtTheFirstBlankInTheDo
   EXPECT_EQ(PartNumbers(" ABC 123 X  "), "ABC|ABC 123 X");
   EXPECT_EQ(PartNumbers("ABC123"), "ABC123|ABC123");
   EXPECT_EQ(PartNumbers("ABC\t123 "), "ABC\t123|ABC\t123");
+  EXPECT_EQ(PartNumbers("ABC\x01"
+                        "23"),
+            "ABC\x01"
+            "23|ABC\x01"
+            "23");
   EXPECT_EQ(PartNumbers("    "), "|");
   EXPECT_EQ(PartNumbers(""), "|");
 }

@@ -365,13 +365,13 @@ TEST(TheDriver, CallsNoOtherServicesThanThese) {
     }
   }
   EXPECT_THAT(called,
-              UnorderedElementsAre("memory for anybody", "AllocatePool", "FreePool", "CreateEvent",
-                                   "SignalEvent", "RegisterProtocolNotify", "LocateProtocol",
-                                   "InstallMultipleProtocolInterfaces", "OpenProtocol",
-                                   "CloseProtocol", "HandleProtocol", "LocateHandleBuffer",
-                                   "UninstallMultipleProtocolInterfaces", "SetVariable",
-                                   "RegisterAttribute", "SetAttributeValue", "AsciiStrCpyS",
-                                   "AsciiStrnCpyS", "LocateBlob", "XML Parse", "XML Free"));
+              UnorderedElementsAre(
+                  "memory for anybody", "AllocatePool", "FreePool", "CreateEvent", "SignalEvent",
+                  "RegisterProtocolNotify", "LocateProtocol", "InstallMultipleProtocolInterfaces",
+                  "OpenProtocol", "CloseProtocol", "HandleProtocol", "LocateHandleBuffer",
+                  "UninstallMultipleProtocolInterfaces", "SetVariable", "RegisterAttribute",
+                  "SetAttributeValue", "AsciiStrCpyS", "AsciiStrnCpyS", "AsciiVSPrint",
+                  "LocateBlob", "XML Parse", "XML Free"));
 }
 
 }  // namespace

@@ -210,6 +210,24 @@ TEST_F(Start, GoesOnWithoutADebugLog) {
   EXPECT_EQ(rig.Firmware().Calls(driver, Service::RegisterProtocolNotify), 1u);
 }
 
+// An event of another type could belong to a group, and be signalled without a log.
+TEST_F(Start, AwaitsTheDebugLogWithAnEventOfItsOwn) {
+  static EFI_CREATE_EVENT createEvent;
+  static std::vector<UINT32> types;
+  Rig rig({Part::kDebugLog});
+  Load(rig);
+  EFI_BOOT_SERVICES* const services = rig.Firmware().SystemTableOf(driver)->BootServices;
+  createEvent = services->CreateEvent;
+  types.clear();
+  services->CreateEvent = [](UINT32 type, EFI_TPL priority, EFI_EVENT_NOTIFY notify, VOID* context,
+                             EFI_EVENT* event) EFIAPI {
+    types.push_back(type);
+    return createEvent(type, priority, notify, context, event);
+  };
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_THAT(types, ElementsAre(UINT32{EVT_NOTIFY_SIGNAL}));
+}
+
 TEST_F(Start, LogsFromTheMomentTheDebugLogAppears) {
   Rig rig({Part::kDebugLog});
   Load(rig);

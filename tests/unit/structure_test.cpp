@@ -142,6 +142,14 @@ TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
   EXPECT_EQ(view.String(0), nullptr);
 }
 
+TEST_F(View, HasAHeaderThatEndsWithTheTable) {
+  Table table = Twelve();
+  table.Chop(table.Size() - 4);
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.Length(), 4u);
+  EXPECT_EQ(view.OwnHandle(), 0x1234);
+}
+
 TEST_F(View, IsCutByTheEndOfTheTable) {
   Table table = Twelve();
   table.Chop(table.Size() - 10);

@@ -26,7 +26,7 @@ TEST_F(SystemRecord, ListsTheChassisInTableOrder) {
   EXPECT_EQ(Utf8(second->Manufacturer), "Blade Works");
   EXPECT_EQ(Utf8(second->ServiceTag), "CHS0002");
   EXPECT_EQ(Utf8(second->AssetTag), "Asset 8");
-  EXPECT_EQ(second->BootUpState, 4);
+  EXPECT_EQ(second->BootUpState, 9);
   EXPECT_EQ(second->PowerSupplyState, 5);
   EXPECT_EQ(second->ThermalState, 6);
   EXPECT_EQ(second->SecurityStatus, 7);

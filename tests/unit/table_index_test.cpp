@@ -166,6 +166,14 @@ TEST_F(TableIndexTest, FindsTheFirstWithHandleAndType) {
   EXPECT_EQ(index.FindHandle(0x0100, 2), TableIndex::kNone);
 }
 
+TEST_F(TableIndexTest, HasNoEntryForATypeThatIsNotThere) {
+  Publish();
+  const TableIndex index;
+  for (const UINT8 type : {UINT8{5}, UINT8{126}, UINT8{254}, UINT8{255}}) {
+    EXPECT_EQ(index.FirstOfType(type), TableIndex::kNone) << +type;
+  }
+}
+
 TEST_F(TableIndexTest, KnowsWhatEachStructureTakes) {
   Publish();
   const TableIndex index;

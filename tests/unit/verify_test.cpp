@@ -387,6 +387,7 @@ TEST_F(Verify, ComparesASerialNumberAlsoAsFarAsTheDocumentKeepsIt) {
   EXPECT_EQ(CompareDimm("0123456789ABCDE", "A", u"0123456789ABCDEF", "A"), kReplaced);
   EXPECT_EQ(CompareDimm("0123456789ABCX", "A", u"0123456789ABCDEF", "A"), kReplaced);
   EXPECT_EQ(CompareDimm("0123456789ABCDEF", "A", u"0123456789ABCD", "A"), kReplaced);
+  EXPECT_EQ(CompareDimm("0123", "A", u"0123\u000156789", "A"), kReplaced);
 }
 
 TEST_F(Verify, TakesAMissingStoredSerialNumberForReplaced) {

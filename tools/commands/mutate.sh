@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 #? Change the driver one operator, constant or status at a time, and see whether the unit tests tell
 #?
-#? usage: ./dev mutate [--tests REGEX] [--json FILE] [-v] [SOURCE...]
+#? usage: ./dev mutate [--tests REGEX] [--json FILE] [--again FILE] [--sanitize] [-v] [SOURCE...]
 #?
 #?   SOURCE         change these files alone, as src/smbios/fqdd.cpp (default: all of the driver)
 #?   --tests REGEX  only the test programs whose names match
 #?   --json FILE    write what became of every mutant there as well
+#?   --again FILE   run only what an earlier run, which wrote FILE with --json, did not kill
+#?   --sanitize     with AddressSanitizer and UndefinedBehaviorSanitizer, which tell a byte too far; slower
 #?   -v             show the output of the tools while they build
 #?
 #? The driver is built once with all changes in it; a number switches one on. Each mutant runs the tests that reach it, in
@@ -19,6 +21,8 @@ source "$LIB/host.sh"
 
 sources=()
 options=()
+build=mutate
+flags=(-DCMAKE_BUILD_TYPE=Debug)
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
@@ -26,6 +30,15 @@ while (($#)); do
       [[ -n "${2:-}" ]] || UsageError "mutate: --json takes a file"
       options+=(--json "$2")
       shift
+      ;;
+    --again)
+      [[ -n "${2:-}" ]] || UsageError "mutate: --again takes a file"
+      options+=(--again "$2")
+      shift
+      ;;
+    --sanitize)
+      build=mutate-sanitized
+      flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON)
       ;;
     --tests)
       [[ -n "${2:-}" ]] || UsageError "mutate: --tests takes a regular expression"
@@ -51,5 +64,5 @@ ChangeDriver() {
 EnsureSetup
 InstallPackages clang-14 python3-clang-14
 Step "Changing the driver" mutate-change ChangeDriver
-BuildHost mutate tvq_driver_tests -DCMAKE_BUILD_TYPE=Debug "-DTVQ_MUTATION=$DRIVER"
-Mutate run "$ROOT" "$DRIVER" "$BUILD/mutate" "${sources[@]}" --jobs "$JOBS" "${options[@]}"
+BuildHost "$build" tvq_driver_tests "${flags[@]}" "-DTVQ_MUTATION=$DRIVER"
+Mutate run "$ROOT" "$DRIVER" "$BUILD/$build" "${sources[@]}" --jobs "$JOBS" "${options[@]}"

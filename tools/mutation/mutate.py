@@ -49,10 +49,10 @@ def note(text):
 class Run:
     """Takes the mutants through the programs, the quickest first; a mutant that is killed leaves."""
 
-    def __init__(self, mutants, jobs):
-        self._alive = mutants
+    def __init__(self, mutants, killed, jobs):
+        self._alive = [mutant for mutant in mutants if mutant.number not in killed]
         self._jobs = jobs
-        self.outcomes = {mutant.number: programs.Outcome("unreached") for mutant in mutants}
+        self.outcomes = {mutant.number: programs.Outcome("unreached") for mutant in mutants} | killed
 
     def _take(self, mutant, outcome):
         self.outcomes[mutant.number] = outcome
@@ -75,7 +75,8 @@ def run(arguments):
     for program in all_programs:
         program.reach()
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
-    progress = Run(mutants, arguments.jobs)
+    killed = report.killed_before(arguments.again, mutants) if arguments.again else {}
+    progress = Run(mutants, killed, arguments.jobs)
     for program in sorted(all_programs, key=lambda program: program.seconds):
         progress.through(program)
     explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent.toml")
@@ -101,6 +102,7 @@ def main():
     action.add_argument("--jobs", type=int, default=1)
     action.add_argument("--tests", default="")
     action.add_argument("--json", type=pathlib.Path)
+    action.add_argument("--again", type=pathlib.Path)
     action.add_argument("sources", nargs="*")
     action.set_defaults(action=run)
     arguments = parser.parse_args()

@@ -3,8 +3,13 @@
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import collections
 import dataclasses
+import json
 import tomllib
+
+from mutant import Mutant
+from programs import Outcome
 
 KILLED = ("killed", "slow")
 TARGET = 5.0
@@ -39,6 +44,28 @@ def read_explanations(path):
             raise ExplanationError(f"{path}: an entry has file, code, changes and why, not {', '.join(sorted(entry))}")
         explanations += [Explanation(entry["file"], entry["code"], change, entry["why"]) for change in entry["changes"]]
     return explanations
+
+
+def _keys(mutants):
+    """What recognises a mutant in another run: its file, its line's text, its change, and the how-manieth of these it is."""
+    seen = collections.Counter()
+    for mutant in mutants:
+        key = (mutant.file, mutant.code, mutant.change)
+        yield (*key, seen[key])
+        seen[key] += 1
+
+
+def killed_before(path, mutants):
+    """The outcomes of the mutants that an earlier run killed by what it wrote as JSON, by their numbers."""
+    try:
+        results = json.loads(path.read_text(encoding="utf-8"))["results"]
+        earlier = [(Mutant(**{name: entry[name] for name in Mutant.__dataclass_fields__}),
+                    Outcome(entry["result"], entry["test"])) for entry in results]
+    except (ValueError, KeyError, TypeError) as error:
+        raise ExplanationError(f"{path} is no result of an earlier run: {error!r}") from error
+    known = dict(zip(_keys(mutant for mutant, _ in earlier), (outcome for _, outcome in earlier)))
+    return {mutant.number: known[key] for mutant, key in zip(mutants, _keys(mutants))
+            if key in known and known[key].result in KILLED}
 
 
 class Report:

@@ -23,7 +23,7 @@ Table WholeSystem() {
                      Chassis{.manufacturer = "Blade Works",
                              .serial = "CHS0002",
                              .assetTag = "Asset 8",
-                             .bootUpState = 4,
+                             .bootUpState = 9,
                              .powerSupplyState = 5,
                              .thermalState = 6,
                              .securityStatus = 7,
