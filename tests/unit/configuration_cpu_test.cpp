@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tests/unit/support/dirty_stack.h"
 #include "tests/unit/support/document_fixture.h"
 
 namespace tvq::test {
@@ -212,6 +213,7 @@ TEST_F(CpuDocument, HasEmptyElementsForMissingTexts) {
 TEST_F(CpuDocument, LeavesEmptyWhatThePlatformCannotPrint) {
   mRig.platform.library.AsciiVSPrint = [](CHAR8*, UINTN, const CHAR8*, VA_LIST)
                                            EFIAPI { return UINTN{0}; };
+  DirtyTheStack();
   EXPECT_THAT(Values(mRecord, "CoreCount"), ElementsAre(""));
   EXPECT_THAT(Values(mRecord, "MaxSpeed"), ElementsAre(""));
   EXPECT_THAT(TakeLog(), testing::Contains("getConfigBlob: corecount: \n"));

@@ -58,14 +58,15 @@ INSTANTIATE_TEST_SUITE_P(Blocks, CpuWithoutMemory,
 
 TEST_F(Cpus, StacksAndCachesAreGivenBackTheNewestFirst) {
   Table table = WholeServer();
-  table.Add(StackAt("CPU0_HBMIO0"));
-  table.Add(StackAt("CPU0_HBMIO1"));
+  for (const char* locator : {"CPU0_HBMIO0", "CPU0_HBMIO1", "CPU0_HBMIO2", "CPU0_HBMIO3"}) {
+    table.Add(StackAt(locator));
+  }
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   FailAllocation(allocations - 1);  // of the device path; the entry comes behind it
   RecordFrees();
   EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
   const std::vector<uint64_t> frees = FreesOf({"MakeCPUs", "GetCacheInfo", "GetHbmInfo"});
-  EXPECT_EQ(frees.size(), 11u);  // record, five texts, two stacks, three caches
+  EXPECT_EQ(frees.size(), 13u);  // record, five texts, four stacks, three caches
   EXPECT_THAT(frees, IsNewestFirst());
   EXPECT_THAT(blocks, testing::IsEmpty());
 }

@@ -3,6 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include "tests/unit/support/dirty_stack.h"
 #include "tests/unit/support/record_fixture.h"
 
 #include "TvqSmbiosPkg/src/uefi/blobs.h"
@@ -231,7 +232,9 @@ TEST_F(InventoryBlob, ShowsAComponentIdAsASignedNumber) {
 TEST_F(InventoryBlob, HasNoComponentIdWhenThePlatformCannotPrintIt) {
   mRig.platform.library.AsciiVSPrint = [](CHAR8*, UINTN, const CHAR8*, VA_LIST)
                                            EFIAPI { return UINTN{0}; };
-  const TVQ_INVENTORY_BLOB& blob = Inventory(FullDimm());
+  smTVQ* const record = FullDimm();
+  DirtyTheStack();
+  const TVQ_INVENTORY_BLOB& blob = Inventory(record);
   EXPECT_EQ(UINT32{blob.CompIDOffset}, 0u);
   EXPECT_THAT(TakeLog(), testing::Contains("getInvBlob: DIMM CompID =  len = 0\n"));
 }

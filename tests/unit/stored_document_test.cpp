@@ -6,6 +6,7 @@
  */
 #include <cstring>
 
+#include "tests/unit/support/dirty_stack.h"
 #include "tests/unit/support/verification_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/cpu_dimm.h"
@@ -96,6 +97,7 @@ TEST_F(StoredDocument, NeedsTheParser) {
 
 TEST_F(StoredDocument, IsHandedToTheParserAsATextInMemory) {
   const std::string document = DimmDocument("1", "A");
+  DirtyTheStack();
   EXPECT_EQ(ReadDimm(document), EFI_SUCCESS);
   ASSERT_EQ(mParser.inputs.size(), 1u);
   EXPECT_EQ(mParser.inputs[0].SourceKind, 1u);

@@ -4,6 +4,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <algorithm>
+#include <iterator>
+#include <new>
+
 #include "tests/unit/support/smbios_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/cpu_memory.h"
@@ -168,10 +172,13 @@ TEST_F(TableIndexTest, FindsTheFirstWithHandleAndType) {
 
 TEST_F(TableIndexTest, HasNoEntryForATypeThatIsNotThere) {
   Publish();
-  const TableIndex index;
+  alignas(TableIndex) uint8_t memory[sizeof(TableIndex)];
+  std::fill(std::begin(memory), std::end(memory), uint8_t{0x5A});
+  const TableIndex* const index = new (memory) TableIndex;
   for (const UINT8 type : {UINT8{5}, UINT8{126}, UINT8{254}, UINT8{255}}) {
-    EXPECT_EQ(index.FirstOfType(type), TableIndex::kNone) << +type;
+    EXPECT_EQ(index->FirstOfType(type), TableIndex::kNone) << +type;
   }
+  index->~TableIndex();
 }
 
 TEST_F(TableIndexTest, KnowsWhatEachStructureTakes) {

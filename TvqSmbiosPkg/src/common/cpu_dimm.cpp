@@ -69,10 +69,7 @@ class StoredDocument {
 
   /// Tells whether there is a document. The parser's status says nothing more.
   bool Parse(const CHAR8* text) {
-    XML_INPUT input;
-    ZeroMem(&input, sizeof(input));
-    input.SourceKind = XML_INPUT_MEMORY;
-    input.Text = text;
+    XML_INPUT input = {XML_INPUT_MEMORY, text, {nullptr, nullptr}};
     mParser->Parse(mParser, &input, &mRoot);
     return mRoot != nullptr;
   }
