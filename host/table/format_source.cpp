@@ -5,6 +5,7 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <algorithm>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -270,6 +271,24 @@ class StructureFormatter {
   Lines mLines;
 };
 
+// What patches come to, one after the other: in a block, no two lines are for the same bytes.
+std::vector<Patch> WithoutOverlaps(const std::vector<Patch>& patches) {
+  std::map<std::size_t, std::uint8_t> bytes;
+  for (const Patch& patch : patches) {
+    for (std::size_t i = 0; i < patch.bytes.size(); ++i) {
+      bytes[patch.offset + i] = patch.bytes[i];
+    }
+  }
+  std::vector<Patch> joined;
+  for (const auto& [offset, byte] : bytes) {
+    if (joined.empty() || joined.back().offset + joined.back().bytes.size() != offset) {
+      joined.push_back({offset, {}});
+    }
+    joined.back().bytes.push_back(byte);
+  }
+  return joined;
+}
+
 std::string FormatSettings(const Table& table, std::size_t structures) {
   std::string text = "# An SMBIOS table of " + std::to_string(structures) + " structures in " +
                      std::to_string(table.structures.size()) +
@@ -282,11 +301,12 @@ std::string FormatSettings(const Table& table, std::size_t structures) {
   } else if (table.entryPoint == EntryPoint::kNone) {
     text += "entry-point = none\n";
   }
-  Lines patches;
-  for (const Patch& patch : table.entryPointPatches) {
-    patches.AddBytes(patch.offset, patch.bytes.data(), patch.bytes.size());
+  const std::vector<Patch> patches = WithoutOverlaps(table.entryPointPatches);
+  Lines lines;
+  for (const Patch& patch : patches) {
+    lines.AddBytes(patch.offset, patch.bytes.data(), patch.bytes.size());
   }
-  return text + (table.entryPointPatches.empty() ? "" : "\n[entry-point]\n") + patches.Render();
+  return text + (patches.empty() ? "" : "\n[entry-point]\n") + lines.Render();
 }
 
 }  // namespace

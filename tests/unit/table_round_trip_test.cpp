@@ -192,5 +192,17 @@ TEST(FormatSource, LeavesTheRestOfACutTableAsRawBytes) {
               HasSubstr("\n[end 0x0000]\n\n[raw]\nbytes 0x00 = 04 30 01 00 02\n"));
 }
 
+TEST(FormatSource, GivesEachByteOfTheEntryPointOnce) {
+  const auto table = ParseSource(
+      "[entry-point]\nbytes 0x04 = 01 02 03\n"
+      "[entry-point]\nbytes 0x04 = 11\nbytes 0x06 = 13 14\n");
+  ASSERT_TRUE(table);
+  const std::string source = FormatSource(*table);
+  EXPECT_THAT(source, HasSubstr("\n[entry-point]\nbytes 0x04 = 11 02 13 14\n"));
+  const auto again = ParseSource(source);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(*WriteDump(*again), *WriteDump(*table));
+}
+
 }  // namespace
 }  // namespace tvq::table

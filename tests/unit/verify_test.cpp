@@ -121,7 +121,7 @@ class Verify : public VerificationTest {
 TEST_F(Verify, NeedsItsArguments) {
   smTVQ* record = Cpu(u"", 0);
   TVQ_INVENTORY_PROTOCOL* protocol = InventoryOf(record);
-  const TVQ_VERIFY verify = protocol->SMTVQVerify;
+  const auto verify = protocol->SMTVQVerify;
   EXPECT_EQ(verify(nullptr, &mRequest, &mOldData, nullptr, &mResult), EFI_INVALID_PARAMETER);
   EXPECT_EQ(verify(protocol, nullptr, &mOldData, nullptr, &mResult), EFI_INVALID_PARAMETER);
   EXPECT_EQ(verify(protocol, &mRequest, nullptr, nullptr, &mResult), EFI_INVALID_PARAMETER);

@@ -13,9 +13,6 @@
 namespace tvq::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class XmlParser : public PlatformTest {
  protected:
   XmlParser() : mBefore(Blocks()) {}
