@@ -17,7 +17,7 @@ namespace {
 // A string that the driver reads, and the numbers that it reads before the next one.
 struct Read {
   std::uint8_t string;
-  std::string_view numbers = "";
+  std::string_view numbers{};
 };
 
 // The strings of a type in the order in which the driver reads them.

@@ -41,7 +41,8 @@ std::optional<std::string_view> Structure::String(std::size_t number) const {
     return mStrings[number - 1];
   }
   if (number == 1 && mIsTerminated) {
-    return std::string_view(reinterpret_cast<const char*>(mBegin + mFormattedSize), 0);
+    // Empty, at the place where it stands.
+    return std::string_view(reinterpret_cast<const char*>(mBegin + mFormattedSize), size_t{});
   }
   return std::nullopt;
 }

@@ -187,7 +187,7 @@ class StructureFormatter {
       mRemark = "  # no such string";
       return std::to_string(number);
     }
-    const std::string text = Quote(mStructure.strings[number - 1]);
+    std::string text = Quote(mStructure.strings[number - 1]);
     const bool isFirst = FirstAlike(number) == number;
     if (number > mStringsKnown) {
       mStringsKnown = number;

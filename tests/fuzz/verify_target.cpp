@@ -57,7 +57,7 @@ Bytes Wrap(const Bytes& document) {
 
 std::string TakeMode(Bytes& input) {
   const auto end = std::find(input.begin(), input.end(), uint8_t{0});
-  const std::string mode(input.begin(), end);
+  std::string mode(input.begin(), end);
   input.erase(input.begin(), end == input.end() ? end : end + 1);
   return mode;
 }

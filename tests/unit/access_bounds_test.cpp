@@ -11,9 +11,6 @@
 namespace tvq::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 // A table of raw bytes.
 Table Raw(const Bytes& bytes) {
   Table table;
@@ -223,8 +220,8 @@ TEST_F(Bounds, EndOnATableOfOnes) {
 
 TEST_F(Bounds, HoldForAStatedLengthShorterThanTheStructures) {
   Table table = MinimalServer();
-  for (UINT16 length = 0; length <= table.Size(); ++length) {
-    table.statedLength = length;
+  for (size_t length = 0; length <= table.Size(); ++length) {
+    table.statedLength = static_cast<UINT16>(length);
     // What lies behind the stated length must not be seen; a chopped table makes it inaccessible.
     Table chopped = table;
     chopped.Chop(table.Size() - length);

@@ -13,7 +13,6 @@ namespace {
 
 using host::images::driver;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // --- Locating the table ---
 

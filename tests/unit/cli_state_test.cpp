@@ -15,8 +15,6 @@ namespace tvq::cli {
 namespace {
 
 namespace fs = std::filesystem;
-using test::MemoryDevice;
-using test::Processor;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;

@@ -12,7 +12,6 @@ namespace tvq::test {
 namespace {
 
 using testing::Contains;
-using testing::Not;
 
 TEST_F(Cpus, AVersionPastTheStringsTakesTheRestFromTheStructureBehind) {
   Structure first = Processor{.handle = 0x400, .designation = "CPU1", .coreCount = 4}.Build();

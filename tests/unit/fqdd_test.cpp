@@ -14,7 +14,6 @@
 namespace tvq::test {
 namespace {
 
-using host::images::driver;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

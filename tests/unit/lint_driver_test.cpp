@@ -22,8 +22,6 @@
 namespace tvq::lint {
 namespace {
 
-using cli::Utf8OfBytes;
-using cli::Utf8OfWide;
 using session::Record;
 using testing::HasSubstr;
 

@@ -139,6 +139,7 @@ inline std::vector<Finding> ExamineDump(const Bytes& dump, const Selection& sele
 
 inline std::vector<std::string> Lines(const std::vector<Finding>& findings) {
   std::vector<std::string> lines;
+  lines.reserve(findings.size());
   for (const Finding& finding : findings) {
     lines.push_back(FormatFinding({"table", "entry"}, finding, NameOf(finding.rule->severity)));
   }

@@ -16,7 +16,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 Profile FirstProfileOf(const Rule& rule) {
   return (rule.profiles & kDriver) != 0 ? kDriver : kTable;

@@ -52,7 +52,7 @@ class Management : public PlatformTest {
   // Announces the bytes in a block of exactly their size, and looks for a blob in them.
   EFI_STATUS LocateIn(const std::vector<UINT8>& bytes, UINT32 type = kConfiguration,
                       UINTN index = 0) {
-    const std::vector<UINT8> exact(bytes);
+    const std::vector<UINT8> exact(bytes.begin(), bytes.end());
     EXPECT_EQ(Announce(exact.data(), exact.size()), EFI_SUCCESS);
     const EFI_STATUS status = Locate(exact.data(), type, index);
     if (EFI_ERROR(status)) {

@@ -3,6 +3,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <algorithm>
+
 #include "tests/unit/agent_bench.h"
 
 #include <Protocol/ZvLibrary.h>
@@ -20,7 +22,8 @@ class PlatformZvi : public PlatformTest {
   }
   std::string Trimmed(std::string text, char character = ' ') {
     Zvi().AsciiStrTrim(text.data(), character);
-    return text.c_str();
+    text.erase(std::find(text.begin(), text.end(), '\0'), text.end());
+    return text;
   }
 };
 

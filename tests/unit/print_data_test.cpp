@@ -43,7 +43,7 @@ class PrintData : public RecordTest {
 };
 
 TEST_F(PrintData, ShowsAllOfAFullSet) {
-  TVQ_INVENTORY_BLOB& inventory = NewInventory(std::string("80CE\0Module\0002.0\00077", 19));
+  TVQ_INVENTORY_BLOB& inventory = NewInventory(std::string("80CE\0Module\0002.0\00077", 18) + '\0');
   inventory.flags = 0x21;
   inventory.ProductID = 0xBEF;
   inventory.SlotNumber = 0xA1;

@@ -32,7 +32,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::StartsWith;
 
 class SelfTest : public PlatformTest {
  protected:

@@ -16,7 +16,6 @@ namespace {
 
 using host::Service;
 using host::images::driver;
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Field;

@@ -10,9 +10,6 @@
 namespace tvq::test {
 namespace {
 
-using host::images::driver;
-using testing::ElementsAre;
-
 // The view of the first structure of a table.
 class View : public SmbiosTest {
  protected:

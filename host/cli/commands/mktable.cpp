@@ -26,7 +26,6 @@ namespace {
 
 using table::Bytes;
 using table::Result;
-using table::Table;
 
 constexpr CommandText kText = {
     "mktable", "Builds a table from its readable source form, or turns a table into that form",

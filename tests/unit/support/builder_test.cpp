@@ -33,7 +33,7 @@ EFI_STATUS EFIAPI FreeAndNote(VOID* buffer) {
 }
 
 std::string TakeText(EFI_BOOT_SERVICES* services, CHAR16* text) {
-  const std::string result = Utf8(text);
+  std::string result = Utf8(text);
   services->FreePool(text);
   return result;
 }

@@ -11,7 +11,6 @@
 
 // Inline helpers of the driver's headers that tests use free through this pointer, as they do
 // inside the image.
-extern "C" EFI_BOOT_SERVICES* gBS;
 EFI_BOOT_SERVICES* gBS = nullptr;
 
 namespace tvq::test {

@@ -11,7 +11,6 @@ namespace tvq::test {
 namespace {
 
 using model::BlockId;
-using model::Collection;
 using model::Machine;
 
 // What was collected for the firmware attribute stays, like the attribute itself.
