@@ -52,7 +52,7 @@ void Measure(const char* path) {
   std::ifstream file(path, std::ios::binary);
   BenchMachine machine(DebugLog::kAbsent);
   machine.Publish(Bytes(std::istreambuf_iterator<char>(file), {}));
-  host::Pool& memory = machine.Firmware().Memory();
+  const host::Pool& memory = machine.Firmware().Memory();
   const uint64_t loaded = test::LastSerial(memory);
   const auto nothing = [] {};
   machine.Start({nothing, nothing});

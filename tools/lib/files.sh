@@ -27,9 +27,9 @@ ShellFiles() {
   done
 }
 
-# Everything but tables and other binaries.
+# Everything but tables and other binaries, and the inputs that failed a fuzzer: bytes, whatever they look like.
 TextFiles() {
   local files
-  mapfile -t files < <(SourceFiles)
+  mapfile -t files < <(SourceFiles | grep -v '^tests/fuzz/findings/')
   (cd "$ROOT" && grep -Il -e '' "${files[@]}") || true
 }

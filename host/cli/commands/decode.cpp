@@ -150,11 +150,11 @@ ExitStatus Decode(const DecodeOptions& options, Console& console) {
     errors.push_back(*list.error);
   }
   if (options.json) {
-    Json list = Json::array();
+    Json reasons = Json::array();
     for (const DataError& error : errors) {
-      list.push_back({{"offset", error.Offset()}, {"reason", error.what()}});
+      reasons.push_back({{"offset", error.Offset()}, {"reason", error.what()}});
     }
-    console.out << Json({{"blobs", blobs}, {"errors", list}}).dump(1) << '\n';
+    console.out << Json({{"blobs", blobs}, {"errors", reasons}}).dump(1) << '\n';
   }
   for (const DataError& error : errors) {
     console.Error(fmt::format("{}:0x{:04X}: {}", options.file, error.Offset(), error.what()));
