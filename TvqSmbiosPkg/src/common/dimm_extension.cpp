@@ -55,7 +55,7 @@ void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
   node->ComponentID = componentId;
   node->ProductID = productId;
   node->Next = nullptr;
-  (void)AddTypeE2toList(root, node);  // Refuses nothing but a null node.
+  kMakeLog.IfError(AddTypeE2toList(root, node), "Failed to add Node to List AddTypeE2toList\n");
 }
 
 }  // namespace

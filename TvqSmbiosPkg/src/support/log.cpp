@@ -41,6 +41,12 @@ void Logger::Log(const char* format, UINT64 first, UINT64 second, UINT64 third) 
   Print(DEBUG_LOG_LEVEL_INFO, mFunction, format, first, second, third);
 }
 
+void Logger::LogIfError(EFI_STATUS status, const char* format) const {
+  if (EFI_ERROR(status)) {
+    Log(format);
+  }
+}
+
 void Logger::LogError(const char* format, UINT64 value) const {
   Print(DEBUG_LOG_LEVEL_ERROR, mFunction, format, value);
 }

@@ -57,6 +57,9 @@ class Logger {
     Log(format.Text, Word(first), Word(second), Word(third));
   }
 
+  /// Logs that a step failed from which nothing else follows.
+  void IfError(EFI_STATUS status, LogFormat format) const { LogIfError(status, format.Text); }
+
   template <typename Value = UINT64>
   void Error(LogFormat format, Value value = 0) const {
     LogError(format.Text, Word(value));
@@ -69,6 +72,7 @@ class Logger {
   void Log(const char* format) const;
   void Log(const char* format, UINT64 value) const;
   void Log(const char* format, UINT64 first, UINT64 second, UINT64 third) const;
+  void LogIfError(EFI_STATUS status, const char* format) const;
   void LogError(const char* format, UINT64 value) const;
 
   const char* mFunction;

@@ -84,17 +84,11 @@ EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, T
   }
 
   TVQ_BLOB_HEADER* inventory = nullptr;
-  if (EFI_ERROR(getInvBlob(&inventory, record))) {
-    log("GetInvBlob returned Error\n");
-  }
+  log.IfError(getInvBlob(&inventory, record), "GetInvBlob returned Error\n");
   TVQ_BLOB_HEADER* configuration = nullptr;
-  if (EFI_ERROR(getConfigBlob(&configuration, record))) {
-    log("GetConfigBlob returned Error\n");
-  }
+  log.IfError(getConfigBlob(&configuration, record), "GetConfigBlob returned Error\n");
   TVQ_BLOB_HEADER* end = nullptr;
-  if (EFI_ERROR(getEndBlob(&end))) {
-    log("GetEndBlob returned Error\n");
-  }
+  log.IfError(getEndBlob(&end), "GetEndBlob returned Error\n");
   auto* slots = static_cast<TVQ_DATA*>(ZvAllocateZero(TVQ_SLOT_COUNT * sizeof(TVQ_DATA)));
   if (slots == nullptr) {
     log("Failed to allocate memory for TVQ Pointer Array \n");

@@ -39,7 +39,8 @@ class FailingPlatform {
   void Store(VOID* blob) { mBlob = blob; }
 
   uint64_t Calls(Operation operation) const { return Of(operation).calls; }
-  // Makes the n-th call from now on fail with EFI_DEVICE_ERROR, or print 0 characters, and do nothing, alone or with all that follow.
+  // Makes the n-th call from now on do nothing, alone or with all that follow: it fails with EFI_DEVICE_ERROR, or has
+  // printed 0 characters.
   void Fail(Operation operation, uint64_t n, bool following);
   void StopFailing();
 
