@@ -28,6 +28,21 @@ if(TVQ_SANITIZE)
   add_compile_options(${_sanitizers})
   add_link_options(${_sanitizers})
 endif()
+
+# What is compiled once to be tested, and runs for milliseconds: optimising it, or describing its variables to a debugger,
+# takes longer than all its runs. Fuzzers run for hours, and are optimised.
+set(TVQ_TESTED OFF)
+if(TVQ_SANITIZE AND NOT TVQ_FUZZER)
+  set(TVQ_TESTED ON)
+  add_compile_options(-g1)
+  add_link_options(-fuse-ld=lld)
+endif()
+# tvq_unoptimised_when_tested(): for the targets of this folder.
+macro(tvq_unoptimised_when_tested)
+  if(TVQ_TESTED)
+    add_compile_options(-O0)
+  endif()
+endmacro()
 if(TVQ_COVERAGE)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     message(FATAL_ERROR "TVQ_COVERAGE wants GCC")
