@@ -227,12 +227,23 @@ class ShellFunctions(unittest.TestCase):
         self.assertEqual(result.returncode, 1)
         self.assertIn("has a blank in its path", result.stderr)
 
-    def test_a_build_with_other_options_is_configured_anew(self):
-        trees = "EDK2_DIR=/e EXPAT_DIR=/x; folder=$ROOT/build/host; mkdir -p $folder; touch $folder/build.ninja\n"
-        keep = trees + 'HostOptions -DONE=1 >"$folder/.options"\n'
-        for options, expected in (("-DONE=1", "yes"), ("-DONE=2", "no")):
-            result = self.bash(keep + f"if Configured $folder {options}; then echo yes; else echo no; fi")
-            self.assertEqual(result.stdout.strip(), expected, result.stderr)
+    def configured(self, trees):
+        """Whether build/host, configured for the trees /e and /x, serves for these."""
+        keep = "export EDK2_DIR=/e EXPAT_DIR=/x; mkdir -p $ROOT/build/host; touch $ROOT/build/host/build.ninja\n"
+        if not (self.root / "CMakePresets.json").exists():
+            (self.root / "CMakePresets.json").write_text("{}")
+            self.bash(keep + "Configuration host >$ROOT/build/host/.configuration")
+        return self.answer("Configured host", **trees)
+
+    def test_a_build_for_other_source_trees_is_configured_anew(self):
+        self.assertEqual(self.configured({"EDK2_DIR": "/e", "EXPAT_DIR": "/x"}), "yes")
+        self.assertEqual(self.configured({"EDK2_DIR": "/other", "EXPAT_DIR": "/x"}), "no")
+
+    def test_a_build_by_other_presets_is_configured_anew(self):
+        trees = {"EDK2_DIR": "/e", "EXPAT_DIR": "/x"}
+        self.assertEqual(self.configured(trees), "yes")
+        (self.root / "CMakePresets.json").write_text('{ "version": 6 }')
+        self.assertEqual(self.configured(trees), "no")
 
 
 if __name__ == "__main__":

@@ -32,6 +32,6 @@ RunPrograms() {
 
 EnsureSetup
 InstallPackages gcovr
-BuildHost coverage tvq_driver_tests -DCMAKE_BUILD_TYPE=Debug -DTVQ_COVERAGE=ON
+BuildHost coverage tvq_driver_tests
 Step "Running the unit tests" coverage-tests RunPrograms "$BUILD/coverage/driver_tests.txt"
 exec python3 -B "$TOOLS/coverage.py" "$ROOT" "$BUILD/coverage"

@@ -22,7 +22,6 @@ source "$LIB/host.sh"
 sources=()
 options=()
 build=mutate
-flags=(-DCMAKE_BUILD_TYPE=Debug)
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
@@ -36,10 +35,7 @@ while (($#)); do
       options+=(--again "$2")
       shift
       ;;
-    --sanitize)
-      build=mutate-sanitized
-      flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTVQ_SANITIZE=ON)
-      ;;
+    --sanitize) build=mutate-sanitized ;;
     --tests)
       [[ -n "${2:-}" ]] || UsageError "mutate: --tests takes a regular expression"
       options+=(--tests "$2")
@@ -51,6 +47,7 @@ while (($#)); do
   shift
 done
 
+# Where the presets of its trees look for it.
 DRIVER="$BUILD/mutate-driver"
 
 # The Python that Debian's libclang belongs to.
@@ -58,11 +55,11 @@ Mutate() { /usr/bin/python3 -B "$TOOLS/mutation/mutate.py" "$@"; }
 
 # How the driver is compiled is asked of a tree of its own, which nobody builds.
 ChangeDriver() {
-  ConfigureHost "$BUILD/mutate-plain" -DCMAKE_BUILD_TYPE=Debug && Mutate write "$ROOT" "$BUILD/mutate-plain" "$DRIVER"
+  ConfigureHost mutate-plain && Mutate write "$ROOT" "$BUILD/mutate-plain" "$DRIVER"
 }
 
 EnsureSetup
 InstallPackages clang-14 python3-clang-14
 Step "Changing the driver" mutate-change ChangeDriver
-BuildHost "$build" tvq_driver_tests "${flags[@]}" "-DTVQ_MUTATION=$DRIVER"
+BuildHost "$build" tvq_driver_tests
 Mutate run "$ROOT" "$DRIVER" "$BUILD/$build" "${sources[@]}" --jobs "$JOBS" "${options[@]}"

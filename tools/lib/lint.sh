@@ -64,9 +64,7 @@ Check_cppcheck() {
 }
 
 # The whole host build by the other compiler, where every warning is an error.
-Check_clang() {
-  BuildHost clang all -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
-}
+Check_clang() { BuildHost clang all; }
 
 # Our own files of the host build: EDK II and expat are not ours to tidy.
 Check_tidy() {
@@ -77,7 +75,7 @@ Check_tidy() {
   }
   # What it takes is made while configuring, which also finds new files; nothing has to be built.
   mkdir -p "$LOGS"
-  ConfigureHost "$BUILD/tidy" "${OPTIMISED[@]}" >"$LOGS/host-tidy-configure.log" || return
+  ConfigureHost tidy >"$LOGS/host-tidy-configure.log" || return
   mapfile -t files < <(python3 -B "$TOOLS/compiled_files.py" "$BUILD/tidy" "$ROOT")
   ((${#files[@]})) || return 0
   # Its running count of suppressed warnings says nothing.
