@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/command.h"
 #include "host/cli/input/input.h"
 
@@ -59,6 +60,7 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
 int RunCommandLine(int argc, const char* const* argv, Console& console) {
   CLI::App app(kSummary, "tvq");
   app.formatter(std::make_shared<HelpFormatter>());
+  app.set_version_flag("--version", "tvq " TVQ_VERSION, "Print the version and exit");
   app.require_subcommand(1);
   app.footer(kFooter);
   Commands commands(app);

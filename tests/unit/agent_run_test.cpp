@@ -11,6 +11,7 @@
 #include <IndustryStandard/TvqBlob.h>
 #include <Protocol/TvqInventory.h>
 #include <Protocol/ZvEntry.h>
+#include <TvqVersion.h>
 
 namespace tvq::test {
 namespace {
@@ -20,6 +21,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 constexpr char kSuccess[] = "\nTvqAgent: success\n";
 
@@ -53,6 +55,11 @@ TEST_F(AgentRun, ShowsOnTheConsoleWhatItSaves) {
   std::string console = Console();
   console.erase(std::remove(console.begin(), console.end(), '\r'), console.end());
   EXPECT_EQ(console, Report());
+}
+
+TEST_F(AgentRun, BeginsItsReportWithItsVersion) {
+  RunAgent();
+  EXPECT_THAT(Report(), StartsWith("TvqAgent " TVQ_VERSION ": "));
 }
 
 TEST_F(AgentRun, SavesTheThreeBlobsOneAfterAnother) {

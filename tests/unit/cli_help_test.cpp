@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/output/text_table.h"
 #include "tests/unit/cli_fixture.h"
 
@@ -41,6 +42,12 @@ TEST_F(CliHelp, ListsTheCommands) {
   for (const char* const command : kCommands) {
     EXPECT_THAT(help.out, HasSubstr(std::string("\n  ") + command + " ")) << command;
   }
+}
+
+TEST_F(CliHelp, PrintsTheVersion) {
+  const Outcome outcome = RunTvq({"--version"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "tvq " TVQ_VERSION "\n");
 }
 
 TEST_F(CliHelp, AWrongCommandLineIsTrouble) {

@@ -10,6 +10,8 @@ extern "C" {
 #include <Protocol/LoadedImage.h>
 }
 
+#include <TvqVersion.h>
+
 #include "messages.h"
 #include "start.h"
 
@@ -30,7 +32,7 @@ Agent::~Agent() {
 }
 
 EFI_STATUS Agent::Run() {
-  AddLine(&mReport, "TvqAgent: inventory of this machine from its SMBIOS table");
+  AddLine(&mReport, "TvqAgent " TVQ_VERSION ": inventory of this machine from its SMBIOS table");
   const EFI_STATUS opened = mVolume.Open(mImage);
   ReadOptions();
   if (EFI_ERROR(opened)) {
