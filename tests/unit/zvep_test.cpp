@@ -332,6 +332,24 @@ TEST_P(EveryDeviceEntry, RefusesANodeThatIsTooShort) {
   }
 }
 
+TEST_F(DeviceEntry, OfAProcessorOrTheSystemNeedsNoMoreOfANodeThanItsInstance) {
+  for (const Kind& kind : {kCpu, kSystem}) {
+    ZVEP_PROTOCOL* entry = NewEntry(kind);
+    for (UINT8 length = kData + 2; length <= kNodeSize; ++length) {
+      host::LowMapping memory = host::MapBelow4G(length, host::Guard::kBehind);
+      Path path = OwnPath(kind);
+      path[kLength] = length;
+      std::copy(path.begin(), path.begin() + length, memory.Data());
+      CHAR16* name = nullptr;
+      EXPECT_EQ(
+          entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(memory.Data()),
+                               mLanguage, &name, nullptr),
+          EFI_SUCCESS)
+          << kind.name << ", length " << int{length};
+    }
+  }
+}
+
 TEST_F(DeviceEntry, OfAModuleRefusesANodeWithoutAllThreeCharacters) {
   ZVEP_PROTOCOL* entry = NewEntry(kDimm);
   for (UINT8 length = 22; length < kNodeSize; ++length) {

@@ -45,6 +45,7 @@ enum class Instance : UINT8 {
 /// A kind of device. The print sizes are deliberate limits of their own, smaller than the buffers.
 struct Kind {
   Instance ToldBy;
+  UINT8 InstanceSize;  ///< Bytes behind the device type in a path that tell the instance.
   char NamePrefix[8];
   char FqddPrefix[17];
   UINT8 NamePrintSize;     ///< Bytes.
@@ -55,9 +56,11 @@ struct Kind {
 
 constexpr UINTN kNameBufferLength = 15;
 
-constexpr Kind kCpu = {Instance::kCpuSocket, "CPU ", "CPU.Socket.", 14, 16, 32, 63};
-constexpr Kind kDimm = {Instance::kLocator, "DIMM ", "DIMM.Socket.", 20, 16, 32, 156};
-constexpr Kind kSystem = {Instance::kSystemSocket, "SYSTEM ", "System.Embedded.", 14, 32, 63, 272};
+constexpr Kind kCpu = {Instance::kCpuSocket, 1, "CPU ", "CPU.Socket.", 14, 16, 32, 63};
+constexpr Kind kDimm = {
+    Instance::kLocator, kLocatorLength * sizeof(CHAR16), "DIMM ", "DIMM.Socket.", 20, 16, 32, 156};
+constexpr Kind kSystem = {
+    Instance::kSystemSocket, 1, "SYSTEM ", "System.Embedded.", 14, 32, 63, 272};
 
 UINT8 SocketOf(const Kind& kind, const TVQ_DEVICE& device) {
   return kind.ToldBy == Instance::kCpuSocket ? device.cpu.Socket : device.system.Socket;
@@ -81,7 +84,7 @@ bool IsInstance(const Kind& kind, const TVQ_DEVICE& device, const UINT8* bytes) 
     return bytes[0] == SocketOf(kind, device);
   }
   const Locator locator(device);
-  return CompareMem(bytes, locator.Text, kLocatorLength * sizeof(CHAR16)) == 0;
+  return CompareMem(bytes, locator.Text, kind.InstanceSize) == 0;
 }
 
 /// The prefix, and the socket or the locator behind it.
@@ -104,11 +107,11 @@ void WriteFqdd(const Kind& kind, const TVQ_DEVICE& device, WideText text) {
   }
 }
 
-/// Tells whether the node is the one of the entry's device. A node too short for the data that is
-/// compared is not.
+/// Tells whether the node is the one of the entry's device. A node that ends before the last byte
+/// that is compared is not; what stands behind that byte does not matter.
 bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PATH_PROTOCOL* path) {
   if (path->Type != HARDWARE_DEVICE_PATH || path->SubType != HW_VENDOR_DP ||
-      Read16(path->Length) < OFFSET_OF(TVQ_DEVICE_PATH, End)) {
+      Read16(path->Length) < OFFSET_OF(TVQ_DEVICE_PATH, Data) + 1 + kind.InstanceSize) {
     return false;
   }
   const auto* node = reinterpret_cast<const TVQ_DEVICE_PATH*>(path);
