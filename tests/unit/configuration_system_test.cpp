@@ -7,6 +7,8 @@
 
 #include "tests/unit/support/document_fixture.h"
 
+#include "TvqSmbiosPkg/src/uefi/blobs.h"
+
 namespace tvq::test {
 namespace {
 
@@ -280,6 +282,26 @@ TEST_F(SystemDocument, LeavesTheHotPlugByteAloneOnceTheDocumentIsCached) {
   EXPECT_EQ(mSlots[0].HotPlug, 1);
   EXPECT_THAT(Values(record, "HotPlug"), ElementsAre("1"));
   EXPECT_EQ(mSlots[0].HotPlug, 1);
+}
+
+// The characteristics would read as 0 in a second build, had the first one rewritten them.
+TEST_F(SystemDocument, IsTheSameAgainWhenTheRecordCouldNotKeepTheFirst) {
+  smTVQ* record = WithSlot({nullptr, 0, 0, 0, 0, 0, 0, 0, 0x06});
+  FailAllocation(2);  // The writer's buffer is the first.
+  const std::string first = DocumentOf(record);
+  ASSERT_EQ(record->ConfigXml, nullptr);
+  EXPECT_EQ(mSlots[0].HotPlug, 0x06);
+  EXPECT_EQ(DocumentOf(record), first);
+  EXPECT_STREQ(record->ConfigXml, first.c_str());
+  EXPECT_EQ(mSlots[0].HotPlug, 1);
+}
+
+TEST_F(SystemDocument, LeavesTheRecordAsItIsWhenThereIsNoMemoryForIt) {
+  smTVQ* record = WithSlot({nullptr, 0, 0, 0, 0, 0, 0, 0, 0x06});
+  FailAllocation(1);
+  TVQ_BLOB_HEADER* blob = nullptr;
+  EXPECT_EQ(getConfigBlob(&blob, record), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(mSlots[0].HotPlug, 0x06);
 }
 
 // A capacity of 32 bits has no sign, one of 64 bits has.

@@ -119,7 +119,7 @@ typedef struct {
   UINT16    ID;
   UINT8     Bus;
   UINT8     DevFn;                 ///< Bus * 256 + DevFn is the slot's bus, device and function.
-  UINT8     HotPlug;               ///< Slot Characteristics 2; normalised to 0 or 1 by the first Get.
+  UINT8     HotPlug;               ///< Slot Characteristics 2; 0 or 1 once ConfigXml is there.
 } PCI_SLOT_INFO;
 
 ///

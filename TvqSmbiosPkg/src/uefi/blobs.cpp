@@ -40,6 +40,20 @@ EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
   return EFI_SUCCESS;
 }
 
+/// Keeps a copy of the document in the record. Without memory for it the next Get builds the
+/// document again, so the record stays as it is.
+void KeepDocument(smTVQ* record, const XmlWriter& document) {
+  auto* copy = static_cast<CHAR8*>(ZvAllocateZero(document.Length() + 1));
+  if (copy == nullptr) {
+    return;
+  }
+  ZvCopyMem(copy, document.Text(), document.Length() + 1);
+  record->ConfigXml = copy;
+  if (record->device.generic.DeviceType == TVQ_DEVICE_TYPE_SYSTEM) {
+    SettleHotPlug(record->device.system);
+  }
+}
+
 }  // namespace
 
 TVQ_BLOB_HEADER* NewBlob(UINT32 type, UINT32 cookie, UINTN size, UINTN allocated) {
@@ -74,12 +88,7 @@ EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record) {
   kConfigLog("GetInstance SMBIOS Current Values\n");
   kConfigLog("xmlbuffer size = %d xmllength = %d\n", XmlWriter::kInitialSize, document.Length());
 
-  // Without memory for it the cache stays empty, and the next Get builds the document again.
-  auto* cache = static_cast<CHAR8*>(ZvAllocateZero(document.Length() + 1));
-  if (cache != nullptr) {
-    ZvCopyMem(cache, document.Text(), document.Length() + 1);
-    Record->ConfigXml = cache;
-  }
+  KeepDocument(Record, document);
   TVQ_BLOB_HEADER* blob = WrapDocument(document.Text(), document.Length());
   if (blob == nullptr) {
     return EFI_OUT_OF_RESOURCES;

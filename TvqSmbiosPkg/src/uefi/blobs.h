@@ -28,7 +28,8 @@ EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
 
 /**
   Builds the configuration blob. The document is built once and kept in the record. Building it
-  trims blanks off a module's part number and normalises the hot-plug byte of the slots.
+  trims blanks off a module's part number; once it is kept, the hot-plug bytes of the slots are
+  what it says of them, 0 or 1.
 
   @param[out]  Blob     Receives a new block, which the caller owns.
   @param[in]   Record   The record.

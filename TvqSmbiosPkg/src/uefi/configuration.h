@@ -21,13 +21,17 @@ namespace tvq {
   Writes the document of a record.
 
   @param[in, out]  xml      The writer, allocated and empty.
-  @param[in, out]  record   The record. A module's part number is trimmed, and the hot-plug bytes of
-                            the system's slots become 0 or 1.
+  @param[in, out]  record   The record. A module's part number is trimmed.
 
   @retval EFI_SUCCESS             The document is complete.
   @retval EFI_OUT_OF_RESOURCES    Memory ran out.
 **/
 EFI_STATUS WriteDocument(XmlWriter& xml, smTVQ* record);
+
+/// Rewrites the slots' hot-plug bytes in the record to what the document says of them, 0 or 1.
+/// Deliberate: later readers of the record see those. No document can be written of them any more,
+/// so it is done once the record keeps its document.
+void SettleHotPlug(const TVQ_SYSTEM& system);
 
 /// Parts of the document that one device type has.
 void WriteCpuData(XmlWriter& xml, const TVQ_CPU& cpu);

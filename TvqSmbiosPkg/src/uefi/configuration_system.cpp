@@ -38,9 +38,11 @@ void WriteChassis(XmlWriter& xml, const CHASSIS_INFO& chassis) {
   xml.Close("ChassisInformation");
 }
 
-/// Normalises the slot's hot-plug byte in the record, deliberately: later readers see 0 or 1.
-void WriteSlot(XmlWriter& xml, PCI_SLOT_INFO& slot) {
-  slot.HotPlug = (slot.HotPlug & kSlotHotPlug) != 0 ? 1 : 0;
+UINT8 HotPlugOf(const PCI_SLOT_INFO& slot) {
+  return (slot.HotPlug & kSlotHotPlug) != 0 ? 1 : 0;
+}
+
+void WriteSlot(XmlWriter& xml, const PCI_SLOT_INFO& slot) {
   xml.Open("PCISlotInfo");
   xml.Element("Desig", slot.Desig);
   xml.Hexadecimal("Type", slot.Type);
@@ -49,7 +51,7 @@ void WriteSlot(XmlWriter& xml, PCI_SLOT_INFO& slot) {
   xml.Hexadecimal("Len", slot.Len);
   xml.Hexadecimal("ID", slot.ID);
   xml.Hexadecimal("BDF", slot.Bus * 256 + slot.DevFn);
-  xml.Hexadecimal("HotPlug", slot.HotPlug);
+  xml.Hexadecimal("HotPlug", HotPlugOf(slot));
   xml.Close("PCISlotInfo");
 }
 
@@ -97,7 +99,12 @@ void WriteSystemIdentifier(XmlWriter& xml, const TVQ_SYSTEM& system) {
   });
   Logger("getConfigBlob")("tvq->device.system.NumPCISlots : %d\n", system.NumPCISlots);
   ForEachEntry(system.NumPCISlots, system.PCISlotInfo,
-               [&](PCI_SLOT_INFO& slot) { WriteSlot(xml, slot); });
+               [&](const PCI_SLOT_INFO& slot) { WriteSlot(xml, slot); });
+}
+
+void SettleHotPlug(const TVQ_SYSTEM& system) {
+  ForEachEntry(system.NumPCISlots, system.PCISlotInfo,
+               [](PCI_SLOT_INFO& slot) { slot.HotPlug = HotPlugOf(slot); });
 }
 
 void WriteSystemData(XmlWriter& xml, const TVQ_SYSTEM& system) {
