@@ -178,6 +178,12 @@ class ImagePlan:
         tail = ", ".join(f"0x{digits[index:index + 2]}" for index in range(16, 32, 2))
         return f"{{0x{digits[0:8]}, 0x{digits[8:12]}, 0x{digits[12:16]}, {{{tail}}}}}"
 
+    def _revision(self, key):
+        value = self.module.defines.get(key, "0x00000000")
+        if not re.fullmatch(r"0x[0-9A-Fa-f]{8}", value):
+            raise MetaFileError(f"{self.module.path}: {key} is no hexadecimal number of eight digits")
+        return value
+
     def _library_calls(self, key):
         """Declarations and calls of the constructors or destructors, in the order the libraries were given."""
         declarations, calls = [], []
@@ -199,7 +205,9 @@ class ImagePlan:
     def _entry_points(self):
         lines = [f"EFI_STATUS EFIAPI {name} ({_C_PARAMETERS});" for name in self.module.entry_points]
         lines += [f"EFI_STATUS EFIAPI {name} (EFI_HANDLE ImageHandle);" for name in self.module.unloads]
-        lines += [f"const UINT32 {name} = 0;" for name in ("_gUefiDriverRevision", "_gDxeRevision")]
+        lines += [f"const UINT32 {name} = {self._revision(key)};"
+                  for name, key in (("_gUefiDriverRevision", "UEFI_SPECIFICATION_VERSION"),
+                                    ("_gDxeRevision", "PI_SPECIFICATION_VERSION"))]
         lines += [f"const UINT8 _gDriver{kind}Count = {len(names)};"
                   for kind, names in (("UnloadImage", self.module.unloads), ("EntryPoint", self.module.entry_points))]
         if len(self.module.entry_points) > 1 or len(self.module.unloads) > 1:

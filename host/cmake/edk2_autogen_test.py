@@ -134,6 +134,22 @@ class AutoGenTest(unittest.TestCase):
         second = text.index("Status = SecondConstructor ();")
         self.assertLess(first, second)
 
+    def test_needs_no_revision_that_the_module_does_not_state(self):
+        text = self.generate()["AutoGen.c"]
+        self.assertIn("_gUefiDriverRevision = 0x00000000;", text)
+        self.assertIn("_gDxeRevision = 0x00000000;", text)
+
+    def test_takes_the_revisions_that_the_module_states(self):
+        stated = "UEFI_SPECIFICATION_VERSION = 0x00020028\nPI_SPECIFICATION_VERSION = 0x0001000A\n[Sources]"
+        self.write("Small/Small.inf", _MODULE.replace("[Sources]", stated))
+        text = self.generate()["AutoGen.c"]
+        self.assertIn("_gUefiDriverRevision = 0x00020028;", text)
+        self.assertIn("_gDxeRevision = 0x0001000A;", text)
+
+    def test_refuses_a_revision_that_is_no_number(self):
+        self.write("Small/Small.inf", _MODULE.replace("[Sources]", "UEFI_SPECIFICATION_VERSION = 2.x\n[Sources]"))
+        self.assert_refused("UEFI_SPECIFICATION_VERSION is no hexadecimal number")
+
     def test_leaves_files_alone_that_would_not_change(self):
         self.generate()
         header = self.root / "out/AutoGen.h"

@@ -51,6 +51,23 @@ TEST(DriverEntry, BuildsNothing) {
   EXPECT_THAT(rig.Sites(), ElementsAre("ZorvLibInitialize", "DriverEntry"));
 }
 
+EFI_STATUS LoadOnRevision(Rig& rig, UINT32 revision) {
+  const EFI_HANDLE image = rig.Firmware().LoadImage(driver);
+  rig.Firmware().SystemTableOf(driver)->Hdr.Revision = revision;
+  return rig.Firmware().StartImage(image);
+}
+
+TEST(DriverEntry, RefusesFirmwareThatIsOlderThanUefi) {
+  Rig rig;
+  EXPECT_EQ(LoadOnRevision(rig, EFI_1_10_SYSTEM_TABLE_REVISION), EFI_INCOMPATIBLE_VERSION);
+  EXPECT_THAT(rig.Blocks(), IsEmpty());
+}
+
+TEST(DriverEntry, TakesTheOldestUefi) {
+  Rig rig;
+  EXPECT_EQ(LoadOnRevision(rig, EFI_2_00_SYSTEM_TABLE_REVISION), EFI_SUCCESS);
+}
+
 TEST(DriverEntry, NeedsNoSmbiosTable) {
   Rig rig;
   EXPECT_EQ(rig.Load(), EFI_SUCCESS);
