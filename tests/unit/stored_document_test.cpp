@@ -100,10 +100,13 @@ TEST_F(StoredDocument, IsHandedToTheParserAsATextInMemory) {
   DirtyTheStack();
   EXPECT_EQ(ReadDimm(document), EFI_SUCCESS);
   ASSERT_EQ(mParser.inputs.size(), 1u);
-  EXPECT_EQ(mParser.inputs[0].SourceKind, 1u);
-  EXPECT_EQ(mParser.inputs[0].Text, document.c_str());
-  EXPECT_EQ(mParser.inputs[0].Reserved[0], nullptr);
-  EXPECT_EQ(mParser.inputs[0].Reserved[1], nullptr);
+  // The kind, four bytes of padding, the text, and zeros.
+  EXPECT_EQ(mParser.inputs[0], ByteWriter()
+                                   .U32(1)
+                                   .Zeros(4)
+                                   .U64(reinterpret_cast<UINTN>(document.c_str()))
+                                   .Zeros(16)
+                                   .Written());
 }
 
 TEST_F(StoredDocument, IsThereWhateverStatusTheParserReturns) {

@@ -69,7 +69,10 @@ class StoredDocument {
 
   /// Tells whether there is a document. The parser's status says nothing more.
   bool Parse(const CHAR8* text) {
-    XML_INPUT input = {XML_INPUT_MEMORY, text, {nullptr, nullptr}};
+    XML_INPUT input;
+    ZeroMem(&input, sizeof(input));  // An initializer may leave the padding as it is.
+    input.SourceKind = XML_INPUT_MEMORY;
+    input.Text = text;
     mParser->Parse(mParser, &input, &mRoot);
     return mRoot != nullptr;
   }

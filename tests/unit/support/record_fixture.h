@@ -63,6 +63,7 @@ class ByteWriter {
   ByteWriter& U8(UINT8 value) { return Number(value, 1); }
   ByteWriter& U16(UINT16 value) { return Number(value, 2); }
   ByteWriter& U32(UINT32 value) { return Number(value, 4); }
+  ByteWriter& U64(UINT64 value) { return Number(value, 8); }
   ByteWriter& Zeros(size_t count);
   // The text and its terminator.
   ByteWriter& Text(std::string_view text);

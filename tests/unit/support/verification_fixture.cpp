@@ -25,7 +25,7 @@ ParserDouble& ParserDouble::Of(XML_PARSER_PROTOCOL* protocol) {
 
 EFI_STATUS ParserDouble::Parse(XML_PARSER_PROTOCOL* This, XML_INPUT* Input, XML_NODE** Document) {
   ParserDouble& self = Of(This);
-  self.inputs.push_back(*Input);
+  self.inputs.push_back(BytesAt(Input, sizeof(*Input)));
   EFI_STATUS status = EFI_SUCCESS;
   if (self.tree != nullptr) {
     *Document = self.tree;

@@ -35,7 +35,8 @@ class ParserDouble {
   // What Parse hands out instead of parsing.
   XML_NODE* tree = nullptr;
 
-  std::vector<XML_INPUT> inputs;
+  // The bytes of each input, padding included.
+  std::vector<std::vector<UINT8>> inputs;
   size_t freed = 0;
   std::set<const XML_NODE*> documents;  // handed out and not yet freed
 
