@@ -57,8 +57,11 @@ bool TableIndex::Allocate(UINTN room) {
   }
   mEntries.Reset(
       static_cast<Entry*>(AllocatePool(room * sizeof(Entry) + mBucketCount * sizeof(mBuckets[0]))));
+  if (!mEntries) {
+    return false;
+  }
   mBuckets = reinterpret_cast<UINT16*>(mEntries.Get() + room);
-  return static_cast<bool>(mEntries);
+  return true;
 }
 
 /// Enters all structures by position. Tells whether there was room.
