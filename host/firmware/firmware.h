@@ -117,8 +117,7 @@ struct Block {
 
 // The machine's memory, behind AllocatePool, FreePool, AllocatePages and FreePages. Every block is
 // an allocation of its own filled with a poison byte (0xAF), so that AddressSanitizer sees overruns
-// and uses after free; without it, a tail mark is checked when the block is freed. A zero-byte
-// allocation hands out a block of its own.
+// and uses after free; without it, a tail mark is checked when the block is freed.
 class Pool {
  public:
   class Store;
@@ -133,6 +132,9 @@ class Pool {
   // Whether blocks know their call site; on in a fresh machine. Finding it is a good part of an
   // allocation.
   void KeepCallSites(bool keep);
+  // What AllocatePool makes of zero bytes: a block of their own, as in a fresh machine and in EDK II's
+  // pool, or success with NULL, which other firmware has.
+  void GiveNullForZeroBytes(bool give);
 
   // Calls so far that asked for a block, those that failed included.
   uint64_t Allocations() const;

@@ -131,6 +131,9 @@ EFI_STATUS Pool::Store::Allocate(const Owner& owner, EFI_MEMORY_TYPE type, UINTN
   if (CountAndMayFail(owner) || size > kMaxPoolSize) {
     return EFI_OUT_OF_RESOURCES;
   }
+  if (size == 0 && mNullForZeroBytes) {
+    return EFI_SUCCESS;
+  }
   UINT8* block = static_cast<UINT8*>(std::malloc(size + kTailSize));
   if (block == nullptr) {
     return EFI_OUT_OF_RESOURCES;
@@ -332,6 +335,10 @@ std::optional<Block> Pool::Find(const void* address) const {
 
 void Pool::KeepCallSites(bool keep) {
   mStore->KeepCallSites(keep);
+}
+
+void Pool::GiveNullForZeroBytes(bool give) {
+  mStore->GiveNullForZeroBytes(give);
 }
 
 uint64_t Pool::Allocations() const {

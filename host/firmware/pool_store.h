@@ -40,6 +40,7 @@ class Pool::Store {
   uint64_t Frees() const { return mFrees; }
   uint64_t FailedAllocations() const { return mFailed; }
   void KeepCallSites(bool keep) { mKeepCallSites = keep; }
+  void GiveNullForZeroBytes(bool give) { mNullForZeroBytes = give; }
 
   void Fail(uint64_t n, std::optional<Owner> owner, bool following);
   void StopFailing() { mFaults.clear(); }
@@ -68,6 +69,7 @@ class Pool::Store {
   std::map<uintptr_t, Block> mLive;
   std::unordered_set<uintptr_t> mFreedAddresses;
   bool mKeepCallSites = true;
+  bool mNullForZeroBytes = false;
   // Blocks that were freed wait here, poisoned, so that writes to them show.
   std::deque<FreedBlock> mQuarantine;
   size_t mQuarantineSize = 0;

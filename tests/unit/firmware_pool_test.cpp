@@ -117,6 +117,16 @@ TEST_F(FirmwarePool, HandsOutADistinctBlockForZeroBytes) {
   EXPECT_EQ(mServices->FreePool(second), EFI_SUCCESS);
 }
 
+TEST_F(FirmwarePool, SucceedsWithoutABlockForZeroBytesWhenAskedTo) {
+  mPool.GiveNullForZeroBytes(true);
+  void* block = &block;
+  EXPECT_EQ(mServices->AllocatePool(EfiBootServicesData, 0, &block), EFI_SUCCESS);
+  EXPECT_EQ(block, nullptr);
+  EXPECT_NE(Allocate(1), nullptr);
+  mPool.FailAllocation(1);
+  EXPECT_EQ(mServices->AllocatePool(EfiBootServicesData, 0, &block), EFI_OUT_OF_RESOURCES);
+}
+
 TEST_F(FirmwarePool, RefusesWrongArguments) {
   void* block = nullptr;
   EXPECT_EQ(mServices->AllocatePool(EfiBootServicesData, 8, nullptr), EFI_INVALID_PARAMETER);

@@ -189,6 +189,20 @@ TEST_F(FqddMapTest, CannotBeBuiltWithoutMemory) {
   }
 }
 
+// Firmware may answer a request for zero bytes with success and no block.
+TEST_F(FqddMapTest, NeedsNoMemoryWithoutGroups) {
+  Table table;
+  table.Add(OfLength(6));
+  Use(table);
+  mRig.Memory().GiveNullForZeroBytes(true);
+  EXPECT_EQ(BuildFqddMap(), EFI_SUCCESS);
+  EXPECT_EQ(gFqddMapValid, 1u);
+  EXPECT_EQ(gFqddMapCount, 0u);
+  EXPECT_EQ(gFqddMap, nullptr);
+  EXPECT_EQ(FindFqdd(0x400), nullptr);
+  EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
+}
+
 TEST_F(FqddMapTest, IsInvalidAfterABuildThatFailed) {
   ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
   ASSERT_EQ(gFqddMapValid, 1u);

@@ -64,6 +64,22 @@ TEST_F(Start, BuildsARecordOfEachKindAndMakesTheImageUnloadable) {
   EXPECT_EQ(rig.LoadedImage()->Unload, &DriverUnload);
 }
 
+TEST_F(Start, BuildsItsRecordsWhereThePoolHasNoBlockForZeroBytes) {
+  Table table;
+  table.Add(Bios{});
+  table.Add(System{});
+  table.Add(Processor{});
+  table.Add(MemoryDevice{});
+  table.Add(FqddMap{.groups = {}});
+  Rig rig;
+  rig.Memory().GiveNullForZeroBytes(true);
+  rig.Publish(table);
+  ASSERT_EQ(rig.Load(), EFI_SUCCESS);
+  EXPECT_EQ(rig.Start(), EFI_SUCCESS);
+  EXPECT_THAT(DeviceTypes(rig),
+              ElementsAre(TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_DIMM, TVQ_DEVICE_TYPE_SYSTEM));
+}
+
 TEST_F(Start, IgnoresItsArgument) {
   Rig rig;
   Load(rig);

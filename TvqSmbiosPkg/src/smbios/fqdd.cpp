@@ -114,7 +114,8 @@ EFI_STATUS CollectAndFill() {
     return status;
   }
   gFqddMap = static_cast<FQDD_MAP_ENTRY*>(AllocateZeroPool(gFqddMapCount * sizeof(FQDD_MAP_ENTRY)));
-  if (gFqddMap == nullptr) {
+  // A pool may have no block for no bytes.
+  if (gFqddMap == nullptr && gFqddMapCount != 0) {
     return EFI_OUT_OF_RESOURCES;
   }
   return FillMap();
