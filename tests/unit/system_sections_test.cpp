@@ -206,6 +206,24 @@ TEST_F(SystemRecord, ListsTheFirst255Slots) {
   ExpectServes(0);
 }
 
+TEST_F(SystemRecord, ListsTheFirst255ChassisBoardsAndMemoryArrays) {
+  Table table = SystemWith({});
+  for (uint16_t n = 1; n <= 256; ++n) {
+    table.Add(Chassis{.height = static_cast<uint8_t>(n)});
+    table.Add(BaseBoard{.chassisHandle = n});
+    table.Add(MemoryArray{.deviceCount = n});
+  }
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  const TVQ_SYSTEM system = Fields();
+  EXPECT_EQ(system.NumChassis, 255);
+  EXPECT_EQ(system.NumBaseBoards, 255);
+  EXPECT_EQ(system.NumPMA, 255);
+  EXPECT_EQ(system.ChassisInfo[254]->Height, 255);
+  EXPECT_EQ(Value(system.BaseBoardInfo[254]->ChassisHandle), 255);
+  EXPECT_EQ(Value(system.PMAInfo[254]->NumberOfMemoryDevices), 255);
+  EXPECT_EQ(rig.Memory().Find(system.ChassisInfo)->size, 255 * sizeof(VOID*));
+}
+
 // --- String numbers out of range ---
 
 TEST_F(SystemRecord, TakesTheRestOfAChassisFromTheStructureBehind) {
