@@ -10,7 +10,6 @@
 #include <deque>
 #include <map>
 #include <optional>
-#include <unordered_set>
 #include <vector>
 
 #include "host/firmware/firmware.h"
@@ -58,16 +57,20 @@ class Pool::Store {
     UINT8* address;
     size_t size;
   };
+  using LiveBlocks = std::map<uintptr_t, Block>;
 
   bool CountAndMayFail(const Owner& owner);
   void Remember(const Owner& owner, EFI_MEMORY_TYPE type, void* address, size_t size, bool isPages);
+  void Forget(LiveBlocks::iterator found);
   void RefuseFree(const char* service, const void* address);
   void ReleaseFreed(const FreedBlock& freed);
   void Release(const Block& block);
 
   Machine& mMachine;
-  std::map<uintptr_t, Block> mLive;
-  std::unordered_set<uintptr_t> mFreedAddresses;
+  LiveBlocks mLive;
+  std::array<size_t, Owner::kMaxOwners> mLiveCounts = {};
+  // Every address that was ever freed; one that is live again is none of them.
+  std::vector<uintptr_t> mFreedAddresses;
   bool mKeepCallSites = true;
   bool mNullForZeroBytes = false;
   // Blocks that were freed wait here, poisoned, so that writes to them show.

@@ -15,8 +15,8 @@ constexpr unsigned kLongestEndingWalk = 0xFF;
 
 }  // namespace
 
-Outcome Exercise(const Table& table, host::Guard guard) {
-  StartedMachine machine(table, guard);
+Outcome Exercise(const Table& table, host::Guard guard, DeviceSet* verified) {
+  StartedMachine machine(table, guard, verified);
   for (const Record& record : machine.Records()) {
     machine.Asking().AskRecord(record);
   }

@@ -10,6 +10,7 @@
 
 #include "host/firmware/firmware.h"
 #include "tests/fuzz/guarded_table.h"
+#include "tests/fuzz/operations.h"
 
 namespace tvq::fuzz {
 
@@ -21,8 +22,9 @@ struct Outcome {
 };
 
 // Loads and starts the driver on the table, calls every operation of every record and every attribute, starts it a
-// second time, and unloads it. Broken promises are complained about.
-Outcome Exercise(const Table& table, host::Guard guard);
+// second time, and unloads it. Broken promises are complained about. Verify reads what is in the blobs and nothing of the
+// table: with `verified`, which the caller keeps over many tables, equal devices are verified once.
+Outcome Exercise(const Table& table, host::Guard guard, DeviceSet* verified = nullptr);
 
 }  // namespace tvq::fuzz
 

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,12 +28,16 @@ struct Record {
   EFI_DEVICE_PATH_PROTOCOL* path = nullptr;
 };
 
+// Devices by their blobs.
+using DeviceSet = std::set<std::vector<uint8_t>>;
+
 // The mode text with which parts are compared.
 extern const char kNormalMode[];
 
 class Operations {
  public:
-  explicit Operations(host::Firmware& firmware);
+  // With `verified`, devices whose blobs are in there already are not verified again, and others are added.
+  explicit Operations(host::Firmware& firmware, DeviceSet* verified = nullptr);
 
   // In the order of installation.
   std::vector<Record> FindRecords();
@@ -63,6 +68,7 @@ class Operations {
   void ExpectBlocks(size_t before, const char* operation);
 
   host::Firmware& mFirmware;
+  DeviceSet* mVerified;
   EFI_BOOT_SERVICES& mServices;
   TVQ_PLATFORM_PROTOCOL* mPlatform = nullptr;
 };

@@ -24,8 +24,8 @@ void Load(host::Firmware& firmware, const host::Image& image) {
 
 }  // namespace
 
-StartedMachine::StartedMachine(Table table, host::Guard guard)
-    : mTable(std::move(table), guard), mStatus(Start()), mOperations(mFirmware) {
+StartedMachine::StartedMachine(Table table, host::Guard guard, DeviceSet* verified)
+    : mTable(std::move(table), guard), mStatus(Start()), mOperations(mFirmware, verified) {
   mRecords = mOperations.FindRecords();
 }
 

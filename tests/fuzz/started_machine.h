@@ -16,7 +16,8 @@ namespace tvq::fuzz {
 
 class StartedMachine {
  public:
-  explicit StartedMachine(Table table, host::Guard guard = host::Guard::kBehind);
+  explicit StartedMachine(Table table, host::Guard guard = host::Guard::kBehind,
+                          DeviceSet* verified = nullptr);
 
   host::Firmware& Firmware() { return mFirmware; }
   Operations& Asking() { return mOperations; }

@@ -83,7 +83,7 @@ class SampleBounds : public testing::TestWithParam<Parameters> {
     alarm(kSecondsForACase);
     fuzz::Table table = mTable;
     table.structures = structures;
-    fuzz::Exercise(table, mGuard);
+    fuzz::Exercise(table, mGuard, &mVerified);
     ASSERT_FALSE(HasFailure()) << gCase.data();
   }
 
@@ -102,6 +102,7 @@ class SampleBounds : public testing::TestWithParam<Parameters> {
   const char* mSample;
   host::Guard mGuard;
   fuzz::Table mTable;
+  fuzz::DeviceSet mVerified;
 };
 
 TEST_P(SampleBounds, HoldWhereverTheTableIsCut) {
