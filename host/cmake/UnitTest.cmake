@@ -1,11 +1,15 @@
-# tvq_unit_test(<name> SOURCES <file>... [IMAGES <image>...] [LIBRARIES <library>...])
+# tvq_unit_test(<name> SOURCES <file>... [IMAGES <image>...] [LIBRARIES <library>...] [PARTS <number>])
 #
-# Makes a GoogleTest program on the firmware library and registers its tests. A test of an image that does not exist in
-# this tree yet is left out, with a message.
+# Makes a GoogleTest program on the firmware library and registers it as one test of ctest: a process for each of two
+# thousand tests would take longer than they do. PARTS makes several of it, where a program runs for long. A test of an
+# image that does not exist in this tree yet is left out, with a message.
+#
+# tvq_program_test(<name> PROGRAM <file> [PARTS <number>] [ONLY <regular expression>] [SECONDS <number>])
+#
+# Registers the tests of a GoogleTest program, or those that match, under this name. SECONDS is what one of them may take.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
-include(GoogleTest)
 find_package(GTest)
 
 if(GTest_FOUND)
@@ -24,8 +28,29 @@ add_custom_target(tvq_driver_tests)
 file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/driver_tests.txt"
      CONTENT "$<JOIN:$<TARGET_GENEX_EVAL:tvq_driver_tests,$<TARGET_PROPERTY:tvq_driver_tests,TVQ_PROGRAMS>>,\n>\n")
 
+function(tvq_program_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "PROGRAM;PARTS;ONLY;SECONDS" "")
+  if(NOT arg_PARTS)
+    set(arg_PARTS 1)
+  endif()
+  if(NOT arg_SECONDS)
+    set(arg_SECONDS 120)
+  endif()
+  foreach(part RANGE 1 ${arg_PARTS})
+    set(test "${name}")
+    if(arg_PARTS GREATER 1)
+      set(test "${name}.${part}")
+    endif()
+    add_test(NAME "${test}" COMMAND "${Python3_EXECUTABLE}" -B "${PROJECT_SOURCE_DIR}/tools/testrun/gtest_program.py"
+                                    --results "${PROJECT_BINARY_DIR}/Testing/programs/${test}.json" --only "${arg_ONLY}"
+                                    --shard "${part}/${arg_PARTS}" --seconds ${arg_SECONDS} "${arg_PROGRAM}")
+    # A test that hangs is ended by the script.
+    set_tests_properties("${test}" PROPERTIES LABELS program TIMEOUT 1800)
+  endforeach()
+endfunction()
+
 function(tvq_unit_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;IMAGES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "PARTS" "SOURCES;IMAGES;LIBRARIES")
   if(DEFINED arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
     message(FATAL_ERROR "tvq_unit_test(${name}): SOURCES is missing, or unknown arguments '${arg_UNPARSED_ARGUMENTS}'")
   endif()
@@ -46,5 +71,5 @@ function(tvq_unit_test name)
     add_dependencies(tvq_driver_tests ${name})
     set_property(TARGET tvq_driver_tests APPEND PROPERTY TVQ_PROGRAMS "$<TARGET_FILE:${name}>")
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  tvq_program_test(${name} PROGRAM "$<TARGET_FILE:${name}>" PARTS "${arg_PARTS}")
 endfunction()

@@ -25,7 +25,7 @@ while (($#)); do
     --guarded) guarded=1 ;;
     -R)
       [[ -n "${2:-}" ]] || UsageError "test: -R takes a regular expression"
-      selection=(-R "$2")
+      selection=(--match "$2")
       shift
       ;;
     *) UsageError "test: unknown argument '$1'; ./dev help test tells more" ;;
@@ -33,10 +33,8 @@ while (($#)); do
   shift
 done
 
-# Tests NAME...: those of the build with further options of ctest.
-Tests() {
-  exec ctest --test-dir "$BUILD/test" --output-on-failure --no-label-summary --no-tests=error -j "$JOBS" "${selection[@]}" "$@"
-}
+# Tests OPTION...: those of the build, with further options of the script that runs them.
+Tests() { exec python3 -B "$TOOLS/testrun/run_tests.py" "$BUILD/test" --jobs "$JOBS" "${selection[@]}" "$@"; }
 
 EnsureSetup
 if ((guarded)); then
@@ -44,9 +42,12 @@ if ((guarded)); then
   GuardedFirmware
   EndToEndTools
   export TVQ_GUARDED_FIRMWARE="$GUARDED"
-  Tests -C Guarded -L guarded
+  Tests --config Guarded --label guarded
 fi
 mapfile -t toolchains < <(BootingToolchains)
-Firmware "${toolchains[@]}"
+# EDK II's build keeps one core busy for most of its time, ours takes what there is.
+Note "the firmware is built beside the host's programs"
+Beside firmware Firmware "${toolchains[@]}"
 HostTests
+Join
 Tests

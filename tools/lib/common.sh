@@ -88,10 +88,30 @@ Report() {
   return "$status"
 }
 
+# Watch TITLE LOG: on a terminal, writes the step's line again each second, with how far the program is that counts its
+# steps in the log, as ninja does.
+Watch() {
+  local title="$1" log="$2" start="${EPOCHREALTIME/[.,]/}" count step all
+  [[ -t 2 ]] || return 0
+  while sleep 1; do
+    count="$(grep -o '^\[[0-9]*/[0-9]*\]' "$log" | tail -n 1)" || continue
+    IFS=/ read -r step all <<<"${count//[][]/}"
+    printf '\r\e[K== %s ... %d of %d, about %d s left ' "$title" "$step" "$all" \
+      $(((${EPOCHREALTIME/[.,]/} - start) * (all - step) / (step + 1) / 1000000)) >&2
+  done
+}
+
+# EndWatch PROCESS TITLE: the step's line as it was.
+EndWatch() {
+  kill "$1" 2>/dev/null || true
+  wait "$1" 2>/dev/null || true
+  [[ ! -t 2 ]] || printf '\r\e[K== %s ... ' "$2" >&2
+}
+
 # Step TITLE LOGNAME COMMAND...: runs the command with its output in a log file, shows the end of that file when it
 # fails, and everything at once with VERBOSE=1.
 Step() {
-  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0
+  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0 watch
   shift 2
   mkdir -p "$LOGS"
   if ((VERBOSE)); then
@@ -100,27 +120,53 @@ Step() {
     printf '== %s: ' "$title" >&2
   else
     printf '== %s ... ' "$title" >&2
+    : >"$log"
+    Watch "$title" "$log" &
+    watch=$!
     "$@" >"$log" 2>&1 </dev/null || status=$?
+    EndWatch "$watch" "$title"
   fi
   Report "$status" "$start" "$log"
 }
 
 # The same, but without a word when the command succeeds within a second.
 StepIfSlow() {
-  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0 announcer
+  local title="$1" log="$LOGS/$2.log" start="${EPOCHREALTIME/[.,]/}" status=0 watch
   if ((VERBOSE)); then
     Step "$@"
     return
   fi
   shift 2
   mkdir -p "$LOGS"
-  { sleep 1 >/dev/null 2>&1 && printf '== %s ... ' "$title" >&2; } &
-  announcer=$!
+  : >"$log"
+  rm -f "$log.said"
+  { sleep 1 && touch "$log.said" && printf '== %s ... ' "$title" >&2 && Watch "$title" "$log"; } >/dev/null &
+  watch=$!
   "$@" >"$log" 2>&1 </dev/null || status=$?
-  kill "$announcer" 2>/dev/null || true
-  if ! wait "$announcer" 2>/dev/null; then
+  if [[ -f "$log.said" ]]; then
+    EndWatch "$watch" "$title"
+  else
+    kill "$watch" 2>/dev/null || true
+    wait "$watch" 2>/dev/null || true
     ((status)) || return 0
     printf '== %s ... ' "$title" >&2
   fi
   Report "$status" "$start" "$log"
+}
+
+# Beside LOGNAME COMMAND...: starts the command; what it says comes with Join, which ends as the command did.
+Beside() {
+  local said="$LOGS/$1.said.log"
+  shift
+  mkdir -p "$LOGS"
+  "$@" >"$said" 2>&1 </dev/null &
+  BESIDE=$!
+  BESIDE_SAID="$said"
+}
+
+Join() {
+  local status=0
+  wait "$BESIDE" || status=$?
+  cat "$BESIDE_SAID" >&2
+  return "$status"
 }
