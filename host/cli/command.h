@@ -16,6 +16,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "host/cli/output/console.h"
 
@@ -45,6 +46,13 @@ struct CommandText {
 // a word about its usage.
 using CommandBody = std::function<ExitStatus(Console&)>;
 
+struct AddedCommand {
+  CommandText text;
+  const CLI::App* app;
+};
+
+struct CommandTree;
+
 // The commands of a command line while it is put together.
 class Commands {
  public:
@@ -58,8 +66,12 @@ class Commands {
   // The body of the command that the arguments named.
   const CommandBody& Chosen() const { return mChosen; }
 
+  // Everything that was added.
+  CommandTree Tree() const;
+
  private:
   CLI::App& mApp;
+  std::vector<AddedCommand> mAdded;
   CommandBody mChosen;
 };
 

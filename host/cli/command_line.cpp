@@ -13,6 +13,7 @@
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/command.h"
 #include "host/cli/input/input.h"
+#include "host/cli/pages/command_tree.h"
 
 namespace tvq::cli {
 namespace {
@@ -54,7 +55,12 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
   command->footer(fmt::format("{}\n\nExamples:\n{}\nExit status: {}", text.details, text.examples,
                               text.statuses));
   command->callback([this, body = std::move(body)] { mChosen = body; });
+  mAdded.push_back({text, command});
   return *command;
+}
+
+CommandTree Commands::Tree() const {
+  return ReadCommandTree(mApp, mAdded);
 }
 
 int RunCommandLine(int argc, const char* const* argv, Console& console) {

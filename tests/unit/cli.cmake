@@ -10,6 +10,7 @@ tvq_unit_test(
   unit/cli_export_test.cpp
   unit/cli_help_test.cpp
   unit/cli_json_test.cpp
+  unit/cli_pages_test.cpp
   unit/cli_redact_test.cpp
   unit/cli_show_test.cpp
   unit/cli_slot_test.cpp

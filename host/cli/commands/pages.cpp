@@ -1,0 +1,71 @@
+/*
+ * `tvq man` and `tvq completion`: what an installation takes along.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <ostream>
+
+#include "host/cli/pages/completion.h"
+#include "host/cli/pages/man_page.h"
+
+namespace tvq::cli {
+namespace {
+
+constexpr CommandText kManText = {
+    "man", "Prints the manual page",
+    "In roff, made of the same texts as what --help prints. An installation has it as tvq(1).",
+    "  tvq man | man -l -\n", "0 it was printed; 2 the command line is wrong."};
+
+constexpr CommandText kCompletionText = {
+    "completion", "Prints a script with which a shell completes the command line",
+    "Completes commands, options, files, folders, and the names of rules and types. An\n"
+    "installation has the scripts where the shells look for them.",
+    "  source <(tvq completion bash)\n"
+    "  tvq completion zsh > ~/.zfunc/_tvq\n"
+    "  tvq completion fish | source\n",
+    "0 it was printed; 2 there is no such shell."};
+
+struct Shell {
+  const char* name;
+  std::string (*script)(const CommandTree& tree);
+};
+
+constexpr Shell kShells[] = {
+    {"bash", BashCompletion}, {"zsh", ZshCompletion}, {"fish", FishCompletion}};
+
+const Shell* FindShell(const std::string& name) {
+  for (const Shell& shell : kShells) {
+    if (shell.name == name) {
+      return &shell;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void AddMan(Commands& commands) {
+  commands.Add(kManText, [&commands](Console& console) {
+    console.out << ManPage(commands.Tree());
+    return kExitNothingFound;
+  });
+}
+
+void AddCompletion(Commands& commands) {
+  const auto shell = std::make_shared<std::string>();
+  CLI::App& app = commands.Add(kCompletionText, [&commands, shell](Console& console) {
+    console.out << FindShell(*shell)->script(commands.Tree());
+    return kExitNothingFound;
+  });
+  app.add_option("bash|zsh|fish", *shell, "The shell")
+      ->type_name("")
+      ->required()
+      ->check([](const std::string& name) {
+        return FindShell(name) != nullptr ? std::string()
+                                          : "'" + name + "' is none of bash|zsh|fish";
+      });
+}
+
+}  // namespace tvq::cli
