@@ -1,5 +1,5 @@
-# tvq_efi_image(<name> INFS <inf>... [SOURCES <file>...] [INCLUDES <folder>...] [EDK2_SOURCES <file>...]
-#               [EDK2_INCLUDES <folder>...] [REFERENCE_INFS <inf>...] [PCDS <name>=<value>...])
+# tvq_efi_image(<name> INFS <inf>... [LIBRARIES <inf>...] [SOURCES <file>...] [INCLUDES <folder>...]
+#               [EDK2_SOURCES <file>...] [EDK2_INCLUDES <folder>...] [REFERENCE_INFS <inf>...] [PCDS <name>=<value>...])
 #
 # Makes a firmware image that runs in a process, as target tvq_image_<name> with `tvq::host::images::<name>` in
 # "images/<name>.h". The first INF is the module's; the others are libraries of ours that it uses, in the order of their
@@ -7,6 +7,8 @@
 # of the EDK II libraries, which are compiled once for all images, and of every global; only the functions and globals of
 # its own sources keep their names, so that tests can call them.
 #
+#   LIBRARIES       libraries of ours that several images use, and perhaps the program around them: an image's copy of one
+#                   is its own to the last function
 #   SOURCES         further sources of ours that no INF lists
 #   INCLUDES        include folders of foreign code that our sources compile, as -isystem in a DSC's options
 #   EDK2_SOURCES    sources in the EDK II tree, relative to it
@@ -94,6 +96,9 @@ endfunction()
 function(_tvq_join_image name autogen archives exporters)
   configure_file("${TVQ_CMAKE_DIR}/image.lds.in" "${autogen}/image.lds" @ONLY)
   set(own "$<TARGET_OBJECTS:tvq_image_${name}_own>" "$<TARGET_OBJECTS:tvq_image_${name}_glue>")
+  if(TARGET tvq_image_${name}_libraries)
+    list(APPEND own "$<TARGET_OBJECTS:tvq_image_${name}_libraries>")
+  endif()
   list(TRANSFORM archives REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE files)
   set(exported)
   foreach(target IN LISTS exporters)
@@ -113,7 +118,7 @@ endfunction()
 
 # tvq_efi_object(<name> [PRIVATE] ...): makes <build>/images/<name>/<name>.o, with the arguments of tvq_efi_image.
 function(tvq_efi_object name)
-  set(lists INFS SOURCES INCLUDES EDK2_SOURCES EDK2_INCLUDES REFERENCE_INFS PCDS)
+  set(lists INFS LIBRARIES SOURCES INCLUDES EDK2_SOURCES EDK2_INCLUDES REFERENCE_INFS PCDS)
   cmake_parse_arguments(PARSE_ARGV 1 arg "PRIVATE" "" "${lists}")
   if(DEFINED arg_UNPARSED_ARGUMENTS OR NOT arg_INFS)
     message(FATAL_ERROR "image ${name}: INFS is missing, or unknown arguments '${arg_UNPARSED_ARGUMENTS}'")
@@ -127,20 +132,31 @@ function(tvq_efi_object name)
     list(APPEND own_infs "${inf}")
   endforeach()
   list(GET own_infs 0 module)
+  set(library_infs)
+  foreach(inf IN LISTS arg_LIBRARIES)
+    cmake_path(ABSOLUTE_PATH inf NORMALIZE)
+    list(APPEND library_infs "${inf}")
+  endforeach()
   _tvq_edk2_libraries_of("${module}" libraries)
   _tvq_option_list(--inf infs ${own_infs})
+  _tvq_option_list(--library-inf own_libraries ${library_infs})
   _tvq_option_list(--edk2-library libraries ${libraries})
   _tvq_option_list(--reference-inf references ${arg_REFERENCE_INFS})
   _tvq_option_list(--pcd pcds ${arg_PCDS})
-  _tvq_run_autogen(--out "${autogen}" --libraries "${PROJECT_BINARY_DIR}/edk2" --name ${name} ${infs} ${libraries}
-                   ${references} ${pcds})
+  _tvq_run_autogen(--out "${autogen}" --libraries "${PROJECT_BINARY_DIR}/edk2" --name ${name} ${infs} ${own_libraries}
+                   ${libraries} ${references} ${pcds})
   include("${autogen}/sources.cmake")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${IMAGE_DEPENDS})
 
   set(part tvq_image_${name})
   add_library(${part}_own OBJECT ${IMAGE_OWN_SOURCES} ${arg_SOURCES})
   add_library(${part}_glue OBJECT "${autogen}/AutoGen.c" "${PROJECT_SOURCE_DIR}/host/firmware/image/DebugLib.c")
-  set(parts ${part}_own ${part}_glue)
+  set(ours ${part}_own)
+  if(IMAGE_LIBRARY_SOURCES)
+    add_library(${part}_libraries OBJECT ${IMAGE_LIBRARY_SOURCES})
+    list(APPEND ours ${part}_libraries)
+  endif()
+  set(parts ${ours} ${part}_glue)
   set(archives)
   foreach(library IN LISTS IMAGE_EDK2_LIBRARIES)
     _tvq_edk2_library(${library})
@@ -154,10 +170,12 @@ function(tvq_efi_object name)
   foreach(target IN LISTS parts)
     _tvq_image_part(${target} ${name} "${autogen}")
   endforeach()
-  # EDK II's tools let a module include the headers of its own folders.
-  target_include_directories(${part}_own PRIVATE ${IMAGE_OWN_FOLDERS})
-  target_include_directories(${part}_own SYSTEM PRIVATE ${arg_INCLUDES} ${arg_EDK2_INCLUDES})
-  target_link_libraries(${part}_own PRIVATE tvq_host_warnings tvq_fuzzed $<TARGET_NAME_IF_EXISTS:tvq_counted>)
+  foreach(target IN LISTS ours)
+    # EDK II's tools let a module include the headers of its own folders.
+    target_include_directories(${target} PRIVATE ${IMAGE_OWN_FOLDERS})
+    target_include_directories(${target} SYSTEM PRIVATE ${arg_INCLUDES} ${arg_EDK2_INCLUDES})
+    target_link_libraries(${target} PRIVATE tvq_host_warnings tvq_fuzzed $<TARGET_NAME_IF_EXISTS:tvq_counted>)
+  endforeach()
   target_link_libraries(${part}_glue PRIVATE tvq_host_warnings)
   if(TARGET ${part}_edk2)
     target_include_directories(${part}_edk2 PRIVATE ${arg_EDK2_INCLUDES})

@@ -121,10 +121,11 @@ class ImagePlan:
         self.name = arguments.name
         self.workspace = Workspace([Path(root) for root in arguments.root])
         self.own = [Inf(Path(path)) for path in arguments.inf]
+        self.own_libraries = [Inf(Path(path)) for path in arguments.library_inf]
         self.module = self.own[0]
         self.edk2 = [Inf(self.workspace.find(path)) for path in arguments.edk2_library]
         self.reference = [Inf(self.workspace.find(path)) for path in arguments.reference_inf]
-        self.infs = self.own + self.edk2 + self.reference
+        self.infs = self.own + self.own_libraries + self.edk2 + self.reference
         self.packages = [self.workspace.dec(path) for path in unique(p for inf in self.infs for p in inf.packages)]
         self.overrides = dict(item.split("=", 1) for item in arguments.pcd)
         self.guids = self._resolve_guids()
@@ -187,7 +188,7 @@ class ImagePlan:
     def _library_calls(self, key):
         """Declarations and calls of the constructors or destructors, in the order the libraries were given."""
         declarations, calls = [], []
-        for library in self.edk2 + self.own[1:]:
+        for library in self.edk2 + self.own_libraries + self.own[1:]:
             function = library.defines.get(key)
             if function:
                 based = library.module_type == "BASE"
@@ -254,13 +255,14 @@ class ImagePlan:
         depends = unique([inf.path for inf in self.infs] + [package.path for package in self.packages])
         lists = {
             "IMAGE_OWN_SOURCES": unique(source for inf in self.own for source in inf.sources),
+            "IMAGE_LIBRARY_SOURCES": unique(source for inf in self.own_libraries for source in inf.sources),
             "IMAGE_EDK2_LIBRARIES": [library.name for library in self.libraries()],
-            "IMAGE_OWN_FOLDERS": unique(folder for inf in self.own for folder in inf.folders),
+            "IMAGE_OWN_FOLDERS": unique(folder for inf in self.own + self.own_libraries for folder in inf.folders),
             "IMAGE_INCLUDES": includes,
             "IMAGE_DEPENDS": depends,
         }
         lines = []
-        for inf in self.own:
+        for inf in self.own + self.own_libraries:
             if inf.options and inf.sources:
                 files = " ".join(f'"{source}"' for source in inf.sources)
                 lines.append(f"set_property(SOURCE {files} APPEND PROPERTY COMPILE_OPTIONS {' '.join(inf.options)})\n")
@@ -269,7 +271,7 @@ class ImagePlan:
 
 def write_image(arguments):
     plan = ImagePlan(arguments)
-    missing = [str(source) for inf in plan.own for source in inf.sources if not source.is_file()]
+    missing = [str(source) for inf in plan.own + plan.own_libraries for source in inf.sources if not source.is_file()]
     if missing:
         raise MetaFileError(f"{plan.module.path}: listed sources do not exist: {', '.join(missing)}")
     out = Path(arguments.out)
@@ -297,6 +299,7 @@ def main():
     parser.add_argument("--libraries", help="the folder for what the EDK II libraries get")
     parser.add_argument("--name", help="the image's name")
     parser.add_argument("--inf", action="append", default=[], help="the module's INF, then those of its own libraries")
+    parser.add_argument("--library-inf", action="append", default=[], help="the INF of a library that several images use")
     parser.add_argument("--edk2-library", action="append", default=[], help="the INF of an EDK II library")
     parser.add_argument("--reference-inf", action="append", default=[], help="an INF whose GUIDs and PCDs count")
     parser.add_argument("--pcd", action="append", default=[], help="NAME=VALUE, or NAME=runtime for a variable")

@@ -150,6 +150,15 @@ class AutoGenTest(unittest.TestCase):
         self.write("Small/Small.inf", _MODULE.replace("[Sources]", "UEFI_SPECIFICATION_VERSION = 2.x\n[Sources]"))
         self.assert_refused("UEFI_SPECIFICATION_VERSION is no hexadecimal number")
 
+    def test_keeps_the_sources_of_shared_libraries_apart(self):
+        self.write("Shared/Shared.inf", _LIBRARY.format(name="Shared", type="BASE") + "[Sources]\n  shared.cpp\n")
+        self.write("Shared/shared.cpp", "")
+        files = self.generate("--library-inf", str(self.root / "Shared/Shared.inf"))
+        own, libraries = files["sources.cmake"].split("set(IMAGE_LIBRARY_SOURCES")
+        self.assertNotIn("shared.cpp", own)
+        self.assertIn("Shared/shared.cpp", libraries)
+        self.assertIn("Status = SharedConstructor ();", files["AutoGen.c"])
+
     def test_leaves_files_alone_that_would_not_change(self):
         self.generate()
         header = self.root / "out/AutoGen.h"

@@ -2,7 +2,8 @@
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
-tvq_efi_image(platform_test INFS "${PROJECT_SOURCE_DIR}/TvqSmbiosPkg/Application/TvqPlatformTest/TvqPlatformTest.inf")
+tvq_efi_image(platform_test INFS "${PROJECT_SOURCE_DIR}/TvqSmbiosPkg/Application/TvqPlatformTest/TvqPlatformTest.inf"
+              LIBRARIES "${PROJECT_SOURCE_DIR}/TvqSmbiosPkg/Library/SmbiosTableLib/SmbiosTableLib.inf")
 
 tvq_unit_test(
   self_tests

@@ -21,6 +21,8 @@ extern "C" {
 #include <Library/UefiBootServicesTableLib.h>
 }
 
+#include <TvqSpan.h>
+
 namespace tvq {
 
 /// The address of a UCS-2 literal. EDK II's CHAR16 is neither char16_t nor wchar_t, and its
@@ -43,27 +45,6 @@ inline void RaiseAssertion([[maybe_unused]] const char* source, [[maybe_unused]]
   }
 #endif
 }
-
-/// A view of `size` elements that somebody else owns.
-template <typename T>
-class Span {
- public:
-  constexpr Span() = default;
-  constexpr Span(T* data, UINTN size) : mData(data), mSize(size) {}
-  template <UINTN N>
-  constexpr Span(T (&array)[N]) : mData(array), mSize(N) {}
-
-  constexpr T* Data() const { return mData; }
-  constexpr UINTN Size() const { return mSize; }
-  constexpr bool Empty() const { return mSize == 0; }
-  constexpr T& operator[](UINTN i) const { return mData[i]; }
-  constexpr T* begin() const { return mData; }
-  constexpr T* end() const { return mData + mSize; }
-
- private:
-  T* mData = nullptr;
-  UINTN mSize = 0;
-};
 
 /// Owns one block of boot-services pool and frees it, unless it is released to somebody else.
 template <typename T>

@@ -1,0 +1,118 @@
+/** @file
+  Structures of an SMBIOS table and their strings.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include <Library/SmbiosTableLib.h>
+
+namespace tvq::smbios {
+
+namespace {
+
+/// The bytes of a word that are NUL have their highest bit set in the result, up to the first one.
+constexpr U64 NulBytes(U64 word) {
+  constexpr U64 kOnes = 0x0101010101010101;
+  return (word - kOnes) & ~word & (kOnes << 7);
+}
+
+/// The first NUL, null when there is none. Eight bytes at a time: most of the time of a walk would
+/// go into single ones.
+const U8* FindNul(const U8* text, const U8* end) {
+  constexpr SizeType kWord = sizeof(U64);
+  for (; static_cast<SizeType>(end - text) >= kWord; text += kWord) {
+    const U64 nuls = NulBytes(Read64(text));
+    if (nuls != 0) {
+      return text + __builtin_ctzll(nuls) / 8;
+    }
+  }
+  while (text < end && *text != 0) {
+    text++;
+  }
+  return text < end ? text : nullptr;
+}
+
+}  // namespace
+
+Text TextAt(Bytes bytes) {
+  const U8* nul = FindNul(bytes.begin(), bytes.end());
+  return nul == nullptr ? Text() : Text(bytes.begin(), static_cast<SizeType>(nul - bytes.begin()));
+}
+
+bool StringCursor::Next() {
+  if (mState == State::kEnded || mState == State::kOutOfBytes) {
+    return false;
+  }
+  const Bytes rest = mBytes.From(mEnd);
+  if (mState == State::kBehindString && !rest.Empty() && rest[0] == 0) {
+    return Finish(State::kEnded, mEnd + 1);
+  }
+  mCurrent = TextAt(rest);
+  if (!mCurrent) {
+    mCutOff = mEnd;
+    return Finish(State::kOutOfBytes, mBytes.Size());
+  }
+  mEnd += mCurrent.Length() + 1;
+  mState = State::kBehindString;
+  return true;
+}
+
+bool StringCursor::Finish(State state, SizeType end) {
+  mState = state;
+  mEnd = end;
+  return false;
+}
+
+SizeType Structure::Size() const {
+  StringCursor strings(StringBytes());
+  while (strings.Next()) {
+  }
+  return Formatted().Size() + strings.End();
+}
+
+Defect Structure::FindDefect() const {
+  if (Length() < kHeaderSize) {
+    return Defect::kShortLength;
+  }
+  if (Length() > mBytes.Size()) {
+    return Defect::kCutFormatted;
+  }
+  StringCursor strings(StringBytes());
+  while (strings.Next()) {
+  }
+  return strings.IsEnded() ? Defect::kNone : Defect::kCutStrings;
+}
+
+SizeType Structure::StringCount() const {
+  SizeType count = 0;
+  for ([[maybe_unused]] const Text text : Strings()) {
+    count++;
+  }
+  return count;
+}
+
+Text Structure::String(U16 number) const {
+  StringCursor strings(StringBytes());
+  for (; number != 0 && strings.Next(); number--) {
+    if (number == 1) {
+      return strings.Current();
+    }
+  }
+  return Text();
+}
+
+Bytes Structure::CutOffString() const {
+  StringCursor strings(StringBytes());
+  while (strings.Next()) {
+  }
+  return strings.IsEnded() ? Bytes() : strings.CutOff();
+}
+
+void Walk::Iterator::StepTo(SizeType offset) {
+  mCurrent = Structure(mTable, offset);
+  if (mReading == Reading::kStrict && mCurrent && !mCurrent.IsWellFormed()) {
+    mCurrent = Structure(mTable.First(offset), offset);
+  }
+}
+
+}  // namespace tvq::smbios
