@@ -5,7 +5,7 @@
  */
 #include "tests/unit/support/document_fixture.h"
 
-#include "TvqSmbiosPkg/src/uefi/blobs.h"
+#include "TvqSmbiosPkg/src/documents/blobs.h"
 
 namespace tvq::test {
 namespace {

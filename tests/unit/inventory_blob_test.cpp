@@ -6,7 +6,7 @@
 #include "tests/unit/support/dirty_stack.h"
 #include "tests/unit/support/record_fixture.h"
 
-#include "TvqSmbiosPkg/src/uefi/blobs.h"
+#include "TvqSmbiosPkg/src/documents/blobs.h"
 
 namespace tvq::test {
 namespace {

@@ -6,7 +6,7 @@
 #include "tests/unit/support/misplaced_record.h"
 #include "tests/unit/support/record_fixture.h"
 
-#include "TvqSmbiosPkg/src/uefi/blobs.h"
+#include "TvqSmbiosPkg/src/documents/blobs.h"
 #include "TvqSmbiosPkg/src/uefi/tvq.h"
 
 namespace tvq::test {

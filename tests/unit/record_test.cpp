@@ -8,8 +8,8 @@
 
 #include "tests/unit/support/document_fixture.h"
 
-#include "TvqSmbiosPkg/src/uefi/blobs.h"
-#include "TvqSmbiosPkg/src/uefi/publish.h"
+#include "TvqSmbiosPkg/src/documents/blobs.h"
+#include "TvqSmbiosPkg/src/common/publish.h"
 #include "TvqSmbiosPkg/src/uefi/tvq.h"
 #include "TvqSmbiosPkg/src/uefi/zvep.h"
 
@@ -334,11 +334,12 @@ TEST_F(PublishedRecords, KeepTheirTextsWhenTheTableIsGone) {
   }
 }
 
-TEST_F(Record, IsPublishedWithoutAnEntryWhenThereIsNone) {
+TEST_F(Record, IsPublishedWithoutAnEntryWhenThereIsNoMemoryForIt) {
   std::vector<UINT8> path = ByteWriter().U8(0x7F).U8(0xFF).U16(4).Written();
   smTVQ* record = NewRecord(TVQ_DEVICE_TYPE_SYSTEM);
   record->DevicePath = reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path.data());
-  EXPECT_EQ(PublishRecord(record, nullptr), EFI_SUCCESS);
+  FailAllocation(1);
+  EXPECT_EQ(PublishRecord(record), EFI_SUCCESS);
   const std::vector<RecordHandle> published = mRig.Records();
   ASSERT_EQ(published.size(), 1u);
   EXPECT_EQ(published[0].record, record);

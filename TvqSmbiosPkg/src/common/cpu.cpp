@@ -16,9 +16,8 @@ extern "C" {
 #include "../smbios/structure.h"
 #include "../support/log.h"
 #include "../support/text.h"
-#include "../uefi/publish.h"
-#include "../uefi/zvep.h"
 #include "cpu_memory.h"
+#include "publish.h"
 #include "record.h"
 
 namespace tvq {
@@ -368,7 +367,7 @@ EFI_STATUS CpuBuilder::BuildRecord(UINT16 index) {
   LogCoreCount();
   // From here on a failure leaves the record, its device path and its entry in the pool.
   smTVQ* built = record.Leave();
-  return PublishRecord(built, MakeCPUZVEP(&built->device));
+  return PublishRecord(built);
 }
 
 EFI_STATUS CpuBuilder::Run() {

@@ -16,10 +16,9 @@ extern "C" {
 #include "../smbios/structure.h"
 #include "../support/log.h"
 #include "../support/text.h"
-#include "../uefi/publish.h"
-#include "../uefi/zvep.h"
 #include "cpu_memory.h"
 #include "dimm_extension.h"
+#include "publish.h"
 #include "record.h"
 
 namespace tvq {
@@ -341,7 +340,7 @@ EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
   if (!AttachDevicePath(built, instance)) {
     return Abandon({"Memory allocation failed for DIMM VendorDevicePath\n"}, record);
   }
-  const EFI_STATUS status = PublishRecord(built, MakeDIMMZVEP(&built->device));
+  const EFI_STATUS status = PublishRecord(built);
   if (EFI_ERROR(status)) {
     mDevices.Free();
     kLog("InstallMultipleProtocolInterfaces failed with status = %r\n", status);

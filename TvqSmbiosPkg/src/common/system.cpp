@@ -13,8 +13,7 @@ extern "C" {
 #include "../smbios/structure.h"
 #include "../support/log.h"
 #include "../support/text.h"
-#include "../uefi/publish.h"
-#include "../uefi/zvep.h"
+#include "publish.h"
 #include "record.h"
 #include "system_sections.h"
 
@@ -103,7 +102,7 @@ EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
   }
   // From here on a failure leaves the record, its device path and its entry in the pool.
   smTVQ* built = record.Leave();
-  return PublishRecord(built, MakeSYSTEMZVEP(&built->device));
+  return PublishRecord(built);
 }
 
 }  // namespace

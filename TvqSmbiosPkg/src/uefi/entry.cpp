@@ -21,10 +21,11 @@ extern "C" {
 #include "../smbios/fqdd.h"
 #include "../smbios/table_index.h"
 #include "../support/log.h"
-#include "publish.h"
 #include "tvq.h"
 
 namespace tvq {
+
+EFI_HANDLE gTvqImageHandle;
 
 namespace {
 

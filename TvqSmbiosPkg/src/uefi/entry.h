@@ -25,6 +25,9 @@ extern "C" EFI_STATUS EFIAPI DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABL
 
 namespace tvq {
 
+/// The driver's own image handle.
+extern EFI_HANDLE gTvqImageHandle;
+
 /// The start; Protocol/TvqStartRequest.h documents it.
 EFI_STATUS EFIAPI SMBIOSInit(VOID* Context);
 

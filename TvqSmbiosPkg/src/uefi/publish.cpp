@@ -1,16 +1,31 @@
 /** @file
-  Publishes a finished record.
+  Publishes the builders' records.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "publish.h"
+#include "../common/publish.h"
 
+#include "entry.h"
 #include "tvq.h"
+#include "zvep.h"
 
 namespace tvq {
 
-EFI_HANDLE gTvqImageHandle;
+namespace {
+
+ZVEP_PROTOCOL* MakeEntry(const TVQ_DEVICE* device) {
+  switch (device->generic.DeviceType) {
+    case TVQ_DEVICE_TYPE_CPU:
+      return MakeCPUZVEP(device);
+    case TVQ_DEVICE_TYPE_DIMM:
+      return MakeDIMMZVEP(device);
+    default:
+      return MakeSYSTEMZVEP(device);
+  }
+}
+
+}  // namespace
 
 void FillOperations(smTVQ* record) {
   record->Protocol.SMTVQIdentify = SMTVQIdentify;
@@ -20,11 +35,12 @@ void FillOperations(smTVQ* record) {
   record->Valid = 1;
 }
 
-EFI_STATUS PublishRecord(smTVQ* record, ZVEP_PROTOCOL* entry) {
+EFI_STATUS PublishRecord(smTVQ* record) {
   EFI_HANDLE handle = nullptr;
   const EFI_STATUS status = gBS->InstallMultipleProtocolInterfaces(
       &handle, &gTvqRecordGuid, record, &gTvqInventoryProtocolGuid, InventoryOf(record),
-      &gZvEntryProtocolGuid, entry, &gEfiDevicePathProtocolGuid, record->DevicePath, nullptr);
+      &gZvEntryProtocolGuid, MakeEntry(&record->device), &gEfiDevicePathProtocolGuid,
+      record->DevicePath, nullptr);
   if (!EFI_ERROR(status)) {
     VOID* opened;
     gBS->OpenProtocol(handle, &gTvqRecordGuid, &opened, gTvqImageHandle, handle,

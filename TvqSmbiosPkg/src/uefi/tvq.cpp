@@ -8,8 +8,8 @@
 
 #include <Library/ZorvLib.h>
 
+#include "../documents/blobs.h"
 #include "../support/log.h"
-#include "blobs.h"
 
 namespace tvq {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "TvqSmbiosPkg/src/uefi/publish.h"
+#include "TvqSmbiosPkg/src/common/publish.h"
 
 namespace tvq::test {
 namespace {

@@ -1,5 +1,5 @@
 /** @file
-  Publishes a finished record.
+  Where the builders hand over their records: a port of theirs, which whoever serves records fills.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -9,28 +9,24 @@
 
 #include <Library/TvqCpp.h>
 #include <Protocol/TvqRecord.h>
-#include <Protocol/ZvEntry.h>
 
 namespace tvq {
-
-/// The driver's own image handle.
-extern EFI_HANDLE gTvqImageHandle;
 
 /// Fills the record's four operations and marks it valid.
 void FillOperations(smTVQ* record);
 
 /**
-  Installs record, inventory protocol, device-list entry and device path on a new handle, and opens
-  the record by driver.
+  Makes the record's device-list entry, installs record, inventory protocol, entry and device path on
+  a new handle, and opens the record by driver.
 
-  @param[in]  record   The record, with operations and device path.
-  @param[in]  entry    Its device-list entry; installed as it is, null too.
+  @param[in]  record   The record, with operations and device path. Without memory for its entry,
+                       null is installed in the entry's place.
 
   @retval EFI_SUCCESS           The record is published.
   @retval EFI_ALREADY_STARTED   Another handle has the same device path.
   @retval Others                What InstallMultipleProtocolInterfaces returned.
 **/
-EFI_STATUS PublishRecord(smTVQ* record, ZVEP_PROTOCOL* entry);
+EFI_STATUS PublishRecord(smTVQ* record);
 
 }  // namespace tvq
 
