@@ -9,6 +9,7 @@
 #?   licence      every file that can says under which licence it is
 #?   whitespace   no tabs, no blanks at line ends, a line end at the end
 #?   lists        every INF is in a DSC, every source file of a package in an INF
+#?   includes     a folder of the driver includes nothing of those that are built on it
 #?   cppcheck     cppcheck over all C and C++ files
 #?   clang        the host build by Clang, without a warning
 #?   tidy         clang-tidy over our own files of the host build
@@ -22,7 +23,7 @@ source "$LIB/files.sh"
 source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
-CHECKS=(format shell python licence whitespace lists cppcheck clang tidy)
+CHECKS=(format shell python licence whitespace lists includes cppcheck clang tidy)
 
 for name; do
   [[ " ${CHECKS[*]} " == *" $name "* ]] || UsageError "lint: there is no check '$name'; the checks are: ${CHECKS[*]}"
