@@ -47,6 +47,7 @@ class Boot:
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
     script: tuple = ()  # lines for the firmware's shell, which runs in place of the agent
+    tables: dict = dataclasses.field(default_factory=dict)  # by name, what a script finds in a folder of tables
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
 
@@ -97,6 +98,7 @@ def disk_files(boot, folder):
         files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}
     if boot.table:
         files[boot.table] = f"{FOLDER}/table.bin"
+    files |= {table: f"{FOLDER}/tables/{name}.bin" for name, table in boot.tables.items()}
     return files | {boot.out / name: f"{FOLDER}/{name}" for name in STATE_FILES if (boot.out / name).is_file()}
 
 
@@ -105,7 +107,7 @@ def make_disk(disk, boot):
     with open(disk, "wb") as file:
         file.truncate(DISK_BYTES)
     run_tool("mformat", "-i", str(disk), "-T", str(DISK_BYTES // 512), "-h", "64", "-s", "32", "-v", FOLDER, "::")
-    run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}")
+    run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}", f"::/{FOLDER}/tables")
     for source, target in disk_files(boot, disk.parent).items():
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 

@@ -65,7 +65,7 @@ class Machine:
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
-    def described(self, table, *words, script=()):
+    def described(self, table, *words, script=(), tables=None):
         """One boot. With a script, the shell runs that in place of the agent."""
         guest = guest_of(self.options)
         return boot_qemu.Boot(
@@ -75,13 +75,14 @@ class Machine:
             table=table,
             words=(*words, "poweroff"),
             script=script,
+            tables=tables or {},
             timeout=TIMEOUT,
         )
 
-    def boot(self, table, *words, script=()):
+    def boot(self, table, *words, script=(), tables=None):
         """The agent's report; without one the test ends."""
         try:
-            return boot_qemu.run(self.described(table, *words, script=script))
+            return boot_qemu.run(self.described(table, *words, script=script, tables=tables))
         except boot_qemu.BootFailure as failure:
             sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
 
