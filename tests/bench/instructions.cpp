@@ -16,7 +16,7 @@
 #include <string>
 
 #include "tests/bench/bench_machine.h"
-#include "tests/unit/support/reference_walk.h"
+#include "tests/unit/driver/model/reference_walk.h"
 
 namespace tvq::bench {
 namespace {

@@ -16,8 +16,8 @@
 
 #include "images/driver.h"
 #include "tests/bench/bench_machine.h"
-#include "tests/unit/support/driver_memory.h"
-#include "tests/unit/support/start_model.h"
+#include "tests/unit/shared/driver_memory.h"
+#include "tests/unit/driver/model/start_model.h"
 
 namespace tvq::bench {
 namespace {

@@ -8,7 +8,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import sys
 
-import bench
+import virtual_machine
 
 # Where each guard stops the machine; without a guard it goes on.
 LAST_WORDS = {
@@ -29,12 +29,12 @@ def problems(guard, failure, serial):
 
 
 def main(arguments):
-    options = bench.argument_parser(__doc__.splitlines()[0]).parse_args(arguments)
-    machine = bench.Machine(options)
+    options = virtual_machine.argument_parser(__doc__.splitlines()[0]).parse_args(arguments)
+    machine = virtual_machine.VirtualMachine(options)
     failure = None
     try:
-        bench.boot_qemu.run(machine.described(None, script=("TvqRig outside",)))
-    except bench.boot_qemu.BootFailure as caught:
+        virtual_machine.boot_qemu.run(machine.described(None, script=("TvqRig outside",)))
+    except virtual_machine.boot_qemu.BootFailure as caught:
         failure = str(caught)
     found = list(problems(options.guard, failure, (machine.out / "serial.txt").read_text(encoding="utf-8")))
     print("\n".join(found) or "as expected")

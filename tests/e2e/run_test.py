@@ -11,7 +11,7 @@ import pathlib
 import subprocess
 import sys
 
-import bench
+import virtual_machine
 import agent_report
 
 BLOBS = ("inventoryBlob", "configurationBlob", "endBlob")
@@ -101,7 +101,7 @@ def record_problems(expected, saved, count):
 
 
 def parse_arguments(arguments):
-    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser = virtual_machine.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("--tvq", required=True, help="the program tvq")
     parser.add_argument("--table", type=pathlib.Path, required=True, help="a dump, a bare table, or the source of one")
     parser.add_argument("--as-is", action="store_true", help="publish the table unchanged")
@@ -113,8 +113,8 @@ def parse_arguments(arguments):
 
 def main(arguments):
     options = parse_arguments(arguments)
-    machine = bench.Machine(options)
-    table = bench.dump_of(options, options.table)
+    machine = virtual_machine.VirtualMachine(options)
+    table = virtual_machine.dump_of(options, options.table)
     expected = expected_files(export(options.tvq, table, options.as_is))
     report = machine.boot(table, *(["as-is"] if options.as_is else []))
     print(report)

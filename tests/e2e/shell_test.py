@@ -11,7 +11,7 @@ import dataclasses
 import pathlib
 import sys
 
-import bench
+import virtual_machine
 import agent_report
 import run_test
 
@@ -188,7 +188,7 @@ SCENARIOS = {
 
 
 def parse_arguments(arguments):
-    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser = virtual_machine.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("--tvq", required=True, help="the program tvq")
     parser.add_argument("--table", type=pathlib.Path, help="a table for the agent (default: the firmware's own)")
     parser.add_argument("scenario", choices=SCENARIOS)
@@ -198,8 +198,8 @@ def parse_arguments(arguments):
 def main(arguments):
     options = parse_arguments(arguments)
     steps = SCENARIOS[options.scenario]
-    machine = bench.Machine(options)
-    table = bench.dump_of(options, options.table) if options.table else None
+    machine = virtual_machine.VirtualMachine(options)
+    table = virtual_machine.dump_of(options, options.table) if options.table else None
     machine.boot(table, script=tuple(script(steps)))
     found = list(problems(steps, machine.out))
     if table:

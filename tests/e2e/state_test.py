@@ -8,7 +8,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import sys
 
-import bench
+import virtual_machine
 import agent_report
 import demo
 import state_file
@@ -20,7 +20,7 @@ class Expectations:
     """Checks one boot after another; the first one that is not as expected ends the test with its report."""
 
     def __init__(self, options):
-        self.machine = bench.Machine(options)
+        self.machine = virtual_machine.VirtualMachine(options)
         self.before, self.after = demo.build_tables(options.build_table, options.out)
 
     def boot(self, title, table, *words):
@@ -146,7 +146,7 @@ SCENARIOS = {"accepted": accepted, "damaged": damaged, "hostile": hostile}
 
 
 def main(arguments):
-    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser = virtual_machine.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("scenario", choices=sorted(SCENARIOS))
     options = parser.parse_args(arguments)
     SCENARIOS[options.scenario](options)

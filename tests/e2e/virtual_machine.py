@@ -1,0 +1,92 @@
+"""What the end-to-end tests share: their options, tables built of their source, and boots.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import argparse
+import dataclasses
+import os
+import pathlib
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent.parent / "tools"))
+import boot_qemu  # noqa: E402
+import guests  # noqa: E402
+import table_source  # noqa: E402
+
+# A boot takes seconds, on a busy machine a multiple.
+TIMEOUT = 150
+# Where `./dev test --guarded` keeps firmware that guards blocks of memory.
+GUARDED_FIRMWARE = "TVQ_GUARDED_FIRMWARE"
+
+
+def argument_parser(description):
+    parser = argparse.ArgumentParser(description=description)
+    parser.add_argument("--images", type=pathlib.Path, required=True, help="EDK II's output folder")
+    parser.add_argument("--arch", choices=guests.BY_NAME, default=guests.X64.name, help="the machine that boots")
+    parser.add_argument(
+        "--guard", choices=("tail", "head"), help=f"firmware with a guard there, in the folder that {GUARDED_FIRMWARE} names"
+    )
+    parser.add_argument("--target", choices=("DEBUG", "RELEASE"), default="DEBUG")
+    parser.add_argument("--build-table", type=pathlib.Path, required=True, help="the program that builds a table of its source")
+    parser.add_argument("--out", type=pathlib.Path, required=True, help="where the files of the test go")
+    return parser
+
+
+def dump_of(options, table):
+    """The table itself, or what is built of its source."""
+    if table.suffix != table_source.SUFFIX:
+        return table
+    dump = options.out / f"{table.stem}.bin"
+    try:
+        table_source.build_dump(options.build_table, table, dump)
+    except table_source.SourceError as error:
+        sys.exit(str(error))
+    return dump
+
+
+def guest_of(options):
+    """The machine that the options ask for; it may have other firmware than the distribution's."""
+    guest = guests.BY_NAME[options.arch]
+    if not options.guard:
+        return guest
+    if GUARDED_FIRMWARE not in os.environ:
+        sys.exit(f"{GUARDED_FIRMWARE} is not set; ./dev test --guarded sets it")
+    folder = pathlib.Path(os.environ[GUARDED_FIRMWARE], options.guard)
+    return dataclasses.replace(guest, code=folder / "OVMF_CODE.fd", variables=folder / "OVMF_VARS.fd")
+
+
+class VirtualMachine:
+    """A machine that starts without a saved state and keeps it from boot to boot."""
+
+    def __init__(self, options):
+        self.options = options
+        self.out = options.out / "firmware"
+        options.out.mkdir(parents=True, exist_ok=True)
+        boot_qemu.empty_folder(self.out, keep_state=False)
+
+    def described(self, table, *words, script=(), tables=None):
+        """One boot. With a script, the shell runs that in place of the agent."""
+        guest = guest_of(self.options)
+        return boot_qemu.Boot(
+            images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
+            out=self.out,
+            guest=guest,
+            table=table,
+            words=(*words, "poweroff"),
+            script=script,
+            tables=tables or {},
+            timeout=TIMEOUT,
+        )
+
+    def boot(self, table, *words, script=(), tables=None):
+        """The agent's report; without one the test ends."""
+        try:
+            return boot_qemu.run(self.described(table, *words, script=script, tables=tables))
+        except boot_qemu.BootFailure as failure:
+            sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
+
+    def state(self):
+        """The saved state: a dictionary of file name to bytes."""
+        files = [self.out / name for name in boot_qemu.STATE_FILES]
+        return {file.name: file.read_bytes() for file in files if file.is_file()}

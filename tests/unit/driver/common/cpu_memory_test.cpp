@@ -1,0 +1,333 @@
+/*
+ * Caches and high-bandwidth memory of a processor.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/unit/driver/common/builder_fixture.h"
+
+#include "TvqSmbiosPkg/src/common/cpu_memory.h"
+#include "TvqSmbiosPkg/src/smbios/structure.h"
+
+namespace tvq::test {
+namespace {
+
+using testing::IsEmpty;
+
+// A record and the structures of one type.
+class CpuMemory : public BuilderTest {
+ protected:
+  CpuMemory() { std::memset(&mRecord, 0, sizeof(mRecord)); }
+
+  void PrepareType(const Table& table, uint8_t type) {
+    Prepare(table);
+    ASSERT_EQ(mList.Collect(type), EFI_SUCCESS);
+    mSerial = LastSerial(harness.Memory());
+  }
+  // The driver's blocks since then, and what it logged.
+  Strings NewBlocks() { return RoutinesSince(harness.Memory(), mSerial); }
+  Strings TakeLog() { return Lines(harness.TakeLog()); }
+
+  smTVQ mRecord;
+  StructureList mList;
+  uint64_t mSerial = 0;
+};
+
+// --- Caches ---
+
+class Caches : public CpuMemory {
+ protected:
+  EFI_STATUS Get(UINT16 handle, UINT8 level) {
+    return GetCacheInfo(&mRecord, mList.Records(), mList.Count(), handle, level);
+  }
+  CACHE_INFO* Slot(size_t level) { return mRecord.device.cpu.CacheInfo[level]; }
+};
+
+Table CacheTable(const std::vector<Cache>& caches) {
+  Table table;
+  for (const Cache& cache : caches) {
+    table.Add(cache);
+  }
+  return table;
+}
+
+TEST_F(Caches, TheDescriptionIsCopiedFieldByField) {
+  PrepareType(CacheTable({Cache{.handle = 0x700,
+                                .configuration = 0x02E9,
+                                .maximumSize = 0x8123,
+                                .installedSize = 0x8045,
+                                .supportedSram = 0x7777,
+                                .currentSram = 0x0021,
+                                .speed = 9,
+                                .errorCorrection = 5,
+                                .systemType = 4,
+                                .associativity = 8,
+                                .maximumSize2 = 0xFFFFFFFF,
+                                .installedSize2 = 0xFFFFFFFF}}),
+              7);
+  ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
+  CACHE_INFO expected = {};
+  expected.CacheLevel = 1;
+  expected.CacheConfiguration = 0x02E9;
+  expected.CacheLocation = 0x60;
+  expected.MaximumSize = 0x8123;
+  expected.InstalledSize = 0x8045;
+  expected.Reserved = 0;
+  expected.CurrentSRAMType = 0x0021;
+  expected.CacheSpeed = 9;
+  expected.ErrorCorrectionType = 5;
+  expected.SystemCacheType = 4;
+  expected.Associativity = 8;
+  EXPECT_EQ(BytesOf(*Slot(0)), BytesOf(expected));
+  EXPECT_EQ(NewBlocks(), Strings{"GetCacheInfo"});
+  EXPECT_THAT(TakeLog(), IsEmpty());
+}
+
+struct ConfigurationCase {
+  uint16_t configuration;
+  uint16_t level;
+  uint16_t location;
+};
+
+TEST_F(Caches, LevelAndLocationComeFromTheConfiguration) {
+  const ConfigurationCase kCases[] = {{0x0180, 0, 0x00}, {0x0181, 1, 0x00}, {0x01A2, 2, 0x20},
+                                      {0x0047, 7, 0x40}, {0xFF60, 0, 0x60}, {0xFF98, 0, 0x00}};
+  std::vector<Cache> caches;
+  for (const ConfigurationCase& one : kCases) {
+    caches.push_back(Cache{.handle = static_cast<uint16_t>(0x700 + caches.size()),
+                           .configuration = one.configuration});
+  }
+  PrepareType(CacheTable(caches), 7);
+  for (size_t i = 0; i < std::size(kCases); ++i) {
+    ASSERT_EQ(Get(static_cast<UINT16>(0x700 + i), 0), EFI_SUCCESS);
+    EXPECT_EQ(Value(Slot(0)->CacheLevel), kCases[i].level) << i;
+    EXPECT_EQ(Value(Slot(0)->CacheConfiguration), kCases[i].configuration) << i;
+    EXPECT_EQ(Value(Slot(0)->CacheLocation), kCases[i].location) << i;
+  }
+}
+
+TEST_F(Caches, TheFirstStructureWithTheHandleIsTaken) {
+  PrepareType(CacheTable({Cache{.handle = 0x701, .speed = 1}, Cache{.handle = 0x700, .speed = 2},
+                          Cache{.handle = 0x700, .speed = 3}}),
+              7);
+  ASSERT_EQ(Get(0x700, 2), EFI_SUCCESS);
+  EXPECT_EQ(Slot(2)->CacheSpeed, 2);
+  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(Slot(1), nullptr);
+}
+
+TEST_F(Caches, HandleFfffIsNoCacheEvenWhereAStructureHasIt) {
+  PrepareType(CacheTable({Cache{.handle = 0xFFFF}}), 7);
+  mRecord.device.cpu.CacheInfo[2] = reinterpret_cast<CACHE_INFO*>(&mRecord);
+  EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Slot(2), nullptr);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
+TEST_F(Caches, AMissingLevelLeavesTheOthersAlone) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}, Cache{.handle = 0x701}}), 7);
+  ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
+  ASSERT_EQ(Get(0x701, 1), EFI_SUCCESS);
+  EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
+  EXPECT_NE(Slot(0), nullptr);
+  EXPECT_NE(Slot(1), nullptr);
+  EXPECT_EQ(Slot(2), nullptr);
+}
+
+TEST_F(Caches, AHandleThatNoStructureHasIsNotFound) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  mRecord.device.cpu.CacheInfo[1] = reinterpret_cast<CACHE_INFO*>(&mRecord);
+  EXPECT_EQ(Get(0x7FF, 1), EFI_NOT_FOUND);
+  EXPECT_EQ(Slot(1), nullptr);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
+TEST_F(Caches, WithoutRecordOrArrayNothingIsDone) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  EXPECT_EQ(GetCacheInfo(nullptr, mList.Records(), 1, 0x700, 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(GetCacheInfo(&mRecord, nullptr, 1, 0x700, 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Slot(0), nullptr);
+}
+
+TEST_F(Caches, OfALevelThatARecordDoesNotHaveAreNotDescribed) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  EXPECT_EQ(GetCacheInfo(&mRecord, mList.Records(), 1, 0x700, TVQ_CACHE_LEVELS),
+            EFI_INVALID_PARAMETER);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
+TEST_F(Caches, WithoutMemoryTheSlotIsNull) {
+  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  mRecord.device.cpu.CacheInfo[0] = reinterpret_cast<CACHE_INFO*>(&mRecord);
+  FailAllocation(1);
+  EXPECT_EQ(Get(0x700, 0), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(Slot(0), nullptr);
+}
+
+TEST_F(Caches, FieldsPastTheFormattedPartReadAsZero) {
+  Table table;
+  table.Add(Cache{.handle = 0x700, .speed = 9, .errorCorrection = 5}.Build().CutTo(0x0F));
+  PrepareType(table, 7);
+  ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
+  EXPECT_EQ(Value(Slot(0)->CurrentSRAMType), 0x20);
+  EXPECT_EQ(Slot(0)->CacheSpeed, 0);
+  EXPECT_EQ(Slot(0)->ErrorCorrectionType, 0);
+  EXPECT_EQ(Slot(0)->Associativity, 0);
+}
+
+// --- High-bandwidth memory ---
+
+class Stacks : public CpuMemory {
+ protected:
+  EFI_STATUS Get(UINT8 cpu, UINT8 stack) {
+    return GetHbmInfo(&mRecord, mList.Records(), mList.Count(), cpu, stack);
+  }
+  HBM_INFO* Slot(size_t stack) { return mRecord.device.cpu.HBMInfo[stack]; }
+};
+
+MemoryDevice StackAt(const Text& locator, uint16_t speed = 3200) {
+  MemoryDevice device;
+  device.locator = locator;
+  device.memoryType = 0x21;
+  device.speed = speed;
+  return device;
+}
+
+Table StackTable(const std::vector<MemoryDevice>& devices) {
+  Table table;
+  for (const MemoryDevice& device : devices) {
+    table.Add(device);
+  }
+  return table;
+}
+
+TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
+  MemoryDevice stack = StackAt("CPU0_HBMIO1", 0x1C2D);
+  stack.size = 0x7FFF;
+  stack.extendedSize = 0x12345;
+  stack.nonVolatileSize = 0x1122334455667788;
+  stack.volatileSize = 0x400000000;
+  stack.cacheSize = 0xFFFFFFFFFFFFFFFF;
+  PrepareType(StackTable({stack}), 17);
+  ASSERT_EQ(Get(0, 1), EFI_SUCCESS);
+  HBM_INFO expected = {};
+  expected.Size = 0x7FFF;
+  expected.NonVolatileSize = 0x1122334455667788;
+  expected.VolatileSize = 0x400000000;
+  expected.CacheSize = 0xFFFFFFFFFFFFFFFF;
+  expected.Speed = 0x1C2D;
+  expected.MemoryType = 0x21;
+  ASSERT_NE(Slot(1), nullptr);
+  EXPECT_EQ(BytesOf(*Slot(1)), BytesOf(expected));
+  EXPECT_EQ(NewBlocks(), Strings{"GetHbmInfo"});
+  EXPECT_TRUE(SameLines(
+      TakeLog(), LinesOf("GetHbmInfo",
+                         {"HBM Locator = CPU0_HBMIO1\n", "HBM1 Size = 7FFF\n", "HBM1 Type = 21\n",
+                          "HBM1 Speed = 1C2D\n", "HBM1 NVSize = 1234605616436508552\n",
+                          "HBM1 VSize = 17179869184\n", "HBM1 CSize = 18446744073709551615\n"})));
+}
+
+TEST_F(Stacks, ThatAreNotThereAreAnError) {
+  PrepareType(StackTable({StackAt("CPU1_HBMIO2"), StackAt(std::nullopt)}), 17);
+  mRecord.device.cpu.HBMInfo[3] = reinterpret_cast<HBM_INFO*>(&mRecord);
+  EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
+  EXPECT_EQ(Slot(3), nullptr);
+  EXPECT_EQ(TakeLog(), (Strings{"GetHbmInfo: HBM Locator = CPU1_HBMIO3\n",
+                                "error: GetHbmInfo: Error: No HBM entries found in table 17"}));
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
+TEST_F(Stacks, AreNotFoundWithoutALogToo) {
+  PrepareType(StackTable({StackAt("CPU1_HBMIO2")}), 17);
+  gDebugLog = nullptr;
+  EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
+}
+
+TEST_F(Stacks, TheFirstDeviceWhoseLocatorContainsThePatternIsTaken) {
+  PrepareType(StackTable({StackAt("CPU1_HBMIO", 1), StackAt("Board CPU1_HBMIO0 (left)", 2),
+                          StackAt("CPU1_HBMIO0", 3)}),
+              17);
+  ASSERT_EQ(Get(1, 0), EFI_SUCCESS);
+  EXPECT_EQ(Value(Slot(0)->Speed), 2);
+}
+
+TEST_F(Stacks, ThePatternOfATwoDigitProcessorLosesTheStack) {
+  PrepareType(StackTable({StackAt("CPU1_HBMIO2", 1), StackAt("CPU12_HBMIO3", 2),
+                          StackAt("CPU12_HBMIO0", 3)}),
+              17);
+  for (UINT8 stack = 0; stack < TVQ_HBM_STACKS; ++stack) {
+    ASSERT_EQ(Get(12, stack), EFI_SUCCESS);
+    EXPECT_EQ(Value(Slot(stack)->Speed), 2);
+    EXPECT_EQ(TakeLog().front(), "GetHbmInfo: HBM Locator = CPU12_HBMIO\n");
+  }
+}
+
+TEST_F(Stacks, ThePatternOfAThreeDigitProcessorIsElevenCharactersToo) {
+  PrepareType(StackTable({StackAt("CPU123_HBMI", 1)}), 17);
+  ASSERT_EQ(Get(123, 0), EFI_SUCCESS);
+  EXPECT_EQ(TakeLog().front(), "GetHbmInfo: HBM Locator = CPU123_HBMI\n");
+}
+
+TEST_F(Stacks, AreLookedForInEveryDeviceWhateverItsMemoryType) {
+  MemoryDevice device = StackAt("CPU0_HBMIO0");
+  device.memoryType = 0x1A;
+  PrepareType(StackTable({device}), 17);
+  ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
+  EXPECT_EQ(Slot(0)->MemoryType, 0x1A);
+}
+
+TEST_F(Stacks, OfAnOlderStandardHaveNoLateSizes) {
+  MemoryDevice stack = StackAt("CPU0_HBMIO0");
+  stack.nonVolatileSize = stack.volatileSize = stack.cacheSize = 0x1111;
+  Table table;
+  table.Add(stack.Build().CutTo(0x44));
+  PrepareType(table, 17);
+  ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
+  EXPECT_EQ(Value(Slot(0)->NonVolatileSize), 0x1111u);
+  EXPECT_EQ(Value(Slot(0)->VolatileSize), 0x1111u);
+  EXPECT_EQ(Value(Slot(0)->CacheSize), 0u);
+  EXPECT_EQ(Value(Slot(0)->Size), 0x4000);
+}
+
+TEST_F(Stacks, ALocatorPastTheStringsMovesItsSlotForLaterQuestions) {
+  Structure broken = StackAt("CPU0_HBMIO0", 1).Build();
+  broken.SetByte(0x10, 9);
+  Table table;
+  table.Add(broken);
+  table.Add(Bios{.vendor = "x"});
+  table.Add(StackAt("CPU0_HBMIO0", 2));
+  PrepareType(table, 17);
+  UINT8* const before = mList.Records()[0];
+  ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
+  EXPECT_EQ(Value(Slot(0)->Speed), 2);
+  EXPECT_EQ(mList.Records()[0], before + table.OffsetOf(1));
+}
+
+TEST_F(Stacks, WithoutRecordOrArrayNothingIsDone) {
+  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  EXPECT_EQ(GetHbmInfo(nullptr, mList.Records(), 1, 0, 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(GetHbmInfo(&mRecord, nullptr, 1, 0, 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_THAT(TakeLog(), IsEmpty());
+}
+
+TEST_F(Stacks, OfANumberThatARecordDoesNotHaveAreNotDescribed) {
+  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  EXPECT_EQ(GetHbmInfo(&mRecord, mList.Records(), 1, 0, TVQ_HBM_STACKS), EFI_INVALID_PARAMETER);
+  EXPECT_THAT(NewBlocks(), IsEmpty());
+}
+
+TEST_F(Stacks, WithoutMemoryTheSlotIsNullAndNothingOfItIsLogged) {
+  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  mRecord.device.cpu.HBMInfo[0] = reinterpret_cast<HBM_INFO*>(&mRecord);
+  FailAllocation(1);
+  EXPECT_EQ(Get(0, 0), EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(TakeLog(), Strings{"GetHbmInfo: HBM Locator = CPU0_HBMIO0\n"});
+}
+
+}  // namespace
+}  // namespace tvq::test

@@ -1,0 +1,151 @@
+/*
+ * The protected processor inventory number (PPIN) of a processor, which stands in the OEM strings.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <string>
+#include <vector>
+
+#include "tests/unit/driver/common/cpu_fixture.h"
+
+namespace tvq::test {
+namespace {
+
+using testing::Contains;
+using testing::Not;
+
+// Processors CPU1, CPU2, ... and structures of OEM strings behind them.
+Table PpinServer(size_t processors, const std::vector<Structure>& behind) {
+  Table table;
+  for (size_t n = 1; n <= processors; ++n) {
+    table.Add(Designated("CPU" + std::to_string(n)));
+  }
+  for (const Structure& structure : behind) {
+    table.Add(structure);
+  }
+  return table;
+}
+
+TEST_F(Cpus, EachSocketTakesTheNextPpinInOrder) {
+  ASSERT_EQ(Make(PpinServer(
+                2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
+  EXPECT_EQ(Utf8(Cpu(1).PPIN), "BBBBBBBBBBBBBBBB");
+}
+
+TEST_F(Cpus, AnEmptySocketTakesNoPpin) {
+  Table table;
+  table.Add(Processor{.designation = "CPU1", .status = 0});
+  table.Add(Processor{.designation = "CPU2"});
+  table.Add(OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}));
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu().PPIN), "AAAAAAAAAAAAAAAA");
+}
+
+TEST_F(Cpus, AStringWithoutTheTagStopsThePpinsForAllLaterSockets) {
+  ASSERT_EQ(
+      Make(PpinServer(
+          3, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "no tag", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
+      EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
+  EXPECT_EQ(Value(Cpu(1).PPIN), nullptr);
+  EXPECT_EQ(Value(Cpu(2).PPIN), nullptr);
+  EXPECT_THAT(log, Contains("MakeCPUs: Couldnot find PPIN in Type11 SMBIOS structure\n").Times(2));
+}
+
+TEST_F(Cpus, BehindTheLastOemStringThereIsNoPpinAndNoLine) {
+  ASSERT_EQ(Make(PpinServer(2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build(), Bios{}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_NE(Value(Cpu(0).PPIN), nullptr);
+  EXPECT_EQ(Value(Cpu(1).PPIN), nullptr);
+  EXPECT_THAT(log, Contains("MakeCPUs: tag17=17").Times(1));
+  EXPECT_THAT(log, Not(Contains(testing::HasSubstr("Couldnot find PPIN"))));
+}
+
+TEST_F(Cpus, ThePpinMayFollowOtherTextInItsString) {
+  ASSERT_EQ(
+      Make(PpinServer(1, {OemStringsWith({"one", "two", "x17[AAAAAAAAAAAAAAAA]17[B"}).Build()})),
+      EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu().PPIN), "AAAAAAAAAAAAAAAA");
+  EXPECT_THAT(log, Contains("MakeCPUs: First oem string: one\n"));
+  EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =x17[AAAAAAAAAAAAAAAA]17[B\n"));
+}
+
+TEST_F(Cpus, StringsWithoutATagGiveNoPpin) {
+  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"one", "17(AAAA"}).Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Value(Cpu().PPIN), nullptr);
+  EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =\n"));
+  EXPECT_THAT(log, Not(Contains(testing::HasSubstr("Couldnot find PPIN"))));
+}
+
+TEST_F(Cpus, AShortPpinTakesItsSixteenCharactersAsTheyStand) {
+  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC",
+                                                "D\x80"
+                                                "FGHIJKLMNOPQR"})
+                                    .Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC\0D\xFF80"
+                                                  u"FGHIJKLMNO\0",
+                                                  17));
+  EXPECT_THAT(log, Contains("MakeCPUs: PPIN=ABC"));
+}
+
+TEST_F(Cpus, APpinPastTheTableReadsAsZero) {
+  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC"}).Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC") + std::u16string(14, u'\0'));
+}
+
+TEST_F(Cpus, OemStringsAreReadFromByte25NotFromTheFirstString) {
+  OemStrings
+      strings;  // 14 characters end at byte 5 + 15; byte 25 is the sixth of the second string
+  strings.texts = {"17[AAAAAAAAAAA", "-----17[BBBBBBBBBBBBBBBB]"};
+  ASSERT_EQ(Make(PpinServer(1, {strings.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu().PPIN), "BBBBBBBBBBBBBBBB");
+  EXPECT_THAT(log, Contains("MakeCPUs: First oem string: 17[BBBBBBBBBBBBBBBB]\n"));
+}
+
+TEST_F(Cpus, ByteTwentyFiveMayLieInTheStructureBehind) {
+  OemStrings strings;
+  strings.texts = {"OEM"};  // 10 bytes
+  OemStrings next;          // its strings begin at byte 15
+  next.texts = {"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"};
+  ASSERT_EQ(Make(PpinServer(1, {strings.Build(), next.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Cpu().PPIN), "BBBBBBBBBBBBBBBB");
+  EXPECT_THAT(log, Contains("MakeCPUs: First oem string: AAAAAAAAA]\n"));
+}
+
+TEST_F(Cpus, ByteTwentyFivePastTheTableIsNoString) {
+  OemStrings strings;
+  strings.texts = {"17[AAAA"};
+  ASSERT_EQ(Make(PpinServer(1, {strings.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Value(Cpu().PPIN), nullptr);
+  EXPECT_THAT(log, Contains("MakeCPUs: First oem string: \n"));
+  EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =\n"));
+}
+
+TEST_F(Cpus, AnOemStringThatDoesNotEndInsideTheTableIsNoString) {
+  Table table = PpinServer(1, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
+  table.Chop(2);
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_EQ(Value(Cpu().PPIN), nullptr);
+}
+
+TEST_F(Cpus, OnlyTheFirstStructureOfOemStringsIsLookedAt) {
+  Table table = PpinServer(
+      1, {OemStringsWith({"none"}).Build(), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
+  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_THAT(log, Contains("MakeCPUs: Found 2 OEM SMBIOS structures of len = *\n"));
+  EXPECT_EQ(Value(Cpu().PPIN), nullptr);
+}
+
+TEST_F(Cpus, ALongOemStringIsCutInTheLogAlone) {
+  const std::string text = "17[0123456789ABCDEF]" + std::string(200, 'x');
+  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({text}).Build()})), EFI_SUCCESS);
+  EXPECT_THAT(log, Contains("MakeCPUs: First oem string: " + text.substr(0, 127) + "\n"));
+  EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =" + text.substr(0, 127) + "\n"));
+  EXPECT_EQ(Utf8(Cpu().PPIN), "0123456789ABCDEF");
+}
+
+}  // namespace
+}  // namespace tvq::test

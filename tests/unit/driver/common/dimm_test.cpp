@@ -1,0 +1,400 @@
+/*
+ * Records of memory modules.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/unit/driver/common/dimm_fixture.h"
+
+#include "TvqSmbiosPkg/src/common/record.h"
+#include "TvqSmbiosPkg/src/uefi/tvq.h"
+
+namespace tvq::test {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+// --- What is logged ---
+
+TEST_F(Dimms, LogEveryStep) {
+  ASSERT_EQ(Make(WholeMemory()), EFI_SUCCESS);
+  EXPECT_TRUE(SameLines(
+      log,
+      Joined(
+          {LinesOf("MakeDIMMs",
+                   {"Entry MakeDIMMs\n", "Found 1 E2\n", "Handle = 0xE200 17Handle 0x1100 \n",
+                    "CMPID = 107187 PRID = 0x12AB\n", "FirmwareVersion: 1.2.3\n"}),
+           LinesOf("AddTypeE2toList", {"Entry\n", "Adding First Entry to pE2ListRoot\n", "Exit\n"}),
+           LinesOf("MakeDIMMs",
+                   {"Socket = A1 \n", "Manufacturer in smTVQ struct: Memory Works\n",
+                    "Bank Locator in smTVQ struct: Bank 3\n",
+                    "Asset tag in smTVQ struct: 01221234\n", "Adding Extended Size here\n"}),
+           LinesOf("GetTypeE2FromList", {"Entry\n", "Type17TableHandle from List= 0x1100\n\n",
+                                         "Found Match\n", "Exit\n"}),
+           LinesOf(
+               "MakeDIMMs",
+               {"E2Handle = 0xE200 Type17Handle 0x1100 \n", "CID = 107187 PRID = 0x12AB FW=1.2.3\n",
+                "FWVerLen = 5 \n", "sizeof type17 structure = 92 \n", "MemTechnology = 4 \n",
+                "MemOpModeCap = 24 \n", "ModuleMID = 11392 \n", "ModulePID = 4386 \n",
+                "MemSubMID = 13124 \n", "MemSubPID = 21862 \n", "NonVolatizeSize = 68719476736 \n",
+                "VolatizeSize = 137438953472 \n", "CacheSize = 206158430208 \n",
+                "LogicalSize = 274877906944 \n"}),
+           LinesOf("ReleaseE2List", {"Entry\n", "Free FirmwareVersion\n", "Free Node\n", "Exit\n"}),
+           LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+}
+
+TEST_F(Dimms, WithoutTextsLogFewerLines) {
+  MemoryDevice bare;
+  bare.locator = bare.bankLocator = bare.manufacturer = std::nullopt;
+  bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
+  ASSERT_EQ(Make(MemoryOf({bare.Build().CutTo(0x1B)})), EFI_SUCCESS);
+  EXPECT_TRUE(SameLines(
+      log, Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n"}),
+                   LinesOf("GetTypeE2FromList", {"Entry\n", "NULL List\n"}),
+                   LinesOf("MakeDIMMs", {"sizeof type17 structure = 27 \n"}),
+                   LinesOf("ReleaseE2List", {"Entry\n", "Exit\n"}),
+                   LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+}
+
+TEST_F(Dimms, AreNotFoundWithoutADevice) {
+  EXPECT_EQ(Make(MemoryOf({Bios{}.Build()})), EFI_NOT_FOUND);
+  EXPECT_EQ(log, LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n",
+                                       "Did not find any DIMM SMBIOS structures\n"}));
+}
+
+// --- Which devices get a record ---
+
+TEST_F(Dimms, EmptySlotsGetNoRecordAndNoLine) {
+  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.size = 0}.Build(), MemoryDevice{.size = 0}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(RecordCount(), 0u);
+  EXPECT_TRUE(SameLines(
+      log, Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n"}),
+                   LinesOf("ReleaseE2List", {"Entry\n", "Exit\n"}),
+                   LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+}
+
+TEST_F(Dimms, LogicalNonVolatileDevicesAndHbmAreSkippedByTheirPosition) {
+  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1150, .size = 0}.Build(),
+                           MemoryDevice{.handle = 0x1151, .memoryType = 0x1F}.Build(),
+                           MemoryDevice{.handle = 0x1152, .memoryType = 0x20}.Build(),
+                           MemoryDevice{.handle = 0x1153, .memoryType = 0x21}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(RecordCount(), 0u);
+  EXPECT_TRUE(SameLines(
+      log,
+      Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n",
+                                    "Skipping Logical NVDIMM at i=1", "Skipping HBM devices at i=2",
+                                    "Skipping HBM devices at i=3"}),
+              LinesOf("ReleaseE2List", {"Entry\n", "Exit\n"}),
+              LinesOf("MakeDIMMs", {"Leaving MakeDIMMs\n"})})));
+}
+
+TEST_F(Dimms, AnEmptySlotOfASkippedTypeLogsItsSkipLine) {
+  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.size = 0, .memoryType = 0x1F}.Build(),
+                           MemoryDevice{.size = 0, .memoryType = 0x20}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_THAT(log, Contains("MakeDIMMs: Skipping Logical NVDIMM at i=0"));
+  EXPECT_THAT(log, Contains("MakeDIMMs: Skipping HBM devices at i=1"));
+}
+
+TEST_F(Dimms, EveryOtherModuleHasARecordInTableOrder) {
+  ASSERT_EQ(Make(MemoryOf({LocatedAt("DIMM_B1").Build(), MemoryDevice{.size = 0}.Build(),
+                           LocatedAt("DIMM_A1").Build()})),
+            EFI_SUCCESS);
+  ASSERT_EQ(RecordCount(), 2u);
+  EXPECT_EQ(NameOf(0), "DIMM B1");
+  EXPECT_EQ(NameOf(1), "DIMM A1");
+}
+
+// --- The record ---
+
+TEST_F(Dimms, TheRecordHoldsWhatTheStructuresSayAndNothingElse) {
+  ASSERT_EQ(Make(WholeMemory()), EFI_SUCCESS);
+  smTVQ* const record = Record();
+  smTVQ expected;
+  std::memset(&expected, 0, sizeof(expected));
+  expected.Signature = SIGNATURE_32('S', 'T', 'V', 'Q');
+  TVQ_DIMM& dimm = expected.device.dimm;
+  dimm.Generic.DeviceType = 3;
+  dimm.Handle = 0x1100;
+  dimm.Speed = 4800;
+  dimm.MemoryType = 0x22;
+  dimm.Size = 0x7FFF;
+  dimm.TotalWidth = 72;
+  dimm.DataWidth = 64;
+  dimm.FormFactor = 9;
+  dimm.DeviceSet = 7;
+  dimm.ExtendedSize = 0x00012345;
+  dimm.Attributes = 2;
+  dimm.ConfiguredMemClockSpeed = 4400;
+  dimm.TypeDetail = 0x2080;
+  dimm.ComponentID = 107187;
+  dimm.ProductID = 0x12AB;
+  dimm.MemTechnology = 4;
+  dimm.MemOpModeCap = 0x0018;
+  dimm.ModuleMID = 0x2C80;
+  dimm.ModulePID = 0x1122;
+  dimm.MemSubMID = 0x3344;
+  dimm.MemSubPID = 0x5566;
+  dimm.NonVolatileSize = 0x1000000000;
+  dimm.VolatileSize = 0x2000000000;
+  dimm.CacheSize = 0x3000000000;
+  dimm.LogicalSize = 0x4000000000;
+  expected.Protocol = {SMTVQIdentify, SMTVQGet, SMTVQSet, SMTVQVerify};
+  expected.Valid = 1;
+
+  const TVQ_DIMM& actual = record->device.dimm;
+  EXPECT_EQ(Utf8(actual.Generic.MarketingName), "DDR5DIMM");
+  dimm.Generic.MarketingName = actual.Generic.MarketingName;
+  EXPECT_EQ(Utf8(actual.Generic.WWN), "0123ABCD");
+  dimm.Generic.WWN = actual.Generic.WWN;
+  EXPECT_EQ(Utf8(actual.FQDD), "DIMM.Socket.A1");
+  dimm.FQDD = actual.FQDD;
+  EXPECT_EQ(Utf8(actual.DeviceLocator), "A1");
+  dimm.DeviceLocator = actual.DeviceLocator;
+  EXPECT_EQ(Utf8(actual.Manufacturer), "Memory Works");
+  dimm.Manufacturer = actual.Manufacturer;
+  EXPECT_EQ(Utf8(actual.BankLocator), "Bank 3");
+  dimm.BankLocator = actual.BankLocator;
+  EXPECT_EQ(Utf8(actual.AssetTag), "01221234");
+  dimm.AssetTag = actual.AssetTag;
+  EXPECT_STREQ(Value(actual.PartNumber), "MW16G4800");
+  dimm.PartNumber = actual.PartNumber;
+  EXPECT_EQ(Utf8(actual.FirmwareVersion), "1.2.3");
+  dimm.FirmwareVersion = actual.FirmwareVersion;
+  expected.DevicePath = record->DevicePath;
+  EXPECT_EQ(BytesOf(*record), BytesOf(expected));
+}
+
+TEST_F(Dimms, TheRecordIsPublishedWithItsProtocolsOnAHandleOfItsOwn) {
+  ASSERT_EQ(Make(WholeMemory()), EFI_SUCCESS);
+  ASSERT_EQ(RecordCount(), 1u);
+  ExpectPublishedWhole(0);
+  ExpectServes(0);
+}
+
+TEST_F(Dimms, TheDevicePathNamesTypeAndLocator) {
+  ASSERT_EQ(Make(MemoryOf({LocatedAt("DIMM_B10").Build()})), EFI_SUCCESS);
+  const auto* const path = reinterpret_cast<const uint8_t*>(harness.Records().at(0).devicePath);
+  EXPECT_EQ(Bytes(path, path + sizeof(TVQ_DEVICE_PATH)),
+            (Bytes{0x01, 0x04, 27,   0,    0x96, 0x2E, 0x08, 0xEA, 0x4B, 0xB6, 0xB3,
+                   0x48, 0xA1, 0x53, 0x0A, 0x0F, 0xE8, 0xBF, 0x90, 0x5E, 3,    'B',
+                   0,    '1',  0,    '0',  0,    0x7F, 0xFF, 4,    0}));
+  EXPECT_EQ(Value(Record()->DevicePath), gTvqDevicePath);
+}
+
+// --- Device locator ---
+
+struct LocatorCase {
+  const char* name;
+  std::string locator;
+  std::u16string units;
+};
+
+class DimmLocator : public Dimms, public testing::WithParamInterface<LocatorCase> {};
+
+TEST_P(DimmLocator, IsThreeCharactersAsTheyStand) {
+  MemoryDevice module = LocatedAt(GetParam().locator);
+  module.bankLocator = "XYZ";  // the string behind the locator
+  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  const std::u16string units = GetParam().units;
+  EXPECT_EQ(Units(Dimm().DeviceLocator, 4), units + std::u16string(4 - units.size(), u'\0'));
+  Bytes path = {3, 0, 0, 0, 0, 0, 0};
+  std::memcpy(&path[1], units.data(), units.size() * sizeof(char16_t));
+  EXPECT_EQ(PathData(), path);
+}
+
+INSTANTIATE_TEST_SUITE_P(Locators, DimmLocator,
+                         testing::Values(LocatorCase{"Prefixed", "DIMM_A1", u"A1"},
+                                         LocatorCase{"PrefixedWithThree", "DIMM_B10", u"B10"},
+                                         LocatorCase{"PrefixedWithFour", "DIMM_B105", u"B10"},
+                                         LocatorCase{"Plain", "A5", u"A5"},
+                                         LocatorCase{"PlainAndLong", "Slot 7", u"Slo"},
+                                         LocatorCase{"PrefixInTheMiddle", "CPU1_DIMM_A1", u"DIM"},
+                                         LocatorCase{"PrefixOfAnotherCase", "Dimm_A1", u"Dim"},
+                                         LocatorCase{"PrefixAlone", "DIMM_", {u"\0XY", 3}},
+                                         LocatorCase{"OneCharacter", "A", {u"A\0X", 3}},
+                                         LocatorCase{
+                                             "HighBytes", "DIMM_\x80\xFF", {u"\xFF80\xFFFF\0", 3}}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(Dimms, WithoutALocatorThereAreThreeZeroCharacters) {
+  ASSERT_EQ(Make(MemoryOf({LocatedAt(std::nullopt).Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().DeviceLocator), nullptr);
+  EXPECT_EQ(PathData(), (Bytes{3, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(NameOf(), "DIMM ");
+  EXPECT_THAT(log, Not(Contains(HasSubstr("Socket = "))));
+}
+
+// --- Generic name ---
+
+struct NameCase {
+  uint8_t memoryType;
+  uint8_t formFactor;
+  const char* name;
+};
+
+class DimmName : public Dimms, public testing::WithParamInterface<NameCase> {};
+
+TEST_P(DimmName, IsMadeOfMemoryTypeAndFormFactor) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.formFactor = GetParam().formFactor,
+                                        .memoryType = GetParam().memoryType}
+                               .Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Utf8(Dimm().Generic.MarketingName), GetParam().name);
+  EXPECT_EQ(harness.Memory().Find(Value(Dimm().Generic.MarketingName))->size, 20 * sizeof(CHAR16));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, DimmName,
+    testing::Values(NameCase{0x18, 0x09, "DDR3DIMM"}, NameCase{0x1A, 0x09, "DDR4DIMM"},
+                    NameCase{0x22, 0x09, "DDR5DIMM"}, NameCase{0x03, 0x09, "DRAMDIMM"},
+                    NameCase{0x02, 0x09, "UnknownDIMM"}, NameCase{0x18, 0x05, "DDR3Chip"},
+                    NameCase{0x1A, 0x05, "DDR4Chip"}, NameCase{0x22, 0x05, "DDR5Chip"},
+                    NameCase{0x03, 0x05, "DRAMChip"}, NameCase{0x1E, 0x05, "UnknownChip"},
+                    NameCase{0x18, 0x0D, "DDR3Memory"}, NameCase{0x1A, 0x0F, "DDR4Memory"},
+                    NameCase{0x22, 0x10, "DDR5Memory"}, NameCase{0x03, 0x02, "DRAMMemory"},
+                    NameCase{0x02, 0x0D, "Unknown"}, NameCase{0x00, 0x00, "Unknown"}),
+    [](const auto& info) { return std::string(info.param.name) + std::to_string(info.index); });
+
+// --- Texts ---
+
+struct TextCase {
+  const char* name;
+  Text MemoryDevice::*field;
+  CHAR16* (*widened)(const TVQ_DIMM&);
+};
+
+class DimmText : public Dimms, public testing::WithParamInterface<TextCase> {};
+
+TEST_P(DimmText, IsWidenedWithSignExtension) {
+  MemoryDevice module;
+  module.*GetParam().field = "\x7F\x80\xFF ";
+  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  CHAR16* const text = GetParam().widened(Dimm());
+  EXPECT_EQ(Units(text, 5), std::u16string(u"\x7F\xFF80\xFFFF \0", 5));
+  EXPECT_EQ(harness.Memory().Find(text)->size, 5 * sizeof(CHAR16));
+}
+
+TEST_P(DimmText, ThatIsMissingIsNull) {
+  MemoryDevice module;
+  module.*GetParam().field = std::nullopt;
+  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(GetParam().widened(Dimm()), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, DimmText,
+                         testing::Values(TextCase{"Wwn", &MemoryDevice::serial,
+                                                  [](const TVQ_DIMM& d) { return d.Generic.WWN; }},
+                                         TextCase{"Manufacturer", &MemoryDevice::manufacturer,
+                                                  [](const TVQ_DIMM& d) { return d.Manufacturer; }},
+                                         TextCase{"BankLocator", &MemoryDevice::bankLocator,
+                                                  [](const TVQ_DIMM& d) { return d.BankLocator; }},
+                                         TextCase{"AssetTag", &MemoryDevice::assetTag,
+                                                  [](const TVQ_DIMM& d) { return d.AssetTag; }}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(Dimms, ThePartNumberStaysAsItIsInABufferTwiceTheSize) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.partNumber = "A\x80\xFF "}.Build()})), EFI_SUCCESS);
+  EXPECT_STREQ(Value(Dimm().PartNumber), "A\x80\xFF ");
+  EXPECT_EQ(harness.Memory().Find(Value(Dimm().PartNumber))->size, 10u);
+  EXPECT_THAT(log, Not(Contains(HasSubstr("A\x80\xFF"))));
+}
+
+TEST_F(Dimms, WithoutAPartNumberThereIsNone) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.partNumber = std::nullopt}.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().PartNumber), nullptr);
+}
+
+// --- FQDD ---
+
+TEST_F(Dimms, WithoutAMapThereIsNoFqddAndNobodyLooksForOne) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{}.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().FQDD), nullptr);
+  EXPECT_EQ(FqddOf(), "DIMM.Socket.A1");
+  EXPECT_THAT(log, Not(Contains(HasSubstr("0x8000"))));
+}
+
+TEST_F(Dimms, AHandleThatIsNotInTheMapIsLoggedTwice) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x11AB}.Build(),
+                           FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().FQDD), nullptr);
+  EXPECT_EQ(
+      Strings(log.begin() + 2, log.begin() + 4),
+      (Strings{"FindFqdd: Handle 0x11AB not found\n", "MakeDIMMs: NO FQDD for handle=0x11AB\n"}));
+}
+
+TEST_F(Dimms, AnEntryWithoutATextGivesNoFqddAndNoLine) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
+                           FqddMap{.groups = {{std::nullopt, 0x1100}}}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().FQDD), nullptr);
+  EXPECT_THAT(log, Not(Contains(HasSubstr("NO FQDD"))));
+}
+
+TEST_F(Dimms, AnFqddPastTheStringsMovesTheMapForAllLaterModules) {
+  Structure map = FqddMap{.groups = {{"First", 0x1100}, {"Second", 0x1101}}}.Build();
+  map.SetByte(5, 7);
+  MemoryDevice second = LocatedAt("DIMM_A2");
+  second.handle = 0x1101;
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(), second.Build(), map,
+                           OemStrings{.texts = {"Other", "Stranger"}}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm(0).FQDD), nullptr);
+  EXPECT_EQ(Utf8(Dimm(1).FQDD), "Stranger");
+}
+
+// --- Extension ---
+
+TEST_F(Dimms, WithoutAnExtensionItsFieldsAreEmpty) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
+                           DimmExtension{.deviceHandle = 0x1101}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().ComponentID), 0u);
+  EXPECT_EQ(Value(Dimm().ProductID), 0);
+  EXPECT_EQ(Value(Dimm().FirmwareVersion), nullptr);
+  EXPECT_THAT(log, Not(Contains(HasSubstr("E2Handle = "))));
+}
+
+TEST_F(Dimms, AnExtensionWithoutAFirmwareVersionIsNoExtension) {
+  std::vector<Structure> structures;
+  for (uint8_t number : std::initializer_list<uint8_t>{0, 2, 255}) {  // there is one string
+    const auto handle = static_cast<uint16_t>(0x1100 + number);
+    structures.push_back(
+        MemoryDevice{.handle = handle, .locator = "DIMM_" + std::to_string(number)}.Build());
+    structures.push_back(DimmExtension{.deviceHandle = handle}.Build().SetByte(6, number));
+  }
+  ASSERT_EQ(Make(MemoryOf(structures)), EFI_SUCCESS);
+  ASSERT_EQ(RecordCount(), 3u);
+  for (size_t n = 0; n < 3; ++n) {
+    EXPECT_EQ(Value(Dimm(n).ComponentID), 0u) << "module " << n;
+    EXPECT_EQ(Value(Dimm(n).ProductID), 0) << "module " << n;
+    EXPECT_EQ(Value(Dimm(n).FirmwareVersion), nullptr) << "module " << n;
+  }
+}
+
+TEST_F(Dimms, OfTwoExtensionsTheFirstOneCounts) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
+                           DimmExtension{.firmwareVersion = "one", .componentId = 1}.Build(),
+                           DimmExtension{.firmwareVersion = "two", .componentId = 2}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Value(Dimm().ComponentID), 1u);
+  EXPECT_EQ(Utf8(Dimm().FirmwareVersion), "one");
+}
+
+TEST_F(Dimms, TheFirmwareVersionIsWidenedWithSignExtension) {
+  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
+                           DimmExtension{.firmwareVersion = "1\xFE"}.Build()})),
+            EFI_SUCCESS);
+  EXPECT_EQ(Units(Dimm().FirmwareVersion, 3), std::u16string(u"1\xFFFE\0", 3));
+}
+
+}  // namespace
+}  // namespace tvq::test

@@ -1,0 +1,440 @@
+/*
+ * The platform's self-test: content with the reference platform, and every way in which a platform
+ * can be wrong fails its own check and no other.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "tests/unit/platform/platform_fixture.h"
+
+#include "images/driver.h"
+#include "images/platform_test.h"
+
+#include <Guid/SmBios.h>
+#include <Guid/ZvServices.h>
+#include <IndustryStandard/TvqBlob.h>
+#include <Protocol/DebugLog.h>
+#include <Protocol/TvqManagement.h>
+#include <Protocol/TvqPlatformPresence.h>
+#include <Protocol/TvqStartRequest.h>
+#include <Protocol/XmlParser.h>
+#include <Protocol/ZvLibrary.h>
+
+namespace tvq::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class SelfTest : public PlatformTest {
+ protected:
+  SelfTest() {
+    EXPECT_EQ(Machine().StartImage(Machine().LoadImage(host::images::driver)), EFI_SUCCESS);
+    PublishTable(MinimalServer());
+  }
+
+  void PublishTable(const Table& table) {
+    mTable = host::MapBelow4G(table.Size());
+    std::copy(table.Bytes().begin(), table.Bytes().end(), mTable.Data());
+    mEntry = host::MapBelow4G(sizeof(SMBIOS_TABLE_ENTRY_POINT));
+    auto* entry = Entry();
+    std::memcpy(entry->AnchorString, "_SM_", 4);
+    entry->EntryPointLength = sizeof(*entry);
+    entry->TableLength = static_cast<UINT16>(table.Size());
+    entry->TableAddress = mTable.Address32();
+    entry->NumberOfSmbiosStructures = static_cast<UINT16>(table.Count());
+    SetChecksum();
+    Install(entry);
+  }
+  SMBIOS_TABLE_ENTRY_POINT* Entry() {
+    return reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data());
+  }
+  void SetChecksum() {
+    Entry()->EntryPointStructureChecksum = 0;
+    UINT8 sum = 0;
+    for (size_t i = 0; i < sizeof(SMBIOS_TABLE_ENTRY_POINT); ++i) {
+      sum = static_cast<UINT8>(sum + mEntry.Data()[i]);
+    }
+    Entry()->EntryPointStructureChecksum = static_cast<UINT8>(0x100 - sum);
+  }
+  void Install(VOID* entry) {
+    EXPECT_EQ(Machine().BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
+              EFI_SUCCESS);
+  }
+  void Remove(EFI_GUID& guid) {
+    EFI_HANDLE platform = nullptr;
+    UINTN size = sizeof(platform);
+    EXPECT_EQ(Machine().BootServices()->LocateHandle(ByProtocol, &guid, nullptr, &size, &platform),
+              EFI_SUCCESS);
+    EXPECT_EQ(
+        Machine().BootServices()->UninstallProtocolInterface(platform, &guid, Find<VOID>(guid)),
+        EFI_SUCCESS);
+  }
+  ZV_LIBRARY_PROTOCOL& Zvi() { return *Find<ZV_LIBRARY_PROTOCOL>(gZvLibraryProtocolGuid); }
+  ZV_SERVICES_TABLE& Services() {
+    return *static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Machine(), gZvServicesTableGuid));
+  }
+  XML_PARSER_PROTOCOL& Xml() { return *Find<XML_PARSER_PROTOCOL>(gXmlParserProtocolGuid); }
+
+  EFI_STATUS Run() {
+    const size_t before = Machine().ConsoleOutput().size();
+    const EFI_STATUS status =
+        Machine().StartImage(Machine().LoadImage(host::images::platform_test));
+    const std::u16string& console = Machine().ConsoleOutput();
+    mReport.clear();
+    for (size_t i = before; i < console.size(); ++i) {
+      if (console[i] != u'\r') {
+        mReport.push_back(static_cast<char>(console[i]));
+      }
+    }
+    return status;
+  }
+  const std::string& Report() const { return mReport; }
+  // The checks that failed, each with the thing that it is about.
+  std::vector<std::string> Failures() {
+    std::vector<std::string> failures;
+    std::istringstream lines(mReport);
+    std::string title;
+    for (std::string line; std::getline(lines, line);) {
+      if (line.compare(0, 2, "  ") != 0) {
+        title = line;
+      } else if (const size_t at = line.find(" ... FAIL"); at != std::string::npos) {
+        failures.push_back(title + ": " + line.substr(2, at - 2));
+      }
+    }
+    return failures;
+  }
+  // Runs on a platform that is wrong in one way.
+  std::string OnlyFailure() {
+    EXPECT_EQ(Run(), EFI_ABORTED);
+    EXPECT_THAT(Report(), testing::AnyOf(HasSubstr("What to do: "), HasSubstr("Without it ")));
+    EXPECT_THAT(Report(), HasSubstr(" 1 failed, "));
+    const std::vector<std::string> failures = Failures();
+    return failures.size() == 1 ? failures[0] : Report();
+  }
+
+ private:
+  host::LowMapping mTable;
+  host::LowMapping mEntry;
+  std::string mReport;
+};
+
+TEST_F(SelfTest, IsContentWithTheReferencePlatform) {
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Failures(), IsEmpty());
+  EXPECT_THAT(Report(), Not(HasSubstr("What to do")));
+  EXPECT_THAT(Report(),
+              HasSubstr("\nTvqPlatformTest: 38 OK, 0 failed, 0 optional parts missing\n"));
+}
+
+TEST_F(SelfTest, FreesWhatItAllocates) {
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform_test), 0u);
+}
+
+TEST_F(SelfTest, CanBeRunAgain) {
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+}
+
+// --- Missing parts ---
+
+TEST_F(SelfTest, NamesEachPartThatTheDriverNeeds) {
+  const std::pair<EFI_GUID*, const char*> parts[] = {
+      {&gZvAuxProtocolGuid, "Auxiliary protocol: is there"},
+      {&gZvLibraryProtocolGuid, "Library service table ZVI: is there"},
+      {&gTvqPrerequisiteProtocolGuid, "Prerequisite protocol: is there"}};
+  for (const auto& [guid, failure] : parts) {
+    VOID* interface = Find<VOID>(*guid);
+    Remove(*guid);
+    EXPECT_EQ(OnlyFailure(), failure);
+    EFI_HANDLE handle = Machine().HandleOf(host::images::platform);
+    EXPECT_EQ(Machine().BootServices()->InstallProtocolInterface(&handle, guid,
+                                                                 EFI_NATIVE_INTERFACE, interface),
+              EFI_SUCCESS);
+  }
+}
+
+TEST_F(SelfTest, NamesAMissingServicesTable) {
+  Machine().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
+  EXPECT_EQ(OnlyFailure(), "Platform services table: is there");
+}
+
+TEST_F(SelfTest, NamesAMissingEntryPoint) {
+  Install(nullptr);
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: is there");
+}
+
+TEST_F(SelfTest, IsContentWithoutWhatIsOptionalAndSaysWhatThatMeans) {
+  Remove(gDebugLogProtocolGuid);
+  Remove(gTvqManagementProtocolGuid);
+  Remove(gXmlParserProtocolGuid);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Failures(), IsEmpty());
+  EXPECT_THAT(Report(), HasSubstr("Debug log\n  is there ... no\n  Without it the driver's log"));
+  EXPECT_THAT(Report(), HasSubstr("TVQ management\n  is there ... no\n  Without it no agent can"));
+  EXPECT_THAT(Report(), HasSubstr("XML parser\n  is there ... no\n  Without it no agent can"));
+  EXPECT_THAT(Report(), HasSubstr(" 0 failed, 3 optional parts missing\n"));
+}
+
+TEST_F(SelfTest, NeedsNoDriver) {
+  const EFI_HANDLE driver = Machine().HandleOf(host::images::driver);
+  EFI_HANDLE handle = driver;
+  VOID* request = Find<VOID>(gTvqStartRequestProtocolGuid);
+  ASSERT_EQ(Machine().BootServices()->UninstallProtocolInterface(
+                handle, &gTvqStartRequestProtocolGuid, request),
+            EFI_SUCCESS);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("Driver TVQSMBIOS\n  is there ... no\n"));
+}
+
+// --- Empty positions ---
+
+TEST_F(SelfTest, CallsNoEmptyPosition) {
+  Zvi() = {};
+  Services() = {};
+  Xml() = {};
+  Find<DEBUG_LOG_PROTOCOL>(gDebugLogProtocolGuid)->Print = nullptr;
+  TVQ_LOCATE_BLOB none = nullptr;
+  std::memcpy(reinterpret_cast<char*>(Find<VOID>(gTvqManagementProtocolGuid)) + 60, &none,
+              sizeof(none));
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_EQ(Failures().size(), 23u);
+  EXPECT_THAT(Report(), HasSubstr("position 39, StrTrim: removes the character at both ends alone "
+                                  "... FAIL: it is NULL\n"));
+}
+
+TEST_F(SelfTest, NamesAnEmptyPositionOfTheServices) {
+  Services().RegisterAttribute = nullptr;
+  EXPECT_EQ(OnlyFailure(), "Platform services table: position 29, RegisterAttribute: is set");
+}
+
+// --- Functions that do something else ---
+
+ZV_LIBRARY_PROTOCOL gRight;
+
+VOID EFIAPI CopyOneMore(VOID* to, const VOID* from, UINTN length) {
+  gRight.CopyMem(to, from, length + 1);
+}
+UINTN EFIAPI PrintCountsTerminator(CHAR8* buffer, UINTN size, const CHAR8* format, VA_LIST marker) {
+  const UINTN length = gRight.AsciiVSPrint(buffer, size, format, marker);
+  return length == 4 ? length : length + 1;
+}
+UINTN EFIAPI PrintOneTooMany(CHAR8* buffer, UINTN size, const CHAR8* format, VA_LIST marker) {
+  return gRight.AsciiVSPrint(buffer, size == 5 ? 6 : size, format, marker);
+}
+UINTN EFIAPI CountTerminator(const CHAR8* text) {
+  return gRight.AsciiStrLen(text) + 1;
+}
+UINTN EFIAPI CountUpToTheLimit(const CHAR8* text) {
+  return MIN(gRight.AsciiStrLen(text), 1000000u);
+}
+INTN EFIAPI CompareIgnoringCase(const CHAR8* left, const CHAR8* right) {
+  return strcasecmp(left, right);
+}
+INTN EFIAPI CompareWhole(const CHAR8* left, const CHAR8* right, UINTN) {
+  return gRight.AsciiStrCmp(left, right);
+}
+RETURN_STATUS EFIAPI CopyNothing(CHAR8* to, UINTN size, const CHAR8* from) {
+  return gRight.AsciiStrLen(from) < size ? RETURN_SUCCESS : gRight.AsciiStrCpyS(to, size, from);
+}
+RETURN_STATUS EFIAPI CopyACut(CHAR8* to, UINTN size, const CHAR8* from) {
+  return gRight.AsciiStrnCpyS(to, size, from, size - 1);
+}
+RETURN_STATUS EFIAPI CopyAll(CHAR8* to, UINTN size, const CHAR8* from, UINTN) {
+  return gRight.AsciiStrCpyS(to, size, from);
+}
+CHAR8* EFIAPI FindAlways(const CHAR8* text, const CHAR8* part) {
+  CHAR8* found = gRight.AsciiStrStr(text, part);
+  return found != nullptr ? found : const_cast<CHAR8*>(text);
+}
+VOID EFIAPI TrimTheFront(CHAR8* text, CHAR8 character) {
+  while (*text == character) {
+    gRight.CopyMem(text, text + 1, gRight.AsciiStrLen(text));
+  }
+}
+UINTN EFIAPI ReadDecimal(const CHAR8* text, UINT32) {
+  return gRight.AsciiStrToUint(text, 10);
+}
+UINTN EFIAPI CountBytes(const CHAR16* text) {
+  return 2 * gRight.StrLen(text);
+}
+INTN EFIAPI CompareLowBytes(const CHAR16* left, const CHAR16* right) {
+  while (*left != 0 && (*left & 0xFF) == (*right & 0xFF)) {
+    ++left;
+    ++right;
+  }
+  return (*left & 0xFF) - (*right & 0xFF);
+}
+VOID EFIAPI TrimNothing(CHAR16*, CHAR16) {}
+
+TEST_F(SelfTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
+  gRight = Zvi();
+  struct Wrong {
+    const char* failure;
+    void (*make)(ZV_LIBRARY_PROTOCOL&);
+  };
+  const Wrong wrongs[] = {
+      {"position 0, CopyMem: copies Length bytes and no more",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.CopyMem = CopyOneMore; }},
+      {"position 4, AsciiVSPrint: formats as PrintLib does",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiVSPrint = PrintCountsTerminator; }},
+      {"position 4, AsciiVSPrint: stops at BufferSize",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiVSPrint = PrintOneTooMany; }},
+      {"position 17, AsciiStrLen: and 24, AsciiStrStr: take 1,000,001 characters",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrLen = CountUpToTheLimit; }},
+      {"position 18, AsciiStrCmp: is 0 for equal texts only",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrCmp = CompareIgnoringCase; }},
+      {"position 19, AsciiStrnCmp: compares the first Length characters",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCmp = CompareWhole; }},
+      {"position 20, AsciiStrCpyS: copies a text that fits",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrCpyS = CopyNothing; }},
+      {"position 20, AsciiStrCpyS: refuses a text that does not fit",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrCpyS = CopyACut; }},
+      {"position 21, AsciiStrnCpyS: copies at most Length characters",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCpyS = CopyAll; }},
+      {"position 24, AsciiStrStr: finds the first occurrence, or nothing",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrStr = FindAlways; }},
+      {"position 25, AsciiStrTrim: removes the character at both ends alone",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrTrim = TrimTheFront; }},
+      {"position 26, AsciiStrToUint: reads decimal and hexadecimal digits",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrToUint = ReadDecimal; }},
+      {"position 31, StrLen: counts characters of 16 bits",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.StrLen = CountBytes; }},
+      {"position 32, StrCmp: compares all 16 bits",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.StrCmp = CompareLowBytes; }},
+      {"position 39, StrTrim: removes the character at both ends alone",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.StrTrim = TrimNothing; }},
+  };
+  for (const Wrong& wrong : wrongs) {
+    wrong.make(Zvi());
+    EXPECT_EQ(OnlyFailure(), std::string("Library service table ZVI: ") + wrong.failure);
+    Zvi() = gRight;
+  }
+  // What counts one too many does so for a long text as well.
+  Zvi().AsciiStrLen = CountTerminator;
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_THAT(Failures(),
+              ElementsAre("Library service table ZVI: position 17, AsciiStrLen: counts characters",
+                          HasSubstr("1,000,001")));
+}
+
+EFI_STATUS EFIAPI FindEverywhere(TVQ_MANAGEMENT_PROTOCOL*, VOID* data, UINT32, UINTN, VOID** blob) {
+  *blob = data;
+  return EFI_SUCCESS;
+}
+
+TEST_F(SelfTest, TellsAManagementProtocolThatFindsWhatIsNotThere) {
+  TVQ_LOCATE_BLOB wrong = FindEverywhere;
+  std::memcpy(reinterpret_cast<char*>(Find<VOID>(gTvqManagementProtocolGuid)) + 60, &wrong,
+              sizeof(wrong));
+  EXPECT_EQ(OnlyFailure(),
+            "TVQ management: byte 60, LocateBlob: answers an error where there is no such blob");
+}
+
+XML_PARSER_PROTOCOL gRightParser;
+XML_TEXT gEmptyName = {nullptr, const_cast<CHAR8*>("a")};
+XML_NODE gEmptyNode = {&gEmptyName, &gEmptyName, {nullptr, nullptr}, nullptr, nullptr};
+
+EFI_STATUS EFIAPI ParseAnything(XML_PARSER_PROTOCOL* parser, XML_INPUT* input, XML_NODE** root) {
+  const EFI_STATUS status = gRightParser.Parse(parser, input, root);
+  if (EFI_ERROR(status)) {
+    *root = &gEmptyNode;
+  }
+  return EFI_SUCCESS;
+}
+EFI_STATUS EFIAPI FreeAnything(XML_PARSER_PROTOCOL* parser, XML_NODE* root) {
+  return root == &gEmptyNode ? EFI_SUCCESS : gRightParser.Free(parser, root);
+}
+EFI_STATUS EFIAPI ParseNothing(XML_PARSER_PROTOCOL*, XML_INPUT*, XML_NODE** root) {
+  *root = nullptr;
+  return EFI_UNSUPPORTED;
+}
+
+TEST_F(SelfTest, TellsAParserThatMakesNoTree) {
+  Xml().Parse = ParseNothing;
+  EXPECT_EQ(OnlyFailure(), "XML parser: position 1, Parse: makes the tree of a document");
+}
+
+TEST_F(SelfTest, TellsAParserThatTakesAnything) {
+  gRightParser = Xml();
+  Xml().Parse = ParseAnything;
+  Xml().Free = FreeAnything;
+  EXPECT_EQ(OnlyFailure(),
+            "XML parser: position 1, Parse: answers NULL for a text that is no document");
+}
+
+TEST_F(SelfTest, TellsAParserThatReleasesNothing) {
+  Xml().Free = nullptr;
+  EXPECT_EQ(OnlyFailure(), "XML parser: position 4, Free: is set");
+}
+
+// --- The table ---
+
+TEST_F(SelfTest, TellsAnEntryPointWithAWrongChecksum) {
+  Entry()->MajorVersion++;
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: the 32-bit entry point has its anchor and checksum");
+}
+
+TEST_F(SelfTest, TellsACountThatLies) {
+  Entry()->NumberOfSmbiosStructures++;
+  SetChecksum();
+  EXPECT_EQ(OnlyFailure(),
+            "SMBIOS table: the table has as many structures as the entry point states");
+}
+
+TEST_F(SelfTest, TellsATableThatNamesNoDevice) {
+  Table table;
+  table.Add(Bios{});
+  table.Add(System{});
+  table.Add(End{});
+  PublishTable(table);
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
+}
+
+TEST_F(SelfTest, AsksNothingOfATableThatIsNowhere) {
+  Entry()->TableAddress = 0;
+  SetChecksum();
+  EXPECT_EQ(Run(), EFI_ABORTED);
+  EXPECT_EQ(Failures().size(), 3u);
+  EXPECT_EQ(Failures()[0], "SMBIOS table: the entry point states where the table is");
+}
+
+TEST_F(SelfTest, StaysInsideATableThatIsCutAnywhere) {
+  // So that the runs are short: it is not what is asked here.
+  Remove(gZvLibraryProtocolGuid);
+  const Bytes whole = MinimalServer().Bytes();
+  for (size_t length = 0; length < whole.size(); ++length) {
+    host::LowMapping cut = host::MapBelow4G(length == 0 ? 1 : length, host::Guard::kBehind);
+    std::copy_n(whole.begin(), length, cut.Data());
+    Entry()->TableAddress = cut.Address32();
+    Entry()->TableLength = static_cast<UINT16>(length);
+    SetChecksum();
+    EXPECT_EQ(Run(), EFI_ABORTED) << length;
+  }
+}
+
+// --- The driver ---
+
+TEST_F(SelfTest, TellsAStartRequestThatIsNone) {
+  Find<TVQ_START_REQUEST>(gTvqStartRequestProtocolGuid)->StartCode = 0x1000;
+  EXPECT_EQ(OnlyFailure(), "Driver TVQSMBIOS: the start request has its code and its function");
+}
+
+TEST_F(SelfTest, TellsTheStartRequestOfAnUnloadedDriver) {
+  const auto* request = Find<TVQ_START_REQUEST>(gTvqStartRequestProtocolGuid);
+  ASSERT_EQ(request->Start(nullptr), EFI_SUCCESS);
+  ASSERT_EQ(Machine().UnloadImage(Machine().HandleOf(host::images::driver)), EFI_SUCCESS);
+  EXPECT_EQ(OnlyFailure(),
+            "Driver TVQSMBIOS: the start request is the only one, and stands on a loaded image");
+}
+
+}  // namespace
+}  // namespace tvq::test

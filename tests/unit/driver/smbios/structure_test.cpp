@@ -1,0 +1,245 @@
+/*
+ * The bounded view of a structure, and the list of all structures of a type.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "tests/unit/driver/smbios/smbios_fixture.h"
+
+#include "TvqSmbiosPkg/src/smbios/structure.h"
+
+namespace tvq::test {
+namespace {
+
+// The view of the first structure of a table.
+class View : public SmbiosTest {
+ protected:
+  tvq::Structure Of(const Table& table) {
+    Use(table);
+    mSlot = At(table, 0);
+    return tvq::Structure(&mSlot);
+  }
+
+  UINT8* mSlot = nullptr;
+};
+
+// A formatted part of 12 bytes: 04h to 0Bh hold 11h to 88h.
+Table Twelve() {
+  Table table;
+  table.Add(0x80, 0x1234, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}, {"one", "two"});
+  return table;
+}
+
+TEST_F(View, ReadsLittleEndianFieldsAtAnyOffset) {
+  const tvq::Structure view = Of(Twelve());
+  EXPECT_EQ(view.Length(), 12u);
+  EXPECT_EQ(view.OwnHandle(), 0x1234);
+  EXPECT_EQ(view.Byte(0), 0x80);
+  EXPECT_EQ(view.Byte(11), 0x88);
+  EXPECT_EQ(view.Word(5), 0x3322);
+  EXPECT_EQ(view.Handle(5), 0x3322);
+  EXPECT_EQ(view.Dword(7), 0x77665544u);
+  EXPECT_EQ(view.Qword(4), 0x8877665544332211u);
+}
+
+TEST_F(View, ReadsZeroWhereAFieldDoesNotLieWhollyInTheFormattedPart) {
+  const tvq::Structure view = Of(Twelve());
+  EXPECT_EQ(view.Byte(12), 0u);
+  EXPECT_EQ(view.Word(11), 0u);
+  EXPECT_EQ(view.Dword(9), 0u);
+  EXPECT_EQ(view.Qword(5), 0u);
+  EXPECT_EQ(view.Word(10), 0x8877);
+  EXPECT_EQ(view.Dword(8), 0x88776655u);
+}
+
+TEST_F(View, ReadsNoHandlePastTheFormattedPart) {
+  const tvq::Structure view = Of(Twelve());
+  EXPECT_EQ(view.Handle(10), 0x8877);
+  EXPECT_EQ(view.Handle(11), 0xFFFF);
+  EXPECT_EQ(view.Handle(12), 0xFFFF);
+}
+
+TEST_F(View, TellsWhichFieldsItHas) {
+  const tvq::Structure view = Of(Twelve());
+  EXPECT_TRUE(view.Has(11, 1));
+  EXPECT_TRUE(view.Has(4, 8));
+  EXPECT_FALSE(view.Has(12, 1));
+  EXPECT_FALSE(view.Has(11, 2));
+}
+
+TEST_F(View, FindsAStringByTheNumberInAField) {
+  Table table;
+  table.Add(0x80, 0x10, {2, 0}, {"one", "two"});
+  const tvq::Structure view = Of(table);
+  EXPECT_STREQ(view.String(4), "two");
+  EXPECT_EQ(view.String(5), nullptr) << "number 0";
+  EXPECT_EQ(view.Address(), At(table, 0));
+}
+
+TEST_F(View, FindsNoStringByANumberPastTheFormattedPart) {
+  // The byte behind the formatted part is the first string's: a valid number.
+  Table table;
+  table.Add(0x80, 0x10, {7}, {"\1", "two"});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.String(5), nullptr);
+  EXPECT_EQ(view.Address(), At(table, 0));
+  EXPECT_STREQ(view.TableString(5), "\1");
+}
+
+TEST_F(View, ShowsTheNextStructureAfterANumberPastTheLastString) {
+  Table table;
+  table.Add(0x80, 0x10, {3}, {"one", "two"});
+  table.Add(0x81, 0x20, {1}, {"next"});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.Address(), At(table, 1));
+  EXPECT_EQ(mSlot, At(table, 1));
+  EXPECT_EQ(view.Byte(0), 0x81);
+  EXPECT_STREQ(view.String(4), "next");
+}
+
+TEST_F(View, IsEmptyOnceItsSlotHasLeftTheTable) {
+  Table table;
+  table.Add(0x80, 0x10, {3}, {"one"});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.Length(), 0u);
+  EXPECT_EQ(view.OwnHandle(), 0xFFFF);
+  EXPECT_EQ(view.Byte(0), 0u);
+  EXPECT_EQ(view.Handle(2), 0xFFFF);
+  EXPECT_EQ(view.TableByte(0), 0u);
+  EXPECT_EQ(view.TableQword(0), 0u);
+  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.TableString(4), nullptr);
+}
+
+TEST_F(View, IsEmptyOutsideTheTable) {
+  const Table table = Twelve();
+  const tvq::Structure view = Of(table);
+  for (UINT8* const address : {At(table, 0) - 1, At(table, 1) + 1}) {
+    mSlot = address;
+    EXPECT_EQ(view.Length(), 0u);
+    EXPECT_EQ(view.OwnHandle(), 0xFFFF);
+    EXPECT_EQ(view.TableQword(0), 0u);
+    EXPECT_EQ(SmbiosByteAt(address), 0u);
+  }
+  EXPECT_EQ(SmbiosByteAt(At(table, 0)), 0x80);
+  EXPECT_EQ(SmbiosByteAt(At(table, 1)), 0u) << "the first byte behind";
+}
+
+TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
+  Table table;
+  table.Add(0x80, 0x10, {3}, {"one"});
+  table.AddRaw({0x81, 9, 0x20});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.Address(), At(table, 0) + table.Size() - 3) << "three bytes before the end";
+  EXPECT_EQ(view.Length(), 0u);
+  EXPECT_EQ(view.OwnHandle(), 0xFFFF);
+  EXPECT_EQ(view.Byte(0), 0u);
+  EXPECT_EQ(view.String(0), nullptr);
+}
+
+TEST_F(View, HasAHeaderThatEndsWithTheTable) {
+  Table table = Twelve();
+  table.Chop(table.Size() - 4);
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.Length(), 4u);
+  EXPECT_EQ(view.OwnHandle(), 0x1234);
+}
+
+TEST_F(View, IsCutByTheEndOfTheTable) {
+  Table table = Twelve();
+  table.Chop(table.Size() - 10);
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.Length(), 10u);
+  EXPECT_EQ(view.Byte(9), 0x66);
+  EXPECT_EQ(view.Byte(10), 0u);
+  EXPECT_EQ(view.Word(9), 0u);
+  EXPECT_EQ(view.TableWord(9), 0x0066) << "the byte that is missing reads 0";
+  EXPECT_EQ(view.TableDword(9), 0x00000066u);
+}
+
+TEST_F(View, ReadsFieldsAsTheyStandWithoutATestOfTheLength) {
+  Table table;
+  table.Add(0x80, 0x10, {7}, {"abcdefgh"});
+  const tvq::Structure view = Of(table);
+  EXPECT_EQ(view.TableByte(5), 'a');
+  EXPECT_EQ(view.TableWord(5), 'a' | ('b' << 8));
+  EXPECT_EQ(view.TableDword(6), 0x65646362u);
+  EXPECT_EQ(view.TableQword(5), 0x6867666564636261u);
+  EXPECT_EQ(view.TableByte(15), 0u) << "past the table";
+}
+
+// --- Lists ---
+
+class List : public SmbiosTest {
+ protected:
+  List() {
+    mTable.Add(MemoryDevice{.handle = 0x10});
+    mTable.Add(MemoryArray{.handle = 0x20});
+    mTable.Add(MemoryDevice{.handle = 0x30});
+    Use(mTable);
+    mBefore = mHarness.Blocks().size();
+  }
+
+  Table mTable;
+  size_t mBefore = 0;
+};
+
+TEST_F(List, HoldsTheStructuresOfAType) {
+  StructureList list;
+  ASSERT_EQ(list.Collect(17), EFI_SUCCESS);
+  EXPECT_TRUE(list.Any());
+  ASSERT_EQ(list.Count(), 2u);
+  EXPECT_EQ(list[0].OwnHandle(), 0x10);
+  EXPECT_EQ(list[1].OwnHandle(), 0x30);
+  EXPECT_EQ(list.Records()[1], At(mTable, 2));
+  EXPECT_EQ(list.Sizes()[1], mTable.Size() - mTable.OffsetOf(2));
+}
+
+TEST_F(List, HasNoneWhereTheTableHasNone) {
+  StructureList list;
+  EXPECT_EQ(list.Collect(4), EFI_SUCCESS);
+  EXPECT_FALSE(list.Any());
+  EXPECT_EQ(list.Count(), 0u);
+}
+
+TEST_F(List, FreesItsArraysAtItsEnd) {
+  {
+    StructureList list;
+    ASSERT_EQ(list.Collect(17), EFI_SUCCESS);
+    EXPECT_EQ(mHarness.Blocks().size(), mBefore + 2);
+  }
+  EXPECT_EQ(mHarness.Blocks().size(), mBefore);
+}
+
+TEST_F(List, FreesItsArraysWhenAsked) {
+  StructureList list;
+  ASSERT_EQ(list.Collect(17), EFI_SUCCESS);
+  list.Free();
+  EXPECT_EQ(mHarness.Blocks().size(), mBefore);
+  EXPECT_FALSE(list.Any());
+}
+
+TEST_F(List, LeavesItsArraysInThePoolWhenAsked) {
+  {
+    StructureList list;
+    ASSERT_EQ(list.Collect(17), EFI_SUCCESS);
+    list.Leave();
+  }
+  EXPECT_EQ(mHarness.Blocks().size(), mBefore + 2);
+}
+
+TEST_F(List, IsEmptyButKeepsTheCountWithoutMemory) {
+  for (const UINTN allocation : {1, 2}) {
+    StructureList list;
+    mHarness.FailAllocation(allocation);
+    EXPECT_EQ(list.Collect(17), EFI_OUT_OF_RESOURCES);
+    EXPECT_FALSE(list.Any());
+    EXPECT_EQ(list.Count(), 2u);
+  }
+  EXPECT_EQ(mHarness.Blocks().size(), mBefore);
+}
+
+}  // namespace
+}  // namespace tvq::test

@@ -1,0 +1,152 @@
+/*
+ * `tvq diff`: two tables, two saved states, and one of each.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/unit/host/cli/server.h"
+
+namespace tvq::cli {
+namespace {
+
+using test::Table;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+
+Server WithAnotherModule() {
+  Server server;
+  server.modules[1].serial = "99AABBCC";
+  return server;
+}
+
+class CliDiff : public CliTest {
+ protected:
+  std::string TableFile(const std::string& name, const Server& server) {
+    return Write(name, TableOf(server).Bytes());
+  }
+  std::string State(const std::string& name, const Server& server) {
+    EXPECT_EQ(
+        RunTvq({"save", Path(name), "--conform", "--from-dump", TableFile(name + ".bin", server)})
+            .status,
+        0);
+    return Path(name);
+  }
+  Outcome DiffTables(const Server& before, const Server& after,
+                     std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"diff", TableFile("before.bin", before),
+                               TableFile("after.bin", after), "--conform"});
+    return RunTvq(more);
+  }
+};
+
+TEST_F(CliDiff, EqualTablesDoNotDiffer) {
+  const Outcome diff = DiffTables({}, {});
+  EXPECT_EQ(diff.status, 0) << diff.diagnostics;
+  EXPECT_EQ(diff.out, "Summary: 4 same\n");
+}
+
+TEST_F(CliDiff, AReplacedModuleIsNamedWithItsFields) {
+  const Outcome diff = DiffTables({}, WithAnotherModule());
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_EQ(diff.out,
+            "DIMM.Socket.A2  replaced\n"
+            "    Inventory/WWN: 55667788 -> 99AABBCC\n"
+            "Summary: 3 same, 1 replaced\n"
+            "\n"
+            "Structures\n"
+            "  type 17, handle 0x8004 (memory-device)\n"
+            "    serial: \"55667788\" -> \"99AABBCC\"\n");
+}
+
+TEST_F(CliDiff, SaysWhichDevicesAreNewGoneAndMoved) {
+  Server before;
+  before.modules = {{"DIMM_A1", "11111112"}, {"DIMM_A2", "22222223"}};
+  Server after;
+  after.modules = {{"DIMM_A1", "33333334"}, {"DIMM_A3", "22222223"}, {"DIMM_A4", "44444445"}};
+  const Outcome diff = DiffTables(before, after);
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A1  replaced\n"));
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A3  moved: was DIMM.Socket.A2\n"
+                                  "    Inventory/Identifier/DIMMLocation: A2 -> A3\n"));
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A4  new\n"));
+  EXPECT_THAT(diff.out, HasSubstr("  type 17, handle 0x8005 (memory-device): added\n"));
+}
+
+TEST_F(CliDiff, AValueThatTheDriverDoesNotCompareIsADifferenceOfTheSamePart) {
+  Table after = TableOf({});
+  after.Add(test::BaseBoard{});
+  const Outcome diff =
+      RunTvq({"diff", TableFile("before.bin", {}), Write("after.bin", after.Bytes()), "--conform"});
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_THAT(diff.out, HasSubstr("System.Embedded.1  same part, other values\n"
+                                  "    Inventory/Identifier/BaseBoardInformation/"
+                                  "LocationInChassis: (none) -> Main Tray\n"
+                                  "Summary: 4 same\n"));
+}
+
+TEST_F(CliDiff, SavedStatesDifferAsTheirTablesDo) {
+  const std::string before = State("before", {});
+  const Outcome diff = RunTvq({"diff", before, State("after", WithAnotherModule())});
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_EQ(diff.out,
+            "DIMM.Socket.A2  replaced\n"
+            "    Inventory/WWN: 55667788 -> 99AABBCC\n"
+            "Summary: 3 same, 1 replaced\n");
+  EXPECT_EQ(RunTvq({"diff", before, before}).out, "Summary: 4 same\n");
+}
+
+TEST_F(CliDiff, AStateAndATableCanBeCompared) {
+  const std::string state = State("before", {});
+  EXPECT_EQ(RunTvq({"diff", state + "/tvq-state.bin", TableFile("after.bin", {}), "--conform"}).out,
+            "Summary: 4 same\n");
+  const Server server = WithAnotherModule();
+  EXPECT_EQ(RunTvq({"diff", TableFile("after.bin", server), state, "--conform"}).status, 1);
+}
+
+TEST_F(CliDiff, ADocumentThatCannotBeComparedIsTrouble) {
+  Server server;
+  server.processor = "Core & Works";
+  const Outcome diff = DiffTables(server, server);
+  EXPECT_EQ(diff.status, 2);
+  EXPECT_THAT(diff.out, HasSubstr("CPU.Socket.1  not verified: the saved document is not"));
+}
+
+TEST_F(CliDiff, SaysItAllAsJson) {
+  const auto json = DiffTables({}, WithAnotherModule(), {"--json"}).Json();
+  ASSERT_THAT(json["devices"], SizeIs(4));
+  EXPECT_EQ(json["devices"][2].dump(),
+            R"({"fqdd":"DIMM.Socket.A2","verdict":"replaced","movedFrom":null,"detail":null,)"
+            R"("fields":[{"field":"Inventory/WWN","before":"55667788","after":"99AABBCC"}]})");
+  EXPECT_EQ(json["structures"][0]["change"], "changed");
+}
+
+TEST_F(CliDiff, MasksWhatItPrintsAndNotWhatItCompares) {
+  const Outcome diff =
+      DiffTables({}, WithAnotherModule(), {"--redact", "--redact-key", "a test's key"});
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_THAT(diff.out, HasSubstr("Summary: 3 same, 1 replaced\n"));
+  EXPECT_THAT(diff.out, HasSubstr("    Inventory/WWN: "));
+  EXPECT_THAT(diff.out, Not(HasSubstr("55667788")));
+  EXPECT_THAT(diff.out, Not(HasSubstr("99AABBCC")));
+}
+
+TEST_F(CliDiff, ATableWithoutRecordsIsTrouble) {
+  const Outcome diff = RunTvq({"diff", TableFile("before.bin", {}), TableFile("after.bin", {})});
+  EXPECT_EQ(diff.status, 2);
+  EXPECT_THAT(diff.diagnostics, HasSubstr("tvq: hint: --conform makes a table fit"));
+}
+
+TEST_F(CliDiff, ADamagedStateIsTrouble) {
+  State("before", {});
+  test::Bytes bytes = Read("before/tvq-state.bin");
+  bytes.back() ^= 1;
+  Write("before/tvq-state.bin", bytes);
+  const Outcome diff = RunTvq({"diff", Path("before"), Path("before")});
+  EXPECT_EQ(diff.status, 2);
+  EXPECT_THAT(diff.diagnostics, HasSubstr("is no saved state, or is damaged"));
+}
+
+}  // namespace
+}  // namespace tvq::cli

@@ -1,0 +1,233 @@
+/*
+ * --redact: what is masked, and how.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "host/cli/redact/mask.h"
+#include "host/cli/redact/redact.h"
+#include "tests/unit/host/cli/server.h"
+
+namespace tvq::cli {
+namespace {
+
+using test::Bytes;
+using test::Table;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+const Masker& TestMasker() {
+  static const Masker* const masker = new Masker("a test's key");
+  return *masker;
+}
+
+std::string Mask(const std::string& text) {
+  return TestMasker().Mask(text);
+}
+
+// --- Masks ---
+
+TEST(Mask, KeepsLengthAndKindsOfCharacters) {
+  EXPECT_THAT(Mask("7A2C-0003 xyZ"), MatchesRegex("[0-9][A-F][0-9][A-F]-[0-9]{4} [g-z]{2}[G-Z]"));
+}
+
+TEST(Mask, IsTheSameForTheSameTextAndKey) {
+  EXPECT_EQ(Mask("7A2C0003"), Masker("a test's key").Mask("7A2C0003"));
+  EXPECT_NE(Mask("7A2C0003"), Masker("another key").Mask("7A2C0003"));
+}
+
+TEST(Mask, IsAnotherOneForEveryOtherText) {
+  std::set<std::string> masks;
+  for (int i = 0; i < 1000; ++i) {
+    masks.insert(Mask(std::to_string(1000 + i).substr(1) + "A"));
+  }
+  EXPECT_EQ(masks.size(), 1000u);
+}
+
+TEST(Mask, KeepsTheEqualityOfTheFirstFourteenCharacters) {
+  const std::string one = Mask("0123456789ABCDEFGH");
+  const std::string other = Mask("0123456789ABCDXYZW");
+  EXPECT_EQ(one.substr(0, 14), other.substr(0, 14));
+  EXPECT_EQ(one.substr(0, 14), Mask("0123456789ABCD"));
+  EXPECT_NE(one.substr(14), other.substr(14));
+}
+
+TEST(Mask, LeavesTextsThatNameNothing) {
+  for (const std::string text :
+       {"", "Not Specified", "To Be Filled By O.E.M.", "00000000", "    ", "NO DIMM", "Unknown"}) {
+    EXPECT_EQ(Mask(text), text);
+  }
+}
+
+TEST(Mask, LeavesTheTagOfAnOemString) {
+  const std::string ppin = "A1B2C3D4E5F60718";
+  EXPECT_EQ(TestMasker().MaskOemString("17[" + ppin + "]"), "17[" + Mask(ppin) + "]");
+  EXPECT_THAT(TestMasker().MaskOemString("22[2.10.0]"), StartsWith("22["));
+  EXPECT_THAT(TestMasker().MaskOemString("9ABCDEF"), StartsWith("9"));
+}
+
+TEST(Mask, ASecretOemStringDoesNotBecomeATag) {
+  for (int i = 0; i < 300; ++i) {
+    EXPECT_THAT(
+        TestMasker().MaskOemString("x[" + std::to_string(20 + i % 80) + "[" + std::to_string(i)),
+        Not(HasSubstr("17[")));
+  }
+}
+
+TEST(Mask, MasksAUuidAsADocumentSpellsIt) {
+  const Bytes uuid = {0x10, 0x2A, 0x3F, 0x7D, 0x64, 0x5B, 0x8E, 0x4C,
+                      0x9A, 0x21, 0x0C, 0x5E, 0x1F, 0x2B, 0x3A, 0x41};
+  std::string digits;
+  for (const uint8_t byte : TestMasker().MaskUuid(uuid)) {
+    digits += "0123456789abcdef"[byte >> 4];
+    digits += "0123456789abcdef"[byte & 0x0F];
+  }
+  EXPECT_EQ(digits, Mask("102a3f7d645b8e4c9a210c5e1f2b3a41"));
+}
+
+// --- Tables ---
+
+Bytes Redacted(Bytes bytes) {
+  RedactTable(bytes, TestMasker());
+  return bytes;
+}
+
+bool Contains(const Bytes& bytes, const std::string& text) {
+  return std::search(bytes.begin(), bytes.end(), text.begin(), text.end()) != bytes.end();
+}
+
+TEST(RedactTable, MasksNumbersAndTagsOfEveryType) {
+  Table table;
+  table.Add(test::System{.serial = "SYS4711"});
+  table.Add(test::BaseBoard{.serial = "BRD4711", .assetTag = "BTAG4711"});
+  table.Add(test::Chassis{.serial = "CHS4711", .assetTag = "CTAG4711"});
+  table.Add(test::Processor{.serial = "CPU4711", .assetTag = "PTAG4711"});
+  table.Add(test::MemoryDevice{.serial = "MEM4711", .assetTag = "MTAG4711"});
+  table.Add(test::OemStrings{.texts = {"17[PPIN471147114711]", "Something 4711"}});
+  table.Add(39, 0x2700, {0, 0, 0, 0, 1, 2}, {"PSU4711", "STAG4711"});
+  table.Add(22, 0x1600, {0, 0, 0, 1}, {"BAT4711"});
+  table.Add(200, 0xC800, {'R', 'A', 'W', '4', '7', '1', '1'}, {"OWN4711"});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_EQ(masked.size(), table.Bytes().size());
+  EXPECT_FALSE(Contains(masked, "4711"));
+  EXPECT_TRUE(Contains(masked, "17["));
+  EXPECT_TRUE(Contains(masked, "Server Works"));
+}
+
+TEST(RedactTable, MasksAnotherTextThatRepeatsANumber) {
+  Table table;
+  table.Add(test::System{.serial = "SYS4711", .sku = "Tag SYS4711, sold"});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_FALSE(Contains(masked, "SYS4711"));
+  EXPECT_TRUE(Contains(masked, "Tag " + Mask("SYS4711") + ", sold"));
+}
+
+TEST(RedactTable, LeavesTheNamesOfDevices) {
+  Table table;
+  table.Add(test::Processor{.designation = "CPU17", .serial = "CPU17"});
+  table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_TRUE(Contains(masked, "CPU.Socket.1"));
+}
+
+Bytes SmallTable() {
+  Table table;
+  table.Add(test::System{.serial = "AB1"});
+  table.Add(test::OemStrings{.texts = {"17[AB", "CD"}});
+  table.Add(200, 0xC800, {1, 2, 3}, {"EF2"});
+  return table.Bytes();
+}
+
+TEST(RedactTable, EveryCutOfATableIsMaskedInItsBounds) {
+  const Bytes whole = SmallTable();
+  for (size_t size = 0; size < whole.size(); ++size) {
+    const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    EXPECT_EQ(Redacted(cut).size(), size);
+  }
+}
+
+TEST(RedactTable, StructuresWithLengthsThatLieAreMaskedInTheirBounds) {
+  const Bytes whole = SmallTable();
+  for (size_t i = 0; i < whole.size(); ++i) {
+    for (const uint8_t value : {uint8_t{0}, uint8_t{3}, uint8_t{0xFF}}) {
+      Bytes changed = whole;
+      changed[i] = value;
+      EXPECT_EQ(Redacted(changed).size(), whole.size());
+    }
+  }
+}
+
+// --- Commands ---
+
+class CliRedact : public CliTest {
+ protected:
+  std::vector<std::string> With(std::vector<std::string> arguments, const Server& server) {
+    arguments.insert(arguments.end(),
+                     {"--conform", "--from-dump", Write("table.bin", TableOf(server).Bytes()),
+                      "--redact", "--redact-key", "a test's key"});
+    return arguments;
+  }
+};
+
+TEST_F(CliRedact, NoNumberIsLeftInAnExport) {
+  const Outcome exported = RunTvq(With({"export"}, {}));
+  EXPECT_EQ(exported.status, 0) << exported.diagnostics;
+  for (const char* const secret : {"11223344", "55667788", "ABC1234", "01221234",
+                                   "3131323233333434", "33221100554477668899aabbccddeeff"}) {
+    EXPECT_THAT(exported.out, Not(HasSubstr(secret)));
+  }
+  EXPECT_THAT(exported.out, HasSubstr("Serial Number in smTVQ struct: " + Mask("ABC1234")))
+      << "the log is masked";
+}
+
+TEST_F(CliRedact, ShowsTheSameMaskEverywhere) {
+  const Outcome shown = RunTvq(With({"show"}, {}));
+  EXPECT_THAT(shown.out, HasSubstr(Mask("11223344")));
+  EXPECT_THAT(shown.out, HasSubstr("SMBIOSServiceTagString  " + Mask("ABC1234")));
+  EXPECT_THAT(shown.out, HasSubstr("DIMM.Socket.A1"));
+}
+
+TEST_F(CliRedact, VerifyingWorksOnMaskedStates) {
+  RunTvq(With({"save", Path("state")}, {}));
+  EXPECT_EQ(RunTvq(With({"verify", Path("state")}, {})).status, 0);
+  Server server;
+  server.modules[1].serial = "99AABBCC";
+  EXPECT_THAT(RunTvq(With({"verify", Path("state")}, server)).out,
+              HasSubstr("DIMM.Socket.A2     replaced\n"));
+}
+
+TEST_F(CliRedact, BlobsAreMaskedAsTheTableTheyCameFrom) {
+  const auto blobs = [this](const std::string& state) {
+    const Bytes bytes = Read(state + "/tvq-state.bin");
+    return std::string(bytes.begin(), bytes.end());
+  };
+  RunTvq(
+      {"save", Path("plain"), "--conform", "--from-dump", Write("table.bin", TableOf({}).Bytes())});
+  RunTvq(With({"save", Path("masked")}, {}));
+  Bytes plain = Read("plain/tvq-state.bin");
+  EXPECT_THAT(blobs("plain"), HasSubstr("<WWN>11223344</WWN>"));
+  EXPECT_THAT(blobs("masked"), HasSubstr("<WWN>" + Mask("11223344") + "</WWN>"));
+  RedactBlobs(plain, TestMasker());
+  EXPECT_THAT(std::string(plain.begin(), plain.end()),
+              HasSubstr("<WWN>" + Mask("11223344") + "</WWN>"));
+}
+
+TEST_F(CliRedact, ADumpIsMaskedOnItsWayIntoSourceForm) {
+  const Outcome source = RunTvq({"mktable", "--from-dump", Write("table.bin", TableOf({}).Bytes()),
+                                 "--redact", "--redact-key", "a test's key"});
+  EXPECT_THAT(source.out, HasSubstr("= \"" + Mask("55667788") + "\""));
+  EXPECT_THAT(source.out, Not(HasSubstr("55667788")));
+}
+
+TEST_F(CliRedact, AKeyWithoutRedactIsAMistake) {
+  EXPECT_EQ(RunTvq({"show", "--redact-key", "x"}).status, 2);
+}
+
+}  // namespace
+}  // namespace tvq::cli

@@ -1,0 +1,134 @@
+/*
+ * Rules about what the source form of tables does not say: cut tables, lengths, counts.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/unit/host/lint/lint_fixture.h"
+
+namespace tvq::lint {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char kBare[] = "entry-point = none\n";
+
+// A sound table without an end, whose last structure has the bytes 0B 05 .. .. 01, then a text.
+Bytes BareTable() {
+  std::string source = SoundWith("[oem-strings]\nstring = \"the last one\"\n", kBare);
+  source.erase(source.rfind(kEnd));
+  return Dump(source);
+}
+
+std::vector<std::string> About(const Bytes& dump, Profile profile = kDriver) {
+  return Lines(ExamineDump(dump, Selection(profile)));
+}
+
+TEST(LintBytes, TheLastStructureIsCut) {
+  Bytes table = BareTable();
+  table.resize(table.size() - sizeof("the last one") - 2);
+  EXPECT_THAT(
+      About(table),
+      ElementsAre(AllOf(HasSubstr("type 11, handle 0x000B: the structure has 05h bytes, and "
+                                  "the table ends after 04h"),
+                        EndsWith("[structure-cut]"))));
+}
+
+TEST(LintBytes, BytesAreLeftBehindTheLastStructure) {
+  Bytes table = BareTable();
+  table.insert(table.end(), {7, 8});
+  EXPECT_THAT(About(table),
+              ElementsAre(AllOf(HasSubstr("error: 2 bytes behind the last structure: too few"),
+                                EndsWith("[structure-cut]"))));
+}
+
+TEST(LintBytes, TheStringsOfTheLastStructureHaveNoEnd) {
+  Bytes table = BareTable();
+  for (int i = 0; i < 3; ++i) {  // the two NULs, then a character
+    table.pop_back();
+    EXPECT_THAT(About(table), ElementsAre(EndsWith("[structure-unterminated]")));
+  }
+}
+
+TEST(LintBytes, TheEntryPointStatesMoreThanThereIs) {
+  Bytes dump = Dump(SoundWith(""));
+  dump.resize(dump.size() - 6);  // the end of the table
+  RepairEntryPoint(dump);
+  EXPECT_THAT(About(dump), ElementsAre(AllOf(StartsWith("entry:0x0016: error: the entry point says "
+                                                        "that the table has 621 bytes, and there "
+                                                        "are 615"),
+                                             EndsWith("[entry-point-table-length]"))));
+}
+
+// What a 64-bit entry point states is a maximum.
+TEST(LintBytes, A64BitEntryPointMayStateMoreThanThereIs) {
+  Bytes dump = Dump(SoundWith("", "entry-point = 64\n"));
+  dump[0x0D] = 0x10;
+  dump[0x05] =
+      static_cast<std::uint8_t>(dump[0x05] - std::accumulate(dump.begin(), dump.begin() + 0x18, 0));
+  EXPECT_THAT(About(dump, kTable), testing::IsEmpty());
+}
+
+TEST(LintBytes, ThereAreMoreStructuresThanASlotQueryCounts) {
+  std::string blocks;
+  for (int i = 0; i < 255 - 12; ++i) {
+    blocks += "[oem-strings]\nstring = \"one of many\"\n";
+  }
+  EXPECT_THAT(LinesAbout(SoundWith(blocks)), testing::IsEmpty());
+  blocks += "[oem-strings]\nstring = \"one too many\"\n";
+  EXPECT_THAT(LinesAbout(SoundWith(blocks)),
+              ElementsAre(AllOf(StartsWith("table: error: the table has 256 structures"),
+                                EndsWith("[structure-count]"))));
+}
+
+TEST(LintBytes, TheTableIsTooLongForA32BitEntryPoint) {
+  std::string blocks;
+  for (int i = 0; i < 3; ++i) {
+    blocks += "[oem-strings]\nstring = \"" + std::string(25000, 'x') + "\"\n";
+  }
+  EXPECT_THAT(LinesAbout(SoundWith(blocks, kBare)), ElementsAre(EndsWith("[table-too-long]")));
+}
+
+TEST(LintBytes, AStructureIsMissingThatEveryTableHasToHave) {
+  std::string source = SoundWith("");
+  const std::size_t slot = source.find("[slot");
+  source.erase(slot, source.find("[memory-array") - slot);
+  EXPECT_THAT(LinesAbout(source, kTable),
+              ElementsAre("table: error: there is no structure of type 9 (slot), which every table "
+                          "has to have; add one [required-structure]"));
+}
+
+TEST(LintBytes, TheTableHasNoEnd) {
+  EXPECT_THAT(About(BareTable(), kTable), ElementsAre(EndsWith("[end-of-table-missing]")));
+}
+
+TEST(LintBytes, NoBytesAreTooFewOrTooOdd) {
+  const Bytes dump = Dump(SoundWith("[oem-strings]\nstring = \"17[0123]\"\n"));
+  Selection everything(kDriver);
+  everything.Enable("all");
+  for (std::size_t size = 0; size < dump.size(); ++size) {
+    const auto subject = Subject::Read(Bytes(dump.begin(), dump.begin() + static_cast<long>(size)));
+    if (subject) {
+      Examine(*subject, everything);
+    }
+  }
+  for (std::size_t at = 0; at < dump.size(); ++at) {
+    for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
+      Bytes odd = dump;
+      odd[at] = static_cast<std::uint8_t>(value);
+      const auto subject = Subject::Read(odd);
+      if (subject) {
+        Examine(*subject, everything);
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tvq::lint

@@ -1,0 +1,110 @@
+/*
+ * A machine with a volume that the agent is started from.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_TESTS_UNIT_PLATFORM_AGENT_AGENT_HARNESS_H_
+#define TVQ_TESTS_UNIT_PLATFORM_AGENT_AGENT_HARNESS_H_
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "tests/unit/platform/platform_fixture.h"
+
+#include "TvqPlatformPkg/src/smbios/publication.h"
+#include "images/driver.h"
+#include "tests/unit/platform/agent/fake_volume.h"
+
+namespace tvq::test {
+
+inline std::string AsText(const Bytes& bytes) {
+  return std::string(bytes.begin(), bytes.end());
+}
+
+// A machine with a volume that the agent is started from.
+class AgentHarness {
+ public:
+  AgentHarness() : mVolume(mMachine) {}
+
+  host::Firmware& Machine() { return mMachine; }
+  FakeVolume& Files() { return mVolume; }
+
+  void LoadPlatform() {
+    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::platform)), EFI_SUCCESS);
+  }
+  void LoadDriver() {
+    LoadPlatform();
+    LoadDriverAgain();
+  }
+  // On a machine whose platform is there.
+  void LoadDriverAgain() {
+    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::driver)), EFI_SUCCESS);
+  }
+
+  // The firmware's own table, behind a 32-bit entry point.
+  void PublishFirmwareTable(const Table& table) {
+    mTable = host::MapBelow4G(table.Size());
+    std::copy(table.Bytes().begin(), table.Bytes().end(), mTable.Data());
+    mEntry = host::MapBelow4G(0x1F);
+    auto* entry = reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data());
+    std::memcpy(entry->AnchorString, "_SM_", 4);
+    entry->EntryPointLength = 0x1F;
+    entry->MajorVersion = 2;
+    entry->MinorVersion = 8;
+    std::memcpy(entry->IntermediateAnchorString, "_DMI_", 5);
+    entry->TableLength = static_cast<UINT16>(table.Size());
+    entry->TableAddress = mTable.Address32();
+    entry->NumberOfSmbiosStructures = static_cast<UINT16>(table.Count());
+    ASSERT_EQ(mMachine.BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
+              EFI_SUCCESS);
+  }
+  bool FirmwareTableIsInPlace() {
+    return ConfigurationTable(mMachine, gEfiSmbiosTableGuid) == static_cast<VOID*>(mEntry.Data());
+  }
+
+  // Runs the agent as if it had been started from the volume, with this command line.
+  EFI_STATUS RunAgent(const std::u16string& commandLine = u"TvqAgent.efi") {
+    const EFI_HANDLE image = mMachine.LoadImage(host::images::agent);
+    VOID* found = nullptr;
+    EXPECT_EQ(mMachine.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
+              EFI_SUCCESS);
+    auto* loaded = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(found);
+    mCommandLine = commandLine;
+    loaded->DeviceHandle = mHasVolume ? mVolume.Device() : nullptr;
+    loaded->LoadOptions = mCommandLine.data();
+    loaded->LoadOptionsSize = static_cast<UINT32>((mCommandLine.size() + 1) * sizeof(char16_t));
+    return mMachine.StartImage(image);
+  }
+  void RemoveVolume() { mHasVolume = false; }
+
+  std::string Report() { return mVolume.Get("\\TVQ\\report.txt"); }
+  std::string Console() {
+    return std::string(mMachine.ConsoleOutput().begin(), mMachine.ConsoleOutput().end());
+  }
+
+ private:
+  host::Firmware mMachine;
+  FakeVolume mVolume;
+  bool mHasVolume = true;
+  host::LowMapping mTable;
+  host::LowMapping mEntry;
+  std::u16string mCommandLine;
+};
+
+// Two processors and two modules that clash, and no type 225.
+inline Table ClashingServer() {
+  Table table;
+  table.Add(Bios{});
+  table.Add(System{});
+  table.Add(Processor{.designation = "SOCKET 0"});
+  table.Add(Processor{.designation = "SOCKET 1"});
+  table.Add(MemoryDevice{.locator = "DIMM 0"});
+  table.Add(MemoryDevice{.locator = "DIMM 1"});
+  table.Add(End{});
+  return table;
+}
+
+}  // namespace tvq::test
+
+#endif  // TVQ_TESTS_UNIT_PLATFORM_AGENT_AGENT_HARNESS_H_

@@ -1,0 +1,161 @@
+/*
+ * A volume with files in memory.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include <strings.h>
+
+#include "tests/unit/platform/agent/fake_volume.h"
+#include "tests/unit/shared/text.h"
+
+namespace tvq::test {
+
+// The interface comes first, so that its address is that of the handle.
+struct FakeVolume::Handle {
+  EFI_FILE_PROTOCOL interface = {};
+  FakeVolume* volume = nullptr;
+  std::string path;
+  size_t position = 0;
+};
+
+namespace {
+
+FakeVolume* gVolume = nullptr;
+
+FakeVolume::Handle& Self(EFI_FILE_PROTOCOL* interface) {
+  return *reinterpret_cast<FakeVolume::Handle*>(interface);
+}
+
+EFI_STATUS EFIAPI OpenVolume(EFI_SIMPLE_FILE_SYSTEM_PROTOCOL*, EFI_FILE_PROTOCOL** root) {
+  return gVolume->Open(root, "\\", EFI_FILE_MODE_READ, 0);
+}
+EFI_STATUS EFIAPI Open(EFI_FILE_PROTOCOL* self, EFI_FILE_PROTOCOL** opened, CHAR16* path,
+                       UINT64 mode, UINT64 attributes) {
+  return Self(self).volume->Open(opened, Utf8(path), mode, attributes);
+}
+EFI_STATUS EFIAPI Close(EFI_FILE_PROTOCOL* self) {
+  Self(self).volume->Close(&Self(self));
+  return EFI_SUCCESS;
+}
+EFI_STATUS EFIAPI Delete(EFI_FILE_PROTOCOL* self) {
+  FakeVolume& volume = *Self(self).volume;
+  volume.Delete(Self(self));
+  volume.Close(&Self(self));
+  return EFI_SUCCESS;
+}
+EFI_STATUS EFIAPI Read(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
+  return Self(self).volume->Read(Self(self), size, buffer);
+}
+EFI_STATUS EFIAPI Write(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
+  return Self(self).volume->Write(Self(self), size, buffer);
+}
+EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL*) {
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+FakeVolume::FakeVolume(host::Firmware& machine) : mMachine(machine), mFolders{"\\", "\\TVQ"} {
+  gVolume = this;
+  mFileSystem.Revision = EFI_SIMPLE_FILE_SYSTEM_PROTOCOL_REVISION;
+  mFileSystem.OpenVolume = OpenVolume;
+  EXPECT_EQ(machine.BootServices()->InstallProtocolInterface(
+                &mDevice, &gEfiSimpleFileSystemProtocolGuid, EFI_NATIVE_INTERFACE, &mFileSystem),
+            EFI_SUCCESS);
+}
+
+FakeVolume::~FakeVolume() {
+  EXPECT_TRUE(mOpen.empty()) << "a file was left open";
+  mMachine.BootServices()->UninstallProtocolInterface(mDevice, &gEfiSimpleFileSystemProtocolGuid,
+                                                      &mFileSystem);
+  gVolume = nullptr;
+}
+
+std::vector<std::string> FakeVolume::Paths() const {
+  std::vector<std::string> paths;
+  for (const auto& [path, content] : mFiles) {
+    paths.push_back(path);
+  }
+  return paths;
+}
+
+std::string FakeVolume::Spelled(const std::string& path) const {
+  for (const auto& [known, content] : mFiles) {
+    if (strcasecmp(known.c_str(), path.c_str()) == 0) {
+      return known;
+    }
+  }
+  return path;
+}
+
+EFI_STATUS FakeVolume::Open(EFI_FILE_PROTOCOL** opened, const std::string& path, UINT64 mode,
+                            UINT64 attributes) {
+  const std::string spelled = Spelled(path);
+  const bool isFolder = std::count(mFolders.begin(), mFolders.end(), spelled) != 0;
+  if (!isFolder && !Has(spelled)) {
+    const std::string folder = spelled.substr(0, std::max<size_t>(1, spelled.rfind('\\')));
+    if ((mode & EFI_FILE_MODE_CREATE) == 0 ||
+        std::count(mFolders.begin(), mFolders.end(), folder) == 0) {
+      return EFI_NOT_FOUND;
+    }
+    if ((attributes & EFI_FILE_DIRECTORY) != 0) {
+      mFolders.push_back(spelled);
+    } else {
+      mFiles[spelled] = "";
+    }
+  }
+  auto handle = std::make_unique<Handle>();
+  handle->volume = this;
+  handle->path = spelled;
+  handle->interface.Revision = EFI_FILE_PROTOCOL_REVISION;
+  handle->interface.Open = test::Open;
+  handle->interface.Close = test::Close;
+  handle->interface.Delete = test::Delete;
+  handle->interface.Read = test::Read;
+  handle->interface.Write = test::Write;
+  handle->interface.Flush = Flush;
+  *opened = &handle->interface;
+  mOpen.push_back(std::move(handle));
+  return EFI_SUCCESS;
+}
+
+void FakeVolume::Close(Handle* handle) {
+  const auto found = std::find_if(mOpen.begin(), mOpen.end(),
+                                  [&](const auto& open) { return open.get() == handle; });
+  ASSERT_NE(found, mOpen.end()) << "a file was closed twice";
+  mOpen.erase(found);
+}
+
+EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
+  if (mReadStatus != EFI_SUCCESS && handle.path == mUnreadable) {
+    return mReadStatus;
+  }
+  const std::string& content = mFiles.at(handle.path);
+  *size = std::min<size_t>(*size, content.size() - handle.position);
+  std::memcpy(buffer, content.data() + handle.position, *size);
+  handle.position += *size;
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS FakeVolume::Write(Handle& handle, UINTN* size, VOID* buffer) {
+  if (mWriteStatus != EFI_SUCCESS && (mUnwritable.empty() || handle.path == mUnwritable)) {
+    return mWriteStatus;
+  }
+  *size = std::min(*size, mWriteLimit);
+  std::string& content = mFiles.at(handle.path);
+  content.resize(std::max<size_t>(content.size(), handle.position + *size));
+  content.replace(handle.position, *size, static_cast<const char*>(buffer), *size);
+  handle.position += *size;
+  return EFI_SUCCESS;
+}
+
+void FakeVolume::Delete(const Handle& handle) {
+  mFiles.erase(handle.path);
+}
+
+}  // namespace tvq::test

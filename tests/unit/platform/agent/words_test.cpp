@@ -1,0 +1,128 @@
+/*
+ * The agent's words: file names and options.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "tests/unit/platform/platform_fixture.h"
+
+#include "TvqPlatformPkg/src/agent/file_names.h"
+#include "TvqPlatformPkg/src/agent/options.h"
+
+namespace tvq::test {
+namespace {
+
+using tvqplatform::FileNames;
+using tvqplatform::Options;
+
+class AgentFileNames : public AgentTest {
+ protected:
+  std::string Take(const char16_t* fqdd) {
+    FileNames::Name name;
+    EXPECT_TRUE(mNames.Take(fqdd == nullptr ? nullptr : Wide(fqdd), name));
+    return name.Text;
+  }
+  FileNames mNames;
+};
+
+TEST_F(AgentFileNames, KeepLettersDigitsDotsUnderscoresAndDashes) {
+  EXPECT_EQ(Take(u"DIMM.Socket.A1"), "DIMM.Socket.A1");
+  EXPECT_EQ(Take(u"aZ09._-"), "aZ09._-");
+}
+
+TEST_F(AgentFileNames, ReplaceEverythingElse) {
+  EXPECT_EQ(Take(u"a b/c\\d:e*f\"g\n"), "a_b_c_d_e_f_g_");
+  EXPECT_EQ(Take(u"\u00C4\u0141\uFF81"), "___");
+}
+
+TEST_F(AgentFileNames, CallADeviceWithoutTextARecord) {
+  EXPECT_EQ(Take(nullptr), "record");
+  EXPECT_EQ(Take(u""), "record-2");
+  EXPECT_EQ(Take(u"record"), "record-3");
+}
+
+TEST_F(AgentFileNames, NumberNamesThatAreTaken) {
+  EXPECT_EQ(Take(u"CPU.1"), "CPU.1");
+  EXPECT_EQ(Take(u"cpu.1"), "cpu.1-2");
+  EXPECT_EQ(Take(u"CPU.1-2"), "CPU.1-2-2");
+  EXPECT_EQ(Take(u"CPU.1"), "CPU.1-3");
+}
+
+TEST_F(AgentFileNames, CutLongTexts) {
+  const std::u16string longText(200, u'x');
+  EXPECT_EQ(Take(longText.c_str()), std::string(48, 'x'));
+  EXPECT_EQ(Take(longText.c_str()), std::string(48, 'x') + "-2");
+}
+
+TEST_F(AgentFileNames, ReportExhaustedMemory) {
+  Machine().Memory().FailAllocation(1, host::images::agent);
+  FileNames::Name name;
+  EXPECT_FALSE(mNames.Take(Wide(u"x"), name));
+}
+
+class AgentOptions : public AgentTest {
+ protected:
+  static Options Parse(const std::string& text) {
+    Options options;
+    tvqplatform::ParseOptions({text.data(), text.size()}, options);
+    return options;
+  }
+  // The command line as a shell hands it over, terminator included.
+  static bool ParseLine(const std::u16string& line, Options& options) {
+    return tvqplatform::ParseLoadOptions(line.c_str(), (line.size() + 1) * sizeof(char16_t),
+                                         options);
+  }
+};
+
+TEST_F(AgentOptions, AreWordsBetweenBlanksAndLineEnds) {
+  const Options options = Parse("  as-is\r\n\tpoweroff\r\n");
+  EXPECT_TRUE(options.AsIs);
+  EXPECT_TRUE(options.PowerOff);
+  EXPECT_STREQ(options.Unknown, "");
+}
+
+TEST_F(AgentOptions, AreOffWhenNothingIsSaid) {
+  const Options options = Parse("");
+  EXPECT_FALSE(options.AsIs);
+  EXPECT_FALSE(options.PowerOff);
+}
+
+TEST_F(AgentOptions, NameTheFirstUnknownWord) {
+  const Options options = Parse("as-it-is poweroff please");
+  EXPECT_FALSE(options.AsIs);
+  EXPECT_TRUE(options.PowerOff);
+  EXPECT_STREQ(options.Unknown, "as-it-is");
+  EXPECT_EQ(std::string(Parse(std::string(100, 'x')).Unknown), std::string(31, 'x'));
+}
+
+TEST_F(AgentOptions, FollowTheProgramsNameOnACommandLine) {
+  Options options;
+  EXPECT_TRUE(ParseLine(u"FS0:\\TvqAgent.efi as-is", options));
+  EXPECT_TRUE(options.AsIs);
+  EXPECT_STREQ(options.Unknown, "");
+}
+
+TEST_F(AgentOptions, MayStandAloneOnACommandLine) {
+  Options options;
+  EXPECT_TRUE(ParseLine(u"poweroff as-is", options));
+  EXPECT_TRUE(options.AsIs);
+  EXPECT_TRUE(options.PowerOff);
+}
+
+TEST_F(AgentOptions, AreNotOnACommandLineWithTheNameAlone) {
+  Options options;
+  EXPECT_FALSE(ParseLine(u"TvqAgent.efi", options));
+  EXPECT_FALSE(ParseLine(u"", options));
+  EXPECT_FALSE(tvqplatform::ParseLoadOptions(nullptr, 0, options));
+}
+
+TEST_F(AgentOptions, AreNotReadFromWhatIsNoText) {
+  Options options;
+  EXPECT_FALSE(ParseLine(u"\u8000\u1234 as-is", options));
+  const UINT8 odd[] = {'a'};
+  EXPECT_FALSE(tvqplatform::ParseLoadOptions(odd, sizeof(odd), options));
+  EXPECT_FALSE(ParseLine(std::u16string(2000, u'x') + u" as-is", options));
+  EXPECT_FALSE(options.AsIs);
+}
+
+}  // namespace
+}  // namespace tvq::test

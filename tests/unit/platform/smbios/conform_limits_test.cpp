@@ -1,0 +1,184 @@
+/*
+ * Conforming: limits, damaged tables and exhausted memory.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <random>
+
+#include "tests/unit/platform/platform_fixture.h"
+
+namespace tvq::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using tvqplatform::ConformResult;
+
+using ConformLimits = AgentTest;
+
+// A structure of type 221 that is `size` bytes large with its strings.
+Structure Filler(size_t size) {
+  return Structure{221, std::nullopt, {}, {std::string(size - 4 - 2, 'x')}};
+}
+
+// A table of exactly `size` bytes that needs a map, and has room for none in its devices.
+Bytes TableOfSize(size_t size) {
+  Table table;
+  table.Add(System{.handle = 0x100});
+  table.Add(Filler(size - table.Size()));
+  EXPECT_EQ(table.Size(), size);
+  return table.Bytes();
+}
+
+constexpr size_t kMapWithoutGroups = 5 + 2;
+
+TEST_F(ConformLimits, FillsATableUpTo65535Bytes) {
+  const Conformed conformed = Conform(TableOfSize(65535 - kMapWithoutGroups));
+  EXPECT_EQ(conformed.result, ConformResult::kChanged);
+  EXPECT_EQ(conformed.table.size(), 65535u);
+}
+
+TEST_F(ConformLimits, RefusesALargerResultAndKeepsTheTable) {
+  const Bytes table = TableOfSize(65535 - kMapWithoutGroups + 1);
+  const Conformed conformed = Conform(table);
+  EXPECT_EQ(conformed.result, ConformResult::kTooLarge);
+  EXPECT_EQ(conformed.table, table);
+  EXPECT_THAT(conformed.changes, ElementsAre());
+  EXPECT_EQ(AgentBlocks(), 0u);
+}
+
+TEST_F(ConformLimits, RefusesATableThatIsTooLargeAlready) {
+  EXPECT_EQ(Conform(TableOfSize(65536)).result, ConformResult::kTooLarge);
+}
+
+TEST_F(ConformLimits, SaysWhyItRefuses) {
+  for (const ConformResult result : {ConformResult::kTooLarge, ConformResult::kTooManyProcessors,
+                                     ConformResult::kTooManyModules, ConformResult::kTooManyStrings,
+                                     ConformResult::kNoUnusedHandle, ConformResult::kOutOfMemory}) {
+    EXPECT_TRUE(tvqplatform::IsRefused(result));
+    EXPECT_GT(std::string(tvqplatform::ConformResultText(result)).size(), 10u);
+  }
+  EXPECT_THAT(tvqplatform::ConformResultText(ConformResult::kTooLarge), HasSubstr("65,535"));
+  EXPECT_FALSE(tvqplatform::IsRefused(ConformResult::kUnchanged));
+  EXPECT_FALSE(tvqplatform::IsRefused(ConformResult::kChanged));
+}
+
+Table ServerToConform() {
+  Table table;
+  table.Add(System{});
+  for (int i = 0; i < 3; ++i) {
+    table.Add(Processor{.designation = "SOCKET"});
+    table.Add(MemoryDevice{.locator = "same"});
+  }
+  return table;
+}
+
+// Conformed to the end, a table needs nothing more.
+void ExpectStable(const Bytes& table, const std::string& what) {
+  const Conformed first = Conform(table);
+  if (tvqplatform::IsRefused(first.result)) {
+    EXPECT_EQ(first.table, table) << what;
+    return;
+  }
+  const Conformed second = Conform(first.table);
+  EXPECT_EQ(second.result, ConformResult::kUnchanged) << what;
+  EXPECT_EQ(second.table, first.table) << what;
+}
+
+TEST_F(ConformLimits, TakesATableThatIsCutAnywhere) {
+  Bytes table = ServerToConform().Bytes();
+  while (!table.empty()) {
+    table.pop_back();
+    ExpectStable(table, "cut to " + std::to_string(table.size()) + " bytes");
+  }
+}
+
+TEST_F(ConformLimits, EndsALastStructureThatWasCutOff) {
+  Table table;
+  table.Add(Processor{.handle = 0x400});
+  table.Add(System{.handle = 0x100});
+  table.Chop(2);
+  const Conformed conformed = Conform(table.Bytes());
+  EXPECT_EQ(conformed.result, ConformResult::kChanged);
+  const std::vector<FoundStructure> structures = Parse(conformed.table);
+  ASSERT_EQ(structures.size(), 3u);
+  EXPECT_EQ(structures[1].strings.size(), 6u);
+  EXPECT_EQ(structures[2].type, 225);
+  ASSERT_FALSE(conformed.changes.empty());
+  EXPECT_EQ(conformed.changes[0], "type 1, handle 0x0100: was cut off and is ended");
+}
+
+TEST_F(ConformLimits, EndsAFormattedPartThatWasCutOff) {
+  Table table;
+  table.Add(Processor{.handle = 0x400});
+  const size_t whole = table.Size();
+  table.Add(System{.handle = 0x100});
+  table.Chop(table.Size() - whole - 8);
+  const std::vector<FoundStructure> structures = Parse(Conform(table.Bytes()).table);
+  ASSERT_EQ(structures.size(), 3u);
+  EXPECT_EQ(structures[1].formatted.size(), 8u);
+  EXPECT_EQ(structures[2].type, 225);
+}
+
+TEST_F(ConformLimits, NamesADeviceThatWasCutOff) {
+  Table table;
+  table.Add(FqddMap{});
+  table.Add(MemoryDevice{.handle = 0x1100, .locator = "same"});
+  table.Add(MemoryDevice{.handle = 0x1101, .locator = "same"});
+  table.Chop(2);
+  const Conformed conformed = Conform(table.Bytes());
+  EXPECT_THAT(Locators(conformed.table), ElementsAre("DIMM_A1", "DIMM_A2"));
+  EXPECT_THAT(conformed.changes,
+              testing::Contains("type 17, handle 0x1101: was cut off and is ended"));
+}
+
+TEST_F(ConformLimits, TakesEveryLengthByte) {
+  const Bytes table = ServerToConform().Bytes();
+  for (size_t at = 1, next = 0; at < table.size(); at = next + 1) {
+    for (const unsigned length : {0u, 1u, 3u, 4u, 5u, 0x10u, 0x11u, 0x13u, 255u}) {
+      Bytes damaged = table;
+      damaged[at] = static_cast<uint8_t>(length);
+      ExpectStable(damaged, "length " + std::to_string(length) + " at " + std::to_string(at));
+    }
+    // The structure that follows, by a plain search.
+    next = at - 1 + table[at];
+    while (next + 1 < table.size() && (table[next] != 0 || table[next + 1] != 0)) {
+      ++next;
+    }
+    next += 2;
+  }
+}
+
+TEST_F(ConformLimits, TakesBytesOfAnyKind) {
+  std::mt19937 random(1);
+  for (int round = 0; round < 300; ++round) {
+    Bytes noise(random() % 600);
+    for (uint8_t& byte : noise) {
+      // Many zeros and many of the types that count, so that structures come about.
+      const uint8_t likely[] = {0, 0, 0, 4, 17, 127, 1, 0x20};
+      byte =
+          random() % 2 == 0 ? likely[random() % std::size(likely)] : static_cast<uint8_t>(random());
+    }
+    ExpectStable(noise, "round " + std::to_string(round));
+  }
+}
+
+TEST_F(ConformLimits, SurvivesEveryFailedAllocation) {
+  const Bytes table = ServerToConform().Bytes();
+  bool succeeded = false;
+  for (uint64_t n = 1; !succeeded && n < 1000; ++n) {
+    Machine().Memory().FailAllocation(n, host::images::agent);
+    const Conformed conformed = Conform(table);
+    succeeded = Machine().Memory().FailedAllocations() < n;
+    Machine().Memory().StopFailing();
+    if (!succeeded) {
+      EXPECT_EQ(conformed.result, ConformResult::kOutOfMemory) << n;
+      EXPECT_EQ(conformed.table, table) << n;
+    }
+    EXPECT_EQ(AgentBlocks(), 0u) << n;
+  }
+  EXPECT_TRUE(succeeded);
+}
+
+}  // namespace
+}  // namespace tvq::test
