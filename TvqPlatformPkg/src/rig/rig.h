@@ -29,6 +29,10 @@ EFI_STATUS AddNames();
 /// that whoever reads the former table is found out. Says from where to where it moved.
 EFI_STATUS MoveTable();
 
+/// Asks the driver about a record whose signature is wrong, and says how it answered. Where assertions are
+/// enabled, one fails.
+EFI_STATUS FailAssertion();
+
 /// Reads a byte outside a block of pool at either end. Firmware with a heap guard stops at one of them.
 EFI_STATUS ReadOutside();
 
