@@ -94,7 +94,7 @@ class StructureFormatter {
 
   std::string Run(Version version) {
     const std::size_t end = EndOfNamed();
-    if (!StringsComeInOrder(end)) {
+    if (!StringsComeInOrder()) {
       AddStringsFrom(0);
     }
     for (const Field& field : mLayout.fields) {
@@ -130,31 +130,13 @@ class StructureFormatter {
     return end;
   }
 
-  // The offsets of all string numbers, in the order in which they are written.
-  std::vector<std::size_t> StringOffsets(std::size_t end) const {
-    std::vector<std::size_t> offsets;
-    for (const Field& field : mLayout.fields) {
-      if (field.kind == FieldKind::kString && IsNamed(field)) {
-        offsets.push_back(field.offset);
-      }
-    }
-    for (std::size_t at = mLayout.group.offset; at < end;) {
-      for (const FieldKind part : mLayout.group.parts) {
-        if (part == FieldKind::kString) {
-          offsets.push_back(at);
-        }
-        at += WidthOf(part);
-      }
-    }
-    return offsets;
-  }
-
   // Whether strings that are added where they are first named get the numbers that they have.
-  bool StringsComeInOrder(std::size_t end) const {
+  bool StringsComeInOrder() const {
     std::size_t known = 0;
-    for (const std::size_t offset : StringOffsets(end)) {
-      const std::size_t number = *At(offset);
-      if (number > mStructure.strings.size() || number <= known) {
+    for (const NamedValue& value : NamedValues(mStructure)) {
+      const std::size_t number = *At(value.offset);
+      if (value.kind != FieldKind::kString || number > mStructure.strings.size() ||
+          number <= known) {
         continue;
       }
       if (number != known + 1) {

@@ -82,6 +82,26 @@ bool Layout::IsMoved(const Field& field, const std::uint8_t* body, std::size_t b
          body[tail.countOffset] != 0;
 }
 
+std::vector<NamedValue> NamedValues(const StructureView& structure) {
+  const Layout& layout = LayoutOf(structure.Type());
+  std::vector<NamedValue> values;
+  for (const Field& field : layout.fields) {
+    if (field.End() <= structure.bodySize &&
+        !layout.IsMoved(field, structure.body, structure.bodySize)) {
+      values.push_back({field.name, field.offset, field.kind});
+    }
+  }
+  const std::size_t width = layout.group.Width();
+  std::size_t at = layout.group.offset;
+  while (width != 0 && at + width <= structure.bodySize) {
+    for (const FieldKind part : layout.group.parts) {
+      values.push_back({layout.group.name, at, part});
+      at += WidthOf(part);
+    }
+  }
+  return values;
+}
+
 const Layout& LayoutOf(std::uint8_t type) {
   static const std::vector<Layout> kUnnamed = MakeUnnamedLayouts();
   for (const Layout& layout : Layouts()) {

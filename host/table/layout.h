@@ -77,6 +77,19 @@ struct Layout {
   bool IsMoved(const Field& field, const std::uint8_t* body, std::size_t bodySize) const;
 };
 
+struct StructureView;
+
+// A value of a structure that has a name; offsets count from the header.
+struct NamedValue {
+  std::string_view name;
+  std::size_t offset;
+  FieldKind kind;
+};
+
+// The values that the structure is long enough for: the fields that are in their place, then the
+// groups.
+std::vector<NamedValue> NamedValues(const StructureView& structure);
+
 // Every type that has named fields, in the order of their numbers.
 const std::vector<Layout>& Layouts();
 // The layout of any type; one without fields for those that have no names.

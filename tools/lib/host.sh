@@ -26,13 +26,12 @@ ConfigureHost() {
   Configuration "$1" >"$folder/.configuration"
 }
 
-# BuildHost TREE TARGET...: targets of the tree build/TREE; silent when there is next to nothing to do.
+# BuildHost TREE TARGET: a target of the tree build/TREE; silent when there is next to nothing to do.
 BuildHost() {
-  local tree="$1" folder="$BUILD/$1"
-  shift
+  local tree="$1" target="$2" folder="$BUILD/$1"
   Lock "$folder.lock"
   Configured "$tree" || Step "Configuring build/$tree" "host-$tree-configure" ConfigureHost "$tree"
-  StepIfSlow "Building build/$tree" "host-$tree" ninja -C "$folder" -j "$JOBS" "$@"
+  StepIfSlow "Building build/$tree" "host-$tree" ninja -C "$folder" -j "$JOBS" "$target"
   Unlock
 }
 

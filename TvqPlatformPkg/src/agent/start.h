@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_START_H_
 #define TVQ_PLATFORM_AGENT_START_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 #include "../support/loaded_image.h"
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_STORED_DATA_H_
 #define TVQ_PLATFORM_STORED_DATA_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <IndustryStandard/TvqBlob.h>
 
 #include "../support/growing_array.h"

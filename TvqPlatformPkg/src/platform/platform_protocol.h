@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_PLATFORM_PROTOCOL_H_
 #define TVQ_PLATFORM_PLATFORM_PROTOCOL_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <Protocol/TvqPlatform.h>
 
 namespace tvqplatform {

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_GROWING_ARRAY_H_
 #define TVQ_PLATFORM_GROWING_ARRAY_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvqplatform {
 

@@ -8,7 +8,7 @@
 #ifndef TVQ_PLATFORM_TEXT_H_
 #define TVQ_PLATFORM_TEXT_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvqplatform {
 

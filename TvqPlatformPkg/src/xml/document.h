@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_XML_DOCUMENT_H_
 #define TVQ_PLATFORM_XML_DOCUMENT_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <Protocol/XmlParser.h>
 
 namespace tvqplatform {

@@ -6,7 +6,7 @@
 
 #include "pool.h"
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_TEST_CHECK_H_
 #define TVQ_PLATFORM_TEST_CHECK_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvqtest {
 

@@ -8,7 +8,7 @@
 #ifndef TVQ_BUILDERS_H_
 #define TVQ_BUILDERS_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvq {
 

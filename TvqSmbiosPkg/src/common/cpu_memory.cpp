@@ -14,7 +14,7 @@ extern "C" {
 
 #include "../smbios/structure.h"
 #include "../smbios/table_index.h"
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

@@ -10,7 +10,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../smbios/structure.h"
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_DIMM_EXTENSION_H_
 #define TVQ_DIMM_EXTENSION_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvq {
 

@@ -6,7 +6,7 @@
 
 #include "record.h"
 
-#include "../text.h"
+#include "../support/text.h"
 
 namespace tvq {
 

@@ -7,10 +7,10 @@
 #ifndef TVQ_SYSTEM_ENTRIES_H_
 #define TVQ_SYSTEM_ENTRIES_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 #include "../smbios/structure.h"
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

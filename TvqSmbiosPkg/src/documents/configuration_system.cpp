@@ -6,7 +6,7 @@
 
 #include "configuration.h"
 
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

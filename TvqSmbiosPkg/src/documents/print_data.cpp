@@ -8,7 +8,7 @@
 
 #include <Library/ZorvLib.h>
 
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

@@ -6,7 +6,7 @@
 
 #include "xml_writer.h"
 
-#include "../text.h"
+#include "../support/text.h"
 
 namespace tvq {
 

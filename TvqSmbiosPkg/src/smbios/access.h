@@ -12,8 +12,9 @@
 #ifndef TVQ_SMBIOS_ACCESS_H_
 #define TVQ_SMBIOS_ACCESS_H_
 
-#include <TvqCpp.h>
-#include <Library/SmbiosTableLib.h>
+#include <Library/TvqCpp.h>
+
+#include "../support/bytes.h"
 
 namespace tvq {
 
@@ -31,7 +32,7 @@ inline bool HasHeader(const Span<UINT8>& table, const UINT8* structure) {
 
 /// Handle in a structure's header.
 inline UINT16 HandleOf(const UINT8* structure) {
-  return smbios::Read16(structure + 2);
+  return Read16(structure + 2);
 }
 
 /// The 32-bit entry point (SMBIOS 5.2.1); null until it is found and after ReleaseSmbiosState.

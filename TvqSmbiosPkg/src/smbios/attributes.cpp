@@ -16,7 +16,7 @@ extern "C" {
 
 #include <Library/ZorvLib.h>
 
-#include "../text.h"
+#include "../support/text.h"
 #include "structure.h"
 
 namespace tvq {

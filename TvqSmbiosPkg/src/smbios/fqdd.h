@@ -7,7 +7,7 @@
 #ifndef TVQ_SMBIOS_FQDD_H_
 #define TVQ_SMBIOS_FQDD_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvq {
 

@@ -9,7 +9,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../documents/blobs.h"
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

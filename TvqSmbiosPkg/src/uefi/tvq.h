@@ -7,10 +7,10 @@
 #ifndef TVQ_OPERATIONS_H_
 #define TVQ_OPERATIONS_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
-#include "containing.h"
+#include "../support/containing.h"
 
 namespace tvq {
 

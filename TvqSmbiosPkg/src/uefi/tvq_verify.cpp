@@ -11,7 +11,7 @@
 #include <Protocol/TvqManagement.h>
 
 #include "../common/cpu_dimm.h"
-#include "../log.h"
+#include "../support/log.h"
 
 namespace tvq {
 

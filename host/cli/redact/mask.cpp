@@ -23,13 +23,13 @@ constexpr unsigned kFewestRounds = 64;
 constexpr unsigned kRoundsForEachCharacter = 36;
 
 // Characters that stand for each other: the hexadecimal letters are a class of their own, so that a
-// hexadecimal number stays one.
+// hexadecimal number stays one. Blanks and punctuation stay.
 struct Class {
   unsigned char first;
   unsigned char last;
 };
-constexpr Class kClasses[] = {{'0', '9'}, {'A', 'F'}, {'G', 'Z'},
-                              {'a', 'f'}, {'g', 'z'}, {0xA1, 0xFF}};
+constexpr Class kClasses[] = {{'0', '9'}, {'A', 'F'},   {'G', 'Z'},   {'a', 'f'},
+                              {'g', 'z'}, {0x01, 0x1F}, {0x7F, 0xA0}, {0xA1, 0xFF}};
 
 const Class* ClassOf(unsigned char character) {
   const auto* const found = std::find_if(
@@ -77,6 +77,14 @@ bool NamesNothing(std::string_view text) {
       std::all_of(plain.begin(), plain.end(), [&plain](char one) { return one == plain[0]; });
   return isOneCharacter || std::find(std::begin(kPlaceholders), std::end(kPlaceholders), plain) !=
                                std::end(kPlaceholders);
+}
+
+// The number of a tag such as "22[" with its bracket, or the first character.
+std::size_t LengthOfTag(std::string_view text) {
+  constexpr std::size_t kLongestNumber = 3;
+  const std::size_t number = std::min(text.find_first_not_of("0123456789"), text.size());
+  const bool isTag = number <= kLongestNumber && number < text.size() && text[number] == '[';
+  return isTag ? number + 1 : std::min<std::size_t>(1, text.size());
 }
 
 // A pseudorandom function of the key, a round and a text.
@@ -176,18 +184,23 @@ std::string Masker::Mask(std::string_view text) const {
 std::string Masker::MaskOemString(std::string_view text) const {
   const std::size_t tag = text.find(kPpinTag);
   if (tag != std::string_view::npos) {
-    const std::size_t value = tag + kPpinTag.size();
-    const std::string_view rest = text.substr(value);
-    return std::string(text.substr(0, value)) + Mask(rest.substr(0, kPpinSize)) +
+    const std::string_view rest = text.substr(tag + kPpinTag.size());
+    return MaskUntagged(text.substr(0, tag)) + std::string(kPpinTag) +
+           Mask(rest.substr(0, kPpinSize)) +
            (rest.size() > kPpinSize ? Mask(rest.substr(kPpinSize)) : "");
   }
-  // All up to the last bracket counts as a tag, so that none comes about by chance.
-  const std::size_t bracket = text.rfind('[');
-  const std::size_t kept = bracket == std::string_view::npos ? 1 : bracket + 1;
-  if (text.size() <= kept || NamesNothing(text)) {
-    return std::string(text);
-  }
-  return std::string(text.substr(0, kept)) + Mask(text.substr(kept));
+  return NamesNothing(text) ? std::string(text) : MaskUntagged(text);
+}
+
+// Masks are masked until there is no tag in them that came about by chance: the original has none,
+// and a permutation comes back to it in the end.
+std::string Masker::MaskUntagged(std::string_view text) const {
+  const std::string kept(text.substr(0, LengthOfTag(text)));
+  std::string masked(text.substr(kept.size()));
+  do {
+    masked = Mask(masked);
+  } while ((kept + masked).find(kPpinTag) != std::string::npos);
+  return kept + masked;
 }
 
 std::vector<uint8_t> Masker::MaskUuid(const std::vector<uint8_t>& bytes) const {

@@ -26,13 +26,14 @@ class Masker {
   std::string Mask(std::string_view text) const;
 
   // The value of an OEM string, behind its tag: the driver finds processors' numbers behind "17[".
-  // Tags and the first character, at which the driver looks too, stay as they are.
+  // The number of a tag, and the first character, at which the driver looks too, stay as they are.
   std::string MaskOemString(std::string_view text) const;
 
   // 16 bytes, masked as the 32 lower-case digits that a document spells them with.
   std::vector<uint8_t> MaskUuid(const std::vector<uint8_t>& bytes) const;
 
  private:
+  std::string MaskUntagged(std::string_view text) const;
   std::string Permute(std::string_view text, std::string_view context) const;
 
   std::vector<uint8_t> mKey;

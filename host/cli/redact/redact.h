@@ -29,9 +29,10 @@ void AddRedact(CLI::App& app, RedactOptions& options);
 std::optional<Masker> MakeMasker(const RedactOptions& options);
 
 // Masks a structure table in place: the numbers and tags that name the machine or a part, OEM
-// strings, every other text that repeats one of them, and what makers keep in structures of their
-// own. Nothing changes its place or its length, and the driver's names stay.
-void RedactTable(std::vector<uint8_t>& structures, const Masker& masker);
+// strings, every other text that repeats one of them, and whatever has no name in the source form.
+// Nothing changes its place or its length, and the driver's names stay. Returns how many bytes at
+// the end were no structures and had to be blanked.
+std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker);
 
 // Masks the blobs of a file in place, damaged ones too.
 void RedactBlobs(std::vector<uint8_t>& file, const Masker& masker);
@@ -39,8 +40,8 @@ void RedactBlobs(std::vector<uint8_t>& file, const Masker& masker);
 // Whether the text of this element of a document names the machine or a part.
 bool IsSecretElement(std::string_view name);
 
-// Whether the value of this field does, as host/table names type and field.
-bool IsSecretField(uint8_t type, std::string_view field);
+// Whether the value of a field of this name does, as host/table names fields.
+bool IsSecretField(std::string_view field);
 
 }  // namespace tvq::cli
 

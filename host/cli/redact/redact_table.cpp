@@ -1,207 +1,315 @@
 /*
  * --redact for a structure table.
  *
+ * What leaves is what is known to be no secret: the named values of known types. All else is masked
+ * where it is a text and blanked where it is not, and nothing changes its place or its length, so
+ * that every reader walks on as before.
+ *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "host/cli/redact/redact.h"
+#include "host/cli/redact/secret_list.h"
 #include "host/table/layout.h"
+#include "host/table/structure_view.h"
 
 namespace tvq::cli {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using table::Bytes;
+using table::FieldKind;
+using table::NamedValue;
+using table::StructureView;
 
-constexpr std::size_t kHeaderSize = 4;
+constexpr uint8_t kSystem = 1;
+constexpr uint8_t kProcessor = 4;
 constexpr uint8_t kOemStrings = 11;
-constexpr uint8_t kFirstOemType = 128;
+constexpr uint8_t kMemoryDevice = 17;
 constexpr uint8_t kFqddMap = 225;
 constexpr uint8_t kDimmExtension = 226;
-constexpr std::size_t kUuidSize = 16;
-// Shorter numbers also occur by chance in other texts.
-constexpr std::size_t kShortestRepeated = 5;
 
-struct SecretField {
-  uint8_t type;
-  std::size_t offset;
-};
-// A battery has no layout (SMBIOS 7.23).
-constexpr SecretField kOtherFields[] = {{22, 0x07}};
+// Types that the standard does not define yet.
+constexpr uint8_t kFirstUndefined = 47;
+constexpr uint8_t kLastUndefined = 125;
+
+constexpr std::size_t kUuidSize = 16;
+constexpr std::size_t kFqddFormat = 0x04;
+constexpr uint8_t kKnownFqddFormat = 1;
 
 // The driver takes these texts for the names of devices.
-constexpr SecretField kNames[] = {{4, 0x04}, {17, 0x10}};
+constexpr std::pair<uint8_t, std::size_t> kNames[] = {{kProcessor, 0x04}, {kMemoryDevice, 0x10}};
 
-// A piece of text in the table.
-struct Text {
-  std::size_t at = 0;
-  std::size_t size = 0;
+// What a string is, as the fields say that lead to it. The later one counts.
+enum class Role {
+  kUnknown,
+  kShown,
+  kSecret,
 };
 
-// A structure, also one that is too short; its strings end where the table does.
-struct Structure {
-  std::size_t at = 0;
-  std::size_t bodySize = 0;
-  std::size_t end = 0;
-  std::vector<Text> strings;
-};
-
-std::string TextOf(const Bytes& bytes, const Text& text) {
-  const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(text.at);
-  return std::string(start, start + static_cast<std::ptrdiff_t>(text.size));
+bool IsPrintable(uint8_t byte) {
+  return byte >= ' ' && byte <= '~';
 }
 
-void Replace(Bytes& bytes, std::size_t at, const std::string& text) {
-  std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+bool HasControls(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char one) { return one > 0 && one < ' '; });
 }
 
-// The structure at `at`, which leaves room for a header.
-Structure StructureAt(const Bytes& bytes, std::size_t at) {
-  Structure structure = {at, std::min<std::size_t>(bytes[at + 1], bytes.size() - at), 0, {}};
-  std::size_t start = at + structure.bodySize;
-  while (start < bytes.size() && bytes[start] != 0) {
-    const auto nul = std::find(bytes.begin() + static_cast<std::ptrdiff_t>(start), bytes.end(), 0);
-    const auto end = static_cast<std::size_t>(nul - bytes.begin());
-    // Where the length is that of no header, the first strings would be the header itself.
-    structure.strings.push_back({start, start < at + kHeaderSize ? 0 : end - start});
-    start = end + 1;
+// An empty string ends the strings of a structure for every reader. The text behind one is then read
+// as a structure, which begins with its first four characters.
+bool BeginsAsText(const StructureView& structure) {
+  return std::all_of(structure.body, structure.body + table::kHeaderSize, IsPrintable);
+}
+
+bool HasControls(const StructureView& structure) {
+  return std::any_of(structure.strings.begin(), structure.strings.end(),
+                     [](std::string_view text) { return HasControls(text); });
+}
+
+// Whether values that would be shown spell a text: a length that lies has taken in strings.
+bool SpellsText(const StructureView& structure) {
+  constexpr std::ptrdiff_t kShortestText = 4;
+  std::vector<bool> isText(structure.bodySize);
+  for (const NamedValue& value : table::NamedValues(structure)) {
+    for (std::size_t at = value.offset; at < value.offset + WidthOf(value.kind); ++at) {
+      isText[at] = !IsSecretField(value.name) && IsPrintable(structure.body[at]);
+    }
   }
-  // A structure without strings has two NULs behind its body.
-  structure.end = std::min(start + (structure.strings.empty() ? 2 : 1), bytes.size());
-  return structure;
+  return std::search_n(isText.begin(), isText.end(), kShortestText, true) != isText.end();
+}
+
+// Whether a structure of a known type is what it seems to be, behind one that was not: its string
+// numbers lead to strings, and where it has none, its length is one that the standard knows.
+bool IsSound(const StructureView& structure) {
+  bool hasStrings = false;
+  for (const NamedValue& value : table::NamedValues(structure)) {
+    if (value.kind == FieldKind::kString) {
+      hasStrings = true;
+      if (structure.body[value.offset] > structure.strings.size()) {
+        return false;
+      }
+    }
+  }
+  const table::Layout& layout = table::LayoutOf(structure.Type());
+  return hasStrings || layout.StandardSize({2, 0}) == structure.bodySize ||
+         std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
+           return layout.StandardSize(field.since) == structure.bodySize;
+         });
 }
 
 class TableRedaction {
  public:
-  TableRedaction(Bytes& bytes, const Masker& masker) : mBytes(bytes), mMasker(masker) {}
-
-  void Run() {
-    std::size_t at = 0;
-    while (mBytes.size() - at >= kHeaderSize) {
-      mStructures.push_back(StructureAt(mBytes, at));
-      at = mStructures.back().end;
-    }
-    for (const Structure& structure : mStructures) {
-      MaskStructure(structure);
-    }
-    for (const Structure& structure : mStructures) {
-      MaskRepeated(structure);
+  TableRedaction(Bytes& bytes, const Masker& masker, SecretList& secrets)
+      : mBytes(bytes), mMasker(masker), mSecrets(secrets), mStructures(table::SplitTable(bytes)) {
+    bool isDoubtful = false;
+    for (const StructureView& structure : mStructures) {
+      const bool isMisread =
+          BeginsAsText(structure) || (structure.Type() != kFqddMap && SpellsText(structure));
+      const bool isKnown = HasNames(structure) && !isMisread && (!isDoubtful || IsSound(structure));
+      (isKnown ? mKnown : mUnknown).push_back(structure);
+      isDoubtful = isMisread || HasControls(structure) || (isDoubtful && !isKnown);
     }
   }
 
- private:
-  void MaskStructure(const Structure& structure) {
-    const uint8_t type = mBytes[structure.at];
-    if (type == kOemStrings) {
-      for (const Text& text : structure.strings) {
-        Replace(mBytes, text.at, mMasker.MaskOemString(TextOf(mBytes, text)));
-      }
-    } else if (type >= kFirstOemType) {
-      MaskMakersOwn(structure, type);
-    } else {
-      MaskFields(structure, type);
+  void MaskSecrets() {
+    for (const StructureView& structure : mKnown) {
+      MaskKnown(structure);
+    }
+    for (const StructureView& structure : mUnknown) {
+      MaskUnknown(structure);
     }
   }
 
-  // Nothing is known about it.
-  void MaskMakersOwn(const Structure& structure, uint8_t type) {
-    if (type == kFqddMap || type == kDimmExtension) {
-      return;
-    }
-    const std::size_t body = std::min(structure.at + kHeaderSize, mBytes.size());
-    const std::size_t end = std::max(body, structure.at + structure.bodySize);
-    std::fill(mBytes.begin() + static_cast<std::ptrdiff_t>(body),
-              mBytes.begin() + static_cast<std::ptrdiff_t>(end), uint8_t{0});
-    for (const Text& text : structure.strings) {
-      MaskText(text);
-    }
-  }
-
-  void MaskFields(const Structure& structure, uint8_t type) {
-    for (const table::Field& field : table::LayoutOf(type).fields) {
-      if (!IsSecretField(type, field.name) || field.End() > structure.bodySize) {
-        continue;
-      }
-      if (field.kind == table::FieldKind::kUuid) {
-        MaskUuid(structure.at + field.offset);
-      } else {
-        MaskString(structure, field.offset);
-      }
-    }
-    for (const SecretField& field : kOtherFields) {
-      if (field.type == type && field.offset < structure.bodySize) {
-        MaskString(structure, field.offset);
-      }
-    }
-  }
-
-  void MaskUuid(std::size_t at) {
-    const auto start = mBytes.begin() + static_cast<std::ptrdiff_t>(at);
-    const Bytes masked = mMasker.MaskUuid(Bytes(start, start + kUuidSize));
-    std::copy(masked.begin(), masked.end(), start);
-  }
-
-  void MaskString(const Structure& structure, std::size_t offset) {
-    const uint8_t number = mBytes[structure.at + offset];
-    if (number != 0 && number <= structure.strings.size()) {
-      MaskText(structure.strings[number - 1u]);
-    }
-  }
-
-  // Once, also where two fields share a string.
-  void MaskText(const Text& text) {
-    if (std::find(mMasked.begin(), mMasked.end(), text.at) != mMasked.end()) {
-      return;
-    }
-    const std::string original = TextOf(mBytes, text);
-    const std::string mask = mMasker.Mask(original);
-    Replace(mBytes, text.at, mask);
-    mMasked.push_back(text.at);
-    if (original.size() >= kShortestRepeated && mask != original) {
-      mSecrets.emplace_back(original, mask);
-    }
-  }
-
-  bool IsName(const Structure& structure, std::size_t index) const {
-    return std::any_of(std::begin(kNames), std::end(kNames), [&](const SecretField& name) {
-      return mBytes[structure.at] == name.type && name.offset < structure.bodySize &&
-             mBytes[structure.at + name.offset] == index + 1;
-    });
-  }
-
-  void MaskRepeated(const Structure& structure) {
-    for (std::size_t i = 0; i < structure.strings.size(); ++i) {
-      const Text& text = structure.strings[i];
-      if (IsName(structure, i) ||
-          std::find(mMasked.begin(), mMasked.end(), text.at) != mMasked.end()) {
-        continue;
-      }
-      const std::string original = TextOf(mBytes, text);
-      for (const auto& [secret, mask] : mSecrets) {
-        for (std::size_t at = 0; (at = original.find(secret, at)) != std::string::npos;
-             at += secret.size()) {
-          Replace(mBytes, text.at + at, mask);
+  // Once all secrets are known.
+  void MaskRepeats() {
+    for (const StructureView& structure : mKnown) {
+      const std::vector<Role> roles = RolesOf(structure);
+      for (std::size_t i = 0; i < roles.size(); ++i) {
+        if (roles[i] == Role::kShown && !IsName(structure, i + 1)) {
+          const std::string_view text = structure.strings[i];
+          Put(text, mSecrets.WithMasks(std::string(text)));
         }
       }
     }
   }
 
+  // What cannot be read as structures may be anything, and every reader makes something else of it:
+  // the driver finds strings in a structure that the table cuts, and goes on behind a length that
+  // is that of no header; the source form has the bytes. None of them finds an end of strings, a
+  // text, or a handle that it would look for in bytes of FFh, and a handle of FFFFh ends the
+  // driver's walk. Padding hides nothing and stays.
+  std::size_t BlankRest() {
+    const std::size_t end =
+        mStructures.empty() ? 0 : mStructures.back().offset + mStructures.back().totalSize;
+    const auto rest = mBytes.begin() + static_cast<std::ptrdiff_t>(end);
+    const bool isPadding = std::all_of(rest, mBytes.end(), [&](uint8_t byte) {
+      return byte == *rest && (byte == 0 || byte == 0xFF);
+    });
+    if (isPadding) {
+      return 0;
+    }
+    std::fill(rest, mBytes.end(), uint8_t{0xFF});
+    return mBytes.size() - end;
+  }
+
+ private:
+  // Whether the names of the layout are those of this structure. Other makers have types 225 and 226
+  // of their own.
+  bool HasNames(const StructureView& structure) const {
+    if (structure.Type() == kFqddMap || structure.Type() == kDimmExtension) {
+      return NamesDevice(structure);
+    }
+    return !table::LayoutOf(structure.Type()).name.empty();
+  }
+
+  // Whether a handle in it is that of a device of this table.
+  bool NamesDevice(const StructureView& structure) const {
+    const std::vector<NamedValue> values = table::NamedValues(structure);
+    return std::any_of(values.begin(), values.end(), [&](const NamedValue& value) {
+      return value.kind == FieldKind::kHandle &&
+             std::any_of(mStructures.begin(), mStructures.end(), [&](const StructureView& other) {
+               return other.Handle() == structure.Word(value.offset) &&
+                      (other.Type() == kSystem || other.Type() == kProcessor ||
+                       other.Type() == kMemoryDevice);
+             });
+    });
+  }
+
+  void MaskKnown(const StructureView& structure) {
+    const std::vector<Role> roles = RolesOf(structure);
+    for (std::size_t i = 0; i < roles.size(); ++i) {
+      MaskString(structure.strings[i], structure.Type(), roles[i]);
+    }
+    std::vector<bool> isNamed(structure.bodySize);
+    for (const NamedValue& value : table::NamedValues(structure)) {
+      std::fill_n(isNamed.begin() + static_cast<std::ptrdiff_t>(value.offset), WidthOf(value.kind),
+                  true);
+      if (IsSecretField(value.name)) {
+        MaskValue(structure.offset + value.offset, value.kind);
+      }
+    }
+    for (std::size_t at = table::kHeaderSize; at < structure.bodySize; ++at) {
+      if (!isNamed[at]) {
+        mBytes[structure.offset + at] = 0;
+      }
+    }
+  }
+
+  // Nothing is known about it.
+  void MaskUnknown(const StructureView& structure) {
+    for (const std::string_view text : structure.strings) {
+      MaskString(text, structure.Type(), Role::kUnknown);
+    }
+    const std::size_t kept = KeptOf(structure);
+    Blank(structure.offset + kept, structure.bodySize - kept);
+    if (BeginsAsText(structure) && structure.Type() >= kFirstUndefined &&
+        structure.Type() <= kLastUndefined) {
+      MaskHeader(structure);
+    }
+  }
+
+  // The driver does not start where a structure of type 225 has another format than its own.
+  static std::size_t KeptOf(const StructureView& structure) {
+    const bool hasFormat = structure.Type() == kFqddMap && structure.bodySize > kFqddFormat &&
+                           structure.body[kFqddFormat] == kKnownFqddFormat;
+    return hasFormat ? kFqddFormat + 1 : table::kHeaderSize;
+  }
+
+  // Characters of a text. The second one is the length, by which every reader walks on.
+  void MaskHeader(const StructureView& structure) {
+    uint8_t* const header = &mBytes[structure.offset];
+    const std::string mask = mMasker.Mask(std::string{
+        static_cast<char>(header[0]), static_cast<char>(header[2]), static_cast<char>(header[3])});
+    header[0] = static_cast<uint8_t>(mask[0]);
+    header[2] = static_cast<uint8_t>(mask[1]);
+    header[3] = static_cast<uint8_t>(mask[2]);
+  }
+
+  std::vector<Role> RolesOf(const StructureView& structure) const {
+    const table::Layout& layout = table::LayoutOf(structure.Type());
+    const bool isList = std::any_of(
+        layout.fields.begin(), layout.fields.end(),
+        [](const table::Field& field) { return field.kind == FieldKind::kStringCount; });
+    std::vector<Role> roles(structure.strings.size(), isList ? Role::kShown : Role::kUnknown);
+    for (const NamedValue& value : table::NamedValues(structure)) {
+      const uint8_t number = structure.body[value.offset];
+      if (value.kind == FieldKind::kString && number != 0 && number <= roles.size()) {
+        Role& role = roles[number - 1u];
+        role = std::max(role, IsSecretField(value.name) ? Role::kSecret : Role::kShown);
+      }
+    }
+    if (HasControls(structure) ||
+        (!roles.empty() && structure.strings[0].empty() && roles.back() == Role::kUnknown)) {
+      // The strings begin inside the formatted part, and the numbers lead to others than was meant.
+      std::replace(roles.begin(), roles.end(), Role::kShown, Role::kUnknown);
+    }
+    return roles;
+  }
+
+  void MaskString(std::string_view text, uint8_t type, Role role) {
+    const std::string original(text);
+    if (type == kOemStrings) {
+      Put(text, mMasker.MaskOemString(original));
+    } else if (role == Role::kSecret) {
+      Put(text, mMasker.Mask(original));
+      mSecrets.Add(original, text);
+    } else if (role == Role::kUnknown) {
+      // Bytes that are no text have no shape that a mask could keep.
+      Put(text, HasControls(text) ? std::string(text.size(), 'x') : mMasker.Mask(original));
+    }
+  }
+
+  void MaskValue(std::size_t at, FieldKind kind) {
+    if (kind == FieldKind::kUuid) {
+      const auto start = mBytes.begin() + static_cast<std::ptrdiff_t>(at);
+      const Bytes original(start, start + kUuidSize);
+      const Bytes mask = mMasker.MaskUuid(original);
+      std::copy(mask.begin(), mask.end(), start);
+      mSecrets.AddUuid(original, mask);
+    } else if (kind != FieldKind::kString) {
+      Blank(at, WidthOf(kind));
+    }
+  }
+
+  static bool IsName(const StructureView& structure, std::size_t number) {
+    return std::any_of(std::begin(kNames), std::end(kNames), [&](const auto& name) {
+      return structure.Type() == name.first && name.second < structure.bodySize &&
+             structure.body[name.second] == number;
+    });
+  }
+
+  void Blank(std::size_t at, std::size_t size) {
+    std::fill_n(mBytes.begin() + static_cast<std::ptrdiff_t>(at), size, uint8_t{0});
+  }
+
+  // Overwrites a string of a structure, which is a view of the table.
+  void Put(std::string_view place, const std::string& text) {
+    const auto* const start = reinterpret_cast<const uint8_t*>(place.data());
+    std::copy(text.begin(), text.end(), mBytes.begin() + (start - mBytes.data()));
+  }
+
   Bytes& mBytes;
   const Masker& mMasker;
-  std::vector<Structure> mStructures;
-  std::vector<std::size_t> mMasked;  // where the texts stand that were masked
-  std::vector<std::pair<std::string, std::string>> mSecrets;
+  SecretList& mSecrets;
+  std::vector<StructureView> mStructures;
+  std::vector<StructureView> mKnown;
+  std::vector<StructureView> mUnknown;
 };
 
 }  // namespace
 
-bool IsSecretField(uint8_t type, std::string_view field) {
-  return type == kOemStrings || field == "serial" || field == "asset-tag" || field == "uuid";
+bool IsSecretField(std::string_view field) {
+  return field == "serial" || field == "asset-tag" || field == "uuid" || field == "oem";
 }
 
-void RedactTable(std::vector<uint8_t>& structures, const Masker& masker) {
-  TableRedaction(structures, masker).Run();
+std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker) {
+  SecretList secrets;
+  TableRedaction redaction(structures, masker, secrets);
+  redaction.MaskSecrets();
+  redaction.MaskRepeats();
+  return redaction.BlankRest();
 }
 
 }  // namespace tvq::cli

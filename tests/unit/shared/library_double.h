@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <Protocol/ZvLibrary.h>
 
 namespace tvq::test {

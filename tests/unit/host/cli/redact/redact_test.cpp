@@ -72,6 +72,13 @@ TEST(Mask, LeavesTheTagOfAnOemString) {
   EXPECT_THAT(TestMasker().MaskOemString("9ABCDEF"), StartsWith("9"));
 }
 
+TEST(Mask, MasksAnOemStringBeforeItsTagToo) {
+  const std::string masked = TestMasker().MaskOemString("SN ABC1234, 17[A1B2C3D4E5F60718");
+  EXPECT_THAT(masked, HasSubstr("17[" + Mask("A1B2C3D4E5F60718")));
+  EXPECT_THAT(masked, Not(HasSubstr("ABC1234")));
+  EXPECT_THAT(TestMasker().MaskOemString("ABC1234[x"), Not(HasSubstr("BC1234")));
+}
+
 TEST(Mask, ASecretOemStringDoesNotBecomeATag) {
   for (int i = 0; i < 300; ++i) {
     EXPECT_THAT(
@@ -130,7 +137,7 @@ TEST(RedactTable, MasksAnotherTextThatRepeatsANumber) {
 
 TEST(RedactTable, LeavesTheNamesOfDevices) {
   Table table;
-  table.Add(test::Processor{.designation = "CPU17", .serial = "CPU17"});
+  table.Add(test::Processor{.handle = 1, .designation = "CPU17", .serial = "CPU17"});
   table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_TRUE(Contains(masked, "CPU.Socket.1"));
@@ -161,6 +168,87 @@ TEST(RedactTable, StructuresWithLengthsThatLieAreMaskedInTheirBounds) {
       EXPECT_EQ(Redacted(changed).size(), whole.size());
     }
   }
+}
+
+TEST(RedactTable, LeavesNoValueWithoutAName) {
+  Table table;
+  test::Structure system = test::System{}.Build();
+  system.body.insert(system.body.end(), {'X', 'T', 'R', 'A'});
+  system.strings.emplace_back("Unnamed 4711");
+  table.Add(system);
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_FALSE(Contains(masked, "XTRA"));
+  EXPECT_FALSE(Contains(masked, "4711"));
+  EXPECT_TRUE(Contains(masked, "Rack One"));
+}
+
+TEST(RedactTable, LeavesNothingOfATypeWhoseFieldsHaveNoNames) {
+  for (const uint8_t type : Bytes{22, 42, 43, 44, 45, 46, 99, 126, 128, 255}) {
+    Table table;
+    table.Add(type, 0x7000, {0xB3, 0xD7, 0x5A}, {"TXT4711"});
+    const Bytes masked = Redacted(table.Bytes());
+    EXPECT_EQ(Bytes(masked.begin() + 4, masked.begin() + 7), (Bytes{0, 0, 0})) << int{type};
+    EXPECT_FALSE(Contains(masked, "4711")) << int{type};
+  }
+}
+
+// Other makers have these types too.
+TEST(RedactTable, LeavesNamesAndExtensionsOfDevicesOfTheTableOnly) {
+  for (const uint16_t handle : {uint16_t{0x1100}, uint16_t{0x1101}}) {
+    Table table;
+    table.Add(test::MemoryDevice{.handle = uint16_t{0x1100}});
+    table.Add(test::FqddMap{.groups = {{"DIMM.Socket.A1", handle}}});
+    table.Add(test::DimmExtension{.deviceHandle = handle, .firmwareVersion = "FW4711"});
+    const Bytes masked = Redacted(table.Bytes());
+    const bool isOfTable = handle == 0x1100;
+    EXPECT_EQ(Contains(masked, "DIMM.Socket.A1"), isOfTable);
+    EXPECT_EQ(Contains(masked, "FW4711"), isOfTable);
+    EXPECT_EQ(masked[table.OffsetOf(2) + 7], isOfTable ? 0xB3 : 0) << "the component's number";
+    EXPECT_EQ(masked[table.OffsetOf(1) + 4], 1) << "the format";
+  }
+}
+
+TEST(RedactTable, MasksAllStringsWhereTheirNumbersAreShifted) {
+  Table table;
+  test::Structure board = test::BaseBoard{.serial = "BRD4711", .assetTag = "BTAG4711"}.Build();
+  board.SetByte(0x08, 4);  // the asset tag's number leads to the serial, which now is none of both
+  board.SetByte(0x07, 3);
+  board.SetByte(0x06, 2);
+  board.SetByte(0x0A, 5);
+  board.strings.insert(board.strings.begin(), "");
+  table.Add(board);
+  EXPECT_FALSE(Contains(Redacted(table.Bytes()), "4711"));
+}
+
+TEST(RedactTable, MasksEveryTextThatSpellsTheUuid) {
+  Table table;
+  table.Add(test::System{.sku = "00112233-4455-6677-8899-AABBCCDDEEFF",
+                         .family = "32 33221100554477668899aabbccddeeff"});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_FALSE(Contains(masked, "AABBCCDDEEFF"));
+  EXPECT_FALSE(Contains(masked, "33221100"));
+}
+
+TEST(RedactTable, MasksARepeatedNumberInTheOtherCaseAndWithoutItsBlanks) {
+  Table table;
+  table.Add(test::System{.serial = "SYS4711AB   ", .sku = "Tag sys4711ab, sold"});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_FALSE(Contains(masked, "4711ab"));
+  EXPECT_TRUE(Contains(masked, ", sold"));
+}
+
+TEST(RedactTable, LeavesTheValuesThatAreNoSecret) {
+  Table table;
+  table.Add(test::Bios{});
+  table.Add(test::Processor{.handle = 0x400});
+  table.Add(test::Cache{});
+  table.Add(test::Slot{});
+  table.Add(test::MemoryArray{});
+  table.Add(test::OnboardDevice{});
+  table.Add(12, 0x0C00, {1}, {"JP1: 1-2 clear"});
+  table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 0x400, 7}}});
+  table.Add(test::End{});
+  EXPECT_EQ(Redacted(table.Bytes()), table.Bytes());
 }
 
 // --- Commands ---

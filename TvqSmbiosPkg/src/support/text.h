@@ -7,7 +7,7 @@
 #ifndef TVQ_TEXT_H_
 #define TVQ_TEXT_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvq {
 

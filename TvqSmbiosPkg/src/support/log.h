@@ -7,7 +7,7 @@
 #ifndef TVQ_LOG_H_
 #define TVQ_LOG_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 #include <Protocol/DebugLog.h>
 
 namespace tvq {

@@ -7,7 +7,7 @@
 #ifndef TVQ_CONTAINING_H_
 #define TVQ_CONTAINING_H_
 
-#include <TvqCpp.h>
+#include <Library/TvqCpp.h>
 
 namespace tvq {
 
