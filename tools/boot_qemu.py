@@ -107,7 +107,9 @@ def make_disk(disk, boot):
     with open(disk, "wb") as file:
         file.truncate(DISK_BYTES)
     run_tool("mformat", "-i", str(disk), "-T", str(DISK_BYTES // 512), "-h", "64", "-s", "32", "-v", FOLDER, "::")
-    run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}", f"::/{FOLDER}/tables")
+    run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}")
+    if boot.tables:
+        run_tool("mmd", "-i", str(disk), f"::/{FOLDER}/tables")
     for source, target in disk_files(boot, disk.parent).items():
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 

@@ -7,7 +7,7 @@
 
 #include "host/firmware/edk2.h"
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 #include <IndustryStandard/SmbiosTvq.h>
 

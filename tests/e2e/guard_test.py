@@ -36,7 +36,7 @@ def main(arguments):
         virtual_machine.boot_qemu.run(machine.described(None, script=("TvqRig outside",)))
     except virtual_machine.boot_qemu.BootFailure as caught:
         failure = str(caught)
-    found = list(problems(options.guard, failure, (machine.out / "serial.txt").read_text(encoding="utf-8")))
+    found = list(problems(options.guard, failure, machine.serial()))
     print("\n".join(found) or "as expected")
     return 1 if found else 0
 

@@ -56,6 +56,11 @@ def guest_of(options):
     return dataclasses.replace(guest, code=folder / "OVMF_CODE.fd", variables=folder / "OVMF_VARS.fd")
 
 
+def assertions(serial):
+    """The assertions of our images that failed, as DEBUG images print them; the firmware's own go elsewhere."""
+    return [line for line in serial.splitlines() if "ASSERT [" in line]
+
+
 class VirtualMachine:
     """A machine that starts without a saved state and keeps it from boot to boot."""
 
@@ -80,11 +85,19 @@ class VirtualMachine:
         )
 
     def boot(self, table, *words, script=(), tables=None):
-        """The agent's report; without one the test ends."""
+        """The agent's report; without one, or when an assertion failed, the test ends."""
         try:
-            return boot_qemu.run(self.described(table, *words, script=script, tables=tables))
+            report = boot_qemu.run(self.described(table, *words, script=script, tables=tables))
         except boot_qemu.BootFailure as failure:
             sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
+        failed = assertions(self.serial())
+        if failed:
+            sys.exit("\n".join(failed))
+        return report
+
+    def serial(self):
+        """What the last boot wrote on the serial line."""
+        return (self.out / "serial.txt").read_text(encoding="utf-8")
 
     def state(self):
         """The saved state: a dictionary of file name to bytes."""

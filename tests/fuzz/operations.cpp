@@ -12,7 +12,7 @@
 
 #include <Guid/TvqAttributes.h>
 #include <IndustryStandard/TvqBlob.h>
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
 namespace tvq::fuzz {

@@ -28,7 +28,7 @@ cfi=(2) /edk2/MdePkg/Library/BaseMemoryLib/CopyMem.c
 cfn=(2) driver.InternalMemCopyMem
 calls=2 0x1100 7
 * * 600
-fi=(3) /src/TvqSmbiosPkg/src/support/text.h
+fi=(3) /src/TvqSmbiosPkg/src/text.h
 +8 -9 5
 fe=(1)
 cfi=(4) /edk2/MdeModulePkg/Core/Dxe/Hand/Handle.c

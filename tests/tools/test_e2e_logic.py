@@ -8,9 +8,11 @@ import tempfile
 import unittest
 
 import scripts  # noqa: F401
+import assertion_test
 import guard_test
 import run_test
 import shell_test
+import virtual_machine
 
 
 def names(*fqdds):
@@ -146,6 +148,32 @@ class Guards(unittest.TestCase):
     def test_firmware_that_stops_elsewhere_is_a_problem(self):
         self.assertEqual(len(list(guard_test.problems("head", self.STOPPED, self.BEHIND))), 1)
         self.assertEqual(len(list(guard_test.problems("tail", self.STOPPED, ""))), 1)
+
+
+class Assertions(unittest.TestCase):
+    FAILED = "ASSERT [TVQSMBIOS] src/uefi/tvq(53): CR has Bad Signature\n"
+    WENT_ON = "TvqRig: the driver went on: Unsupported\nTvqRig: assert : Success\n"
+
+    def problems(self, serial, released=b"MZ"):
+        return len(list(assertion_test.problems(serial, released)))
+
+    def test_one_that_is_printed_before_the_driver_goes_on_is_expected(self):
+        self.assertEqual(self.problems(self.FAILED + self.WENT_ON), 0)
+
+    def test_one_that_is_not_printed_or_not_alone_is_a_problem(self):
+        self.assertEqual(self.problems(self.WENT_ON), 1)
+        self.assertEqual(self.problems("ASSERT [TvqAgent] a.c(1): b\n" + self.FAILED + self.WENT_ON), 1)
+        self.assertEqual(self.problems(self.FAILED + self.FAILED + self.WENT_ON), 1)
+
+    def test_a_driver_that_does_not_go_on_is_a_problem(self):
+        self.assertEqual(self.problems(self.FAILED), 1)
+
+    def test_an_assertion_in_a_released_image_is_a_problem(self):
+        self.assertEqual(self.problems(self.FAILED + self.WENT_ON, b"..CR has Bad Signature.."), 1)
+
+    def test_every_boot_is_searched_for_some(self):
+        self.assertEqual(virtual_machine.assertions("one\n" + self.FAILED), [self.FAILED.strip()])
+        self.assertEqual(virtual_machine.assertions(self.WENT_ON), [])
 
 
 if __name__ == "__main__":

@@ -43,7 +43,7 @@ class Presets(unittest.TestCase):
     def test_every_tree_that_dev_names_has_a_preset_and_every_preset_is_named(self):
         named = set()
         for path, text in scripts():
-            for name in re.findall(r"\b(?:BuildHost|ConfigureHost|build=) ?([a-z][a-z-]*)", text):
+            for name in re.findall(r"\b(?:BuildHost|ConfigureHost|ChooseFiles|build=) ?([a-z][a-z-]*)", text):
                 with self.subTest(script=path.name):
                     self.assertIn(name, TREES)
                 named.add(name)

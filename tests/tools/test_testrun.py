@@ -15,6 +15,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tools" / "testrun"))
+import changed  # noqa: E402
 import gtest_program  # noqa: E402
 import progress  # noqa: E402
 import run_tests  # noqa: E402
@@ -167,6 +168,46 @@ class ProgressTest(unittest.TestCase):
         shown.say("a complaint")
         shown.end()
         self.assertEqual(out.getvalue(), "[1/2] about 2 min left; a 1.0 s\r\x1b[Ka complaint\n")
+
+
+class ChangedTest(unittest.TestCase):
+    PROGRAMS = {
+        "builder_tests": ["tests/unit/driver/common/cpu_test.cpp", "tests/unit/driver/common/dimm_test.cpp"],
+        "record_tests": ["tests/unit/driver/uefi/record_test.cpp", "tests/unit/driver/common/cpu_fixture.cpp"],
+        "failure_tests": ["tests/unit/driver/whole/failing_test.cpp"],
+        "cli_tests": ["tests/unit/host/cli/commands/show_test.cpp"],
+    }
+
+    def meant(self, file):
+        programs, names = changed.tests_of(file, self.PROGRAMS)
+        return sorted(programs | names)
+
+    def test_a_product_file_has_the_tests_of_the_folder_that_mirrors_its_own(self):
+        self.assertEqual(self.meant("TvqSmbiosPkg/src/uefi/tvq.cpp"), ["record_tests"])
+        self.assertEqual(self.meant("TvqSmbiosPkg/src/common/cpu.cpp"), ["builder_tests"])
+
+    def test_a_folder_without_tests_has_those_of_the_folder_above(self):
+        self.assertEqual(self.meant("host/cli/device/blob.cpp"), ["cli_tests"])
+
+    def test_tests_of_the_whole_driver_belong_to_no_folder_of_it(self):
+        self.assertEqual(self.meant("TvqSmbiosPkg/src/elsewhere/log.cpp"), ["builder_tests", "record_tests"])
+        self.assertEqual(self.meant("tests/unit/driver/whole/failing_test.cpp"), ["failure_tests"])
+
+    def test_a_changed_test_is_its_program(self):
+        self.assertEqual(self.meant("tests/unit/driver/common/cpu_test.cpp"), ["builder_tests"])
+        self.assertEqual(self.meant("tests/unit/driver/common/cpu_fixture.cpp"), ["record_tests"])
+        self.assertEqual(self.meant("tests/unit/driver/common/cpu_fixture.h"), ["builder_tests"])
+
+    def test_scripts_have_the_tests_of_scripts(self):
+        self.assertEqual(self.meant("tools/lib/host.sh"), ["tools.*"])
+        self.assertEqual(self.meant("tests/tools/test_dev.py"), ["tools.dev"])
+
+    def test_a_page_has_none(self):
+        self.assertEqual(self.meant("README.md"), [])
+
+    def test_every_folder_of_the_product_that_is_named_exists(self):
+        for product, _ in changed.MIRRORS:
+            self.assertTrue((ROOT / product).is_dir(), product)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,11 @@
 #!/usr/bin/env bash
 #? Check the files of this repository: format, scripts, licences, build lists, analysers
 #?
-#? usage: ./dev lint [CHECK...]
+#? usage: ./dev lint [--changed] [CHECK...]
+#?        ./dev lint --mark
+#?
+#?   --changed    clang and tidy look only at what a compiler sees otherwise than in the commit that .ci/fully-linted names
+#?   --mark       all checks; when they find nothing, .ci/fully-linted names this commit
 #?
 #?   format       clang-format has nothing to change
 #?   shell        shellcheck is content with every script
@@ -14,7 +18,7 @@
 #?   clang        the host build by Clang, without a warning
 #?   tidy         clang-tidy over our own files of the host build
 #?
-#? Without names: all of them. Each prints OK or FAIL on a line, and what it found below.
+#? Without names: all of them. Each prints OK or FAIL on a line with the time that it took, and what it found below.
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 source "$ROOT/tools/lib/common.sh"
@@ -25,21 +29,31 @@ source "$LIB/lint.sh"
 
 CHECKS=(format shell python licence whitespace lists includes cppcheck clang tidy)
 
-for name; do
-  [[ " ${CHECKS[*]} " == *" $name "* ]] || UsageError "lint: there is no check '$name'; the checks are: ${CHECKS[*]}"
+CHANGED=0
+mark=0
+names=()
+while (($#)); do
+  case "$1" in
+    --changed) CHANGED=1 ;;
+    --mark) mark=1 ;;
+    *)
+      [[ " ${CHECKS[*]} " == *" $1 "* ]] || UsageError "lint: there is no check '$1'; the checks are: ${CHECKS[*]}"
+      names+=("$1")
+      ;;
+  esac
+  shift
 done
-(($#)) || set -- "${CHECKS[@]}"
+if ((mark)); then
+  ((CHANGED == 0 && ${#names[@]} == 0)) || UsageError "lint: --mark takes all checks of all files"
+  RequireCommitted
+fi
+((${#names[@]})) || names=("${CHECKS[@]}")
 
 EnsureSetup
 status=0
 cd "$ROOT"
-for name; do
-  if findings="$("Check_$name" 2>&1)"; then
-    printf '%-12s OK\n' "$name"
-  else
-    printf '%-12s FAIL\n' "$name"
-    printf '%s\n' "$findings"
-    status=1
-  fi
+for name in "${names[@]}"; do
+  RunCheck "$name" || status=1
 done
+((mark == 0 || status)) || Mark
 exit "$status"

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX] [--guarded] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded] [-v]
 #?
+#?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
+#?               mirrors theirs, and changed tests; nothing else is built
 #?   -R REGEX    only the tests whose names match
 #?   --guarded   in place of the tests: the agent's whole run on firmware that stops at the first byte outside a block of
 #?               memory, or behind the stack. That firmware is built first, once.
@@ -18,11 +20,19 @@ source "$LIB/guarded.sh"
 source "$LIB/host.sh"
 
 guarded=0
+revision=
 selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
     --guarded) guarded=1 ;;
+    --changed)
+      revision=HEAD
+      if [[ -n "${2:-}" && "$2" != -* ]]; then
+        revision="$2"
+        shift
+      fi
+      ;;
     -R)
       [[ -n "${2:-}" ]] || UsageError "test: -R takes a regular expression"
       selection=(--match "$2")
@@ -36,7 +46,30 @@ done
 # Tests OPTION...: those of the build, with further options of the script that runs them.
 Tests() { exec python3 -B "$TOOLS/testrun/run_tests.py" "$BUILD/test" --jobs "$JOBS" "${selection[@]}" "$@"; }
 
+# Changed REVISION: builds and runs the tests of what differs from it.
+Changed() {
+  local kind name found programs=() names=()
+  # The list of programs is made when the tree is configured.
+  BuildHost test build.ninja
+  found="$(python3 -B "$TOOLS/testrun/changed.py" "$ROOT" "$BUILD/test" "$1")"
+  while read -r kind name; do
+    [[ -n "$kind" ]] || continue
+    [[ "$kind" != program ]] || programs+=("$name")
+    names+=("$name" "$name.*")
+  done <<<"$found"
+  if ((${#names[@]} == 0)); then
+    Note "nothing that differs from $1 has tests of its own; ./dev test runs all"
+    return 0
+  fi
+  ((${#programs[@]} == 0)) || BuildHost test "${programs[@]}"
+  Tests --names "${names[@]}"
+}
+
 EnsureSetup
+if [[ -n "$revision" ]]; then
+  Changed "$revision"
+  exit
+fi
 if ((guarded)); then
   FirmwareTarget GCC5 DEBUG
   GuardedFirmware

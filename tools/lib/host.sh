@@ -26,12 +26,13 @@ ConfigureHost() {
   Configuration "$1" >"$folder/.configuration"
 }
 
-# BuildHost TREE TARGET: a target of the tree build/TREE; silent when there is next to nothing to do.
+# BuildHost TREE TARGET...: targets of the tree build/TREE; silent when there is next to nothing to do.
 BuildHost() {
-  local tree="$1" target="$2" folder="$BUILD/$1"
+  local tree="$1" folder="$BUILD/$1"
+  shift
   Lock "$folder.lock"
   Configured "$tree" || Step "Configuring build/$tree" "host-$tree-configure" ConfigureHost "$tree"
-  StepIfSlow "Building build/$tree" "host-$tree" ninja -C "$folder" -j "$JOBS" "$target"
+  StepIfSlow "Building build/$tree" "host-$tree" ninja -C "$folder" -j "$JOBS" "$@"
   Unlock
 }
 

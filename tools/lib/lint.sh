@@ -3,6 +3,22 @@
 #
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
+# Remark TEXT: what a check has to say of itself even when it finds nothing.
+Remark() { echo "; $*" >>"$LOGS/lint-remark.log"; }
+
+# RunCheck NAME: its line, and its findings.
+RunCheck() {
+  local findings start="${EPOCHREALTIME/[.,]/}" result=OK
+  mkdir -p "$LOGS"
+  : >"$LOGS/lint-remark.log"
+  findings="$("Check_$1" 2>&1)" || result=FAIL
+  printf '%-12s %-4s %8s%s\n' "$1" "$result" "$(Seconds "$start")" "$(cat "$LOGS/lint-remark.log")"
+  [[ "$result" == OK ]] || {
+    printf '%s\n' "$findings"
+    return 1
+  }
+}
+
 Check_format() { "$ROOT/dev" format --check; }
 
 Check_shell() {
@@ -65,22 +81,86 @@ Check_cppcheck() {
     -I . -I TvqSmbiosPkg/Include -I TvqPlatformPkg/Include TvqSmbiosPkg TvqPlatformPkg host tests docs
 }
 
-# The whole host build by the other compiler, where every warning is an error.
-Check_clang() { BuildHost clang all; }
+# The commit whose files passed all checks, as `./dev lint --mark` names it.
+MARK="$ROOT/.ci/fully-linted"
+# Its files, to compare with.
+LINTED="$BUILD/linted"
 
-# Our own files of the host build: EDK II and expat are not ours to tidy.
+Git() { git -c safe.directory="$ROOT" -C "$ROOT" "$@"; }
+
+# MarkedCommit: fails where none is marked, and where this clone does not have it.
+MarkedCommit() {
+  local commit
+  commit="$(sed -n '/^[0-9a-f]\{40\}$/p' "$MARK" 2>/dev/null)" && [[ -n "$commit" ]] || return
+  Git cat-file -e "$commit^{commit}" 2>/dev/null && echo "$commit"
+}
+
+# ConfigureLinted TREE: that tree of the marked commit, in LINTED.
+ConfigureLinted() {
+  local commit
+  commit="$(MarkedCommit)" || return
+  if [[ "$(cat "$LINTED/.commit" 2>/dev/null)" != "$commit" ]]; then
+    rm -rf "$LINTED"
+    mkdir -p "$LINTED"
+    Git archive "$commit" | tar -x -C "$LINTED" || return
+    echo "$commit" >"$LINTED/.commit"
+  fi
+  ROOT="$LINTED" BUILD="$LINTED/build" ConfigureHost "$1"
+}
+
+# CompiledFiles TREE OPTION...
+CompiledFiles() { python3 -B "$TOOLS/compiled_files.py" "$ROOT" "$@"; }
+
+# ChooseFiles TREE [--commands]: what of the tree is to be looked at, in CHOSEN: with --changed the sources that a compiler sees
+# otherwise than in the marked commit; and all where that cannot be told. Configures the tree, which also finds new files.
+ChooseFiles() {
+  local tree="$1" unlike=() all chosen
+  mkdir -p "$LOGS"
+  ConfigureHost "$tree" >"$LOGS/host-$tree-configure.log" || return
+  if ((CHANGED)) && ConfigureLinted "$tree" >"$LOGS/linted-$tree-configure.log" 2>&1; then
+    unlike=(--unlike "$LINTED")
+  fi
+  chosen="$(CompiledFiles "$@" "${unlike[@]}")" && all="$(CompiledFiles "$@" | wc -l)" || return
+  CHOSEN=()
+  [[ -z "$chosen" ]] || mapfile -t CHOSEN <<<"$chosen"
+  Remark "${#CHOSEN[@]} of $all files${unlike[*]:+ differ from $(cut -c 1-12 "$LINTED/.commit")}"
+}
+
+# RequireCommitted: what is marked is a commit, so nothing may differ from it.
+RequireCommitted() {
+  [[ -z "$(Git status --porcelain)" ]] || Fail "lint: commit first; --mark names a commit"
+}
+
+# Mark: names the commit that was looked at.
+Mark() {
+  RequireCommitted
+  cat >"$MARK" <<EOF
+# Every check of ./dev lint found nothing in this commit. ./dev lint --mark moves it.
+# SPDX-License-Identifier: BSD-2-Clause-Patent
+$(Git rev-parse HEAD)
+EOF
+  Note "${MARK#"$ROOT/"} names $(Git log -1 --format='%h, %s'); commit it"
+}
+
+# The whole host build by the other compiler, where every warning is an error; or what of it is chosen, which writes nothing.
+Check_clang() {
+  if ((CHANGED)) && MarkedCommit >/dev/null; then
+    ChooseFiles clang --commands || return
+    ((${#CHOSEN[@]} == 0)) || printf '%s\0' "${CHOSEN[@]}" | xargs -0 -P "$JOBS" -I COMMAND bash -c COMMAND
+  else
+    BuildHost clang all
+  fi
+}
+
+# Our own files of the host build: EDK II and expat are not ours to tidy. Nothing has to be built.
 Check_tidy() {
-  local files
   [[ -f "$ROOT/.clang-tidy" ]] || {
     echo "there is no .clang-tidy"
     return 1
   }
-  # What it takes is made while configuring, which also finds new files; nothing has to be built.
-  mkdir -p "$LOGS"
-  ConfigureHost tidy >"$LOGS/host-tidy-configure.log" || return
-  mapfile -t files < <(python3 -B "$TOOLS/compiled_files.py" "$BUILD/tidy" "$ROOT")
-  ((${#files[@]})) || return 0
+  ChooseFiles tidy || return
+  ((${#CHOSEN[@]})) || return 0
   # Its running count of suppressed warnings says nothing.
-  printf '%s\0' "${files[@]}" |
+  printf '%s\0' "${CHOSEN[@]}" |
     xargs -0 -n 4 -P "$JOBS" clang-tidy -p "$BUILD/tidy" --quiet --warnings-as-errors='*' 2>/dev/null
 }

@@ -7,6 +7,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import argparse
+import fnmatch
 import functools
 import json
 import os
@@ -155,12 +156,13 @@ def main(arguments):
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--match", default="", help="a regular expression over the names of tests")
-    parser.add_argument("--names", nargs="*", help="these tests of ctest alone")
+    parser.add_argument("--names", nargs="*", help="the tests of ctest alone whose names are like one of these patterns")
     parser.add_argument("--config", default="")
     parser.add_argument("--label", default="")
     options = parser.parse_args(arguments)
     everything = read_tests(options.build, options.config, options.label)
-    tests = [test for test in everything if options.names is None or test.name in options.names]
+    tests = [test for test in everything
+             if options.names is None or any(fnmatch.fnmatchcase(test.name, name) for name in options.names)]
     if options.match:
         tests = select(tests, options.match)
         os.environ[gtest_program.REGEX] = options.match

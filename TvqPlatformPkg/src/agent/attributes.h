@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_ATTRIBUTES_H_
 #define TVQ_PLATFORM_AGENT_ATTRIBUTES_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Guid/TvqAttributes.h>
 #include <Protocol/TvqPlatform.h>
 

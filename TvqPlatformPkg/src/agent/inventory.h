@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_INVENTORY_H_
 #define TVQ_PLATFORM_AGENT_INVENTORY_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
 #include "../support/growing_array.h"

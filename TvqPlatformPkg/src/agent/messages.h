@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_MESSAGES_H_
 #define TVQ_PLATFORM_AGENT_MESSAGES_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 // As literals, so that messages can name them too.
 #define TVQ_FOLDER u"\\TVQ"

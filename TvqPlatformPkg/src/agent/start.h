@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_START_H_
 #define TVQ_PLATFORM_AGENT_START_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 #include "../support/loaded_image.h"
 

@@ -10,7 +10,7 @@
 #ifndef TVQ_PLATFORM_AGENT_STATE_H_
 #define TVQ_PLATFORM_AGENT_STATE_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 #include "../support/growing_array.h"
 #include "inventory.h"

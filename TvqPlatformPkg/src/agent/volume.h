@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_VOLUME_H_
 #define TVQ_PLATFORM_AGENT_VOLUME_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 extern "C" {
 #include <Protocol/DevicePath.h>

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_DEBUG_LOG_H_
 #define TVQ_PLATFORM_DEBUG_LOG_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/DebugLog.h>
 #include <Protocol/TvqPlatform.h>
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_MANAGEMENT_H_
 #define TVQ_PLATFORM_MANAGEMENT_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqManagement.h>
 
 namespace tvqplatform {

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_STORED_DATA_H_
 #define TVQ_PLATFORM_STORED_DATA_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <IndustryStandard/TvqBlob.h>
 
 #include "../support/growing_array.h"

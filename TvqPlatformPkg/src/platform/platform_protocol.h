@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_PLATFORM_PROTOCOL_H_
 #define TVQ_PLATFORM_PLATFORM_PROTOCOL_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqPlatform.h>
 
 namespace tvqplatform {

@@ -57,6 +57,9 @@ EFI_STATUS Obey(const CHAR8* command, const CHAR8* argument) {
   if (AsciiStrCmp(command, "move") == 0) {
     return MoveTable();
   }
+  if (AsciiStrCmp(command, "assert") == 0) {
+    return FailAssertion();
+  }
   if (AsciiStrCmp(command, "outside") == 0) {
     return ReadOutside();
   }
@@ -65,6 +68,7 @@ EFI_STATUS Obey(const CHAR8* command, const CHAR8* argument) {
       "       TvqRig with PART       puts it back\n"
       "       TvqRig names           adds an SMBIOS structure of type 225\n"
       "       TvqRig move            adds SMBIOS structures until the table moves\n"
+      "       TvqRig assert          makes an assertion of the driver fail\n"
       "       TvqRig outside         reads bytes outside a block of pool\n"
       "parts:");
   ShowParts();

@@ -8,7 +8,7 @@
 #ifndef TVQ_PLATFORM_RIG_H_
 #define TVQ_PLATFORM_RIG_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvqplatform {
 
@@ -28,6 +28,10 @@ EFI_STATUS AddNames();
 /// Adds structures until the firmware has to move the table, and then changes the service tag, so
 /// that whoever reads the former table is found out. Says from where to where it moved.
 EFI_STATUS MoveTable();
+
+/// Asks the driver about a record whose signature is wrong, and says how it answered. Where assertions are
+/// enabled, one fails.
+EFI_STATUS FailAssertion();
 
 /// Reads a byte outside a block of pool at either end. Firmware with a heap guard stops at one of them.
 EFI_STATUS ReadOutside();

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_ATTRIBUTE_STORE_H_
 #define TVQ_PLATFORM_ATTRIBUTE_STORE_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Guid/ZvServices.h>
 #include <Protocol/TvqPlatform.h>
 

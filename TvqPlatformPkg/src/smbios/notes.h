@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_NOTES_H_
 #define TVQ_PLATFORM_SMBIOS_NOTES_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvqplatform {
 

@@ -12,7 +12,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_TABLE_H_
 #define TVQ_PLATFORM_SMBIOS_TABLE_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvqplatform {
 

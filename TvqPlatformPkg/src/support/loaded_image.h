@@ -8,7 +8,7 @@
 #ifndef TVQ_PLATFORM_LOADED_IMAGE_H_
 #define TVQ_PLATFORM_LOADED_IMAGE_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 extern "C" {
 #include <Protocol/LoadedImage.h>

@@ -8,7 +8,7 @@
 #ifndef TVQ_PLATFORM_TEXT_H_
 #define TVQ_PLATFORM_TEXT_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvqplatform {
 

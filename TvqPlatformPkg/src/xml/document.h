@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_XML_DOCUMENT_H_
 #define TVQ_PLATFORM_XML_DOCUMENT_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/XmlParser.h>
 
 namespace tvqplatform {

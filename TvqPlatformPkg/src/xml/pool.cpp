@@ -6,7 +6,7 @@
 
 #include "pool.h"
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_ZVI_LIBRARY_H_
 #define TVQ_PLATFORM_ZVI_LIBRARY_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/ZvLibrary.h>
 
 namespace tvqplatform {

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_TEST_CHECK_H_
 #define TVQ_PLATFORM_TEST_CHECK_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvqtest {
 

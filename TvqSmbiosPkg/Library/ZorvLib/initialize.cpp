@@ -4,7 +4,7 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Library/ZorvLib.h>
 #include <Protocol/TvqPlatformPresence.h>
 

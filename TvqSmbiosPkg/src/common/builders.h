@@ -8,7 +8,7 @@
 #ifndef TVQ_BUILDERS_H_
 #define TVQ_BUILDERS_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 

@@ -10,7 +10,7 @@
 #ifndef TVQ_CPU_DIMM_H_
 #define TVQ_CPU_DIMM_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/XmlParser.h>
 
 namespace tvq {

@@ -14,7 +14,7 @@ extern "C" {
 
 #include "../smbios/structure.h"
 #include "../smbios/table_index.h"
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_CPU_MEMORY_H_
 #define TVQ_CPU_MEMORY_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
 namespace tvq {

@@ -14,8 +14,8 @@ extern "C" {
 
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
-#include "../support/log.h"
-#include "../support/text.h"
+#include "../log.h"
+#include "../text.h"
 #include "cpu_memory.h"
 #include "dimm_extension.h"
 #include "publish.h"

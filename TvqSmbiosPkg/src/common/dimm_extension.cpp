@@ -10,7 +10,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../smbios/structure.h"
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

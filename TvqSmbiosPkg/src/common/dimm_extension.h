@@ -7,7 +7,7 @@
 #ifndef TVQ_DIMM_EXTENSION_H_
 #define TVQ_DIMM_EXTENSION_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 

@@ -6,7 +6,7 @@
 
 #include "record.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvq {
 

@@ -7,11 +7,11 @@
 #ifndef TVQ_RECORD_BUILD_H_
 #define TVQ_RECORD_BUILD_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Library/ZorvLib.h>
 #include <Protocol/TvqRecord.h>
 
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

@@ -11,8 +11,8 @@ extern "C" {
 }
 
 #include "../smbios/structure.h"
-#include "../support/log.h"
-#include "../support/text.h"
+#include "../log.h"
+#include "../text.h"
 #include "publish.h"
 #include "record.h"
 #include "system_sections.h"

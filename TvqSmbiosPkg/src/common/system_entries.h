@@ -7,10 +7,10 @@
 #ifndef TVQ_SYSTEM_ENTRIES_H_
 #define TVQ_SYSTEM_ENTRIES_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 #include "../smbios/structure.h"
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

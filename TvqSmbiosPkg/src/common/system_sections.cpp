@@ -10,7 +10,7 @@ extern "C" {
 #include <IndustryStandard/SmBios.h>
 }
 
-#include "../support/text.h"
+#include "../text.h"
 #include "record.h"
 #include "system_entries.h"
 

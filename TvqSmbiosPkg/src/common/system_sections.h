@@ -7,7 +7,7 @@
 #ifndef TVQ_SYSTEM_SECTIONS_H_
 #define TVQ_SYSTEM_SECTIONS_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
 namespace tvq {

@@ -7,7 +7,7 @@
 #ifndef TVQ_BLOBS_H_
 #define TVQ_BLOBS_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <IndustryStandard/TvqBlob.h>
 #include <Protocol/TvqRecord.h>
 

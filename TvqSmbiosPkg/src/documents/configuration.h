@@ -10,7 +10,7 @@
 #ifndef TVQ_CONFIGURATION_H_
 #define TVQ_CONFIGURATION_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
 #include "xml_writer.h"

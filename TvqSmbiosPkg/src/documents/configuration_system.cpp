@@ -6,7 +6,7 @@
 
 #include "configuration.h"
 
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

@@ -8,8 +8,8 @@
 
 #include <Library/ZorvLib.h>
 
-#include "../support/log.h"
-#include "../support/text.h"
+#include "../log.h"
+#include "../text.h"
 
 namespace tvq {
 

@@ -8,7 +8,7 @@
 
 #include <Library/ZorvLib.h>
 
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

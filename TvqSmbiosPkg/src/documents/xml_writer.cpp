@@ -6,7 +6,7 @@
 
 #include "xml_writer.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvq {
 

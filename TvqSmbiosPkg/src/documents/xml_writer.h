@@ -7,7 +7,7 @@
 #ifndef TVQ_XML_WRITER_H_
 #define TVQ_XML_WRITER_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Library/ZorvLib.h>
 
 namespace tvq {

@@ -10,7 +10,6 @@ extern "C" {
 #include <Guid/SmBios.h>
 }
 
-#include "../support/bytes.h"
 #include "walk.h"
 
 namespace tvq {
@@ -33,7 +32,8 @@ constexpr UINTN kEntryStructureCount = 0x1C;
 constexpr UINT16 kPastAllStrings = 0xFFFF;
 
 UINT8* TableAddress(const UINT8* entryPoint) {
-  return reinterpret_cast<UINT8*>(static_cast<UINTN>(Read32(entryPoint + kEntryTableAddress)));
+  return reinterpret_cast<UINT8*>(
+      static_cast<UINTN>(smbios::Read32(entryPoint + kEntryTableAddress)));
 }
 
 /// The bytes of a word that are NUL have their highest bit set in the result, up to the first one.
@@ -46,7 +46,7 @@ UINT64 NulBytes(UINT64 word) {
 UINT8* FindNul(UINT8* text, UINT8* end) {
   constexpr INTN kWord = sizeof(UINT64);
   for (; end - text >= kWord; text += kWord) {
-    const UINT64 nuls = NulBytes(Read64(text));
+    const UINT64 nuls = NulBytes(smbios::Read64(text));
     if (nuls != 0) {
       return text + __builtin_ctzll(nuls) / 8;
     }
@@ -73,11 +73,11 @@ Span<UINT8> SmbiosTable() {
   if (gSmbiosTable == nullptr) {
     return {};
   }
-  return {gSmbiosTable, Read16(gSmbiosEntryPoint + kEntryTableLength)};
+  return {gSmbiosTable, smbios::Read16(gSmbiosEntryPoint + kEntryTableLength)};
 }
 
 UINT16 SmbiosStructureCount() {
-  return Read16(gSmbiosEntryPoint + kEntryStructureCount);
+  return smbios::Read16(gSmbiosEntryPoint + kEntryStructureCount);
 }
 
 UINTN SmbiosCountStructures() {

@@ -12,9 +12,8 @@
 #ifndef TVQ_SMBIOS_ACCESS_H_
 #define TVQ_SMBIOS_ACCESS_H_
 
-#include <Library/TvqCpp.h>
-
-#include "../support/bytes.h"
+#include <TvqCpp.h>
+#include <Library/SmbiosTableLib.h>
 
 namespace tvq {
 
@@ -32,7 +31,7 @@ inline bool HasHeader(const Span<UINT8>& table, const UINT8* structure) {
 
 /// Handle in a structure's header.
 inline UINT16 HandleOf(const UINT8* structure) {
-  return Read16(structure + 2);
+  return smbios::Read16(structure + 2);
 }
 
 /// The 32-bit entry point (SMBIOS 5.2.1); null until it is found and after ReleaseSmbiosState.

@@ -16,7 +16,7 @@ extern "C" {
 
 #include <Library/ZorvLib.h>
 
-#include "../support/text.h"
+#include "../text.h"
 #include "structure.h"
 
 namespace tvq {

@@ -7,7 +7,7 @@
 #ifndef TVQ_SMBIOS_ATTRIBUTES_H_
 #define TVQ_SMBIOS_ATTRIBUTES_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Guid/TvqAttributes.h>
 
 namespace tvq {

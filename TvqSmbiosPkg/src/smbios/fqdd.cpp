@@ -9,7 +9,7 @@
 #include <IndustryStandard/SmbiosTvq.h>
 #include <Library/ZorvLib.h>
 
-#include "../support/log.h"
+#include "../log.h"
 #include "structure.h"
 #include "table_index.h"
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_SMBIOS_FQDD_H_
 #define TVQ_SMBIOS_FQDD_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 

@@ -30,19 +30,19 @@ UINT8 Structure::Byte(UINTN offset) const {
 }
 
 UINT16 Structure::Word(UINTN offset) const {
-  return Has(offset, 2) ? Read16(*mSlot + offset) : UINT16{0};
+  return Has(offset, 2) ? smbios::Read16(*mSlot + offset) : UINT16{0};
 }
 
 UINT32 Structure::Dword(UINTN offset) const {
-  return Has(offset, 4) ? Read32(*mSlot + offset) : 0;
+  return Has(offset, 4) ? smbios::Read32(*mSlot + offset) : 0;
 }
 
 UINT64 Structure::Qword(UINTN offset) const {
-  return Has(offset, 8) ? Read64(*mSlot + offset) : 0;
+  return Has(offset, 8) ? smbios::Read64(*mSlot + offset) : 0;
 }
 
 UINT16 Structure::Handle(UINTN offset) const {
-  return Has(offset, 2) ? Read16(*mSlot + offset) : kSmbiosNoHandle;
+  return Has(offset, 2) ? smbios::Read16(*mSlot + offset) : kSmbiosNoHandle;
 }
 
 UINT64 Structure::TableBytes(UINTN offset, UINTN size) const {

@@ -7,7 +7,7 @@
 #ifndef TVQ_SMBIOS_TABLE_INDEX_H_
 #define TVQ_SMBIOS_TABLE_INDEX_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 

@@ -7,7 +7,7 @@
 #ifndef TVQ_SMBIOS_WALK_H_
 #define TVQ_SMBIOS_WALK_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 #include "access.h"
 #include "table_index.h"

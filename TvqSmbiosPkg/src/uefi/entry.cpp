@@ -20,7 +20,7 @@ extern "C" {
 #include "../smbios/attributes.h"
 #include "../smbios/fqdd.h"
 #include "../smbios/table_index.h"
-#include "../support/log.h"
+#include "../log.h"
 #include "tvq.h"
 
 namespace tvq {

@@ -7,7 +7,7 @@
 #ifndef TVQ_ENTRY_H_
 #define TVQ_ENTRY_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 /**
   Sets up the library and installs the start request on the image handle. Nothing is built yet.

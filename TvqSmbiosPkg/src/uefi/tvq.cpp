@@ -9,7 +9,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../documents/blobs.h"
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

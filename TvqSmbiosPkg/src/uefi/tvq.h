@@ -7,10 +7,10 @@
 #ifndef TVQ_OPERATIONS_H_
 #define TVQ_OPERATIONS_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqRecord.h>
 
-#include "../support/containing.h"
+#include "containing.h"
 
 namespace tvq {
 

@@ -11,7 +11,7 @@
 #include <Protocol/TvqManagement.h>
 
 #include "../common/cpu_dimm.h"
-#include "../support/log.h"
+#include "../log.h"
 
 namespace tvq {
 

@@ -11,10 +11,9 @@
 
 #include <Library/ZorvLib.h>
 
-#include "../support/bytes.h"
-#include "../support/containing.h"
-#include "../support/log.h"
-#include "../support/text.h"
+#include "containing.h"
+#include "../log.h"
+#include "../text.h"
 
 namespace tvq {
 
@@ -107,11 +106,15 @@ void WriteFqdd(const Kind& kind, const TVQ_DEVICE& device, WideText text) {
   }
 }
 
+UINTN LengthOf(const EFI_DEVICE_PATH_PROTOCOL* node) {
+  return static_cast<UINTN>(node->Length[0] | (node->Length[1] << 8));
+}
+
 /// Tells whether the node is the one of the entry's device. A node that ends before the last byte
 /// that is compared is not; what stands behind that byte does not matter.
 bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PATH_PROTOCOL* path) {
   if (path->Type != HARDWARE_DEVICE_PATH || path->SubType != HW_VENDOR_DP ||
-      Read16(path->Length) < OFFSET_OF(TVQ_DEVICE_PATH, Data) + 1 + kind.InstanceSize) {
+      LengthOf(path) < OFFSET_OF(TVQ_DEVICE_PATH, Data) + 1 + kind.InstanceSize) {
     return false;
   }
   const auto* node = reinterpret_cast<const TVQ_DEVICE_PATH*>(path);

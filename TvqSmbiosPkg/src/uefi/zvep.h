@@ -7,7 +7,7 @@
 #ifndef TVQ_ZVEP_H_
 #define TVQ_ZVEP_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/ZvEntry.h>
 
 namespace tvq {

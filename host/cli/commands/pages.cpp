@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <ostream>
+#include <string_view>
 
 #include "host/cli/pages/completion.h"
 #include "host/cli/pages/man_page.h"
@@ -27,21 +28,14 @@ constexpr CommandText kCompletionText = {
     "  tvq completion fish | source\n",
     "0 it was printed; 2 there is no such shell."};
 
-struct Shell {
-  const char* name;
-  std::string (*script)(const CommandTree& tree);
-};
+using Script = std::string (*)(const CommandTree& tree);
 
-constexpr Shell kShells[] = {
-    {"bash", BashCompletion}, {"zsh", ZshCompletion}, {"fish", FishCompletion}};
-
-const Shell* FindShell(const std::string& name) {
-  for (const Shell& shell : kShells) {
-    if (shell.name == name) {
-      return &shell;
-    }
-  }
-  return nullptr;
+// By the name of the shell; null for one that is not known.
+Script ScriptFor(std::string_view shell) {
+  return shell == "bash"   ? BashCompletion
+         : shell == "zsh"  ? ZshCompletion
+         : shell == "fish" ? FishCompletion
+                           : nullptr;
 }
 
 }  // namespace
@@ -56,14 +50,14 @@ void AddMan(Commands& commands) {
 void AddCompletion(Commands& commands) {
   const auto shell = std::make_shared<std::string>();
   CLI::App& app = commands.Add(kCompletionText, [&commands, shell](Console& console) {
-    console.out << FindShell(*shell)->script(commands.Tree());
+    console.out << ScriptFor(*shell)(commands.Tree());
     return kExitNothingFound;
   });
   app.add_option("bash|zsh|fish", *shell, "The shell")
       ->type_name("")
       ->required()
       ->check([](const std::string& name) {
-        return FindShell(name) != nullptr ? std::string()
+        return ScriptFor(name) != nullptr ? std::string()
                                           : "'" + name + "' is none of bash|zsh|fish";
       });
 }

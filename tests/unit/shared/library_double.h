@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/ZvLibrary.h>
 
 namespace tvq::test {

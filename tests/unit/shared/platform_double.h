@@ -16,7 +16,7 @@
 
 #include "host/firmware/edk2.h"
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Guid/ZvServices.h>
 #include <Protocol/DebugLog.h>
 #include <Protocol/ZvLibrary.h>

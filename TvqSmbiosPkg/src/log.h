@@ -7,7 +7,7 @@
 #ifndef TVQ_LOG_H_
 #define TVQ_LOG_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/DebugLog.h>
 
 namespace tvq {

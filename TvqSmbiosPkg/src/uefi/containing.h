@@ -7,7 +7,7 @@
 #ifndef TVQ_CONTAINING_H_
 #define TVQ_CONTAINING_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 

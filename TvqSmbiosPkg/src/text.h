@@ -7,7 +7,7 @@
 #ifndef TVQ_TEXT_H_
 #define TVQ_TEXT_H_
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 
 namespace tvq {
 
