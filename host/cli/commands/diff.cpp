@@ -146,8 +146,7 @@ const Device* FindDevice(const std::vector<Device>& devices, const std::string& 
 }
 
 std::vector<DeviceChange> DiffDevices(const Side& before, const Side& after,
-                                      const session::Comparison& comparison,
-                                      const std::optional<Masker>& masker) {
+                                      const session::Comparison& comparison) {
   std::vector<DeviceChange> changes;
   for (const session::Finding& finding : comparison.findings) {
     DeviceChange change = {finding, {}};
@@ -161,11 +160,24 @@ std::vector<DeviceChange> DiffDevices(const Side& before, const Side& after,
                                   : FindDevice(before.devices, fqdd, n);
     const bool isOnOneSide = finding.verdict == "gone" || finding.verdict == "new";
     if (!isOnOneSide && now != nullptr && old != nullptr && now->document && old->document) {
-      change.fields = DiffDocuments(*old->document, *now->document, masker);
+      change.fields = DiffDocuments(*old->document, *now->document);
     }
     changes.push_back(std::move(change));
   }
   return changes;
+}
+
+// Once the driver has compared them.
+void Redact(Side& before, Side& after, const Masker& masker) {
+  std::vector<Element*> documents;
+  for (Side* const side : {&before, &after}) {
+    for (Device& device : side->devices) {
+      if (device.document) {
+        documents.push_back(&*device.document);
+      }
+    }
+  }
+  RedactTogether({&before.table.structures, &after.table.structures}, documents, masker);
 }
 
 Difference Compare(const DiffOptions& options, const Console& console) {
@@ -183,12 +195,11 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   Run(session, after, options, console);
   Difference difference;
   difference.comparison = session.Compare(before.state);
-  difference.devices = DiffDevices(before, after, difference.comparison, masker);
+  if (masker) {
+    Redact(before, after, *masker);
+  }
+  difference.devices = DiffDevices(before, after, difference.comparison);
   if (!before.isState && !after.isState) {
-    if (masker) {
-      RedactTable(before.table.structures, *masker);
-      RedactTable(after.table.structures, *masker);
-    }
     difference.structures = DiffTables(before.table, after.table);
   }
   return difference;

@@ -50,29 +50,47 @@ std::string_view AsText(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+// What is wrong with a source is told in its words, of which any may be a secret.
+table::Error WithoutQuotes(const table::Error& error) {
+  return {"this cannot be understood", "without --redact, the message says why", error.line};
+}
+
 // The result of the command, for `output`; a failure carries the line of the input.
-Result<std::string> BuildDump(const Bytes& source, const std::optional<Masker>& masker) {
+Result<std::string> BuildDump(const Bytes& source, const std::optional<Masker>& masker,
+                              const Console& console) {
   auto table = table::ParseSource(AsText(source));
   if (!table) {
-    return table.Failure();
+    return masker ? WithoutQuotes(table.Failure()) : table.Failure();
   }
   if (masker) {
-    RedactTable(table->structures, *masker);
+    SayBlanked(RedactTable(table->structures, *masker), console);
   }
-  const auto dump = table::WriteDump(*table);
+  auto dump = table::WriteDump(*table);
   if (!dump) {
     return dump.Failure();
+  }
+  if (masker) {
+    RedactEntryPoint(*dump, table->entryPoint);
   }
   return std::string(AsText(*dump));
 }
 
-Result<std::string> BuildSource(const Bytes& file, const std::optional<Masker>& masker) {
-  auto table = table::IsHexText(file) ? table::ReadHexText(AsText(file)) : table::ReadDump(file);
+Result<std::string> BuildSource(Bytes file, const std::optional<Masker>& masker,
+                                const Console& console) {
+  const bool isText = table::IsHexText(file);
+  if (masker && !isText) {
+    const auto blanked = RedactDump(file, *masker);
+    if (!blanked) {
+      return blanked.Failure();
+    }
+    SayBlanked(*blanked, console);
+  }
+  auto table = isText ? table::ReadHexText(AsText(file)) : table::ReadDump(file);
   if (!table) {
     return table.Failure();
   }
-  if (masker) {
-    RedactTable(table->structures, *masker);
+  if (masker && isText) {
+    SayBlanked(RedactTable(table->structures, *masker), console);
   }
   return table::FormatSource(*table);
 }
@@ -137,8 +155,9 @@ Result<std::string> Produce(const MktableOptions& options, const Console& consol
     return ListFields(options.fields);
   }
   const std::optional<Masker> masker = MakeMasker(options.redact);
-  return options.dump.empty() ? BuildDump(ReadInput(options.source, kSourceHint, console), masker)
-                              : BuildSource(ReadInput(options.dump, kTableHint, console), masker);
+  return options.dump.empty()
+             ? BuildDump(ReadInput(options.source, kSourceHint, console), masker, console)
+             : BuildSource(ReadInput(options.dump, kTableHint, console), masker, console);
 }
 
 void RequireOneTask(const MktableOptions& options) {

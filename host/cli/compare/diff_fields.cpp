@@ -12,7 +12,6 @@
 #include <sstream>
 #include <tuple>
 
-#include "host/cli/redact/redact.h"
 #include "host/cli/output/text.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
@@ -43,11 +42,10 @@ std::vector<FieldChange> DiffFields(const Fields& before, const Fields& after) {
   return changes;
 }
 
-Fields FieldsOf(const Element& document, const std::optional<Masker>& masker) {
+Fields FieldsOf(const Element& document) {
   Fields fields;
   VisitTexts(document, "", [&](const std::string& path, const std::string& text) {
-    const bool isMasked = masker && IsSecretElement(path.substr(path.rfind('/') + 1));
-    fields.emplace_back(path, Printable(isMasked ? masker->Mask(text) : text));
+    fields.emplace_back(path, Printable(text));
   });
   return fields;
 }
@@ -108,9 +106,8 @@ bool AreEqual(const table::StructureView& left, const table::StructureView& righ
 
 }  // namespace
 
-std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after,
-                                       const std::optional<Masker>& masker) {
-  return DiffFields(FieldsOf(before, masker), FieldsOf(after, masker));
+std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after) {
+  return DiffFields(FieldsOf(before), FieldsOf(after));
 }
 
 std::vector<StructureChange> DiffTables(const session::Table& before, const session::Table& after) {

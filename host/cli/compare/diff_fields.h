@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "host/cli/device/document.h"
-#include "host/cli/redact/mask.h"
 #include "host/session/session.h"
 
 namespace tvq::cli {
@@ -23,9 +22,7 @@ struct FieldChange {
   std::optional<std::string> after;
 };
 
-// Texts that name the machine or a part are masked where there is a masker.
-std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after,
-                                       const std::optional<Masker>& masker);
+std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after);
 
 // A structure that is in one table alone, or differs.
 struct StructureChange {

@@ -15,11 +15,7 @@
 namespace tvq::cli {
 namespace {
 
-constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
 constexpr std::string_view kRootName = "tvqComponent";
-constexpr std::string_view kRootAttributes =
-    " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
-    " xsi:noNamespaceSchemaLocation=\"Inventory.xsd\"";
 constexpr std::size_t kLongestName = 64;
 constexpr int kDeepest = 8;
 
@@ -38,18 +34,13 @@ bool IsSection(std::string_view name) {
   return Contains(kRepeated, name) || Contains(kSingle, name);
 }
 
-bool IsNameCharacter(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         (character >= '0' && character <= '9') || character == '_';
-}
-
 class Reader {
  public:
   explicit Reader(std::string_view text) : mText(text) {}
 
   Element Read() {
     Expect(kDeclaration);
-    Expect(fmt::format("<{}{}>", kRootName, kRootAttributes));
+    Expect(kRootTag);
     Element root = {std::string(kRootName), true, {}, {}};
     ReadChildren(root, 1);
     if (mAt != mText.size()) {
@@ -107,6 +98,7 @@ class Reader {
     if (length == std::string_view::npos) {
       throw DataError(start, fmt::format("'{}' does not end", child.name));
     }
+    child.offset = mAt;
     child.text = mText.substr(mAt, length);
     mAt += length + end.size();
     return child;
@@ -135,6 +127,11 @@ void Indent(const Element& element, const Terminal& terminal, std::size_t indent
 }
 
 }  // namespace
+
+bool IsNameCharacter(char character) {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+         (character >= '0' && character <= '9') || character == '_';
+}
 
 const Element* Element::Find(std::string_view child) const {
   const auto found =

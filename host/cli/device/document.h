@@ -30,11 +30,21 @@ class DataError : public std::runtime_error {
   std::size_t mOffset;
 };
 
+// What every document begins with.
+inline constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+inline constexpr std::string_view kRootTag =
+    "<tvqComponent xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
+    " xsi:noNamespaceSchemaLocation=\"Inventory.xsd\">";
+
+// What the names of elements consist of.
+bool IsNameCharacter(char character);
+
 struct Element {
   std::string name;
   bool isSection = false;         // it has children and no text
   std::string text;               // as the document has it: 8-bit characters
   std::vector<Element> children;  // in their order
+  std::size_t offset = 0;         // of the text in the document
 
   // The first child of that name; null when there is none.
   const Element* Find(std::string_view child) const;

@@ -57,18 +57,15 @@ session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
 }
 
 // The same file, but for what names the machine and its parts.
-session::Bytes RedactedFile(const TableOptions& options, session::Bytes file,
-                            const Masker& masker) {
-  auto table = table::ReadDump(DumpOf(options, std::move(file)));
-  if (!table) {
-    ThrowUnusable(options, table.Failure());
+session::Bytes RedactedFile(const TableOptions& options, session::Bytes file, const Masker& masker,
+                            const Console& console) {
+  session::Bytes dump = DumpOf(options, std::move(file));
+  const auto blanked = RedactDump(dump, masker);
+  if (!blanked) {
+    ThrowUnusable(options, blanked.Failure());
   }
-  RedactTable(table->structures, masker);
-  auto dump = table::WriteDump(*table);
-  if (!dump) {
-    ThrowUnusable(options, dump.Failure());
-  }
-  return std::move(*dump);
+  SayBlanked(*blanked, console);
+  return dump;
 }
 
 session::Table FileTable(session::Session& session, const session::Bytes& file,
@@ -145,12 +142,13 @@ TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   if (!options.file.empty()) {
     session::Bytes file = ReadInput(options.file, kTableHint, console);
-    return {masker ? RedactedFile(options, std::move(file), *masker) : std::move(file), {}};
+    return {masker ? RedactedFile(options, std::move(file), *masker, console) : std::move(file),
+            {}};
   }
   session::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
   session::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
   if (masker) {
-    RedactTable(structures, *masker);
+    SayBlanked(RedactTable(structures, *masker), console);
   }
   return {std::move(structures), std::move(entryPoint)};
 }

@@ -15,6 +15,8 @@ namespace tvq::cli {
 namespace {
 
 constexpr std::size_t kKeptOfSerial = 14;
+constexpr std::size_t kLongest = 256;
+constexpr char kBlank = 'x';
 constexpr std::size_t kPpinSize = 16;
 constexpr std::string_view kPpinTag = "17[";
 constexpr std::string_view kDigits = "0123456789abcdef";
@@ -173,12 +175,15 @@ std::string Masker::Mask(std::string_view text) const {
     return std::string(text);
   }
   std::string masked;
+  // So long a text is no number, and would take its time.
+  std::string rest(text.size() > kLongest ? text.size() - kLongest : 0, kBlank);
+  text = text.substr(0, kLongest);
   // The part that the driver keeps is masked for itself; longer texts in pieces, each in the
   // context of all before it.
   for (std::size_t at = 0; at < text.size(); at += kKeptOfSerial) {
     masked += Permute(text.substr(at, kKeptOfSerial), text.substr(0, at));
   }
-  return masked;
+  return masked + rest;
 }
 
 std::string Masker::MaskOemString(std::string_view text) const {

@@ -3,7 +3,8 @@
  *
  * A mask has the length of its text, with a digit for every digit and a letter for every letter; all
  * else stays. Under one key, equal texts have equal masks and different texts have different ones,
- * and so have the first 14 characters, which are what the driver keeps of a serial number.
+ * and so have the first 14 characters, which are what the driver keeps of a serial number. What
+ * follows the first 256 characters is blanked.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -13,7 +13,10 @@
 #include <vector>
 
 #include "host/cli/command.h"
+#include "host/cli/device/document.h"
 #include "host/cli/redact/mask.h"
+#include "host/table/result.h"
+#include "host/table/table.h"
 
 namespace tvq::cli {
 
@@ -33,6 +36,20 @@ std::optional<Masker> MakeMasker(const RedactOptions& options);
 // Nothing changes its place or its length, and the driver's names stay. Returns how many bytes at
 // the end were no structures and had to be blanked.
 std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker);
+
+// The same for tables and documents that tell of each other: what is a secret in one of them is
+// masked in all.
+std::size_t RedactTogether(const std::vector<std::vector<uint8_t>*>& tables,
+                           const std::vector<Element*>& documents, const Masker& masker);
+
+// The same for a captured file, whose entry point keeps what it says. Fails where ReadDump does.
+table::Result<std::size_t> RedactDump(std::vector<uint8_t>& file, const Masker& masker);
+
+// Blanks what means nothing in the entry point at the start of a dump.
+void RedactEntryPoint(std::vector<uint8_t>& dump, table::EntryPoint kind);
+
+// Says how many bytes were blanked, unless there were none.
+void SayBlanked(std::size_t size, const Console& console);
 
 // Masks the blobs of a file in place, damaged ones too.
 void RedactBlobs(std::vector<uint8_t>& file, const Masker& masker);

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "host/cli/redact/redact.h"
-#include "host/cli/redact/secret_list.h"
+#include "host/cli/redact/redact_parts.h"
 #include "host/table/layout.h"
 #include "host/table/structure_view.h"
 
@@ -304,12 +304,30 @@ bool IsSecretField(std::string_view field) {
   return field == "serial" || field == "asset-tag" || field == "uuid" || field == "oem";
 }
 
-std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker) {
+std::size_t RedactTogether(const std::vector<std::vector<uint8_t>*>& tables,
+                           const std::vector<Element*>& documents, const Masker& masker) {
   SecretList secrets;
-  TableRedaction redaction(structures, masker, secrets);
-  redaction.MaskSecrets();
-  redaction.MaskRepeats();
-  return redaction.BlankRest();
+  std::vector<TableRedaction> redactions;
+  for (std::vector<uint8_t>* const table : tables) {
+    redactions.emplace_back(*table, masker, secrets);
+    redactions.back().MaskSecrets();
+  }
+  for (Element* const document : documents) {
+    MaskSecrets(*document, masker, secrets);
+  }
+  for (Element* const document : documents) {
+    MaskRepeats(*document, secrets);
+  }
+  std::size_t blanked = 0;
+  for (TableRedaction& redaction : redactions) {
+    redaction.MaskRepeats();
+    blanked += redaction.BlankRest();
+  }
+  return blanked;
+}
+
+std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker) {
+  return RedactTogether({&structures}, {}, masker);
 }
 
 }  // namespace tvq::cli

@@ -189,8 +189,8 @@ inline std::vector<test::Structure> SecretStructures(Secrets& secrets) {
         test::Processor{.designation = socket, .serial = text(), .assetTag = text()}.Build());
   }
   structures.push_back(test::OemStrings{
-      .texts = {"9 twenty characters.", "17[" + text() + text(), text() + "17[" + text() + text(),
-                text() + "[x", "1[" + text() + "]",
+      .texts = {"9 more than twenty characters", "17[" + text() + text(),
+                text() + "17[" + text() + text(), text() + "[x", "1[" + text() + "]",
                 text()}}.Build());
   for (const char* const locator : {"DIMM_A1", "DIMM_A2"}) {
     structures.push_back(

@@ -142,6 +142,29 @@ TEST_P(RedactLeak, NotInWhatIsReadOfThisMachine) {
   RunSafely({"lint", "--sysfs", folder});
 }
 
+// The tag of the machine that it once was, and a number that no document has as a secret.
+TEST_P(RedactLeak, NotWhereOneSideRepeatsWhatIsASecretOnTheOther) {
+  const std::string old = mSecrets.Text();
+  const std::string board = mSecrets.Text();
+  const auto make = [&](const std::string& name, const std::string& product,
+                        const std::string& tag) {
+    test::Table server;
+    server.Add(test::Bios{});
+    server.Add(test::System{.product = product, .serial = tag, .sku = product});
+    server.Add(test::BaseBoard{.serial = board});
+    server.Add(test::MemoryDevice{.assetTag = "Spare"});
+    server.Add(test::End{});
+    return Write(name, server.Bytes());
+  };
+  const std::string before = make("before.bin", "Rack " + old + ' ' + board, old);
+  const std::string after = make("after.bin", "Tower " + old + ' ' + board, mSecrets.Text());
+  for (const Arguments& json : {Arguments{}, Arguments{"--json"}}) {
+    const Outcome outcome = RunSafely(Arguments{"diff", before, after, "--conform"} + json);
+    EXPECT_THAT(outcome.out, HasSubstr("ProductName"));
+    EXPECT_THAT(outcome.out, HasSubstr("sku"));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(FirstString, RedactLeak, testing::Bool(), [](const auto& info) {
   return std::string(info.param ? "Empty" : "Text");
 });

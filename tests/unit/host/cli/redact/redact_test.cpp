@@ -58,6 +58,17 @@ TEST(Mask, KeepsTheEqualityOfTheFirstFourteenCharacters) {
   EXPECT_NE(one.substr(14), other.substr(14));
 }
 
+TEST(Mask, BlanksWhatNoNumberIsLongEnoughFor) {
+  const std::string masked = Mask(std::string(300, 'a') + "bc");
+  EXPECT_EQ(masked.size(), 302u);
+  EXPECT_EQ(masked.substr(256), std::string(46, 'x'));
+}
+
+TEST(Mask, ReplacesControlCharactersByOthers) {
+  EXPECT_THAT(Mask("\x02\x03\x1E\x80\x9F\x7F"), MatchesRegex("[\x01-\x1F]{3}[\x7F-\xA0]{3}"));
+  EXPECT_NE(Mask("\x02\x03\x1E\x80\x9F\x7F"), "\x02\x03\x1E\x80\x9F\x7F");
+}
+
 TEST(Mask, LeavesTextsThatNameNothing) {
   for (const std::string text :
        {"", "Not Specified", "To Be Filled By O.E.M.", "00000000", "    ", "NO DIMM", "Unknown"}) {
@@ -298,12 +309,8 @@ TEST_F(CliRedact, BlobsAreMaskedAsTheTableTheyCameFrom) {
   RunTvq(
       {"save", Path("plain"), "--conform", "--from-dump", Write("table.bin", TableOf({}).Bytes())});
   RunTvq(With({"save", Path("masked")}, {}));
-  Bytes plain = Read("plain/tvq-state.bin");
   EXPECT_THAT(blobs("plain"), HasSubstr("<WWN>11223344</WWN>"));
   EXPECT_THAT(blobs("masked"), HasSubstr("<WWN>" + Mask("11223344") + "</WWN>"));
-  RedactBlobs(plain, TestMasker());
-  EXPECT_THAT(std::string(plain.begin(), plain.end()),
-              HasSubstr("<WWN>" + Mask("11223344") + "</WWN>"));
 }
 
 TEST_F(CliRedact, ADumpIsMaskedOnItsWayIntoSourceForm) {
