@@ -62,7 +62,7 @@ class PoolPtr {
   ~PoolPtr() { Reset(); }
 
   /// `count` zeroed elements; empty when the pool is exhausted.
-  static PoolPtr Zeroed(UINTN count = 1) {
+  [[nodiscard]] static PoolPtr Zeroed(UINTN count = 1) {
     return PoolPtr(static_cast<T*>(AllocateZeroPool(count * sizeof(T))));
   }
 
@@ -81,7 +81,7 @@ class PoolPtr {
   /// Frees the block and owns `block` instead.
   void Reset(T* block = nullptr) {
     if (mBlock != nullptr) {
-      gBS->FreePool(mBlock);
+      (void)gBS->FreePool(mBlock);
     }
     mBlock = block;
   }

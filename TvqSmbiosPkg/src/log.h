@@ -57,6 +57,13 @@ class Logger {
     Log(format.Text, Word(first), Word(second), Word(third));
   }
 
+  /// Logs the line, if there is one.
+  void IfAny(LogFormat format) const {
+    if (format.Text != nullptr) {
+      Log(format.Text);
+    }
+  }
+
   /// Logs that a step failed from which nothing else follows.
   void IfError(EFI_STATUS status, LogFormat format) const { LogIfError(status, format.Text); }
 

@@ -43,7 +43,7 @@ class WideText {
 void WidenInto(CHAR16* wide, UINTN size, const CHAR8* ascii);
 
 /// A widened copy of `ascii` in new zeroed pool; empty when the pool is exhausted.
-PoolPtr<CHAR16> NewWide(const CHAR8* ascii);
+[[nodiscard]] PoolPtr<CHAR16> NewWide(const CHAR8* ascii);
 
 /// Narrows a text to the low byte of each unit; keeps at most `size` - 1 characters and always
 /// terminates. A null text is empty. Returns the length.

@@ -14,6 +14,7 @@
 #?   whitespace   no tabs, no blanks at line ends, a line end at the end
 #?   lists        every INF is in a DSC, every source file of a package in an INF
 #?   includes     a folder of the driver includes nothing of those that are built on it
+#?   results      no status of a function or a service is dropped without a word
 #?   cppcheck     cppcheck over all C and C++ files
 #?   clang        the host build by Clang, without a warning
 #?   tidy         clang-tidy over our own files of the host build
@@ -27,7 +28,7 @@ source "$LIB/files.sh"
 source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
-CHECKS=(format shell python licence whitespace lists includes cppcheck clang tidy)
+CHECKS=(format shell python licence whitespace lists includes results cppcheck clang tidy)
 
 CHANGED=0
 mark=0

@@ -73,6 +73,8 @@ Check_lists() { python3 -B "$TOOLS/check_lists.py" "$ROOT"; }
 
 Check_includes() { python3 -B "$TOOLS/check_includes.py" "$ROOT"; }
 
+Check_results() { python3 -B "$TOOLS/check_results.py" "$ROOT"; }
+
 # Without the headers of EDK II and of libraries, which take it minutes and tell it little.
 Check_cppcheck() {
   cppcheck --std=c++17 --library=googletest --enable=warning,performance,portability,style \

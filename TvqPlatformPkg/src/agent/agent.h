@@ -27,27 +27,27 @@ class Agent {
   ~Agent();
 
   /// EFI_SUCCESS, or EFI_ABORTED when the report ends with a failure.
-  EFI_STATUS Run();
+  [[nodiscard]] EFI_STATUS Run();
 
   bool WantsPowerOff() const { return mOptions.PowerOff; }
 
  private:
   void ReadOptions();
-  bool ReadCommandLine();
+  [[nodiscard]] bool ReadCommandLine();
 
   void Begin();
   void End();
-  bool TakeOff();
+  [[nodiscard]] bool TakeOff();
 
-  bool EnsureDriver();
-  bool LoadAndStart(const CHAR16* path);
+  [[nodiscard]] bool EnsureDriver();
+  [[nodiscard]] bool LoadAndStart(const CHAR16* path);
 
-  bool PrepareTable();
-  bool ReadTable();
+  [[nodiscard]] bool PrepareTable();
+  [[nodiscard]] bool ReadTable();
   void ConformTable();
-  bool PublishTable();
+  [[nodiscard]] bool PublishTable();
 
-  bool Start();
+  void Start();
   void ShowResults();
 
   void SaveDevices(const Inventory& inventory);
@@ -55,7 +55,7 @@ class Agent {
   void CheckState(const Inventory& inventory);
   void CompareWithState(const Inventory& inventory, const SavedState& saved);
   void SaveFile(const CHAR16* path, tvq::Span<const UINT8> bytes);
-  EFI_STATUS Finish();
+  [[nodiscard]] EFI_STATUS Finish();
 
   /// Notes why the run failed (the first reason counts) and what to do next.
   void Fail(const CHAR8* reason, const CHAR8* advice);

@@ -25,7 +25,7 @@ constexpr CHAR8 kCopyFiles[] =
     "was started from.";
 
 /// Loads an image from a file and runs it. A driver stays; EFI_ALREADY_STARTED is its business.
-EFI_STATUS LoadAndStartImage(const Volume& volume, const CHAR16* path) {
+[[nodiscard]] EFI_STATUS LoadAndStartImage(const Volume& volume, const CHAR16* path) {
   EFI_DEVICE_PATH_PROTOCOL* devicePath = volume.PathOf(path);
   if (devicePath == nullptr) {
     return EFI_OUT_OF_RESOURCES;
@@ -36,7 +36,7 @@ EFI_STATUS LoadAndStartImage(const Volume& volume, const CHAR16* path) {
   if (EFI_ERROR(status)) {
     // Some errors leave an image that may not be started.
     if (image != nullptr) {
-      gBS->UnloadImage(image);
+      (void)gBS->UnloadImage(image);
     }
     return status;
   }
@@ -191,7 +191,7 @@ bool Agent::PublishTable() {
   return true;
 }
 
-bool Agent::Start() {
+void Agent::Start() {
   const UINT64 before = ReadTicks();
   const EFI_STATUS status = StartDriver();
   const UINT64 ticks = ReadTicks() - before;
@@ -203,9 +203,7 @@ bool Agent::Start() {
                    status == EFI_NOT_FOUND && mOptions.AsIs
                        ? "run TvqAgent without as-is: the table has no usable type 225."
                        : "look at the last lines of \\TVQ\\log.txt.");
-    return false;
   }
-  return true;
 }
 
 }  // namespace tvqplatform

@@ -17,7 +17,7 @@ namespace tvqplatform {
 namespace {
 
 /// Appends a device's blobs one after another.
-bool AppendBlobs(const DeviceInventory& device, GrowingArray<UINT8>& bytes) {
+[[nodiscard]] bool AppendBlobs(const DeviceInventory& device, GrowingArray<UINT8>& bytes) {
   for (UINTN slot = 0; slot < kBlobCount; slot++) {
     const tvq::Span<const UINT8> blob = BlobBytes(device, slot);
     if (!bytes.Append(blob.Data(), blob.Size())) {

@@ -54,10 +54,10 @@ AttributeAnswers::AttributeAnswers() {
 AttributeAnswers::~AttributeAnswers() {
   for (const AttributeAnswer& answer : mAnswers) {
     if (answer.Text != nullptr) {
-      gBS->FreePool(answer.Text);
+      (void)gBS->FreePool(answer.Text);
     }
     if (answer.BiosInfo != nullptr) {
-      gBS->FreePool(answer.BiosInfo);
+      (void)gBS->FreePool(answer.BiosInfo);
     }
   }
 }

@@ -38,7 +38,7 @@ UINT64 ReadTicks() {
 
 UINT64 TicksPerSecond() {
   const UINT64 before = ReadTicks();
-  gBS->Stall(kMeasuredMicroseconds);
+  (void)gBS->Stall(kMeasuredMicroseconds);
   return (ReadTicks() - before) * (1000000 / kMeasuredMicroseconds);
 }
 

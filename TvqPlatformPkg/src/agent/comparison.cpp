@@ -131,7 +131,8 @@ class Announcement {
 };
 
 /// Asks the driver whether the part was replaced.
-EFI_STATUS Verify(TVQ_INVENTORY_PROTOCOL* protocol, tvq::Span<const UINT8> data, UINT32& result) {
+[[nodiscard]] EFI_STATUS Verify(TVQ_INVENTORY_PROTOCOL* protocol, tvq::Span<const UINT8> data,
+                                UINT32& result) {
   const Announcement announcement(data);
   if (EFI_ERROR(announcement.Status())) {
     return announcement.Status();

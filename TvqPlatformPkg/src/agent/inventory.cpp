@@ -77,7 +77,7 @@ void CollectDevice(EFI_HANDLE handle, DeviceInventory& device) {
 
 void FreeIfAny(VOID* block) {
   if (block != nullptr) {
-    gBS->FreePool(block);
+    (void)gBS->FreePool(block);
   }
 }
 

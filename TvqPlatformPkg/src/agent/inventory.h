@@ -50,7 +50,7 @@ class Inventory {
   ~Inventory();
 
   /// EFI_SUCCESS also when there is no record; EFI_OUT_OF_RESOURCES when not all were collected.
-  EFI_STATUS Collect();
+  [[nodiscard]] EFI_STATUS Collect();
 
   UINTN Size() const { return mDevices.Size(); }
   const DeviceInventory& operator[](UINTN i) const { return mDevices[i]; }

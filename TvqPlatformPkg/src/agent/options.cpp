@@ -73,7 +73,7 @@ bool IsProgramName(tvq::Span<const CHAR8> word) {
 }
 
 /// Narrows a text up to its NUL. Boot managers may hand over data that is none: false.
-bool Narrow(const VOID* loadOptions, UINTN size, CHAR8* buffer, UINTN& length) {
+[[nodiscard]] bool Narrow(const VOID* loadOptions, UINTN size, CHAR8* buffer, UINTN& length) {
   const UINT8* bytes = static_cast<const UINT8*>(loadOptions);
   length = 0;
   for (UINTN i = 0; i + 1 < size; i += sizeof(CHAR16)) {

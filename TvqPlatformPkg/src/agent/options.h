@@ -29,7 +29,7 @@ void ParseOptions(tvq::Span<const CHAR8> text, Options& options);
 
 /// Reads the command line of a loaded image: a text whose first word may be the program's name.
 /// False: it is no text, or has no word besides the name.
-bool ParseLoadOptions(const VOID* loadOptions, UINTN size, Options& options);
+[[nodiscard]] bool ParseLoadOptions(const VOID* loadOptions, UINTN size, Options& options);
 
 }  // namespace tvqplatform
 

@@ -50,13 +50,13 @@ class RecordOpens {
 
 void CloseByDriver(EFI_HANDLE record) {
   RecordOpens(record).AnyByDriver([record](const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open) {
-    gBS->CloseProtocol(record, &gTvqRecordGuid, open.AgentHandle, open.ControllerHandle);
+    (void)gBS->CloseProtocol(record, &gTvqRecordGuid, open.AgentHandle, open.ControllerHandle);
     return false;
   });
 }
 
 /// All three or none: the firmware puts back what it took off when a later one is held.
-EFI_STATUS TakeOffProtocols(EFI_HANDLE record) {
+[[nodiscard]] EFI_STATUS TakeOffProtocols(EFI_HANDLE record) {
   return gBS->UninstallMultipleProtocolInterfaces(
       record, &gTvqInventoryProtocolGuid, InterfaceOn<VOID>(record, gTvqInventoryProtocolGuid),
       &gZvEntryProtocolGuid, InterfaceOn<VOID>(record, gZvEntryProtocolGuid),
@@ -68,7 +68,7 @@ bool IsServed(EFI_HANDLE record) {
 }
 
 /// EFI_SUCCESS also for a record that was taken off before.
-EFI_STATUS TakeOff(EFI_HANDLE record, bool isDriverLoaded) {
+[[nodiscard]] EFI_STATUS TakeOff(EFI_HANDLE record, bool isDriverLoaded) {
   CloseByDriver(record);
   if (IsServed(record)) {
     const EFI_STATUS status = TakeOffProtocols(record);

@@ -14,11 +14,11 @@
 namespace tvqplatform {
 
 /// EFI_NOT_READY when the driver is not loaded, else what the start returned.
-EFI_STATUS StartDriver();
+[[nodiscard]] EFI_STATUS StartDriver();
 
 /// EFI_NOT_FOUND when the driver is not loaded, else what the firmware answered: EFI_UNSUPPORTED
 /// before a start that ran to its end, because the driver sets its unload handler last.
-EFI_STATUS UnloadDriver();
+[[nodiscard]] EFI_STATUS UnloadDriver();
 
 /// The status as PrintLib's %r shows it.
 void StatusInWords(EFI_STATUS status, CHAR8* buffer, UINTN size);

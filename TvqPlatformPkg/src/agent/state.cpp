@@ -37,7 +37,7 @@ const UINT8* Take(tvq::Span<const UINT8>& bytes, UINTN size) {
 }
 
 /// Takes one device off the front. False: it is cut or makes no sense.
-bool TakeDevice(tvq::Span<const UINT8>& body, SavedDevice& device) {
+[[nodiscard]] bool TakeDevice(tvq::Span<const UINT8>& body, SavedDevice& device) {
   STATE_DEVICE header;
   const UINT8* bytes = Take(body, sizeof(header));
   if (bytes == nullptr) {
@@ -62,7 +62,7 @@ bool TakeDevice(tvq::Span<const UINT8>& body, SavedDevice& device) {
   return true;
 }
 
-bool AppendDevice(const DeviceInventory& device, GrowingArray<UINT8>& file) {
+[[nodiscard]] bool AppendDevice(const DeviceInventory& device, GrowingArray<UINT8>& file) {
   const CHAR16* fqdd = device.Fqdd == nullptr ? tvq::Ucs2(u"") : device.Fqdd;
   const UINTN fqddLength = MIN(Length(fqdd), kStateFqddSize - 1);
   STATE_DEVICE header = {device.Identity.ComponentClass, static_cast<UINT32>(fqddLength), 0};

@@ -70,14 +70,14 @@ class SavedState {
     @retval EFI_INCOMPATIBLE_VERSION  Another version of the agent wrote it.
     @retval EFI_OUT_OF_RESOURCES      There is no memory.
   **/
-  EFI_STATUS Read(tvq::Span<const UINT8> file);
+  [[nodiscard]] EFI_STATUS Read(tvq::Span<const UINT8> file);
 
   UINT64 Generation() const { return mGeneration; }
   UINTN Size() const { return mDevices.Size(); }
   const SavedDevice& operator[](UINTN i) const { return mDevices[i]; }
 
  private:
-  EFI_STATUS ReadDevices(tvq::Span<const UINT8> body, UINT32 count);
+  [[nodiscard]] EFI_STATUS ReadDevices(tvq::Span<const UINT8> body, UINT32 count);
 
   GrowingArray<SavedDevice> mDevices;
   UINT64 mGeneration = 0;

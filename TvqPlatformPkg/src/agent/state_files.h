@@ -29,15 +29,15 @@ class StateFiles {
     @retval EFI_NOT_FOUND   No state was ever saved.
     @retval Others          What is wrong with the files that are there.
   **/
-  EFI_STATUS Load();
+  [[nodiscard]] EFI_STATUS Load();
 
   const SavedState& Current() const { return mState; }
 
   /// Saves the state of all devices beside the current one, and reads it back.
-  EFI_STATUS Save(const Inventory& inventory);
+  [[nodiscard]] EFI_STATUS Save(const Inventory& inventory);
 
  private:
-  EFI_STATUS LoadFile(UINTN file);
+  [[nodiscard]] EFI_STATUS LoadFile(UINTN file);
 
   const Volume& mVolume;
   GrowingArray<UINT8> mBytes;  ///< What mState refers to.

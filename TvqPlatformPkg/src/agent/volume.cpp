@@ -29,7 +29,7 @@ class OpenFileGuard {
   EFI_FILE_PROTOCOL* mFile;
 };
 
-EFI_STATUS ReadAll(EFI_FILE_PROTOCOL* file, UINTN limit, GrowingArray<UINT8>& bytes) {
+[[nodiscard]] EFI_STATUS ReadAll(EFI_FILE_PROTOCOL* file, UINTN limit, GrowingArray<UINT8>& bytes) {
   for (;;) {
     const UINTN before = bytes.Size();
     if (!bytes.AppendZeroed(kReadStep)) {
@@ -50,7 +50,7 @@ EFI_STATUS ReadAll(EFI_FILE_PROTOCOL* file, UINTN limit, GrowingArray<UINT8>& by
   }
 }
 
-EFI_STATUS WriteAll(EFI_FILE_PROTOCOL* file, tvq::Span<const UINT8> bytes) {
+[[nodiscard]] EFI_STATUS WriteAll(EFI_FILE_PROTOCOL* file, tvq::Span<const UINT8> bytes) {
   UINTN size = bytes.Size();
   const EFI_STATUS status = file->Write(file, &size, const_cast<UINT8*>(bytes.Data()));
   if (EFI_ERROR(status)) {

@@ -26,15 +26,15 @@ class Volume {
   ~Volume();
 
   /// Opens the volume that the image was loaded from.
-  EFI_STATUS Open(EFI_HANDLE image);
+  [[nodiscard]] EFI_STATUS Open(EFI_HANDLE image);
 
   /// EFI_NOT_FOUND: there is no such file. EFI_BAD_BUFFER_SIZE: it is larger than `limit`.
   EFI_STATUS Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& bytes) const;
 
   /// Writes a new file in place of one that may be there.
-  EFI_STATUS Write(const CHAR16* path, tvq::Span<const UINT8> bytes) const;
+  [[nodiscard]] EFI_STATUS Write(const CHAR16* path, tvq::Span<const UINT8> bytes) const;
 
-  EFI_STATUS MakeFolder(const CHAR16* path) const;
+  [[nodiscard]] EFI_STATUS MakeFolder(const CHAR16* path) const;
 
   bool Exists(const CHAR16* path) const;
 
@@ -42,8 +42,8 @@ class Volume {
   EFI_DEVICE_PATH_PROTOCOL* PathOf(const CHAR16* path) const;
 
  private:
-  EFI_STATUS OpenFile(const CHAR16* path, UINT64 mode, UINT64 attributes,
-                      EFI_FILE_PROTOCOL** file) const;
+  [[nodiscard]] EFI_STATUS OpenFile(const CHAR16* path, UINT64 mode, UINT64 attributes,
+                                    EFI_FILE_PROTOCOL** file) const;
 
   EFI_HANDLE mDevice = nullptr;
   EFI_FILE_PROTOCOL* mRoot = nullptr;

@@ -38,7 +38,7 @@ tvq::PoolPtr<CHAR16> ProtectedFormat(const CHAR16* format) {
 
 /// The line's two texts lie in one block; Text is its address.
 void FreeLine(const TVQ_LOG_LINE& line) {
-  gBS->FreePool(const_cast<CHAR16*>(line.Text));
+  (void)gBS->FreePool(const_cast<CHAR16*>(line.Text));
 }
 
 VOID EFIAPI PrintLine(UINT32 Level, const CHAR8* FunctionName, const CHAR16* Format, ...) {

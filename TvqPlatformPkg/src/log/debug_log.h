@@ -29,7 +29,8 @@ class DebugLog {
   void Free();
 
  private:
-  bool Keep(UINT32 level, const CHAR8* function, const CHAR16* format, VA_LIST marker);
+  [[nodiscard]] bool Keep(UINT32 level, const CHAR8* function, const CHAR16* format,
+                          VA_LIST marker);
 
   GrowingArray<TVQ_LOG_LINE> mLines;
   UINTN mLost = 0;

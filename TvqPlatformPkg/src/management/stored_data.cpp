@@ -37,7 +37,7 @@ bool IsSoundHeader(const TVQ_BLOB_HEADER& header, UINTN room) {
 }
 
 /// Reads the header of the blob at the start of `data`. False: there is no sound blob.
-bool ReadHeader(tvq::Span<const UINT8> data, TVQ_BLOB_HEADER* header) {
+[[nodiscard]] bool ReadHeader(tvq::Span<const UINT8> data, TVQ_BLOB_HEADER* header) {
   if (data.Size() < sizeof(*header)) {
     return false;
   }

@@ -27,7 +27,8 @@ namespace tvqplatform {
   @retval EFI_NOT_FOUND          There is no such blob.
   @retval EFI_VOLUME_CORRUPTED   A header is wrong or reaches over the end, or a document has no end.
 **/
-EFI_STATUS FindBlob(tvq::Span<const UINT8> data, UINT32 type, UINTN index, const UINT8** blob);
+[[nodiscard]] EFI_STATUS FindBlob(tvq::Span<const UINT8> data, UINT32 type, UINTN index,
+                                  const UINT8** blob);
 
 /// Remembers where stored data lies and how long it is. The data stays its owner's.
 class StoredDataRegistry {
@@ -35,7 +36,7 @@ class StoredDataRegistry {
   /// Announcing a buffer again replaces its length. False: there is no memory.
   [[nodiscard]] bool Announce(const VOID* buffer, UINTN length);
   /// False: the buffer was not announced.
-  bool Forget(const VOID* buffer);
+  [[nodiscard]] bool Forget(const VOID* buffer);
   /// The data that starts at `buffer`; empty when it was not announced.
   tvq::Span<const UINT8> Find(const VOID* buffer) const;
   void Free() { mEntries.Free(); }

@@ -36,7 +36,7 @@ bool HasServicesTable() {
 
 /// One list for both directions: calls operation(GUID, interface, ..., NULL).
 template <typename Operation>
-EFI_STATUS WithProtocols(Operation operation) {
+[[nodiscard]] EFI_STATUS WithProtocols(Operation operation) {
   return operation(&gTvqPlatformProtocolGuid, &gPlatformProtocol,  //
                    &gDebugLogProtocolGuid, &gDebugLogProtocol,     //
                    &gTvqPrerequisiteProtocolGuid, &gPresence,      //
@@ -47,12 +47,12 @@ EFI_STATUS WithProtocols(Operation operation) {
                    static_cast<EFI_GUID*>(nullptr));
 }
 
-EFI_STATUS InstallProtocols() {
+[[nodiscard]] EFI_STATUS InstallProtocols() {
   return WithProtocols(
       [](auto... list) { return gBS->InstallMultipleProtocolInterfaces(&gHandle, list...); });
 }
 
-EFI_STATUS UninstallProtocols() {
+[[nodiscard]] EFI_STATUS UninstallProtocols() {
   return WithProtocols(
       [](auto... list) { return gBS->UninstallMultipleProtocolInterfaces(gHandle, list...); });
 }
@@ -80,7 +80,7 @@ extern "C" EFI_STATUS EFIAPI TvqPlatformEntry(EFI_HANDLE, EFI_SYSTEM_TABLE*) {
   }
   status = InstallProtocols();
   if (EFI_ERROR(status)) {
-    gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
+    (void)gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
   }
   return status;
 }
@@ -101,7 +101,7 @@ extern "C" EFI_STATUS EFIAPI TvqPlatformUnload(EFI_HANDLE) {
   if (EFI_ERROR(status)) {
     return status;
   }
-  gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
+  (void)gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
   gAttributeStore.Free();
   gDebugLogStore.Free();
   gStoredData.Free();

@@ -44,7 +44,7 @@ CommandLine ReadCommandLine(EFI_HANDLE image) {
   return line;
 }
 
-EFI_STATUS Obey(const CHAR8* command, const CHAR8* argument) {
+[[nodiscard]] EFI_STATUS Obey(const CHAR8* command, const CHAR8* argument) {
   if (AsciiStrCmp(command, "without") == 0) {
     return TakeAway(argument);
   }

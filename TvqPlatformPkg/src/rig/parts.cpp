@@ -58,7 +58,7 @@ EFI_GUID* FindPart(const CHAR8* name) {
   return nullptr;
 }
 
-EFI_STATUS Find(EFI_GUID* guid, Taken& taken) {
+[[nodiscard]] EFI_STATUS Find(EFI_GUID* guid, Taken& taken) {
   taken = {};
   if (!EFI_ERROR(EfiGetSystemConfigurationTable(guid, &taken.Interface))) {
     return EFI_SUCCESS;
@@ -105,7 +105,7 @@ EFI_STATUS PutBack(const CHAR8* part) {
   if (EFI_ERROR(status)) {
     return status;
   }
-  gRT->SetVariable(VariableName(), guid, EFI_VARIABLE_BOOTSERVICE_ACCESS, 0, nullptr);
+  (void)gRT->SetVariable(VariableName(), guid, EFI_VARIABLE_BOOTSERVICE_ACCESS, 0, nullptr);
   return taken.Handle == nullptr ? gBS->InstallConfigurationTable(guid, taken.Interface)
                                  : gBS->InstallProtocolInterface(
                                        &taken.Handle, guid, EFI_NATIVE_INTERFACE, taken.Interface);

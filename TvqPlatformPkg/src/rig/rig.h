@@ -13,28 +13,28 @@
 namespace tvqplatform {
 
 /// Takes a part of the platform away and remembers it in a volatile variable.
-EFI_STATUS TakeAway(const CHAR8* part);
+[[nodiscard]] EFI_STATUS TakeAway(const CHAR8* part);
 
 /// Puts back a part that was taken away earlier in this boot.
-EFI_STATUS PutBack(const CHAR8* part);
+[[nodiscard]] EFI_STATUS PutBack(const CHAR8* part);
 
 /// Prints the names of the parts.
 void ShowParts();
 
 /// Adds an OEM structure of type 225 that names no device. With it the driver starts on firmware that
 /// has none, and makes names of its own.
-EFI_STATUS AddNames();
+[[nodiscard]] EFI_STATUS AddNames();
 
 /// Adds structures until the firmware has to move the table, and then changes the service tag, so
 /// that whoever reads the former table is found out. Says from where to where it moved.
-EFI_STATUS MoveTable();
+[[nodiscard]] EFI_STATUS MoveTable();
 
 /// Asks the driver about a record whose signature is wrong, and says how it answered. Where assertions are
 /// enabled, one fails.
-EFI_STATUS FailAssertion();
+[[nodiscard]] EFI_STATUS FailAssertion();
 
 /// Reads a byte outside a block of pool at either end. Firmware with a heap guard stops at one of them.
-EFI_STATUS ReadOutside();
+[[nodiscard]] EFI_STATUS ReadOutside();
 
 }  // namespace tvqplatform
 

@@ -36,7 +36,7 @@ UINT32 TableAddress() {
 }
 
 /// Adds a structure of its header, further formatted bytes and strings, all in `record`.
-EFI_STATUS Add(EFI_SMBIOS_PROTOCOL* smbios, VOID* record) {
+[[nodiscard]] EFI_STATUS Add(EFI_SMBIOS_PROTOCOL* smbios, VOID* record) {
   EFI_SMBIOS_HANDLE handle = SMBIOS_HANDLE_PI_RESERVED;
   return smbios->Add(smbios, nullptr, &handle, static_cast<EFI_SMBIOS_TABLE_HEADER*>(record));
 }
@@ -53,7 +53,7 @@ struct OemString {
 };
 #pragma pack()
 
-EFI_STATUS AddOemString(EFI_SMBIOS_PROTOCOL* smbios) {
+[[nodiscard]] EFI_STATUS AddOemString(EFI_SMBIOS_PROTOCOL* smbios) {
   OemString structure = {};
   structure.Table.Hdr.Type = SMBIOS_TYPE_OEM_STRINGS;
   structure.Table.Hdr.Length = sizeof(structure.Table);
@@ -62,7 +62,7 @@ EFI_STATUS AddOemString(EFI_SMBIOS_PROTOCOL* smbios) {
   return Add(smbios, &structure);
 }
 
-EFI_STATUS ChangeServiceTag(EFI_SMBIOS_PROTOCOL* smbios) {
+[[nodiscard]] EFI_STATUS ChangeServiceTag(EFI_SMBIOS_PROTOCOL* smbios) {
   EFI_SMBIOS_HANDLE handle = SMBIOS_HANDLE_PI_RESERVED;
   EFI_SMBIOS_TYPE type = SMBIOS_TYPE_SYSTEM_INFORMATION;
   EFI_SMBIOS_TABLE_HEADER* record = nullptr;

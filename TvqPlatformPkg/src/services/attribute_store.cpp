@@ -19,12 +19,12 @@ CHAR16* NewCopy(const CHAR16* text) {
 
 /// Appends an element that holds a copied text; without room, the copy is freed again.
 template <typename Element>
-EFI_STATUS AppendOwning(GrowingArray<Element>& array, const Element& element) {
+[[nodiscard]] EFI_STATUS AppendOwning(GrowingArray<Element>& array, const Element& element) {
   if (element.Name == nullptr) {
     return EFI_OUT_OF_RESOURCES;
   }
   if (!array.Append(element)) {
-    gBS->FreePool(element.Name);
+    (void)gBS->FreePool(element.Name);
     return EFI_OUT_OF_RESOURCES;
   }
   return EFI_SUCCESS;
@@ -33,7 +33,7 @@ EFI_STATUS AppendOwning(GrowingArray<Element>& array, const Element& element) {
 template <typename Element>
 void FreeOwning(GrowingArray<Element>& array) {
   for (const Element& element : array) {
-    gBS->FreePool(element.Name);
+    (void)gBS->FreePool(element.Name);
   }
   array.Free();
 }

@@ -22,17 +22,17 @@ class AttributeStore {
  public:
   /// Either callback may be null. Registering a namespace again replaces its callbacks and keeps
   /// its values. `token` may be null.
-  EFI_STATUS Register(const CHAR16* nameSpace, ZV_ATTRIBUTE_GETTER getter,
-                      ZV_ATTRIBUTE_SETTER setter, VOID** token);
+  [[nodiscard]] EFI_STATUS Register(const CHAR16* nameSpace, ZV_ATTRIBUTE_GETTER getter,
+                                    ZV_ATTRIBUTE_SETTER setter, VOID** token);
 
   /// Stores a value under a registered namespace; an older value of the name is replaced.
-  EFI_STATUS Store(const CHAR16* nameSpace, const CHAR16* name, UINT64 value);
+  [[nodiscard]] EFI_STATUS Store(const CHAR16* nameSpace, const CHAR16* name, UINT64 value);
 
   /// Asks the getter, or answers the stored value where there is none.
-  EFI_STATUS Ask(CHAR16* nameSpace, CHAR16* name, UINT64* value) const;
+  [[nodiscard]] EFI_STATUS Ask(CHAR16* nameSpace, CHAR16* name, UINT64* value) const;
 
   /// Asks the setter.
-  EFI_STATUS Change(CHAR16* nameSpace, CHAR16* name, UINT64 value) const;
+  [[nodiscard]] EFI_STATUS Change(CHAR16* nameSpace, CHAR16* name, UINT64 value) const;
 
   /// The stored values, in the order in which their names came.
   UINTN ValueCount() const { return mValues.Size(); }

@@ -52,7 +52,7 @@ class Renamer {
   Renamer(GrowingArray<UINT8>& bytes, GrowingArray<TableChange>& changes)
       : mBuilder(bytes), mChanges(changes) {}
 
-  ConformResult Run(Bytes table, DeviceNames& names) {
+  [[nodiscard]] ConformResult Run(Bytes table, DeviceNames& names) {
     TableWalk walk(table);
     for (TableStructure structure; walk.Next(structure);) {
       DeviceNames::Name name;
@@ -68,11 +68,12 @@ class Renamer {
   }
 
  private:
-  ConformResult Keep(Bytes bytes) {
+  [[nodiscard]] ConformResult Keep(Bytes bytes) {
     return mBuilder.Append(bytes) ? ConformResult::kUnchanged : ConformResult::kOutOfMemory;
   }
 
-  ConformResult Rename(const TableStructure& structure, const DeviceNames::Name& name) {
+  [[nodiscard]] ConformResult Rename(const TableStructure& structure,
+                                     const DeviceNames::Name& name) {
     if (!structure.IsComplete() && !Note(structure, ChangedField::kMissingEnd, {}, "")) {
       return ConformResult::kOutOfMemory;
     }
@@ -84,8 +85,8 @@ class Renamer {
     return isFull ? ConformResult::kTooManyStrings : ConformResult::kChanged;
   }
 
-  bool Note(const TableStructure& structure, ChangedField field, const TableText& old,
-            const CHAR8* text) {
+  [[nodiscard]] bool Note(const TableStructure& structure, ChangedField field, const TableText& old,
+                          const CHAR8* text) {
     TableChange change = {structure.Type(), structure.Handle(), field, 0, old, {}};
     AsciiStrCpyS(change.New, sizeof(change.New), text);
     return mChanges.Append(change);

@@ -64,14 +64,14 @@ class ConformedTable {
   ConformedTable& operator=(const ConformedTable&) = delete;
   ~ConformedTable();
 
-  ConformResult Conform(Bytes original);
+  [[nodiscard]] ConformResult Conform(Bytes original);
 
   /// The conformed table; the original unless the result was kChanged.
   Bytes Structures() const { return mStructures; }
   const GrowingArray<TableChange>& Changes() const { return mChanges; }
 
  private:
-  ConformResult Build(Bytes original);
+  [[nodiscard]] ConformResult Build(Bytes original);
 
   Bytes mStructures;
   GrowingArray<UINT8> mBytes;

@@ -17,7 +17,7 @@ namespace tvqplatform {
 namespace {
 
 /// Firmware states where its table is; there is no file around it that could end sooner.
-bool ReadBehind(const VOID* entryPoint, UINTN size, Capture& capture) {
+[[nodiscard]] bool ReadBehind(const VOID* entryPoint, UINTN size, Capture& capture) {
   const Bytes entryBytes(static_cast<const UINT8*>(entryPoint), size);
   Notes ignored;
   const EntryPoint entry = ReadEntryPoint(entryBytes, ignored);

@@ -13,7 +13,7 @@ namespace tvqplatform {
 
 /// Reads the table behind the 32-bit entry point, else the one behind the 64-bit entry point, where
 /// it stands. False: the firmware has neither.
-bool ReadFirmwareTable(Capture& capture);
+[[nodiscard]] bool ReadFirmwareTable(Capture& capture);
 
 }  // namespace tvqplatform
 

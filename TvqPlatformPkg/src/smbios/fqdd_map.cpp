@@ -37,7 +37,7 @@ class UnusedHandles {
     }
   }
 
-  bool Take(UINT16& handle) {
+  [[nodiscard]] bool Take(UINT16& handle) {
     for (UINTN i = 0; i < ARRAY_SIZE(mUsed); i++) {
       if (!mUsed[i]) {
         mUsed[i] = true;
@@ -80,7 +80,7 @@ Group GroupOfModule(Bytes table, const TableStructure& structure) {
 }
 
 /// All processors, then all modules. False: there is no memory.
-bool CollectGroups(Bytes table, GrowingArray<Group>& groups) {
+[[nodiscard]] bool CollectGroups(Bytes table, GrowingArray<Group>& groups) {
   TableWalk processors(table);
   for (TableStructure structure; processors.Next(structure);) {
     if (IsProcessor(structure) && !groups.Append(GroupOfProcessor(structure))) {
@@ -108,7 +108,7 @@ class MapWriter {
   }
 
  private:
-  bool WriteFormatted(UINT16 handle, const Group* groups, UINTN count) {
+  [[nodiscard]] bool WriteFormatted(UINT16 handle, const Group* groups, UINTN count) {
     SMBIOS_TABLE_TYPE225 start;
     start.Hdr.Type = SMBIOS_TYPE_TVQ_FQDD_MAP;
     start.Hdr.Length = static_cast<UINT8>(sizeof(start) + count * sizeof(SMBIOS_TVQ_FQDD_GROUP));
@@ -126,7 +126,7 @@ class MapWriter {
     return true;
   }
 
-  bool WriteStrings(const Group* groups, UINTN count) {
+  [[nodiscard]] bool WriteStrings(const Group* groups, UINTN count) {
     TableBuilder builder(mBytes);
     for (UINTN i = 0; i < count; i++) {
       if (!builder.AppendText(groups[i].Fqdd)) {
@@ -136,7 +136,7 @@ class MapWriter {
     return mBytes.AppendZeroed(count == 0 ? 2 : 1);
   }
 
-  bool NoteChanges(UINT16 handle, const Group* groups, UINTN count) {
+  [[nodiscard]] bool NoteChanges(UINT16 handle, const Group* groups, UINTN count) {
     TableChange change = {SMBIOS_TYPE_TVQ_FQDD_MAP, handle, ChangedField::kNewStructure, 0, {}, {}};
     if (count == 0) {
       return mChanges.Append(change);
@@ -156,7 +156,8 @@ class MapWriter {
   GrowingArray<TableChange>& mChanges;
 };
 
-ConformResult WriteMap(Bytes table, GrowingArray<UINT8>& map, GrowingArray<TableChange>& changes) {
+[[nodiscard]] ConformResult WriteMap(Bytes table, GrowingArray<UINT8>& map,
+                                     GrowingArray<TableChange>& changes) {
   OwnedArray<Group> groups;
   if (!CollectGroups(table, groups)) {
     return ConformResult::kOutOfMemory;
@@ -180,8 +181,8 @@ ConformResult WriteMap(Bytes table, GrowingArray<UINT8>& map, GrowingArray<Table
 
 /// Ends the last structure when it was cut off: what is added after it would be taken for a part
 /// of it.
-bool CloseTable(GrowingArray<UINT8>& table, const TableStructure& last,
-                GrowingArray<TableChange>& changes) {
+[[nodiscard]] bool CloseTable(GrowingArray<UINT8>& table, const TableStructure& last,
+                              GrowingArray<TableChange>& changes) {
   if (last.IsComplete()) {
     return true;
   }
@@ -190,7 +191,8 @@ bool CloseTable(GrowingArray<UINT8>& table, const TableStructure& last,
 }
 
 /// Finds where the map goes, and makes that a place between two structures.
-bool FindPlace(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes, UINTN& offset) {
+[[nodiscard]] bool FindPlace(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes,
+                             UINTN& offset) {
   TableWalk walk({table.Data(), table.Size()});
   TableStructure structure;
   bool any = false;

@@ -16,7 +16,8 @@ bool HasFqddMap(Bytes table);
 /// Adds structures with an FQDD for each processor and each module of the table, before the first
 /// end-of-table structure or else at the end, and notes a change for each group. Whoever has
 /// neither gets one structure without groups: with it TVQSMBIOS builds the system's record.
-ConformResult AddFqddMap(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes);
+[[nodiscard]] ConformResult AddFqddMap(GrowingArray<UINT8>& table,
+                                       GrowingArray<TableChange>& changes);
 
 }  // namespace tvqplatform
 

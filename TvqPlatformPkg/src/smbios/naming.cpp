@@ -27,7 +27,7 @@ class ProcessorKeys {
   ProcessorKeys() { ZeroMem(mSeen, sizeof(mSeen)); }
 
   /// False: the key was there before.
-  bool Add(const ProcessorKey& key) {
+  [[nodiscard]] bool Add(const ProcessorKey& key) {
     bool& seen = mSeen[key.Character];
     const bool repeated = seen;
     seen = true;
@@ -61,7 +61,7 @@ bool Contains(const GrowingArray<ModuleKey>& keys, const ModuleKey& key) {
   return false;
 }
 
-ConformResult SurveyModules(Bytes table) {
+[[nodiscard]] ConformResult SurveyModules(Bytes table) {
   OwnedArray<ModuleKey> keys;
   TableWalk walk(table);
   for (TableStructure structure; walk.Next(structure);) {

@@ -16,7 +16,7 @@ namespace tvqplatform {
 class DeviceNames {
  public:
   /// kUnchanged: the names will do. kChanged: at least one kind of device needs new ones.
-  ConformResult Survey(Bytes table);
+  [[nodiscard]] ConformResult Survey(Bytes table);
 
   struct Name {
     bool IsNew;
@@ -25,7 +25,7 @@ class DeviceNames {
     CHAR8 Text[16];
   };
   /// The new name of the next structure of the table, if it gets one.
-  ConformResult NextName(const TableStructure& structure, Name& name);
+  [[nodiscard]] ConformResult NextName(const TableStructure& structure, Name& name);
 
  private:
   bool mRenameProcessors = false;

@@ -56,7 +56,7 @@ EFI_STATUS Publication::Publish(const SmbiosTable& table) {
   VOID* former = FindConfigurationTable(gEfiSmbiosTableGuid);
   status = gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, memory);
   if (EFI_ERROR(status)) {
-    gBS->FreePages(address, pages);
+    (void)gBS->FreePages(address, pages);
     return status;
   }
   mEntryPoint = memory;
@@ -66,7 +66,7 @@ EFI_STATUS Publication::Publish(const SmbiosTable& table) {
 
 void Publication::Restore() {
   if (mEntryPoint != nullptr && FindConfigurationTable(gEfiSmbiosTableGuid) == mEntryPoint) {
-    gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, mFormer);
+    (void)gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, mFormer);
   }
   mEntryPoint = nullptr;
   mFormer = nullptr;

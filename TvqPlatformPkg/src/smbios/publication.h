@@ -29,7 +29,7 @@ class Publication {
     @retval EFI_OUT_OF_RESOURCES   There is no memory below 4 GiB.
     @retval Others                 The configuration table could not be changed.
   **/
-  EFI_STATUS Publish(const SmbiosTable& table);
+  [[nodiscard]] EFI_STATUS Publish(const SmbiosTable& table);
 
   /// Puts back what stood there, unless somebody else has changed it since.
   void Restore();

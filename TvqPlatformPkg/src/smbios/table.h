@@ -79,7 +79,7 @@ class TableWalk {
  public:
   explicit TableWalk(Bytes table) : mTable(table) {}
 
-  bool Next(TableStructure& structure);
+  [[nodiscard]] bool Next(TableStructure& structure);
   /// Where the last visited structure ends.
   UINTN Offset() const { return mOffset; }
 

@@ -80,7 +80,7 @@ class GrowingArray {
  private:
   void FreeBlock() {
     if (mData != nullptr) {
-      gBS->FreePool(mData);
+      (void)gBS->FreePool(mData);
     }
   }
 

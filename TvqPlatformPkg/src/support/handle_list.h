@@ -33,7 +33,9 @@ class HandleList {
   }
 
   /// EFI_SUCCESS, also where there is no such handle; else why they could not be listed.
-  EFI_STATUS Status() const { return mStatus == EFI_NOT_FOUND ? EFI_SUCCESS : mStatus; }
+  [[nodiscard]] EFI_STATUS Status() const {
+    return mStatus == EFI_NOT_FOUND ? EFI_SUCCESS : mStatus;
+  }
 
   UINTN Size() const { return mCount; }
   const EFI_HANDLE* begin() const { return mHandles.Get(); }

@@ -47,13 +47,13 @@ XmlElement* NewElement(const CHAR8* name) {
 
 void FreeText(const XmlElement* element) {
   if (element->Capacity != 0) {
-    gBS->FreePool(element->Value.Text);
+    (void)gBS->FreePool(element->Value.Text);
   }
 }
 
 /// Makes room for `length` further characters and the terminator. The room doubles, so that a text
 /// in many pieces is not copied for each.
-bool ReserveText(XmlElement* element, UINTN length) {
+[[nodiscard]] bool ReserveText(XmlElement* element, UINTN length) {
   const UINTN needed = element->Length + length + 1;
   if (needed <= element->Capacity) {
     return true;
@@ -74,7 +74,7 @@ void FreeElements(XmlElement* element) {
   while (element != nullptr) {
     XmlElement* next = element->NextInDocument;
     FreeText(element);
-    gBS->FreePool(element);
+    (void)gBS->FreePool(element);
     element = next;
   }
 }

@@ -45,6 +45,6 @@ void* TvqXmlReallocate(void* Buffer, size_t Size) {
 
 void TvqXmlFree(void* Buffer) {
   if (Buffer != nullptr) {
-    gBS->FreePool(HeaderOf(Buffer));
+    (void)gBS->FreePool(HeaderOf(Buffer));
   }
 }

@@ -31,7 +31,7 @@ UINT64 MakeSalt() {
       !EFI_ERROR(random->GetRNG(random, nullptr, sizeof(salt), reinterpret_cast<UINT8*>(&salt)))) {
     return salt;
   }
-  gBS->GetNextMonotonicCount(&salt);
+  (void)gBS->GetNextMonotonicCount(&salt);
   constexpr UINT64 kSpread = 0x9E3779B97F4A7C15;
   return salt * kSpread;
 }
@@ -69,7 +69,7 @@ class Reader {
   }
 
  private:
-  EFI_STATUS FailureStatus() const {
+  [[nodiscard]] EFI_STATUS FailureStatus() const {
     if (EFI_ERROR(mStatus)) {
       return mStatus;
     }

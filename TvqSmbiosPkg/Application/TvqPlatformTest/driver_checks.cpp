@@ -29,7 +29,7 @@ bool StandsOnALoadedImage() {
   UINTN size = sizeof(EFI_HANDLE);
   EFI_HANDLE handle = nullptr;
   VOID* image = nullptr;
-  gBS->LocateHandle(ByProtocol, &gTvqStartRequestProtocolGuid, nullptr, &size, &handle);
+  (void)gBS->LocateHandle(ByProtocol, &gTvqStartRequestProtocolGuid, nullptr, &size, &handle);
   return handle != nullptr &&
          !EFI_ERROR(gBS->HandleProtocol(handle, &gEfiLoadedImageProtocolGuid, &image));
 }

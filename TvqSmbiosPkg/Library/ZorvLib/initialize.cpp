@@ -26,7 +26,7 @@ ZV_SERVICES_TABLE* FindServicesTable(const EFI_SYSTEM_TABLE* systemTable) {
 
 /// Gives the handle back to the pool. gZV deliberately keeps the stale address: what failed here
 /// ends the load of the driver, so nobody looks at it again.
-EFI_STATUS GiveUp(EFI_STATUS status) {
+[[nodiscard]] EFI_STATUS GiveUp(EFI_STATUS status) {
   ZvFreePool(gZV);
   return status;
 }
@@ -36,7 +36,7 @@ EFI_STATUS GiveUp(EFI_STATUS status) {
 EFI_STATUS ZorvLibInitialize(EFI_HANDLE, EFI_SYSTEM_TABLE* SystemTable) {
   EFI_BOOT_SERVICES* bs = SystemTable->BootServices;
   VOID* block = nullptr;
-  bs->AllocatePool(EfiBootServicesData, sizeof(ZV_LIBRARY), &block);
+  (void)bs->AllocatePool(EfiBootServicesData, sizeof(ZV_LIBRARY), &block);
   gZV = static_cast<ZV_LIBRARY*>(block);
   if (gZV == nullptr) {
     return EFI_OUT_OF_RESOURCES;

@@ -14,7 +14,7 @@ VOID* ZvAllocateZero(UINTN Size) {
     return nullptr;
   }
   VOID* block = nullptr;
-  gZV->BS->AllocatePool(EfiBootServicesData, Size, &block);
+  (void)gZV->BS->AllocatePool(EfiBootServicesData, Size, &block);
   if (block != nullptr) {
     ZeroMem(block, Size);
   }

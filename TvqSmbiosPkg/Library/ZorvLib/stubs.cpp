@@ -105,6 +105,6 @@ VOID ZvStrTrim(CHAR16* String, CHAR16 Character) {
 
 VOID ZvFreePool(VOID* Buffer) {
   if (Ready(&ZV_LIBRARY::BS, "gZV->BS != ((void *) 0)", __LINE__)) {
-    gZV->BS->FreePool(Buffer);
+    (void)gZV->BS->FreePool(Buffer);
   }
 }

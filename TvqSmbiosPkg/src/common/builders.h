@@ -21,7 +21,7 @@ namespace tvq {
   @retval EFI_OUT_OF_RESOURCES    An allocation failed; the sockets after it are not published.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/
-EFI_STATUS MakeCPUs();
+[[nodiscard]] EFI_STATUS MakeCPUs();
 
 /**
   Publishes a record per memory module (SMBIOS type 17) that is neither a logical NVDIMM nor
@@ -32,7 +32,7 @@ EFI_STATUS MakeCPUs();
   @retval EFI_OUT_OF_RESOURCES    An allocation failed; the modules after it are not published.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/
-EFI_STATUS MakeDIMMs();
+[[nodiscard]] EFI_STATUS MakeDIMMs();
 
 /**
   Publishes the record of the system.
@@ -42,7 +42,7 @@ EFI_STATUS MakeDIMMs();
   @retval EFI_OUT_OF_RESOURCES    An allocation of the record itself failed.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/
-EFI_STATUS MakeSYSTEM();
+[[nodiscard]] EFI_STATUS MakeSYSTEM();
 
 }  // namespace tvq
 

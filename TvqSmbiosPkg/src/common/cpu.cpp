@@ -12,9 +12,9 @@ extern "C" {
 
 #include <Library/ZorvLib.h>
 
+#include "../log.h"
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
-#include "../log.h"
 #include "../text.h"
 #include "cpu_memory.h"
 #include "publish.h"
@@ -90,21 +90,22 @@ void FreeCpuContents(smTVQ* record) {
 /// One run over the processors.
 class CpuBuilder {
  public:
-  EFI_STATUS Run();
+  [[nodiscard]] EFI_STATUS Run();
 
  private:
   void CollectOthers();
   void FindFirstPpin();
   void TakeMemoryCensus();
-  EFI_STATUS BuildRecord(UINT16 index);
-  bool FillIdentity(smTVQ* record, const Structure& processor, UINT16 index);
-  bool FillFqdd(smTVQ* record, const Structure& processor);
+  [[nodiscard]] EFI_STATUS BuildRecord(UINT16 index);
+  Outcome FillRecord(smTVQ* record, const Structure& processor, UINT16 index);
+  Outcome FillIdentity(smTVQ* record, const Structure& processor, UINT16 index);
+  Outcome FillFqdd(smTVQ* record, const Structure& processor);
   void WriteFamilyVariable(UINT8 family);
-  bool FillProperties(smTVQ* record, const Structure& processor);
+  Outcome FillProperties(smTVQ* record, const Structure& processor);
   void FillHbm(smTVQ* record, UINT16 index);
   void FillHbmArray(smTVQ* record);
   void FillCaches(smTVQ* record, const Structure& processor);
-  bool FillPpin(smTVQ* record);
+  Outcome FillPpin(smTVQ* record);
   void LogCoreCount() const { kLog("smTVQ->device.cpu.CoreCount: %d\n", mCoreCount); }
 
   StructureList mProcessors;
@@ -120,7 +121,7 @@ class CpuBuilder {
 
 /// Collects structures that need not be there. Deliberate: what an empty collection allocated
 /// stays in the pool.
-bool CollectOptional(StructureList& list, UINT8 type) {
+[[nodiscard]] bool CollectOptional(StructureList& list, UINT8 type) {
   if (EFI_ERROR(list.Collect(type)) || !list.Any()) {
     list.Leave();
     return false;
@@ -187,15 +188,11 @@ void CpuBuilder::TakeMemoryCensus() {
 }
 
 /// Name, core count and socket.
-bool CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 index) {
+Outcome CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 index) {
   const CHAR8* version = processor.String(kProcessorVersion);
-  const TextCopy name = CopyText(version == nullptr ? "" : version);
-  if (name.Failed) {
-    return false;
-  }
-  record->device.generic.MarketingName = name.Text;
+  TVQ_TRY_COPY(record->device.generic.MarketingName, CopyText(version == nullptr ? "" : version));
   if (version != nullptr) {
-    ZvStrTrim(name.Text, u' ');
+    ZvStrTrim(record->device.generic.MarketingName, u' ');
   }
 
   mCoreCount = processor.Byte(kCoreCount);
@@ -208,27 +205,25 @@ bool CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 
     const auto* digit = reinterpret_cast<const UINT8*>(designation) + kSocketDigit;
     record->device.cpu.Socket = static_cast<UINT8>(SmbiosByteAt(digit) - '0');
   }
-  return true;
+  return Outcome::Done();
 }
 
-bool CpuBuilder::FillFqdd(smTVQ* record, const Structure& processor) {
-  if (gFqddMapValid == 0) {
-    return true;
+Outcome CpuBuilder::FillFqdd(smTVQ* record, const Structure& processor) {
+  if (gFqddMapValid != 0) {
+    const FQDD_MAP_ENTRY* entry = FindFqdd(processor.OwnHandle());
+    TVQ_TRY_COPY(record->device.cpu.FQDD, CopyText(entry == nullptr ? nullptr : FqddText(*entry)));
   }
-  const FQDD_MAP_ENTRY* entry = FindFqdd(processor.OwnHandle());
-  const TextCopy fqdd = CopyText(entry == nullptr ? nullptr : FqddText(*entry));
-  record->device.cpu.FQDD = fqdd.Text;
-  return !fqdd.Failed;
+  return Outcome::Done();
 }
 
 /// The last populated socket's family remains. Nothing depends on the variable, so its status does
 /// not matter.
 void CpuBuilder::WriteFamilyVariable(UINT8 family) {
-  gZV->RT->SetVariable(Ucs2(TVQ_PROCESSOR_FAMILY_VARIABLE_NAME), &gZvServicesTableGuid,
-                       kVariableAttributes, sizeof(family), &family);
+  (void)gZV->RT->SetVariable(Ucs2(TVQ_PROCESSOR_FAMILY_VARIABLE_NAME), &gZvServicesTableGuid,
+                             kVariableAttributes, sizeof(family), &family);
 }
 
-bool CpuBuilder::FillProperties(smTVQ* record, const Structure& processor) {
+Outcome CpuBuilder::FillProperties(smTVQ* record, const Structure& processor) {
   TVQ_CPU& cpu = record->device.cpu;
   cpu.CurrentSpeed = processor.Word(kCurrentSpeed);
   cpu.MaxSpeed = processor.Word(kMaxSpeed);
@@ -240,14 +235,9 @@ bool CpuBuilder::FillProperties(smTVQ* record, const Structure& processor) {
   cpu.ProcessorCharacteristics = processor.Word(kProcessorCharacteristics);
   cpu.ProcessorID = processor.Qword(kProcessorId);
 
-  const TextCopy manufacturer = CopyText(processor.String(kProcessorManufacturer));
-  cpu.ProcessorManufacturer = manufacturer.Text;
-  if (manufacturer.Failed) {
-    return false;
-  }
-  const TextCopy version = CopyText(processor.String(kProcessorVersion));
-  cpu.ProcessorVersion = version.Text;
-  return !version.Failed;
+  TVQ_TRY_COPY(cpu.ProcessorManufacturer, CopyText(processor.String(kProcessorManufacturer)));
+  TVQ_TRY_COPY(cpu.ProcessorVersion, CopyText(processor.String(kProcessorVersion)));
+  return Outcome::Done();
 }
 
 /// What the memory array that holds the first high-bandwidth memory says.
@@ -309,20 +299,20 @@ void CpuBuilder::FillCaches(smTVQ* record, const Structure& processor) {
 
 /// Takes the next PPIN text. One that has no tag stays at the cursor, so that no later socket gets
 /// one either.
-bool CpuBuilder::FillPpin(smTVQ* record) {
+Outcome CpuBuilder::FillPpin(smTVQ* record) {
   const CHAR8* text = mPpinCursor == nullptr ? "" : TextAtCursor(mPpinCursor);
   if (text[0] == '\0') {
-    return true;
+    return Outcome::Done();
   }
   const CHAR8* match = ZvAsciiStrStr(text, kPpinTag);
   if (match == nullptr) {
     kLog("Couldnot find PPIN in Type11 SMBIOS structure\n");
-    return true;
+    return Outcome::Done();
   }
   kLog("tag17=%c%c", match[0], match[1]);
   auto ppin = PoolPtr<CHAR16>::Zeroed(kPpinLength + 1);
   if (!ppin) {
-    return false;
+    return Outcome::NoMemory();
   }
   const auto* digits = reinterpret_cast<const UINT8*>(match) + kPpinTagLength;
   for (UINTN i = 0; i < kPpinLength; i++) {
@@ -331,7 +321,26 @@ bool CpuBuilder::FillPpin(smTVQ* record) {
   kLog("PPIN=%s", ppin.Get());
   record->device.cpu.PPIN = ppin.Release();
   mPpinCursor = PastText(mPpinCursor, text);
-  return true;
+  return Outcome::Done();
+}
+
+Outcome CpuBuilder::FillRecord(smTVQ* record, const Structure& processor, UINT16 index) {
+  TVQ_TRY_STEP(FillIdentity(record, processor, index));
+  TVQ_TRY_STEP(FillFqdd(record, processor));
+  const UINT8 family = processor.Byte(kProcessorFamily);
+  record->device.cpu.ProcessorFamily = family;
+  WriteFamilyVariable(family);
+  TVQ_TRY_STEP(FillProperties(record, processor));
+  LogCoreCount();
+  FillHbm(record, index);
+  FillCaches(record, processor);
+  TVQ_TRY_STEP(FillPpin(record));
+  FillOperations(record);
+  LogCoreCount();
+  const UINT8 instance[] = {record->device.cpu.Socket};
+  TVQ_TRY_STEP(AttachDevicePath(record, instance));
+  LogCoreCount();
+  return Outcome::Done();
 }
 
 EFI_STATUS CpuBuilder::BuildRecord(UINT16 index) {
@@ -342,32 +351,11 @@ EFI_STATUS CpuBuilder::BuildRecord(UINT16 index) {
     mOemStrings.Leave();
     return EFI_OUT_OF_RESOURCES;
   }
-  const Structure processor = mProcessors[index];
-  if (!FillIdentity(record.Get(), processor, index) || !FillFqdd(record.Get(), processor)) {
+  if (FillRecord(record.Get(), mProcessors[index], index).Failed()) {
     return EFI_OUT_OF_RESOURCES;
   }
-  const UINT8 family = processor.Byte(kProcessorFamily);
-  record->device.cpu.ProcessorFamily = family;
-  WriteFamilyVariable(family);
-  if (!FillProperties(record.Get(), processor)) {
-    return EFI_OUT_OF_RESOURCES;
-  }
-  LogCoreCount();
-  FillHbm(record.Get(), index);
-  FillCaches(record.Get(), processor);
-  if (!FillPpin(record.Get())) {
-    return EFI_OUT_OF_RESOURCES;
-  }
-  FillOperations(record.Get());
-  LogCoreCount();
-  const UINT8 instance[] = {record->device.cpu.Socket};
-  if (!AttachDevicePath(record.Get(), instance)) {
-    return EFI_OUT_OF_RESOURCES;
-  }
-  LogCoreCount();
   // From here on a failure leaves the record, its device path and its entry in the pool.
-  smTVQ* built = record.Leave();
-  return PublishRecord(built);
+  return PublishRecord(record.Leave());
 }
 
 EFI_STATUS CpuBuilder::Run() {

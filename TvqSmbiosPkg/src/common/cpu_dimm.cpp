@@ -57,23 +57,23 @@ class StoredDocument {
   StoredDocument& operator=(const StoredDocument&) = delete;
   ~StoredDocument() {
     if (mRoot != nullptr) {
-      mParser->Free(mParser, mRoot);
+      (void)mParser->Free(mParser, mRoot);
     }
   }
 
-  bool LocateParser() {
+  [[nodiscard]] bool LocateParser() {
     return !EFI_ERROR(gBS->LocateProtocol(&gXmlParserProtocolGuid, nullptr,
                                           reinterpret_cast<VOID**>(&mParser))) &&
            mParser != nullptr;
   }
 
   /// Tells whether there is a document. The parser's status says nothing more.
-  bool Parse(const CHAR8* text) {
+  [[nodiscard]] bool Parse(const CHAR8* text) {
     XML_INPUT input;
     ZeroMem(&input, sizeof(input));  // An initializer may leave the padding as it is.
     input.SourceKind = XML_INPUT_MEMORY;
     input.Text = text;
-    mParser->Parse(mParser, &input, &mRoot);
+    (void)mParser->Parse(mParser, &input, &mRoot);
     return mRoot != nullptr;
   }
 
@@ -98,17 +98,12 @@ constexpr Reader kCpuReader = {
     Logger("ParseCPUXMLBlob"), "Parsing XML blob returned error param validation",
     "DOC child is not present", "CPU XML didn't find Inventory Node", false};
 
-void LogIfAny(const Reader& reader, LogFormat message) {
-  if (message.Text != nullptr) {
-    reader.Log(message);
-  }
-}
-
 /// Parses the text and finds its "Inventory".
-EFI_STATUS OpenInventory(const Reader& reader, const CHAR8* text, const VOID* cache, UINT32* length,
-                         StoredDocument& document, const XML_NODE** inventory) {
+[[nodiscard]] EFI_STATUS OpenInventory(const Reader& reader, const CHAR8* text, const VOID* cache,
+                                       UINT32* length, StoredDocument& document,
+                                       const XML_NODE** inventory) {
   if (text == nullptr || cache == nullptr || length == nullptr || *length == 0) {
-    LogIfAny(reader, reader.BadArguments);
+    reader.Log.IfAny(reader.BadArguments);
     return EFI_INVALID_PARAMETER;
   }
   if (!document.LocateParser()) {
@@ -127,12 +122,12 @@ EFI_STATUS OpenInventory(const Reader& reader, const CHAR8* text, const VOID* ca
   }
   *inventory = FirstChild(document.Root());
   if (*inventory == nullptr) {
-    LogIfAny(reader, reader.NoChild);
+    reader.Log.IfAny(reader.NoChild);
     *length = 0;
     return EFI_INVALID_PARAMETER;
   }
   if (!IsNamed(*inventory, "Inventory")) {
-    LogIfAny(reader, reader.NoInventory);
+    reader.Log.IfAny(reader.NoInventory);
     return EFI_UNSUPPORTED;
   }
   return EFI_SUCCESS;

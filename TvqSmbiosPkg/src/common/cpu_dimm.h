@@ -45,11 +45,12 @@ static_assert(sizeof(DIMM_XML_CACHE) == 16 && sizeof(CPU_XML_CACHE) == 16, "16 b
   @retval EFI_UNSUPPORTED         The document is laid out otherwise.
   @retval EFI_OUT_OF_RESOURCES    Memory ran out.
 **/
-EFI_STATUS ParseDIMMXMLBlob(const CHAR8* Text, DIMM_XML_CACHE** Cache, UINT32* Length);
+[[nodiscard]] EFI_STATUS ParseDIMMXMLBlob(const CHAR8* Text, DIMM_XML_CACHE** Cache,
+                                          UINT32* Length);
 
 /// Reads the marketing name and the core count of a processor. Arguments and statuses are those of
 /// ParseDIMMXMLBlob; a "cpuData" without "CoreCount" is EFI_UNSUPPORTED.
-EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Length);
+[[nodiscard]] EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Length);
 
 /**
   Copies the text of a "PartNumber" node.
@@ -61,7 +62,7 @@ EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Len
   @retval EFI_INVALID_PARAMETER   An argument is null, or the node has another name.
   @retval EFI_OUT_OF_RESOURCES    Memory ran out.
 **/
-EFI_STATUS GetPartNumberText(const XML_NODE* Node, CHAR8** Result);
+[[nodiscard]] EFI_STATUS GetPartNumberText(const XML_NODE* Node, CHAR8** Result);
 
 /**
   Reads a node's text as a decimal number and keeps its low 8 bits.
@@ -73,7 +74,7 @@ EFI_STATUS GetPartNumberText(const XML_NODE* Node, CHAR8** Result);
   @retval EFI_SUCCESS             Result is set.
   @retval EFI_INVALID_PARAMETER   An argument is null, or the node has another name.
 **/
-EFI_STATUS GetByteValue(const XML_NODE* Node, const CHAR8* Name, UINT8* Result);
+[[nodiscard]] EFI_STATUS GetByteValue(const XML_NODE* Node, const CHAR8* Name, UINT8* Result);
 
 void FreeDimmCache(DIMM_XML_CACHE* cache);
 void FreeCpuCache(CPU_XML_CACHE* cache);

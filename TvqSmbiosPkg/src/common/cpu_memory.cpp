@@ -12,9 +12,9 @@ extern "C" {
 
 #include <Library/ZorvLib.h>
 
+#include "../log.h"
 #include "../smbios/structure.h"
 #include "../smbios/table_index.h"
-#include "../log.h"
 
 namespace tvq {
 

@@ -32,8 +32,8 @@ inline bool IsHbm(UINT8 memoryType) {
   @retval EFI_NOT_FOUND           No structure has the handle; the slot is null.
   @retval EFI_OUT_OF_RESOURCES    The description could not be allocated; the slot is null.
 **/
-EFI_STATUS GetCacheInfo(smTVQ* Record, UINT8** Type7Array, UINT16 Type7Count, UINT16 CacheHandle,
-                        UINT8 LevelIndex);
+[[nodiscard]] EFI_STATUS GetCacheInfo(smTVQ* Record, UINT8** Type7Array, UINT16 Type7Count,
+                                      UINT16 CacheHandle, UINT8 LevelIndex);
 
 /**
   Describes one high-bandwidth-memory stack of a processor in device.cpu.HBMInfo.
@@ -49,8 +49,8 @@ EFI_STATUS GetCacheInfo(smTVQ* Record, UINT8** Type7Array, UINT16 Type7Count, UI
   @retval EFI_NOT_FOUND           No memory device has such a locator; the slot is null.
   @retval EFI_OUT_OF_RESOURCES    The description could not be allocated; the slot is null.
 **/
-EFI_STATUS GetHbmInfo(smTVQ* Record, UINT8** Type17Array, UINT16 Type17Count, UINT8 CpuIndex,
-                      UINT8 HbmIndex);
+[[nodiscard]] EFI_STATUS GetHbmInfo(smTVQ* Record, UINT8** Type17Array, UINT16 Type17Count,
+                                    UINT8 CpuIndex, UINT8 HbmIndex);
 
 }  // namespace tvq
 

@@ -12,9 +12,9 @@ extern "C" {
 
 #include <Library/ZorvLib.h>
 
+#include "../log.h"
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
-#include "../log.h"
 #include "../text.h"
 #include "cpu_memory.h"
 #include "dimm_extension.h"
@@ -68,14 +68,6 @@ constexpr UINTN kGenericNameSize = 20;
 
 constexpr Logger kLog("MakeDIMMs");
 
-/// Why a record could not be filled.
-struct Failure {
-  LogFormat Message;
-  bool LogBeforeFreeing = false;
-
-  explicit operator bool() const { return Message.Text != nullptr; }
-};
-
 /// Frees what a failed allocation gives back, newest first. Deliberate: the FQDD is not among it.
 void FreeDimmContents(smTVQ* record) {
   const TVQ_DIMM& dimm = record->device.dimm;
@@ -122,47 +114,55 @@ class DimmBuilder {
 
  private:
   EFI_STATUS BuildRecord(UINT16 index);
-  EFI_STATUS Abandon(const Failure& failure, RecordOwner& record);
-  EFI_STATUS Publish(RecordOwner& record);
-  Failure FillTexts(smTVQ* record, const Structure& device);
-  Failure FillFqdd(smTVQ* record, const Structure& device);
-  Failure FillLocator(smTVQ* record, const Structure& device);
-  Failure FillMakerTexts(smTVQ* record, const Structure& device);
-  Failure FillPartNumber(smTVQ* record, const Structure& device);
+  [[nodiscard]] EFI_STATUS Abandon(RecordOwner& record, LogFormat message);
+  [[nodiscard]] EFI_STATUS Publish(RecordOwner& record);
+  Outcome FillTexts(smTVQ* record, const Structure& device);
+  Outcome FillGenericName(smTVQ* record, const Structure& device);
+  Outcome FillFqdd(smTVQ* record, const Structure& device);
+  Outcome FillLocator(smTVQ* record, const Structure& device);
+  Outcome FillMakerTexts(smTVQ* record, const Structure& device);
+  Outcome FillPartNumber(smTVQ* record, const Structure& device);
   void FillExtension(smTVQ* record);
 
   TYPE_E2_NODE* pE2ListRoot = nullptr;  ///< Deliberately left in the pool unless the walk finishes.
   StructureList mDevices;
 };
 
-Failure DimmBuilder::FillFqdd(smTVQ* record, const Structure& device) {
+Outcome DimmBuilder::FillGenericName(smTVQ* record, const Structure& device) {
+  auto name = PoolPtr<CHAR16>::Zeroed(kGenericNameSize);
+  if (!name) {
+    return Outcome::NoMemory("Memory allocation failed for DIMM Gerneric Name\n");
+  }
+  WriteGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
+  record->device.generic.MarketingName = name.Release();
+  return Outcome::Done();
+}
+
+Outcome DimmBuilder::FillFqdd(smTVQ* record, const Structure& device) {
   if (gFqddMapValid == 0) {
-    return {};
+    return Outcome::Done();
   }
   const UINT16 handle = device.OwnHandle();
   const FQDD_MAP_ENTRY* entry = FindFqdd(handle);
   if (entry == nullptr) {
     kLog("NO FQDD for handle=0x%X\n", handle);
-    return {};
+    return Outcome::Done();
   }
-  const TextCopy fqdd = CopyText(FqddText(*entry));
-  if (fqdd.Failed) {
-    return {"Memory allocation failed for DIMM FQDDD\n"};
-  }
-  record->device.dimm.FQDD = fqdd.Text;
-  return {};
+  TVQ_TRY_COPY(record->device.dimm.FQDD, CopyText(FqddText(*entry)),
+               "Memory allocation failed for DIMM FQDDD\n");
+  return Outcome::Done();
 }
 
 /// Deliberate: a locator with "DIMM_" anywhere loses its first five characters, and three bytes
 /// are taken from there as they stand, whatever the length of the text.
-Failure DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
+Outcome DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
   const CHAR8* locator = device.String(kDeviceLocator);
   if (locator == nullptr) {
-    return {};
+    return Outcome::Done();
   }
   auto text = PoolPtr<CHAR16>::Zeroed(kLocatorLength + 1);
   if (!text) {
-    return {"Memory allocation failed for DIMM Socket\n"};
+    return Outcome::NoMemory("Memory allocation failed for DIMM Socket\n");
   }
   const auto* start = reinterpret_cast<const UINT8*>(locator);
   if (ZvAsciiStrStr(locator, kLocatorPrefix) != nullptr) {
@@ -173,72 +173,53 @@ Failure DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
   }
   kLog("Socket = %s \n", text.Get());
   record->device.dimm.DeviceLocator = text.Release();
-  return {};
+  return Outcome::Done();
 }
 
-Failure DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
+Outcome DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
   TVQ_DIMM& dimm = record->device.dimm;
   const TextCopy manufacturer =
       CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n", device.String(kManufacturer));
   if (manufacturer.Failed) {
-    return {"Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n", true};
+    // Unlike the others, this line comes before anything is given back.
+    kLog("Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n");
+    return Outcome::NoMemory();
   }
   dimm.Manufacturer = manufacturer.Text;
-  const TextCopy bank =
-      CopyLogged(kLog, "Bank Locator in smTVQ struct: %s\n", device.String(kBankLocator));
-  if (bank.Failed) {
-    return {"Memory allocation failed for DIMM BankLocator\n"};
-  }
-  dimm.BankLocator = bank.Text;
-  const TextCopy asset =
-      CopyLogged(kLog, "Asset tag in smTVQ struct: %s\n", device.String(kAssetTag));
-  if (asset.Failed) {
-    return {"Memory allocation failed for DIMM Asset Tag\n"};
-  }
-  dimm.AssetTag = asset.Text;
-  return {};
+  TVQ_TRY_COPY(dimm.BankLocator,
+               CopyLogged(kLog, "Bank Locator in smTVQ struct: %s\n", device.String(kBankLocator)),
+               "Memory allocation failed for DIMM BankLocator\n");
+  TVQ_TRY_COPY(dimm.AssetTag,
+               CopyLogged(kLog, "Asset tag in smTVQ struct: %s\n", device.String(kAssetTag)),
+               "Memory allocation failed for DIMM Asset Tag\n");
+  return Outcome::Done();
 }
 
 /// Stays ASCII, deliberately in a buffer of twice the size that it needs.
-Failure DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
+Outcome DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
   const CHAR8* part = device.String(kPartNumber);
   if (part == nullptr) {
-    return {};
+    return Outcome::Done();
   }
   const UINTN length = ZvAsciiStrLen(part);
   auto* copy = static_cast<CHAR8*>(AllocateZeroPool((length + 1) * sizeof(CHAR16)));
   if (copy == nullptr) {
-    return {"Memory allocation failed for DIMM PartNumber\n"};
+    return Outcome::NoMemory("Memory allocation failed for DIMM PartNumber\n");
   }
   CopyMem(copy, part, length);
   record->device.dimm.PartNumber = copy;
-  return {};
+  return Outcome::Done();
 }
 
 /// All texts and, between them, the fields in the order in which they are read: a string number
 /// past the last string makes the later ones those of the structure that follows.
-Failure DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
-  auto name = PoolPtr<CHAR16>::Zeroed(kGenericNameSize);
-  if (!name) {
-    return {"Memory allocation failed for DIMM Gerneric Name\n"};
-  }
-  WriteGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
-  record->device.generic.MarketingName = name.Release();
-
-  if (const Failure failure = FillFqdd(record, device)) {
-    return failure;
-  }
-  const TextCopy wwn = CopyText(device.String(kSerialNumber));
-  if (wwn.Failed) {
-    return {"Memory allocation failed for DIMM WWN\n"};
-  }
-  record->device.generic.WWN = wwn.Text;
-  if (const Failure failure = FillLocator(record, device)) {
-    return failure;
-  }
-  if (const Failure failure = FillMakerTexts(record, device)) {
-    return failure;
-  }
+Outcome DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
+  TVQ_TRY_STEP(FillGenericName(record, device));
+  TVQ_TRY_STEP(FillFqdd(record, device));
+  TVQ_TRY_COPY(record->device.generic.WWN, CopyText(device.String(kSerialNumber)),
+               "Memory allocation failed for DIMM WWN\n");
+  TVQ_TRY_STEP(FillLocator(record, device));
+  TVQ_TRY_STEP(FillMakerTexts(record, device));
   TVQ_DIMM& dimm = record->device.dimm;
   dimm.Size = device.Word(kSize);
   dimm.Speed = device.Word(kSpeed);
@@ -318,15 +299,10 @@ void DimmBuilder::FillExtension(smTVQ* record) {
 }
 
 /// Ends the walk: frees the record under construction and the memory devices.
-EFI_STATUS DimmBuilder::Abandon(const Failure& failure, RecordOwner& record) {
-  if (failure.LogBeforeFreeing) {
-    kLog(failure.Message);
-  }
+EFI_STATUS DimmBuilder::Abandon(RecordOwner& record, LogFormat message) {
   record.Free();
   mDevices.Free();
-  if (!failure.LogBeforeFreeing) {
-    kLog(failure.Message);
-  }
+  kLog.IfAny(message);
   return EFI_OUT_OF_RESOURCES;
 }
 
@@ -337,8 +313,8 @@ EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
   if (built->device.dimm.DeviceLocator != nullptr) {
     CopyMem(instance, built->device.dimm.DeviceLocator, sizeof(instance));
   }
-  if (!AttachDevicePath(built, instance)) {
-    return Abandon({"Memory allocation failed for DIMM VendorDevicePath\n"}, record);
+  if (AttachDevicePath(built, instance).Failed()) {
+    return Abandon(record, "Memory allocation failed for DIMM VendorDevicePath\n");
   }
   const EFI_STATUS status = PublishRecord(built);
   if (EFI_ERROR(status)) {
@@ -365,10 +341,10 @@ EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
 
   RecordOwner record(TVQ_DEVICE_TYPE_DIMM, FreeDimmContents);
   if (!record) {
-    return Abandon({"Memory allocation failed for smTVQ\n"}, record);
+    return Abandon(record, "Memory allocation failed for smTVQ\n");
   }
-  if (const Failure failure = FillTexts(record.Get(), device)) {
-    return Abandon(failure, record);
+  if (const Outcome texts = FillTexts(record.Get(), device); texts.Failed()) {
+    return Abandon(record, texts.Message());
   }
   FillNumbers(record.Get(), device);
   FillExtension(record.Get());

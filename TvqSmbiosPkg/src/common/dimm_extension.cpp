@@ -9,8 +9,8 @@
 #include <IndustryStandard/SmbiosTvq.h>
 #include <Library/ZorvLib.h>
 
-#include "../smbios/structure.h"
 #include "../log.h"
+#include "../smbios/structure.h"
 
 namespace tvq {
 

@@ -29,7 +29,7 @@ static_assert(sizeof(TYPE_E2_NODE) == 26, "the node is packed");
 
 /// Collects all structures of type 226 in table order. Structures without a firmware version, and
 /// those for which there is no memory, get no node. Logs as MakeDIMMs.
-TYPE_E2_NODE* CollectE2List();
+[[nodiscard]] TYPE_E2_NODE* CollectE2List();
 
 /**
   Appends a node.
@@ -40,7 +40,7 @@ TYPE_E2_NODE* CollectE2List();
   @retval EFI_SUCCESS             The node is the last one.
   @retval EFI_OUT_OF_RESOURCES    Node is null, which says that it could not be allocated.
 **/
-EFI_STATUS AddTypeE2toList(TYPE_E2_NODE** Root, TYPE_E2_NODE* Node);
+[[nodiscard]] EFI_STATUS AddTypeE2toList(TYPE_E2_NODE** Root, TYPE_E2_NODE* Node);
 
 /// The first node for a memory device, or null.
 TYPE_E2_NODE* GetTypeE2FromList(UINT16 Type17Handle, TYPE_E2_NODE* Root);

@@ -26,7 +26,7 @@ void FillOperations(smTVQ* record);
   @retval EFI_ALREADY_STARTED   Another handle has the same device path.
   @retval Others                What InstallMultipleProtocolInterfaces returned.
 **/
-EFI_STATUS PublishRecord(smTVQ* record);
+[[nodiscard]] EFI_STATUS PublishRecord(smTVQ* record);
 
 }  // namespace tvq
 

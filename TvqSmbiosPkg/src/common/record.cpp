@@ -60,19 +60,19 @@ TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii) {
   return copy;
 }
 
-bool AttachDevicePath(smTVQ* record, Span<const UINT8> instance) {
+Outcome AttachDevicePath(smTVQ* record, Span<const UINT8> instance) {
   auto* path = static_cast<TVQ_DEVICE_PATH*>(
       AllocateCopyPool(sizeof(mTvqDevicePathTemplate), &mTvqDevicePathTemplate));
   gTvqDevicePath = reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(path);
   if (path == nullptr) {
-    return false;
+    return Outcome::NoMemory();
   }
   path->Data[0] = record->device.generic.DeviceType;
   for (UINTN i = 0; i < instance.Size() && i + 1 < ARRAY_SIZE(path->Data); i++) {
     path->Data[i + 1] = instance[i];
   }
   record->DevicePath = gTvqDevicePath;
-  return true;
+  return Outcome::Done();
 }
 
 }  // namespace tvq

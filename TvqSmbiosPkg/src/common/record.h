@@ -1,5 +1,5 @@
 /** @file
-  What the builders share: records under construction, widened texts, device paths.
+  What the builders share: records under construction and their device paths.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -11,7 +11,7 @@
 #include <Library/ZorvLib.h>
 #include <Protocol/TvqRecord.h>
 
-#include "../log.h"
+#include "steps.h"
 
 namespace tvq {
 
@@ -52,21 +52,9 @@ class RecordOwner {
   FreeContents mFreeContents;
 };
 
-/// An optional text: a missing one is no failure.
-struct TextCopy {
-  CHAR16* Text;
-  bool Failed;
-};
-
-/// A widened copy of `ascii` in new pool; null for null.
-TextCopy CopyText(const CHAR8* ascii);
-
-/// The same; a text that was copied is logged.
-TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii);
-
 /// Builds the record's device path. Data[0] becomes the device type, `instance` the bytes behind
-/// it. Tells whether there was memory.
-bool AttachDevicePath(smTVQ* record, Span<const UINT8> instance);
+/// it.
+Outcome AttachDevicePath(smTVQ* record, Span<const UINT8> instance);
 
 }  // namespace tvq
 

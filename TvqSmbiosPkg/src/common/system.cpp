@@ -10,8 +10,8 @@ extern "C" {
 #include <IndustryStandard/SmBios.h>
 }
 
-#include "../smbios/structure.h"
 #include "../log.h"
+#include "../smbios/structure.h"
 #include "../text.h"
 #include "publish.h"
 #include "record.h"
@@ -41,41 +41,45 @@ void FreeSystemContents(smTVQ* record) {
   FreeBlock(system.Generic.MarketingName);
 }
 
-/// Name, product name, instance, manufacturer, UUID and serial number. Tells whether there was
-/// memory.
-bool FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* productName,
-                  UINT16 index) {
+/// Name, product name, instance, manufacturer, UUID and serial number.
+Outcome FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* productName,
+                     UINT16 index) {
   TVQ_SYSTEM& system = record->device.system;
   auto name = PoolPtr<CHAR16>::Zeroed(kMarketingNameSize);
   if (!name) {
-    return false;
+    return Outcome::NoMemory();
   }
   WidenInto(name.Get(), kMarketingNameSize, "System and Chassis Information");
   system.Generic.MarketingName = name.Release();
 
-  const TextCopy product = CopyText(productName);
-  if (product.Failed) {
-    return false;
-  }
-  system.ProductName = product.Text;
-  kLog("Product Name in smTVQ struct: %s\n", product.Text);
+  TVQ_TRY_COPY(system.ProductName,
+               CopyLogged(kLog, "Product Name in smTVQ struct: %s\n", productName));
   system.Socket = static_cast<UINT8>(index + 1);
   kLog("Socket in smTVQ struct: %d\n", system.Socket);
 
-  const TextCopy manufacturer =
-      CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n", structure.String(kManufacturer));
-  if (manufacturer.Failed) {
-    return false;
-  }
-  system.Manufacturer = manufacturer.Text;
+  TVQ_TRY_COPY(system.Manufacturer, CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n",
+                                               structure.String(kManufacturer)));
   for (UINTN i = 0; i < sizeof(system.UUID); i++) {
     system.UUID[i] = structure.Byte(kUuid + i);
     kLog("UUID in smTVQ struct: %d\n", system.UUID[i]);
   }
-  const TextCopy serial =
-      CopyLogged(kLog, "Serial Number in smTVQ struct: %s\n", structure.String(kSerialNumber));
-  system.ServiceTag = serial.Text;
-  return !serial.Failed;
+  TVQ_TRY_COPY(system.ServiceTag, CopyLogged(kLog, "Serial Number in smTVQ struct: %s\n",
+                                             structure.String(kSerialNumber)));
+  return Outcome::Done();
+}
+
+Outcome FillRecord(smTVQ* record, const Structure& structure, const CHAR8* productName,
+                   UINT16 index) {
+  TVQ_TRY_STEP(FillIdentity(record, structure, productName, index));
+  TVQ_SYSTEM* system = &record->device.system;
+  FillChassisSection(system);
+  FillPmaSection(system);
+  FillBiosSection(system);
+  FillBaseBoardSection(system);
+  FillPciSlotSection(system);
+  FillOperations(record);
+  const UINT8 instance[] = {system->Socket};
+  return AttachDevicePath(record, instance);
 }
 
 EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
@@ -86,23 +90,11 @@ EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
   kLog("Product Name String exists\n");
 
   RecordOwner record(TVQ_DEVICE_TYPE_SYSTEM, FreeSystemContents);
-  if (!record || !FillIdentity(record.Get(), structure, productName, index)) {
-    return EFI_OUT_OF_RESOURCES;
-  }
-  TVQ_SYSTEM* system = &record->device.system;
-  FillChassisSection(system);
-  FillPmaSection(system);
-  FillBiosSection(system);
-  FillBaseBoardSection(system);
-  FillPciSlotSection(system);
-  FillOperations(record.Get());
-  const UINT8 instance[] = {system->Socket};
-  if (!AttachDevicePath(record.Get(), instance)) {
+  if (!record || FillRecord(record.Get(), structure, productName, index).Failed()) {
     return EFI_OUT_OF_RESOURCES;
   }
   // From here on a failure leaves the record, its device path and its entry in the pool.
-  smTVQ* built = record.Leave();
-  return PublishRecord(built);
+  return PublishRecord(record.Leave());
 }
 
 }  // namespace

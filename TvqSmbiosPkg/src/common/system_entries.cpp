@@ -22,12 +22,12 @@ enum class EntryResult {
 };
 
 /// A new entry in `*slot`. An entry whose text could not be had is freed again.
-EntryResult NewEntry(const EntryKind& kind, VOID** slot, const Structure& structure) {
+[[nodiscard]] EntryResult NewEntry(const EntryKind& kind, VOID** slot, const Structure& structure) {
   VOID* entry = AllocateZeroPool(kind.Size);
   if (entry == nullptr) {
     return EntryResult::kNoEntry;
   }
-  if (!kind.Fill(entry, structure)) {
+  if (kind.Fill(entry, structure).Failed()) {
     FreeEntry(kind, entry);
     return EntryResult::kNoText;
   }
@@ -62,7 +62,7 @@ Entries BuildEntries(const EntryKind& kind) {
 
 VOID* BuildEntry(const EntryKind& kind, const Structure& structure) {
   VOID* entry = nullptr;
-  NewEntry(kind, &entry, structure);
+  (void)NewEntry(kind, &entry, structure);  // An entry says it all.
   return entry;
 }
 

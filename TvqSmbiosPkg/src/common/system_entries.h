@@ -9,8 +9,9 @@
 
 #include <TvqCpp.h>
 
-#include "../smbios/structure.h"
 #include "../log.h"
+#include "../smbios/structure.h"
+#include "steps.h"
 
 namespace tvq {
 
@@ -25,8 +26,8 @@ struct EntryKind {
   UINT8 Type;  ///< Of the structures that are described.
   OnMissingEntry WhenMissing;
   UINT16 Size;
-  /// Fills a zeroed entry. Tells whether there was memory for its texts.
-  bool (*Fill)(VOID* entry, const Structure& structure);
+  /// Fills a zeroed entry.
+  Outcome (*Fill)(VOID* entry, const Structure& structure);
   void (*FreeTexts)(const VOID* entry);
   LogFormat None;   ///< Logged when there is no such structure.
   LogFormat Found;  ///< Logged with their number, in every case.

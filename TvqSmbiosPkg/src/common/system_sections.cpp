@@ -21,32 +21,20 @@ namespace {
 constexpr Logger kLog("MakeSYSTEM");
 
 //
-// Each kind of entry has Fill, which tells whether there was memory for its texts, and FreeTexts.
+// Each kind of entry has Fill, which needs memory for its texts, and FreeTexts.
 //
 
-bool Fill(CHASSIS_INFO* info, const Structure& chassis) {
-  const TextCopy manufacturer =
-      CopyLogged(kLog, "Chassis Manufacturer in smTVQ struct: %s\n", chassis.String(0x04));
-  info->Manufacturer = manufacturer.Text;
-  if (manufacturer.Failed) {
-    return false;
-  }
-  const TextCopy serviceTag = CopyText(chassis.String(0x07));
-  info->ServiceTag = serviceTag.Text;
-  if (serviceTag.Failed) {
-    return false;
-  }
-  const TextCopy assetTag = CopyText(chassis.String(0x08));
-  info->AssetTag = assetTag.Text;
-  if (assetTag.Failed) {
-    return false;
-  }
+Outcome Fill(CHASSIS_INFO* info, const Structure& chassis) {
+  TVQ_TRY_COPY(info->Manufacturer, CopyLogged(kLog, "Chassis Manufacturer in smTVQ struct: %s\n",
+                                              chassis.String(0x04)));
+  TVQ_TRY_COPY(info->ServiceTag, CopyText(chassis.String(0x07)));
+  TVQ_TRY_COPY(info->AssetTag, CopyText(chassis.String(0x08)));
   info->BootUpState = chassis.Byte(0x09);
   info->PowerSupplyState = chassis.Byte(0x0A);
   info->ThermalState = chassis.Byte(0x0B);
   info->SecurityStatus = chassis.Byte(0x0C);
   info->Height = chassis.Byte(0x11);
-  return true;
+  return Outcome::Done();
 }
 
 void FreeTexts(const CHASSIS_INFO* info) {
@@ -70,10 +58,10 @@ constexpr char kPmaNames[][kPmaNameSize] = {
     "Cache Memory",
 };
 
-bool Fill(PMA_INFO* info, const Structure& array) {
+Outcome Fill(PMA_INFO* info, const Structure& array) {
   auto name = PoolPtr<CHAR16>::Zeroed(kPmaNameSize);
   if (!name) {
-    return false;
+    return Outcome::NoMemory();
   }
   const UINT8 use = array.Byte(0x05);
   WidenInto(name.Get(), kPmaNameSize, use < ARRAY_SIZE(kPmaNames) ? kPmaNames[use] : "");
@@ -86,24 +74,19 @@ bool Fill(PMA_INFO* info, const Structure& array) {
   info->MemoryErrorInfoHandle = array.Handle(0x0B);
   info->NumberOfMemoryDevices = array.Word(0x0D);
   info->ExtendedMaximumCapacity = array.Qword(0x0F);
-  return true;
+  return Outcome::Done();
 }
 
 void FreeTexts(const PMA_INFO* info) {
   FreeBlock(info->Name);
 }
 
-bool Fill(BIOS_INFO* info, const Structure& firmware) {
-  const TextCopy version =
-      CopyLogged(kLog, "BIOS Version in smTVQ struct: %s\n", firmware.String(0x05));
-  info->BIOSVersion = version.Text;
-  if (version.Failed) {
-    return false;
-  }
-  const TextCopy date =
-      CopyLogged(kLog, "BIOS Release Date in smTVQ struct: %s\n", firmware.String(0x08));
-  info->BIOSReleaseDate = date.Text;
-  return !date.Failed;
+Outcome Fill(BIOS_INFO* info, const Structure& firmware) {
+  TVQ_TRY_COPY(info->BIOSVersion,
+               CopyLogged(kLog, "BIOS Version in smTVQ struct: %s\n", firmware.String(0x05)));
+  TVQ_TRY_COPY(info->BIOSReleaseDate,
+               CopyLogged(kLog, "BIOS Release Date in smTVQ struct: %s\n", firmware.String(0x08)));
+  return Outcome::Done();
 }
 
 void FreeTexts(const BIOS_INFO* info) {
@@ -111,29 +94,22 @@ void FreeTexts(const BIOS_INFO* info) {
   FreeBlock(info->BIOSVersion);
 }
 
-bool Fill(BASE_BOARD_INFO* info, const Structure& board) {
-  const TextCopy location =
-      CopyLogged(kLog, "Base board location in chassis in smTVQ struct: %s\n", board.String(0x0A));
-  info->LocationInChassis = location.Text;
-  if (location.Failed) {
-    return false;
-  }
+Outcome Fill(BASE_BOARD_INFO* info, const Structure& board) {
+  TVQ_TRY_COPY(
+      info->LocationInChassis,
+      CopyLogged(kLog, "Base board location in chassis in smTVQ struct: %s\n", board.String(0x0A)));
   info->ChassisHandle = board.Handle(0x0B);
   kLog("Base board Chassis Handle in smTVQ struct: %x\n", info->ChassisHandle);
-  return true;
+  return Outcome::Done();
 }
 
 void FreeTexts(const BASE_BOARD_INFO* info) {
   FreeBlock(info->LocationInChassis);
 }
 
-bool Fill(PCI_SLOT_INFO* info, const Structure& slot) {
-  const TextCopy designation =
-      CopyLogged(kLog, "PCI Slot designation in smTVQ struct: %s\n", slot.String(0x04));
-  info->Desig = designation.Text;
-  if (designation.Failed) {
-    return false;
-  }
+Outcome Fill(PCI_SLOT_INFO* info, const Structure& slot) {
+  TVQ_TRY_COPY(info->Desig,
+               CopyLogged(kLog, "PCI Slot designation in smTVQ struct: %s\n", slot.String(0x04)));
   info->Type = slot.Byte(0x05);
   info->Width = slot.Byte(0x06);
   info->Len = slot.Byte(0x08);
@@ -143,7 +119,7 @@ bool Fill(PCI_SLOT_INFO* info, const Structure& slot) {
   info->DevFn = slot.Byte(0x10);
   info->HotPlug = slot.Byte(0x0C);
   kLog("PCI SLot ID in smTVQ struct: %x\n", info->ID);
-  return true;
+  return Outcome::Done();
 }
 
 void FreeTexts(const PCI_SLOT_INFO* info) {
@@ -151,7 +127,7 @@ void FreeTexts(const PCI_SLOT_INFO* info) {
 }
 
 template <typename Entry>
-bool FillAs(VOID* entry, const Structure& structure) {
+Outcome FillAs(VOID* entry, const Structure& structure) {
   return Fill(static_cast<Entry*>(entry), structure);
 }
 

@@ -30,7 +30,7 @@ TVQ_BLOB_HEADER* WrapDocument(const CHAR8* document, UINTN length) {
   return blob;
 }
 
-EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
+[[nodiscard]] EFI_STATUS WrapCached(TVQ_BLOB_HEADER** blob, const smTVQ* record) {
   TVQ_BLOB_HEADER* wrapped = WrapDocument(record->ConfigXml, ZvAsciiStrLen(record->ConfigXml));
   if (wrapped == nullptr) {
     return EFI_OUT_OF_RESOURCES;

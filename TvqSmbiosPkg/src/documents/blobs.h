@@ -24,7 +24,7 @@ namespace tvq {
   @retval EFI_INVALID_PARAMETER   An argument is null.
   @retval EFI_OUT_OF_RESOURCES    The blob could not be allocated.
 **/
-EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
+[[nodiscard]] EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
 
 /**
   Builds the configuration blob. The document is built once and kept in the record. Building it
@@ -38,7 +38,7 @@ EFI_STATUS getInvBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
   @retval EFI_INVALID_PARAMETER   An argument is null.
   @retval EFI_OUT_OF_RESOURCES    The document or the blob could not be allocated.
 **/
-EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
+[[nodiscard]] EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
 
 /**
   Builds the end blob.
@@ -48,14 +48,14 @@ EFI_STATUS getConfigBlob(TVQ_BLOB_HEADER** Blob, smTVQ* Record);
   @retval EFI_SUCCESS             Blob is set.
   @retval EFI_OUT_OF_RESOURCES    The blob could not be allocated.
 **/
-EFI_STATUS getEndBlob(TVQ_BLOB_HEADER** Blob);
+[[nodiscard]] EFI_STATUS getEndBlob(TVQ_BLOB_HEADER** Blob);
 
 /// Logs the blob set that Get returns. An empty slot logs nothing; without a debug log no blob is
 /// read.
 void printData(const TVQ_DATA* Array, const smTVQ* Record);
 
 /// A new zeroed blob of `allocated` bytes whose header says `size`; null without memory.
-TVQ_BLOB_HEADER* NewBlob(UINT32 type, UINT32 cookie, UINTN size, UINTN allocated);
+[[nodiscard]] TVQ_BLOB_HEADER* NewBlob(UINT32 type, UINT32 cookie, UINTN size, UINTN allocated);
 
 }  // namespace tvq
 

@@ -34,7 +34,7 @@ void WriteDimmIdentity(XmlWriter& xml, const TVQ_DIMM& dimm) {
 /// "CPU" and one character, which may be no digit, and ends the text when it is NUL.
 void WriteCpuLocation(XmlWriter& xml, const TVQ_CPU& cpu) {
   CHAR8 location[10] = {};
-  ZvAsciiStrCpyS(location, sizeof(location), "CPU0");
+  (void)ZvAsciiStrCpyS(location, sizeof(location), "CPU0");
   location[3] = static_cast<CHAR8>(static_cast<UINT8>('0' + cpu.Socket));
   xml.Element("CPULocation", location);
 }
@@ -63,7 +63,7 @@ void WriteInventory(XmlWriter& xml, const TVQ_DEVICE& device) {
   xml.Close("Inventory");
 }
 
-EFI_STATUS WriteConfiguration(XmlWriter& xml, const TVQ_DEVICE& device) {
+[[nodiscard]] EFI_STATUS WriteConfiguration(XmlWriter& xml, const TVQ_DEVICE& device) {
   EFI_STATUS status = EFI_SUCCESS;
   xml.Open("Configuration");
   switch (device.generic.DeviceType) {

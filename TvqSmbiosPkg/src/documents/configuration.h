@@ -26,7 +26,7 @@ namespace tvq {
   @retval EFI_SUCCESS             The document is complete.
   @retval EFI_OUT_OF_RESOURCES    Memory ran out.
 **/
-EFI_STATUS WriteDocument(XmlWriter& xml, smTVQ* record);
+[[nodiscard]] EFI_STATUS WriteDocument(XmlWriter& xml, smTVQ* record);
 
 /// Rewrites the slots' hot-plug bytes in the record to what the document says of them, 0 or 1.
 /// Deliberate: later readers of the record see those. No document can be written of them any more,
@@ -35,7 +35,7 @@ void SettleHotPlug(const TVQ_SYSTEM& system);
 
 /// Parts of the document that one device type has.
 void WriteCpuData(XmlWriter& xml, const TVQ_CPU& cpu);
-EFI_STATUS WriteDimmData(XmlWriter& xml, const TVQ_DIMM& dimm);
+[[nodiscard]] EFI_STATUS WriteDimmData(XmlWriter& xml, const TVQ_DIMM& dimm);
 void WriteSystemIdentifier(XmlWriter& xml, const TVQ_SYSTEM& system);
 void WriteSystemData(XmlWriter& xml, const TVQ_SYSTEM& system);
 

@@ -11,7 +11,7 @@ namespace tvq {
 namespace {
 
 /// Trims the record's part number in place and writes what stands before its first blank.
-EFI_STATUS WritePartNumber(XmlWriter& xml, CHAR8* partNumber) {
+[[nodiscard]] EFI_STATUS WritePartNumber(XmlWriter& xml, CHAR8* partNumber) {
   if (partNumber == nullptr) {
     xml.Empty("PartNumber");
     return EFI_SUCCESS;

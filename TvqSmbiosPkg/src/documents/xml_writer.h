@@ -31,7 +31,7 @@ class XmlWriter {
   static constexpr UINTN kTextSize = 128;
 
   /// Tells whether there was memory for the initial buffer.
-  bool Allocate();
+  [[nodiscard]] bool Allocate();
 
   bool Failed() const { return !mBuffer; }
   const CHAR8* Text() const { return mBuffer.Get(); }
@@ -58,7 +58,7 @@ class XmlWriter {
  private:
   void Wrapped(Literal name, const CHAR8* text, UINTN length);
   void AppendBytes(const CHAR8* bytes, UINTN length);
-  bool Reserve(UINTN length);
+  [[nodiscard]] bool Reserve(UINTN length);
 
   PoolPtr<CHAR8> mBuffer;
   UINTN mSize = 0;

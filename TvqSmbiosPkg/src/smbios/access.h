@@ -56,7 +56,7 @@ UINTN SmbiosCountStructures();
   @retval EFI_SUCCESS     The table is known.
   @retval EFI_NOT_FOUND   There is no 32-bit entry point.
 **/
-EFI_STATUS LocateSmbiosTable();
+[[nodiscard]] EFI_STATUS LocateSmbiosTable();
 
 /**
   Fetches a structure by handle; the first structure with the handle wins.
@@ -70,7 +70,7 @@ EFI_STATUS LocateSmbiosTable();
   @retval EFI_INVALID_PARAMETER   An argument is null.
   @retval EFI_NOT_FOUND           No structure has the handle; *Handle is kSmbiosNoHandle.
 **/
-EFI_STATUS SmbiosGetNext(UINT16* Handle, UINT8** Record, UINT16* Size);
+[[nodiscard]] EFI_STATUS SmbiosGetNext(UINT16* Handle, UINT8** Record, UINT16* Size);
 
 /**
   Collects the structures of a type in table order. Each structure is visited once, by position,
@@ -89,7 +89,8 @@ EFI_STATUS SmbiosGetNext(UINT16* Handle, UINT8** Record, UINT16* Size);
   @retval EFI_OUT_OF_RESOURCES    An array could not be allocated; *Records is not valid. An array
                                   without elements is asked for too, and some pools have none.
 **/
-EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Sizes, UINT16* Count);
+[[nodiscard]] EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Sizes,
+                                                   UINT16* Count);
 
 /**
   Finds a string of a structure.

@@ -37,7 +37,7 @@ UINT64 AddressValue(const VOID* address) {
 }
 
 /// A widened copy of a text of the one system structure (type 1).
-EFI_STATUS NewSystemText(UINTN stringOffset, CHAR16** text) {
+[[nodiscard]] EFI_STATUS NewSystemText(UINTN stringOffset, CHAR16** text) {
   LastingList systems;
   if (EFI_ERROR(systems.Collect(SMBIOS_TYPE_SYSTEM_INFORMATION)) || systems.Count() != 1) {
     return EFI_NOT_FOUND;
@@ -52,7 +52,7 @@ EFI_STATUS NewSystemText(UINTN stringOffset, CHAR16** text) {
 }
 
 /// Asks OEM-strings structure i for its string i + 1, until one begins with '9'.
-EFI_STATUS ProbeOemName() {
+[[nodiscard]] EFI_STATUS ProbeOemName() {
   LastingList oemStrings;
   if (EFI_ERROR(oemStrings.Collect(SMBIOS_TYPE_OEM_STRINGS)) || !oemStrings.Any()) {
     return EFI_NOT_FOUND;

@@ -25,14 +25,14 @@ namespace tvq {
   @retval EFI_INVALID_PARAMETER   Another name, Value is null, or there is no text.
   @retval EFI_OUT_OF_RESOURCES    The text could not be allocated.
 **/
-EFI_STATUS EFIAPI ServerAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
+[[nodiscard]] EFI_STATUS EFIAPI ServerAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
 
 /// "SMBIOSServiceTagString": the system's serial number. Statuses as above.
-EFI_STATUS GetServiceTagString(CHAR16* Name, CHAR16** String);
+[[nodiscard]] EFI_STATUS GetServiceTagString(CHAR16* Name, CHAR16** String);
 
 /// "SMBIOSSystemNameString": the system's product name, unless the OEM strings have a text that
 /// begins with '9' where it is looked for: then, deliberately, no text. Statuses as above.
-EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String);
+[[nodiscard]] EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String);
 
 /**
   Answers "zorv.smbios.pci".
@@ -48,7 +48,7 @@ EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String);
   @retval EFI_INVALID_PARAMETER   Value or the query is null.
   @retval EFI_BAD_BUFFER_SIZE     There is no SMBIOS entry point.
 **/
-EFI_STATUS EFIAPI PciAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
+[[nodiscard]] EFI_STATUS EFIAPI PciAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
 
 /**
   Answers "zorv.smbios.bios".
@@ -63,12 +63,12 @@ EFI_STATUS EFIAPI PciAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value
   @retval EFI_INVALID_PARAMETER   Value is null.
   @retval EFI_OUT_OF_RESOURCES    Something could not be allocated.
 **/
-EFI_STATUS EFIAPI BiosAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
+[[nodiscard]] EFI_STATUS EFIAPI BiosAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
 
 /// The setters refuse: always EFI_UNSUPPORTED.
-EFI_STATUS EFIAPI ServerAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
-EFI_STATUS EFIAPI PciAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
-EFI_STATUS EFIAPI BiosAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
+[[nodiscard]] EFI_STATUS EFIAPI ServerAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
+[[nodiscard]] EFI_STATUS EFIAPI PciAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
+[[nodiscard]] EFI_STATUS EFIAPI BiosAttributeSet(CHAR16* Namespace, CHAR16* Name, UINT64 Value);
 
 }  // namespace tvq
 

@@ -34,7 +34,7 @@ UINT16 GroupCount(const Structure& structure) {
       2);
 }
 
-EFI_STATUS CountGroups() {
+[[nodiscard]] EFI_STATUS CountGroups() {
   for (UINT16 i = 0; i < gType225Count; i++) {
     const Structure structure(&gType225Records[i]);
     if (structure.Byte(OFFSET_OF(SMBIOS_TABLE_TYPE225, Format)) != SMBIOS_TVQ_FQDD_MAP_FORMAT) {
@@ -54,7 +54,7 @@ FQDD_MAP_ENTRY ReadGroup(const Structure& structure, UINTN offset, UINT16 index)
   return entry;
 }
 
-EFI_STATUS FillMap() {
+[[nodiscard]] EFI_STATUS FillMap() {
   UINT16 filled = 0;
   for (UINT16 i = 0; i < gType225Count && filled < gFqddMapCount; i++) {
     const Structure structure(&gType225Records[i]);
@@ -97,7 +97,7 @@ UINT16 FindPosition(UINT16 handle) {
   return position;
 }
 
-EFI_STATUS CollectAndFill() {
+[[nodiscard]] EFI_STATUS CollectAndFill() {
   StructureList structures;
   if (EFI_ERROR(structures.Collect(SMBIOS_TYPE_TVQ_FQDD_MAP))) {
     return EFI_NOT_FOUND;  // What an earlier start collected is still the driver's to free.

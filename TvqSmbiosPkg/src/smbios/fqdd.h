@@ -42,7 +42,7 @@ extern UINT8 gFqddMapValid;
                                   the whole map.
   @retval EFI_OUT_OF_RESOURCES    The map could not be allocated.
 **/
-EFI_STATUS BuildFqddMap();
+[[nodiscard]] EFI_STATUS BuildFqddMap();
 
 /// The first entry of the map with the handle, or null and a log line.
 FQDD_MAP_ENTRY* FindFqdd(UINT16 Handle);
@@ -55,7 +55,7 @@ CHAR8* FqddText(const FQDD_MAP_ENTRY& entry);
 
   @retval EFI_SUCCESS   Always.
 **/
-EFI_STATUS ReleaseSmbiosState();
+[[nodiscard]] EFI_STATUS ReleaseSmbiosState();
 
 }  // namespace tvq
 

@@ -65,7 +65,7 @@ UINT8 SmbiosByteAt(const UINT8* position);
 class StructureList {
  public:
   /// Collects the structures of a type; see SmbiosGetStructuresByType.
-  EFI_STATUS Collect(UINT8 type);
+  [[nodiscard]] EFI_STATUS Collect(UINT8 type);
 
   /// Tells whether there is at least one structure.
   bool Any() const { return mRecords && mCount != 0; }

@@ -52,8 +52,8 @@ class TableIndex {
     UINT16 MapPosition;
   };
 
-  bool Allocate(UINTN room);
-  bool AddStructures(UINTN room);
+  [[nodiscard]] bool Allocate(UINTN room);
+  [[nodiscard]] bool AddStructures(UINTN room);
   void LinkStructures();
   UINT16 SkipOthers(UINT16 entry, UINT16 handle) const;
   UINT16& Bucket(UINT16 handle) const { return mBuckets[handle & (mBucketCount - 1)]; }

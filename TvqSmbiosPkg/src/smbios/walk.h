@@ -24,7 +24,7 @@ class StructureWalk {
   StructureWalk() : mTable(SmbiosTable()), mFollowing(mTable.begin()) {}
 
   /// Steps to the next structure; the first call to the first one.
-  bool Next();
+  [[nodiscard]] bool Next();
 
   UINT8* Address() const { return mAddress; }
   UINT16 Size() const { return static_cast<UINT16>(mFollowing - mAddress); }
@@ -40,13 +40,13 @@ class TypeWalk {
  public:
   explicit TypeWalk(UINT8 type);
 
-  bool Next();
+  [[nodiscard]] bool Next();
 
   UINT8* Address() const { return mAddress; }
   UINT16 Size() const { return mSize; }
 
  private:
-  bool NextByPosition();
+  [[nodiscard]] bool NextByPosition();
 
   const TableIndex* mIndex;
   UINT16 mEntry;

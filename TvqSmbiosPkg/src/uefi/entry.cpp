@@ -16,11 +16,11 @@ extern "C" {
 #include <Protocol/TvqStartRequest.h>
 
 #include "../common/builders.h"
+#include "../log.h"
 #include "../smbios/access.h"
 #include "../smbios/attributes.h"
 #include "../smbios/fqdd.h"
 #include "../smbios/table_index.h"
-#include "../log.h"
 #include "tvq.h"
 
 namespace tvq {
@@ -37,10 +37,10 @@ VOID* LocateProtocolOrNull(EFI_GUID* protocol, EFI_STATUS* status) {
 
 /// Registers the attribute namespaces. The server namespace may fail: its attributes are then not
 /// answered, and nothing else depends on them.
-EFI_STATUS RegisterAttributes() {
+[[nodiscard]] EFI_STATUS RegisterAttributes() {
   VOID* token;
   const auto add = gZV->Services->RegisterAttribute;
-  add(&token, Ucs2(TVQ_NAMESPACE_SERVER), ServerAttributeGet, ServerAttributeSet);
+  (void)add(&token, Ucs2(TVQ_NAMESPACE_SERVER), ServerAttributeGet, ServerAttributeSet);
   const EFI_STATUS status = add(&token, Ucs2(TVQ_NAMESPACE_PCI), PciAttributeGet, PciAttributeSet);
   if (EFI_ERROR(status)) {
     return status;
@@ -58,10 +58,10 @@ void AwaitDebugLog() {
     return;
   }
   if (EFI_ERROR(gBS->RegisterProtocolNotify(&gDebugLogProtocolGuid, event, &registration))) {
-    gBS->CloseEvent(event);
+    (void)gBS->CloseEvent(event);
     return;
   }
-  gBS->SignalEvent(event);
+  (void)gBS->SignalEvent(event);
 }
 
 void BindDebugLog() {
@@ -74,7 +74,7 @@ void BindDebugLog() {
 }
 
 /// Makes the image unloadable.
-EFI_STATUS SetUnloadHandler() {
+[[nodiscard]] EFI_STATUS SetUnloadHandler() {
   EFI_LOADED_IMAGE_PROTOCOL* loadedImage = nullptr;
   const EFI_STATUS status = gBS->OpenProtocol(
       gTvqImageHandle, &gEfiLoadedImageProtocolGuid, reinterpret_cast<VOID**>(&loadedImage),
@@ -91,13 +91,13 @@ EFI_STATUS SetUnloadHandler() {
 void ReleaseRecord(EFI_HANDLE handle) {
   smTVQ* record = nullptr;
   VOID* entry = nullptr;
-  gBS->CloseProtocol(handle, &gTvqRecordGuid, gTvqImageHandle, handle);
-  gBS->HandleProtocol(handle, &gTvqRecordGuid, reinterpret_cast<VOID**>(&record));
-  gBS->HandleProtocol(handle, &gZvEntryProtocolGuid, &entry);
+  (void)gBS->CloseProtocol(handle, &gTvqRecordGuid, gTvqImageHandle, handle);
+  (void)gBS->HandleProtocol(handle, &gTvqRecordGuid, reinterpret_cast<VOID**>(&record));
+  (void)gBS->HandleProtocol(handle, &gZvEntryProtocolGuid, &entry);
   if (record != nullptr) {
     // Deliberate: the address of the local variable is no interface of the handle, so the firmware
     // refuses the whole call and all three interfaces stay.
-    gBS->UninstallMultipleProtocolInterfaces(
+    (void)gBS->UninstallMultipleProtocolInterfaces(
         handle, &gTvqInventoryProtocolGuid, InventoryOf(record), &gZvEntryProtocolGuid, &entry,
         &gEfiDevicePathProtocolGuid, record->DevicePath, nullptr);
   }
@@ -129,16 +129,17 @@ EFI_STATUS EFIAPI SMBIOSInit(VOID*) {
 }
 
 void BuildAllRecords() {
-  MakeCPUs();
-  MakeDIMMs();
-  MakeSYSTEM();
+  (void)MakeCPUs();
+  (void)MakeDIMMs();
+  (void)MakeSYSTEM();
   UINT64 value = 0;
-  BiosAttributeGet(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), &value);
-  gZV->Services->SetAttributeValue(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), value);
+  (void)BiosAttributeGet(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), &value);
+  (void)gZV->Services->SetAttributeValue(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO),
+                                         value);
 }
 
 VOID EFIAPI DebugLogNotify(EFI_EVENT, VOID*) {
-  gBS->LocateProtocol(&gDebugLogProtocolGuid, nullptr, reinterpret_cast<VOID**>(&gDebugLog));
+  (void)gBS->LocateProtocol(&gDebugLogProtocolGuid, nullptr, reinterpret_cast<VOID**>(&gDebugLog));
 }
 
 EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE) {
@@ -153,9 +154,9 @@ EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE) {
     ReleaseRecord(handles[i]);
   }
   if (handles != nullptr) {
-    gBS->FreePool(handles);
+    (void)gBS->FreePool(handles);
   }
-  ReleaseSmbiosState();
+  (void)ReleaseSmbiosState();
   return status;
 }
 

@@ -29,7 +29,7 @@ namespace tvq {
 extern EFI_HANDLE gTvqImageHandle;
 
 /// The start; Protocol/TvqStartRequest.h documents it.
-EFI_STATUS EFIAPI SMBIOSInit(VOID* Context);
+[[nodiscard]] EFI_STATUS EFIAPI SMBIOSInit(VOID* Context);
 
 /// Runs the three builders, each whatever became of the one before, and stores the firmware
 /// attribute.
@@ -46,7 +46,7 @@ VOID EFIAPI DebugLogNotify(EFI_EVENT Event, VOID* Context);
   @retval EFI_SUCCESS     Done.
   @retval EFI_NOT_FOUND   There is no record; nothing was done.
 **/
-EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle);
+[[nodiscard]] EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle);
 
 }  // namespace tvq
 

@@ -43,8 +43,8 @@ EFI_STATUS PublishRecord(smTVQ* record) {
       record->DevicePath, nullptr);
   if (!EFI_ERROR(status)) {
     VOID* opened;
-    gBS->OpenProtocol(handle, &gTvqRecordGuid, &opened, gTvqImageHandle, handle,
-                      EFI_OPEN_PROTOCOL_BY_DRIVER);
+    (void)gBS->OpenProtocol(handle, &gTvqRecordGuid, &opened, gTvqImageHandle, handle,
+                            EFI_OPEN_PROTOCOL_BY_DRIVER);
   }
   return status;
 }

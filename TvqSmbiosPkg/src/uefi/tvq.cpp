@@ -16,7 +16,8 @@ namespace tvq {
 namespace {
 
 /// What Get and Set ask of their arguments.
-EFI_STATUS CheckRequest(const VOID* interface, const TVQ_REQUEST* request, const VOID* data) {
+[[nodiscard]] EFI_STATUS CheckRequest(const VOID* interface, const TVQ_REQUEST* request,
+                                      const VOID* data) {
   if (interface == nullptr || request == nullptr || data == nullptr ||
       request->Version != TVQ_REQUEST_VERSION) {
     return EFI_INVALID_PARAMETER;

@@ -14,11 +14,13 @@
 
 namespace tvq {
 
-EFI_STATUS EFIAPI SMTVQIdentify(TVQ_INVENTORY_PROTOCOL* This, TVQ_IDENTITY* Identity);
-EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* Result);
-EFI_STATUS EFIAPI SMTVQSet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* Data);
-EFI_STATUS EFIAPI SMTVQVerify(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request, TVQ_DATA* OldData,
-                              TVQ_DATA* Response, UINT32* Result);
+[[nodiscard]] EFI_STATUS EFIAPI SMTVQIdentify(TVQ_INVENTORY_PROTOCOL* This, TVQ_IDENTITY* Identity);
+[[nodiscard]] EFI_STATUS EFIAPI SMTVQGet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request,
+                                         TVQ_DATA* Result);
+[[nodiscard]] EFI_STATUS EFIAPI SMTVQSet(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request,
+                                         TVQ_DATA* Data);
+[[nodiscard]] EFI_STATUS EFIAPI SMTVQVerify(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request,
+                                            TVQ_DATA* OldData, TVQ_DATA* Response, UINT32* Result);
 
 /// The record's inventory protocol. The record is packed, but its pool block is aligned, and the
 /// protocol's position in it is.

@@ -103,7 +103,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
          ZvAsciiStrnCmp(current == nullptr ? "" : current, stored, ZvAsciiStrLen(stored)) == 0;
 }
 
-EFI_STATUS VerifyDimm(const TVQ_DIMM& dimm, const CHAR8* document, UINT32* result) {
+[[nodiscard]] EFI_STATUS VerifyDimm(const TVQ_DIMM& dimm, const CHAR8* document, UINT32* result) {
   DIMM_XML_CACHE* stored = nullptr;
   UINT32 length = 1;
   const EFI_STATUS status = ParseDIMMXMLBlob(document, &stored, &length);
@@ -125,7 +125,7 @@ EFI_STATUS VerifyDimm(const TVQ_DIMM& dimm, const CHAR8* document, UINT32* resul
   return EFI_SUCCESS;
 }
 
-EFI_STATUS VerifyCpu(const TVQ_CPU& cpu, const CHAR8* document, UINT32* result) {
+[[nodiscard]] EFI_STATUS VerifyCpu(const TVQ_CPU& cpu, const CHAR8* document, UINT32* result) {
   CPU_XML_CACHE* stored = nullptr;
   UINT32 length = 1;
   const EFI_STATUS status = ParseCPUXMLBlob(document, &stored, &length);
@@ -148,7 +148,8 @@ EFI_STATUS VerifyCpu(const TVQ_CPU& cpu, const CHAR8* document, UINT32* result) 
   return EFI_SUCCESS;
 }
 
-EFI_STATUS VerifyDevice(const TVQ_DEVICE& device, const CHAR8* document, UINT32* result) {
+[[nodiscard]] EFI_STATUS VerifyDevice(const TVQ_DEVICE& device, const CHAR8* document,
+                                      UINT32* result) {
   switch (device.generic.DeviceType) {
     case TVQ_DEVICE_TYPE_DIMM:
       return VerifyDimm(device.dimm, document, result);
@@ -162,10 +163,10 @@ EFI_STATUS VerifyDevice(const TVQ_DEVICE& device, const CHAR8* document, UINT32*
 
 /// Returns an error text, the caller's from then on, through the descriptor that the response's
 /// buffer has to be.
-EFI_STATUS Refuse(TVQ_DATA* response) {
+[[nodiscard]] EFI_STATUS Refuse(TVQ_DATA* response) {
   auto* text = static_cast<CHAR8*>(ZvAllocateZero(kRefusalSize));
   if (text != nullptr) {
-    ZvAsciiStrCpyS(text, kRefusalSize, kRefusal);
+    (void)ZvAsciiStrCpyS(text, kRefusalSize, kRefusal);
     auto* target = static_cast<TVQ_DATA*>(response->Buffer);
     target->Length = sizeof(kRefusal) - 1;
     target->Buffer = text;

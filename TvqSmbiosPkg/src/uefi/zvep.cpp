@@ -11,9 +11,9 @@
 
 #include <Library/ZorvLib.h>
 
-#include "containing.h"
 #include "../log.h"
 #include "../text.h"
+#include "containing.h"
 
 namespace tvq {
 
@@ -122,9 +122,9 @@ bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PAT
          node->Data[0] == device.generic.DeviceType && IsInstance(kind, device, node->Data + 1);
 }
 
-EFI_STATUS DeviceName(const Kind& kind, ZVEP_PROTOCOL* interface,
-                      EFI_DEVICE_PATH_PROTOCOL* devicePath, const CHAR8* language, CHAR16** name,
-                      CHAR16** fqdd) {
+[[nodiscard]] EFI_STATUS DeviceName(const Kind& kind, ZVEP_PROTOCOL* interface,
+                                    EFI_DEVICE_PATH_PROTOCOL* devicePath, const CHAR8* language,
+                                    CHAR16** name, CHAR16** fqdd) {
   if (interface == nullptr || devicePath == nullptr || language == nullptr || name == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -184,7 +184,8 @@ ZVEP_PROTOCOL* FillInterface(ZVEP_ENTRY* entry, ZVEP_GET_DEVICE_NAME getDeviceNa
   if (entry == nullptr) {
     return nullptr;
   }
-  ZvAsciiStrnCpyS(entry->Languages, sizeof(entry->Languages), "en-US", sizeof(entry->Languages));
+  (void)ZvAsciiStrnCpyS(entry->Languages, sizeof(entry->Languages), "en-US",
+                        sizeof(entry->Languages));
   entry->Interface.GetDeviceName = getDeviceName;
   entry->Interface.GetDeviceData = GetDeviceData;
   entry->Interface.SupportedLanguages = entry->Languages;

@@ -14,9 +14,9 @@ namespace tvq {
 
 /// Builds the entry of a device from the device part of its record; its texts stay the record's.
 /// Returns the entry's interface, or null when Device is null or there is no memory.
-ZVEP_PROTOCOL* MakeCPUZVEP(const TVQ_DEVICE* Device);
-ZVEP_PROTOCOL* MakeDIMMZVEP(const TVQ_DEVICE* Device);
-ZVEP_PROTOCOL* MakeSYSTEMZVEP(const TVQ_DEVICE* Device);
+[[nodiscard]] ZVEP_PROTOCOL* MakeCPUZVEP(const TVQ_DEVICE* Device);
+[[nodiscard]] ZVEP_PROTOCOL* MakeDIMMZVEP(const TVQ_DEVICE* Device);
+[[nodiscard]] ZVEP_PROTOCOL* MakeSYSTEMZVEP(const TVQ_DEVICE* Device);
 
 }  // namespace tvq
 

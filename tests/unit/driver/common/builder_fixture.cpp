@@ -69,7 +69,7 @@ void BuilderTest::Prepare(const Table& table) {
   ASSERT_EQ(harness.Load(), EFI_SUCCESS);
   harness.ConnectLog();
   ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
-  BuildFqddMap();
+  (void)BuildFqddMap();  // Not every table has one.
   harness.TakeLog();
 }
 

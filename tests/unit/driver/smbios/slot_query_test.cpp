@@ -89,7 +89,7 @@ TEST_F(SlotQuery, DoesNotLookAtTheNamespace) {
 
 TEST_F(SlotQuery, NeedsTheEntryPoint) {
   Use(TableOf(WantedSlot()));
-  ReleaseSmbiosState();
+  EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
   EXPECT_EQ(Ask(), EFI_BAD_BUFFER_SIZE);
   EXPECT_EQ(mQuery.OnBoard, 0u);
   EXPECT_EQ(mQuery.SlotId, 5);

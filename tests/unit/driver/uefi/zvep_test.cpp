@@ -175,7 +175,7 @@ TEST_F(DeviceEntry, OfAProcessorIsLogged) {
   TVQ_DEVICE& device = NewDevice(kCpu);
   device.cpu.MaxSpeed = 0xFFFF;
   device.cpu.CoreCount = 200;
-  MakeCPUZVEP(&device);
+  EXPECT_NE(MakeCPUZVEP(&device), nullptr);
   EXPECT_THAT(TakeLog(),
               ElementsAre("MakeCPUZVEP: CPU Info: Socket 2 MaxSpeed 65535 CoreCount 200\n"));
 }

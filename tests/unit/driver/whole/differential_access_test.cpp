@@ -66,7 +66,7 @@ class DifferentialAccess : public SmbiosTest {
 
   // With an index of the table, as during a start, or without.
   void Compare(bool withIndex) {
-    ReleaseSmbiosState();
+    EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
     ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
     std::optional<TableIndex> index;
     if (withIndex) {
@@ -117,7 +117,7 @@ class DifferentialAccess : public SmbiosTest {
 
   // The getters and the map never free what they collect.
   void FreeLeftovers() {
-    ReleaseSmbiosState();
+    EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
     for (const host::Block& block : mHarness.Blocks()) {
       if (block.serial > mLoaded) {
         mHarness.BootServices()->FreePool(const_cast<void*>(block.address));
