@@ -61,7 +61,7 @@ Table ToTable(const tvqplatform::Capture& capture) {
   table.minor = capture.Table.Minor;
   table.structureCount = capture.Table.StructureCount;
   table.structures = CopyOf(capture.Table.Structures);
-  table.isBare = capture.Kind == tvqplatform::EntryPointKind::kNone;
+  table.isBare = capture.Kind == smbios::EntryPointKind::kNone;
   for (UINTN i = 0; i < capture.Remarks.Size(); ++i) {
     char sentence[kSentence];
     tvqplatform::FormatNote(capture.Remarks[i], sentence, sizeof(sentence));

@@ -173,7 +173,7 @@ Conformed Session::Conform(const Table& table) {
   if (outcome == tvqplatform::ConformResult::kChanged) {
     conformed.table.structures = CopyOf(result.Structures());
     conformed.table.structureCount =
-        static_cast<unsigned>(tvqplatform::Summarize(result.Structures()).StructureCount);
+        static_cast<unsigned>(smbios::Summarize(result.Structures()).Count);
   }
   for (const tvqplatform::TableChange& change : result.Changes()) {
     char sentence[kSentence];

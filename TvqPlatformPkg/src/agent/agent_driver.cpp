@@ -169,13 +169,13 @@ void Agent::ConformTable() {
   if (mIsChanged) {
     mCapture.Table.Structures = mConformed.Structures();
     mCapture.Table.StructureCount =
-        static_cast<UINT16>(Summarize(mConformed.Structures()).StructureCount);
+        static_cast<UINT16>(smbios::Summarize(mConformed.Structures()).Count);
   }
 }
 
 bool Agent::PublishTable() {
   const bool isFirmwares = mTableFile.Empty();
-  if (isFirmwares && !mIsChanged && mCapture.Kind == EntryPointKind::k32Bit) {
+  if (isFirmwares && !mIsChanged && mCapture.Kind == smbios::EntryPointKind::k32Bit) {
     return true;
   }
   const EFI_STATUS status = mPublication.Publish(mCapture.Table);

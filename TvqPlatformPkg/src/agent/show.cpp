@@ -14,7 +14,8 @@ namespace {
 
 constexpr UINTN kSentence = 200;
 
-const CHAR8* KindInWords(EntryPointKind kind) {
+const CHAR8* KindInWords(smbios::EntryPointKind kind) {
+  using smbios::EntryPointKind;
   switch (kind) {
     case EntryPointKind::k32Bit:
       return "32-bit entry point";

@@ -8,35 +8,29 @@
 
 namespace tvqplatform {
 
+using smbios::EntryPoint;
+using smbios::EntryPointKind;
+using smbios::Structure;
+using smbios::Summary;
+
 namespace {
-
-/// Where the table stands in a file of `dmidecode --dump-bin`.
-constexpr UINTN kUsualTableOffset = 0x20;
-
-Bytes From(Bytes bytes, UINTN offset) {
-  return {bytes.Data() + offset, bytes.Size() - offset};
-}
-
-Bytes UpTo(Bytes bytes, UINTN size) {
-  return {bytes.Data(), MIN(size, bytes.Size())};
-}
 
 /// Remarks on a table as it will be read.
 void Inspect(Capture& capture, UINTN statedCount) {
   const Bytes table = capture.Table.Structures;
-  const TableSummary summary = Summarize(table);
-  if (table[1] < kStructureHeaderSize) {
+  const Summary summary = smbios::Summarize(table);
+  if (table[1] < smbios::kHeaderSize) {
     capture.Remarks.Add(NoteKind::kShortHeader, table[1]);
   }
-  if (statedCount != summary.StructureCount) {
-    capture.Remarks.Add(NoteKind::kStructureCount, statedCount, summary.StructureCount);
+  if (statedCount != summary.Count) {
+    capture.Remarks.Add(NoteKind::kStructureCount, statedCount, summary.Count);
   }
   if (summary.EndOfTableEnd == 0) {
     capture.Remarks.Add(NoteKind::kNoEndOfTable);
   } else if (summary.EndOfTableEnd < table.Size()) {
     capture.Remarks.Add(NoteKind::kBehindEndOfTable, table.Size() - summary.EndOfTableEnd);
   }
-  if (!summary.LastIsComplete) {
+  if (!summary.IsLastComplete) {
     capture.Remarks.Add(NoteKind::kCutOff);
   }
   if (summary.End < table.Size()) {
@@ -45,14 +39,14 @@ void Inspect(Capture& capture, UINTN statedCount) {
 }
 
 UINT16 CountStructures(Bytes table) {
-  return static_cast<UINT16>(Summarize(table).StructureCount);
+  return static_cast<UINT16>(smbios::Summarize(table).Count);
 }
 
 /// The length of a 64-bit entry point is a maximum: the table ends after its first end-of-table
 /// structure.
 Bytes UpToEndOfTable(Bytes table) {
-  const UINTN end = Summarize(table).EndOfTableEnd;
-  return end == 0 ? table : UpTo(table, end);
+  const UINTN end = smbios::Summarize(table).EndOfTableEnd;
+  return end == 0 ? table : table.First(end);
 }
 
 /// `available` begins with the table that the entry point describes.
@@ -60,8 +54,8 @@ void TakeTable(const EntryPoint& entry, Bytes available, Capture& capture) {
   capture.Kind = entry.Kind;
   capture.Table.Major = entry.Major;
   capture.Table.Minor = entry.Minor;
-  Bytes table = UpTo(available, entry.TableLength);
-  if (table.Size() < kStructureHeaderSize) {
+  Bytes table = available.First(entry.TableLength);
+  if (table.Size() < smbios::kHeaderSize) {
     capture.Error = CaptureError::kNothingBehind;
     return;
   }
@@ -70,7 +64,7 @@ void TakeTable(const EntryPoint& entry, Bytes available, Capture& capture) {
     capture.Remarks.Add(NoteKind::kOnly64Bit);
   }
   const bool isMaximum =
-      entry.Kind == EntryPointKind::k64Bit && Summarize(table).EndOfTableEnd != 0;
+      entry.Kind == EntryPointKind::k64Bit && smbios::Summarize(table).EndOfTableEnd != 0;
   if (available.Size() < entry.TableLength && !isMaximum) {
     capture.Remarks.Add(NoteKind::kTableLength, entry.TableLength, available.Size());
   }
@@ -82,10 +76,9 @@ void TakeTable(const EntryPoint& entry, Bytes available, Capture& capture) {
 }
 
 /// Strings are texts, so that a file of something else is not taken for a table by accident.
-bool HasTextsOnly(const TableStructure& structure) {
-  const Bytes whole = structure.Whole();
-  for (UINTN i = structure.FormattedSize(); i < whole.Size(); i++) {
-    if (whole[i] != 0 && whole[i] < ' ') {
+bool HasTextsOnly(const Structure& structure) {
+  for (const UINT8 byte : structure.Whole().From(structure.Length())) {
+    if (byte != 0 && byte < ' ') {
       return false;
     }
   }
@@ -95,12 +88,12 @@ bool HasTextsOnly(const TableStructure& structure) {
 /// True for a sequence of complete structures up to an end-of-table structure, where the first one
 /// may state any length, as captures exist that begin with something else.
 bool RunsToEndOfTable(Bytes file) {
-  TableWalk walk(file);
-  for (TableStructure structure; walk.Next(structure) && structure.IsComplete();) {
-    if (structure.Offset() != 0 && structure.Byte(1) < kStructureHeaderSize) {
+  for (const Structure& structure : smbios::Walk(file)) {
+    if (!structure.IsComplete() ||
+        (structure.Offset() != 0 && structure.Length() < smbios::kHeaderSize)) {
       return false;
     }
-    if (structure.Type() == kTypeEndOfTable && structure.Byte(1) == kStructureHeaderSize) {
+    if (structure.Type() == smbios::kEndOfTable && structure.Length() == smbios::kHeaderSize) {
       return true;
     }
   }
@@ -108,10 +101,8 @@ bool RunsToEndOfTable(Bytes file) {
 }
 
 bool BeginsWithStructure(Bytes file) {
-  TableWalk walk(file);
-  TableStructure first;
-  return walk.Next(first) && first.IsComplete() && first.Type() != kTypeEndOfTable &&
-         first.FormattedSize() >= kStructureHeaderSize && HasTextsOnly(first);
+  const Structure first(file, 0);
+  return first.IsWellFormed() && first.Type() != smbios::kEndOfTable && HasTextsOnly(first);
 }
 
 void TakeBareTable(Bytes file, Capture& capture) {
@@ -128,8 +119,8 @@ UINTN TableOffset(Bytes file, const EntryPoint& entry, Notes& notes) {
   if (entry.TableAddress < file.Size()) {
     return static_cast<UINTN>(entry.TableAddress);
   }
-  notes.Add(NoteKind::kTableOffset, entry.TableAddress, kUsualTableOffset);
-  return MIN(kUsualTableOffset, file.Size());
+  notes.Add(NoteKind::kTableOffset, entry.TableAddress, smbios::kDumpedTableOffset);
+  return MIN(smbios::kDumpedTableOffset, file.Size());
 }
 
 }  // namespace
@@ -154,22 +145,24 @@ void ReadCapturedFile(Bytes file, Capture& capture) {
     capture.Error = CaptureError::kEmpty;
     return;
   }
-  const EntryPoint entry = ReadEntryPoint(file, capture.Remarks);
-  if (entry.Kind == EntryPointKind::kNone) {
+  const EntryPoint entry = smbios::ReadEntryPoint(file);
+  if (!entry) {
     TakeBareTable(file, capture);
-  } else {
-    TakeTable(entry, From(file, TableOffset(file, entry, capture.Remarks)), capture);
+    return;
   }
+  NoteDefects(entry, capture.Remarks);
+  TakeTable(entry, file.From(TableOffset(file, entry, capture.Remarks)), capture);
 }
 
 void ReadSeparateTable(Bytes entryPoint, Bytes structures, Capture& capture) {
   capture.Clear();
-  const EntryPoint entry = ReadEntryPoint(entryPoint, capture.Remarks);
-  if (entry.Kind == EntryPointKind::kNone) {
+  const EntryPoint entry = smbios::ReadEntryPoint(entryPoint);
+  if (!entry) {
     capture.Error = CaptureError::kNoTable;
-  } else {
-    TakeTable(entry, structures, capture);
+    return;
   }
+  NoteDefects(entry, capture.Remarks);
+  TakeTable(entry, structures, capture);
 }
 
 }  // namespace tvqplatform

@@ -8,7 +8,8 @@
 #ifndef TVQ_PLATFORM_SMBIOS_CAPTURE_H_
 #define TVQ_PLATFORM_SMBIOS_CAPTURE_H_
 
-#include "entry_point.h"
+#include "notes.h"
+#include "table.h"
 
 namespace tvqplatform {
 
@@ -24,13 +25,13 @@ const CHAR8* CaptureErrorText(CaptureError error);
 
 struct Capture {
   CaptureError Error = CaptureError::kNone;
-  EntryPointKind Kind = EntryPointKind::kNone;
+  smbios::EntryPointKind Kind = smbios::EntryPointKind::kNone;
   SmbiosTable Table;  ///< Its structures lie in the bytes that were handed over.
   Notes Remarks;
 
   void Clear() {
     Error = CaptureError::kNone;
-    Kind = EntryPointKind::kNone;
+    Kind = smbios::EntryPointKind::kNone;
     Table = SmbiosTable();
     Remarks.Clear();
   }

@@ -7,12 +7,13 @@
 #include "conform.h"
 
 #include "../support/text.h"
-#include "entry_point.h"
 #include "fqdd_map.h"
 #include "naming.h"
 #include "table_builder.h"
 
 namespace tvqplatform {
+
+using smbios::Structure;
 
 namespace {
 
@@ -20,14 +21,14 @@ namespace {
 /// shows as \xNN.
 class Quoted {
  public:
-  explicit Quoted(const TableText& text) {
-    if (text.Data == nullptr) {
+  explicit Quoted(smbios::Text text) {
+    if (!text) {
       AsciiSPrint(mText, sizeof(mText), "(none)");
       return;
     }
     UINTN used = AsciiSPrint(mText, sizeof(mText), "\"");
-    for (UINTN i = 0; i < text.Length && used + 6 < sizeof(mText); i++) {
-      const UINT32 character = text.Data[i];
+    for (UINTN i = 0; i < text.Length() && used + 6 < sizeof(mText); i++) {
+      const UINT32 character = text[i];
       const bool isPrintable = character >= ' ' && character <= '~';
       used += AsciiSPrint(mText + used, sizeof(mText) - used, isPrintable ? "%c" : "\\x%02x",
                           character);
@@ -35,7 +36,7 @@ class Quoted {
     AsciiSPrint(mText + used, sizeof(mText) - used, "\"");
   }
   explicit Quoted(const CHAR8* text)
-      : Quoted(TableText{reinterpret_cast<const UINT8*>(text), Length(text)}) {}
+      : Quoted(smbios::Text(reinterpret_cast<const UINT8*>(text), Length(text))) {}
   const CHAR8* Get() const { return mText; }
 
  private:
@@ -53,8 +54,8 @@ class Renamer {
       : mBuilder(bytes), mChanges(changes) {}
 
   [[nodiscard]] ConformResult Run(Bytes table, DeviceNames& names) {
-    TableWalk walk(table);
-    for (TableStructure structure; walk.Next(structure);) {
+    UINTN end = 0;
+    for (const Structure& structure : smbios::Walk(table)) {
       DeviceNames::Name name;
       ConformResult result = names.NextName(structure, name);
       if (!IsRefused(result)) {
@@ -63,8 +64,9 @@ class Renamer {
       if (IsRefused(result)) {
         return result;
       }
+      end = structure.End();
     }
-    return Keep({table.Data() + walk.Offset(), table.Size() - walk.Offset()});
+    return Keep(table.From(end));
   }
 
  private:
@@ -72,20 +74,19 @@ class Renamer {
     return mBuilder.Append(bytes) ? ConformResult::kUnchanged : ConformResult::kOutOfMemory;
   }
 
-  [[nodiscard]] ConformResult Rename(const TableStructure& structure,
-                                     const DeviceNames::Name& name) {
+  [[nodiscard]] ConformResult Rename(const Structure& structure, const DeviceNames::Name& name) {
     if (!structure.IsComplete() && !Note(structure, ChangedField::kMissingEnd, {}, "")) {
       return ConformResult::kOutOfMemory;
     }
     bool isFull = false;
-    if (!mBuilder.AppendNamed(structure, name.Offset, name.Text, isFull) ||
-        !Note(structure, name.Field, structure.StringAt(name.Offset), name.Text)) {
+    if (!mBuilder.AppendNamed(structure, name.Where, name.Text, isFull) ||
+        !Note(structure, name.Field, structure.GetString(name.Where), name.Text)) {
       return ConformResult::kOutOfMemory;
     }
     return isFull ? ConformResult::kTooManyStrings : ConformResult::kChanged;
   }
 
-  [[nodiscard]] bool Note(const TableStructure& structure, ChangedField field, const TableText& old,
+  [[nodiscard]] bool Note(const Structure& structure, ChangedField field, smbios::Text old,
                           const CHAR8* text) {
     TableChange change = {structure.Type(), structure.Handle(), field, 0, old, {}};
     AsciiStrCpyS(change.New, sizeof(change.New), text);

@@ -49,7 +49,7 @@ struct TableChange {
   UINT16 Handle;
   ChangedField Field;
   UINT16 About;
-  TableText Old;  ///< In the original table; no text where the field named none.
+  smbios::Text Old;  ///< In the original table; no text where the field named none.
   CHAR8 New[16];
 };
 

@@ -19,9 +19,8 @@ namespace {
 /// Firmware states where its table is; there is no file around it that could end sooner.
 [[nodiscard]] bool ReadBehind(const VOID* entryPoint, UINTN size, Capture& capture) {
   const Bytes entryBytes(static_cast<const UINT8*>(entryPoint), size);
-  Notes ignored;
-  const EntryPoint entry = ReadEntryPoint(entryBytes, ignored);
-  if (entry.Kind == EntryPointKind::kNone || entry.TableAddress == 0) {
+  const smbios::EntryPoint entry = smbios::ReadEntryPoint(entryBytes);
+  if (!entry || entry.TableAddress == 0) {
     return false;
   }
   const UINT8* structures = reinterpret_cast<const UINT8*>(static_cast<UINTN>(entry.TableAddress));
@@ -33,11 +32,11 @@ namespace {
 
 bool ReadFirmwareTable(Capture& capture) {
   const VOID* entry32 = FindConfigurationTable(gEfiSmbiosTableGuid);
-  if (entry32 != nullptr && ReadBehind(entry32, kEntryPoint32Size, capture)) {
+  if (entry32 != nullptr && ReadBehind(entry32, smbios::kEntryPoint32.Size, capture)) {
     return true;
   }
   const VOID* entry64 = FindConfigurationTable(gEfiSmbios3TableGuid);
-  return entry64 != nullptr && ReadBehind(entry64, kEntryPoint64Size, capture);
+  return entry64 != nullptr && ReadBehind(entry64, smbios::kEntryPoint64.Size, capture);
 }
 
 }  // namespace tvqplatform

@@ -7,11 +7,14 @@
 #include "fqdd_map.h"
 
 #include <IndustryStandard/SmbiosTvq.h>
+#include <Library/TvqDeviceLib.h>
 
-#include "devices.h"
 #include "table_builder.h"
 
 namespace tvqplatform {
+
+namespace devices = tvq::devices;
+using smbios::Structure;
 
 namespace {
 
@@ -29,8 +32,7 @@ class UnusedHandles {
  public:
   explicit UnusedHandles(Bytes table) {
     ZeroMem(mUsed, sizeof(mUsed));
-    TableWalk walk(table);
-    for (TableStructure structure; walk.Next(structure);) {
+    for (const Structure& structure : smbios::Walk(table)) {
       if (structure.Handle() >= kFirstHandle && structure.Handle() <= kLastHandle) {
         mUsed[structure.Handle() - kFirstHandle] = true;
       }
@@ -58,19 +60,19 @@ struct Group {
   UINT16 Handle;
 };
 
-Group GroupOfProcessor(const TableStructure& structure) {
+Group GroupOfProcessor(const Structure& structure) {
   Group group;
   group.Handle = structure.Handle();
   AsciiSPrint(group.Fqdd, sizeof(group.Fqdd), "CPU.Socket.%x",
-              static_cast<UINT32>(KeyOfProcessor(structure).Number()));
+              static_cast<UINT32>(devices::SocketNumber(structure)));
   return group;
 }
 
 /// A NUL among the three characters ends the text. They may be any bytes, and are copied as such.
-Group GroupOfModule(Bytes table, const TableStructure& structure) {
+Group GroupOfModule(const Structure& structure) {
   constexpr CHAR8 kPrefix[] = "DIMM.Socket.";
   constexpr UINTN kPrefixLength = sizeof(kPrefix) - 1;
-  const ModuleKey key = KeyOfModule(table, structure);
+  const devices::LocatorKey key = devices::KeyOfLocator(structure);
   Group group;
   group.Handle = structure.Handle();
   CopyMem(group.Fqdd, kPrefix, kPrefixLength);
@@ -81,15 +83,15 @@ Group GroupOfModule(Bytes table, const TableStructure& structure) {
 
 /// All processors, then all modules. False: there is no memory.
 [[nodiscard]] bool CollectGroups(Bytes table, GrowingArray<Group>& groups) {
-  TableWalk processors(table);
-  for (TableStructure structure; processors.Next(structure);) {
-    if (IsProcessor(structure) && !groups.Append(GroupOfProcessor(structure))) {
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (devices::KindOf(structure) == devices::Kind::kProcessor &&
+        !groups.Append(GroupOfProcessor(structure))) {
       return false;
     }
   }
-  TableWalk modules(table);
-  for (TableStructure structure; modules.Next(structure);) {
-    if (IsModule(structure) && !groups.Append(GroupOfModule(table, structure))) {
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (devices::KindOf(structure) == devices::Kind::kModule &&
+        !groups.Append(GroupOfModule(structure))) {
       return false;
     }
   }
@@ -181,7 +183,7 @@ class MapWriter {
 
 /// Ends the last structure when it was cut off: what is added after it would be taken for a part
 /// of it.
-[[nodiscard]] bool CloseTable(GrowingArray<UINT8>& table, const TableStructure& last,
+[[nodiscard]] bool CloseTable(GrowingArray<UINT8>& table, const Structure& last,
                               GrowingArray<TableChange>& changes) {
   if (last.IsComplete()) {
     return true;
@@ -193,33 +195,27 @@ class MapWriter {
 /// Finds where the map goes, and makes that a place between two structures.
 [[nodiscard]] bool FindPlace(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes,
                              UINTN& offset) {
-  TableWalk walk({table.Data(), table.Size()});
-  TableStructure structure;
-  bool any = false;
-  while (walk.Next(structure)) {
-    any = true;
-    if (structure.Type() == kTypeEndOfTable) {
+  Structure last;
+  for (const Structure& structure : smbios::Walk({table.Data(), table.Size()})) {
+    if (structure.Type() == smbios::kEndOfTable) {
       offset = structure.Offset();
       return true;
     }
+    last = structure;
   }
-  if (any && !CloseTable(table, structure, changes)) {
+  const bool isCutOff = last && !last.IsComplete();
+  const UINTN end = last.End();
+  if (isCutOff && !CloseTable(table, last, changes)) {
     return false;
   }
-  offset = !any || structure.IsComplete() ? walk.Offset() : table.Size();
+  offset = isCutOff ? table.Size() : end;
   return true;
 }
 
 }  // namespace
 
 bool HasFqddMap(Bytes table) {
-  TableWalk walk(table);
-  for (TableStructure structure; walk.Next(structure);) {
-    if (structure.Type() == SMBIOS_TYPE_TVQ_FQDD_MAP) {
-      return true;
-    }
-  }
-  return false;
+  return smbios::CountOfType(table, SMBIOS_TYPE_TVQ_FQDD_MAP) != 0;
 }
 
 ConformResult AddFqddMap(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes) {

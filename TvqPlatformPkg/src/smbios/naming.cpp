@@ -6,9 +6,18 @@
 
 #include "naming.h"
 
+#include <IndustryStandard/SmbiosFields.h>
+#include <Library/TvqDeviceLib.h>
+
 namespace tvqplatform {
 
+namespace devices = tvq::devices;
+using smbios::Structure;
+
 namespace {
+
+constexpr smbios::Field<UINT8> kSocketDesignation = SMBIOS_FIELD(4, Socket);
+constexpr smbios::Field<UINT8> kDeviceLocator = SMBIOS_FIELD(17, DeviceLocator);
 
 /// Characters behind '0' up to FFh: further processors cannot be told apart by one character.
 constexpr UINTN kMaximumProcessors = 0xFF - '0';
@@ -18,43 +27,35 @@ constexpr UINTN kMaximumModules = ('Z' - 'A' + 1) * kModulesPerLetter;
 
 /// False for a structure too short to have the field of a name. New names for the others would not
 /// help it.
-bool CanBeNamed(const TableStructure& structure, UINTN offset) {
-  return structure.Has(offset, 1);
+bool CanBeNamed(const Structure& structure, smbios::Field<UINT8> name) {
+  return structure.Has(name);
 }
 
-class ProcessorKeys {
- public:
-  ProcessorKeys() { ZeroMem(mSeen, sizeof(mSeen)); }
-
-  /// False: the key was there before.
-  [[nodiscard]] bool Add(const ProcessorKey& key) {
-    bool& seen = mSeen[key.Character];
-    const bool repeated = seen;
-    seen = true;
-    return !repeated;
-  }
-
- private:
-  bool mSeen[256];
-};
+/// Whether the name reaches to the character that tells processors apart.
+bool NamesItsSocket(const Structure& processor) {
+  return devices::NameOf(processor).Length() > devices::kSocketDigit;
+}
 
 bool ProcessorNamesWillDo(Bytes table) {
-  ProcessorKeys keys;
-  TableWalk walk(table);
-  for (TableStructure structure; walk.Next(structure);) {
-    if (IsProcessor(structure) && CanBeNamed(structure, kProcessorDesignation)) {
-      const ProcessorKey key = KeyOfProcessor(structure);
-      if (!key.Exists || !keys.Add(key)) {
-        return false;
-      }
+  bool seen[256];
+  ZeroMem(seen, sizeof(seen));
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (devices::KindOf(structure) != devices::Kind::kProcessor ||
+        !CanBeNamed(structure, kSocketDesignation)) {
+      continue;
     }
+    bool& isTaken = seen[devices::SocketNumber(structure)];
+    if (isTaken || !NamesItsSocket(structure)) {
+      return false;
+    }
+    isTaken = true;
   }
   return true;
 }
 
-bool Contains(const GrowingArray<ModuleKey>& keys, const ModuleKey& key) {
-  for (const ModuleKey& known : keys) {
-    if (CompareMem(known.Characters, key.Characters, sizeof(key.Characters)) == 0) {
+bool Contains(const GrowingArray<devices::Key>& keys, const devices::Key& key) {
+  for (const devices::Key& known : keys) {
+    if (known == key) {
       return true;
     }
   }
@@ -62,14 +63,14 @@ bool Contains(const GrowingArray<ModuleKey>& keys, const ModuleKey& key) {
 }
 
 [[nodiscard]] ConformResult SurveyModules(Bytes table) {
-  OwnedArray<ModuleKey> keys;
-  TableWalk walk(table);
-  for (TableStructure structure; walk.Next(structure);) {
-    if (!IsModule(structure) || !CanBeNamed(structure, kModuleLocator)) {
+  OwnedArray<devices::Key> keys;
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (devices::KindOf(structure) != devices::Kind::kModule ||
+        !CanBeNamed(structure, kDeviceLocator)) {
       continue;
     }
-    const ModuleKey key = KeyOfModule(table, structure);
-    if (!key.Exists || Contains(keys, key)) {
+    const devices::Key key = devices::KeyOf(structure);
+    if (!devices::NameOf(structure) || Contains(keys, key)) {
       return ConformResult::kChanged;
     }
     if (!keys.Append(key)) {
@@ -91,24 +92,27 @@ ConformResult DeviceNames::Survey(Bytes table) {
   return mRenameModules || mRenameProcessors ? ConformResult::kChanged : ConformResult::kUnchanged;
 }
 
-ConformResult DeviceNames::NextName(const TableStructure& structure, Name& name) {
+ConformResult DeviceNames::NextName(const Structure& structure, Name& name) {
   name.IsNew = false;
-  if (mRenameProcessors && IsProcessorStructure(structure)) {
+  const devices::Kind kind = devices::KindOf(structure);
+  const bool isProcessor = kind == devices::Kind::kProcessor || kind == devices::Kind::kEmptySocket;
+  const bool isModule = !isProcessor && kind != devices::Kind::kNone && kind != devices::Kind::kHbm;
+  if (mRenameProcessors && isProcessor) {
     mProcessors++;
     if (mProcessors > kMaximumProcessors) {
       return ConformResult::kTooManyProcessors;
     }
-    name.IsNew = CanBeNamed(structure, kProcessorDesignation);
+    name.IsNew = CanBeNamed(structure, kSocketDesignation);
     name.Field = ChangedField::kSocketDesignation;
-    name.Offset = kProcessorDesignation;
+    name.Where = kSocketDesignation;
     AsciiSPrint(name.Text, sizeof(name.Text), "CPU%c", '0' + mProcessors);
-  } else if (mRenameModules && IsMemoryStructure(structure) && !IsHbm(structure)) {
+  } else if (mRenameModules && isModule) {
     if (mModules >= kMaximumModules) {
       return ConformResult::kTooManyModules;
     }
-    name.IsNew = CanBeNamed(structure, kModuleLocator);
+    name.IsNew = CanBeNamed(structure, kDeviceLocator);
     name.Field = ChangedField::kDeviceLocator;
-    name.Offset = kModuleLocator;
+    name.Where = kDeviceLocator;
     AsciiSPrint(name.Text, sizeof(name.Text), "DIMM_%c%d", 'A' + mModules / kModulesPerLetter,
                 static_cast<UINT32>(mModules % kModulesPerLetter + 1));
     mModules++;

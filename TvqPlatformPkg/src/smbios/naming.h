@@ -8,7 +8,6 @@
 #define TVQ_PLATFORM_SMBIOS_NAMING_H_
 
 #include "conform.h"
-#include "devices.h"
 
 namespace tvqplatform {
 
@@ -21,11 +20,11 @@ class DeviceNames {
   struct Name {
     bool IsNew;
     ChangedField Field;
-    UINTN Offset;  ///< Of the string number in the structure.
+    smbios::Field<UINT8> Where;  ///< The number of the string that is the name.
     CHAR8 Text[16];
   };
   /// The new name of the next structure of the table, if it gets one.
-  [[nodiscard]] ConformResult NextName(const TableStructure& structure, Name& name);
+  [[nodiscard]] ConformResult NextName(const smbios::Structure& structure, Name& name);
 
  private:
   bool mRenameProcessors = false;

@@ -48,6 +48,21 @@ const CHAR8* FormatOf(NoteKind kind) {
 
 }  // namespace
 
+void NoteDefects(const smbios::EntryPoint& entry, Notes& notes) {
+  using smbios::EntryPointDefect;
+  if (entry.Has(EntryPointDefect::kLength)) {
+    notes.Add(NoteKind::kEntryLength, entry.Length, smbios::LayoutOf(entry.Kind).Size);
+  }
+  if (entry.Has(EntryPointDefect::kChecksum)) {
+    notes.Add(NoteKind::kEntryChecksum);
+  }
+  if (entry.Has(EntryPointDefect::kIntermediateAnchor)) {
+    notes.Add(NoteKind::kIntermediateAnchor);
+  } else if (entry.Has(EntryPointDefect::kIntermediateChecksum)) {
+    notes.Add(NoteKind::kIntermediateChecksum);
+  }
+}
+
 void FormatNote(const Note& note, CHAR8* buffer, UINTN size) {
   AsciiSPrint(buffer, size, FormatOf(note.Kind), note.First, note.Second);
 }

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_NOTES_H_
 #define TVQ_PLATFORM_SMBIOS_NOTES_H_
 
-#include <TvqCpp.h>
+#include "table.h"
 
 namespace tvqplatform {
 
@@ -49,6 +49,9 @@ class Notes {
   Note mNotes[16];
   UINTN mSize = 0;
 };
+
+/// Notes what is wrong with an entry point.
+void NoteDefects(const smbios::EntryPoint& entry, Notes& notes);
 
 /// The note as an English sentence without a full stop.
 void FormatNote(const Note& note, CHAR8* buffer, UINTN size);

@@ -18,7 +18,20 @@ constexpr EFI_PHYSICAL_ADDRESS kLastAddress32 = MAX_UINT32;
 
 /// The table follows the entry point on the next paragraph.
 constexpr UINTN kTableOffset = 0x20;
-static_assert(kTableOffset >= kEntryPoint32Size, "the entry point has room");
+static_assert(kTableOffset >= smbios::kEntryPoint32.Size, "the entry point has room");
+
+/// Writes a 32-bit entry point for the table, which stands behind it.
+void WriteEntryPointOf(const SmbiosTable& table, UINT8* memory) {
+  smbios::EntryPoint entry;
+  entry.Kind = smbios::EntryPointKind::k32Bit;
+  entry.Major = table.Major;
+  entry.Minor = table.Minor;
+  entry.MaximumStructureSize = static_cast<UINT16>(smbios::Summarize(table.Structures).LargestSize);
+  entry.StructureCount = table.StructureCount;
+  entry.TableLength = static_cast<UINT32>(table.Structures.Size());
+  entry.TableAddress = reinterpret_cast<UINTN>(memory + kTableOffset);
+  (void)smbios::WriteEntryPoint(entry, {memory, kTableOffset});
+}
 
 }  // namespace
 
@@ -47,10 +60,8 @@ EFI_STATUS Publication::Publish(const SmbiosTable& table) {
     return status;
   }
 
-  UINT8 entry[kEntryPoint32Size];
-  WriteEntryPoint32(table, static_cast<UINT32>(address + kTableOffset), entry);
   UINT8* memory = reinterpret_cast<UINT8*>(static_cast<UINTN>(address));
-  CopyMem(memory, entry, sizeof(entry));
+  WriteEntryPointOf(table, memory);
   CopyMem(memory + kTableOffset, table.Structures.Data(), table.Structures.Size());
 
   VOID* former = FindConfigurationTable(gEfiSmbiosTableGuid);

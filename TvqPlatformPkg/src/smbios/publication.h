@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
 #define TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
 
-#include "entry_point.h"
+#include "table.h"
 
 namespace tvqplatform {
 

@@ -10,13 +10,15 @@
 
 namespace tvqplatform {
 
+using smbios::Structure;
+
 namespace {
 
 /// NULs that end the string area of a structure that was cut off.
-UINTN MissingTerminators(const TableStructure& structure) {
+UINTN MissingTerminators(const Structure& structure) {
   const Bytes whole = structure.Whole();
   const bool hasTerminator =
-      whole.Size() > structure.FormattedSize() && whole[whole.Size() - 1] == 0;
+      whole.Size() > structure.Formatted().Size() && whole[whole.Size() - 1] == 0;
   return hasTerminator ? 1 : 2;
 }
 
@@ -26,24 +28,24 @@ bool TableBuilder::AppendText(const CHAR8* text) {
   return mBytes.Append(reinterpret_cast<const UINT8*>(text), Size(text));
 }
 
-bool TableBuilder::CloseLast(const TableStructure& structure) {
+bool TableBuilder::CloseLast(const Structure& structure) {
   if (structure.IsComplete()) {
     return true;
   }
   // Fields that were cut off read as 0 before, and do so behind the end of the formatted part.
   UINT8* length = mBytes.end() - structure.Size() + 1;
-  *length = static_cast<UINT8>(structure.FormattedSize());
+  *length = static_cast<UINT8>(structure.Formatted().Size());
   return mBytes.AppendZeroed(MissingTerminators(structure));
 }
 
-bool TableBuilder::AppendNamed(const TableStructure& structure, UINTN offset, const CHAR8* text,
-                               bool& isFull) {
+bool TableBuilder::AppendNamed(const Structure& structure, smbios::Field<UINT8> name,
+                               const CHAR8* text, bool& isFull) {
   const UINTN start = mBytes.Size();
   if (!Append(structure.Whole()) || !CloseLast(structure)) {
     return false;
   }
   const Bytes built(mBytes.Data(), mBytes.Size());
-  const UINTN strings = TableStructure(built, start).StringCount();
+  const UINTN strings = Structure(built, start).StringCount();
   isFull = strings >= MAX_UINT8;
   if (isFull) {
     return true;
@@ -53,7 +55,7 @@ bool TableBuilder::AppendNamed(const TableStructure& structure, UINTN offset, co
   if (!AppendText(text) || !mBytes.AppendZeroed(1)) {
     return false;
   }
-  mBytes[start + offset] = static_cast<UINT8>(strings + 1);
+  mBytes[start + name.Offset] = static_cast<UINT8>(strings + 1);
   return true;
 }
 

@@ -20,12 +20,12 @@ class TableBuilder {
   [[nodiscard]] bool Append(Bytes bytes) { return mBytes.Append(bytes.Data(), bytes.Size()); }
 
   /// Ends a structure that the end of its table cut off; it is the last one here.
-  [[nodiscard]] bool CloseLast(const TableStructure& structure);
+  [[nodiscard]] bool CloseLast(const smbios::Structure& structure);
 
-  /// Appends the structure with one string more, whose number goes to the field at `offset`. The
+  /// Appends the structure with one string more, whose number goes to the field `name`. The
   /// structure has the field. `isFull` tells that no number was left for the string.
-  [[nodiscard]] bool AppendNamed(const TableStructure& structure, UINTN offset, const CHAR8* text,
-                                 bool& isFull);
+  [[nodiscard]] bool AppendNamed(const smbios::Structure& structure, smbios::Field<UINT8> name,
+                                 const CHAR8* text, bool& isFull);
 
   /// Appends a text and its terminator.
   [[nodiscard]] bool AppendText(const CHAR8* text);

@@ -128,7 +128,7 @@ class StringCursor {
   constexpr explicit StringCursor(Bytes bytes) : mBytes(bytes) {}
 
   /// Steps to the next string; the first call to the first one. False: there is none.
-  bool Next();
+  [[nodiscard]] bool Next();
 
   /// The string stepped to.
   constexpr Text Current() const { return mCurrent; }
@@ -150,7 +150,7 @@ class StringCursor {
     kOutOfBytes,
   };
 
-  bool Finish(State state, SizeType end);
+  [[nodiscard]] bool Finish(State state, SizeType end);
 
   Bytes mBytes;
   Text mCurrent;
@@ -232,6 +232,8 @@ class Structure {
 
   Defect FindDefect() const;
   bool IsWellFormed() const { return FindDefect() == Defect::kNone; }
+  /// Whether it ends as its strings do, and not because the table does.
+  bool IsComplete() const;
 
   // Numbers, by their offset. What is not inside the formatted part as a whole is missing.
 
@@ -347,6 +349,19 @@ class Walk {
   Reading mReading;
 };
 
+/// A table in numbers.
+struct Summary {
+  SizeType Count = 0;
+  SizeType LargestSize = 0;
+  SizeType End = 0;            ///< Of the last structure. What is behind it was not visited.
+  SizeType EndOfTableEnd = 0;  ///< Of the first end-of-table structure; 0 when there is none.
+  bool IsLastComplete = true;
+};
+Summary Summarize(Bytes table, Reading reading = Reading::kLenient);
+
+/// How many structures of a type there are.
+SizeType CountOfType(Bytes table, U8 type);
+
 // -------------------------------------------------------------------------------------------------
 // Entry points
 // -------------------------------------------------------------------------------------------------
@@ -411,6 +426,12 @@ constexpr EntryPointLayout LayoutOf(EntryPointKind kind) {
   return kind == EntryPointKind::k64Bit ? kEntryPoint64 : kEntryPoint32;
 }
 
+/// Where `dmidecode --dump-bin` puts the table, behind the entry point at the start of the file.
+inline constexpr SizeType kDumpedTableOffset = 0x20;
+
+/// The kind of entry point whose anchor `bytes` begin with, however few they are.
+EntryPointKind FindAnchor(Bytes bytes);
+
 /// Reads the entry point at the start of `bytes`. There is one where they begin with its anchor and
 /// are as many as its kind has. The checksum is that of the length which it states, or of the usual
 /// one where it states less, or more than there are bytes.
@@ -418,7 +439,7 @@ EntryPoint ReadEntryPoint(Bytes bytes);
 
 /// Writes an entry point, its own length and its checksums as they have to be. Returns how many
 /// bytes it has: 0 where there is no room for it, or `entry` is none.
-SizeType WriteEntryPoint(const EntryPoint& entry, Span<U8> bytes);
+[[nodiscard]] SizeType WriteEntryPoint(const EntryPoint& entry, Span<U8> bytes);
 
 }  // namespace tvq::smbios
 

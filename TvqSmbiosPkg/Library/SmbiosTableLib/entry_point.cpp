@@ -38,16 +38,6 @@ U8 Sum(Bytes bytes) {
   return sum;
 }
 
-EntryPointKind KindOf(Bytes bytes) {
-  if (StartsWith(bytes, kAnchor32) && bytes.Size() >= kEntryPoint32.Size) {
-    return EntryPointKind::k32Bit;
-  }
-  if (StartsWith(bytes, kAnchor64) && bytes.Size() >= kEntryPoint64.Size) {
-    return EntryPointKind::k64Bit;
-  }
-  return EntryPointKind::kNone;
-}
-
 Bytes IntermediatePart(Bytes bytes) {
   return bytes.First(kEntryPoint32.Size).From(kEntryPoint32.IntermediateAnchor);
 }
@@ -116,13 +106,20 @@ void Put64(const EntryPoint& entry, Span<U8> bytes) {
 
 }  // namespace
 
+EntryPointKind FindAnchor(Bytes bytes) {
+  return StartsWith(bytes, kAnchor32)   ? EntryPointKind::k32Bit
+         : StartsWith(bytes, kAnchor64) ? EntryPointKind::k64Bit
+                                        : EntryPointKind::kNone;
+}
+
 EntryPoint ReadEntryPoint(Bytes bytes) {
   EntryPoint entry;
-  entry.Kind = KindOf(bytes);
-  if (!entry) {
+  const EntryPointKind kind = FindAnchor(bytes);
+  const EntryPointLayout layout = LayoutOf(kind);
+  if (kind == EntryPointKind::kNone || bytes.Size() < layout.Size) {
     return entry;
   }
-  const EntryPointLayout layout = LayoutOf(entry.Kind);
+  entry.Kind = kind;
   const U8* const start = bytes.Data();
   entry.Defects = FindDefects(entry.Kind, bytes);
   entry.Length = start[layout.Length];

@@ -63,11 +63,24 @@ bool StringCursor::Finish(State state, SizeType end) {
   return false;
 }
 
-SizeType Structure::Size() const {
-  StringCursor strings(StringBytes());
-  while (strings.Next()) {
+namespace {
+
+/// The cursor behind the last string.
+StringCursor StepOver(Bytes strings) {
+  StringCursor cursor(strings);
+  while (cursor.Next()) {
   }
-  return Formatted().Size() + strings.End();
+  return cursor;
+}
+
+}  // namespace
+
+SizeType Structure::Size() const {
+  return Formatted().Size() + StepOver(StringBytes()).End();
+}
+
+bool Structure::IsComplete() const {
+  return StepOver(StringBytes()).IsEnded();
 }
 
 Defect Structure::FindDefect() const {
@@ -77,10 +90,7 @@ Defect Structure::FindDefect() const {
   if (Length() > mBytes.Size()) {
     return Defect::kCutFormatted;
   }
-  StringCursor strings(StringBytes());
-  while (strings.Next()) {
-  }
-  return strings.IsEnded() ? Defect::kNone : Defect::kCutStrings;
+  return IsComplete() ? Defect::kNone : Defect::kCutStrings;
 }
 
 SizeType Structure::StringCount() const {
@@ -102,9 +112,7 @@ Text Structure::String(U16 number) const {
 }
 
 Bytes Structure::CutOffString() const {
-  StringCursor strings(StringBytes());
-  while (strings.Next()) {
-  }
+  const StringCursor strings = StepOver(StringBytes());
   return strings.IsEnded() ? Bytes() : strings.CutOff();
 }
 
@@ -113,6 +121,30 @@ void Walk::Iterator::StepTo(SizeType offset) {
   if (mReading == Reading::kStrict && mCurrent && !mCurrent.IsWellFormed()) {
     mCurrent = Structure(mTable.First(offset), offset);
   }
+}
+
+Summary Summarize(Bytes table, Reading reading) {
+  Summary summary;
+  for (const Structure& structure : Walk(table, reading)) {
+    summary.Count++;
+    summary.End = structure.End();
+    summary.IsLastComplete = structure.IsComplete();
+    if (structure.Size() > summary.LargestSize) {
+      summary.LargestSize = structure.Size();
+    }
+    if (structure.Type() == kEndOfTable && summary.EndOfTableEnd == 0) {
+      summary.EndOfTableEnd = summary.End;
+    }
+  }
+  return summary;
+}
+
+SizeType CountOfType(Bytes table, U8 type) {
+  SizeType count = 0;
+  for (const Structure& structure : Walk(table)) {
+    count += structure.Type() == type ? 1 : 0;
+  }
+  return count;
 }
 
 }  // namespace tvq::smbios

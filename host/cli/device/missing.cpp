@@ -5,44 +5,75 @@
  */
 #include "host/cli/device/missing.h"
 
+#include <Library/TvqDeviceLib.h>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
 
 #include "host/cli/output/text.h"
-#include "host/session/table_devices.h"
 
 namespace tvq::cli {
 namespace {
 
-using session::DeviceKind;
-using session::TableDevice;
+using devices::Unserved;
 
 constexpr char kSuccess[] = "Success";
-constexpr unsigned kSystemInformation = 1;
+constexpr uint8_t kSystemInformation = 1;
 constexpr unsigned kSystemRecord = 4;
 
 struct Kind {
-  DeviceKind kind;
-  unsigned recordType;
+  devices::Kind kind;
   const char* what;
   const char* key;
 };
 constexpr Kind kKinds[] = {
-    {DeviceKind::kProcessor, 2, "processor", "the same fourth character of the socket designation"},
-    {DeviceKind::kModule, 3, "memory module", "the same three characters of the locator"}};
+    {devices::Kind::kProcessor, "processor", "the same fourth character of the socket designation"},
+    {devices::Kind::kModule, "memory module", "the same three characters of the locator"}};
 
-std::string Designation(const TableDevice& device) {
-  return device.designation ? fmt::format("\"{}\"", Printable(*device.designation))
-                            : "without a designation";
+smbios::Bytes ViewOf(const session::Bytes& bytes) {
+  return {bytes.data(), bytes.size()};
 }
 
-std::string Clash(const Kind& kind, const TableDevice& device, const TableDevice& other) {
-  return fmt::format(
-      "{} (\"{}\") as for handle 0x{:04X}: {} here, {} there; the firmware refuses a second record "
-      "with an equal device path, and the driver stops",
-      kind.key, Printable(device.keyText), other.handle, Designation(device), Designation(other));
+std::string CopyOf(smbios::Text text) {
+  return std::string(text.begin(), text.end());
+}
+
+std::string Name(const smbios::Structure& device) {
+  const smbios::Text name = devices::NameOf(device);
+  return name ? fmt::format("\"{}\"", Printable(CopyOf(name))) : "without a designation";
+}
+
+// What tells the device from others, as a person would say it.
+std::string KeyText(const smbios::Structure& device) {
+  std::string text;
+  if (devices::KindOf(device) == devices::Kind::kProcessor) {
+    text.push_back(static_cast<char>(devices::SocketNumber(device) + '0'));
+  } else {
+    const devices::LocatorKey key = devices::KeyOfLocator(device);
+    text.assign(std::begin(key.Characters), std::end(key.Characters));
+  }
+  text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+  return Printable(devices::NameOf(device) ? text : "");
+}
+
+std::string Explain(const Kind& kind, const Unserved& device) {
+  switch (device.Why) {
+    case Unserved::Reason::kClash:
+      return fmt::format(
+          "{} (\"{}\") as for handle 0x{:04X}: {} here, {} there; the firmware refuses a second "
+          "record with an equal device path, and the driver stops",
+          kind.key, KeyText(device.Device), device.Other.Handle(), Name(device.Device),
+          Name(device.Other));
+    case Unserved::Reason::kBehind:
+      return fmt::format("behind handle 0x{:04X}, at which the driver stopped",
+                         device.Other.Handle());
+    case Unserved::Reason::kBehindTable:
+      return fmt::format("behind handle 0x{:04X}, which ends the table for the driver",
+                         device.Other.Handle());
+    case Unserved::Reason::kRefused:
+      break;
+  }
+  return "the driver stopped here; its log tells why (`tvq export`)";
 }
 
 // Adds a device to the last entry where that says the same.
@@ -54,46 +85,26 @@ void Add(std::vector<Missing>& missing, const std::string& what, unsigned handle
   missing.back().handles.push_back(handle);
 }
 
-// Devices of one kind after a start that worked: the driver makes records in the table's order and
-// stops at the first one that the firmware refuses.
-void AddOfKind(const Kind& kind, const std::vector<TableDevice>& devices,
-               const session::Results& results, std::vector<Missing>& missing) {
-  std::vector<session::Bytes> recordKeys;
+// Devices of one kind after a start that worked.
+void AddOfKind(const Kind& kind, const session::Table& table,
+               const std::vector<devices::Key>& served, std::vector<Missing>& missing) {
+  devices::UnservedDevices found(ViewOf(table.structures), kind.kind,
+                                 {served.data(), served.size()});
+  for (Unserved device; found.Next(device);) {
+    Add(missing, kind.what, device.Device.Handle(), Explain(kind, device));
+  }
+}
+
+// The keys of the records of one kind.
+std::vector<devices::Key> KeysOf(const session::Results& results, const Kind& kind) {
+  const uint8_t type = devices::RecordTypeOf(kind.kind);
+  std::vector<devices::Key> keys;
   for (const session::Record& record : results.records) {
-    if (record.deviceType == kind.recordType) {
-      recordKeys.push_back(session::KeyOf(record));
+    if (record.deviceType == type) {
+      keys.push_back(devices::KeyOfPath(ViewOf(record.devicePath.value_or(session::Bytes()))));
     }
   }
-  std::map<session::Bytes, const TableDevice*> served;
-  std::string behind;
-  for (const TableDevice& device : devices) {
-    if (device.kind != kind.kind) {
-      continue;
-    }
-    const auto [first, isFirst] = served.try_emplace(device.key, &device);
-    const bool hasRecord =
-        isFirst && std::find(recordKeys.begin(), recordKeys.end(), device.key) != recordKeys.end();
-    if (hasRecord) {
-      continue;
-    }
-    if (!behind.empty()) {
-      Add(missing, kind.what, device.handle, behind);
-    } else {
-      Add(missing, kind.what, device.handle,
-          isFirst ? "the driver stopped here; its log tells why (`tvq export`)"
-                  : Clash(kind, device, *first->second));
-      behind = fmt::format("behind handle 0x{:04X}, at which the driver stopped", device.handle);
-    }
-  }
-  // Structures that the driver reaches in another order than they stand: it has a record of each.
-  const auto wanted = static_cast<size_t>(
-      std::count_if(devices.begin(), devices.end(),
-                    [&kind](const TableDevice& device) { return device.kind == kind.kind; }));
-  if (recordKeys.size() >= wanted) {
-    missing.erase(std::remove_if(missing.begin(), missing.end(),
-                                 [&kind](const Missing& entry) { return entry.what == kind.what; }),
-                  missing.end());
-  }
+  return keys;
 }
 
 void AddSystem(const session::Table& table, const session::Results& results,
@@ -103,7 +114,7 @@ void AddSystem(const session::Table& table, const session::Results& results,
       return;
     }
   }
-  const size_t count = session::CountStructures(table, kSystemInformation);
+  const size_t count = smbios::CountOfType(ViewOf(table.structures), kSystemInformation);
   missing.push_back(
       {"system",
        {},
@@ -113,48 +124,62 @@ void AddSystem(const session::Table& table, const session::Results& results,
                          count)});
 }
 
-std::string WhyNotStarted(const session::Table& table, const session::Results& results) {
-  const std::string names = session::WhyNoNames(table);
-  return fmt::format("the driver's start ended with \"{}\"{}{}", results.start,
-                     names.empty() ? "" : ": ", names);
+std::string WhyNoNames(const session::Table& table) {
+  switch (devices::FindFqddMap(ViewOf(table.structures))) {
+    case devices::FqddMap::kMissing:
+      return ": there is no structure of type 225, which names the devices";
+    case devices::FqddMap::kOtherFormat:
+      return ": a structure of type 225, which names the devices, has another format than 1";
+    case devices::FqddMap::kCutOff:
+      return ": a structure of type 225, which names the devices, is cut off by the end of the "
+             "table";
+    case devices::FqddMap::kUsable:
+      break;
+  }
+  return "";
+}
+
+// Everything after a start that failed.
+void AddAll(const session::Table& table, const std::string& why, std::vector<Missing>& missing) {
+  for (const Kind& kind : kKinds) {
+    for (const smbios::Structure& structure : smbios::Walk(ViewOf(table.structures))) {
+      if (devices::KindOf(structure) == kind.kind) {
+        Add(missing, kind.what, structure.Handle(), why);
+      }
+    }
+  }
+  missing.push_back({"system", {}, why});
 }
 
 }  // namespace
 
 std::vector<Missing> FindMissing(const session::Table& table, const session::Results& results) {
   std::vector<Missing> missing;
-  const std::vector<TableDevice> devices = session::DevicesOf(table);
+  if (results.start != kSuccess) {
+    AddAll(table,
+           fmt::format("the driver's start ended with \"{}\"{}", results.start, WhyNoNames(table)),
+           missing);
+    return missing;
+  }
   for (const Kind& kind : kKinds) {
-    if (results.start == kSuccess) {
-      AddOfKind(kind, devices, results, missing);
-      continue;
-    }
-    for (const TableDevice& device : devices) {
-      if (device.kind == kind.kind) {
-        Add(missing, kind.what, device.handle, WhyNotStarted(table, results));
-      }
-    }
+    AddOfKind(kind, table, KeysOf(results, kind), missing);
   }
-  if (results.start == kSuccess) {
-    AddSystem(table, results, missing);
-  } else {
-    missing.push_back({"system", {}, WhyNotStarted(table, results)});
-  }
+  AddSystem(table, results, missing);
   return missing;
 }
 
 std::string DescribeEmpty(const session::Table& table) {
-  constexpr std::pair<DeviceKind, const char*> kEmpty[] = {
-      {DeviceKind::kEmptySocket, "empty processor sockets"},
-      {DeviceKind::kEmptySlot, "empty memory slots"},
-      {DeviceKind::kHbm, "HBM stacks, which are parts of processors"},
-      {DeviceKind::kLogicalModule, "logical memory devices"}};
-  const std::vector<TableDevice> devices = session::DevicesOf(table);
+  constexpr std::pair<devices::Kind, const char*> kEmpty[] = {
+      {devices::Kind::kEmptySocket, "empty processor sockets"},
+      {devices::Kind::kEmptySlot, "empty memory slots"},
+      {devices::Kind::kHbm, "HBM stacks, which are parts of processors"},
+      {devices::Kind::kLogical, "logical memory devices"}};
   std::string text;
   for (const auto& [kind, words] : kEmpty) {
-    const auto count =
-        std::count_if(devices.begin(), devices.end(),
-                      [kind = kind](const TableDevice& device) { return device.kind == kind; });
+    size_t count = 0;
+    for (const smbios::Structure& structure : smbios::Walk(ViewOf(table.structures))) {
+      count += devices::KindOf(structure) == kind ? 1 : 0;
+    }
     if (count != 0) {
       text += fmt::format("{}{} {}", text.empty() ? "" : "; ", count, words);
     }

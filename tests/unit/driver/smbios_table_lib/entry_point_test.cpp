@@ -99,6 +99,14 @@ TEST(SmbiosEntryPoint, IsNoneWhereItsBytesAreNotAllThere) {
   }
 }
 
+TEST(SmbiosEntryPoint, IsAnnouncedByItsAnchorHoweverFewBytesFollow) {
+  EXPECT_EQ(FindAnchor(View(kGood32).First(4)), EntryPointKind::k32Bit);
+  EXPECT_EQ(FindAnchor(View(kGood64).First(5)), EntryPointKind::k64Bit);
+  EXPECT_EQ(FindAnchor(View(kGood32).First(3)), EntryPointKind::kNone);
+  EXPECT_EQ(FindAnchor(View(kGood64).First(4)), EntryPointKind::kNone);
+  EXPECT_EQ(FindAnchor(Bytes()), EntryPointKind::kNone);
+}
+
 TEST(SmbiosEntryPoint, WithAWrongChecksumSaysSo) {
   const EntryPoint entry = Changed(kGood32, 0x06, 2);
   EXPECT_TRUE(entry.Has(EntryPointDefect::kChecksum));

@@ -348,5 +348,48 @@ TEST(SmbiosWalk, OfEveryCutOfATableStaysInsideIt) {
   }
 }
 
+TEST(SmbiosSummary, CountsAndMeasures) {
+  const ByteVector one = StructureOf(1, 7, {}, {"a string"});
+  const ByteVector table = one + StructureOf(kEndOfTable, 8, {}, {}) + StructureOf(2, 9, {}, {}) +
+                           StructureOf(kEndOfTable, 8, {}, {}) + ByteVector{1, 2, 3};
+  const Summary summary = Summarize(View(table));
+  EXPECT_EQ(summary.Count, 4u);
+  EXPECT_EQ(summary.LargestSize, one.size());
+  EXPECT_EQ(summary.EndOfTableEnd, one.size() + 6);
+  EXPECT_EQ(summary.End, table.size() - 3);
+  EXPECT_TRUE(summary.IsLastComplete);
+  EXPECT_EQ(CountOfType(View(table), kEndOfTable), 2u);
+  EXPECT_EQ(CountOfType(View(table), 3), 0u);
+}
+
+TEST(SmbiosSummary, OfNothingIsEmptyAndComplete) {
+  const Summary summary = Summarize(Bytes());
+  EXPECT_EQ(summary.Count, 0u);
+  EXPECT_EQ(summary.LargestSize, 0u);
+  EXPECT_EQ(summary.End, 0u);
+  EXPECT_EQ(summary.EndOfTableEnd, 0u);
+  EXPECT_TRUE(summary.IsLastComplete);
+}
+
+TEST(SmbiosSummary, TellsThatTheLastStructureIsCutOff) {
+  const ByteVector whole = StructureOf(1, 7, {}, {"one"}) + StructureOf(2, 8, {}, {"two"});
+  const ByteVector table(whole.begin(), whole.end() - 1);
+  EXPECT_FALSE(Summarize(View(table)).IsLastComplete);
+  EXPECT_EQ(Summarize(View(table)).End, table.size());
+  const Summary strict = Summarize(View(table), Reading::kStrict);
+  EXPECT_TRUE(strict.IsLastComplete);
+  EXPECT_EQ(strict.Count, 1u);
+  EXPECT_EQ(strict.End, 9u);
+}
+
+TEST(SmbiosStructure, IsCompleteAsLongAsItsStringsEnd) {
+  ByteVector table = StructureOf(1, 2, {}, {"one"});
+  EXPECT_TRUE(Structure(View(table), 0).IsComplete());
+  table[1] = 2;  // Not well formed, and yet complete.
+  EXPECT_TRUE(Structure(View(table), 0).IsComplete());
+  table.pop_back();
+  EXPECT_FALSE(Structure(View(table), 0).IsComplete());
+}
+
 }  // namespace
 }  // namespace tvq::smbios

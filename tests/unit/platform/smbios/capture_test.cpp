@@ -13,12 +13,12 @@
 namespace tvq::test {
 namespace {
 
+using smbios::EntryPointKind;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using tvqplatform::Capture;
 using tvqplatform::CaptureError;
-using tvqplatform::EntryPointKind;
 
 void Put(Bytes& bytes, size_t offset, size_t size, uint64_t value) {
   for (size_t i = 0; i < size; ++i) {

@@ -14,8 +14,8 @@
 namespace tvq::test {
 namespace {
 
+using smbios::EntryPointKind;
 using tvqplatform::Capture;
-using tvqplatform::EntryPointKind;
 using tvqplatform::Publication;
 using tvqplatform::SmbiosTable;
 

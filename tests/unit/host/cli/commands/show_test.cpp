@@ -99,6 +99,24 @@ TEST_F(CliShow, SaysThatAFormatOfTheNamesSpoilsThemAll) {
                                          "another format than 1:\n"));
 }
 
+TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
+  Table table = TableOf({});
+  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 1}, {"DIMM.Socket.A1", 2}}});
+  // The strings, and the second group.
+  table.Chop(sizeof("CPU.Socket.1") + sizeof("DIMM.Socket.A1") + 1 + 4);
+  EXPECT_THAT(Show(table).out, HasSubstr("a structure of type 225, which names the devices, is cut "
+                                         "off by the end of the table:\n"));
+}
+
+TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
+  Table table = NamedMachine({"CPU1"}, {"DIMM_A1"});
+  table.Add(1, 0xFFFF);
+  table.Add(MemoryDevice{.handle = 0x0017, .locator = "DIMM_A2"});
+  EXPECT_THAT(Show(table).out,
+              HasSubstr("  behind handle 0xFFFF, which ends the table for the driver:\n"
+                        "    1 memory module, handle 0x0017\n"));
+}
+
 TEST_F(CliShow, NamesTheProcessorsThatClash) {
   const Outcome shown = Show(NamedMachine({"CPU1", "CPU1", "CPU2"}, {}));
   EXPECT_EQ(shown.status, 1);
