@@ -1,5 +1,5 @@
 /*
- * How the driver names devices.
+ * What the driver tells devices apart by.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -10,20 +10,13 @@
 #include <algorithm>
 #include <set>
 
-#include "host/lint/smbios.h"
-
 namespace tvq::lint {
 namespace {
 
-// Position of the character of a socket designation that becomes the number.
-constexpr std::size_t kSocketDigit = 3;
-
-template <typename KeyOfDevice>
-std::vector<const Structure*> UpToRepeatedKey(std::vector<const Structure*> devices,
-                                              KeyOfDevice keyOf) {
-  std::set<decltype(keyOf(*devices[0]))> keys;
+std::vector<const Structure*> UpToRepeatedKey(std::vector<const Structure*> devices) {
+  std::set<Key> keys;
   const auto repeated = std::find_if(devices.begin(), devices.end(), [&](const Structure* device) {
-    return !keys.insert(keyOf(*device)).second;
+    return !keys.insert(KeyOf(*device)).second;
   });
   devices.erase(repeated, devices.end());
   return devices;
@@ -31,39 +24,24 @@ std::vector<const Structure*> UpToRepeatedKey(std::vector<const Structure*> devi
 
 }  // namespace
 
-LocatorKey KeyOf(const Structure& module) {
-  LocatorKey key = {};
-  const auto locator = module.Text(memory::kLocator);
-  if (!locator) {
-    return key;
-  }
-  const bool hasPrefix = locator->find(kLocatorPrefix) != std::string_view::npos;
-  std::size_t at = module.PositionOf(*locator) + (hasPrefix ? kLocatorPrefix.size() : 0);
-  for (char& character : key) {
-    character = static_cast<char>(module.TableByte(at++));
-  }
-  return key;
+Key KeyOf(const Structure& device) {
+  const devices::Key key = devices::KeyOf(device);
+  Key copy;
+  std::copy(std::begin(key.Data), std::end(key.Data), copy.begin());
+  return copy;
 }
 
-std::string KeyText(const LocatorKey& key) {
-  return {key.begin(), std::find(key.begin(), key.end(), '\0')};
-}
-
-std::uint8_t SocketNumber(const Structure& processor) {
-  const auto designation = processor.Text(processor::kSocket);
-  if (!designation) {
-    return 0;
-  }
-  const std::size_t at = processor.PositionOf(*designation) + kSocketDigit;
-  return static_cast<std::uint8_t>(processor.TableByte(at) - '0');
+std::string LocatorText(const Structure& module) {
+  const devices::LocatorKey key = devices::KeyOfLocator(module);
+  return {key.Characters, key.Characters + key.Length()};
 }
 
 std::vector<const Structure*> RecordedProcessors(const Subject& subject) {
-  return UpToRepeatedKey(subject.Processors(), SocketNumber);
+  return UpToRepeatedKey(subject.Processors());
 }
 
 std::vector<const Structure*> RecordedModules(const Subject& subject) {
-  return UpToRepeatedKey(subject.Modules(), KeyOf);
+  return UpToRepeatedKey(subject.Modules());
 }
 
 std::string LostRecords(std::string_view devices, std::size_t behind) {

@@ -1,5 +1,5 @@
 /*
- * How the driver names modules: what is left of their locators.
+ * What the driver tells devices apart by.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -10,23 +10,18 @@
 #include <string>
 #include <vector>
 
+#include <Library/TvqDeviceLib.h>
+
 #include "host/lint/subject.h"
 
 namespace tvq::lint {
 
-// A locator with this text anywhere loses its first five characters.
-constexpr std::string_view kLocatorPrefix = "DIMM_";
+// What tells a device from others of its kind.
+using Key = std::array<std::uint8_t, sizeof(devices::Key::Data)>;
+Key KeyOf(const Structure& device);
 
-// The three bytes that tell a module apart; zeros without a locator. Behind a short locator they
-// are what follows in the table.
-using LocatorKey = std::array<char, 3>;
-LocatorKey KeyOf(const Structure& module);
-
-// The characters up to the first NUL.
-std::string KeyText(const LocatorKey& key);
-
-// The number that stands in a processor's device path and name.
-std::uint8_t SocketNumber(const Structure& processor);
+// What is left of the locator of a module.
+std::string LocatorText(const Structure& module);
 
 // The processors and modules that get a record: building ends at the first with the device path of
 // one before it.

@@ -21,32 +21,31 @@ enum class Cut {
 };
 
 struct Source {
-  std::uint8_t type;
-  std::size_t offset;
+  smbios::Field<std::uint8_t> field;
   std::string_view element;
   std::size_t limit = kUsualLimit;
   Cut cut = Cut::kNone;
 };
 
 constexpr Source kSources[] = {
-    {kBios, bios::kVersion, "BIOSVersion"},
-    {kBios, bios::kReleaseDate, "BIOSReleaseDate"},
-    {kSystem, system::kProduct, "ProductName"},
-    {kSystem, system::kManufacturer, "Manufacturer"},
-    {kSystem, system::kSerial, "ServiceTag"},
-    {kBoard, board::kLocation, "LocationInChassis"},
-    {kChassis, chassis::kManufacturer, "Manufacturer"},
-    {kChassis, chassis::kSerial, "ServiceTag"},
-    {kChassis, chassis::kAssetTag, "AssetTag"},
-    {kSlot, slot::kDesignation, "Desig"},
-    {kProcessor, processor::kVersion, "MarketingName", kUsualLimit, Cut::kTrimmed},
-    {kProcessor, processor::kManufacturer, "ProcessorManufacturer"},
-    {kMemoryDevice, memory::kSerial, "WWN", 14},
-    {kMemoryDevice, memory::kManufacturer, "Manufacturer"},
-    {kMemoryDevice, memory::kBank, "BankLocator"},
-    {kMemoryDevice, memory::kAssetTag, "AssetTag"},
-    {kMemoryDevice, memory::kPartNumber, "PartNumber", kUnlimited, Cut::kFirstWord},
-    {kDimmExtension, extension::kFirmwareVersion, "FirmwareVersion", 31},
+    {SMBIOS_FIELD(0, BiosVersion), "BIOSVersion"},
+    {SMBIOS_FIELD(0, BiosReleaseDate), "BIOSReleaseDate"},
+    {SMBIOS_FIELD(1, ProductName), "ProductName"},
+    {SMBIOS_FIELD(1, Manufacturer), "Manufacturer"},
+    {SMBIOS_FIELD(1, SerialNumber), "ServiceTag"},
+    {SMBIOS_FIELD(2, LocationInChassis), "LocationInChassis"},
+    {SMBIOS_FIELD(3, Manufacturer), "Manufacturer"},
+    {SMBIOS_FIELD(3, SerialNumber), "ServiceTag"},
+    {SMBIOS_FIELD(3, AssetTag), "AssetTag"},
+    {SMBIOS_FIELD(9, SlotDesignation), "Desig"},
+    {SMBIOS_FIELD(4, ProcessorVersion), "MarketingName", kUsualLimit, Cut::kTrimmed},
+    {SMBIOS_FIELD(4, ProcessorManufacturer), "ProcessorManufacturer"},
+    {SMBIOS_FIELD(17, SerialNumber), "WWN", 14},
+    {SMBIOS_FIELD(17, Manufacturer), "Manufacturer"},
+    {SMBIOS_FIELD(17, BankLocator), "BankLocator"},
+    {SMBIOS_FIELD(17, AssetTag), "AssetTag"},
+    {SMBIOS_FIELD(17, PartNumber), "PartNumber", kUnlimited, Cut::kFirstWord},
+    {SMBIOS_FIELD(226, FirmwareVersion), "FirmwareVersion", 31},
 };
 
 std::string Keep(const Source& source, std::string_view whole) {
@@ -77,18 +76,18 @@ std::vector<const Structure*> Written(const Subject& subject, std::uint8_t type)
 std::vector<DocumentText> DocumentTexts(const Subject& subject) {
   std::vector<DocumentText> texts;
   for (const Source& source : kSources) {
-    for (const Structure* structure : Written(subject, source.type)) {
-      const std::string_view whole = structure->TextOrEmpty(source.offset);
+    for (const Structure* structure : Written(subject, source.field.Type)) {
+      const std::string_view whole = structure->TextOrEmpty(source.field);
       texts.push_back({structure, source.element, whole, Keep(source, whole)});
     }
   }
   for (const Structure* module : subject.Modules()) {
-    texts.push_back(
-        {module, "DIMMLocation", module->TextOrEmpty(memory::kLocator), KeyText(KeyOf(*module))});
+    texts.push_back({module, "DIMMLocation", module->TextOrEmpty(SMBIOS_FIELD(17, DeviceLocator)),
+                     LocatorText(*module)});
   }
   for (const Structure* cpu : subject.Processors()) {
-    const auto digit = static_cast<char>('0' + SocketNumber(*cpu));
-    texts.push_back({cpu, "CPULocation", cpu->TextOrEmpty(processor::kSocket),
+    const auto digit = static_cast<char>('0' + devices::SocketNumber(*cpu));
+    texts.push_back({cpu, "CPULocation", cpu->TextOrEmpty(SMBIOS_FIELD(4, Socket)),
                      digit == '\0' ? "CPU" : std::string("CPU") + digit});
   }
   return texts;

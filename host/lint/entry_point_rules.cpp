@@ -5,8 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <numeric>
-
 #include "host/lint/families.h"
 
 namespace tvq::lint {
@@ -14,16 +12,7 @@ namespace {
 
 using table::EntryPoint;
 
-// Fields of the 32-bit entry point (SMBIOS 5.2.1); both kinds have their length in byte 5 or 6.
-constexpr std::size_t kLength32 = 0x05;
-constexpr std::size_t kLargest = 0x08;
-constexpr std::size_t kIntermediate = 0x10;
-constexpr std::string_view kIntermediateAnchor = "_DMI_";
-constexpr std::size_t kTableLength32 = 0x16;
-constexpr std::size_t kCount = 0x1C;
-constexpr std::size_t kRevision = 0x1E;
-constexpr std::size_t kLength64 = 0x06;
-constexpr std::size_t kTableLength64 = 0x0C;
+using smbios::EntryPointDefect;
 
 // The most that a 32-bit entry point can say.
 constexpr std::size_t kLargestTable = 0xFFFF;
@@ -35,8 +24,11 @@ bool Is64Bit(const Subject& subject) {
   return subject.EntryPoint().kind == EntryPoint::k64Bit;
 }
 
-bool IsSumZero(const Bytes& bytes, std::size_t from) {
-  return std::accumulate(bytes.begin() + from, bytes.end(), 0) % 0x100 == 0;
+const smbios::EntryPoint& Values(const Subject& subject) {
+  return subject.EntryPoint().values;
+}
+smbios::EntryPointLayout Layout(const Subject& subject) {
+  return smbios::LayoutOf(Values(subject).Kind);
 }
 
 void CheckNo32Bit(const Subject& subject, Report& report) {
@@ -59,14 +51,13 @@ void CheckTooLong(const Subject& subject, Report& report) {
 }
 
 void CheckChecksum(const Subject& subject, Report& report) {
-  const Bytes& bytes = subject.EntryPoint().bytes;
-  if (Is32Bit(subject) && !IsSumZero(bytes, kIntermediate)) {
-    report.AtEntryPoint(kIntermediate + kIntermediateAnchor.size(),
+  if (Values(subject).Has(EntryPointDefect::kIntermediateChecksum)) {
+    report.AtEntryPoint(Layout(subject).IntermediateChecksum,
                         "the bytes of the intermediate entry point do not add up to 0: readers "
                         "take it for no entry point",
                         "compute the checksum last");
-  } else if (!bytes.empty() && !IsSumZero(bytes, 0)) {
-    report.AtEntryPoint(Is32Bit(subject) ? 4 : 5,
+  } else if (Values(subject).Has(EntryPointDefect::kChecksum)) {
+    report.AtEntryPoint(Layout(subject).Checksum,
                         "the bytes of the entry point do not add up to 0: readers take it for no "
                         "entry point",
                         "compute the checksum last");
@@ -74,11 +65,9 @@ void CheckChecksum(const Subject& subject, Report& report) {
 }
 
 void CheckAnchor(const Subject& subject, Report& report) {
-  const Bytes& bytes = subject.EntryPoint().bytes;
-  if (Is32Bit(subject) && !std::equal(kIntermediateAnchor.begin(), kIntermediateAnchor.end(),
-                                      bytes.begin() + kIntermediate)) {
+  if (Values(subject).Has(EntryPointDefect::kIntermediateAnchor)) {
     report.AtEntryPoint(
-        kIntermediate,
+        Layout(subject).IntermediateAnchor,
         "the intermediate anchor \"_DMI_\" is missing: readers take it for no entry "
         "point",
         "write \"_DMI_\" at 10h");
@@ -86,23 +75,21 @@ void CheckAnchor(const Subject& subject, Report& report) {
 }
 
 void CheckLength(const Subject& subject, Report& report) {
-  const Bytes& bytes = subject.EntryPoint().bytes;
-  const std::size_t at = Is32Bit(subject) ? kLength32 : kLength64;
-  if (!bytes.empty() && bytes[at] != bytes.size()) {
-    report.AtEntryPoint(at,
+  if (Values(subject).Has(EntryPointDefect::kLength)) {
+    report.AtEntryPoint(Layout(subject).Length,
                         fmt::format("the entry point says that it has {:02X}h bytes, not {:02X}h",
-                                    bytes[at], bytes.size()),
+                                    Values(subject).Length, Layout(subject).Size),
                         "correct the length, then the checksum");
   }
 }
 
 void CheckTableLength(const Subject& subject, Report& report) {
-  const std::size_t stated = subject.EntryPoint().statedLength;
+  const std::size_t stated = Values(subject).TableLength;
   const std::size_t held = subject.Table().size();
-  const bool isMaximum =
-      Is64Bit(subject) && !subject.Structures().empty() && subject.Structures().back().IsSound();
-  if (!subject.EntryPoint().bytes.empty() && stated > held && !isMaximum) {
-    report.AtEntryPoint(Is32Bit(subject) ? kTableLength32 : kTableLength64,
+  const bool isMaximum = Is64Bit(subject) && !subject.Structures().empty() &&
+                         subject.Structures().back().IsWellFormed();
+  if (Values(subject) && stated > held && !isMaximum) {
+    report.AtEntryPoint(Layout(subject).TableLength,
                         fmt::format("the entry point says that the table has {} bytes, and there "
                                     "are {}: what is missing is not examined, and in firmware the "
                                     "driver reads what lies behind the table",
@@ -116,7 +103,7 @@ void CheckCount(const Subject& subject, Report& report) {
   const std::size_t counted = subject.Structures().size();
   if (stated && *stated != counted) {
     report.AtEntryPoint(
-        kCount,
+        Layout(subject).StructureCount,
         fmt::format("the entry point says that there are {}, and there are {}: {}",
                     Counted(*stated, "structure"), counted,
                     *stated < counted ? "slot queries do not come to the last ones"
@@ -129,15 +116,11 @@ void CheckLargest(const Subject& subject, Report& report) {
   if (!Is32Bit(subject)) {
     return;
   }
-  std::size_t largest = 0;
-  for (const Structure& structure : subject.Structures()) {
-    largest = std::max(largest, structure.Size());
-  }
-  const Bytes& bytes = subject.EntryPoint().bytes;
-  const std::size_t stated = bytes[kLargest] | bytes[kLargest + 1] << 8;
+  const std::size_t largest = smbios::Summarize(table::ViewOf(subject.Table())).LargestSize;
+  const std::size_t stated = Values(subject).MaximumStructureSize;
   if (stated < largest) {
     report.AtEntryPoint(
-        kLargest,
+        Layout(subject).MaximumStructureSize,
         fmt::format("the entry point says that no structure has more than {} bytes, "
                     "and one has {}: readers with a buffer of the first size cut it",
                     stated, largest),
@@ -150,10 +133,10 @@ void CheckRevision(const Subject& subject, Report& report) {
     return;
   }
   const table::Version version = subject.Version();
-  const unsigned revision = subject.EntryPoint().bytes[kRevision];
+  const unsigned revision = Values(subject).Revision;
   const unsigned expected = (version.majorNumber & 0xFu) << 4 | (version.minorNumber & 0xFu);
   if (revision != 0 && revision != expected) {
-    report.AtEntryPoint(kRevision,
+    report.AtEntryPoint(Layout(subject).Revision,
                         fmt::format("the BCD revision is {:02X}h, and the version {}.{}", revision,
                                     version.majorNumber, version.minorNumber),
                         fmt::format("write {:02X}h, or 0", expected));

@@ -14,17 +14,17 @@ namespace tvq::lint {
 namespace {
 
 bool IsLongEnough(const Structure& extension) {
-  return extension.Length() >= extension::kSize;
+  return extension.Length() >= SMBIOS_FIELD(226, ProductID).End();
 }
 
 // Whether it makes it into the driver's list.
 bool IsListed(const Structure& extension) {
-  return IsLongEnough(extension) && extension.Text(extension::kFirmwareVersion).has_value();
+  return IsLongEnough(extension) && extension.Text(SMBIOS_FIELD(226, FirmwareVersion)).has_value();
 }
 
 void CheckLayout(const Subject& subject, Report& report) {
   for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
-    if (extension->Length() >= table::kHeaderSize && !IsLongEnough(*extension)) {
+    if (extension->Length() >= smbios::kHeaderSize && !IsLongEnough(*extension)) {
       report.At(
           *extension,
           fmt::format("the structure has {} bytes, and the driver reads 13, the last ones out "
@@ -41,7 +41,7 @@ void CheckFirmware(const Subject& subject, Report& report) {
       report.At(*extension,
                 fmt::format("string {} for the firmware version is not there: the driver ignores "
                             "the whole structure, component and product ID included",
-                            extension->Byte(extension::kFirmwareVersion)),
+                            extension->Get(SMBIOS_FIELD(226, FirmwareVersion))),
                 "name a string for the firmware version, if need be an empty one");
     }
   }
@@ -63,7 +63,7 @@ std::string ReasonUnread(const Subject& subject, const Structure* device) {
 
 void CheckDevice(const Subject& subject, Report& report) {
   for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
-    const std::uint16_t handle = extension->HandleAt(extension::kDevice);
+    const std::uint16_t handle = extension->GetHandle(SMBIOS_FIELD(226, Type17Handle));
     const std::string reason = ReasonUnread(subject, subject.FindHandle(handle));
     if (IsListed(*extension) && !reason.empty()) {
       report.At(*extension,
@@ -81,7 +81,7 @@ void CheckRepeated(const Subject& subject, Report& report) {
     if (!IsListed(*extension)) {
       continue;
     }
-    const std::uint16_t device = extension->HandleAt(extension::kDevice);
+    const std::uint16_t device = extension->GetHandle(SMBIOS_FIELD(226, Type17Handle));
     const auto [owner, isNew] = owners.emplace(device, extension);
     if (!isNew) {
       report.At(*extension,

@@ -16,7 +16,7 @@
 namespace tvq::lint {
 namespace {
 
-constexpr std::uint8_t kKnownFormat = 1;
+using devices::FqddMap;
 
 // The structure of each group's texts. A string number past the last string moves on to the
 // structure behind, for good.
@@ -50,24 +50,25 @@ class Slots {
 };
 
 std::string OwnName(const Structure& device) {
-  return device.Type() == kProcessor ? fmt::format("CPU.Socket.{:X}", SocketNumber(device))
-                                     : fmt::format("DIMM.Socket.{}", KeyText(KeyOf(device)));
+  return device.Type() == kProcessor ? fmt::format("CPU.Socket.{:X}", devices::SocketNumber(device))
+                                     : fmt::format("DIMM.Socket.{}", LocatorText(device));
 }
 
 }  // namespace
 
 bool IsUsableMap(const Structure& map) {
-  return map.FormattedSize() >= fqddmap::kGroups && !map.IsCut() &&
-         map.Byte(fqddmap::kFormat) == kKnownFormat;
+  return devices::CheckFqddMap(map) == FqddMap::kUsable;
 }
 
 std::vector<FqddGroup> FqddGroups(const Subject& subject) {
+  constexpr auto kString = SMBIOS_GROUP_FIELD(225, SMBIOS_TVQ_FQDD_GROUP, StringNumber);
+  constexpr auto kHandle = SMBIOS_GROUP_FIELD(225, SMBIOS_TVQ_FQDD_GROUP, Handle);
   std::vector<FqddGroup> groups;
   for (const Structure* map : subject.SeenOfType(kFqddMap)) {
-    std::size_t at = fqddmap::kGroups;
-    for (std::size_t i = 0; IsUsableMap(*map) && map->Has(at, fqddmap::kGroupSize); ++i) {
-      groups.push_back({map, i, map->Byte(at), map->Word(at + 1)});
-      at += fqddmap::kGroupSize;
+    std::size_t at = kFirstGroup;
+    for (std::size_t i = 0; IsUsableMap(*map) && map->Has(at, kGroupSize); ++i) {
+      groups.push_back({map, i, map->Get(kString.In(at)), map->Get(kHandle.In(at))});
+      at += kGroupSize;
     }
   }
   return groups;

@@ -12,10 +12,16 @@
 
 #include "host/lint/subject.h"
 
+#include "host/lint/smbios.h"
+
 namespace tvq::lint {
 
 // Characters of an FQDD that the device-list entry hands out.
 constexpr std::size_t kFqddLength = 15;
+
+// Where the groups of a structure begin, and the size of each.
+constexpr std::size_t kFirstGroup = SMBIOS_FIELD(225, Format).End();
+constexpr std::size_t kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
 
 struct FqddGroup {
   const Structure* map;

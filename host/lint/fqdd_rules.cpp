@@ -25,7 +25,7 @@ void CheckMissing(const Subject& subject, Report& report) {
 
 void CheckLength(const Subject& subject, Report& report) {
   for (const Structure* map : subject.SeenOfType(kFqddMap)) {
-    if (map->Length() == table::kHeaderSize) {
+    if (map->Length() == smbios::kHeaderSize) {
       report.At(*map, fmt::format("the structure is a header without a format byte: {}", kNoStart),
                 "make the structure 5 bytes long, and 4 for each group");
     }
@@ -34,18 +34,18 @@ void CheckLength(const Subject& subject, Report& report) {
 
 void CheckFormat(const Subject& subject, Report& report) {
   for (const Structure* map : subject.SeenOfType(kFqddMap)) {
-    if (map->Has(fqddmap::kFormat) && map->Byte(fqddmap::kFormat) != 1) {
-      report.At(
-          *map,
-          fmt::format("the format byte is {}, not 1: {}", map->Byte(fqddmap::kFormat), kNoStart),
-          "write 1 at 04h; use another type for another format");
+    if (map->Has(SMBIOS_FIELD(225, Format)) && map->Get(SMBIOS_FIELD(225, Format)) != 1) {
+      report.At(*map,
+                fmt::format("the format byte is {}, not 1: {}", map->Get(SMBIOS_FIELD(225, Format)),
+                            kNoStart),
+                "write 1 at 04h; use another type for another format");
     }
   }
 }
 
 void CheckLeftover(const Subject& subject, Report& report) {
   for (const Structure* map : subject.SeenOfType(kFqddMap)) {
-    const std::size_t left = (map->FormattedSize() - fqddmap::kGroups) % fqddmap::kGroupSize;
+    const std::size_t left = (map->Length() - kFirstGroup) % kGroupSize;
     if (IsUsableMap(*map) && left != 0) {
       report.At(*map,
                 fmt::format("{} behind the last whole group {} left out", Counted(left, "byte"),

@@ -8,8 +8,8 @@
 #include <algorithm>
 
 #include "host/lint/families.h"
-#include "host/lint/smbios.h"
 #include "host/table/layout.h"
+#include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
@@ -60,27 +60,36 @@ void CheckRange(const Subject& subject, Report& report) {
 
 // A field that refers to another structure.
 struct Reference {
-  std::uint8_t type;
-  std::uint8_t offset;
+  smbios::Field<std::uint16_t> field;
   std::uint8_t target;
   std::uint8_t otherTarget;  // the same where there is none
   std::uint16_t none;        // what stands for no structure, beside FFFFh
 };
 
+// What errors of memory refer to.
+constexpr std::uint8_t kError32 = SMBIOS_TYPE_32BIT_MEMORY_ERROR_INFORMATION;
+constexpr std::uint8_t kError64 = SMBIOS_TYPE_64BIT_MEMORY_ERROR_INFORMATION;
+constexpr std::uint16_t kNoErrorInformation = 0xFFFE;
+
+constexpr std::uint8_t kArrayAddress = SMBIOS_TYPE_MEMORY_ARRAY_MAPPED_ADDRESS;
+constexpr std::uint8_t kVoltageProbe = SMBIOS_TYPE_VOLTAGE_PROBE;
+constexpr std::uint8_t kCoolingDevice = SMBIOS_TYPE_COOLING_DEVICE;
+constexpr std::uint8_t kCurrentProbe = SMBIOS_TYPE_ELECTRICAL_CURRENT_PROBE;
+
 constexpr Reference kReferences[] = {
-    {2, 0x0B, kChassis, kChassis, kNoHandle},
-    {kProcessor, 0x1A, kCache, kCache, kNoHandle},
-    {kProcessor, 0x1C, kCache, kCache, kNoHandle},
-    {kProcessor, 0x1E, kCache, kCache, kNoHandle},
-    {kMemoryArray, 0x0B, 18, 33, 0xFFFE},
-    {kMemoryDevice, 0x04, kMemoryArray, kMemoryArray, kNoHandle},
-    {kMemoryDevice, 0x06, 18, 33, 0xFFFE},
-    {19, 0x0C, kMemoryArray, kMemoryArray, kNoHandle},
-    {20, 0x0C, kMemoryDevice, kMemoryDevice, kNoHandle},
-    {20, 0x0E, 19, 19, kNoHandle},
-    {39, 0x10, 26, 26, kNoHandle},
-    {39, 0x12, 27, 27, kNoHandle},
-    {39, 0x14, 29, 29, kNoHandle},
+    {SMBIOS_FIELD(2, ChassisHandle), kChassis, kChassis, kNoHandle},
+    {SMBIOS_FIELD(4, L1CacheHandle), kCache, kCache, kNoHandle},
+    {SMBIOS_FIELD(4, L2CacheHandle), kCache, kCache, kNoHandle},
+    {SMBIOS_FIELD(4, L3CacheHandle), kCache, kCache, kNoHandle},
+    {SMBIOS_FIELD(16, MemoryErrorInformationHandle), kError32, kError64, kNoErrorInformation},
+    {SMBIOS_FIELD(17, MemoryArrayHandle), kMemoryArray, kMemoryArray, kNoHandle},
+    {SMBIOS_FIELD(17, MemoryErrorInformationHandle), kError32, kError64, kNoErrorInformation},
+    {SMBIOS_FIELD(19, MemoryArrayHandle), kMemoryArray, kMemoryArray, kNoHandle},
+    {SMBIOS_FIELD(20, MemoryDeviceHandle), kMemoryDevice, kMemoryDevice, kNoHandle},
+    {SMBIOS_FIELD(20, MemoryArrayMappedAddressHandle), kArrayAddress, kArrayAddress, kNoHandle},
+    {SMBIOS_FIELD(39, InputVoltageProbeHandle), kVoltageProbe, kVoltageProbe, kNoHandle},
+    {SMBIOS_FIELD(39, CoolingDeviceHandle), kCoolingDevice, kCoolingDevice, kNoHandle},
+    {SMBIOS_FIELD(39, InputCurrentProbeHandle), kCurrentProbe, kCurrentProbe, kNoHandle},
 };
 
 // Calls visit(structure, reference, handle) for each field that refers to a structure.
@@ -88,10 +97,10 @@ template <typename Visit>
 void ForEachReference(const Subject& subject, Visit visit) {
   for (const Structure& structure : subject.Structures()) {
     for (const Reference& reference : kReferences) {
-      if (reference.type != structure.Type()) {
+      if (reference.field.Type != structure.Type()) {
         continue;
       }
-      const std::uint16_t handle = structure.HandleAt(reference.offset);
+      const std::uint16_t handle = structure.GetHandle(reference.field);
       if (handle != kNoHandle && handle != reference.none) {
         visit(structure, reference, handle);
       }
@@ -104,8 +113,8 @@ void CheckMissing(const Subject& subject, Report& report) {
                                 std::uint16_t handle) {
     if (subject.FindHandle(handle) == nullptr) {
       report.At(structure,
-                fmt::format("{} is {}, which no structure has",
-                            FieldName(reference.type, reference.offset), HandleName(handle)),
+                fmt::format("{} is {}, which no structure has", FieldName(reference.field),
+                            HandleName(handle)),
                 fmt::format("name a structure of type {}, or FFFFh for none", reference.target));
     }
   });
@@ -118,9 +127,8 @@ void CheckType(const Subject& subject, Report& report) {
     if (target != nullptr && target->Type() != reference.target &&
         target->Type() != reference.otherTarget) {
       report.At(structure,
-                fmt::format("{} is {}, and that is of type {}",
-                            FieldName(reference.type, reference.offset), HandleName(handle),
-                            target->Type()),
+                fmt::format("{} is {}, and that is of type {}", FieldName(reference.field),
+                            HandleName(handle), target->Type()),
                 fmt::format("name a structure of type {}, or FFFFh for none", reference.target));
     }
   });

@@ -14,16 +14,18 @@
 namespace tvq::lint {
 namespace {
 
+// A locator with this text anywhere loses its first five characters.
+constexpr std::string_view kPrefix = "DIMM_";
+
 constexpr char kAdvice[] =
     "make the three characters differ: \"A1\", or \"DIMM_A1\", whose \"DIMM_\" is skipped";
 
 void CheckLocatorClash(const Subject& subject, Report& report) {
-  std::map<LocatorKey, const Structure*> owners;
+  std::map<Key, const Structure*> owners;
   bool isFirst = true;
   for (std::size_t i = 0; i < subject.Modules().size(); ++i) {
     const Structure& module = *subject.Modules()[i];
-    const LocatorKey key = KeyOf(module);
-    const auto [owner, isNew] = owners.emplace(key, &module);
+    const auto [owner, isNew] = owners.emplace(KeyOf(module), &module);
     if (isNew) {
       continue;
     }
@@ -32,8 +34,9 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
     isFirst = false;
     report.At(module,
               fmt::format("locator {} gives {}, as {} of {} does: {}",
-                          Quote(module.TextOrEmpty(memory::kLocator)), Quote(KeyText(key)),
-                          Quote(owner->second->TextOrEmpty(memory::kLocator)),
+                          Quote(module.TextOrEmpty(SMBIOS_FIELD(17, DeviceLocator))),
+                          Quote(LocatorText(module)),
+                          Quote(owner->second->TextOrEmpty(SMBIOS_FIELD(17, DeviceLocator))),
                           HandleName(owner->second->Handle()), lost),
               kAdvice);
   }
@@ -41,13 +44,13 @@ void CheckLocatorClash(const Subject& subject, Report& report) {
 
 void CheckLocatorPrefix(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    const std::string_view locator = module->TextOrEmpty(memory::kLocator);
-    const std::size_t at = locator.find(kLocatorPrefix);
+    const std::string_view locator = module->TextOrEmpty(SMBIOS_FIELD(17, DeviceLocator));
+    const std::size_t at = locator.find(kPrefix);
     if (at != std::string_view::npos && at != 0) {
       report.At(*module,
                 fmt::format("locator {} has \"DIMM_\" behind its start, and loses its first five "
                             "characters all the same: {} is left",
-                            Quote(locator), Quote(KeyText(KeyOf(*module)))),
+                            Quote(locator), Quote(LocatorText(*module))),
                 "begin the locator with \"DIMM_\", or leave it out");
     }
   }
@@ -55,14 +58,14 @@ void CheckLocatorPrefix(const Subject& subject, Report& report) {
 
 void CheckLocatorShort(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    const auto locator = module->Text(memory::kLocator);
+    const auto locator = module->Text(SMBIOS_FIELD(17, DeviceLocator));
     if (!locator) {
       report.At(*module,
                 "the module has no locator: its name is \"DIMM \", and its device path has zeros",
                 "name the slot in two or three characters: \"A1\"");
       continue;
     }
-    const std::string name = KeyText(KeyOf(*module));
+    const std::string name = LocatorText(*module);
     if (name.size() < 2) {
       report.At(*module,
                 fmt::format("locator {} leaves {} to name the module, and the bytes behind it in "

@@ -20,9 +20,13 @@ constexpr std::size_t kSerialLength = 14;
 
 // The driver reads up to these offsets without a test of the length, the second ones only from
 // structures longer than kLateFieldsBeyond.
-constexpr std::size_t kConfiguredSpeedEnd = 0x22;
-constexpr std::size_t kLateFieldsBeyond = 0x33;
-constexpr std::size_t kLateFieldsEnd = 0x54;
+constexpr std::size_t kConfiguredSpeedEnd = SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed).End();
+constexpr std::size_t kLateFieldsBeyond = SMBIOS_FIELD(17, NonVolatileSize).Offset - 1;
+constexpr std::size_t kLateFieldsEnd = SMBIOS_FIELD(17, LogicalSize).End();
+
+using StringField = smbios::Field<std::uint8_t>;
+constexpr StringField kSerial = SMBIOS_FIELD(17, SerialNumber);
+constexpr StringField kPartNumber = SMBIOS_FIELD(17, PartNumber);
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(' ');
@@ -71,22 +75,22 @@ bool IsPlaceholder(std::string_view text) {
       });
 }
 
-bool IsPlaceholderAt(const Structure& module, std::size_t field) {
-  return !module.IsTextMissing(field) && IsPlaceholder(module.TextOrEmpty(field));
+bool IsPlaceholderAt(const Structure& module, StringField field) {
+  return !module.IsStringMissing(field) && IsPlaceholder(module.TextOrEmpty(field));
 }
 
-std::string Value(const Structure& module, std::size_t field) {
+std::string Value(const Structure& module, StringField field) {
   const std::string_view text = module.TextOrEmpty(field);
   return Trimmed(text).empty() ? "is missing or blank" : fmt::format("is {}", Quote(text));
 }
 
 void CheckSerialPlaceholder(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    if (IsPlaceholderAt(*module, memory::kSerial)) {
+    if (IsPlaceholderAt(*module, kSerial)) {
       report.At(*module,
                 fmt::format("the serial number {}: a replacement by a module of the same part "
                             "number cannot be told",
-                            Value(*module, memory::kSerial)),
+                            Value(*module, kSerial)),
                 "write the serial number of the module's SPD");
     }
   }
@@ -94,11 +98,11 @@ void CheckSerialPlaceholder(const Subject& subject, Report& report) {
 
 void CheckPartPlaceholder(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    if (IsPlaceholderAt(*module, memory::kPartNumber)) {
+    if (IsPlaceholderAt(*module, kPartNumber)) {
       report.At(*module,
                 fmt::format("the part number {}: a replacement can be told by the serial number "
                             "alone",
-                            Value(*module, memory::kPartNumber)),
+                            Value(*module, kPartNumber)),
                 "write the part number of the module's SPD");
     }
   }
@@ -106,7 +110,7 @@ void CheckPartPlaceholder(const Subject& subject, Report& report) {
 
 void CheckSerialLong(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    const std::string_view serial = module->TextOrEmpty(memory::kSerial);
+    const std::string_view serial = module->TextOrEmpty(kSerial);
     if (serial.size() > kSerialLength && !IsPlaceholder(serial)) {
       report.At(*module,
                 fmt::format("serial number {} has {} characters: blob and document keep the first "
@@ -121,7 +125,7 @@ void CheckSerialLong(const Subject& subject, Report& report) {
 void CheckSerialAlike(const Subject& subject, Report& report) {
   std::map<std::string_view, const Structure*> owners;
   for (const Structure* module : subject.Modules()) {
-    const std::string_view serial = module->TextOrEmpty(memory::kSerial);
+    const std::string_view serial = module->TextOrEmpty(kSerial);
     if (IsPlaceholder(serial)) {
       continue;
     }
@@ -138,7 +142,7 @@ void CheckSerialAlike(const Subject& subject, Report& report) {
 
 void CheckPartBlank(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    const std::string_view part = Trimmed(module->TextOrEmpty(memory::kPartNumber));
+    const std::string_view part = Trimmed(module->TextOrEmpty(kPartNumber));
     const std::size_t blank = part.find(' ');
     if (blank != std::string_view::npos && !IsPlaceholder(part)) {
       report.At(*module,
@@ -152,7 +156,7 @@ void CheckPartBlank(const Subject& subject, Report& report) {
 
 void CheckPartLeadingBlank(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    const std::string_view part = module->TextOrEmpty(memory::kPartNumber);
+    const std::string_view part = module->TextOrEmpty(kPartNumber);
     if (part.substr(0, 1) == " " && !Trimmed(part).empty()) {
       report.At(*module,
                 fmt::format("part number {} begins with a blank, which the document does not: "
@@ -168,7 +172,7 @@ void CheckMemoryShort(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
     const std::size_t length = module->Length();
     const bool isLate = length > kLateFieldsBeyond && length < kLateFieldsEnd;
-    if (module->IsSound() && (length < kConfiguredSpeedEnd || isLate)) {
+    if (module->IsWellFormed() && (length < kConfiguredSpeedEnd || isLate)) {
       report.At(*module,
                 fmt::format("the structure has {:02X}h bytes, and the driver reads {}, out of "
                             "its texts",

@@ -17,15 +17,8 @@ constexpr std::string_view kTag = "17[";
 constexpr std::size_t kPpinLength = 16;
 
 // The text at a byte of the table, counted from the structure; empty where none ends in the table.
-std::string TextAt(const Structure& strings, std::size_t at, std::size_t tableSize) {
-  std::string text;
-  for (; strings.Offset() + at < tableSize; ++at) {
-    if (strings.TableByte(at) == 0) {
-      return text;
-    }
-    text.push_back(static_cast<char>(strings.TableByte(at)));
-  }
-  return "";
+std::string TextAt(const Structure& strings, std::size_t at) {
+  return std::string(table::ToView(smbios::TextAt(strings.ToEndOfTable().From(at))));
 }
 
 // Where the tags are that the driver finds, from the start of the first structure of OEM strings:
@@ -34,7 +27,7 @@ std::vector<std::size_t> FindTags(const Subject& subject, const Structure& first
   std::vector<std::size_t> tags;
   std::size_t at = kSearchStart;
   while (tags.size() < subject.Processors().size()) {
-    const std::string text = TextAt(first, at, subject.Table().size());
+    const std::string text = TextAt(first, at);
     const std::size_t tag = text.find(kTag);
     if (text.empty() || (tag == std::string::npos && !tags.empty())) {
       break;
@@ -55,7 +48,7 @@ std::string ReasonUnread(const Structure& first, const Structure& strings, std::
     return fmt::format("it begins at byte {} of the structure, and the search at byte {}", tag,
                        kSearchStart);
   }
-  return first.TableByte(kSearchStart) == 0
+  return first.PeekByte(kSearchStart) == 0
              ? fmt::format("a string ends at byte {}, where the search begins", kSearchStart)
              : "the string in front of it has none, and ends the search";
 }
@@ -97,7 +90,7 @@ void CheckLength(const Subject& subject, Report& report) {
     return;
   }
   for (const std::size_t tag : FindTags(subject, *oemStrings[0])) {
-    const std::string text = TextAt(*oemStrings[0], tag, subject.Table().size());
+    const std::string text = TextAt(*oemStrings[0], tag);
     const std::size_t length = std::min(text.find(']'), text.size()) - kTag.size();
     if (length != kPpinLength) {
       const std::string taken = text.substr(0, kTag.size() + kPpinLength);

@@ -18,9 +18,6 @@ namespace {
 constexpr std::size_t kHbmProcessors = 10;
 constexpr std::size_t kPatternLength = 11;
 
-// Characters up to the one that the driver makes the socket number of.
-constexpr std::size_t kNameLength = 4;
-
 // The name has room for six characters.
 std::string Consequence(std::uint8_t number) {
   constexpr std::size_t kRoom = 6;
@@ -30,14 +27,14 @@ std::string Consequence(std::uint8_t number) {
 
 void CheckSocketDigit(const Subject& subject, Report& report) {
   for (const Structure* cpu : subject.Processors()) {
-    const auto designation = cpu->Text(processor::kSocket);
+    const auto designation = cpu->Text(SMBIOS_FIELD(4, Socket));
     if (!designation) {
       report.At(*cpu, "the processor has no socket designation: " + Consequence(0),
                 "name the socket, with its number as the fourth character: \"CPU1\"");
       continue;
     }
-    const std::uint8_t number = SocketNumber(*cpu);
-    const bool isLongEnough = designation->size() >= kNameLength;
+    const std::uint8_t number = devices::SocketNumber(*cpu);
+    const bool isLongEnough = designation->size() > devices::kSocketDigit;
     if (isLongEnough && number <= 9) {
       continue;
     }
@@ -56,7 +53,7 @@ void CheckSocketClash(const Subject& subject, Report& report) {
   bool isFirst = true;
   for (std::size_t i = 0; i < subject.Processors().size(); ++i) {
     const Structure& cpu = *subject.Processors()[i];
-    const std::uint8_t number = SocketNumber(cpu);
+    const std::uint8_t number = devices::SocketNumber(cpu);
     const auto [owner, isNew] = owners.emplace(number, &cpu);
     if (isNew) {
       continue;
@@ -67,7 +64,7 @@ void CheckSocketClash(const Subject& subject, Report& report) {
     isFirst = false;
     report.At(cpu,
               fmt::format("socket designation {} gives socket {}, as {} does: {}",
-                          Quote(cpu.TextOrEmpty(processor::kSocket)), number,
+                          Quote(cpu.TextOrEmpty(SMBIOS_FIELD(4, Socket))), number,
                           HandleName(owner->second->Handle()), lost),
               "give each socket a fourth character of its own: \"CPU1\", \"CPU2\"");
   }
@@ -75,7 +72,7 @@ void CheckSocketClash(const Subject& subject, Report& report) {
 
 void CheckCoreCount(const Subject& subject, Report& report) {
   for (const Structure* cpu : subject.Processors()) {
-    if (cpu->Byte(processor::kCoreCount) == 0xFF) {
+    if (cpu->Get(SMBIOS_FIELD(4, CoreCount)) == 0xFF) {
       report.At(*cpu,
                 "the core count is FFh, and the driver does not read core count 2: the inventory "
                 "says 255 cores",
@@ -84,11 +81,14 @@ void CheckCoreCount(const Subject& subject, Report& report) {
   }
 }
 
+constexpr smbios::Field<std::uint16_t> kCacheHandles[] = {
+    SMBIOS_FIELD(4, L1CacheHandle), SMBIOS_FIELD(4, L2CacheHandle), SMBIOS_FIELD(4, L3CacheHandle)};
+
 void CheckCaches(const Subject& subject, Report& report) {
   const auto caches = subject.SeenOfType(kCache);
   for (const Structure* cpu : subject.Processors()) {
-    for (std::size_t level = 0; level < std::size(processor::kCaches); ++level) {
-      const std::uint16_t handle = cpu->HandleAt(processor::kCaches[level]);
+    for (std::size_t level = 0; level < std::size(kCacheHandles); ++level) {
+      const std::uint16_t handle = cpu->GetHandle(kCacheHandles[level]);
       const bool isThere = std::any_of(caches.begin(), caches.end(), [&](const Structure* cache) {
         return cache->Handle() == handle;
       });
@@ -103,20 +103,16 @@ void CheckCaches(const Subject& subject, Report& report) {
   }
 }
 
-bool IsHbm(const Structure& device) {
-  const std::uint8_t type = device.Byte(memory::kType);
-  return type == memory::kHbm || type == memory::kHbm2;
-}
-
 void CheckHbmSockets(const Subject& subject, Report& report) {
   const auto devices = subject.SeenOfType(kMemoryDevice);
-  if (std::none_of(devices.begin(), devices.end(),
-                   [](const Structure* device) { return IsHbm(*device); })) {
+  if (std::none_of(devices.begin(), devices.end(), [](const Structure* device) {
+        return devices::KindOf(*device) == devices::Kind::kHbm;
+      })) {
     return;
   }
   const auto processors = subject.SeenOfType(kProcessor);
   for (std::size_t i = kHbmProcessors; i < processors.size(); ++i) {
-    if ((processors[i]->Byte(processor::kStatus) & processor::kPopulated) != 0) {
+    if (devices::KindOf(*processors[i]) == devices::Kind::kProcessor) {
       report.At(*processors[i],
                 fmt::format("it is processor {} of a table with HBM, counted from 0: the driver "
                             "looks for {} without the number of the stack, and takes the first "

@@ -93,6 +93,10 @@ std::string StructureName(const Structure& structure);
 std::string Counted(std::size_t count, std::string_view noun);
 // The name of the field at `offset` of structures of this type; its offset when it has none.
 std::string FieldName(std::uint8_t type, std::size_t offset);
+template <typename Value>
+std::string FieldName(smbios::Field<Value> field) {
+  return FieldName(field.Type, field.Offset);
+}
 
 }  // namespace tvq::lint
 

@@ -6,15 +6,23 @@
 #include <fmt/format.h>
 
 #include "host/lint/families.h"
-#include "host/lint/smbios.h"
 #include "host/table/layout.h"
+#include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
 
 // Types that every table has to have (SMBIOS 6.2).
-constexpr std::uint8_t kRequired[] = {kBios, kSystem,      kChassis,      kProcessor, kCache,
-                                      kSlot, kMemoryArray, kMemoryDevice, 19,         32};
+constexpr std::uint8_t kRequired[] = {kBios,
+                                      kSystem,
+                                      kChassis,
+                                      kProcessor,
+                                      kCache,
+                                      kSlot,
+                                      kMemoryArray,
+                                      kMemoryDevice,
+                                      SMBIOS_TYPE_MEMORY_ARRAY_MAPPED_ADDRESS,
+                                      SMBIOS_TYPE_SYSTEM_BOOT_INFORMATION};
 
 void CheckRequired(const Subject& subject, Report& report) {
   for (const std::uint8_t type : kRequired) {
@@ -30,72 +38,77 @@ void CheckRequired(const Subject& subject, Report& report) {
 
 void CheckEnd(const Subject& subject, Report& report) {
   const auto& structures = subject.Structures();
-  if (std::none_of(structures.begin(), structures.end(),
-                   [](const Structure& structure) { return structure.Type() == kEndOfTable; })) {
+  if (std::none_of(structures.begin(), structures.end(), [](const Structure& structure) {
+        return structure.Type() == smbios::kEndOfTable;
+      })) {
     report.OnTable("there is no structure of type 127, which ends the table",
                    "add one, with a length of 4, as the last");
   }
 }
 
-// The length that a structure has at least, from a version of the standard on. The last line that
-// applies counts.
+// The field that a structure goes up to at least, from a version of the standard on. The last line
+// that applies counts.
 struct MinimumLength {
-  std::uint8_t type;
   table::Version since;
-  std::uint8_t length;
+  std::uint8_t type;
+  std::size_t length;
+
+  template <typename Value>
+  constexpr MinimumLength(table::Version version, smbios::Field<Value> lastField)
+      : since(version), type(lastField.Type), length(lastField.End()) {}
 };
 
 constexpr MinimumLength kMinimumLengths[] = {
-    {kBios, {2, 0}, 0x12},
-    {kBios, {2, 4}, 0x18},
-    {kBios, {3, 1}, 0x1A},
-    {kSystem, {2, 0}, 0x08},
-    {kSystem, {2, 1}, 0x19},
-    {kSystem, {2, 4}, 0x1B},
-    {kBoard, {2, 0}, 0x08},
-    {kChassis, {2, 0}, 0x09},
-    {kChassis, {2, 1}, 0x0D},
-    {kProcessor, {2, 0}, 0x1A},
-    {kProcessor, {2, 1}, 0x20},
-    {kProcessor, {2, 3}, 0x23},
-    {kProcessor, {2, 5}, 0x28},
-    {kProcessor, {2, 6}, 0x2A},
-    {kProcessor, {3, 0}, 0x30},
-    {kCache, {2, 0}, 0x0F},
-    {kCache, {2, 1}, 0x13},
-    {kCache, {3, 1}, 0x1B},
-    {8, {2, 0}, 0x09},
-    {kSlot, {2, 0}, 0x0C},
-    {kSlot, {2, 1}, 0x0D},
-    {kSlot, {2, 6}, 0x11},
-    {kSlot, {3, 2}, 0x13},
-    {kOemStrings, {2, 0}, 0x05},
-    {12, {2, 0}, 0x05},
-    {13, {2, 0}, 0x16},
-    {14, {2, 0}, 0x05},
-    {kMemoryArray, {2, 1}, 0x0F},
-    {kMemoryArray, {2, 7}, 0x17},
-    {kMemoryDevice, {2, 1}, 0x15},
-    {kMemoryDevice, {2, 3}, 0x1B},
-    {kMemoryDevice, {2, 6}, 0x1C},
-    {kMemoryDevice, {2, 7}, 0x22},
-    {kMemoryDevice, {2, 8}, 0x28},
-    {kMemoryDevice, {3, 2}, 0x54},
-    {kMemoryDevice, {3, 3}, 0x5C},
-    {kMemoryDevice, {3, 7}, 0x64},
-    {19, {2, 1}, 0x0F},
-    {19, {2, 7}, 0x1F},
-    {20, {2, 1}, 0x13},
-    {20, {2, 7}, 0x23},
-    {32, {2, 3}, 0x0B},
-    {38, {2, 3}, 0x10},
-    {39, {2, 3}, 0x10},
-    {41, {2, 6}, 0x0B},
-    {kEndOfTable, {2, 2}, 0x04},
+    {{2, 0}, SMBIOS_FIELD(0, BiosCharacteristics)},
+    {{2, 4}, SMBIOS_FIELD(0, EmbeddedControllerFirmwareMinorRelease)},
+    {{3, 1}, SMBIOS_FIELD(0, ExtendedBiosSize)},
+    {{2, 0}, SMBIOS_FIELD(1, SerialNumber)},
+    {{2, 1}, SMBIOS_FIELD(1, WakeUpType)},
+    {{2, 4}, SMBIOS_FIELD(1, Family)},
+    {{2, 0}, SMBIOS_FIELD(2, SerialNumber)},
+    {{2, 0}, SMBIOS_FIELD(3, AssetTag)},
+    {{2, 1}, SMBIOS_FIELD(3, SecurityStatus)},
+    {{2, 0}, SMBIOS_FIELD(4, ProcessorUpgrade)},
+    {{2, 1}, SMBIOS_FIELD(4, L3CacheHandle)},
+    {{2, 3}, SMBIOS_FIELD(4, PartNumber)},
+    {{2, 5}, SMBIOS_FIELD(4, ProcessorCharacteristics)},
+    {{2, 6}, SMBIOS_FIELD(4, ProcessorFamily2)},
+    {{3, 0}, SMBIOS_FIELD(4, ThreadCount2)},
+    {{2, 0}, SMBIOS_FIELD(7, CurrentSRAMType)},
+    {{2, 1}, SMBIOS_FIELD(7, Associativity)},
+    {{3, 1}, SMBIOS_FIELD(7, InstalledSize2)},
+    {{2, 0}, SMBIOS_FIELD(8, PortType)},
+    {{2, 0}, SMBIOS_FIELD(9, SlotCharacteristics1)},
+    {{2, 1}, SMBIOS_FIELD(9, SlotCharacteristics2)},
+    {{2, 6}, SMBIOS_FIELD(9, DevFuncNum)},
+    {{3, 2}, SMBIOS_FIELD(9, PeerGroupingCount)},
+    {{2, 0}, SMBIOS_FIELD(11, StringCount)},
+    {{2, 0}, SMBIOS_FIELD(12, StringCount)},
+    {{2, 0}, SMBIOS_FIELD(13, CurrentLanguages)},
+    {{2, 0}, SMBIOS_FIELD(14, GroupName)},
+    {{2, 1}, SMBIOS_FIELD(16, NumberOfMemoryDevices)},
+    {{2, 7}, SMBIOS_FIELD(16, ExtendedMaximumCapacity)},
+    {{2, 1}, SMBIOS_FIELD(17, TypeDetail)},
+    {{2, 3}, SMBIOS_FIELD(17, PartNumber)},
+    {{2, 6}, SMBIOS_FIELD(17, Attributes)},
+    {{2, 7}, SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed)},
+    {{2, 8}, SMBIOS_FIELD(17, ConfiguredVoltage)},
+    {{3, 2}, SMBIOS_FIELD(17, LogicalSize)},
+    {{3, 3}, SMBIOS_FIELD(17, ExtendedConfiguredMemorySpeed)},
+    {{3, 7}, smbios::kRcdRevisionNumber},
+    {{2, 1}, SMBIOS_FIELD(19, PartitionWidth)},
+    {{2, 7}, SMBIOS_FIELD(19, ExtendedEndingAddress)},
+    {{2, 1}, SMBIOS_FIELD(20, InterleavedDataDepth)},
+    {{2, 7}, SMBIOS_FIELD(20, ExtendedEndingAddress)},
+    {{2, 3}, SMBIOS_FIELD(32, BootStatus)},
+    {{2, 3}, SMBIOS_FIELD(38, BaseAddress)},
+    {{2, 3}, SMBIOS_FIELD(39, PowerSupplyCharacteristics)},
+    {{2, 6}, SMBIOS_FIELD(41, DevFuncNum)},
+    {{2, 2}, SMBIOS_FIELD(127, Hdr)},
 };
 
-std::uint8_t MinimumOf(std::uint8_t type, table::Version version) {
-  std::uint8_t length = 0;
+std::size_t MinimumOf(std::uint8_t type, table::Version version) {
+  std::size_t length = 0;
   for (const MinimumLength& minimum : kMinimumLengths) {
     if (minimum.type == type && minimum.since <= version) {
       length = minimum.length;
@@ -107,8 +120,8 @@ std::uint8_t MinimumOf(std::uint8_t type, table::Version version) {
 void CheckShort(const Subject& subject, Report& report) {
   const table::Version version = subject.Version();
   for (const Structure& structure : subject.Structures()) {
-    const std::uint8_t minimum = MinimumOf(structure.Type(), version);
-    if (structure.IsSound() && structure.Length() < minimum) {
+    const std::size_t minimum = MinimumOf(structure.Type(), version);
+    if (structure.IsWellFormed() && structure.Length() < minimum) {
       report.At(structure,
                 fmt::format("the structure has {:02X}h bytes, and version {}.{} of the standard "
                             "asks for {:02X}h",
@@ -120,25 +133,27 @@ void CheckShort(const Subject& subject, Report& report) {
 
 void CheckStringCount(const Subject& subject, Report& report) {
   for (const Structure& structure : subject.Structures()) {
-    const bool hasCount = structure.Type() == kOemStrings || structure.Type() == 12;
-    if (hasCount && structure.IsSound() && structure.Byte(4) != structure.Strings().size()) {
+    const bool hasCount = structure.Type() == kOemStrings ||
+                          structure.Type() == SMBIOS_TYPE_SYSTEM_CONFIGURATION_OPTIONS;
+    // Both types have it in the same place.
+    const std::size_t stated = structure.Get(SMBIOS_FIELD(11, StringCount));
+    if (hasCount && structure.IsWellFormed() && stated != structure.Strings().size()) {
       report.At(structure,
                 fmt::format("the structure says that it has {}, and has {}",
-                            Counted(structure.Byte(4), "string"), structure.Strings().size()),
+                            Counted(stated, "string"), structure.Strings().size()),
                 "state the number of strings");
     }
   }
 }
 
 void CheckDeviceCount(const Subject& subject, Report& report) {
-  constexpr std::size_t kDeviceCount = 0x0D;
   const auto devices = subject.SeenOfType(kMemoryDevice);
   for (const Structure* array : subject.SeenOfType(kMemoryArray)) {
     const auto counted =
         std::count_if(devices.begin(), devices.end(), [&](const Structure* device) {
-          return device->HandleAt(memory::kArray) == array->Handle();
+          return device->GetHandle(SMBIOS_FIELD(17, MemoryArrayHandle)) == array->Handle();
         });
-    const std::size_t stated = array->Word(kDeviceCount);
+    const std::size_t stated = array->Get(SMBIOS_FIELD(16, NumberOfMemoryDevices));
     if (stated != static_cast<std::size_t>(counted)) {
       report.At(*array,
                 fmt::format("the memory array says that it has {}, and {} of type 17 name it",
@@ -149,14 +164,14 @@ void CheckDeviceCount(const Subject& subject, Report& report) {
 }
 
 void CheckGroups(const Subject& subject, Report& report) {
-  constexpr std::size_t kCount = 0x0E;
-  constexpr std::size_t kHandles = 0x0F;
+  constexpr auto kCount = SMBIOS_FIELD(2, NumberOfContainedObjectHandles);
+  constexpr auto kHandles = SMBIOS_FIELD(2, ContainedObjectHandles[0]);
   for (const Structure* board : subject.SeenOfType(kBoard)) {
-    const std::size_t size = kHandles + std::size_t{2} * board->Byte(kCount);
-    if (board->Byte(kCount) != 0 && size > board->FormattedSize()) {
+    const std::size_t size = kHandles.Offset + kHandles.Width() * board->Get(kCount);
+    if (board->Get(kCount) != 0 && size > board->Formatted().Size()) {
       report.At(*board,
                 fmt::format("the board says that it contains {}, and has no room for their handles",
-                            Counted(board->Byte(kCount), "structure")),
+                            Counted(board->Get(kCount), "structure")),
                 "state the number of handles that follow");
     }
   }

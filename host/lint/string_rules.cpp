@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "host/lint/families.h"
-#include "host/lint/smbios.h"
 #include "host/table/layout.h"
+#include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
 
 // A string that the driver reads, and the numbers that it reads before the next one.
 struct Read {
-  std::uint8_t string;
+  smbios::Field<std::uint8_t> string;
   std::string_view numbers{};
 };
 
@@ -28,20 +28,28 @@ struct ReadOrder {
 
 const std::vector<ReadOrder>& ReadOrders() {
   static const std::vector<ReadOrder> kOrders = {
-      {kBios, {{0x05}, {0x08}}},
-      {kSystem, {{0x05}, {0x04, "uuid"}, {0x07}}},
-      {kBoard, {{0x0A, "chassis"}}},
-      {kChassis, {{0x04}, {0x07}, {0x08, "the states and the height"}}},
+      {kBios, {{SMBIOS_FIELD(0, BiosVersion)}, {SMBIOS_FIELD(0, BiosReleaseDate)}}},
+      {kSystem,
+       {{SMBIOS_FIELD(1, ProductName)},
+        {SMBIOS_FIELD(1, Manufacturer), "uuid"},
+        {SMBIOS_FIELD(1, SerialNumber)}}},
+      {kBoard, {{SMBIOS_FIELD(2, LocationInChassis), "chassis"}}},
+      {kChassis,
+       {{SMBIOS_FIELD(3, Manufacturer)},
+        {SMBIOS_FIELD(3, SerialNumber)},
+        {SMBIOS_FIELD(3, AssetTag), "the states and the height"}}},
       {kProcessor,
-       {{0x10, "core-count"}, {0x04, "handle, id, speeds, status"}, {0x07, "the caches"}}},
-      {kSlot, {{0x04, "all its numbers"}}},
+       {{SMBIOS_FIELD(4, ProcessorVersion), "core-count"},
+        {SMBIOS_FIELD(4, Socket), "handle, id, speeds, status"},
+        {SMBIOS_FIELD(4, ProcessorManufacturer), "the caches"}}},
+      {kSlot, {{SMBIOS_FIELD(9, SlotDesignation), "all its numbers"}}},
       {kMemoryDevice,
-       {{0x18},
-        {0x10},
-        {0x17},
-        {0x11},
-        {0x19, "size, speed, memory-type"},
-        {0x1A, "handle, widths, form-factor and what follows"}}},
+       {{SMBIOS_FIELD(17, SerialNumber)},
+        {SMBIOS_FIELD(17, DeviceLocator)},
+        {SMBIOS_FIELD(17, Manufacturer)},
+        {SMBIOS_FIELD(17, BankLocator)},
+        {SMBIOS_FIELD(17, AssetTag), "size, speed, memory-type"},
+        {SMBIOS_FIELD(17, PartNumber), "handle, widths, form-factor and what follows"}}},
   };
   return kOrders;
 }
@@ -69,7 +77,7 @@ void Append(std::string& list, std::string_view item) {
 std::string ReadBehind(const ReadOrder& order, std::size_t position) {
   std::string names(order.reads[position].numbers);
   for (std::size_t i = position + 1; i < order.reads.size(); ++i) {
-    Append(names, FieldName(order.type, order.reads[i].string));
+    Append(names, FieldName(order.reads[i].string));
     Append(names, order.reads[i].numbers);
   }
   return names;
@@ -90,21 +98,21 @@ std::string Consequence(const Structure& structure, const ReadOrder& order, std:
 void CheckMissing(const Subject& subject, Report& report) {
   for (const Structure* structure : subject.Seen()) {
     for (const ReadOrder& order : ReadOrders()) {
-      if (order.type != structure->Type() || !structure->IsSound() ||
+      if (order.type != structure->Type() || !structure->IsWellFormed() ||
           !IsRead(subject, *structure)) {
         continue;
       }
       for (std::size_t i = 0; i < order.reads.size(); ++i) {
-        if (!structure->IsTextMissing(order.reads[i].string)) {
+        if (!structure->IsStringMissing(order.reads[i].string)) {
           continue;
         }
-        report.At(*structure,
-                  fmt::format("{} is string {}, and the structure has {}: {}",
-                              FieldName(order.type, order.reads[i].string),
-                              structure->Byte(order.reads[i].string),
-                              Counted(structure->Strings().size(), "string"),
-                              Consequence(*structure, order, i)),
-                  "name one of the structure's strings, or 0 for none");
+        report.At(
+            *structure,
+            fmt::format("{} is string {}, and the structure has {}: {}",
+                        FieldName(order.reads[i].string), structure->Get(order.reads[i].string),
+                        Counted(structure->Strings().size(), "string"),
+                        Consequence(*structure, order, i)),
+            "name one of the structure's strings, or 0 for none");
         break;  // The rest of this structure is not read.
       }
     }
@@ -116,9 +124,8 @@ void CheckNumbers(const Subject& subject, Report& report) {
     const table::Layout& layout = table::LayoutOf(structure.Type());
     for (const table::Field& field : layout.fields) {
       const std::size_t number = structure.Byte(field.offset);
-      if (field.kind == table::FieldKind::kString && structure.IsSound() &&
-          number > structure.Strings().size() &&
-          !layout.IsMoved(field, structure.Formatted(), structure.FormattedSize())) {
+      if (field.kind == table::FieldKind::kString && structure.IsWellFormed() &&
+          number > structure.Strings().size() && !layout.IsMoved(field, structure.Formatted())) {
         report.At(structure,
                   fmt::format("{} is string {}, and the structure has {}", field.name, number,
                               Counted(structure.Strings().size(), "string")),

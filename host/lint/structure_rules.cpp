@@ -6,10 +6,11 @@
 #include <fmt/format.h>
 
 #include "host/lint/families.h"
-#include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
+
+using smbios::Defect;
 
 // A slot query counts the structures that it visits in 8 bits.
 constexpr std::size_t kSlotQueryLimit = 255;
@@ -18,11 +19,11 @@ constexpr char kCapture[] = "check the length of the table, or capture it again"
 
 void CheckLength(const Subject& subject, Report& report) {
   for (const Structure& structure : subject.Structures()) {
-    if (structure.Length() < table::kHeaderSize) {
+    if (structure.Length() < smbios::kHeaderSize) {
       report.At(structure,
                 fmt::format("the structure says that it has {}, and a header alone has {}: every "
                             "reader goes on at another byte, or stops",
-                            Counted(structure.Length(), "byte"), table::kHeaderSize),
+                            Counted(structure.Length(), "byte"), smbios::kHeaderSize),
                 "state the length of the formatted part, header included");
     }
   }
@@ -31,7 +32,7 @@ void CheckLength(const Subject& subject, Report& report) {
 // Strings cannot be empty, and are texts: otherwise they begin inside the formatted part.
 void CheckDoubtful(const Subject& subject, Report& report) {
   for (const Structure& structure : subject.Structures()) {
-    if (!structure.IsSound() || structure.Strings().empty()) {
+    if (!structure.IsWellFormed() || structure.Strings().empty()) {
       continue;
     }
     const std::string_view first = structure.Strings()[0];
@@ -49,11 +50,11 @@ void CheckDoubtful(const Subject& subject, Report& report) {
 
 void CheckCut(const Subject& subject, Report& report) {
   const auto& structures = subject.Structures();
-  if (!structures.empty() && structures.back().IsCut()) {
+  if (!structures.empty() && structures.back().FindDefect() == Defect::kCutFormatted) {
     report.At(structures.back(),
               fmt::format("the structure has {:02X}h bytes, and the table ends after {:02X}h: its "
                           "last fields and its strings are missing",
-                          structures.back().Length(), structures.back().FormattedSize()),
+                          structures.back().Length(), structures.back().Formatted().Size()),
               kCapture);
   }
   const std::size_t end = structures.empty() ? 0 : structures.back().End();
@@ -67,7 +68,8 @@ void CheckCut(const Subject& subject, Report& report) {
 
 void CheckTerminated(const Subject& subject, Report& report) {
   const auto& structures = subject.Structures();
-  if (!structures.empty() && !structures.back().IsCut() && !structures.back().IsTerminated()) {
+  if (!structures.empty() && !structures.back().IsComplete() &&
+      structures.back().FindDefect() != Defect::kCutFormatted) {
     report.At(structures.back(),
               "the table ends before the two NULs that end the structure: a string that has no end "
               "counts as missing",
@@ -96,7 +98,7 @@ void CheckBehindEnd(const Subject& subject, Report& report) {
                             "it, other readers do not",
                             HandleName(end->Handle())),
                 "let the structure of type 127 be the last");
-    } else if (structure.Type() == kEndOfTable) {
+    } else if (structure.Type() == smbios::kEndOfTable) {
       end = &structure;
     }
   }

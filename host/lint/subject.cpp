@@ -7,7 +7,8 @@
 
 #include <algorithm>
 
-#include "host/lint/smbios.h"
+#include <Library/TvqDeviceLib.h>
+
 #include "host/table/dump.h"
 
 namespace tvq::lint {
@@ -17,96 +18,52 @@ using table::EntryPoint;
 using table::Error;
 using table::Result;
 
-// Where the table stands in a file of `dmidecode --dump-bin`.
-constexpr std::size_t kUsualBase = 0x20;
-
-std::size_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
-  std::size_t value = 0;
-  for (std::size_t i = width; i-- > 0;) {
-    value = value << 8 | bytes[at + i];
-  }
-  return value;
+EntryPoint KindOf(const smbios::EntryPoint& entry) {
+  return entry.Kind == smbios::EntryPointKind::k64Bit ? EntryPoint::k64Bit : EntryPoint::k32Bit;
 }
 
-bool StartsWith(const Bytes& bytes, std::string_view anchor) {
-  return bytes.size() >= anchor.size() && std::equal(anchor.begin(), anchor.end(), bytes.begin());
-}
-
-// What an entry point of each kind has where (SMBIOS 5.2).
-struct EntryLayout {
-  std::string_view anchor;
-  EntryPoint kind;
-  std::size_t size;
-  std::size_t version;
-  std::size_t length;
-  std::size_t lengthWidth;
-  std::size_t address;
-  std::size_t addressWidth;
-};
-
-constexpr EntryLayout kEntryLayouts[] = {
-    {"_SM3_", EntryPoint::k64Bit, 0x18, 0x07, 0x0C, 4, 0x10, 8},
-    {"_SM_", EntryPoint::k32Bit, 0x1F, 0x06, 0x16, 2, 0x18, 4},
-};
-constexpr std::size_t kStructureCount = 0x1C;
-
-const EntryLayout* LayoutOf(const Bytes& bytes) {
-  for (const EntryLayout& layout : kEntryLayouts) {
-    if (StartsWith(bytes, layout.anchor) && bytes.size() >= layout.size) {
-      return &layout;
-    }
-  }
-  return nullptr;
-}
-
-EntryPointFacts FactsOf(const EntryLayout& layout, const Bytes& bytes) {
+// Of the entry point at the start of the file; what lies behind it is no part of it.
+EntryPointFacts FactsOf(const Bytes& file) {
+  const smbios::Bytes bytes = table::ViewOf(file);
   EntryPointFacts facts;
-  facts.kind = layout.kind;
-  facts.bytes.assign(bytes.begin(), bytes.begin() + layout.size);
-  facts.statedLength = Number(bytes, layout.length, layout.lengthWidth);
-  if (layout.kind == EntryPoint::k32Bit) {
-    facts.statedCount = Number(bytes, kStructureCount, 2);
+  facts.values =
+      smbios::ReadEntryPoint(bytes.First(smbios::LayoutOf(smbios::FindAnchor(bytes)).Size));
+  facts.kind = KindOf(facts.values);
+  if (facts.kind == EntryPoint::k32Bit) {
+    facts.statedCount = facts.values.StructureCount;
   }
   return facts;
 }
 
 // The length that a 64-bit entry point states is a maximum.
 void CutBehindEndOfTable(Bytes& table) {
-  for (const Structure& structure : WalkTable(table)) {
-    if (structure.Type() == kEndOfTable) {
-      table.resize(structure.End());
-      return;
-    }
+  const std::size_t end = smbios::Summarize(table::ViewOf(table)).EndOfTableEnd;
+  if (end != 0) {
+    table.resize(end);
   }
 }
 
-Result<Subject> Behind(const EntryLayout& layout, const Bytes& entryPoint, Bytes available,
-                       std::size_t base) {
-  EntryPointFacts facts = FactsOf(layout, entryPoint);
-  available.resize(std::min(available.size(), facts.statedLength));
-  if (layout.kind == EntryPoint::k64Bit) {
+Result<Subject> Behind(EntryPointFacts facts, Bytes available, std::size_t base) {
+  available.resize(std::min<std::size_t>(available.size(), facts.values.TableLength));
+  if (facts.kind == EntryPoint::k64Bit) {
     CutBehindEndOfTable(available);
   }
-  if (available.size() < table::kHeaderSize) {
+  if (available.size() < smbios::kHeaderSize) {
     return Error{"there is an entry point, and no table behind it", ""};
   }
-  const table::Version version = {entryPoint[layout.version], entryPoint[layout.version + 1]};
+  const table::Version version = {facts.values.Major, facts.values.Minor};
   return Subject(std::move(facts), version, std::move(available), base);
-}
-
-bool IsModule(const Structure& device) {
-  const std::uint8_t type = device.Byte(memory::kType);
-  return type != memory::kLogical && type != memory::kHbm && type != memory::kHbm2 &&
-         device.Word(memory::kSize) != 0;
 }
 
 }  // namespace
 
 Result<Subject> Subject::Read(const Bytes& file) {
-  if (const EntryLayout* layout = LayoutOf(file)) {
-    const std::size_t stated = Number(file, layout->address, layout->addressWidth);
-    const std::size_t base = stated < file.size() ? stated : std::min(kUsualBase, file.size());
-    return Behind(*layout, file, Bytes(file.begin() + base, file.end()), base);
+  if (smbios::ReadEntryPoint(table::ViewOf(file))) {
+    EntryPointFacts facts = FactsOf(file);
+    const std::size_t stated = facts.values.TableAddress;
+    const std::size_t base =
+        stated < file.size() ? stated : std::min(smbios::kDumpedTableOffset, file.size());
+    return Behind(std::move(facts), Bytes(file.begin() + base, file.end()), base);
   }
   const bool isText = table::IsHexText(file);
   auto table = isText
@@ -115,7 +72,7 @@ Result<Subject> Subject::Read(const Bytes& file) {
   if (!table) {
     return table.Failure();
   }
-  if (table->structures.size() < table::kHeaderSize) {
+  if (table->structures.size() < smbios::kHeaderSize) {
     return Error{"there is no structure in it", ""};
   }
   const std::size_t base = isText ? 0 : table::EntryPointArea(table->entryPoint);
@@ -123,8 +80,8 @@ Result<Subject> Subject::Read(const Bytes& file) {
 }
 
 Result<Subject> Subject::Read(const Bytes& entryPoint, const Bytes& structures) {
-  if (const EntryLayout* layout = LayoutOf(entryPoint)) {
-    return Behind(*layout, entryPoint, structures, 0);
+  if (smbios::ReadEntryPoint(table::ViewOf(entryPoint))) {
+    return Behind(FactsOf(entryPoint), structures, 0);
   }
   return Error{"there is no entry point", ""};
 }
@@ -135,7 +92,7 @@ Subject::Subject(EntryPointFacts entryPoint, table::Version version, Bytes struc
       mVersion(version),
       mTable(std::move(structures)),
       mBase(base),
-      mStructures(WalkTable(mTable)) {
+      mStructures(table::SplitTable(mTable, smbios::Reading::kLenient)) {
   Survey();
 }
 
@@ -144,14 +101,14 @@ void Subject::Survey() {
     mHandles.emplace(structure.Handle(), &structure);
   }
   for (const Structure& structure : mStructures) {
-    if (structure.Handle() == kNoHandle && structure.Offset() != 0) {
+    if (devices::EndsTable(structure)) {
       break;
     }
     mSeen.push_back(&structure);
-    if (structure.Type() == kProcessor &&
-        (structure.Byte(processor::kStatus) & processor::kPopulated) != 0) {
+    const devices::Kind kind = devices::KindOf(structure);
+    if (kind == devices::Kind::kProcessor) {
       mProcessors.push_back(&structure);
-    } else if (structure.Type() == kMemoryDevice && IsModule(structure)) {
+    } else if (kind == devices::Kind::kModule) {
       mModules.push_back(&structure);
     }
   }

@@ -12,16 +12,19 @@
 #include <string>
 #include <vector>
 
-#include "host/lint/structure.h"
+#include "host/table/structure.h"
 #include "host/table/result.h"
 
 namespace tvq::lint {
 
-// The entry point as it stands, and what it states.
+using smbios::kNoHandle;
+using table::Bytes;
+using table::Structure;
+
+// What the entry point states; nothing for a bare table.
 struct EntryPointFacts {
   table::EntryPoint kind = table::EntryPoint::kNone;
-  Bytes bytes;                             // empty for a bare table
-  std::size_t statedLength = 0;            // of the table
+  smbios::EntryPoint values;
   std::optional<std::size_t> statedCount;  // of structures; a 32-bit entry point states it
 };
 

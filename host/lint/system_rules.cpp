@@ -41,7 +41,7 @@ void CheckBiosCount(const Subject& subject, Report& report) {
 
 void CheckProduct(const Subject& subject, Report& report) {
   const auto systems = subject.SeenOfType(kSystem);
-  if (systems.size() == 1 && systems[0]->Byte(system::kProduct) == 0) {
+  if (systems.size() == 1 && systems[0]->Get(SMBIOS_FIELD(1, ProductName)) == 0) {
     report.At(*systems[0],
               "the system has no product name: it gets no record, and building reports success",
               "give the system a product name");

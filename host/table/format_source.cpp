@@ -11,7 +11,7 @@
 
 #include "host/table/layout.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "host/table/text.h"
 
 namespace tvq::table {
@@ -87,10 +87,12 @@ std::string FormatNumber(const std::uint8_t* bytes, FieldKind kind) {
 
 class StructureFormatter {
  public:
-  explicit StructureFormatter(const StructureView& structure)
+  explicit StructureFormatter(const Structure& structure)
       : mStructure(structure),
+        mBody(structure.Formatted()),
+        mStrings(structure.Strings()),
         mLayout(LayoutOf(structure.Type())),
-        mIsWritten(structure.bodySize, false) {}
+        mIsWritten(mBody.Size(), false) {}
 
   std::string Run(Version version) {
     const std::size_t end = EndOfNamed();
@@ -113,18 +115,17 @@ class StructureFormatter {
   }
 
  private:
-  const std::uint8_t* At(std::size_t offset) const { return mStructure.body + offset; }
+  const std::uint8_t* At(std::size_t offset) const { return mBody.Data() + offset; }
 
   bool IsNamed(const Field& field) const {
-    return field.End() <= mStructure.bodySize &&
-           !mLayout.IsMoved(field, mStructure.body, mStructure.bodySize);
+    return field.End() <= mBody.Size() && !mLayout.IsMoved(field, mBody);
   }
 
   // Where the last whole group ends; the start of the groups when there is none.
   std::size_t EndOfNamed() const {
     const std::size_t width = mLayout.group.Width();
     std::size_t end = mLayout.group.offset;
-    while (width != 0 && end + width <= mStructure.bodySize) {
+    while (width != 0 && end + width <= mBody.Size()) {
       end += width;
     }
     return end;
@@ -135,8 +136,7 @@ class StructureFormatter {
     std::size_t known = 0;
     for (const NamedValue& value : NamedValues(mStructure)) {
       const std::size_t number = *At(value.offset);
-      if (value.kind != FieldKind::kString || number > mStructure.strings.size() ||
-          number <= known) {
+      if (value.kind != FieldKind::kString || number > mStrings.size() || number <= known) {
         continue;
       }
       if (number != known + 1) {
@@ -149,27 +149,26 @@ class StructureFormatter {
 
   // The number of the first string that has the content of this one.
   std::size_t FirstAlike(std::size_t number) const {
-    const auto& strings = mStructure.strings;
-    const auto first = std::find(strings.begin(), strings.end(), strings[number - 1]);
-    return static_cast<std::size_t>(first - strings.begin()) + 1;
+    const auto first = std::find(mStrings.begin(), mStrings.end(), mStrings[number - 1]);
+    return static_cast<std::size_t>(first - mStrings.begin()) + 1;
   }
 
   void AddStringsFrom(std::size_t index) {
-    for (std::size_t i = index; i < mStructure.strings.size(); ++i) {
-      mLines.Add("string", Quote(mStructure.strings[i]));
+    for (std::size_t i = index; i < mStrings.size(); ++i) {
+      mLines.Add("string", Quote(mStrings[i]));
     }
-    mStringsKnown = mStructure.strings.size();
+    mStringsKnown = mStrings.size();
   }
 
   std::string FormatString(std::size_t number) {
     if (number == 0) {
       return "0";
     }
-    if (number > mStructure.strings.size()) {
+    if (number > mStrings.size()) {
       mRemark = "  # no such string";
       return std::to_string(number);
     }
-    std::string text = Quote(mStructure.strings[number - 1]);
+    std::string text = Quote(mStrings[number - 1]);
     const bool isFirst = FirstAlike(number) == number;
     if (number > mStringsKnown) {
       mStringsKnown = number;
@@ -206,7 +205,7 @@ class StructureFormatter {
   // A count that says what there is goes without saying.
   bool IsImplied(const Field& field) const {
     if (field.kind == FieldKind::kStringCount) {
-      return *At(field.offset) == mStructure.strings.size();
+      return *At(field.offset) == mStrings.size();
     }
     return field.kind == FieldKind::kGroupCount &&
            *At(field.offset) == (EndOfNamed() - mLayout.group.offset) / mLayout.group.Width();
@@ -225,7 +224,7 @@ class StructureFormatter {
 
   // Runs of bytes without a name; those that are all 0 need no line.
   void AddOtherBytes() {
-    for (std::size_t at = kHeaderSize; at < mStructure.bodySize;) {
+    for (std::size_t at = smbios::kHeaderSize; at < mBody.Size();) {
       const auto next = std::find(mIsWritten.begin() + at, mIsWritten.end(), !mIsWritten[at]);
       const auto end = static_cast<std::size_t>(next - mIsWritten.begin());
       const bool isZero =
@@ -239,17 +238,19 @@ class StructureFormatter {
   }
 
   void AddLength(Version version) {
-    if (std::max(mGivenEnd, mLayout.StandardSize(version)) != mStructure.bodySize) {
-      mLines.Add("length", std::to_string(mStructure.bodySize));
+    if (std::max(mGivenEnd, mLayout.StandardSize(version)) != mBody.Size()) {
+      mLines.Add("length", std::to_string(mBody.Size()));
     }
   }
 
-  const StructureView& mStructure;
+  const Structure& mStructure;
+  const smbios::Bytes mBody;
+  const std::vector<std::string_view>& mStrings;
   const Layout& mLayout;
-  std::vector<bool> mIsWritten;         // for each byte of the body
-  std::size_t mStringsKnown = 0;        // strings that the lines so far have named
-  std::size_t mGivenEnd = kHeaderSize;  // of the values that have a line
-  std::string mRemark;                  // for the end of the next line
+  std::vector<bool> mIsWritten;                 // for each byte of the body
+  std::size_t mStringsKnown = 0;                // strings that the lines so far have named
+  std::size_t mGivenEnd = smbios::kHeaderSize;  // of the values that have a line
+  std::string mRemark;                          // for the end of the next line
   Lines mLines;
 };
 
@@ -294,16 +295,16 @@ std::string FormatSettings(const Table& table, std::size_t structures) {
 }  // namespace
 
 std::string FormatSource(const Table& table) {
-  const std::vector<StructureView> structures = SplitTable(table.structures);
+  const std::vector<Structure> structures = SplitTable(table.structures);
   std::string text = FormatSettings(table, structures.size());
-  std::size_t end = 0;
-  for (const StructureView& structure : structures) {
+  for (const Structure& structure : structures) {
     text += StructureFormatter(structure).Run(table.version);
-    end = structure.offset + structure.totalSize;
   }
-  if (end != table.structures.size()) {
+  const smbios::Bytes left =
+      ViewOf(table.structures).From(structures.empty() ? 0 : structures.back().End());
+  if (!left.Empty()) {
     Lines rest;
-    rest.AddBytes(0, table.structures.data() + end, table.structures.size() - end);
+    rest.AddBytes(0, left.Data(), left.Size());
     text += "\n[raw]\n" + rest.Render();
   }
   return text;

@@ -9,8 +9,6 @@
 #include <algorithm>
 #include <array>
 
-#include "host/table/structure_view.h"
-
 namespace tvq::table {
 namespace {
 
@@ -68,7 +66,7 @@ const Field* Layout::Find(std::string_view fieldName) const {
 }
 
 std::size_t Layout::StandardSize(Version version) const {
-  std::size_t size = kHeaderSize;
+  std::size_t size = smbios::kHeaderSize;
   for (const Field& field : fields) {
     if (field.since <= version) {
       size = field.End();
@@ -77,23 +75,23 @@ std::size_t Layout::StandardSize(Version version) const {
   return size;
 }
 
-bool Layout::IsMoved(const Field& field, const std::uint8_t* body, std::size_t bodySize) const {
-  return tail.countOffset != 0 && field.offset >= tail.offset && tail.countOffset < bodySize &&
+bool Layout::IsMoved(const Field& field, smbios::Bytes body) const {
+  return tail.countOffset != 0 && field.offset >= tail.offset && tail.countOffset < body.Size() &&
          body[tail.countOffset] != 0;
 }
 
-std::vector<NamedValue> NamedValues(const StructureView& structure) {
+std::vector<NamedValue> NamedValues(const smbios::Structure& structure) {
   const Layout& layout = LayoutOf(structure.Type());
+  const smbios::Bytes body = structure.Formatted();
   std::vector<NamedValue> values;
   for (const Field& field : layout.fields) {
-    if (field.End() <= structure.bodySize &&
-        !layout.IsMoved(field, structure.body, structure.bodySize)) {
+    if (field.End() <= body.Size() && !layout.IsMoved(field, body)) {
       values.push_back({field.name, field.offset, field.kind});
     }
   }
   const std::size_t width = layout.group.Width();
   std::size_t at = layout.group.offset;
-  while (width != 0 && at + width <= structure.bodySize) {
+  while (width != 0 && at + width <= body.Size()) {
     for (const FieldKind part : layout.group.parts) {
       values.push_back({layout.group.name, at, part});
       at += WidthOf(part);

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include <Library/SmbiosTableLib.h>
+
 #include "host/table/table.h"
 
 namespace tvq::table {
@@ -74,10 +76,8 @@ struct Layout {
   // How long the formatted part is in tables of this version.
   std::size_t StandardSize(Version version) const;
   // Whether the field lies behind something whose size is not known, and so somewhere else.
-  bool IsMoved(const Field& field, const std::uint8_t* body, std::size_t bodySize) const;
+  bool IsMoved(const Field& field, smbios::Bytes body) const;
 };
-
-struct StructureView;
 
 // A value of a structure that has a name; offsets count from the header.
 struct NamedValue {
@@ -88,7 +88,7 @@ struct NamedValue {
 
 // The values that the structure is long enough for: the fields that are in their place, then the
 // groups.
-std::vector<NamedValue> NamedValues(const StructureView& structure);
+std::vector<NamedValue> NamedValues(const smbios::Structure& structure);
 
 // Every type that has named fields, in the order of their numbers.
 const std::vector<Layout>& Layouts();

@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "host/table/layout.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "host/table/text.h"
 
 namespace tvq::table {
@@ -94,8 +94,8 @@ class StructureBuilder {
 
   Result<Done> ApplyLength(const Item& item) {
     const auto length = ParseNumber(item.values[0].text);
-    if (item.values.size() != 1 || !item.values[0].IsWord() || !length || *length < kHeaderSize ||
-        *length > kMaximumSize) {
+    if (item.values.size() != 1 || !item.values[0].IsWord() || !length ||
+        *length < smbios::kHeaderSize || *length > kMaximumSize) {
       return item.Complain("takes a number from 4 to 255",
                            "a length that lies is written as bytes 0x01 = FF");
     }
@@ -283,7 +283,7 @@ class StructureBuilder {
   Result<Done> CheckTail() const {
     for (const Item& item : mBlock.items) {
       const Field* field = mLayout.Find(item.key);
-      if (field != nullptr && mLayout.IsMoved(*field, mBody.data(), mBodySize)) {
+      if (field != nullptr && mLayout.IsMoved(*field, {mBody.data(), mBodySize})) {
         return item.Complain("lies behind a list whose count is not 0",
                              "give the list and what follows it as bytes");
       }
@@ -312,8 +312,8 @@ class StructureBuilder {
   const Version mVersion;
   const Labels& mLabels;
   std::array<std::uint8_t, kMaximumSize> mBody = {};
-  std::size_t mEnd = kHeaderSize;  // of the values given so far
-  std::size_t mBodySize = kHeaderSize;
+  std::size_t mEnd = smbios::kHeaderSize;  // of the values given so far
+  std::size_t mBodySize = smbios::kHeaderSize;
   std::size_t mGroupEnd;
   std::size_t mGroups = 0;
   std::optional<std::size_t> mLength;

@@ -15,7 +15,7 @@
 #include "host/cli/output/text.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 
 namespace tvq::cli {
 namespace {
@@ -51,11 +51,12 @@ Fields FieldsOf(const Element& document) {
 }
 
 // The lines of the structure's source form. Those that repeat are numbered from the second on.
-Fields FieldsOf(const table::StructureView& structure, table::Version version) {
+Fields FieldsOf(const table::Structure& structure, table::Version version) {
   table::Table table;
   table.version = version;
   table.entryPoint = table::EntryPoint::kNone;
-  table.structures.assign(structure.body, structure.body + structure.totalSize);
+  const smbios::Bytes bytes = structure.Whole();
+  table.structures.assign(bytes.begin(), bytes.end());
   std::istringstream source(table::FormatSource(table));
   Fields fields;
   std::map<std::string, int> counts;
@@ -78,18 +79,18 @@ Fields FieldsOf(const table::StructureView& structure, table::Version version) {
 // Type, handle, and how many of the same came before.
 using Key = std::tuple<unsigned, unsigned, unsigned>;
 
-std::vector<std::pair<Key, table::StructureView>> Keyed(
-    const std::vector<table::StructureView>& structures) {
+std::vector<std::pair<Key, table::Structure>> Keyed(
+    const std::vector<table::Structure>& structures) {
   std::map<std::pair<unsigned, unsigned>, unsigned> counts;
-  std::vector<std::pair<Key, table::StructureView>> keyed;
-  for (const table::StructureView& structure : structures) {
+  std::vector<std::pair<Key, table::Structure>> keyed;
+  for (const table::Structure& structure : structures) {
     const unsigned before = counts[{structure.Type(), structure.Handle()}]++;
     keyed.emplace_back(Key(structure.Type(), structure.Handle(), before), structure);
   }
   return keyed;
 }
 
-std::string NameOf(const table::StructureView& structure) {
+std::string NameOf(const table::Structure& structure) {
   const std::string_view name = table::LayoutOf(structure.Type()).name;
   return fmt::format("type {}, handle 0x{:04X}{}", structure.Type(), structure.Handle(),
                      name.empty() ? "" : fmt::format(" ({})", name));
@@ -99,9 +100,10 @@ table::Version VersionOf(const session::Table& table) {
   return {static_cast<uint8_t>(table.major), static_cast<uint8_t>(table.minor)};
 }
 
-bool AreEqual(const table::StructureView& left, const table::StructureView& right) {
-  return std::equal(left.body, left.body + left.totalSize, right.body,
-                    right.body + right.totalSize);
+bool AreEqual(const table::Structure& left, const table::Structure& right) {
+  const smbios::Bytes one = left.Whole();
+  const smbios::Bytes other = right.Whole();
+  return std::equal(one.begin(), one.end(), other.begin(), other.end());
 }
 
 }  // namespace
@@ -113,8 +115,8 @@ std::vector<FieldChange> DiffDocuments(const Element& before, const Element& aft
 std::vector<StructureChange> DiffTables(const session::Table& before, const session::Table& after) {
   const auto old = Keyed(table::SplitTable(before.structures));
   const auto now = Keyed(table::SplitTable(after.structures));
-  const std::map<Key, table::StructureView> oldByKey(old.begin(), old.end());
-  const std::map<Key, table::StructureView> nowByKey(now.begin(), now.end());
+  const std::map<Key, table::Structure> oldByKey(old.begin(), old.end());
+  const std::map<Key, table::Structure> nowByKey(now.begin(), now.end());
   std::vector<StructureChange> changes;
   for (const auto& [key, structure] : old) {
     const auto found = nowByKey.find(key);

@@ -12,7 +12,7 @@
 #include "host/cli/device/blob.h"
 #include "host/cli/output/text.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "host/table/text.h"
 
 namespace tvq::cli {

@@ -11,10 +11,12 @@
 #include <iterator>
 #include <utility>
 
+#include <Library/TvqDeviceLib.h>
+
 #include "host/cli/redact/redact.h"
 #include "host/cli/redact/redact_parts.h"
 #include "host/table/layout.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 
 namespace tvq::cli {
 namespace {
@@ -22,7 +24,7 @@ namespace {
 using table::Bytes;
 using table::FieldKind;
 using table::NamedValue;
-using table::StructureView;
+using table::Structure;
 
 constexpr uint8_t kSystem = 1;
 constexpr uint8_t kProcessor = 4;
@@ -36,11 +38,6 @@ constexpr uint8_t kFirstUndefined = 47;
 constexpr uint8_t kLastUndefined = 125;
 
 constexpr std::size_t kUuidSize = 16;
-constexpr std::size_t kFqddFormat = 0x04;
-constexpr uint8_t kKnownFqddFormat = 1;
-
-// The driver takes these texts for the names of devices.
-constexpr std::pair<uint8_t, std::size_t> kNames[] = {{kProcessor, 0x04}, {kMemoryDevice, 0x10}};
 
 // What a string is, as the fields say that lead to it. The later one counts.
 enum class Role {
@@ -59,22 +56,23 @@ bool HasControls(std::string_view text) {
 
 // An empty string ends the strings of a structure for every reader. The text behind one is then read
 // as a structure, which begins with its first four characters.
-bool BeginsAsText(const StructureView& structure) {
-  return std::all_of(structure.body, structure.body + table::kHeaderSize, IsPrintable);
+bool BeginsAsText(const Structure& structure) {
+  const smbios::Bytes header = structure.Formatted().First(smbios::kHeaderSize);
+  return std::all_of(header.begin(), header.end(), IsPrintable);
 }
 
-bool HasControls(const StructureView& structure) {
-  return std::any_of(structure.strings.begin(), structure.strings.end(),
+bool HasControls(const Structure& structure) {
+  return std::any_of(structure.Strings().begin(), structure.Strings().end(),
                      [](std::string_view text) { return HasControls(text); });
 }
 
 // Whether values that would be shown spell a text: a length that lies has taken in strings.
-bool SpellsText(const StructureView& structure) {
+bool SpellsText(const Structure& structure) {
   constexpr std::ptrdiff_t kShortestText = 4;
-  std::vector<bool> isText(structure.bodySize);
+  std::vector<bool> isText(structure.Formatted().Size());
   for (const NamedValue& value : table::NamedValues(structure)) {
     for (std::size_t at = value.offset; at < value.offset + WidthOf(value.kind); ++at) {
-      isText[at] = !IsSecretField(value.name) && IsPrintable(structure.body[at]);
+      isText[at] = !IsSecretField(value.name) && IsPrintable(structure.Byte(at));
     }
   }
   return std::search_n(isText.begin(), isText.end(), kShortestText, true) != isText.end();
@@ -82,20 +80,20 @@ bool SpellsText(const StructureView& structure) {
 
 // Whether a structure of a known type is what it seems to be, behind one that was not: its string
 // numbers lead to strings, and where it has none, its length is one that the standard knows.
-bool IsSound(const StructureView& structure) {
+bool IsSound(const Structure& structure) {
   bool hasStrings = false;
   for (const NamedValue& value : table::NamedValues(structure)) {
     if (value.kind == FieldKind::kString) {
       hasStrings = true;
-      if (structure.body[value.offset] > structure.strings.size()) {
+      if (structure.Byte(value.offset) > structure.Strings().size()) {
         return false;
       }
     }
   }
   const table::Layout& layout = table::LayoutOf(structure.Type());
-  return hasStrings || layout.StandardSize({2, 0}) == structure.bodySize ||
+  return hasStrings || layout.StandardSize({2, 0}) == structure.Formatted().Size() ||
          std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
-           return layout.StandardSize(field.since) == structure.bodySize;
+           return layout.StandardSize(field.since) == structure.Formatted().Size();
          });
 }
 
@@ -104,7 +102,7 @@ class TableRedaction {
   TableRedaction(Bytes& bytes, const Masker& masker, SecretList& secrets)
       : mBytes(bytes), mMasker(masker), mSecrets(secrets), mStructures(table::SplitTable(bytes)) {
     bool isDoubtful = false;
-    for (const StructureView& structure : mStructures) {
+    for (const Structure& structure : mStructures) {
       const bool isMisread =
           BeginsAsText(structure) || (structure.Type() != kFqddMap && SpellsText(structure));
       const bool isKnown = HasNames(structure) && !isMisread && (!isDoubtful || IsSound(structure));
@@ -114,21 +112,21 @@ class TableRedaction {
   }
 
   void MaskSecrets() {
-    for (const StructureView& structure : mKnown) {
+    for (const Structure& structure : mKnown) {
       MaskKnown(structure);
     }
-    for (const StructureView& structure : mUnknown) {
+    for (const Structure& structure : mUnknown) {
       MaskUnknown(structure);
     }
   }
 
   // Once all secrets are known.
   void MaskRepeats() {
-    for (const StructureView& structure : mKnown) {
+    for (const Structure& structure : mKnown) {
       const std::vector<Role> roles = RolesOf(structure);
       for (std::size_t i = 0; i < roles.size(); ++i) {
-        if (roles[i] == Role::kShown && !IsName(structure, i + 1)) {
-          const std::string_view text = structure.strings[i];
+        if (roles[i] == Role::kShown && !devices::IsName(structure, i + 1)) {
+          const std::string_view text = structure.Strings()[i];
           Put(text, mSecrets.WithMasks(std::string(text)));
         }
       }
@@ -141,8 +139,7 @@ class TableRedaction {
   // text, or a handle that it would look for in bytes of FFh, and a handle of FFFFh ends the
   // driver's walk. Padding hides nothing and stays.
   std::size_t BlankRest() {
-    const std::size_t end =
-        mStructures.empty() ? 0 : mStructures.back().offset + mStructures.back().totalSize;
+    const std::size_t end = mStructures.empty() ? 0 : mStructures.back().End();
     const auto rest = mBytes.begin() + static_cast<std::ptrdiff_t>(end);
     const bool isPadding = std::all_of(rest, mBytes.end(), [&](uint8_t byte) {
       return byte == *rest && (byte == 0 || byte == 0xFF);
@@ -157,7 +154,7 @@ class TableRedaction {
  private:
   // Whether the names of the layout are those of this structure. Other makers have types 225 and 226
   // of their own.
-  bool HasNames(const StructureView& structure) const {
+  bool HasNames(const Structure& structure) const {
     if (structure.Type() == kFqddMap || structure.Type() == kDimmExtension) {
       return NamesDevice(structure);
     }
@@ -165,11 +162,11 @@ class TableRedaction {
   }
 
   // Whether a handle in it is that of a device of this table.
-  bool NamesDevice(const StructureView& structure) const {
+  bool NamesDevice(const Structure& structure) const {
     const std::vector<NamedValue> values = table::NamedValues(structure);
     return std::any_of(values.begin(), values.end(), [&](const NamedValue& value) {
       return value.kind == FieldKind::kHandle &&
-             std::any_of(mStructures.begin(), mStructures.end(), [&](const StructureView& other) {
+             std::any_of(mStructures.begin(), mStructures.end(), [&](const Structure& other) {
                return other.Handle() == structure.Word(value.offset) &&
                       (other.Type() == kSystem || other.Type() == kProcessor ||
                        other.Type() == kMemoryDevice);
@@ -177,33 +174,33 @@ class TableRedaction {
     });
   }
 
-  void MaskKnown(const StructureView& structure) {
+  void MaskKnown(const Structure& structure) {
     const std::vector<Role> roles = RolesOf(structure);
     for (std::size_t i = 0; i < roles.size(); ++i) {
-      MaskString(structure.strings[i], structure.Type(), roles[i]);
+      MaskString(structure.Strings()[i], structure.Type(), roles[i]);
     }
-    std::vector<bool> isNamed(structure.bodySize);
+    std::vector<bool> isNamed(structure.Formatted().Size());
     for (const NamedValue& value : table::NamedValues(structure)) {
       std::fill_n(isNamed.begin() + static_cast<std::ptrdiff_t>(value.offset), WidthOf(value.kind),
                   true);
       if (IsSecretField(value.name)) {
-        MaskValue(structure.offset + value.offset, value.kind);
+        MaskValue(structure.Offset() + value.offset, value.kind);
       }
     }
-    for (std::size_t at = table::kHeaderSize; at < structure.bodySize; ++at) {
+    for (std::size_t at = smbios::kHeaderSize; at < structure.Formatted().Size(); ++at) {
       if (!isNamed[at]) {
-        mBytes[structure.offset + at] = 0;
+        mBytes[structure.Offset() + at] = 0;
       }
     }
   }
 
   // Nothing is known about it.
-  void MaskUnknown(const StructureView& structure) {
-    for (const std::string_view text : structure.strings) {
+  void MaskUnknown(const Structure& structure) {
+    for (const std::string_view text : structure.Strings()) {
       MaskString(text, structure.Type(), Role::kUnknown);
     }
     const std::size_t kept = KeptOf(structure);
-    Blank(structure.offset + kept, structure.bodySize - kept);
+    Blank(structure.Offset() + kept, structure.Formatted().Size() - kept);
     if (BeginsAsText(structure) && structure.Type() >= kFirstUndefined &&
         structure.Type() <= kLastUndefined) {
       MaskHeader(structure);
@@ -211,15 +208,15 @@ class TableRedaction {
   }
 
   // The driver does not start where a structure of type 225 has another format than its own.
-  static std::size_t KeptOf(const StructureView& structure) {
-    const bool hasFormat = structure.Type() == kFqddMap && structure.bodySize > kFqddFormat &&
-                           structure.body[kFqddFormat] == kKnownFqddFormat;
-    return hasFormat ? kFqddFormat + 1 : table::kHeaderSize;
+  static std::size_t KeptOf(const Structure& structure) {
+    const bool hasFormat = structure.Type() == kFqddMap &&
+                           devices::CheckFqddMap(structure) == devices::FqddMap::kUsable;
+    return hasFormat ? devices::kFqddGroups : smbios::kHeaderSize;
   }
 
   // Characters of a text. The second one is the length, by which every reader walks on.
-  void MaskHeader(const StructureView& structure) {
-    uint8_t* const header = &mBytes[structure.offset];
+  void MaskHeader(const Structure& structure) {
+    uint8_t* const header = &mBytes[structure.Offset()];
     const std::string mask = mMasker.Mask(std::string{
         static_cast<char>(header[0]), static_cast<char>(header[2]), static_cast<char>(header[3])});
     header[0] = static_cast<uint8_t>(mask[0]);
@@ -227,21 +224,21 @@ class TableRedaction {
     header[3] = static_cast<uint8_t>(mask[2]);
   }
 
-  std::vector<Role> RolesOf(const StructureView& structure) const {
+  std::vector<Role> RolesOf(const Structure& structure) const {
     const table::Layout& layout = table::LayoutOf(structure.Type());
     const bool isList = std::any_of(
         layout.fields.begin(), layout.fields.end(),
         [](const table::Field& field) { return field.kind == FieldKind::kStringCount; });
-    std::vector<Role> roles(structure.strings.size(), isList ? Role::kShown : Role::kUnknown);
+    std::vector<Role> roles(structure.Strings().size(), isList ? Role::kShown : Role::kUnknown);
     for (const NamedValue& value : table::NamedValues(structure)) {
-      const uint8_t number = structure.body[value.offset];
+      const uint8_t number = structure.Byte(value.offset);
       if (value.kind == FieldKind::kString && number != 0 && number <= roles.size()) {
         Role& role = roles[number - 1u];
         role = std::max(role, IsSecretField(value.name) ? Role::kSecret : Role::kShown);
       }
     }
     if (HasControls(structure) ||
-        (!roles.empty() && structure.strings[0].empty() && roles.back() == Role::kUnknown)) {
+        (!roles.empty() && structure.Strings()[0].empty() && roles.back() == Role::kUnknown)) {
       // The strings begin inside the formatted part, and the numbers lead to others than was meant.
       std::replace(roles.begin(), roles.end(), Role::kShown, Role::kUnknown);
     }
@@ -273,13 +270,6 @@ class TableRedaction {
     }
   }
 
-  static bool IsName(const StructureView& structure, std::size_t number) {
-    return std::any_of(std::begin(kNames), std::end(kNames), [&](const auto& name) {
-      return structure.Type() == name.first && name.second < structure.bodySize &&
-             structure.body[name.second] == number;
-    });
-  }
-
   void Blank(std::size_t at, std::size_t size) {
     std::fill_n(mBytes.begin() + static_cast<std::ptrdiff_t>(at), size, uint8_t{0});
   }
@@ -293,9 +283,9 @@ class TableRedaction {
   Bytes& mBytes;
   const Masker& mMasker;
   SecretList& mSecrets;
-  std::vector<StructureView> mStructures;
-  std::vector<StructureView> mKnown;
-  std::vector<StructureView> mUnknown;
+  std::vector<Structure> mStructures;
+  std::vector<Structure> mKnown;
+  std::vector<Structure> mUnknown;
 };
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <iterator>
 
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 
 namespace tvq::test {
 

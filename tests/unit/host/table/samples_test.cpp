@@ -13,7 +13,7 @@
 #include "host/table/dump.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "tests/unit/host/table/table_bytes.h"
 
 namespace tvq::table {
@@ -37,11 +37,11 @@ class Sample {
   }
 
   const Table& Get() const { return mTable; }
-  const std::vector<StructureView>& Structures() const { return mStructures; }
+  const std::vector<Structure>& Structures() const { return mStructures; }
 
-  std::vector<StructureView> OfType(std::uint8_t type) const {
-    std::vector<StructureView> found;
-    for (const StructureView& structure : mStructures) {
+  std::vector<Structure> OfType(std::uint8_t type) const {
+    std::vector<Structure> found;
+    for (const Structure& structure : mStructures) {
       if (structure.Type() == type) {
         found.push_back(structure);
       }
@@ -51,19 +51,18 @@ class Sample {
 
  private:
   Table mTable;
-  std::vector<StructureView> mStructures;
+  std::vector<Structure> mStructures;
 };
 
-std::string StringAt(const StructureView& structure, std::size_t offset) {
-  const std::size_t number = structure.body[offset];
-  return number == 0 ? "" : std::string(structure.strings.at(number - 1));
+std::string StringAt(const Structure& structure, std::size_t offset) {
+  return std::string(structure.String(structure.Byte(offset)).value_or(""));
 }
 
 // Installed modules: with a size, and no dies on a processor.
-std::vector<StructureView> Modules(const Sample& sample) {
-  std::vector<StructureView> modules;
-  for (const StructureView& device : sample.OfType(17)) {
-    if (device.Word(0x0C) != 0 && device.body[0x0E] != 0x10) {
+std::vector<Structure> Modules(const Sample& sample) {
+  std::vector<Structure> modules;
+  for (const Structure& device : sample.OfType(17)) {
+    if (device.Word(0x0C) != 0 && device.Byte(0x0E) != 0x10) {
       modules.push_back(device);
     }
   }
@@ -72,9 +71,9 @@ std::vector<StructureView> Modules(const Sample& sample) {
 
 std::map<std::uint16_t, std::string> FqddMap(const Sample& sample) {
   std::map<std::uint16_t, std::string> map;
-  for (const StructureView& structure : sample.OfType(225)) {
-    EXPECT_EQ(structure.body[4], 1);
-    for (std::size_t at = 5; at + 4 <= structure.bodySize; at += 4) {
+  for (const Structure& structure : sample.OfType(225)) {
+    EXPECT_EQ(structure.Byte(4), 1);
+    for (std::size_t at = 5; at + 4 <= structure.Formatted().Size(); at += 4) {
       map[structure.Word(at + 1)] = StringAt(structure, at);
     }
   }
@@ -94,14 +93,14 @@ TEST_P(AnySample, StaysTheSameOnTheWayThereAndBack) {
 
 TEST_P(AnySample, ConsistsOfStructuresUpToTheEnd) {
   ASSERT_FALSE(mSample.Structures().empty());
-  const StructureView& last = mSample.Structures().back();
+  const Structure& last = mSample.Structures().back();
   EXPECT_EQ(last.Type(), 127);
-  EXPECT_EQ(last.offset + last.totalSize, mSample.Get().structures.size());
+  EXPECT_EQ(last.End(), mSample.Get().structures.size());
 }
 
 TEST_P(AnySample, HasHandlesOfItsOwn) {
   std::set<std::uint16_t> handles;
-  for (const StructureView& structure : mSample.Structures()) {
+  for (const Structure& structure : mSample.Structures()) {
     EXPECT_TRUE(handles.insert(structure.Handle()).second) << structure.Handle();
     EXPECT_LT(structure.Handle(), 0xFFFE);
   }
@@ -109,17 +108,17 @@ TEST_P(AnySample, HasHandlesOfItsOwn) {
 
 TEST_P(AnySample, RefersToStructuresAndStringsThatExist) {
   std::set<std::uint16_t> handles = {0xFFFE, 0xFFFF};
-  for (const StructureView& structure : mSample.Structures()) {
+  for (const Structure& structure : mSample.Structures()) {
     handles.insert(structure.Handle());
   }
-  for (const StructureView& structure : mSample.Structures()) {
+  for (const Structure& structure : mSample.Structures()) {
     for (const Field& field : LayoutOf(structure.Type()).fields) {
-      if (field.kind == FieldKind::kHandle && field.End() <= structure.bodySize) {
+      if (field.kind == FieldKind::kHandle && field.End() <= structure.Formatted().Size()) {
         EXPECT_EQ(handles.count(structure.Word(field.offset)), 1u)
             << structure.Handle() << ' ' << field.name;
       }
-      if (field.kind == FieldKind::kString && field.End() <= structure.bodySize) {
-        EXPECT_LE(structure.body[field.offset], structure.strings.size())
+      if (field.kind == FieldKind::kString && field.End() <= structure.Formatted().Size()) {
+        EXPECT_LE(structure.Byte(field.offset), structure.Strings().size())
             << structure.Handle() << ' ' << field.name;
       }
     }
@@ -134,14 +133,14 @@ TEST_P(AnySample, HasTwoProcessorsNumberedByTheirFourthCharacter) {
 }
 
 TEST_P(AnySample, HasThreeCacheLevelsOfEachProcessor) {
-  std::map<std::uint16_t, StructureView> caches;
-  for (const StructureView& cache : mSample.OfType(7)) {
+  std::map<std::uint16_t, Structure> caches;
+  for (const Structure& cache : mSample.OfType(7)) {
     caches.emplace(cache.Handle(), cache);
   }
   EXPECT_THAT(caches, SizeIs(6));
-  for (const StructureView& processor : mSample.OfType(4)) {
+  for (const Structure& processor : mSample.OfType(4)) {
     for (std::uint16_t level = 0; level < 3; ++level) {
-      const StructureView& cache = caches.at(processor.Word(0x1A + 2 * level));
+      const Structure& cache = caches.at(processor.Word(0x1A + 2 * level));
       EXPECT_EQ(cache.Word(0x05) & 7, level);
     }
   }
@@ -152,7 +151,7 @@ TEST_P(AnySample, HasThreeCacheLevelsOfEachProcessor) {
 TEST_P(AnySample, ShowsAPpinOfEachProcessorToTheSearch) {
   const auto oem = mSample.OfType(11);
   ASSERT_FALSE(oem.empty());
-  const char* cursor = reinterpret_cast<const char*>(oem[0].body) + 25;
+  const char* cursor = reinterpret_cast<const char*>(oem[0].Whole().Data()) + 25;
   std::vector<std::string> ppins;
   while (*cursor != 0 && ppins.size() < 2) {
     const std::string string = cursor;
@@ -172,8 +171,8 @@ TEST_P(AnySample, ShowsAPpinOfEachProcessorToTheSearch) {
 TEST_P(AnySample, LetsTheSystemNameStandInTypeOne) {
   EXPECT_THAT(mSample.OfType(1), SizeIs(1));
   EXPECT_THAT(mSample.OfType(0), SizeIs(1));
-  for (const StructureView& structure : mSample.OfType(11)) {
-    EXPECT_NE(structure.strings.at(0).at(0), '9');
+  for (const Structure& structure : mSample.OfType(11)) {
+    EXPECT_NE(structure.String(1).value()[0], '9');
   }
 }
 
@@ -184,10 +183,10 @@ TEST_P(AnySample, NamesEveryDeviceInTheFqddMap) {
     EXPECT_LE(name.size(), 15u) << name;
     EXPECT_TRUE(names.insert(name).second) << name;
   }
-  for (const StructureView& processor : mSample.OfType(4)) {
+  for (const Structure& processor : mSample.OfType(4)) {
     EXPECT_EQ(map.count(processor.Handle()), 1u);
   }
-  for (const StructureView& module : Modules(mSample)) {
+  for (const Structure& module : Modules(mSample)) {
     EXPECT_EQ(map.at(module.Handle()), "DIMM.Socket." + StringAt(module, 0x10).substr(5));
   }
 }
@@ -195,7 +194,7 @@ TEST_P(AnySample, NamesEveryDeviceInTheFqddMap) {
 TEST_P(AnySample, TellsModulesApart) {
   std::set<std::string> slots;
   std::set<std::string> serials;
-  for (const StructureView& module : Modules(mSample)) {
+  for (const Structure& module : Modules(mSample)) {
     const std::string locator = StringAt(module, 0x10);
     EXPECT_EQ(locator.rfind("DIMM_", 0), 0u) << locator;
     EXPECT_TRUE(slots.insert(locator.substr(5, 3)).second) << locator;
@@ -206,13 +205,13 @@ TEST_P(AnySample, TellsModulesApart) {
 
 TEST_P(AnySample, ExtendsEveryModuleOnce) {
   std::map<std::uint16_t, int> extended;
-  for (const StructureView& extension : mSample.OfType(226)) {
-    EXPECT_EQ(extension.bodySize, 13u);
+  for (const Structure& extension : mSample.OfType(226)) {
+    EXPECT_EQ(extension.Formatted().Size(), 13u);
     EXPECT_FALSE(StringAt(extension, 0x06).empty());
     ++extended[extension.Word(0x04)];
   }
   std::map<std::uint16_t, int> modules;
-  for (const StructureView& module : Modules(mSample)) {
+  for (const Structure& module : Modules(mSample)) {
     ++modules[module.Handle()];
   }
   EXPECT_EQ(extended, modules);
@@ -236,7 +235,7 @@ TEST(TwoSocketSample, HasTwelveModulesInSixteenSlots) {
 TEST(TwoSocketSample, HasWhatARealServerHas) {
   std::map<int, int> types;
   const Sample sample = Sample::Named("two-socket");
-  for (const StructureView& structure : sample.Structures()) {
+  for (const Structure& structure : sample.Structures()) {
     ++types[structure.Type()];
   }
   EXPECT_THAT(
@@ -251,10 +250,10 @@ class HbmSample : public testing::TestWithParam<const char*> {};
 TEST_P(HbmSample, HasFourStacksOnEachProcessorCountedFromZero) {
   const Sample sample = Sample::Named(GetParam());
   std::vector<std::string> locators;
-  for (const StructureView& device : sample.OfType(17)) {
-    if (device.body[0x12] == 0x20 || device.body[0x12] == 0x21) {
+  for (const Structure& device : sample.OfType(17)) {
+    if (device.Byte(0x12) == 0x20 || device.Byte(0x12) == 0x21) {
       locators.push_back(StringAt(device, 0x10));
-      EXPECT_EQ(device.body[0x0E], 0x10) << "a stack is a die";
+      EXPECT_EQ(device.Byte(0x0E), 0x10) << "a stack is a die";
       EXPECT_NE(device.Word(0x0C), 0);
     }
   }

@@ -11,7 +11,7 @@
 
 #include "host/table/layout.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "tests/unit/host/table/table_bytes.h"
 
 namespace tvq::table {
@@ -33,7 +33,7 @@ Bytes Build(const std::string& source) {
 std::vector<std::uint16_t> HandlesOf(const std::string& source) {
   const Bytes table = Build(source);
   std::vector<std::uint16_t> handles;
-  for (const StructureView& structure : SplitTable(table)) {
+  for (const Structure& structure : SplitTable(table)) {
     handles.push_back(structure.Handle());
   }
   return handles;
@@ -267,7 +267,7 @@ TEST(TableSource, TheEntryPointMayBeChanged) {
 TEST(TableLayout, FieldsOfATypeFollowOneAnotherAndHaveNamesOfTheirOwn) {
   for (const Layout& layout : Layouts()) {
     std::set<std::string_view> names = {"length", "string", "bytes"};
-    std::size_t end = kHeaderSize;
+    std::size_t end = smbios::kHeaderSize;
     for (const Field& field : layout.fields) {
       EXPECT_TRUE(names.insert(field.name).second) << layout.name << ' ' << field.name;
       EXPECT_GE(field.offset, end) << layout.name << ' ' << field.name;

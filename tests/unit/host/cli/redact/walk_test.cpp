@@ -10,10 +10,9 @@
 
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
-#include "host/lint/structure.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
-#include "host/table/structure_view.h"
+#include "host/table/structure.h"
 #include "host/table/text.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 #include "tests/unit/host/cli/secrets.h"
@@ -22,7 +21,7 @@
 namespace tvq::cli {
 namespace {
 
-using table::StructureView;
+using table::Structure;
 using test::Bytes;
 using test::Table;
 using testing::IsEmpty;
@@ -135,28 +134,28 @@ bool IsBlank(const Bytes& bytes, size_t at, size_t size) {
 // Every structure is where it was, with strings of the lengths that they had.
 void ExpectTheSameStructures(const Bytes& original, const Bytes& masked) {
   ASSERT_EQ(original.size(), masked.size());
-  const std::vector<StructureView> before = table::SplitTable(original);
-  const std::vector<StructureView> after = table::SplitTable(masked);
+  const std::vector<Structure> before = table::SplitTable(original);
+  const std::vector<Structure> after = table::SplitTable(masked);
   ASSERT_EQ(before.size(), after.size());
   for (size_t i = 0; i < before.size(); ++i) {
-    EXPECT_EQ(before[i].offset, after[i].offset);
-    EXPECT_EQ(before[i].bodySize, after[i].bodySize);
-    EXPECT_EQ(before[i].totalSize, after[i].totalSize);
-    ASSERT_EQ(before[i].strings.size(), after[i].strings.size());
-    for (size_t n = 0; n < before[i].strings.size(); ++n) {
-      EXPECT_EQ(before[i].strings[n].size(), after[i].strings[n].size());
+    EXPECT_EQ(before[i].Offset(), after[i].Offset());
+    EXPECT_EQ(before[i].Formatted().Size(), after[i].Formatted().Size());
+    EXPECT_EQ(before[i].Size(), after[i].Size());
+    ASSERT_EQ(before[i].Strings().size(), after[i].Strings().size());
+    for (size_t n = 0; n < before[i].Strings().size(); ++n) {
+      EXPECT_EQ(before[i].Strings()[n].size(), after[i].Strings()[n].size());
     }
   }
 }
 
 // What the driver reads, which goes on where other readers stop, is masked or blank.
 void ExpectMaskedAsTheDriverReads(const Bytes& original, const Bytes& masked) {
-  for (const lint::Structure& structure : lint::WalkTable(original)) {
+  for (const Structure& structure : table::SplitTable(original, smbios::Reading::kLenient)) {
     for (const table::Field& field : table::LayoutOf(structure.Type()).fields) {
       if (!IsSecretField(field.name)) {
         continue;
       }
-      const auto text = structure.Text(field.offset);
+      const auto text = structure.String(structure.Byte(field.offset));
       if (field.kind != table::FieldKind::kString || !text) {
         continue;
       }
@@ -180,15 +179,14 @@ void ExpectRedactedAsRead(const Bytes& original) {
 Bytes AnyTable(test::RandomTables& tables) {
   const Bytes bytes = tables.Next().Bytes();
   Bytes changed;
-  for (const StructureView& structure : table::SplitTable(bytes)) {
-    const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(structure.offset);
-    const auto strings = start + static_cast<std::ptrdiff_t>(structure.bodySize);
+  for (const Structure& structure : table::SplitTable(bytes)) {
+    const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(structure.Offset());
+    const auto strings = start + static_cast<std::ptrdiff_t>(structure.Formatted().Size());
     changed.insert(changed.end(), start, strings);
-    if (!structure.strings.empty() && tables.Once(4)) {
+    if (!structure.Strings().empty() && tables.Once(4)) {
       changed.push_back(0);
     }
-    changed.insert(changed.end(), strings,
-                   start + static_cast<std::ptrdiff_t>(structure.totalSize));
+    changed.insert(changed.end(), strings, start + static_cast<std::ptrdiff_t>(structure.Size()));
   }
   return changed;
 }
