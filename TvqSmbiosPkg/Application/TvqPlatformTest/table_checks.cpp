@@ -6,85 +6,55 @@
 
 extern "C" {
 #include <Guid/SmBios.h>
-#include <IndustryStandard/SmBios.h>
 }
 
-#include <IndustryStandard/SmbiosTvq.h>
+#include <Library/SmbiosTableLib.h>
+#include <Library/TvqDeviceLib.h>
 
 #include "check.h"
 
 namespace tvqtest {
 
+namespace smbios = tvq::smbios;
+
 namespace {
+
+constexpr smbios::EntryPointLayout kEntry = smbios::kEntryPoint32;
 
 VOID* FindEntryPoint() {
   return LastConfigurationTable(gEfiSmbiosTableGuid);
 }
 
-const SMBIOS_TABLE_ENTRY_POINT* EntryPoint() {
-  return static_cast<const SMBIOS_TABLE_ENTRY_POINT*>(FindEntryPoint());
+/// The driver reads the fields of whatever is there, anchor or not.
+const UINT8* EntryPoint() {
+  return static_cast<const UINT8*>(FindEntryPoint());
 }
 
-tvq::Span<const UINT8> Table() {
-  const SMBIOS_TABLE_ENTRY_POINT* entry = EntryPoint();
-  return {reinterpret_cast<const UINT8*>(static_cast<UINTN>(entry->TableAddress)),
-          entry->TableLength};
-}
-
-/// The structure behind the one at `offset`, its strings included; the table's end when it is cut.
-UINTN NextStructure(tvq::Span<const UINT8> table, UINTN offset) {
-  UINTN end = offset + table[offset + 1];
-  while (end + 1 < table.Size() && (table[end] != 0 || table[end + 1] != 0)) {
-    end++;
-  }
-  return MIN(end + 2, table.Size());
-}
-
-/// Calls visit(structure, its type, its length) until it returns true or the table ends.
-template <typename Visit>
-bool AnyStructure(Visit visit) {
-  const tvq::Span<const UINT8> table = Table();
-  UINTN offset = 0;
-  while (table.Size() - offset >= sizeof(SMBIOS_STRUCTURE) &&
-         table[offset + 1] >= sizeof(SMBIOS_STRUCTURE)) {
-    const UINTN length = MIN(table[offset + 1], table.Size() - offset);
-    if (visit(tvq::Span<const UINT8>(table.Data() + offset, length))) {
-      return true;
-    }
-    offset = NextStructure(table, offset);
-  }
-  return false;
+smbios::Bytes Table() {
+  const UINT8* entry = EntryPoint();
+  const UINTN address = smbios::Read32(entry + kEntry.TableAddress);
+  return {reinterpret_cast<const UINT8*>(address), smbios::Read16(entry + kEntry.TableLength)};
 }
 
 bool HasAnchor() {
-  const SMBIOS_TABLE_ENTRY_POINT* entry = EntryPoint();
-  return CompareMem(entry->AnchorString, "_SM_", 4) == 0 &&
-         entry->EntryPointLength >= sizeof(SMBIOS_TABLE_ENTRY_POINT) &&
-         CalculateSum8(reinterpret_cast<const UINT8*>(entry), entry->EntryPointLength) == 0;
+  const UINT8* entry = EntryPoint();
+  const UINTN size = MAX(entry[kEntry.Length], kEntry.Size);
+  const smbios::EntryPoint values = smbios::ReadEntryPoint({entry, size});
+  return values.Kind == smbios::EntryPointKind::k32Bit && values.Length >= kEntry.Size &&
+         !values.Has(smbios::EntryPointDefect::kChecksum);
 }
 
 bool HasTable() {
-  return EntryPoint()->TableAddress != 0 && Table().Size() >= sizeof(SMBIOS_STRUCTURE);
+  return Table().Data() != nullptr && Table().Size() >= smbios::kHeaderSize;
 }
 
 bool CountIsRight() {
-  if (!HasTable()) {
-    return false;
-  }
-  UINTN count = 0;
-  AnyStructure([&count](tvq::Span<const UINT8>) {
-    count++;
-    return false;
-  });
-  return count == EntryPoint()->NumberOfSmbiosStructures;
+  return HasTable() && smbios::Summarize(Table(), smbios::Reading::kStrict).Count ==
+                           smbios::Read16(EntryPoint() + kEntry.StructureCount);
 }
 
 bool NamesDevices() {
-  return HasTable() && AnyStructure([](tvq::Span<const UINT8> structure) {
-           return structure[0] == SMBIOS_TYPE_TVQ_FQDD_MAP &&
-                  structure.Size() >= sizeof(SMBIOS_TABLE_TYPE225) &&
-                  structure[OFFSET_OF(SMBIOS_TABLE_TYPE225, Format)] == SMBIOS_TVQ_FQDD_MAP_FORMAT;
-         });
+  return HasTable() && tvq::devices::FindFqddMap(Table()) == tvq::devices::FqddMap::kUsable;
 }
 
 constexpr Check kTableChecks[] = {

@@ -390,6 +390,22 @@ TEST_F(SelfTest, TellsACountThatLies) {
             "SMBIOS table: the table has as many structures as the entry point states");
 }
 
+// The stated length ends before the last NUL does.
+TEST_F(SelfTest, TellsATableWhoseLastStructureIsCutOff) {
+  Entry()->TableLength--;
+  SetChecksum();
+  EXPECT_EQ(OnlyFailure(),
+            "SMBIOS table: the table has as many structures as the entry point states");
+}
+
+TEST_F(SelfTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
+  Table table = MinimalServer();
+  Structure other = FqddMap{}.Build();
+  table.Add(other.SetByte(4, 2));
+  PublishTable(table);
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
+}
+
 TEST_F(SelfTest, TellsATableThatNamesNoDevice) {
   Table table;
   table.Add(Bios{});
