@@ -12,8 +12,11 @@ extern "C" {
 
 #include <TvqVersion.h>
 
+#include "driver_control.h"
 #include "messages.h"
-#include "start.h"
+#include "prepared_table.h"
+#include "records.h"
+#include "results.h"
 
 namespace tvqplatform {
 
@@ -27,26 +30,42 @@ tvq::Span<const CHAR8> AsText(const GrowingArray<UINT8>& bytes) {
 
 }  // namespace
 
-Agent::~Agent() {
-  mTableFile.Free();
-}
-
 EFI_STATUS Agent::Run() {
   AddLine(&mReport, "TvqAgent " TVQ_VERSION ": inventory of this machine from its SMBIOS table");
   const EFI_STATUS opened = mVolume.Open(mImage);
   ReadOptions();
   if (EFI_ERROR(opened)) {
-    FailWithStatus("the volume that TvqAgent was started from cannot be opened", opened,
-                   "start TvqAgent from a FAT volume.");
+    mReport.FailWithStatus("the volume that TvqAgent was started from cannot be opened", opened,
+                           "start TvqAgent from a FAT volume.");
   }
   if (mOptions.Stop || mOptions.Unload) {
     End();
   } else {
     Begin();
-    ShowResults();
-    mPublication.Restore();
   }
-  return Finish();
+  return mReport.Finish(mVolume);
+}
+
+void Agent::Begin() {
+  PreparedTable table(mVolume, mReport);
+  DriverControl driver(mVolume, mReport);
+  if (HasRecords() && !mOptions.Again) {
+    AddLine(&mReport, "Start: the driver was started before; its records are shown as they are.");
+  } else if (driver.Ensure() && table.Prepare(mOptions.AsIs)) {
+    driver.Start(mOptions.AsIs);
+  }
+  Results(mVolume, mReport, mOptions.Accept).ShowAndSave();
+}
+
+/// The records come first: unloading the driver leaves them behind, and then nobody may ask them.
+void Agent::End() {
+  DriverControl driver(mVolume, mReport);
+  if (mOptions.Stop && !driver.TakeOff()) {
+    return;
+  }
+  if (mOptions.Unload) {
+    driver.Unload();
+  }
 }
 
 void Agent::ReadOptions() {
@@ -57,7 +76,7 @@ void Agent::ReadOptions() {
     if (!EFI_ERROR(status)) {
       ParseOptions(AsText(file), mOptions);
     } else if (status != EFI_NOT_FOUND && status != EFI_NO_MEDIA) {
-      FailWithStatus("\\TVQ\\options.txt cannot be read", status, kCheckVolume);
+      mReport.FailWithStatus("\\TVQ\\options.txt cannot be read", status, kCheckVolume);
     }
   }
   if (mOptions.Unknown[0] != '\0') {
@@ -73,47 +92,6 @@ bool Agent::ReadCommandLine() {
   }
   const auto* image = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded);
   return ParseLoadOptions(image->LoadOptions, image->LoadOptionsSize, mOptions);
-}
-
-EFI_STATUS Agent::Finish() {
-  constexpr CHAR8 kSuccess[] = "TvqAgent: success";
-  constexpr CHAR8 kFailed[] = "TvqAgent: failed: %a";
-  AddLine(&mReport, "");
-  mReport.UseConsole(false);
-  if (mFailed) {
-    AddLine(&mReport, kFailed, mReason);
-  } else {
-    AddLine(&mReport, kSuccess);
-  }
-  const EFI_STATUS status = mVolume.Write(tvq::Ucs2(TVQ_FILE(u"report.txt")), mReport.Text());
-  // The console's last line tells about the report's file too.
-  mReport.UseConsole(true);
-  if (EFI_ERROR(status)) {
-    FailWithStatus("\\TVQ\\report.txt cannot be written", status, kCheckVolume);
-  }
-  if (mFailed) {
-    AddLine(&mReport, kFailed, mReason);
-    return EFI_ABORTED;
-  }
-  AddLine(&mReport, kSuccess);
-  return EFI_SUCCESS;
-}
-
-void Agent::Fail(const CHAR8* reason, const CHAR8* advice) {
-  AddLine(&mReport, "Problem: %a.", reason);
-  AddLine(&mReport, "  What to do: %a", advice);
-  if (!mFailed) {
-    mFailed = true;
-    AsciiSPrint(mReason, sizeof(mReason), "%a", reason);
-  }
-}
-
-void Agent::FailWithStatus(const CHAR8* what, EFI_STATUS status, const CHAR8* advice) {
-  CHAR8 words[40];
-  CHAR8 reason[sizeof(mReason)];
-  StatusInWords(status, words, sizeof(words));
-  AsciiSPrint(reason, sizeof(reason), "%a: %a", what, words);
-  Fail(reason, advice);
 }
 
 }  // namespace tvqplatform

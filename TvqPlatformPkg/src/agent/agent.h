@@ -7,13 +7,8 @@
 #ifndef TVQ_PLATFORM_AGENT_AGENT_H_
 #define TVQ_PLATFORM_AGENT_AGENT_H_
 
-#include "../smbios/capture.h"
-#include "../smbios/conform.h"
-#include "../smbios/publication.h"
-#include "inventory.h"
 #include "options.h"
-#include "report.h"
-#include "state.h"
+#include "run_report.h"
 #include "volume.h"
 
 namespace tvqplatform {
@@ -22,9 +17,6 @@ namespace tvqplatform {
 class Agent {
  public:
   explicit Agent(EFI_HANDLE image) : mImage(image) {}
-  Agent(const Agent&) = delete;
-  Agent& operator=(const Agent&) = delete;
-  ~Agent();
 
   /// EFI_SUCCESS, or EFI_ABORTED when the report ends with a failure.
   [[nodiscard]] EFI_STATUS Run();
@@ -35,43 +27,15 @@ class Agent {
   void ReadOptions();
   [[nodiscard]] bool ReadCommandLine();
 
+  /// Starts the driver where it was not, and shows what it has built.
   void Begin();
+  /// Takes the records off, or unloads the driver.
   void End();
-  [[nodiscard]] bool TakeOff();
-
-  [[nodiscard]] bool EnsureDriver();
-  [[nodiscard]] bool LoadAndStart(const CHAR16* path);
-
-  [[nodiscard]] bool PrepareTable();
-  [[nodiscard]] bool ReadTable();
-  void ConformTable();
-  [[nodiscard]] bool PublishTable();
-
-  void Start();
-  void ShowResults();
-
-  void SaveDevices(const Inventory& inventory);
-  void SaveLog();
-  void CheckState(const Inventory& inventory);
-  void CompareWithState(const Inventory& inventory, const SavedState& saved);
-  void SaveFile(const CHAR16* path, tvq::Span<const UINT8> bytes);
-  [[nodiscard]] EFI_STATUS Finish();
-
-  /// Notes why the run failed (the first reason counts) and what to do next.
-  void Fail(const CHAR8* reason, const CHAR8* advice);
-  void FailWithStatus(const CHAR8* what, EFI_STATUS status, const CHAR8* advice);
 
   EFI_HANDLE mImage;
-  Report mReport;
+  RunReport mReport;
   Volume mVolume;
   Options mOptions;
-  GrowingArray<UINT8> mTableFile;
-  Capture mCapture;
-  ConformedTable mConformed;
-  Publication mPublication;
-  bool mIsChanged = false;
-  bool mFailed = false;
-  CHAR8 mReason[128];
 };
 
 }  // namespace tvqplatform

@@ -1,0 +1,98 @@
+/** @file
+  The table that the driver is started on: read, conformed and published.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "prepared_table.h"
+
+#include "../smbios/firmware_table.h"
+#include "messages.h"
+#include "show.h"
+
+namespace tvqplatform {
+
+namespace {
+
+/// Far more than a 32-bit entry point can state, so that the table itself is judged.
+constexpr UINTN kMaximumFile = SIZE_1MB;
+
+}  // namespace
+
+PreparedTable::~PreparedTable() {
+  mFile.Free();
+}
+
+bool PreparedTable::Prepare(bool asIs) {
+  if (!Read()) {
+    return false;
+  }
+  if (!asIs) {
+    Conform();
+  }
+  return Publish();
+}
+
+bool PreparedTable::Read() {
+  const CHAR16* path = tvq::Ucs2(TVQ_FILE(u"table.bin"));
+  const EFI_STATUS status = mVolume.Read(path, kMaximumFile, mFile);
+  if (status == EFI_NOT_FOUND || status == EFI_NO_MEDIA) {
+    if (!ReadFirmwareTable(mCapture)) {
+      mReport.Fail("this firmware has no SMBIOS table",
+                   "put a captured table at \\TVQ\\table.bin, as dmidecode --dump-bin writes it.");
+      return false;
+    }
+    ShowTable(mReport, mCapture, "the firmware");
+    return true;
+  }
+  if (EFI_ERROR(status)) {
+    mReport.FailWithStatus("\\TVQ\\table.bin cannot be read", status, kCheckVolume);
+    return false;
+  }
+  ReadCapturedFile({mFile.Data(), mFile.Size()}, mCapture);
+  if (mCapture.Error != CaptureError::kNone) {
+    AddLine(&mReport, "\\TVQ\\table.bin is no SMBIOS table: %a.", CaptureErrorText(mCapture.Error));
+    mReport.Fail("\\TVQ\\table.bin is no SMBIOS table",
+                 "replace it by what dmidecode --dump-bin writes, or remove it.");
+    return false;
+  }
+  ShowTable(mReport, mCapture, "\\TVQ\\table.bin");
+  return true;
+}
+
+/// A table that cannot be conformed is used as it stands, so that something can be shown.
+void PreparedTable::Conform() {
+  const ConformResult result = mConformed.Conform(mCapture.Table.Structures);
+  ShowChanges(mReport, result, mConformed);
+  if (IsRefused(result)) {
+    mReport.Fail("the table cannot be conformed",
+                 "this inventory is of the table as it stands; the option as-is asks for that.");
+    return;
+  }
+  mIsChanged = result == ConformResult::kChanged;
+  if (mIsChanged) {
+    mCapture.Table.Structures = mConformed.Structures();
+    mCapture.Table.StructureCount =
+        static_cast<UINT16>(smbios::Summarize(mConformed.Structures()).Count);
+  }
+}
+
+bool PreparedTable::Publish() {
+  const bool isFirmwares = mFile.Empty();
+  if (isFirmwares && !mIsChanged && mCapture.Kind == smbios::EntryPointKind::k32Bit) {
+    return true;
+  }
+  const EFI_STATUS status = mPublication.Publish(mCapture.Table);
+  if (EFI_ERROR(status)) {
+    mReport.FailWithStatus(
+        "the table cannot be published below 4 GiB", status,
+        status == EFI_BAD_BUFFER_SIZE ? "use a table of at most 65,535 bytes." : kRestart);
+    return false;
+  }
+  AddLine(&mReport, "Published: %d structures, %d bytes, below 4 GiB behind a 32-bit entry point",
+          static_cast<UINT32>(mCapture.Table.StructureCount),
+          static_cast<UINT32>(mCapture.Table.Structures.Size()));
+  return true;
+}
+
+}  // namespace tvqplatform
