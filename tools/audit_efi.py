@@ -235,7 +235,7 @@ def parse_arguments(arguments):
 
 def main(arguments):
     options = parse_arguments(arguments)
-    applications = options.application or ["TvqAgent", "TvqPlatformTest", "TvqRig"]
+    applications = options.application or ["TvqAgent", "TvqPlatformTest", "TvqFaults"]
     reports = [audit(image, applications, options.page_aligned, not options.no_elf) for image in options.images]
     print(json.dumps(reports, indent=2) if options.json else render(reports))
     return 1 if any(report["problems"] for report in reports) else 0

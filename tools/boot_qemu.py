@@ -20,7 +20,7 @@ import guests
 
 FOLDER = "TVQ"
 AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
-RIG, SELF_TEST = "TvqRig.efi", "TvqPlatformTest.efi"
+FAULTS, PLATFORM_TEST = "TvqFaults.efi", "TvqPlatformTest.efi"
 # What the agent keeps from one boot to the next.
 STATE_FILES = ("state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
@@ -55,7 +55,7 @@ class Boot:
 def image_paths(build, target, guest=guests.X64):
     """The images of one target in EDK II's output folder: a dictionary of name to path."""
     found = {}
-    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, RIG)), ("TvqSmbiosPkg", (DRIVER, SELF_TEST))):
+    for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, FAULTS)), ("TvqSmbiosPkg", (DRIVER, PLATFORM_TEST))):
         for name in names:
             found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.name / name
     return found
@@ -92,7 +92,7 @@ def disk_files(boot, folder):
         # The firmware's shell comes last in the boot order, and runs this file.
         lines = ("@echo -off", "fs0:", *boot.script, "reset -s")
         text.write_bytes("".join(f"{line}\r\n" for line in lines).encode("ascii"))
-        files |= {text: "startup.nsh"} | {boot.images[name]: name for name in (AGENT, RIG, SELF_TEST)}
+        files |= {text: "startup.nsh"} | {boot.images[name]: name for name in (AGENT, FAULTS, PLATFORM_TEST)}
     else:
         text.write_bytes((" ".join(boot.words) + "\r\n").encode("ascii"))
         files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}

@@ -15,9 +15,9 @@ import virtual_machine
 ASSERTION = "CR has Bad Signature"
 # As DebugLib prints it; the number is that of the line.
 PRINTED = re.compile(rf"^ASSERT \[TVQSMBIOS\] src/uefi/tvq\(\d+\): {ASSERTION}$", re.MULTILINE)
-WENT_ON = "TvqRig: the driver went on: Unsupported\nTvqRig: assert : Success"
+WENT_ON = "TvqFaults: the driver went on: Unsupported\nTvqFaults: assert : Success"
 
-SCRIPT = ("load TVQ\\TvqPlatform.efi TVQ\\TVQSMBIOS.efi", "TvqAgent", "TvqRig assert")
+SCRIPT = ("load TVQ\\TvqPlatform.efi TVQ\\TVQSMBIOS.efi", "TvqAgent", "TvqFaults assert")
 
 
 def problems(serial, released):

@@ -12,9 +12,9 @@ import virtual_machine
 
 # Where each guard stops the machine; without a guard it goes on.
 LAST_WORDS = {
-    "tail": "TvqRig: reading the byte behind a block of pool",
-    "head": "TvqRig: reading the byte before the pages of a block of pool",
-    None: "TvqRig: outside : Success",
+    "tail": "TvqFaults: reading the byte behind a block of pool",
+    "head": "TvqFaults: reading the byte before the pages of a block of pool",
+    None: "TvqFaults: outside : Success",
 }
 
 
@@ -23,7 +23,7 @@ def problems(guard, failure, serial):
     stopped = failure is not None and "processor exception" in failure
     if stopped != (guard is not None):
         yield f"the boot ended with: {failure or 'no exception'}"
-    said = [line for line in serial.splitlines() if line.startswith("TvqRig: ")]
+    said = [line for line in serial.splitlines() if line.startswith("TvqFaults: ")]
     if not said or said[-1] != LAST_WORDS[guard]:
         yield f"the last words were {said[-1:]}, expected: '{LAST_WORDS[guard]}'"
 
@@ -33,7 +33,7 @@ def main(arguments):
     machine = virtual_machine.VirtualMachine(options)
     failure = None
     try:
-        virtual_machine.boot_qemu.run(machine.described(None, script=("TvqRig outside",)))
+        virtual_machine.boot_qemu.run(machine.described(None, script=("TvqFaults outside",)))
     except virtual_machine.boot_qemu.BootFailure as caught:
         failure = str(caught)
     found = list(problems(options.guard, failure, machine.serial()))

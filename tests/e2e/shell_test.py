@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the agent and the platform's self-test many times in one boot, from the firmware's shell, and checks what they
+"""Runs the agent and TvqPlatformTest many times in one boot, from the firmware's shell, and checks what they
 report each time.
 
 Exit status: 0 everything is as expected, 1 it is not.
@@ -37,8 +37,8 @@ class Run:
 
 
 @dataclasses.dataclass(frozen=True)
-class SelfTest:
-    """One run of the platform's self-test: its last line, and lines that it has."""
+class TvqPlatformTest:
+    """One run of TvqPlatformTest: its last line, and lines that it has."""
 
     ending: str
     has: tuple = ()
@@ -47,7 +47,7 @@ class SelfTest:
 WHOLE = Run("", has=("Start: Success", "Records: 15"), has_not=("Left behind",))
 GONE = Run("unload", has=("Unload: Success",))
 
-# A line for the shell, a run of the agent, or one of the self-test.
+# A line for the shell, a run of the agent, or one of TvqPlatformTest.
 LIFE = (
     LOAD,
     Run("unload", failed("the driver cannot be unloaded: Unsupported")),
@@ -77,53 +77,53 @@ WITHOUT = (
     *(
         step
         for part in ("services", "library", "aux")
-        for step in (f"TvqRig without {part}", Run("", NOT_LOADED, has_not=("Start:",)), f"TvqRig with {part}")
+        for step in (f"TvqFaults without {part}", Run("", NOT_LOADED, has_not=("Start:",)), f"TvqFaults with {part}")
     ),
     # What it does without until it appears. No line is kept back for it.
-    "TvqRig without log",
+    "TvqFaults without log",
     Run("", has=("Start: Success", "Records: 15"), log_has_not=("MakeDIMMs", "SMTVQGet")),
-    "TvqRig with log",
+    "TvqFaults with log",
     Run("", has=("Records: 15",), log_has=("SMTVQGet",), log_has_not=("MakeDIMMs",)),
     Run("stop unload", has=("Unload: Success",)),
     # What it needs to be started.
-    "TvqRig without prerequisite",
+    "TvqFaults without prerequisite",
     Run("", failed("the driver's start failed: Not Found"), has=("Records: none",), log_has_not=("MakeDIMMs",)),
-    "TvqRig with prerequisite",
+    "TvqFaults with prerequisite",
     Run("", has=("Start: Success", "Records: 15"), log_has=("MakeDIMMs",)),
     # What only comparing needs.
-    "TvqRig without management",
+    "TvqFaults without management",
     Run("", has=("not verified",), has_not=("Summary: 15 same",)),
-    "TvqRig with management",
-    "TvqRig without xml",
+    "TvqFaults with management",
+    "TvqFaults without xml",
     Run("", has=("not verified",), has_not=("Summary: 15 same",)),
-    "TvqRig with xml",
+    "TvqFaults with xml",
     Run("", has=("Summary: 15 same",)),
 )
 
 MOVED = (
-    "TvqRig names",
+    "TvqFaults names",
     Run("as-is", has=("Start: Success", "SMBIOSServiceTagString  TVQ0001", "ServiceTag   TVQ0001")),
-    "TvqRig move",
+    "TvqFaults move",
     Run("as-is", has=("was started before", "SMBIOSServiceTagString  MOVED01", "ServiceTag   MOVED01")),
     Run("stop unload", has=("Unload: Success",)),
     Run("as-is", has=("Start: Success", "SMBIOSServiceTagString  MOVED01")),
 )
 
-SELFTEST = (
-    "TvqRig names",
-    SelfTest(
+PLATFORM_TEST = (
+    "TvqFaults names",
+    TvqPlatformTest(
         "TvqPlatformTest: 5 OK, 4 failed, 4 optional parts missing",
         has=("Platform services table\n  is there ... FAIL\n  Without it the driver is not loaded",),
     ),
     LOAD,
-    SelfTest("TvqPlatformTest: 38 OK, 0 failed, 0 optional parts missing"),
-    "TvqRig without xml",
-    SelfTest("TvqPlatformTest: 34 OK, 0 failed, 1 optional parts missing", has=("XML parser\n  is there ... no\n",)),
+    TvqPlatformTest("TvqPlatformTest: 38 OK, 0 failed, 0 optional parts missing"),
+    "TvqFaults without xml",
+    TvqPlatformTest("TvqPlatformTest: 34 OK, 0 failed, 1 optional parts missing", has=("XML parser\n  is there ... no\n",)),
 )
 # This firmware has a 64-bit entry point alone.
-SELFTEST_AARCH64 = (
+PLATFORM_TEST_AARCH64 = (
     LOAD,
-    SelfTest("TvqPlatformTest: 33 OK, 1 failed, 0 optional parts missing", has=("SMBIOS table\n  is there ... FAIL\n",)),
+    TvqPlatformTest("TvqPlatformTest: 33 OK, 1 failed, 0 optional parts missing", has=("SMBIOS table\n  is there ... FAIL\n",)),
 )
 
 
@@ -134,7 +134,7 @@ def script(steps):
             yield f"TvqAgent {step.words}"
             for name in ("report", "log"):
                 yield f"cp -q TVQ\\{name}.txt TVQ\\{name}{index}.txt"
-        elif isinstance(step, SelfTest):
+        elif isinstance(step, TvqPlatformTest):
             yield f"TvqPlatformTest >a TVQ\\report{index}.txt"
         else:
             yield step
@@ -154,7 +154,7 @@ def ending_problems(report, ending):
 def step_problems(step, report, log):
     """Yields what is not as expected of one run."""
     yield from ending_problems(report, step.ending)
-    if isinstance(step, SelfTest):
+    if isinstance(step, TvqPlatformTest):
         yield from texts_problems("the report", report, step.has, ())
     else:
         yield from texts_problems("the report", report, step.has, step.has_not)
@@ -182,8 +182,8 @@ SCENARIOS = {
     "life": LIFE,
     "without": WITHOUT,
     "moved": MOVED,
-    "selftest": SELFTEST,
-    "selftest_aarch64": SELFTEST_AARCH64,
+    "platform_test": PLATFORM_TEST,
+    "platform_test_aarch64": PLATFORM_TEST_AARCH64,
 }
 
 

@@ -23,7 +23,7 @@ class FolderTest(unittest.TestCase):
 
     def boot(self, **options):
         images = {}
-        for name in (boot_qemu.AGENT, boot_qemu.PLATFORM, boot_qemu.DRIVER, boot_qemu.RIG, boot_qemu.SELF_TEST):
+        for name in (boot_qemu.AGENT, boot_qemu.PLATFORM, boot_qemu.DRIVER, boot_qemu.FAULTS, boot_qemu.PLATFORM_TEST):
             images[name] = self.folder / name
             images[name].write_bytes(name.encode())
         return boot_qemu.Boot(images=images, out=self.folder / "out", **options)
@@ -64,7 +64,7 @@ class Disk(FolderTest):
         contents = self.contents(self.boot(script=("TvqAgent stop",)))
         self.assertEqual(contents["startup.nsh"], b"@echo -off\r\nfs0:\r\nTvqAgent stop\r\nreset -s\r\n")
         self.assertEqual(contents["TvqAgent.efi"], b"TvqAgent.efi")
-        self.assertEqual(contents["TvqRig.efi"], b"TvqRig.efi")
+        self.assertEqual(contents["TvqFaults.efi"], b"TvqFaults.efi")
         self.assertEqual(contents["TvqPlatformTest.efi"], b"TvqPlatformTest.efi")
         self.assertNotIn("EFI/BOOT/BOOTX64.EFI", contents)
         self.assertNotIn("TVQ/options.txt", contents)

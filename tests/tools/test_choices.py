@@ -66,9 +66,9 @@ class Choices(unittest.TestCase):
         # A header and its source are one.
         named = {pathlib.Path(name).stem for _, where, *_ in rows() for name in quoted(where)}
         # What is wrong on purpose there shows that tests notice it.
-        rig = ROOT / "TvqPlatformPkg" / "src" / "rig"
+        faults = ROOT / "TvqPlatformPkg" / "src" / "faults"
         for path in product_sources():
-            if "eliberate" in path.read_text(encoding="utf-8") and not path.is_relative_to(rig):
+            if "eliberate" in path.read_text(encoding="utf-8") and not path.is_relative_to(faults):
                 with self.subTest(source=path.name):
                     self.assertIn(path.stem, named)
 

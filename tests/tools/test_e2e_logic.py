@@ -105,7 +105,7 @@ class RunsInTheShell(unittest.TestCase):
         return list(shell_test.step_problems(self.RUN, report, log))
 
     def test_each_run_keeps_its_report_and_log(self):
-        steps = ("load X", self.RUN, shell_test.SelfTest("all OK"))
+        steps = ("load X", self.RUN, shell_test.TvqPlatformTest("all OK"))
         self.assertEqual(
             list(shell_test.script(steps)),
             [
@@ -135,13 +135,13 @@ class RunsInTheShell(unittest.TestCase):
 
 class Guards(unittest.TestCase):
     STOPPED = "the firmware stopped with a processor exception"
-    BEHIND = "TvqRig: reading the byte behind a block of pool\n"
+    BEHIND = "TvqFaults: reading the byte behind a block of pool\n"
 
     def test_guarded_firmware_stops_at_its_guard(self):
         self.assertEqual(list(guard_test.problems("tail", self.STOPPED, self.BEHIND)), [])
 
     def test_guarded_firmware_that_goes_on_is_a_problem(self):
-        serial = self.BEHIND + "TvqRig: it is 0xAF\nTvqRig: outside : Success\n"
+        serial = self.BEHIND + "TvqFaults: it is 0xAF\nTvqFaults: outside : Success\n"
         self.assertEqual(len(list(guard_test.problems("tail", None, serial))), 2)
         self.assertEqual(list(guard_test.problems(None, None, serial)), [])
 
@@ -152,7 +152,7 @@ class Guards(unittest.TestCase):
 
 class Assertions(unittest.TestCase):
     FAILED = "ASSERT [TVQSMBIOS] src/uefi/tvq(53): CR has Bad Signature\n"
-    WENT_ON = "TvqRig: the driver went on: Unsupported\nTvqRig: assert : Success\n"
+    WENT_ON = "TvqFaults: the driver went on: Unsupported\nTvqFaults: assert : Success\n"
 
     def problems(self, serial, released=b"MZ"):
         return len(list(assertion_test.problems(serial, released)))

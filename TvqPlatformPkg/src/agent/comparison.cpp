@@ -9,7 +9,7 @@
 #include <IndustryStandard/TvqBlob.h>
 #include <Protocol/XmlParser.h>
 
-#include "../support/text.h"
+#include "../text.h"
 #include "attributes.h"
 
 namespace tvqplatform {

@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_FILE_NAMES_H_
 #define TVQ_PLATFORM_AGENT_FILE_NAMES_H_
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 
 namespace tvqplatform {
 

@@ -9,7 +9,7 @@
 #include <IndustryStandard/TvqBlob.h>
 #include <Protocol/ZvEntry.h>
 
-#include "../support/handle_list.h"
+#include "../handle_list.h"
 #include "records.h"
 
 namespace tvqplatform {

@@ -13,8 +13,8 @@ extern "C" {
 #include <Protocol/TvqRecord.h>
 #include <Protocol/ZvEntry.h>
 
-#include "../support/handle_list.h"
-#include "../support/loaded_image.h"
+#include "../handle_list.h"
+#include "../loaded_image.h"
 
 namespace tvqplatform {
 

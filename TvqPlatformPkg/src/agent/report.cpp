@@ -6,7 +6,7 @@
 
 #include "report.h"
 
-#include "../support/formatted_length.h"
+#include "../formatted_length.h"
 
 namespace tvqplatform {
 

@@ -6,7 +6,7 @@
 
 #include "show.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

@@ -9,7 +9,7 @@
 
 #include <TvqCpp.h>
 
-#include "../support/loaded_image.h"
+#include "../loaded_image.h"
 
 namespace tvqplatform {
 

@@ -6,7 +6,7 @@
 
 #include "state.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

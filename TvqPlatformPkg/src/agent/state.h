@@ -12,7 +12,7 @@
 
 #include <TvqCpp.h>
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 #include "inventory.h"
 
 namespace tvqplatform {

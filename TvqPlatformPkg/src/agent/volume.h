@@ -14,7 +14,7 @@ extern "C" {
 #include <Protocol/SimpleFileSystem.h>
 }
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 
 namespace tvqplatform {
 

@@ -6,8 +6,8 @@
 
 #include "debug_log.h"
 
-#include "../support/formatted_length.h"
-#include "../support/text.h"
+#include "../formatted_length.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

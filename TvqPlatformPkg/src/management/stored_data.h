@@ -10,7 +10,7 @@
 #include <TvqCpp.h>
 #include <IndustryStandard/TvqBlob.h>
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 
 namespace tvqplatform {
 

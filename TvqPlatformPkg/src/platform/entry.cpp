@@ -11,7 +11,7 @@
 #include "../management/management.h"
 #include "../management/stored_data.h"
 #include "../services/services_table.h"
-#include "../support/loaded_image.h"
+#include "../loaded_image.h"
 #include "../xml/xml_parser.h"
 #include "../zvi/library.h"
 #include "platform_protocol.h"

@@ -6,8 +6,8 @@
 
 #include "attribute_store.h"
 
-#include "../support/loaded_image.h"
-#include "../support/text.h"
+#include "../loaded_image.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

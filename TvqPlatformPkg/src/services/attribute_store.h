@@ -11,7 +11,7 @@
 #include <Guid/ZvServices.h>
 #include <Protocol/TvqPlatform.h>
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 
 namespace tvqplatform {
 

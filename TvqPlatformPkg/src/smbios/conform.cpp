@@ -6,7 +6,7 @@
 
 #include "conform.h"
 
-#include "../support/text.h"
+#include "../text.h"
 #include "fqdd_map.h"
 #include "naming.h"
 #include "table_builder.h"

@@ -11,7 +11,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_CONFORM_H_
 #define TVQ_PLATFORM_SMBIOS_CONFORM_H_
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 #include "table.h"
 
 namespace tvqplatform {

@@ -6,7 +6,7 @@
 
 #include "table_builder.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

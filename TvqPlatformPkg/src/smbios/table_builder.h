@@ -7,7 +7,7 @@
 #ifndef TVQ_PLATFORM_SMBIOS_TABLE_BUILDER_H_
 #define TVQ_PLATFORM_SMBIOS_TABLE_BUILDER_H_
 
-#include "../support/growing_array.h"
+#include "../growing_array.h"
 #include "table.h"
 
 namespace tvqplatform {

@@ -11,7 +11,7 @@ extern "C" {
 #include <expat.h>
 }
 
-#include "../support/text.h"
+#include "../text.h"
 #include "document.h"
 #include "pool.h"
 

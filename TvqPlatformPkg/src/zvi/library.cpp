@@ -9,7 +9,7 @@
 
 #include "library.h"
 
-#include "../support/text.h"
+#include "../text.h"
 
 namespace tvqplatform {
 

@@ -33,7 +33,7 @@ VOID* FindXmlParser() {
 bool TakesALine() {
   const auto print = static_cast<DEBUG_LOG_PROTOCOL*>(FindLog())->Print;
   print(DEBUG_LOG_LEVEL_INFO, "TvqPlatformTest", tvq::Ucs2(u"%a %s %d %x %r\n"), "a line",
-        tvq::Ucs2(u"of the self-test"), 1, 2, EFI_SUCCESS);
+        tvq::Ucs2(u"of TvqPlatformTest"), 1, 2, EFI_SUCCESS);
   return true;
 }
 

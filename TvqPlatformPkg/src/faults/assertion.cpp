@@ -4,7 +4,7 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "rig.h"
+#include "faults.h"
 
 extern "C" {
 #include <Library/UefiLib.h>
@@ -39,7 +39,7 @@ EFI_STATUS FailAssertion() {
   ZeroMem(&none, sizeof(none));
   TVQ_IDENTITY identity;
   status = static_cast<TVQ_INVENTORY_PROTOCOL*>(found)->SMTVQIdentify(none.Interface(), &identity);
-  AsciiPrint("TvqRig: the driver went on: %r\n", status);
+  AsciiPrint("TvqFaults: the driver went on: %r\n", status);
   return status == EFI_UNSUPPORTED ? EFI_SUCCESS : EFI_ABORTED;
 }
 

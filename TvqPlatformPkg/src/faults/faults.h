@@ -1,12 +1,12 @@
 /** @file
-  TvqRig: takes away what a platform provides, and changes the firmware's SMBIOS table, so that the
+  TvqFaults: takes away what a platform provides, and changes the firmware's SMBIOS table, so that the
   driver can be watched under both.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#ifndef TVQ_PLATFORM_RIG_H_
-#define TVQ_PLATFORM_RIG_H_
+#ifndef TVQ_PLATFORM_FAULTS_H_
+#define TVQ_PLATFORM_FAULTS_H_
 
 #include <TvqCpp.h>
 

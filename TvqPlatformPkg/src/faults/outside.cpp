@@ -4,7 +4,7 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "rig.h"
+#include "faults.h"
 
 extern "C" {
 #include <Library/UefiLib.h>
@@ -18,8 +18,8 @@ namespace {
 constexpr UINTN kSize = 16;
 
 void Read(const CHAR8* where, UINTN address) {
-  AsciiPrint("TvqRig: reading the byte %a\n", where);
-  AsciiPrint("TvqRig: it is 0x%02x\n", *reinterpret_cast<const volatile UINT8*>(address));
+  AsciiPrint("TvqFaults: reading the byte %a\n", where);
+  AsciiPrint("TvqFaults: it is 0x%02x\n", *reinterpret_cast<const volatile UINT8*>(address));
 }
 
 }  // namespace

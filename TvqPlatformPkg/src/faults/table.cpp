@@ -4,7 +4,7 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "rig.h"
+#include "faults.h"
 
 extern "C" {
 #include <Guid/SmBios.h>
@@ -103,7 +103,7 @@ EFI_STATUS MoveTable() {
     }
     count++;
   }
-  AsciiPrint("TvqRig: the table moved from 0x%x to 0x%x with the %dth structure\n", before,
+  AsciiPrint("TvqFaults: the table moved from 0x%x to 0x%x with the %dth structure\n", before,
              TableAddress(), static_cast<UINT32>(count));
   return ChangeServiceTag(smbios);
 }

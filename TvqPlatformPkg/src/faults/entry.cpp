@@ -1,10 +1,10 @@
 /** @file
-  Entry point of TvqRig: reads the command line.
+  Entry point of TvqFaults: reads the command line.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "rig.h"
+#include "faults.h"
 
 extern "C" {
 #include <Library/UefiLib.h>
@@ -64,12 +64,12 @@ CommandLine ReadCommandLine(EFI_HANDLE image) {
     return ReadOutside();
   }
   AsciiPrint(
-      "usage: TvqRig without PART    takes a part of the platform away\n"
-      "       TvqRig with PART       puts it back\n"
-      "       TvqRig names           adds an SMBIOS structure of type 225\n"
-      "       TvqRig move            adds SMBIOS structures until the table moves\n"
-      "       TvqRig assert          makes an assertion of the driver fail\n"
-      "       TvqRig outside         reads bytes outside a block of pool\n"
+      "usage: TvqFaults without PART    takes a part of the platform away\n"
+      "       TvqFaults with PART       puts it back\n"
+      "       TvqFaults names           adds an SMBIOS structure of type 225\n"
+      "       TvqFaults move            adds SMBIOS structures until the table moves\n"
+      "       TvqFaults assert          makes an assertion of the driver fail\n"
+      "       TvqFaults outside         reads bytes outside a block of pool\n"
       "parts:");
   ShowParts();
   AsciiPrint("\n");
@@ -85,12 +85,12 @@ CommandLine ReadCommandLine(EFI_HANDLE image) {
   @retval EFI_INVALID_PARAMETER  There is no such command or part.
   @retval Others                 It cannot be done.
 **/
-extern "C" EFI_STATUS EFIAPI TvqRigEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE*) {
+extern "C" EFI_STATUS EFIAPI TvqFaultsEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE*) {
   const CommandLine line = ReadCommandLine(ImageHandle);
   const CHAR8* command = line.Words[1];
   const CHAR8* argument = line.Words[2];
   const EFI_STATUS status = Obey(command, argument);
-  AsciiPrint("TvqRig: %a %a: %r\n", command, argument, status);
+  AsciiPrint("TvqFaults: %a %a: %r\n", command, argument, status);
   return status;
 }
 

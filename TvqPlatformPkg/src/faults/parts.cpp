@@ -4,7 +4,7 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "rig.h"
+#include "faults.h"
 
 extern "C" {
 #include <Library/UefiLib.h>
@@ -46,7 +46,7 @@ struct Taken {
 
 /// The variable's name is one for all parts; the part's GUID is its vendor.
 CHAR16* VariableName() {
-  return tvq::Ucs2(u"TvqRigTaken");
+  return tvq::Ucs2(u"TvqFaultsTaken");
 }
 
 EFI_GUID* FindPart(const CHAR8* name) {

@@ -1,5 +1,5 @@
 /*
- * The platform's self-test: content with the reference platform, and every way in which a platform
+ * TvqPlatformTest: content with the reference platform, and every way in which a platform
  * can be wrong fails its own check and no other.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
@@ -33,9 +33,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class SelfTest : public PlatformTest {
+class TvqPlatformTest : public PlatformTest {
  protected:
-  SelfTest() {
+  TvqPlatformTest() {
     EXPECT_EQ(Machine().StartImage(Machine().LoadImage(host::images::driver)), EFI_SUCCESS);
     PublishTable(MinimalServer());
   }
@@ -126,7 +126,7 @@ class SelfTest : public PlatformTest {
   std::string mReport;
 };
 
-TEST_F(SelfTest, IsContentWithTheReferencePlatform) {
+TEST_F(TvqPlatformTest, IsContentWithTheReferencePlatform) {
   EXPECT_EQ(Run(), EFI_SUCCESS);
   EXPECT_THAT(Failures(), IsEmpty());
   EXPECT_THAT(Report(), Not(HasSubstr("What to do")));
@@ -134,19 +134,19 @@ TEST_F(SelfTest, IsContentWithTheReferencePlatform) {
               HasSubstr("\nTvqPlatformTest: 38 OK, 0 failed, 0 optional parts missing\n"));
 }
 
-TEST_F(SelfTest, FreesWhatItAllocates) {
+TEST_F(TvqPlatformTest, FreesWhatItAllocates) {
   EXPECT_EQ(Run(), EFI_SUCCESS);
   EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform_test), 0u);
 }
 
-TEST_F(SelfTest, CanBeRunAgain) {
+TEST_F(TvqPlatformTest, CanBeRunAgain) {
   EXPECT_EQ(Run(), EFI_SUCCESS);
   EXPECT_EQ(Run(), EFI_SUCCESS);
 }
 
 // --- Missing parts ---
 
-TEST_F(SelfTest, NamesEachPartThatTheDriverNeeds) {
+TEST_F(TvqPlatformTest, NamesEachPartThatTheDriverNeeds) {
   const std::pair<EFI_GUID*, const char*> parts[] = {
       {&gZvAuxProtocolGuid, "Auxiliary protocol: is there"},
       {&gZvLibraryProtocolGuid, "Library service table ZVI: is there"},
@@ -162,17 +162,17 @@ TEST_F(SelfTest, NamesEachPartThatTheDriverNeeds) {
   }
 }
 
-TEST_F(SelfTest, NamesAMissingServicesTable) {
+TEST_F(TvqPlatformTest, NamesAMissingServicesTable) {
   Machine().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
   EXPECT_EQ(OnlyFailure(), "Platform services table: is there");
 }
 
-TEST_F(SelfTest, NamesAMissingEntryPoint) {
+TEST_F(TvqPlatformTest, NamesAMissingEntryPoint) {
   Install(nullptr);
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: is there");
 }
 
-TEST_F(SelfTest, IsContentWithoutWhatIsOptionalAndSaysWhatThatMeans) {
+TEST_F(TvqPlatformTest, IsContentWithoutWhatIsOptionalAndSaysWhatThatMeans) {
   Remove(gDebugLogProtocolGuid);
   Remove(gTvqManagementProtocolGuid);
   Remove(gXmlParserProtocolGuid);
@@ -184,7 +184,7 @@ TEST_F(SelfTest, IsContentWithoutWhatIsOptionalAndSaysWhatThatMeans) {
   EXPECT_THAT(Report(), HasSubstr(" 0 failed, 3 optional parts missing\n"));
 }
 
-TEST_F(SelfTest, NeedsNoDriver) {
+TEST_F(TvqPlatformTest, NeedsNoDriver) {
   const EFI_HANDLE driver = Machine().HandleOf(host::images::driver);
   EFI_HANDLE handle = driver;
   VOID* request = Find<VOID>(gTvqStartRequestProtocolGuid);
@@ -197,7 +197,7 @@ TEST_F(SelfTest, NeedsNoDriver) {
 
 // --- Empty positions ---
 
-TEST_F(SelfTest, CallsNoEmptyPosition) {
+TEST_F(TvqPlatformTest, CallsNoEmptyPosition) {
   Zvi() = {};
   Services() = {};
   Xml() = {};
@@ -211,7 +211,7 @@ TEST_F(SelfTest, CallsNoEmptyPosition) {
                                   "... FAIL: it is NULL\n"));
 }
 
-TEST_F(SelfTest, NamesAnEmptyPositionOfTheServices) {
+TEST_F(TvqPlatformTest, NamesAnEmptyPositionOfTheServices) {
   Services().RegisterAttribute = nullptr;
   EXPECT_EQ(OnlyFailure(), "Platform services table: position 29, RegisterAttribute: is set");
 }
@@ -275,7 +275,7 @@ INTN EFIAPI CompareLowBytes(const CHAR16* left, const CHAR16* right) {
 }
 VOID EFIAPI TrimNothing(CHAR16*, CHAR16) {}
 
-TEST_F(SelfTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
+TEST_F(TvqPlatformTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
   gRight = Zvi();
   struct Wrong {
     const char* failure;
@@ -331,7 +331,7 @@ EFI_STATUS EFIAPI FindEverywhere(TVQ_MANAGEMENT_PROTOCOL*, VOID* data, UINT32, U
   return EFI_SUCCESS;
 }
 
-TEST_F(SelfTest, TellsAManagementProtocolThatFindsWhatIsNotThere) {
+TEST_F(TvqPlatformTest, TellsAManagementProtocolThatFindsWhatIsNotThere) {
   TVQ_LOCATE_BLOB wrong = FindEverywhere;
   std::memcpy(reinterpret_cast<char*>(Find<VOID>(gTvqManagementProtocolGuid)) + 60, &wrong,
               sizeof(wrong));
@@ -358,12 +358,12 @@ EFI_STATUS EFIAPI ParseNothing(XML_PARSER_PROTOCOL*, XML_INPUT*, XML_NODE** root
   return EFI_UNSUPPORTED;
 }
 
-TEST_F(SelfTest, TellsAParserThatMakesNoTree) {
+TEST_F(TvqPlatformTest, TellsAParserThatMakesNoTree) {
   Xml().Parse = ParseNothing;
   EXPECT_EQ(OnlyFailure(), "XML parser: position 1, Parse: makes the tree of a document");
 }
 
-TEST_F(SelfTest, TellsAParserThatTakesAnything) {
+TEST_F(TvqPlatformTest, TellsAParserThatTakesAnything) {
   gRightParser = Xml();
   Xml().Parse = ParseAnything;
   Xml().Free = FreeAnything;
@@ -371,19 +371,19 @@ TEST_F(SelfTest, TellsAParserThatTakesAnything) {
             "XML parser: position 1, Parse: answers NULL for a text that is no document");
 }
 
-TEST_F(SelfTest, TellsAParserThatReleasesNothing) {
+TEST_F(TvqPlatformTest, TellsAParserThatReleasesNothing) {
   Xml().Free = nullptr;
   EXPECT_EQ(OnlyFailure(), "XML parser: position 4, Free: is set");
 }
 
 // --- The table ---
 
-TEST_F(SelfTest, TellsAnEntryPointWithAWrongChecksum) {
+TEST_F(TvqPlatformTest, TellsAnEntryPointWithAWrongChecksum) {
   Entry()->MajorVersion++;
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: the 32-bit entry point has its anchor and checksum");
 }
 
-TEST_F(SelfTest, TellsACountThatLies) {
+TEST_F(TvqPlatformTest, TellsACountThatLies) {
   Entry()->NumberOfSmbiosStructures++;
   SetChecksum();
   EXPECT_EQ(OnlyFailure(),
@@ -391,14 +391,14 @@ TEST_F(SelfTest, TellsACountThatLies) {
 }
 
 // The stated length ends before the last NUL does.
-TEST_F(SelfTest, TellsATableWhoseLastStructureIsCutOff) {
+TEST_F(TvqPlatformTest, TellsATableWhoseLastStructureIsCutOff) {
   Entry()->TableLength--;
   SetChecksum();
   EXPECT_EQ(OnlyFailure(),
             "SMBIOS table: the table has as many structures as the entry point states");
 }
 
-TEST_F(SelfTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
+TEST_F(TvqPlatformTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
   Table table = MinimalServer();
   Structure other = FqddMap{}.Build();
   table.Add(other.SetByte(4, 2));
@@ -406,7 +406,7 @@ TEST_F(SelfTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
 }
 
-TEST_F(SelfTest, TellsATableThatNamesNoDevice) {
+TEST_F(TvqPlatformTest, TellsATableThatNamesNoDevice) {
   Table table;
   table.Add(Bios{});
   table.Add(System{});
@@ -415,7 +415,7 @@ TEST_F(SelfTest, TellsATableThatNamesNoDevice) {
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
 }
 
-TEST_F(SelfTest, AsksNothingOfATableThatIsNowhere) {
+TEST_F(TvqPlatformTest, AsksNothingOfATableThatIsNowhere) {
   Entry()->TableAddress = 0;
   SetChecksum();
   EXPECT_EQ(Run(), EFI_ABORTED);
@@ -423,7 +423,7 @@ TEST_F(SelfTest, AsksNothingOfATableThatIsNowhere) {
   EXPECT_EQ(Failures()[0], "SMBIOS table: the entry point states where the table is");
 }
 
-TEST_F(SelfTest, StaysInsideATableThatIsCutAnywhere) {
+TEST_F(TvqPlatformTest, StaysInsideATableThatIsCutAnywhere) {
   // So that the runs are short: it is not what is asked here.
   Remove(gZvLibraryProtocolGuid);
   const Bytes whole = MinimalServer().Bytes();
@@ -439,12 +439,12 @@ TEST_F(SelfTest, StaysInsideATableThatIsCutAnywhere) {
 
 // --- The driver ---
 
-TEST_F(SelfTest, TellsAStartRequestThatIsNone) {
+TEST_F(TvqPlatformTest, TellsAStartRequestThatIsNone) {
   Find<TVQ_START_REQUEST>(gTvqStartRequestProtocolGuid)->StartCode = 0x1000;
   EXPECT_EQ(OnlyFailure(), "Driver TVQSMBIOS: the start request has its code and its function");
 }
 
-TEST_F(SelfTest, TellsTheStartRequestOfAnUnloadedDriver) {
+TEST_F(TvqPlatformTest, TellsTheStartRequestOfAnUnloadedDriver) {
   const auto* request = Find<TVQ_START_REQUEST>(gTvqStartRequestProtocolGuid);
   ASSERT_EQ(request->Start(nullptr), EFI_SUCCESS);
   ASSERT_EQ(Machine().UnloadImage(Machine().HandleOf(host::images::driver)), EFI_SUCCESS);
