@@ -144,6 +144,12 @@ std::string Partner(const std::string& text, const std::vector<uint8_t>& number)
 
 }  // namespace
 
+std::string_view PpinOf(std::string_view oemString) {
+  const std::size_t tag = oemString.find(kPpinTag);
+  return tag == std::string_view::npos ? std::string_view()
+                                       : oemString.substr(tag + kPpinTag.size(), kPpinSize);
+}
+
 Masker::Masker(std::string_view key) : mKey(crypto_generichash_KEYBYTES) {
   if (sodium_init() < 0) {
     throw std::runtime_error("the cryptographic library cannot be used");

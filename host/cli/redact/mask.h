@@ -18,6 +18,9 @@
 
 namespace tvq::cli {
 
+// The processor's number in an OEM string, behind its tag; empty where there is none.
+std::string_view PpinOf(std::string_view oemString);
+
 class Masker {
  public:
   // Without the key's text, nobody can find the text behind a mask.

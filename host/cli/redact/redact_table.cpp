@@ -43,6 +43,7 @@ constexpr std::size_t kUuidSize = 16;
 enum class Role {
   kUnknown,
   kShown,
+  kName,
   kSecret,
 };
 
@@ -61,18 +62,34 @@ bool BeginsAsText(const Structure& structure) {
   return std::all_of(header.begin(), header.end(), IsPrintable);
 }
 
-bool HasControls(const Structure& structure) {
-  return std::any_of(structure.Strings().begin(), structure.Strings().end(),
-                     [](std::string_view text) { return HasControls(text); });
+// Whether what stands where the strings should be is something else: a length that lies is too small.
+bool HasBytesForStrings(const Structure& structure) {
+  const std::vector<std::string_view>& strings = structure.Strings();
+  const bool beginsOddly =
+      !strings.empty() && !strings[0].empty() && !IsPrintable(static_cast<uint8_t>(strings[0][0]));
+  return beginsOddly || std::any_of(strings.begin(), strings.end(),
+                                    [](std::string_view text) { return HasControls(text); });
 }
 
-// Whether values that would be shown spell a text: a length that lies has taken in strings.
+// Whether a string number leads to no string.
+bool LacksStrings(const Structure& structure) {
+  const std::vector<NamedValue> values = table::NamedValues(structure);
+  return std::any_of(values.begin(), values.end(), [&](const NamedValue& value) {
+    return value.kind == FieldKind::kString &&
+           structure.Byte(value.offset) > structure.Strings().size();
+  });
+}
+
+// Whether the formatted part spells a text, but for a UUID: a length that lies has taken in strings.
 bool SpellsText(const Structure& structure) {
   constexpr std::ptrdiff_t kShortestText = 4;
   std::vector<bool> isText(structure.Formatted().Size());
+  for (std::size_t at = smbios::kHeaderSize; at < isText.size(); ++at) {
+    isText[at] = IsPrintable(structure.Byte(at));
+  }
   for (const NamedValue& value : table::NamedValues(structure)) {
-    for (std::size_t at = value.offset; at < value.offset + WidthOf(value.kind); ++at) {
-      isText[at] = !IsSecretField(value.name) && IsPrintable(structure.Byte(at));
+    if (value.kind == FieldKind::kUuid) {
+      std::fill_n(isText.begin() + static_cast<std::ptrdiff_t>(value.offset), kUuidSize, false);
     }
   }
   return std::search_n(isText.begin(), isText.end(), kShortestText, true) != isText.end();
@@ -81,17 +98,14 @@ bool SpellsText(const Structure& structure) {
 // Whether a structure of a known type is what it seems to be, behind one that was not: its string
 // numbers lead to strings, and where it has none, its length is one that the standard knows.
 bool IsSound(const Structure& structure) {
-  bool hasStrings = false;
-  for (const NamedValue& value : table::NamedValues(structure)) {
-    if (value.kind == FieldKind::kString) {
-      hasStrings = true;
-      if (structure.Byte(value.offset) > structure.Strings().size()) {
-        return false;
-      }
-    }
-  }
   const table::Layout& layout = table::LayoutOf(structure.Type());
-  return hasStrings || layout.StandardSize({2, 0}) == structure.Formatted().Size() ||
+  const bool hasStrings =
+      std::any_of(layout.fields.begin(), layout.fields.end(),
+                  [](const table::Field& field) { return field.kind == FieldKind::kString; });
+  if (hasStrings) {
+    return !structure.Strings().empty() && !LacksStrings(structure);
+  }
+  return layout.StandardSize({2, 0}) == structure.Formatted().Size() ||
          std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
            return layout.StandardSize(field.since) == structure.Formatted().Size();
          });
@@ -107,7 +121,7 @@ class TableRedaction {
           BeginsAsText(structure) || (structure.Type() != kFqddMap && SpellsText(structure));
       const bool isKnown = HasNames(structure) && !isMisread && (!isDoubtful || IsSound(structure));
       (isKnown ? mKnown : mUnknown).push_back(structure);
-      isDoubtful = isMisread || HasControls(structure) || (isDoubtful && !isKnown);
+      isDoubtful = isMisread || HasBytesForStrings(structure) || (isDoubtful && !isKnown);
     }
   }
 
@@ -125,7 +139,7 @@ class TableRedaction {
     for (const Structure& structure : mKnown) {
       const std::vector<Role> roles = RolesOf(structure);
       for (std::size_t i = 0; i < roles.size(); ++i) {
-        if (roles[i] == Role::kShown && !devices::IsName(structure, i + 1)) {
+        if (roles[i] == Role::kShown) {
           const std::string_view text = structure.Strings()[i];
           Put(text, mSecrets.WithMasks(std::string(text)));
         }
@@ -234,12 +248,15 @@ class TableRedaction {
       const uint8_t number = structure.Byte(value.offset);
       if (value.kind == FieldKind::kString && number != 0 && number <= roles.size()) {
         Role& role = roles[number - 1u];
-        role = std::max(role, IsSecretField(value.name) ? Role::kSecret : Role::kShown);
+        role = std::max(role, IsSecretField(value.name)            ? Role::kSecret
+                              : devices::IsName(structure, number) ? Role::kName
+                                                                   : Role::kShown);
       }
     }
-    if (HasControls(structure) ||
-        (!roles.empty() && structure.Strings()[0].empty() && roles.back() == Role::kUnknown)) {
-      // The strings begin inside the formatted part, and the numbers lead to others than was meant.
+    // The numbers then lead to others than was meant, and a secret may be where a maker should be.
+    const bool isShifted = HasBytesForStrings(structure) || LacksStrings(structure) ||
+                           (!roles.empty() && roles.back() == Role::kUnknown);
+    if (isShifted) {
       std::replace(roles.begin(), roles.end(), Role::kShown, Role::kUnknown);
     }
     return roles;
@@ -249,6 +266,7 @@ class TableRedaction {
     const std::string original(text);
     if (type == kOemStrings) {
       Put(text, mMasker.MaskOemString(original));
+      mSecrets.Add(PpinOf(original), PpinOf(text));
     } else if (role == Role::kSecret) {
       Put(text, mMasker.Mask(original));
       mSecrets.Add(original, text);

@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <set>
 
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
+#include "host/table/layout.h"
 #include "tests/unit/host/cli/server.h"
 
 namespace tvq::cli {
@@ -184,13 +186,38 @@ TEST(RedactTable, StructuresWithLengthsThatLieAreMaskedInTheirBounds) {
 TEST(RedactTable, LeavesNoValueWithoutAName) {
   Table table;
   test::Structure system = test::System{}.Build();
-  system.body.insert(system.body.end(), {'X', 'T', 'R', 'A'});
-  system.strings.emplace_back("Unnamed 4711");
+  system.body.insert(system.body.end(), {0x07, 'T', 'A', 'G'});
   table.Add(system);
   const Bytes masked = Redacted(table.Bytes());
-  EXPECT_FALSE(Contains(masked, "XTRA"));
-  EXPECT_FALSE(Contains(masked, "4711"));
+  EXPECT_FALSE(Contains(masked, "TAG"));
   EXPECT_TRUE(Contains(masked, "Rack One"));
+}
+
+// A length that lies has taken strings in, here or before.
+TEST(RedactTable, LeavesNothingOfAStructureWhoseValuesSpellAText) {
+  Table table;
+  test::Structure system = test::System{}.Build();
+  system.body.insert(system.body.end(), {'T', 'A', 'G', '1', 0});
+  table.Add(system);
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_FALSE(Contains(masked, "TAG1"));
+  EXPECT_FALSE(Contains(masked, "Rack One"));
+}
+
+TEST(RedactTable, MasksAllStringsButNamesWhereNotAllNumbersFitThem) {
+  for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"TXT4711"}}) {
+    Table table;
+    test::Structure module = test::MemoryDevice{.locator = "DIMM_A1"}.Build();
+    module.strings.insert(module.strings.end(), more.begin(), more.end());
+    if (more.empty()) {
+      module.strings.pop_back();
+    }
+    table.Add(module);
+    const Bytes masked = Redacted(table.Bytes());
+    EXPECT_TRUE(Contains(masked, "DIMM_A1"));
+    EXPECT_FALSE(Contains(masked, "Memory Works"));
+    EXPECT_FALSE(Contains(masked, "4711"));
+  }
 }
 
 TEST(RedactTable, LeavesNothingOfATypeWhoseFieldsHaveNoNames) {
@@ -238,6 +265,24 @@ TEST(RedactTable, MasksEveryTextThatSpellsTheUuid) {
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "AABBCCDDEEFF"));
   EXPECT_FALSE(Contains(masked, "33221100"));
+}
+
+TEST(RedactTable, MasksAPpinThatAnotherTextRepeats) {
+  Table table;
+  table.Add(test::OemStrings{.texts = {"17[A1B2C3D4E5F60718]"}});
+  table.Add(test::Processor{.partNumber = "P a1b2c3d4e5f60718"});
+  EXPECT_FALSE(Contains(Redacted(table.Bytes()), "a1b2c3d4e5f60718"));
+}
+
+// Whoever names a field so has to make it one that is masked.
+TEST(RedactTable, EveryFieldThatIsNamedForANumberOrTagIsSecret) {
+  const std::regex secret("serial|(^|-)tag|uuid|guid|mac-|ppin|oem");
+  for (const table::Layout& layout : table::Layouts()) {
+    for (const table::Field& field : layout.fields) {
+      EXPECT_EQ(IsSecretField(field.name), std::regex_search(std::string(field.name), secret))
+          << field.name;
+    }
+  }
 }
 
 TEST(RedactTable, MasksARepeatedNumberInTheOtherCaseAndWithoutItsBlanks) {

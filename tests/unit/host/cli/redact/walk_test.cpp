@@ -260,6 +260,24 @@ TEST(RedactDamage, ALengthThatIsThatOfNoHeaderLeavesNoSecret) {
   }
 }
 
+// Strings get into formatted parts, and formatted parts among strings.
+TEST(RedactDamage, NoLengthThatLiesLaysASecretOpen) {
+  Secrets secrets;
+  Table table;
+  for (const Kind& kind : kKinds) {
+    table.Add(kind.make(secrets));
+  }
+  table.Add(test::End{});
+  for (size_t n = 0; n < std::size(kKinds); ++n) {
+    for (int length = 5; length <= 0xFF; length += 25) {
+      Bytes bytes = table.Bytes();
+      bytes[table.OffsetOf(n) + 1] = static_cast<uint8_t>(length);
+      EXPECT_THAT(secrets.In(AsText(Redacted(bytes))), IsEmpty())
+          << kKinds[n].name << ", length " << length;
+    }
+  }
+}
+
 TEST(RedactDamage, WhatFollowsTheEndOfTheTableIsMasked) {
   Secrets secrets;
   Table table;
