@@ -20,8 +20,9 @@ constexpr char kMachineKey[] = "/etc/machine-id";
 }  // namespace
 
 void AddRedact(CLI::App& app, RedactOptions& options) {
-  app.add_flag("--redact", options.isWanted,
-               "Mask serial numbers, tags, UUIDs and OEM strings, the same ones alike");
+  app.add_flag(
+      "--redact", options.isWanted,
+      "Mask serial numbers, tags, UUIDs, OEM strings and all without a name; equal ones alike");
   app.add_option("--redact-key", options.key,
                  "What the masks depend on, instead of this machine's identity")
       ->type_name("TEXT")

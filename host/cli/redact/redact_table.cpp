@@ -80,6 +80,14 @@ bool LacksStrings(const Structure& structure) {
   });
 }
 
+// Whether fields stand elsewhere, which may have strings.
+bool HasMovedFields(const Structure& structure) {
+  const table::Layout& layout = table::LayoutOf(structure.Type());
+  return std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
+    return layout.IsMoved(field, structure.Formatted());
+  });
+}
+
 // Whether the formatted part spells a text, but for a UUID: a length that lies has taken in strings.
 bool SpellsText(const Structure& structure) {
   constexpr std::ptrdiff_t kShortestText = 4;
@@ -254,9 +262,9 @@ class TableRedaction {
       }
     }
     // The numbers then lead to others than was meant, and a secret may be where a maker should be.
-    const bool isShifted = HasBytesForStrings(structure) || LacksStrings(structure) ||
-                           (!roles.empty() && roles.back() == Role::kUnknown);
-    if (isShifted) {
+    const bool isLastUnknown = !roles.empty() && roles.back() == Role::kUnknown;
+    if (HasBytesForStrings(structure) || LacksStrings(structure) ||
+        (isLastUnknown && !HasMovedFields(structure))) {
       std::replace(roles.begin(), roles.end(), Role::kShown, Role::kUnknown);
     }
     return roles;

@@ -258,6 +258,16 @@ TEST(RedactTable, MasksAllStringsWhereTheirNumbersAreShifted) {
   EXPECT_FALSE(Contains(Redacted(table.Bytes()), "4711"));
 }
 
+// The list of contained elements moves the number of the last string to where no field has a name.
+TEST(RedactTable, LeavesTheMakerOfAChassisWithContainedElements) {
+  Table table;
+  test::Structure chassis = test::Chassis{.sku = "SKU-2"}.Build();
+  chassis.SetByte(0x13, 1).SetByte(0x14, 3);
+  chassis.body.insert(chassis.body.end() - 1, {0x91, 1, 2});
+  table.Add(chassis);
+  EXPECT_TRUE(Contains(Redacted(table.Bytes()), "Chassis Works"));
+}
+
 TEST(RedactTable, MasksEveryTextThatSpellsTheUuid) {
   Table table;
   table.Add(test::System{.sku = "00112233-4455-6677-8899-AABBCCDDEEFF",
