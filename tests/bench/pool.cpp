@@ -31,7 +31,7 @@ test::Table TableOf(const BenchMachine& machine) {
   test::Table table;
   table.majorVersion = machine.MajorVersion();
   table.minorVersion = machine.MinorVersion();
-  table.AddRaw(machine.Structures());
+  table.Add(Raw{machine.Structures()});
   return table;
 }
 

@@ -187,27 +187,29 @@ uint16_t Table::Add(Structure structure) {
     structure.handle = mNextHandle++;
   }
   mOffsets.push_back(mBytes.size());
-  AddRaw(structure.Encode());
+  Add(Raw{structure.Encode()});
   return *structure.handle;
 }
 
-void Table::AddRaw(const tvq::test::Bytes& bytes) {
-  mBytes.insert(mBytes.end(), bytes.begin(), bytes.end());
+void Table::Add(const Raw& raw) {
+  mBytes.insert(mBytes.end(), raw.bytes.begin(), raw.bytes.end());
+}
+
+void Table::Add(const Table& table) {
+  for (const size_t offset : table.mOffsets) {
+    mOffsets.push_back(mBytes.size() + offset);
+  }
+  Add(Raw{table.mBytes});
+  mNextHandle = std::max(mNextHandle, table.mNextHandle);
 }
 
 Table MinimalServer() {
-  Table table;
-  table.Add(Bios{.handle = 0x000});
-  table.Add(System{.handle = 0x100});
-  table.Add(Chassis{.handle = 0x300});
-  table.Add(Processor{.handle = 0x400, .l1 = 0x700});
-  table.Add(Cache{.handle = 0x700});
-  table.Add(MemoryArray{.handle = 0x1000});
-  table.Add(MemoryDevice{.handle = 0x1100, .arrayHandle = 0x1000});
-  table.Add(
-      FqddMap{.handle = 0xE100, .groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}});
-  table.Add(End{.handle = 0x7F00});
-  return table;
+  return Table::Of(
+      Bios{.handle = 0x000}, System{.handle = 0x100}, Chassis{.handle = 0x300},
+      Processor{.handle = 0x400, .l1 = 0x700}, Cache{.handle = 0x700},
+      MemoryArray{.handle = 0x1000}, MemoryDevice{.handle = 0x1100, .arrayHandle = 0x1000},
+      FqddMap{.handle = 0xE100, .groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}},
+      End{.handle = 0x7F00});
 }
 
 }  // namespace tvq::test

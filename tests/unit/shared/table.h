@@ -1,11 +1,10 @@
 /*
  * SMBIOS tables for tests: structures with named fields, and a table that collects them.
  *
- *     Table table;
- *     table.Add(System{.serial = "ABC1234"});
- *     table.Add(Processor{.handle = 0x400, .designation = "CPU1", .l3 = 0x702});
- *     table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
- *     table.Add(End{});
+ *     Table::Of(System{.serial = "ABC1234"},
+ *               Processor{.handle = 0x400, .designation = "CPU1", .l3 = 0x702},
+ *               FqddMap{.groups = {{"CPU.Socket.1", 0x400}}},
+ *               End{});
  *
  * Every field has a sane default. A text that is std::nullopt is left out: its field holds string
  * number 0. Handles need not be given; a structure without one gets the next one from 0x8000 on.
@@ -31,9 +30,9 @@ constexpr uint16_t kNoHandle = 0xFFFF;
 // One structure: what stands behind the header in the formatted part, and the strings.
 struct Structure {
   uint8_t type = 0;
-  std::optional<uint16_t> handle;
-  Bytes body;
-  std::vector<std::string> strings;
+  std::optional<uint16_t> handle = std::nullopt;
+  Bytes body = {};
+  std::vector<std::string> strings = {};
 
   Structure& Byte(uint8_t value);
   Structure& Word(uint16_t value);
@@ -305,6 +304,16 @@ struct DimmExtension {
   Structure Build() const;
 };
 
+// Bytes that need not be a structure; they do not count as one.
+struct Raw {
+  Bytes bytes;
+};
+
+template <typename Structures>
+std::vector<Structures> Copies(size_t count, const Structures& structure) {
+  return std::vector<Structures>(count, structure);
+}
+
 class Table {
  public:
   uint8_t majorVersion = 3;
@@ -313,18 +322,29 @@ class Table {
   std::optional<uint16_t> statedLength;
   std::optional<uint16_t> statedCount;
 
+  // A table of these, one behind the other: named structures such as Processor{}, others as
+  // Structure{}, bytes, lists of structures, and what stands in another table.
+  template <typename... Parts>
+  static Table Of(const Parts&... parts) {
+    Table table;
+    (table.Add(parts), ...);
+    return table;
+  }
+
   // Returns the structure's handle.
   uint16_t Add(Structure structure);
   template <typename Builder>
   uint16_t Add(const Builder& builder) {
     return Add(builder.Build());
   }
-  uint16_t Add(uint8_t type, uint16_t handle, const tvq::test::Bytes& body = {},
-               const std::vector<std::string>& strings = {}) {
-    return Add(Structure{type, handle, body, strings});
+  void Add(const Raw& raw);
+  void Add(const Table& table);
+  template <typename Part>
+  void Add(const std::vector<Part>& parts) {
+    for (const Part& part : parts) {
+      Add(part);
+    }
   }
-  // Appends bytes that need not be a structure; they do not count as one.
-  void AddRaw(const tvq::test::Bytes& bytes);
   // Takes off the last bytes, whatever they belong to.
   void Chop(size_t count) { mBytes.resize(mBytes.size() - count); }
 

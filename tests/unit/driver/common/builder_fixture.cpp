@@ -64,7 +64,7 @@ Strings Times(size_t count, const std::string& text) {
   return Strings(count, text);
 }
 
-void BuilderTest::Prepare(const Table& table) {
+void PreparedDriver::Prepare(const Table& table) {
   harness.Publish(table);
   ASSERT_EQ(harness.Load(), EFI_SUCCESS);
   harness.ConnectLog();
@@ -73,7 +73,7 @@ void BuilderTest::Prepare(const Table& table) {
   harness.TakeLog();
 }
 
-EFI_STATUS BuilderTest::Run(EFI_STATUS (*builder)()) {
+EFI_STATUS PreparedDriver::Run(EFI_STATUS (*builder)()) {
   const uint64_t serial = LastSerial(harness.Memory());
   const uint64_t before = harness.Memory().Allocations(Driver());
   const EFI_STATUS status = builder();
@@ -85,26 +85,26 @@ EFI_STATUS BuilderTest::Run(EFI_STATUS (*builder)()) {
   return status;
 }
 
-Bytes BuilderTest::PathData(size_t n) {
+Bytes PreparedDriver::PathData(size_t n) {
   const auto* const path =
       reinterpret_cast<const TVQ_DEVICE_PATH*>(harness.Records().at(n).devicePath);
   return Bytes(path->Data, path->Data + sizeof(path->Data));
 }
 
-EFI_STATUS BuilderTest::AskNames(size_t n, CHAR16** name, CHAR16** fqdd) {
+EFI_STATUS PreparedDriver::AskNames(size_t n, CHAR16** name, CHAR16** fqdd) {
   const RecordHandle record = harness.Records().at(n);
   CHAR8 language[] = "en-US";
   return record.entryInterface->GetDeviceName(record.entryInterface, record.devicePath, language,
                                               name, fqdd);
 }
 
-std::string BuilderTest::NameOf(size_t n) {
+std::string PreparedDriver::NameOf(size_t n) {
   CHAR16* name = nullptr;
   EXPECT_EQ(AskNames(n, &name, nullptr), EFI_SUCCESS);
   return TakeText(harness.BootServices(), name);
 }
 
-std::string BuilderTest::FqddOf(size_t n) {
+std::string PreparedDriver::FqddOf(size_t n) {
   CHAR16* name = nullptr;
   CHAR16* fqdd = nullptr;
   EXPECT_EQ(AskNames(n, &name, &fqdd), EFI_SUCCESS);
@@ -112,7 +112,7 @@ std::string BuilderTest::FqddOf(size_t n) {
   return TakeText(harness.BootServices(), fqdd);
 }
 
-std::string BuilderTest::DocumentOf(size_t n) {
+std::string PreparedDriver::DocumentOf(size_t n) {
   constexpr size_t kTextOffset = 80;
   TVQ_INVENTORY_PROTOCOL* const protocol = harness.Records().at(n).protocol;
   TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
@@ -131,7 +131,7 @@ std::string BuilderTest::DocumentOf(size_t n) {
   return document;
 }
 
-void BuilderTest::ExpectPublishedWhole(size_t n) {
+void PreparedDriver::ExpectPublishedWhole(size_t n) {
   const RecordHandle published = harness.Records().at(n);
   smTVQ* const record = published.record;
   EXPECT_EQ(published.protocol, reinterpret_cast<TVQ_INVENTORY_PROTOCOL*>(
@@ -155,19 +155,19 @@ void BuilderTest::ExpectPublishedWhole(size_t n) {
   harness.BootServices()->FreePool(opens);
 }
 
-void BuilderTest::FailInstall(uint64_t n, EFI_STATUS status) {
+void PreparedDriver::FailInstall(uint64_t n, EFI_STATUS status) {
   harness.Firmware().FailCall(Driver(), host::Service::InstallMultipleProtocolInterfaces, n,
                               status);
 }
 
-void BuilderTest::RecordFrees() {
+void PreparedDriver::RecordFrees() {
   EFI_BOOT_SERVICES* const services =
       harness.Firmware().SystemTableOf(host::images::driver)->BootServices;
   gRecorder = {&harness, services->FreePool, {}, 0};
   services->FreePool = FreeAndNote;
 }
 
-std::vector<uint64_t> BuilderTest::FreesOf(const Strings& routines) {
+std::vector<uint64_t> PreparedDriver::FreesOf(const Strings& routines) {
   std::vector<uint64_t> serials;
   for (const host::Block& block : gRecorder.freed) {
     if (std::find(routines.begin(), routines.end(), RoutineOf(block)) != routines.end()) {
@@ -177,7 +177,7 @@ std::vector<uint64_t> BuilderTest::FreesOf(const Strings& routines) {
   return serials;
 }
 
-size_t BuilderTest::LinesBeforeLastFree() {
+size_t PreparedDriver::LinesBeforeLastFree() {
   return gRecorder.linesBeforeLast;
 }
 

@@ -1,9 +1,10 @@
 /*
  * A driver that is loaded and knows its table, and whose builders a test calls itself.
  *
- *     Prepare(table);
- *     EXPECT_EQ(Run(MakeCPUs), EFI_SUCCESS);
- *     EXPECT_TRUE(SameLines(log, LinesOf("MakeCPUs", {"Entry MakeCPUs\n", ...})));
+ *     TEST_F(Cpus, ...) {
+ *       ASSERT_EQ(Make(Table::Of(Processor{}, Cache{})), EFI_SUCCESS);
+ *       EXPECT_EQ(Cpu().Socket, 1);
+ *       EXPECT_TRUE(SameLines(log, LinesOf("MakeCPUs", {"Entry MakeCPUs\n", ...})));
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -18,8 +19,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/driver/common/servers.h"
 #include "tests/unit/shared/driver_memory.h"
 #include "tests/unit/shared/driver_harness.h"
+
+#include "TvqSmbiosPkg/src/common/builders.h"
 
 namespace tvq::test {
 
@@ -48,7 +52,7 @@ Strings Joined(std::initializer_list<Strings> parts);
 // `count` times the same.
 Strings Times(size_t count, const std::string& text);
 
-class BuilderTest : public testing::Test {
+class PreparedDriver : public testing::Test {
  protected:
   // Publishes the table, loads the driver and does what a start does before it calls the builders.
   // Without a structure of type 225 there is no FQDD map.
@@ -90,6 +94,32 @@ class BuilderTest : public testing::Test {
 
  private:
   EFI_STATUS AskNames(size_t n, CHAR16** name, CHAR16** fqdd);
+};
+
+// The tests of one builder.
+template <EFI_STATUS (*kBuilder)()>
+class BuilderTest : public PreparedDriver {
+ protected:
+  EFI_STATUS Make() { return Run(kBuilder); }
+  EFI_STATUS Make(const Table& table) {
+    Prepare(table);
+    return Make();
+  }
+};
+
+class Cpus : public BuilderTest<MakeCPUs> {
+ protected:
+  TVQ_CPU Cpu(size_t n = 0) { return Record(n)->device.cpu; }
+};
+
+class Dimms : public BuilderTest<MakeDIMMs> {
+ protected:
+  TVQ_DIMM Dimm(size_t n = 0) { return Record(n)->device.dimm; }
+};
+
+class SystemRecord : public BuilderTest<MakeSYSTEM> {
+ protected:
+  TVQ_SYSTEM Fields() { return Record()->device.system; }
 };
 
 MATCHER(IsNewestFirst, "falls") {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/cpu_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -57,11 +57,9 @@ INSTANTIATE_TEST_SUITE_P(Blocks, CpuWithoutMemory,
                          [](const auto& info) { return info.param.name; });
 
 TEST_F(Cpus, StacksAndCachesAreGivenBackTheNewestFirst) {
-  Table table = WholeServer();
-  for (const char* locator : {"CPU0_HBMIO0", "CPU0_HBMIO1", "CPU0_HBMIO2", "CPU0_HBMIO3"}) {
-    table.Add(StackAt(locator));
-  }
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(WholeServer(), StackAt("CPU0_HBMIO0"), StackAt("CPU0_HBMIO1"),
+                           StackAt("CPU0_HBMIO2"), StackAt("CPU0_HBMIO3"))),
+            EFI_SUCCESS);
   FailAllocation(allocations - 1);  // of the device path; the entry comes behind it
   RecordFrees();
   EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
@@ -141,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Both arrays of a type without structures are empty blocks.
 TEST_F(Cpus, TheEmptyArraysOfMissingTypesStay) {
-  ASSERT_EQ(Make(ServerWith({Processor{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{})), EFI_SUCCESS);
   EXPECT_THAT(blocks, Contains("SmbiosGetStructuresByType < MakeCPUs").Times(8));
 }
 
@@ -173,8 +171,7 @@ TEST_F(Cpus, ARecordThatCannotBeOpenedIsNoFailure) {
 }
 
 TEST_F(Cpus, TwoOfTheSameSocketEndTheBuilderAndTheFirstKeepsServing) {
-  EXPECT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPU1").Build(),
-                             Designated("CPU2").Build()})),
+  EXPECT_EQ(Make(Table::Of(Designated("CPU1"), Designated("CPU1"), Designated("CPU2"))),
             EFI_ALREADY_STARTED);
   ASSERT_EQ(RecordCount(), 1u);
   ExpectServes(0);
@@ -183,7 +180,7 @@ TEST_F(Cpus, TwoOfTheSameSocketEndTheBuilderAndTheFirstKeepsServing) {
 }
 
 TEST_F(Cpus, RecordsBeforeTheOneThatFailsKeepServing) {
-  Prepare(ServerWith({Designated("CPU1").Build(), Designated("CPU2").Build()}));
+  Prepare(Table::Of(Designated("CPU1"), Designated("CPU2")));
   FailAllocation(kRecordAllocation + 6);  // six blocks of the first, the second's record
   EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
   ASSERT_EQ(RecordCount(), 1u);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/cpu_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -128,22 +128,16 @@ TEST_F(Cpus, TheFirstHbmDeviceTellsTheArray) {
 }
 
 TEST_F(Cpus, StacksAreCountedByThePositionOfTheProcessorNotByItsSocket) {
-  Table table;
-  table.Add(Processor{.status = 0});
-  table.Add(Designated("CPU7"));
-  table.Add(StackAt("CPU1_HBMIO0"));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.status = 0}, Designated("CPU7"), StackAt("CPU1_HBMIO0"))),
+            EFI_SUCCESS);
   EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
   EXPECT_THAT(log, Contains("MakeCPUs: Failed to get HBM1 Information for cpu1"));
 }
 
 TEST_F(Cpus, OfThePositionOfTheProcessorTheLowEightBitsCount) {
-  Table table;
-  for (int n = 0; n < 257; ++n) {
-    table.Add(Processor{.status = static_cast<uint8_t>(n == 256 ? 0x41 : 0)});
-  }
-  table.Add(StackAt("CPU0_HBMIO0"));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(Table::Of(Copies(256, Processor{.status = 0}), Processor{}, StackAt("CPU0_HBMIO0"))),
+      EFI_SUCCESS);
   EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
 }
 

@@ -18,7 +18,7 @@ namespace {
 using testing::IsEmpty;
 
 // A record and the structures of one type.
-class CpuMemory : public BuilderTest {
+class CpuMemory : public PreparedDriver {
  protected:
   CpuMemory() { std::memset(&mRecord, 0, sizeof(mRecord)); }
 
@@ -46,27 +46,19 @@ class Caches : public CpuMemory {
   CACHE_INFO* Slot(size_t level) { return mRecord.device.cpu.CacheInfo[level]; }
 };
 
-Table CacheTable(const std::vector<Cache>& caches) {
-  Table table;
-  for (const Cache& cache : caches) {
-    table.Add(cache);
-  }
-  return table;
-}
-
 TEST_F(Caches, TheDescriptionIsCopiedFieldByField) {
-  PrepareType(CacheTable({Cache{.handle = 0x700,
-                                .configuration = 0x02E9,
-                                .maximumSize = 0x8123,
-                                .installedSize = 0x8045,
-                                .supportedSram = 0x7777,
-                                .currentSram = 0x0021,
-                                .speed = 9,
-                                .errorCorrection = 5,
-                                .systemType = 4,
-                                .associativity = 8,
-                                .maximumSize2 = 0xFFFFFFFF,
-                                .installedSize2 = 0xFFFFFFFF}}),
+  PrepareType(Table::Of(Cache{.handle = 0x700,
+                              .configuration = 0x02E9,
+                              .maximumSize = 0x8123,
+                              .installedSize = 0x8045,
+                              .supportedSram = 0x7777,
+                              .currentSram = 0x0021,
+                              .speed = 9,
+                              .errorCorrection = 5,
+                              .systemType = 4,
+                              .associativity = 8,
+                              .maximumSize2 = 0xFFFFFFFF,
+                              .installedSize2 = 0xFFFFFFFF}),
               7);
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
   CACHE_INFO expected = {};
@@ -100,7 +92,7 @@ TEST_F(Caches, LevelAndLocationComeFromTheConfiguration) {
     caches.push_back(Cache{.handle = static_cast<uint16_t>(0x700 + caches.size()),
                            .configuration = one.configuration});
   }
-  PrepareType(CacheTable(caches), 7);
+  PrepareType(Table::Of(caches), 7);
   for (size_t i = 0; i < std::size(kCases); ++i) {
     ASSERT_EQ(Get(static_cast<UINT16>(0x700 + i), 0), EFI_SUCCESS);
     EXPECT_EQ(Value(Slot(0)->CacheLevel), kCases[i].level) << i;
@@ -110,8 +102,8 @@ TEST_F(Caches, LevelAndLocationComeFromTheConfiguration) {
 }
 
 TEST_F(Caches, TheFirstStructureWithTheHandleIsTaken) {
-  PrepareType(CacheTable({Cache{.handle = 0x701, .speed = 1}, Cache{.handle = 0x700, .speed = 2},
-                          Cache{.handle = 0x700, .speed = 3}}),
+  PrepareType(Table::Of(Cache{.handle = 0x701, .speed = 1}, Cache{.handle = 0x700, .speed = 2},
+                        Cache{.handle = 0x700, .speed = 3}),
               7);
   ASSERT_EQ(Get(0x700, 2), EFI_SUCCESS);
   EXPECT_EQ(Slot(2)->CacheSpeed, 2);
@@ -120,7 +112,7 @@ TEST_F(Caches, TheFirstStructureWithTheHandleIsTaken) {
 }
 
 TEST_F(Caches, HandleFfffIsNoCacheEvenWhereAStructureHasIt) {
-  PrepareType(CacheTable({Cache{.handle = 0xFFFF}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0xFFFF}), 7);
   mRecord.device.cpu.CacheInfo[2] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Slot(2), nullptr);
@@ -128,7 +120,7 @@ TEST_F(Caches, HandleFfffIsNoCacheEvenWhereAStructureHasIt) {
 }
 
 TEST_F(Caches, AMissingLevelLeavesTheOthersAlone) {
-  PrepareType(CacheTable({Cache{.handle = 0x700}, Cache{.handle = 0x701}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0x700}, Cache{.handle = 0x701}), 7);
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
   ASSERT_EQ(Get(0x701, 1), EFI_SUCCESS);
   EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
@@ -138,7 +130,7 @@ TEST_F(Caches, AMissingLevelLeavesTheOthersAlone) {
 }
 
 TEST_F(Caches, AHandleThatNoStructureHasIsNotFound) {
-  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   mRecord.device.cpu.CacheInfo[1] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   EXPECT_EQ(Get(0x7FF, 1), EFI_NOT_FOUND);
   EXPECT_EQ(Slot(1), nullptr);
@@ -146,21 +138,21 @@ TEST_F(Caches, AHandleThatNoStructureHasIsNotFound) {
 }
 
 TEST_F(Caches, WithoutRecordOrArrayNothingIsDone) {
-  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   EXPECT_EQ(GetCacheInfo(nullptr, mList.Records(), 1, 0x700, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(GetCacheInfo(&mRecord, nullptr, 1, 0x700, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Slot(0), nullptr);
 }
 
 TEST_F(Caches, OfALevelThatARecordDoesNotHaveAreNotDescribed) {
-  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   EXPECT_EQ(GetCacheInfo(&mRecord, mList.Records(), 1, 0x700, TVQ_CACHE_LEVELS),
             EFI_INVALID_PARAMETER);
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
 TEST_F(Caches, WithoutMemoryTheSlotIsNull) {
-  PrepareType(CacheTable({Cache{.handle = 0x700}}), 7);
+  PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   mRecord.device.cpu.CacheInfo[0] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   FailAllocation(1);
   EXPECT_EQ(Get(0x700, 0), EFI_OUT_OF_RESOURCES);
@@ -168,8 +160,8 @@ TEST_F(Caches, WithoutMemoryTheSlotIsNull) {
 }
 
 TEST_F(Caches, FieldsPastTheFormattedPartReadAsZero) {
-  Table table;
-  table.Add(Cache{.handle = 0x700, .speed = 9, .errorCorrection = 5}.Build().CutTo(0x0F));
+  Table table =
+      Table::Of(Cache{.handle = 0x700, .speed = 9, .errorCorrection = 5}.Build().CutTo(0x0F));
   PrepareType(table, 7);
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
   EXPECT_EQ(Value(Slot(0)->CurrentSRAMType), 0x20);
@@ -188,7 +180,7 @@ class Stacks : public CpuMemory {
   HBM_INFO* Slot(size_t stack) { return mRecord.device.cpu.HBMInfo[stack]; }
 };
 
-MemoryDevice StackAt(const Text& locator, uint16_t speed = 3200) {
+MemoryDevice DeviceAt(const Text& locator, uint16_t speed = 3200) {
   MemoryDevice device;
   device.locator = locator;
   device.memoryType = 0x21;
@@ -196,22 +188,14 @@ MemoryDevice StackAt(const Text& locator, uint16_t speed = 3200) {
   return device;
 }
 
-Table StackTable(const std::vector<MemoryDevice>& devices) {
-  Table table;
-  for (const MemoryDevice& device : devices) {
-    table.Add(device);
-  }
-  return table;
-}
-
 TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
-  MemoryDevice stack = StackAt("CPU0_HBMIO1", 0x1C2D);
+  MemoryDevice stack = DeviceAt("CPU0_HBMIO1", 0x1C2D);
   stack.size = 0x7FFF;
   stack.extendedSize = 0x12345;
   stack.nonVolatileSize = 0x1122334455667788;
   stack.volatileSize = 0x400000000;
   stack.cacheSize = 0xFFFFFFFFFFFFFFFF;
-  PrepareType(StackTable({stack}), 17);
+  PrepareType(Table::Of(stack), 17);
   ASSERT_EQ(Get(0, 1), EFI_SUCCESS);
   HBM_INFO expected = {};
   expected.Size = 0x7FFF;
@@ -231,7 +215,7 @@ TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
 }
 
 TEST_F(Stacks, ThatAreNotThereAreAnError) {
-  PrepareType(StackTable({StackAt("CPU1_HBMIO2"), StackAt(std::nullopt)}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU1_HBMIO2"), DeviceAt(std::nullopt)), 17);
   mRecord.device.cpu.HBMInfo[3] = reinterpret_cast<HBM_INFO*>(&mRecord);
   EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
   EXPECT_EQ(Slot(3), nullptr);
@@ -241,22 +225,22 @@ TEST_F(Stacks, ThatAreNotThereAreAnError) {
 }
 
 TEST_F(Stacks, AreNotFoundWithoutALogToo) {
-  PrepareType(StackTable({StackAt("CPU1_HBMIO2")}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU1_HBMIO2")), 17);
   gDebugLog = nullptr;
   EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
 }
 
 TEST_F(Stacks, TheFirstDeviceWhoseLocatorContainsThePatternIsTaken) {
-  PrepareType(StackTable({StackAt("CPU1_HBMIO", 1), StackAt("Board CPU1_HBMIO0 (left)", 2),
-                          StackAt("CPU1_HBMIO0", 3)}),
+  PrepareType(Table::Of(DeviceAt("CPU1_HBMIO", 1), DeviceAt("Board CPU1_HBMIO0 (left)", 2),
+                        DeviceAt("CPU1_HBMIO0", 3)),
               17);
   ASSERT_EQ(Get(1, 0), EFI_SUCCESS);
   EXPECT_EQ(Value(Slot(0)->Speed), 2);
 }
 
 TEST_F(Stacks, ThePatternOfATwoDigitProcessorLosesTheStack) {
-  PrepareType(StackTable({StackAt("CPU1_HBMIO2", 1), StackAt("CPU12_HBMIO3", 2),
-                          StackAt("CPU12_HBMIO0", 3)}),
+  PrepareType(Table::Of(DeviceAt("CPU1_HBMIO2", 1), DeviceAt("CPU12_HBMIO3", 2),
+                        DeviceAt("CPU12_HBMIO0", 3)),
               17);
   for (UINT8 stack = 0; stack < TVQ_HBM_STACKS; ++stack) {
     ASSERT_EQ(Get(12, stack), EFI_SUCCESS);
@@ -266,24 +250,23 @@ TEST_F(Stacks, ThePatternOfATwoDigitProcessorLosesTheStack) {
 }
 
 TEST_F(Stacks, ThePatternOfAThreeDigitProcessorIsElevenCharactersToo) {
-  PrepareType(StackTable({StackAt("CPU123_HBMI", 1)}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU123_HBMI", 1)), 17);
   ASSERT_EQ(Get(123, 0), EFI_SUCCESS);
   EXPECT_EQ(TakeLog().front(), "GetHbmInfo: HBM Locator = CPU123_HBMI\n");
 }
 
 TEST_F(Stacks, AreLookedForInEveryDeviceWhateverItsMemoryType) {
-  MemoryDevice device = StackAt("CPU0_HBMIO0");
+  MemoryDevice device = DeviceAt("CPU0_HBMIO0");
   device.memoryType = 0x1A;
-  PrepareType(StackTable({device}), 17);
+  PrepareType(Table::Of(device), 17);
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
   EXPECT_EQ(Slot(0)->MemoryType, 0x1A);
 }
 
 TEST_F(Stacks, OfAnOlderStandardHaveNoLateSizes) {
-  MemoryDevice stack = StackAt("CPU0_HBMIO0");
+  MemoryDevice stack = DeviceAt("CPU0_HBMIO0");
   stack.nonVolatileSize = stack.volatileSize = stack.cacheSize = 0x1111;
-  Table table;
-  table.Add(stack.Build().CutTo(0x44));
+  Table table = Table::Of(stack.Build().CutTo(0x44));
   PrepareType(table, 17);
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
   EXPECT_EQ(Value(Slot(0)->NonVolatileSize), 0x1111u);
@@ -293,12 +276,9 @@ TEST_F(Stacks, OfAnOlderStandardHaveNoLateSizes) {
 }
 
 TEST_F(Stacks, ALocatorPastTheStringsMovesItsSlotForLaterQuestions) {
-  Structure broken = StackAt("CPU0_HBMIO0", 1).Build();
+  Structure broken = DeviceAt("CPU0_HBMIO0", 1).Build();
   broken.SetByte(0x10, 9);
-  Table table;
-  table.Add(broken);
-  table.Add(Bios{.vendor = "x"});
-  table.Add(StackAt("CPU0_HBMIO0", 2));
+  Table table = Table::Of(broken, Bios{.vendor = "x"}, DeviceAt("CPU0_HBMIO0", 2));
   PrepareType(table, 17);
   UINT8* const before = mList.Records()[0];
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
@@ -307,7 +287,7 @@ TEST_F(Stacks, ALocatorPastTheStringsMovesItsSlotForLaterQuestions) {
 }
 
 TEST_F(Stacks, WithoutRecordOrArrayNothingIsDone) {
-  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU0_HBMIO0")), 17);
   EXPECT_EQ(GetHbmInfo(nullptr, mList.Records(), 1, 0, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(GetHbmInfo(&mRecord, nullptr, 1, 0, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Slot(0), nullptr);
@@ -315,13 +295,13 @@ TEST_F(Stacks, WithoutRecordOrArrayNothingIsDone) {
 }
 
 TEST_F(Stacks, OfANumberThatARecordDoesNotHaveAreNotDescribed) {
-  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU0_HBMIO0")), 17);
   EXPECT_EQ(GetHbmInfo(&mRecord, mList.Records(), 1, 0, TVQ_HBM_STACKS), EFI_INVALID_PARAMETER);
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
 TEST_F(Stacks, WithoutMemoryTheSlotIsNullAndNothingOfItIsLogged) {
-  PrepareType(StackTable({StackAt("CPU0_HBMIO0")}), 17);
+  PrepareType(Table::Of(DeviceAt("CPU0_HBMIO0")), 17);
   mRecord.device.cpu.HBMInfo[0] = reinterpret_cast<HBM_INFO*>(&mRecord);
   FailAllocation(1);
   EXPECT_EQ(Get(0, 0), EFI_OUT_OF_RESOURCES);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/cpu_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -14,40 +14,35 @@ namespace {
 using testing::Contains;
 using testing::Not;
 
-// Processors CPU1, CPU2, ... and structures of OEM strings behind them.
-Table PpinServer(size_t processors, const std::vector<Structure>& behind) {
-  Table table;
-  for (size_t n = 1; n <= processors; ++n) {
-    table.Add(Designated("CPU" + std::to_string(n)));
+// Processors CPU1, CPU2, ...
+std::vector<Processor> Sockets(size_t count) {
+  std::vector<Processor> processors;
+  for (size_t n = 1; n <= count; ++n) {
+    processors.push_back(Designated("CPU" + std::to_string(n)));
   }
-  for (const Structure& structure : behind) {
-    table.Add(structure);
-  }
-  return table;
+  return processors;
 }
 
 TEST_F(Cpus, EachSocketTakesTheNextPpinInOrder) {
-  ASSERT_EQ(Make(PpinServer(
-                2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(Table::Of(Sockets(2), OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}))),
+      EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_EQ(Utf8(Cpu(1).PPIN), "BBBBBBBBBBBBBBBB");
 }
 
 TEST_F(Cpus, AnEmptySocketTakesNoPpin) {
-  Table table;
-  table.Add(Processor{.designation = "CPU1", .status = 0});
-  table.Add(Processor{.designation = "CPU2"});
-  table.Add(OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.designation = "CPU1", .status = 0},
+                           Processor{.designation = "CPU2"},
+                           OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"}))),
+            EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "AAAAAAAAAAAAAAAA");
 }
 
 TEST_F(Cpus, AStringWithoutTheTagStopsThePpinsForAllLaterSockets) {
-  ASSERT_EQ(
-      Make(PpinServer(
-          3, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "no tag", "17[BBBBBBBBBBBBBBBB]"}).Build()})),
-      EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(3), OemStringsWith({"17[AAAAAAAAAAAAAAAA]", "no tag",
+                                                       "17[BBBBBBBBBBBBBBBB]"}))),
+            EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu(0).PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_EQ(Value(Cpu(1).PPIN), nullptr);
   EXPECT_EQ(Value(Cpu(2).PPIN), nullptr);
@@ -55,7 +50,7 @@ TEST_F(Cpus, AStringWithoutTheTagStopsThePpinsForAllLaterSockets) {
 }
 
 TEST_F(Cpus, BehindTheLastOemStringThereIsNoPpinAndNoLine) {
-  ASSERT_EQ(Make(PpinServer(2, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build(), Bios{}.Build()})),
+  ASSERT_EQ(Make(Table::Of(Sockets(2), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}), Bios{})),
             EFI_SUCCESS);
   EXPECT_NE(Value(Cpu(0).PPIN), nullptr);
   EXPECT_EQ(Value(Cpu(1).PPIN), nullptr);
@@ -65,7 +60,7 @@ TEST_F(Cpus, BehindTheLastOemStringThereIsNoPpinAndNoLine) {
 
 TEST_F(Cpus, ThePpinMayFollowOtherTextInItsString) {
   ASSERT_EQ(
-      Make(PpinServer(1, {OemStringsWith({"one", "two", "x17[AAAAAAAAAAAAAAAA]17[B"}).Build()})),
+      Make(Table::Of(Sockets(1), OemStringsWith({"one", "two", "x17[AAAAAAAAAAAAAAAA]17[B"}))),
       EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "AAAAAAAAAAAAAAAA");
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: one\n"));
@@ -73,17 +68,16 @@ TEST_F(Cpus, ThePpinMayFollowOtherTextInItsString) {
 }
 
 TEST_F(Cpus, StringsWithoutATagGiveNoPpin) {
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"one", "17(AAAA"}).Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), OemStringsWith({"one", "17(AAAA"}))), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().PPIN), nullptr);
   EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =\n"));
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("Couldnot find PPIN"))));
 }
 
 TEST_F(Cpus, AShortPpinTakesItsSixteenCharactersAsTheyStand) {
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC",
-                                                "D\x80"
-                                                "FGHIJKLMNOPQR"})
-                                    .Build()})),
+  ASSERT_EQ(Make(Table::Of(Sockets(1), OemStringsWith({"17[ABC",
+                                                       "D\x80"
+                                                       "FGHIJKLMNOPQR"}))),
             EFI_SUCCESS);
   EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC\0D\xFF80"
                                                   u"FGHIJKLMNO\0",
@@ -92,7 +86,7 @@ TEST_F(Cpus, AShortPpinTakesItsSixteenCharactersAsTheyStand) {
 }
 
 TEST_F(Cpus, APpinPastTheTableReadsAsZero) {
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({"17[ABC"}).Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), OemStringsWith({"17[ABC"}))), EFI_SUCCESS);
   EXPECT_EQ(Units(Cpu().PPIN, 17), std::u16string(u"ABC") + std::u16string(14, u'\0'));
 }
 
@@ -100,7 +94,7 @@ TEST_F(Cpus, OemStringsAreReadFromByte25NotFromTheFirstString) {
   OemStrings
       strings;  // 14 characters end at byte 5 + 15; byte 25 is the sixth of the second string
   strings.texts = {"17[AAAAAAAAAAA", "-----17[BBBBBBBBBBBBBBBB]"};
-  ASSERT_EQ(Make(PpinServer(1, {strings.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), strings)), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "BBBBBBBBBBBBBBBB");
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: 17[BBBBBBBBBBBBBBBB]\n"));
 }
@@ -110,7 +104,7 @@ TEST_F(Cpus, ByteTwentyFiveMayLieInTheStructureBehind) {
   strings.texts = {"OEM"};  // 10 bytes
   OemStrings next;          // its strings begin at byte 15
   next.texts = {"17[AAAAAAAAAAAAAAAA]", "17[BBBBBBBBBBBBBBBB]"};
-  ASSERT_EQ(Make(PpinServer(1, {strings.Build(), next.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), strings, next)), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().PPIN), "BBBBBBBBBBBBBBBB");
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: AAAAAAAAA]\n"));
 }
@@ -118,22 +112,22 @@ TEST_F(Cpus, ByteTwentyFiveMayLieInTheStructureBehind) {
 TEST_F(Cpus, ByteTwentyFivePastTheTableIsNoString) {
   OemStrings strings;
   strings.texts = {"17[AAAA"};
-  ASSERT_EQ(Make(PpinServer(1, {strings.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), strings)), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().PPIN), nullptr);
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: \n"));
   EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =\n"));
 }
 
 TEST_F(Cpus, AnOemStringThatDoesNotEndInsideTheTableIsNoString) {
-  Table table = PpinServer(1, {OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
+  Table table = Table::Of(Sockets(1), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}));
   table.Chop(2);
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().PPIN), nullptr);
 }
 
 TEST_F(Cpus, OnlyTheFirstStructureOfOemStringsIsLookedAt) {
-  Table table = PpinServer(
-      1, {OemStringsWith({"none"}).Build(), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}).Build()});
+  Table table =
+      Table::Of(Sockets(1), OemStringsWith({"none"}), OemStringsWith({"17[AAAAAAAAAAAAAAAA]"}));
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_THAT(log, Contains("MakeCPUs: Found 2 OEM SMBIOS structures of len = *\n"));
   EXPECT_EQ(Value(Cpu().PPIN), nullptr);
@@ -141,7 +135,7 @@ TEST_F(Cpus, OnlyTheFirstStructureOfOemStringsIsLookedAt) {
 
 TEST_F(Cpus, ALongOemStringIsCutInTheLogAlone) {
   const std::string text = "17[0123456789ABCDEF]" + std::string(200, 'x');
-  ASSERT_EQ(Make(PpinServer(1, {OemStringsWith({text}).Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Sockets(1), OemStringsWith({text}))), EFI_SUCCESS);
   EXPECT_THAT(log, Contains("MakeCPUs: First oem string: " + text.substr(0, 127) + "\n"));
   EXPECT_THAT(log, Contains("MakeCPUs: Tag17 str: =" + text.substr(0, 127) + "\n"));
   EXPECT_EQ(Utf8(Cpu().PPIN), "0123456789ABCDEF");

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/cpu_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -16,12 +16,11 @@ using testing::Contains;
 TEST_F(Cpus, AVersionPastTheStringsTakesTheRestFromTheStructureBehind) {
   Structure first = Processor{.handle = 0x400, .designation = "CPU1", .coreCount = 4}.Build();
   first.SetByte(0x10, 9);
-  ASSERT_EQ(Make(ServerWith({first, Processor{.handle = 0x401,
-                                              .designation = "CPU5",
-                                              .version = "Next",
-                                              .status = 0x01,
-                                              .coreCount = 6}
-                                        .Build()})),
+  ASSERT_EQ(Make(Table::Of(first, Processor{.handle = 0x401,
+                                            .designation = "CPU5",
+                                            .version = "Next",
+                                            .status = 0x01,
+                                            .coreCount = 6})),
             EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "");
@@ -32,14 +31,13 @@ TEST_F(Cpus, AVersionPastTheStringsTakesTheRestFromTheStructureBehind) {
 }
 
 TEST_F(Cpus, ADesignationPastTheStringsTakesTheRestFromTheStructureBehind) {
-  Table table;
   Structure first = Processor{.handle = 0x400, .version = "First", .coreCount = 4}.Build();
   first.SetByte(4, 9);
-  table.Add(first);
-  table.Add(
-      Processor{.handle = 0x401, .family = 0x77, .version = "Next", .status = 0, .coreCount = 6});
-  table.Add(MapOf({{"CPU.Socket.First", 0x400}, {"CPU.Socket.Next", 0x401}}));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  const Processor behind = {
+      .handle = 0x401, .family = 0x77, .version = "Next", .status = 0, .coreCount = 6};
+  ASSERT_EQ(Make(Table::Of(first, behind,
+                           MapOf({{"CPU.Socket.First", 0x400}, {"CPU.Socket.Next", 0x401}}))),
+            EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "First");
   EXPECT_EQ(Cpu().CoreCount, 4);
   EXPECT_EQ(Cpu().Socket, 0);
@@ -49,14 +47,11 @@ TEST_F(Cpus, ADesignationPastTheStringsTakesTheRestFromTheStructureBehind) {
 }
 
 TEST_F(Cpus, AManufacturerPastTheStringsTakesCachesFromTheStructureBehind) {
-  Table table;
   Structure first = Processor{.l1 = 0x700}.Build();
   first.SetByte(7, 9);
-  table.Add(first);
-  table.Add(Processor{.version = "Next", .status = 0, .l1 = 0x701});
-  table.Add(Cache{.handle = 0x700, .speed = 1});
-  table.Add(Cache{.handle = 0x701, .speed = 2});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(first, Processor{.version = "Next", .status = 0, .l1 = 0x701},
+                           Cache{.handle = 0x700, .speed = 1}, Cache{.handle = 0x701, .speed = 2})),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().ProcessorManufacturer), nullptr);
   EXPECT_EQ(Utf8(Cpu().ProcessorVersion), "Next");
   EXPECT_EQ(Cpu().Status, 0x41);  // taken before
@@ -67,7 +62,7 @@ TEST_F(Cpus, AManufacturerPastTheStringsTakesCachesFromTheStructureBehind) {
 TEST_F(Cpus, AStringPastTheLastStructureLeavesNothingToRead) {
   Structure only = Processor{}.Build();
   only.SetByte(0x10, 9);
-  ASSERT_EQ(Make(ServerWith({only})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(only)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Cpu().CoreCount, 0);
   EXPECT_EQ(Cpu().Socket, 0);
@@ -75,20 +70,17 @@ TEST_F(Cpus, AStringPastTheLastStructureLeavesNothingToRead) {
 }
 
 TEST_F(Cpus, BehindTheLastStructureThereIsNoHandle) {
-  Table table;
-  table.Add(MapOf({{"CPU.Socket.0", 0x0000}, {"CPU.Socket.1", 0x400}}));
-  Structure only = Processor{.handle = 0x400}.Build();
-  only.SetByte(0x10, 9);
-  table.Add(only);
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  Structure last = Processor{.handle = 0x400}.Build();
+  last.SetByte(0x10, 9);
+  ASSERT_EQ(Make(Table::Of(MapOf({{"CPU.Socket.0", 0x0000}, {"CPU.Socket.1", 0x400}}), last)),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().FQDD), nullptr);
   EXPECT_THAT(log, Contains("FindFqdd: Handle 0xFFFF not found\n"));
 }
 
 TEST_F(Cpus, FieldsPastTheFormattedPartReadAsZero) {
-  Table table = ServerWith({OneProcessor().Build().CutTo(0x23)});
-  table.Add(Cache{.handle = 0x700});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneProcessor().Build().CutTo(0x23), Cache{.handle = 0x700})),
+            EFI_SUCCESS);
   EXPECT_EQ(Cpu().CoreCount, 0);
   EXPECT_EQ(Cpu().EnabledCoreCount, 0);
   EXPECT_EQ(Cpu().ThreadCount, 0);
@@ -97,9 +89,8 @@ TEST_F(Cpus, FieldsPastTheFormattedPartReadAsZero) {
 }
 
 TEST_F(Cpus, CacheHandlesPastTheFormattedPartNameNoCache) {
-  Table table = ServerWith({OneProcessor().Build().CutTo(0x1A)});
-  table.Add(Cache{.handle = 0x000});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneProcessor().Build().CutTo(0x1A), Cache{.handle = 0x000})),
+            EFI_SUCCESS);
   for (size_t level = 0; level < TVQ_CACHE_LEVELS; ++level) {
     EXPECT_EQ(Value(Cpu().CacheInfo[level]), nullptr);
     EXPECT_THAT(log, Contains("MakeCPUs: Failed to get L" + std::to_string(level + 1) +
@@ -108,7 +99,7 @@ TEST_F(Cpus, CacheHandlesPastTheFormattedPartNameNoCache) {
 }
 
 TEST_F(Cpus, AStatusPastTheFormattedPartIsAnEmptySocket) {
-  EXPECT_EQ(Make(ServerWith({OneProcessor().Build().CutTo(0x18)})), EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(OneProcessor().Build().CutTo(0x18))), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/unit/shared/argument_log.h"
-#include "tests/unit/driver/common/cpu_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/builders.h"
 #include "TvqSmbiosPkg/src/common/record.h"
@@ -42,7 +42,7 @@ TEST_F(Cpus, LogEveryStep) {
 }
 
 TEST_F(Cpus, LogTheAddressOfTheSizesAsTheLengthOfTheOemStrings) {
-  const Table table = ServerWith({OneProcessor().Build(), OemStrings{}.Build()});
+  const Table table = Table::Of(OneProcessor(), OemStrings{});
   Prepare(table);
   std::vector<size_t> sizes;
   const ArgumentLog addresses(
@@ -61,7 +61,7 @@ TEST_F(Cpus, LogTheAddressOfTheSizesAsTheLengthOfTheOemStrings) {
 }
 
 TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
-  ASSERT_EQ(Make(ServerWith({Processor{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{})), EFI_SUCCESS);
   const char count[] = "smTVQ->device.cpu.CoreCount: 8\n";
   EXPECT_TRUE(SameLines(
       log,
@@ -78,29 +78,29 @@ TEST_F(Cpus, LogWhatIsMissingAndGoOn) {
 }
 
 TEST_F(Cpus, AreNotFoundWithoutAProcessor) {
-  EXPECT_EQ(Make(ServerWith({Bios{}.Build()})), EFI_NOT_FOUND);
+  EXPECT_EQ(Make(Table::Of(Bios{})), EFI_NOT_FOUND);
   EXPECT_EQ(log, LinesOf("MakeCPUs", {"Entry MakeCPUs\n"}));
   EXPECT_EQ(RecordCount(), 0u);
 }
 
 TEST_F(Cpus, AnEmptySocketGetsNoRecordAndCountsNoCores) {
-  EXPECT_EQ(Make(ServerWith({Processor{.status = 0x00}.Build()})), EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(Processor{.status = 0x00})), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
   EXPECT_THAT(log, Contains("MakeCPUs: smTVQ->device.cpu.CoreCount: 0\n").Times(1));
   EXPECT_EQ(log.back(), "MakeCPUs: Leaving MakeCPUs\n");
 }
 
 TEST_F(Cpus, OnlyBit6OfTheStatusSaysThatASocketIsPopulated) {
-  ASSERT_EQ(Make(ServerWith({Processor{.designation = "CPU1", .status = 0xBF}.Build(),
-                             Processor{.designation = "CPU2", .status = 0x40}.Build()})),
+  ASSERT_EQ(Make(Table::Of(Processor{.designation = "CPU1", .status = 0xBF},
+                           Processor{.designation = "CPU2", .status = 0x40})),
             EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Cpu().Socket, 2);
 }
 
 TEST_F(Cpus, AnEmptySocketLogsTheCoresOfTheLastRecord) {
-  ASSERT_EQ(Make(ServerWith({Processor{.status = 0x41, .coreCount = 12}.Build(),
-                             Processor{.status = 0x01, .coreCount = 99}.Build()})),
+  ASSERT_EQ(Make(Table::Of(Processor{.status = 0x41, .coreCount = 12},
+                           Processor{.status = 0x01, .coreCount = 99})),
             EFI_SUCCESS);
   const Strings end(log.end() - 3, log.end());
   EXPECT_EQ(end, LinesOf("MakeCPUs", {"smTVQ->device.cpu.CoreCount: 12\n",
@@ -108,8 +108,7 @@ TEST_F(Cpus, AnEmptySocketLogsTheCoresOfTheLastRecord) {
 }
 
 TEST_F(Cpus, CountEveryStructureInTheLog) {
-  ASSERT_EQ(Make(ServerWith({Processor{.status = 0}.Build(), Processor{.coreCount = 4}.Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.status = 0}, Processor{.coreCount = 4})), EFI_SUCCESS);
   EXPECT_THAT(log, Contains("MakeCPUs: tables[1].Type4->CoreCount: 4\n"));
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("tables[0]"))));
 }
@@ -176,15 +175,13 @@ TEST_F(Cpus, TheDevicePathNamesTypeAndSocket) {
 }
 
 TEST_F(Cpus, TheLastDevicePathIsKept) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPU2").Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Designated("CPU1"), Designated("CPU2"))), EFI_SUCCESS);
   EXPECT_EQ(Value(Record(1)->DevicePath), gTvqDevicePath);
   EXPECT_NE(Value(Record(0)->DevicePath), gTvqDevicePath);
 }
 
 TEST_F(Cpus, EveryPopulatedSocketHasARecordInTableOrder) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU2").Build(), Designated("CPU1").Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Designated("CPU2"), Designated("CPU1"))), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 2u);
   EXPECT_EQ(Cpu(0).Socket, 2);
   EXPECT_EQ(Cpu(1).Socket, 1);
@@ -205,7 +202,7 @@ class CpuSocket : public Cpus, public testing::WithParamInterface<SocketCase> {}
 TEST_P(CpuSocket, IsTheFourthCharacterOfTheDesignationMinusTheDigitZero) {
   Processor processor = Designated(GetParam().designation);
   processor.manufacturer = processor.version = std::nullopt;
-  ASSERT_EQ(Make(ServerWith({processor.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(processor)), EFI_SUCCESS);
   EXPECT_EQ(Cpu().Socket, GetParam().socket);
   EXPECT_EQ(PathData(), (Bytes{2, GetParam().socket, 0, 0, 0, 0, 0}));
 }
@@ -224,22 +221,21 @@ INSTANTIATE_TEST_SUITE_P(Designations, CpuSocket,
 TEST_F(Cpus, TheFourthCharacterOfAShortDesignationIsThatOfTheStringBehind) {
   Processor processor = Designated("P0");
   processor.manufacturer = "9";  // P 0 NUL 9
-  ASSERT_EQ(Make(ServerWith({processor.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(processor)), EFI_SUCCESS);
   EXPECT_EQ(Cpu().Socket, 9);
 }
 
 TEST_F(Cpus, TheFourthCharacterPastTheTableReadsAsZero) {
   Processor processor = Designated("P");
   processor.manufacturer = processor.version = std::nullopt;
-  Table table = ServerWith({processor.Build()});
+  Table table = Table::Of(processor);
   table.Chop(1);
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_EQ(Cpu().Socket, 0xD0);
 }
 
 TEST_F(Cpus, TheSocketNamesTheDevice) {
-  ASSERT_EQ(Make(ServerWith({Designated("CPU1").Build(), Designated("CPUA").Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Designated("CPU1"), Designated("CPUA"))), EFI_SUCCESS);
   EXPECT_EQ(NameOf(0), "CPU 1");
   EXPECT_EQ(FqddOf(0), "CPU.Socket.1");
   EXPECT_EQ(NameOf(1), "CPU 17");
@@ -249,26 +245,25 @@ TEST_F(Cpus, TheSocketNamesTheDevice) {
 // --- Texts ---
 
 TEST_F(Cpus, WithoutAVersionTheMarketingNameIsEmpty) {
-  ASSERT_EQ(Make(ServerWith({Processor{.version = std::nullopt}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.version = std::nullopt})), EFI_SUCCESS);
   EXPECT_EQ(Units(Cpu().Generic.MarketingName, 1), std::u16string(1, u'\0'));
   EXPECT_EQ(Value(Cpu().ProcessorVersion), nullptr);
 }
 
 TEST_F(Cpus, WithoutAManufacturerThereIsNone) {
-  ASSERT_EQ(Make(ServerWith({Processor{.manufacturer = std::nullopt}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.manufacturer = std::nullopt})), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().ProcessorManufacturer), nullptr);
 }
 
 TEST_F(Cpus, BlanksOfTheMarketingNameAreTrimmedByThePlatform) {
-  ASSERT_EQ(Make(ServerWith({Processor{.version = " A  B "}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.version = " A  B "})), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "A  B");
   EXPECT_EQ(Utf8(Cpu().ProcessorVersion), " A  B ");
 }
 
 TEST_F(Cpus, TextsAreWidenedWithSignExtension) {
-  ASSERT_EQ(
-      Make(ServerWith({Processor{.manufacturer = "\x7F\x80\xFF", .version = "\xAE"}.Build()})),
-      EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.manufacturer = "\x7F\x80\xFF", .version = "\xAE"})),
+            EFI_SUCCESS);
   EXPECT_EQ(Units(Cpu().ProcessorManufacturer, 4), std::u16string(u"\x7F\xFF80\xFFFF\0", 4));
   EXPECT_EQ(Units(Cpu().Generic.MarketingName, 2), std::u16string(u"\xFFAE\0", 2));
   EXPECT_EQ(Units(Cpu().ProcessorVersion, 2), std::u16string(u"\xFFAE\0", 2));
@@ -277,7 +272,7 @@ TEST_F(Cpus, TextsAreWidenedWithSignExtension) {
 // --- What consumers make of the processor's ID ---
 
 TEST_F(Cpus, ModelAndSteppingComeFromTheLowWordOfTheId) {
-  ASSERT_EQ(Make(ServerWith({Processor{.processorId = 0xBFEBFBFF000806F8}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.processorId = 0xBFEBFBFF000806F8})), EFI_SUCCESS);
   const std::string document = DocumentOf();
   EXPECT_THAT(document, testing::HasSubstr(">Model 143 Stepping 8<"));
   EXPECT_THAT(document, testing::HasSubstr("<ProcessorEffectiveFamily>6<"));
@@ -285,42 +280,39 @@ TEST_F(Cpus, ModelAndSteppingComeFromTheLowWordOfTheId) {
 
 // Deliberate: the extended family is joined, not added.
 TEST_F(Cpus, BaseAndExtendedFamilyAreJoinedByOr) {
-  ASSERT_EQ(Make(ServerWith({Processor{.processorId = 0x00A00F10}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.processorId = 0x00A00F10})), EFI_SUCCESS);
   EXPECT_THAT(DocumentOf(), testing::HasSubstr("<ProcessorEffectiveFamily>15<"));
 }
 
 // --- FQDD ---
 
 TEST_F(Cpus, WithoutAMapThereIsNoFqddAndNobodyLooksForOne) {
-  ASSERT_EQ(Make(ServerWith({Processor{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{})), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().FQDD), nullptr);
   EXPECT_EQ(FqddOf(), "CPU.Socket.1");
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("FindFqdd"))));
 }
 
 TEST_F(Cpus, AHandleThatIsNotInTheMapIsLogged) {
-  Table table = ServerWith({Processor{.handle = 0x4AB}.Build()});
-  table.Add(MapOf({{"CPU.Socket.9", 0x400}}));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.handle = 0x4AB}, MapOf({{"CPU.Socket.9", 0x400}}))),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().FQDD), nullptr);
   EXPECT_THAT(log, Contains("FindFqdd: Handle 0x4AB not found\n"));
 }
 
 TEST_F(Cpus, AnEntryWithoutATextGivesNoFqdd) {
-  Table table = ServerWith({Processor{.handle = 0x400}.Build()});
-  table.Add(MapOf({{std::nullopt, 0x400}}));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.handle = 0x400}, MapOf({{std::nullopt, 0x400}}))),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().FQDD), nullptr);
 }
 
 TEST_F(Cpus, AnFqddPastTheStringsMovesTheMapForAllLaterSockets) {
-  Table table = ServerWith({Processor{.handle = 0x400, .designation = "CPU1"}.Build(),
-                            Processor{.handle = 0x401, .designation = "CPU2"}.Build()});
   Structure map = MapOf({{"First", 0x400}, {"Second", 0x401}}).Build();
   map.SetByte(5, 7);  // the first group names string 7 of 2
-  table.Add(map);
-  table.Add(OemStrings{.texts = {"Other", "Stranger"}});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                           Processor{.handle = 0x401, .designation = "CPU2"}, map,
+                           OemStrings{.texts = {"Other", "Stranger"}})),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu(0).FQDD), nullptr);
   EXPECT_EQ(Utf8(Cpu(1).FQDD), "Stranger");
 }
@@ -328,7 +320,7 @@ TEST_F(Cpus, AnFqddPastTheStringsMovesTheMapForAllLaterSockets) {
 // --- Family variable ---
 
 TEST_F(Cpus, TheFamilyIsWrittenToAVariable) {
-  ASSERT_EQ(Make(ServerWith({Processor{.family = 0x6B}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(Processor{.family = 0x6B})), EFI_SUCCESS);
   const host::Variable* const variable =
       harness.Firmware().FindVariable(u"EFI_SMBIOS_PROCESSOR_FAMILY", gZvServicesTableGuid);
   ASSERT_NE(variable, nullptr);
@@ -338,9 +330,9 @@ TEST_F(Cpus, TheFamilyIsWrittenToAVariable) {
 }
 
 TEST_F(Cpus, TheFamilyOfTheLastPopulatedSocketRemains) {
-  ASSERT_EQ(Make(ServerWith({Processor{.designation = "CPU1", .family = 1}.Build(),
-                             Processor{.designation = "CPU2", .family = 2}.Build(),
-                             Processor{.designation = "CPU3", .family = 3, .status = 0}.Build()})),
+  ASSERT_EQ(Make(Table::Of(Processor{.designation = "CPU1", .family = 1},
+                           Processor{.designation = "CPU2", .family = 2},
+                           Processor{.designation = "CPU3", .family = 3, .status = 0})),
             EFI_SUCCESS);
   EXPECT_THAT(
       harness.Firmware().FindVariable(u"EFI_SMBIOS_PROCESSOR_FAMILY", gZvServicesTableGuid)->data,
@@ -348,9 +340,9 @@ TEST_F(Cpus, TheFamilyOfTheLastPopulatedSocketRemains) {
 }
 
 TEST_F(Cpus, TheFamilyIsWrittenForEachPopulatedSocket) {
-  Prepare(ServerWith({Processor{.designation = "CPU1", .family = 1}.Build(),
-                      Processor{.designation = "CPU2", .status = 0}.Build(),
-                      Processor{.designation = "CPU3", .family = 1}.Build()}));
+  Prepare(Table::Of(Processor{.designation = "CPU1", .family = 1},
+                    Processor{.designation = "CPU2", .status = 0},
+                    Processor{.designation = "CPU3", .family = 1}));
   ASSERT_EQ(Make(), EFI_SUCCESS);
   EXPECT_EQ(harness.Firmware().Calls(host::images::driver, host::Service::SetVariable), 2u);
 }
@@ -371,9 +363,7 @@ TEST_F(Cpus, CachesThatAreNotThereAreLoggedOneByOne) {
   processor.l1 = kNoHandle;
   processor.l2 = 0x701;
   processor.l3 = 0x7FF;  // nobody's
-  Table table = ServerWith({processor.Build()});
-  table.Add(Cache{.handle = 0x701});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(processor, Cache{.handle = 0x701})), EFI_SUCCESS);
   EXPECT_EQ(Value(Cpu().CacheInfo[0]), nullptr);
   EXPECT_NE(Value(Cpu().CacheInfo[1]), nullptr);
   EXPECT_EQ(Value(Cpu().CacheInfo[2]), nullptr);
@@ -383,7 +373,7 @@ TEST_F(Cpus, CachesThatAreNotThereAreLoggedOneByOne) {
 }
 
 TEST_F(Cpus, WithoutCacheStructuresNobodyAsksForCaches) {
-  ASSERT_EQ(Make(ServerWith({OneProcessor().Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneProcessor())), EFI_SUCCESS);
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("Cache Information"))));
 }
 

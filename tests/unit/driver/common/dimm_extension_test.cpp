@@ -19,7 +19,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 // The list that is made of a table, and its operations.
-class DimmExtensions : public BuilderTest {
+class DimmExtensions : public PreparedDriver {
  protected:
   void Collect(const Table& table) {
     Prepare(table);
@@ -51,14 +51,6 @@ class DimmExtensions : public BuilderTest {
   TYPE_E2_NODE* mList = nullptr;
 };
 
-Table TableOf(const std::vector<Structure>& structures) {
-  Table table;
-  for (const Structure& structure : structures) {
-    table.Add(structure);
-  }
-  return table;
-}
-
 DimmExtension ExtensionOf(uint16_t handle, uint16_t deviceHandle) {
   DimmExtension extension;
   extension.handle = handle;
@@ -74,12 +66,11 @@ const Strings kAppended =
 // --- Collecting ---
 
 TEST_F(DimmExtensions, AreCopiedFromTheTable) {
-  Collect(TableOf({DimmExtension{.handle = 0xE2AB,
-                                 .deviceHandle = 0x110C,
-                                 .firmwareVersion = "1.2.3",
-                                 .componentId = 0x89ABCDEF,
-                                 .productId = 0xFEDC}
-                       .Build()}));
+  Collect(Table::Of(DimmExtension{.handle = 0xE2AB,
+                                  .deviceHandle = 0x110C,
+                                  .firmwareVersion = "1.2.3",
+                                  .componentId = 0x89ABCDEF,
+                                  .productId = 0xFEDC}));
   ASSERT_EQ(Nodes().size(), 1u);
   EXPECT_EQ(Value(mList->E2Handle), 0xE2AB);
   EXPECT_EQ(Value(mList->Type17Handle), 0x110C);
@@ -89,25 +80,23 @@ TEST_F(DimmExtensions, AreCopiedFromTheTable) {
 }
 
 TEST_F(DimmExtensions, KeepTheFirmwareVersionInACopyOfTheirOwn) {
-  Collect(TableOf({ExtensionOf(0xE200, 0x1100).Build()}));
+  Collect(Table::Of(ExtensionOf(0xE200, 0x1100)));
   const std::optional<host::Block> copy = harness.Memory().Find(Value(mList->FirmwareVersion));
   ASSERT_TRUE(copy.has_value());
   EXPECT_EQ(copy->size, sizeof("1.2.3"));
 }
 
 TEST_F(DimmExtensions, LogEveryStep) {
-  Collect(TableOf({DimmExtension{.handle = 0xE200,
-                                 .deviceHandle = 0x1100,
-                                 .firmwareVersion = "1.2.3",
-                                 .componentId = 7,
-                                 .productId = 0xAB}
-                       .Build(),
-                   DimmExtension{.handle = 0xE201,
-                                 .deviceHandle = 0x11AF,
-                                 .firmwareVersion = "9",
-                                 .componentId = 0xFFFFFFFF,
-                                 .productId = 1}
-                       .Build()}));
+  Collect(Table::Of(DimmExtension{.handle = 0xE200,
+                                  .deviceHandle = 0x1100,
+                                  .firmwareVersion = "1.2.3",
+                                  .componentId = 7,
+                                  .productId = 0xAB},
+                    DimmExtension{.handle = 0xE201,
+                                  .deviceHandle = 0x11AF,
+                                  .firmwareVersion = "9",
+                                  .componentId = 0xFFFFFFFF,
+                                  .productId = 1}));
   EXPECT_TRUE(SameLines(
       log, Joined({LinesOf("MakeDIMMs", {"Found 2 E2\n", "Handle = 0xE200 17Handle 0x1100 \n",
                                          "CMPID = 7 PRID = 0xAB\n", "FirmwareVersion: 1.2.3\n"}),
@@ -118,13 +107,13 @@ TEST_F(DimmExtensions, LogEveryStep) {
 }
 
 TEST_F(DimmExtensions, StandInTableOrder) {
-  Collect(TableOf({ExtensionOf(0xE203, 1).Build(), ExtensionOf(0xE201, 2).Build(), Bios{}.Build(),
-                   ExtensionOf(0xE202, 3).Build()}));
+  Collect(
+      Table::Of(ExtensionOf(0xE203, 1), ExtensionOf(0xE201, 2), Bios{}, ExtensionOf(0xE202, 3)));
   EXPECT_THAT(Handles(), testing::ElementsAre(0xE203, 0xE201, 0xE202));
 }
 
 TEST_F(DimmExtensions, OfOneModuleAreAllListed) {
-  Collect(TableOf({ExtensionOf(0xE200, 0x1100).Build(), ExtensionOf(0xE201, 0x1100).Build()}));
+  Collect(Table::Of(ExtensionOf(0xE200, 0x1100), ExtensionOf(0xE201, 0x1100)));
   EXPECT_THAT(Handles(), testing::ElementsAre(0xE200, 0xE201));
   for (const TYPE_E2_NODE* node : Nodes()) {
     EXPECT_EQ(Value(node->Type17Handle), 0x1100);
@@ -132,19 +121,19 @@ TEST_F(DimmExtensions, OfOneModuleAreAllListed) {
 }
 
 TEST_F(DimmExtensions, AreAnEmptyListWhenThereAreNone) {
-  Collect(TableOf({Bios{}.Build()}));
+  Collect(Table::Of(Bios{}));
   EXPECT_EQ(mList, nullptr);
   EXPECT_EQ(log, LinesOf("MakeDIMMs", {"Could not Found 0xE2 (226)\n"}));
 }
 
 // Both arrays of a type without structures are empty blocks.
 TEST_F(DimmExtensions, LeaveTheEmptyArraysInThePoolWhenThereAreNone) {
-  Collect(TableOf({Bios{}.Build()}));
+  Collect(Table::Of(Bios{}));
   EXPECT_EQ(blocks.size(), 2u);
 }
 
 TEST_F(DimmExtensions, GiveTheArraysBack) {
-  Collect(TableOf({ExtensionOf(0xE200, 0x1100).Build()}));
+  Collect(Table::Of(ExtensionOf(0xE200, 0x1100)));
   EXPECT_EQ(blocks.size(), 2u);  // a node and its text
   EXPECT_THAT(blocks, Not(Contains(testing::HasSubstr("SmbiosGetStructuresByType"))));
 }
@@ -152,8 +141,8 @@ TEST_F(DimmExtensions, GiveTheArraysBack) {
 TEST_F(DimmExtensions, GetNoNodeWithoutAFirmwareVersion) {
   Structure outOfRange = ExtensionOf(0xE201, 2).Build();
   outOfRange.SetByte(6, 5);
-  Collect(TableOf({DimmExtension{.handle = 0xE200, .firmwareVersion = std::nullopt}.Build(),
-                   outOfRange, ExtensionOf(0xE202, 3).Build()}));
+  Collect(Table::Of(DimmExtension{.handle = 0xE200, .firmwareVersion = std::nullopt}, outOfRange,
+                    ExtensionOf(0xE202, 3)));
   EXPECT_THAT(Handles(), testing::ElementsAre(0xE202));
   EXPECT_THAT(log, Contains("MakeDIMMs: Found 3 E2\n"));
   EXPECT_THAT(log, Contains(testing::HasSubstr("17Handle")).Times(3));
@@ -164,21 +153,21 @@ TEST_F(DimmExtensions, MayHaveAnEmptyFirmwareVersion) {
   Structure withoutStrings =
       DimmExtension{.handle = 0xE200, .firmwareVersion = std::nullopt}.Build();
   withoutStrings.SetByte(6, 1);
-  Collect(TableOf({withoutStrings}));
+  Collect(Table::Of(withoutStrings));
   ASSERT_EQ(Nodes().size(), 1u);
   EXPECT_STREQ(Value(mList->FirmwareVersion), "");
 }
 
 // Nobody asks for the length of the formatted part.
 TEST_F(DimmExtensions, OfAShortStructureAreReadAsTheyStand) {
-  Collect(TableOf({DimmExtension{.handle = 0xE200, .firmwareVersion = "xy"}.Build().CutTo(0x0B)}));
+  Collect(Table::Of(DimmExtension{.handle = 0xE200, .firmwareVersion = "xy"}.Build().CutTo(0x0B)));
   ASSERT_EQ(Nodes().size(), 1u);
   EXPECT_EQ(Value(mList->ComponentID), 0x0001A2B3u);
   EXPECT_EQ(Value(mList->ProductID), 'x' | 'y' << 8);
 }
 
 TEST_F(DimmExtensions, GetNoNodeWhenThereIsNoMemoryForOne) {
-  Prepare(TableOf({ExtensionOf(0xE200, 1).Build(), ExtensionOf(0xE201, 2).Build()}));
+  Prepare(Table::Of(ExtensionOf(0xE200, 1), ExtensionOf(0xE201, 2)));
   FailAllocation(3);  // two arrays, the first node
   CollectAgain();
   EXPECT_THAT(Handles(), testing::ElementsAre(0xE201));
@@ -191,7 +180,7 @@ TEST_F(DimmExtensions, GetNoNodeWhenThereIsNoMemoryForOne) {
 }
 
 TEST_F(DimmExtensions, AreListedWithoutTheFirmwareVersionForWhichThereIsNoMemory) {
-  Prepare(TableOf({ExtensionOf(0xE200, 1).Build()}));
+  Prepare(Table::Of(ExtensionOf(0xE200, 1)));
   FailAllocation(4);
   CollectAgain();
   ASSERT_EQ(Nodes().size(), 1u);
@@ -204,7 +193,7 @@ TEST_F(DimmExtensions, AreListedWithoutTheFirmwareVersionForWhichThereIsNoMemory
 }
 
 TEST_F(DimmExtensions, AreAnEmptyListWhenTheyCannotBeCollected) {
-  Prepare(TableOf({ExtensionOf(0xE200, 1).Build()}));
+  Prepare(Table::Of(ExtensionOf(0xE200, 1)));
   FailAllocation(2);
   CollectAgain();
   EXPECT_EQ(mList, nullptr);
@@ -214,7 +203,7 @@ TEST_F(DimmExtensions, AreAnEmptyListWhenTheyCannotBeCollected) {
 
 // --- Appending ---
 
-class E2List : public BuilderTest {
+class E2List : public PreparedDriver {
  protected:
   E2List() { Prepare(MinimalServer()); }
   Strings TakeLog() { return Lines(harness.TakeLog()); }
@@ -290,7 +279,7 @@ TEST_F(E2List, ReleasingNothingFreesNothing) {
 }
 
 TEST_F(DimmExtensions, AreReleasedWithTheirTexts) {
-  Prepare(TableOf({ExtensionOf(0xE200, 1).Build(), ExtensionOf(0xE201, 2).Build()}));
+  Prepare(Table::Of(ExtensionOf(0xE200, 1), ExtensionOf(0xE201, 2)));
   const size_t before = harness.Blocks().size();
   FailAllocation(6);  // two arrays, a node, its text, a node: the second text
   CollectAgain();

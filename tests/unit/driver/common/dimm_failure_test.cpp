@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/dimm_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -126,7 +126,7 @@ TEST_F(Dimms, AreNotFoundWhenTheyCannotBeCollectedAndTheExtensionsStay) {
 }
 
 TEST_F(Dimms, WithoutADeviceTheExtensionsStay) {
-  ASSERT_EQ(Make(MemoryOf({DimmExtension{}.Build()})), EFI_NOT_FOUND);
+  ASSERT_EQ(Make(Table::Of(DimmExtension{})), EFI_NOT_FOUND);
   EXPECT_THAT(blocks, Contains("MakeDIMMs").Times(kExtensionBlocks));
   EXPECT_THAT(log, Not(Contains(HasSubstr("ReleaseE2List"))));
 }
@@ -154,8 +154,7 @@ TEST_F(Dimms, ARecordThatCannotBeOpenedIsNoFailure) {
 }
 
 TEST_F(Dimms, TwoWithTheSameThreeCharactersEndTheBuilderAndTheFirstKeepsServing) {
-  EXPECT_EQ(Make(MemoryOf({LocatedAt("DIMM_A1").Build(), LocatedAt("A1").Build(),
-                           LocatedAt("DIMM_B1").Build()})),
+  EXPECT_EQ(Make(Table::Of(LocatedAt("DIMM_A1"), LocatedAt("A1"), LocatedAt("DIMM_B1"))),
             EFI_ALREADY_STARTED);
   ASSERT_EQ(RecordCount(), 1u);
   ExpectServes(0);
@@ -165,8 +164,7 @@ TEST_F(Dimms, TwoWithTheSameThreeCharactersEndTheBuilderAndTheFirstKeepsServing)
 }
 
 TEST_F(Dimms, RecordsBeforeTheOneThatFailsKeepServing) {
-  Prepare(MemoryOf(
-      {LocatedAt("DIMM_A1").Build(), LocatedAt("DIMM_A2").Build(), LocatedAt("DIMM_A3").Build()}));
+  Prepare(Table::Of(LocatedAt("DIMM_A1"), LocatedAt("DIMM_A2"), LocatedAt("DIMM_A3")));
   FailAllocation(15);  // four arrays, ten blocks of the first
   EXPECT_EQ(Make(), EFI_OUT_OF_RESOURCES);
   ASSERT_EQ(RecordCount(), 1u);

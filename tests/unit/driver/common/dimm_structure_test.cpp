@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/dimm_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -32,7 +32,7 @@ struct AgeCase {
 class DimmAge : public Dimms, public testing::WithParamInterface<AgeCase> {};
 
 TEST_P(DimmAge, DecidesOnAttributesAndExtendedSize) {
-  Table table = MemoryOf({OneModule().Build().CutTo(GetParam().length)});
+  Table table = Table::Of(OneModule().Build().CutTo(GetParam().length));
   table.majorVersion = GetParam().major;
   table.minorVersion = GetParam().minor;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, OfVersion3_0HaveWhatTheirStandardKnows) {
-  Table table = MemoryOf({OneModule().Build().CutTo(0x22)});
+  Table table = Table::Of(OneModule().Build().CutTo(0x22));
   table.majorVersion = 3;
   table.minorVersion = 0;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
@@ -81,8 +81,7 @@ TEST_F(Dimms, OfVersion3_0HaveWhatTheirStandardKnows) {
 }
 
 TEST_F(Dimms, TheExtendedSizeIsCopiedWhateverTheSizeSays) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.size = 0x1000, .extendedSize = 0x8000}.Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.size = 0x1000, .extendedSize = 0x8000})), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().Size), 0x1000);
   EXPECT_EQ(Value(Dimm().ExtendedSize), 0x8000u);
 }
@@ -90,14 +89,14 @@ TEST_F(Dimms, TheExtendedSizeIsCopiedWhateverTheSizeSays) {
 // --- Configured speed: never asked whether it is there ---
 
 TEST_F(Dimms, TheConfiguredSpeedIsReadAsItStands) {
-  ASSERT_EQ(Make(MemoryOf({OneModule().Build().CutTo(0x22)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x22))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 4400);
 }
 
 TEST_F(Dimms, TheConfiguredSpeedOfAShortStructureIsReadFromItsStrings) {
   MemoryDevice module;
   module.locator = "xy";  // the first string
-  ASSERT_EQ(Make(MemoryOf({module.Build().CutTo(0x20)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(module.Build().CutTo(0x20))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 'x' | 'y' << 8);
 }
 
@@ -105,14 +104,14 @@ TEST_F(Dimms, TheConfiguredSpeedPastTheTableReadsAsZero) {
   MemoryDevice bare;
   bare.locator = bare.bankLocator = bare.manufacturer = std::nullopt;
   bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
-  ASSERT_EQ(Make(MemoryOf({bare.Build().CutTo(0x1B)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(bare.Build().CutTo(0x1B))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 0);
 }
 
 // --- The late fields: all or none ---
 
 TEST_F(Dimms, UpToLength33hThereAreNoLateFields) {
-  ASSERT_EQ(Make(MemoryOf({OneModule().Build().CutTo(0x33)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x33))), EFI_SUCCESS);
   EXPECT_EQ(Dimm().MemTechnology, 0);
   EXPECT_EQ(Value(Dimm().MemOpModeCap), 0);
   EXPECT_EQ(Value(Dimm().ModuleMID), 0);
@@ -126,7 +125,7 @@ TEST_F(Dimms, UpToLength33hThereAreNoLateFields) {
 TEST_F(Dimms, FromLength34hOnAllLateFieldsAreReadAsTheyStand) {
   MemoryDevice module = OneModule();
   module.locator = "12345678abcdefghABCDEFGHijklmnop";  // the first string, over the four sizes
-  ASSERT_EQ(Make(MemoryOf({module.Build().CutTo(0x34)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(module.Build().CutTo(0x34))), EFI_SUCCESS);
   EXPECT_EQ(Dimm().MemTechnology, 4);
   EXPECT_EQ(Value(Dimm().MemOpModeCap), 0x0018);
   EXPECT_EQ(Value(Dimm().ModuleMID), 0x2C80);
@@ -144,14 +143,14 @@ TEST_F(Dimms, LateFieldsPastTheTableReadAsZero) {
   MemoryDevice bare = OneModule();
   bare.locator = bare.bankLocator = bare.manufacturer = bare.firmwareVersion = std::nullopt;
   bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
-  ASSERT_EQ(Make(MemoryOf({bare.Build().CutTo(0x3C)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(bare.Build().CutTo(0x3C))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().NonVolatileSize), 0x1000000000u);
   EXPECT_EQ(Value(Dimm().VolatileSize), 0u);
   EXPECT_EQ(Value(Dimm().LogicalSize), 0u);
 }
 
 TEST_F(Dimms, TheLateFieldsDoNotDependOnTheVersion) {
-  Table table = MemoryOf({OneModule().Build()});
+  Table table = Table::Of(OneModule());
   table.majorVersion = 2;
   table.minorVersion = 3;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
@@ -161,7 +160,7 @@ TEST_F(Dimms, TheLateFieldsDoNotDependOnTheVersion) {
 // --- Short structures ---
 
 TEST_F(Dimms, FieldsPastTheFormattedPartReadAsZero) {
-  ASSERT_EQ(Make(MemoryOf({OneModule().Build().CutTo(0x12)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x12))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().Size), 0x7FFF);
   EXPECT_EQ(Dimm().MemoryType, 0);
   EXPECT_EQ(Value(Dimm().TypeDetail), 0);
@@ -174,7 +173,7 @@ TEST_F(Dimms, FieldsPastTheFormattedPartReadAsZero) {
 }
 
 TEST_F(Dimms, ASizePastTheFormattedPartIsAnEmptySlot) {
-  EXPECT_EQ(Make(MemoryOf({OneModule().Build().CutTo(0x0C)})), EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x0C))), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
 }
 
@@ -216,7 +215,7 @@ TEST_P(DimmMovedSlot, TakesTheRestFromTheStructureBehind) {
   second.size = 0;  // gets no record itself
   second.totalWidth = 8;
   second.speed = 1;
-  ASSERT_EQ(Make(MemoryOf({first, second.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(first, second)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   const TVQ_DIMM dimm = Dimm();
   EXPECT_EQ(Utf8OrNone(dimm.Generic.WWN), GetParam().wwn);
@@ -253,7 +252,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, DimmMovedSlot,
 TEST_F(Dimms, AMovedModuleDoesNotKeepTheNextOneFromItsRecord) {
   Structure first = ModuleOf(0x1100, "one").Build();
   first.SetByte(0x1A, 99);
-  ASSERT_EQ(Make(MemoryOf({first, ModuleOf(0x1101, "two").Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(first, ModuleOf(0x1101, "two"))), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 2u);
   EXPECT_EQ(Utf8(Dimm(1).Generic.WWN), "two serial");
 }
@@ -263,9 +262,8 @@ TEST_F(Dimms, AMovedModuleTakesTheExtensionOfTheStructureBehind) {
   first.SetByte(0x1A, 99);
   MemoryDevice second = ModuleOf(0x1101, "two");
   second.size = 0;
-  ASSERT_EQ(Make(MemoryOf({first, second.Build(),
-                           DimmExtension{.deviceHandle = 0x1100, .componentId = 1}.Build(),
-                           DimmExtension{.deviceHandle = 0x1101, .componentId = 2}.Build()})),
+  ASSERT_EQ(Make(Table::Of(first, second, DimmExtension{.deviceHandle = 0x1100, .componentId = 1},
+                           DimmExtension{.deviceHandle = 0x1101, .componentId = 2})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ComponentID), 2u);
 }
@@ -273,7 +271,7 @@ TEST_F(Dimms, AMovedModuleTakesTheExtensionOfTheStructureBehind) {
 TEST_F(Dimms, BehindTheLastStructureNothingIsLeftToRead) {
   Structure only = ModuleOf(0x1100, "one").Build();
   only.SetByte(0x18, 99);
-  ASSERT_EQ(Make(MemoryOf({only})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(only)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Value(Dimm().Manufacturer), nullptr);
   EXPECT_EQ(Value(Dimm().Size), 0);

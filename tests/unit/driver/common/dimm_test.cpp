@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/dimm_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/record.h"
 #include "TvqSmbiosPkg/src/uefi/tvq.h"
@@ -52,7 +52,7 @@ TEST_F(Dimms, WithoutTextsLogFewerLines) {
   MemoryDevice bare;
   bare.locator = bare.bankLocator = bare.manufacturer = std::nullopt;
   bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
-  ASSERT_EQ(Make(MemoryOf({bare.Build().CutTo(0x1B)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(bare.Build().CutTo(0x1B))), EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
       log, Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n"}),
                    LinesOf("GetTypeE2FromList", {"Entry\n", "NULL List\n"}),
@@ -62,7 +62,7 @@ TEST_F(Dimms, WithoutTextsLogFewerLines) {
 }
 
 TEST_F(Dimms, AreNotFoundWithoutADevice) {
-  EXPECT_EQ(Make(MemoryOf({Bios{}.Build()})), EFI_NOT_FOUND);
+  EXPECT_EQ(Make(Table::Of(Bios{})), EFI_NOT_FOUND);
   EXPECT_EQ(log, LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n",
                                        "Did not find any DIMM SMBIOS structures\n"}));
 }
@@ -70,8 +70,7 @@ TEST_F(Dimms, AreNotFoundWithoutADevice) {
 // --- Which devices get a record ---
 
 TEST_F(Dimms, EmptySlotsGetNoRecordAndNoLine) {
-  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.size = 0}.Build(), MemoryDevice{.size = 0}.Build()})),
-            EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(MemoryDevice{.size = 0}, MemoryDevice{.size = 0})), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
   EXPECT_TRUE(SameLines(
       log, Joined({LinesOf("MakeDIMMs", {"Entry MakeDIMMs\n", "Could not Found 0xE2 (226)\n"}),
@@ -80,10 +79,10 @@ TEST_F(Dimms, EmptySlotsGetNoRecordAndNoLine) {
 }
 
 TEST_F(Dimms, LogicalNonVolatileDevicesAndHbmAreSkippedByTheirPosition) {
-  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1150, .size = 0}.Build(),
-                           MemoryDevice{.handle = 0x1151, .memoryType = 0x1F}.Build(),
-                           MemoryDevice{.handle = 0x1152, .memoryType = 0x20}.Build(),
-                           MemoryDevice{.handle = 0x1153, .memoryType = 0x21}.Build()})),
+  EXPECT_EQ(Make(Table::Of(MemoryDevice{.handle = 0x1150, .size = 0},
+                           MemoryDevice{.handle = 0x1151, .memoryType = 0x1F},
+                           MemoryDevice{.handle = 0x1152, .memoryType = 0x20},
+                           MemoryDevice{.handle = 0x1153, .memoryType = 0x21})),
             EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
   EXPECT_TRUE(SameLines(
@@ -96,16 +95,15 @@ TEST_F(Dimms, LogicalNonVolatileDevicesAndHbmAreSkippedByTheirPosition) {
 }
 
 TEST_F(Dimms, AnEmptySlotOfASkippedTypeLogsItsSkipLine) {
-  EXPECT_EQ(Make(MemoryOf({MemoryDevice{.size = 0, .memoryType = 0x1F}.Build(),
-                           MemoryDevice{.size = 0, .memoryType = 0x20}.Build()})),
+  EXPECT_EQ(Make(Table::Of(MemoryDevice{.size = 0, .memoryType = 0x1F},
+                           MemoryDevice{.size = 0, .memoryType = 0x20})),
             EFI_SUCCESS);
   EXPECT_THAT(log, Contains("MakeDIMMs: Skipping Logical NVDIMM at i=0"));
   EXPECT_THAT(log, Contains("MakeDIMMs: Skipping HBM devices at i=1"));
 }
 
 TEST_F(Dimms, EveryOtherModuleHasARecordInTableOrder) {
-  ASSERT_EQ(Make(MemoryOf({LocatedAt("DIMM_B1").Build(), MemoryDevice{.size = 0}.Build(),
-                           LocatedAt("DIMM_A1").Build()})),
+  ASSERT_EQ(Make(Table::Of(LocatedAt("DIMM_B1"), MemoryDevice{.size = 0}, LocatedAt("DIMM_A1"))),
             EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 2u);
   EXPECT_EQ(NameOf(0), "DIMM B1");
@@ -180,7 +178,7 @@ TEST_F(Dimms, TheRecordIsPublishedWithItsProtocolsOnAHandleOfItsOwn) {
 }
 
 TEST_F(Dimms, TheDevicePathNamesTypeAndLocator) {
-  ASSERT_EQ(Make(MemoryOf({LocatedAt("DIMM_B10").Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(LocatedAt("DIMM_B10"))), EFI_SUCCESS);
   const auto* const path = reinterpret_cast<const uint8_t*>(harness.Records().at(0).devicePath);
   EXPECT_EQ(Bytes(path, path + sizeof(TVQ_DEVICE_PATH)),
             (Bytes{0x01, 0x04, 27,   0,    0x96, 0x2E, 0x08, 0xEA, 0x4B, 0xB6, 0xB3,
@@ -202,7 +200,7 @@ class DimmLocator : public Dimms, public testing::WithParamInterface<LocatorCase
 TEST_P(DimmLocator, IsThreeCharactersAsTheyStand) {
   MemoryDevice module = LocatedAt(GetParam().locator);
   module.bankLocator = "XYZ";  // the string behind the locator
-  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(module)), EFI_SUCCESS);
   const std::u16string units = GetParam().units;
   EXPECT_EQ(Units(Dimm().DeviceLocator, 4), units + std::u16string(4 - units.size(), u'\0'));
   Bytes path = {3, 0, 0, 0, 0, 0, 0};
@@ -225,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(Locators, DimmLocator,
                          [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, WithoutALocatorThereAreThreeZeroCharacters) {
-  ASSERT_EQ(Make(MemoryOf({LocatedAt(std::nullopt).Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(LocatedAt(std::nullopt))), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().DeviceLocator), nullptr);
   EXPECT_EQ(PathData(), (Bytes{3, 0, 0, 0, 0, 0, 0}));
   EXPECT_EQ(NameOf(), "DIMM ");
@@ -243,9 +241,8 @@ struct NameCase {
 class DimmName : public Dimms, public testing::WithParamInterface<NameCase> {};
 
 TEST_P(DimmName, IsMadeOfMemoryTypeAndFormFactor) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.formFactor = GetParam().formFactor,
-                                        .memoryType = GetParam().memoryType}
-                               .Build()})),
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.formFactor = GetParam().formFactor,
+                                        .memoryType = GetParam().memoryType})),
             EFI_SUCCESS);
   EXPECT_EQ(Utf8(Dimm().Generic.MarketingName), GetParam().name);
   EXPECT_EQ(harness.Memory().Find(Value(Dimm().Generic.MarketingName))->size, 20 * sizeof(CHAR16));
@@ -276,7 +273,7 @@ class DimmText : public Dimms, public testing::WithParamInterface<TextCase> {};
 TEST_P(DimmText, IsWidenedWithSignExtension) {
   MemoryDevice module;
   module.*GetParam().field = "\x7F\x80\xFF ";
-  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(module)), EFI_SUCCESS);
   CHAR16* const text = GetParam().widened(Dimm());
   EXPECT_EQ(Units(text, 5), std::u16string(u"\x7F\xFF80\xFFFF \0", 5));
   EXPECT_EQ(harness.Memory().Find(text)->size, 5 * sizeof(CHAR16));
@@ -285,7 +282,7 @@ TEST_P(DimmText, IsWidenedWithSignExtension) {
 TEST_P(DimmText, ThatIsMissingIsNull) {
   MemoryDevice module;
   module.*GetParam().field = std::nullopt;
-  ASSERT_EQ(Make(MemoryOf({module.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(module)), EFI_SUCCESS);
   EXPECT_EQ(GetParam().widened(Dimm()), nullptr);
 }
 
@@ -301,29 +298,29 @@ INSTANTIATE_TEST_SUITE_P(Texts, DimmText,
                          [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, ThePartNumberStaysAsItIsInABufferTwiceTheSize) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.partNumber = "A\x80\xFF "}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.partNumber = "A\x80\xFF "})), EFI_SUCCESS);
   EXPECT_STREQ(Value(Dimm().PartNumber), "A\x80\xFF ");
   EXPECT_EQ(harness.Memory().Find(Value(Dimm().PartNumber))->size, 10u);
   EXPECT_THAT(log, Not(Contains(HasSubstr("A\x80\xFF"))));
 }
 
 TEST_F(Dimms, WithoutAPartNumberThereIsNone) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.partNumber = std::nullopt}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.partNumber = std::nullopt})), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().PartNumber), nullptr);
 }
 
 // --- FQDD ---
 
 TEST_F(Dimms, WithoutAMapThereIsNoFqddAndNobodyLooksForOne) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{})), EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().FQDD), nullptr);
   EXPECT_EQ(FqddOf(), "DIMM.Socket.A1");
   EXPECT_THAT(log, Not(Contains(HasSubstr("0x8000"))));
 }
 
 TEST_F(Dimms, AHandleThatIsNotInTheMapIsLoggedTwice) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x11AB}.Build(),
-                           FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}}.Build()})),
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.handle = 0x11AB},
+                           FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().FQDD), nullptr);
   EXPECT_EQ(
@@ -332,9 +329,9 @@ TEST_F(Dimms, AHandleThatIsNotInTheMapIsLoggedTwice) {
 }
 
 TEST_F(Dimms, AnEntryWithoutATextGivesNoFqddAndNoLine) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
-                           FqddMap{.groups = {{std::nullopt, 0x1100}}}.Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(Table::Of(MemoryDevice{.handle = 0x1100}, FqddMap{.groups = {{std::nullopt, 0x1100}}})),
+      EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().FQDD), nullptr);
   EXPECT_THAT(log, Not(Contains(HasSubstr("NO FQDD"))));
 }
@@ -344,8 +341,8 @@ TEST_F(Dimms, AnFqddPastTheStringsMovesTheMapForAllLaterModules) {
   map.SetByte(5, 7);
   MemoryDevice second = LocatedAt("DIMM_A2");
   second.handle = 0x1101;
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(), second.Build(), map,
-                           OemStrings{.texts = {"Other", "Stranger"}}.Build()})),
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.handle = 0x1100}, second, map,
+                           OemStrings{.texts = {"Other", "Stranger"}})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm(0).FQDD), nullptr);
   EXPECT_EQ(Utf8(Dimm(1).FQDD), "Stranger");
@@ -354,8 +351,7 @@ TEST_F(Dimms, AnFqddPastTheStringsMovesTheMapForAllLaterModules) {
 // --- Extension ---
 
 TEST_F(Dimms, WithoutAnExtensionItsFieldsAreEmpty) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
-                           DimmExtension{.deviceHandle = 0x1101}.Build()})),
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.handle = 0x1100}, DimmExtension{.deviceHandle = 0x1101})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ComponentID), 0u);
   EXPECT_EQ(Value(Dimm().ProductID), 0);
@@ -371,7 +367,7 @@ TEST_F(Dimms, AnExtensionWithoutAFirmwareVersionIsNoExtension) {
         MemoryDevice{.handle = handle, .locator = "DIMM_" + std::to_string(number)}.Build());
     structures.push_back(DimmExtension{.deviceHandle = handle}.Build().SetByte(6, number));
   }
-  ASSERT_EQ(Make(MemoryOf(structures)), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(structures)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 3u);
   for (size_t n = 0; n < 3; ++n) {
     EXPECT_EQ(Value(Dimm(n).ComponentID), 0u) << "module " << n;
@@ -381,18 +377,18 @@ TEST_F(Dimms, AnExtensionWithoutAFirmwareVersionIsNoExtension) {
 }
 
 TEST_F(Dimms, OfTwoExtensionsTheFirstOneCounts) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
-                           DimmExtension{.firmwareVersion = "one", .componentId = 1}.Build(),
-                           DimmExtension{.firmwareVersion = "two", .componentId = 2}.Build()})),
+  ASSERT_EQ(Make(Table::Of(MemoryDevice{.handle = 0x1100},
+                           DimmExtension{.firmwareVersion = "one", .componentId = 1},
+                           DimmExtension{.firmwareVersion = "two", .componentId = 2})),
             EFI_SUCCESS);
   EXPECT_EQ(Value(Dimm().ComponentID), 1u);
   EXPECT_EQ(Utf8(Dimm().FirmwareVersion), "one");
 }
 
 TEST_F(Dimms, TheFirmwareVersionIsWidenedWithSignExtension) {
-  ASSERT_EQ(Make(MemoryOf({MemoryDevice{.handle = 0x1100}.Build(),
-                           DimmExtension{.firmwareVersion = "1\xFE"}.Build()})),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      Make(Table::Of(MemoryDevice{.handle = 0x1100}, DimmExtension{.firmwareVersion = "1\xFE"})),
+      EFI_SUCCESS);
   EXPECT_EQ(Units(Dimm().FirmwareVersion, 3), std::u16string(u"1\xFFFE\0", 3));
 }
 

@@ -25,8 +25,36 @@ Table HbmServer();
 // Two modules whose locators have the same three characters.
 Table TwinModuleServer();
 
+// --- Processors ---
+
+// A processor whose every field has a value of its own: CPU1, handle 400h, caches 700h to 702h, 28
+// cores.
+Processor OneProcessor();
+Processor Designated(const Text& designation);
+FqddMap MapOf(std::vector<FqddMap::Group> groups);
+// OneProcessor() and whatever else its record is made of.
+Table WholeServer();
+
+// An HBM stack in the array 1001h.
+MemoryDevice StackAt(const Text& locator);
+// A processor, the arrays 1000h and, twice, 1001h, and these devices.
+Table HbmTable(const std::vector<MemoryDevice>& devices);
+
 // OEM strings whose first one fills the 20 characters that nobody looks at.
 OemStrings OemStringsWith(std::vector<std::string> texts);
+
+// --- Memory modules ---
+
+// A module whose every field has a value of its own: DIMM_A1, handle 1100h.
+MemoryDevice OneModule();
+MemoryDevice LocatedAt(const Text& locator);
+// OneModule() with an FQDD and an extension.
+Table WholeMemory();
+
+// --- The system ---
+
+// A system with one BIOS and two of everything else that its record lists.
+Table WholeSystem();
 
 }  // namespace tvq::test
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/system_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 namespace tvq::test {
 namespace {
@@ -34,10 +34,11 @@ TEST_F(SystemRecord, ListsTheChassisInTableOrder) {
 }
 
 TEST_F(SystemRecord, ListsAChassisThatSaysLittle) {
-  ASSERT_EQ(Make(SystemWith({Chassis{
-                .manufacturer = std::nullopt, .serial = std::nullopt, .assetTag = std::nullopt}
-                                 .Build()
-                                 .CutTo(0x11)})),
+  ASSERT_EQ(Make(Table::Of(System{}, Chassis{.manufacturer = std::nullopt,
+                                             .serial = std::nullopt,
+                                             .assetTag = std::nullopt}
+                                         .Build()
+                                         .CutTo(0x11))),
             EFI_SUCCESS);
   CHASSIS_INFO* const chassis = Fields().ChassisInfo[0];
   EXPECT_EQ(Value(chassis->Manufacturer), nullptr);
@@ -71,7 +72,7 @@ struct UseCase {
 class MemoryArrayUse : public SystemRecord, public testing::WithParamInterface<UseCase> {};
 
 TEST_P(MemoryArrayUse, HasAName) {
-  ASSERT_EQ(Make(SystemWith({MemoryArray{.use = GetParam().use}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, MemoryArray{.use = GetParam().use})), EFI_SUCCESS);
   EXPECT_EQ(Utf8(Fields().PMAInfo[0]->Name), GetParam().name);
   EXPECT_EQ(Fields().PMAInfo[0]->Use, GetParam().use);
   EXPECT_THAT(log, Contains(std::string("MakeSYSTEM: PMA Name in smTVQ struct: ") +
@@ -87,19 +88,19 @@ INSTANTIATE_TEST_SUITE_P(Uses, MemoryArrayUse,
                          [](const auto& info) { return "Use" + std::to_string(info.param.use); });
 
 TEST_F(SystemRecord, ListsAMemoryArrayOfAnOlderStandard) {
-  ASSERT_EQ(
-      Make(SystemWith({MemoryArray{
-          .errorHandle = 0x1801, .deviceCount = 4, .extendedMaximumCapacity = 0x1111111111111111}
-                           .Build()
-                           .CutTo(0x0F)})),
-      EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, MemoryArray{.errorHandle = 0x1801,
+                                                 .deviceCount = 4,
+                                                 .extendedMaximumCapacity = 0x1111111111111111}
+                                         .Build()
+                                         .CutTo(0x0F))),
+            EFI_SUCCESS);
   PMA_INFO* const array = Fields().PMAInfo[0];
   EXPECT_EQ(Value(array->NumberOfMemoryDevices), 4);
   EXPECT_EQ(Value(array->ExtendedMaximumCapacity), 0u);
 }
 
 TEST_F(SystemRecord, ReadsAnErrorHandlePastTheFormattedPartAsNone) {
-  ASSERT_EQ(Make(SystemWith({MemoryArray{}.Build().CutTo(0x0B)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, MemoryArray{}.Build().CutTo(0x0B))), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().PMAInfo[0]->MemoryErrorInfoHandle), 0xFFFF);
 }
 
@@ -112,7 +113,7 @@ TEST_F(SystemRecord, TellsTheFirmware) {
 }
 
 TEST_F(SystemRecord, TellsOfAFirmwareWithoutTexts) {
-  ASSERT_EQ(Make(SystemWith({Bios{.version = std::nullopt, .releaseDate = std::nullopt}.Build()})),
+  ASSERT_EQ(Make(Table::Of(System{}, Bios{.version = std::nullopt, .releaseDate = std::nullopt})),
             EFI_SUCCESS);
   ASSERT_NE(Value(Fields().BIOSInfo), nullptr);
   EXPECT_EQ(Value(Fields().BIOSInfo->BIOSVersion), nullptr);
@@ -121,7 +122,7 @@ TEST_F(SystemRecord, TellsOfAFirmwareWithoutTexts) {
 
 // Deliberately unlike two systems, which end the builder.
 TEST_F(SystemRecord, LeavesTheFirmwareOutWhenThereAreTwo) {
-  ASSERT_EQ(Make(SystemWith({Bios{}.Build(), Bios{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, Bios{}, Bios{})), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Value(Fields().BIOSInfo), nullptr);
   EXPECT_THAT(log,
@@ -142,7 +143,7 @@ TEST_F(SystemRecord, ListsTheBaseBoardsInTableOrder) {
 }
 
 TEST_F(SystemRecord, ListsABaseBoardOfAnOlderStandard) {
-  ASSERT_EQ(Make(SystemWith({BaseBoard{}.Build().CutTo(8)})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, BaseBoard{}.Build().CutTo(8))), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().BaseBoardInfo[0]->LocationInChassis), nullptr);
   EXPECT_EQ(Value(Fields().BaseBoardInfo[0]->ChassisHandle), 0xFFFF);
 }
@@ -165,13 +166,13 @@ TEST_F(SystemRecord, ListsTheSlotsInTableOrder) {
 }
 
 TEST_F(SystemRecord, TellsBusDeviceAndFunctionOfASlot) {
-  ASSERT_EQ(Make(SystemWith({Slot{.bus = 0x3B, .devFn = 0x00}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, Slot{.bus = 0x3B, .devFn = 0x00})), EFI_SUCCESS);
   EXPECT_THAT(DocumentOf(), HasSubstr("<BDF>3B00</BDF>"));
 }
 
 TEST_F(SystemRecord, ListsSlotsOfEveryKindAndUsage) {
-  ASSERT_EQ(Make(SystemWith({Slot{.slotType = 0x01, .usage = 1}.Build(),
-                             Slot{.slotType = 0xFF, .usage = 5}.Build()})),
+  ASSERT_EQ(Make(Table::Of(System{}, Slot{.slotType = 0x01, .usage = 1},
+                           Slot{.slotType = 0xFF, .usage = 5})),
             EFI_SUCCESS);
   EXPECT_EQ(Fields().NumPCISlots, 2);
   EXPECT_EQ(Fields().PCISlotInfo[0]->Type, 0x01);
@@ -179,10 +180,10 @@ TEST_F(SystemRecord, ListsSlotsOfEveryKindAndUsage) {
 }
 
 TEST_F(SystemRecord, ListsASlotOfAnOlderStandard) {
-  ASSERT_EQ(
-      Make(SystemWith(
-          {Slot{.designation = std::nullopt, .bus = 0x3B, .devFn = 0x20}.Build().CutTo(0x0D)})),
-      EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(
+                System{},
+                Slot{.designation = std::nullopt, .bus = 0x3B, .devFn = 0x20}.Build().CutTo(0x0D))),
+            EFI_SUCCESS);
   PCI_SLOT_INFO* const slot = Fields().PCISlotInfo[0];
   EXPECT_EQ(Value(slot->Desig), nullptr);
   EXPECT_EQ(slot->HotPlug, 1);
@@ -192,11 +193,11 @@ TEST_F(SystemRecord, ListsASlotOfAnOlderStandard) {
 
 // The count has eight bits and says how many slots the array has.
 TEST_F(SystemRecord, ListsTheFirst255Slots) {
-  Table table = SystemWith({});
+  std::vector<Slot> slots;
   for (uint16_t id = 1; id <= 300; ++id) {
-    table.Add(Slot{.id = id});
+    slots.push_back({.id = id});
   }
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, slots)), EFI_SUCCESS);
   ASSERT_EQ(Fields().NumPCISlots, 255);
   for (uint16_t i = 0; i < 255; ++i) {
     ASSERT_NE(Fields().PCISlotInfo[i], nullptr);
@@ -207,7 +208,7 @@ TEST_F(SystemRecord, ListsTheFirst255Slots) {
 }
 
 TEST_F(SystemRecord, ListsTheFirst255ChassisBoardsAndMemoryArrays) {
-  Table table = SystemWith({});
+  Table table = Table::Of(System{});
   for (uint16_t n = 1; n <= 256; ++n) {
     table.Add(Chassis{.height = static_cast<uint8_t>(n)});
     table.Add(BaseBoard{.chassisHandle = n});
@@ -229,7 +230,7 @@ TEST_F(SystemRecord, ListsTheFirst255ChassisBoardsAndMemoryArrays) {
 TEST_F(SystemRecord, TakesTheRestOfAChassisFromTheStructureBehind) {
   Structure first = Chassis{.serial = "one", .height = 1}.Build();
   first.SetByte(4, 99);
-  ASSERT_EQ(Make(SystemWith({first, Chassis{.serial = "two", .height = 2}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, first, Chassis{.serial = "two", .height = 2})), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().ChassisInfo[0]->Manufacturer), nullptr);
   EXPECT_EQ(Utf8(Fields().ChassisInfo[0]->ServiceTag), "two");
   EXPECT_EQ(Fields().ChassisInfo[0]->Height, 2);
@@ -239,7 +240,7 @@ TEST_F(SystemRecord, TakesTheRestOfAChassisFromTheStructureBehind) {
 TEST_F(SystemRecord, TakesTheRestOfASlotFromTheStructureBehind) {
   Structure first = Slot{.id = 1}.Build();
   first.SetByte(4, 99);
-  ASSERT_EQ(Make(SystemWith({first, Slot{.designation = "two", .id = 2}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, first, Slot{.designation = "two", .id = 2})), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().PCISlotInfo[0]->Desig), nullptr);
   EXPECT_EQ(Value(Fields().PCISlotInfo[0]->ID), 2);
 }
@@ -283,7 +284,7 @@ class AbandonedSection : public SystemRecord, public testing::WithParamInterface
     if (structures[0].type != 9) {
       all.push_back(Slot{}.Build());
     }
-    Prepare(SystemWith(all));
+    Prepare(Table::Of(System{}, all));
     FailAllocation(kSections + arrays + GetParam().allocation);
     ASSERT_EQ(Make(), EFI_SUCCESS);
     ASSERT_EQ(RecordCount(), 1u);
@@ -379,7 +380,7 @@ class UncollectedSection : public SystemRecord,
                            public testing::WithParamInterface<CollectionCase> {};
 
 TEST_P(UncollectedSection, IsAsIfNothingWereThereButForItsCount) {
-  Prepare(SystemWith(GetParam().structures));
+  Prepare(Table::Of(System{}, GetParam().structures));
   FailAllocation(kSections + GetParam().arrays + 1);
   ASSERT_EQ(Make(), EFI_SUCCESS);
   const auto first =
@@ -431,7 +432,7 @@ struct FirmwareCase {
 class AbandonedFirmware : public SystemRecord, public testing::WithParamInterface<FirmwareCase> {};
 
 TEST_P(AbandonedFirmware, IsLeftOut) {
-  Prepare(SystemWith({Bios{}.Build(), Slot{}.Build()}));
+  Prepare(Table::Of(System{}, Bios{}, Slot{}));
   FailAllocation(kSections + 4 + GetParam().allocation);
   ASSERT_EQ(Make(), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().BIOSInfo), nullptr);

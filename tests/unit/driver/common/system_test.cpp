@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/driver/common/system_fixture.h"
+#include "tests/unit/driver/common/builder_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/record.h"
 #include "TvqSmbiosPkg/src/uefi/tvq.h"
@@ -67,7 +67,7 @@ TEST_F(SystemRecord, LogsEveryStep) {
 }
 
 TEST_F(SystemRecord, LogsWhatIsMissingAndGoesOn) {
-  ASSERT_EQ(Make(SystemWith({})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{})), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 1u);
   const Strings sections(log.end() - 11, log.end());
   EXPECT_TRUE(SameLines(
@@ -85,13 +85,10 @@ TEST_F(SystemRecord, LogsWhatIsMissingAndGoesOn) {
 TEST_F(SystemRecord, WithoutTextsLogsFewerLines) {
   System bare;
   bare.manufacturer = bare.serial = std::nullopt;
-  Table table;
-  table.Add(bare);
-  table.Add(Bios{.version = std::nullopt, .releaseDate = std::nullopt});
-  table.Add(Chassis{.manufacturer = std::nullopt});
-  table.Add(BaseBoard{.location = std::nullopt});
-  table.Add(Slot{.designation = std::nullopt});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(bare, Bios{.version = std::nullopt, .releaseDate = std::nullopt},
+                           Chassis{.manufacturer = std::nullopt},
+                           BaseBoard{.location = std::nullopt}, Slot{.designation = std::nullopt})),
+            EFI_SUCCESS);
   EXPECT_TRUE(SameLines(
       log,
       Joined(
@@ -112,9 +109,7 @@ TEST_F(SystemRecord, WithoutTextsLogsFewerLines) {
 // --- Whether there is a record ---
 
 TEST_F(SystemRecord, IsNotFoundWithoutASystem) {
-  Table table;
-  table.Add(Bios{});
-  EXPECT_EQ(Make(table), EFI_NOT_FOUND);
+  EXPECT_EQ(Make(Table::Of(Bios{})), EFI_NOT_FOUND);
   EXPECT_EQ(log, LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
                                         "Did not find or found too many SYSTEM SMBIOS structures\n",
                                         "Found 0 SYSTEM SMBIOS structures\n"}));
@@ -122,7 +117,7 @@ TEST_F(SystemRecord, IsNotFoundWithoutASystem) {
 }
 
 TEST_F(SystemRecord, IsNotFoundWithTwoSystems) {
-  EXPECT_EQ(Make(SystemWith({System{}.Build()})), EFI_NOT_FOUND);
+  EXPECT_EQ(Make(Table::Of(System{}, System{})), EFI_NOT_FOUND);
   EXPECT_EQ(log, LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n",
                                         "Did not find or found too many SYSTEM SMBIOS structures\n",
                                         "Found 2 SYSTEM SMBIOS structures\n"}));
@@ -130,9 +125,7 @@ TEST_F(SystemRecord, IsNotFoundWithTwoSystems) {
 }
 
 TEST_F(SystemRecord, IsNotBuiltWithoutAProductName) {
-  Table table;
-  table.Add(System{.product = std::nullopt});
-  EXPECT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(System{.product = std::nullopt})), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
   EXPECT_EQ(log, LinesOf("MakeSYSTEM", {"Entry MakeSYSTEM\n", "Found 1 SYSTEM SMBIOS structures\n",
                                         "Leaving MakeSYSTEM\n"}));
@@ -142,9 +135,7 @@ TEST_F(SystemRecord, IsNotBuiltWithoutAProductName) {
 TEST_F(SystemRecord, IsNotBuiltWithAProductNamePastTheStrings) {
   Structure system = System{}.Build();
   system.SetByte(5, 99);
-  Table table;
-  table.Add(system);
-  EXPECT_EQ(Make(table), EFI_SUCCESS);
+  EXPECT_EQ(Make(Table::Of(system)), EFI_SUCCESS);
   EXPECT_EQ(RecordCount(), 0u);
 }
 
@@ -202,18 +193,16 @@ TEST_F(SystemRecord, IsPublishedWithItsProtocolsOnAHandleOfItsOwn) {
 }
 
 TEST_F(SystemRecord, HasNoTextsThatAreNotInTheTable) {
-  Table table;
-  table.Add(System{.manufacturer = std::nullopt, .serial = std::nullopt});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{.manufacturer = std::nullopt, .serial = std::nullopt})),
+            EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().Manufacturer), nullptr);
   EXPECT_EQ(Value(Fields().ServiceTag), nullptr);
   EXPECT_EQ(Utf8(Fields().ProductName), "Rack One");
 }
 
 TEST_F(SystemRecord, WidensTextsWithSignExtension) {
-  Table table;
-  table.Add(System{.manufacturer = "\x80", .product = "\xFF", .serial = "A\xAE"});
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{.manufacturer = "\x80", .product = "\xFF", .serial = "A\xAE"})),
+            EFI_SUCCESS);
   EXPECT_EQ(Units(Fields().Manufacturer, 2), std::u16string(u"\xFF80\0", 2));
   EXPECT_EQ(Units(Fields().ProductName, 2), std::u16string(u"\xFFFF\0", 2));
   EXPECT_EQ(Units(Fields().ServiceTag, 3), std::u16string(u"A\xFFAE\0", 3));
@@ -222,15 +211,12 @@ TEST_F(SystemRecord, WidensTextsWithSignExtension) {
 TEST_F(SystemRecord, TakesTheRestFromTheStructureBehindAManufacturerPastTheStrings) {
   Structure system = System{}.Build();
   system.SetByte(4, 99);
-  Table table;
-  table.Add(system);
-  Structure behind = Structure{0x80, 0x123, {}, {}};
+  Structure behind = {.type = 0x80, .handle = 0x123};
   behind.Byte(1).Byte(1).Byte(1).String("Next serial");
   for (uint8_t i = 0; i < 16; ++i) {
     behind.Byte(i);
   }
-  table.Add(behind);
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(system, behind)), EFI_SUCCESS);
   EXPECT_EQ(Value(Fields().Manufacturer), nullptr);
   EXPECT_EQ(Utf8(Fields().ProductName), "Rack One");
   EXPECT_EQ(Utf8(Fields().ServiceTag), "Next serial");
@@ -238,9 +224,7 @@ TEST_F(SystemRecord, TakesTheRestFromTheStructureBehindAManufacturerPastTheStrin
 }
 
 TEST_F(SystemRecord, ReadsFieldsPastTheFormattedPartAsZero) {
-  Table table;
-  table.Add(System{}.Build().CutTo(0x10));
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}.Build().CutTo(0x10))), EFI_SUCCESS);
   EXPECT_EQ(Fields().UUID[7], 0x66);
   EXPECT_EQ(Fields().UUID[8], 0);
   EXPECT_THAT(log, Contains("MakeSYSTEM: UUID in smTVQ struct: 0\n").Times(9));
@@ -290,7 +274,7 @@ TEST_F(SystemRecord, WithoutMemoryForItsDevicePathGivesEverythingBack) {
 }
 
 TEST_F(SystemRecord, IsPublishedWithoutTheEntryForWhichThereIsNoMemory) {
-  Prepare(SystemWith({}));
+  Prepare(Table::Of(System{}));
   FailAllocation(19);  // behind twelve arrays, the record, four texts and the device path
   ASSERT_EQ(Make(), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
@@ -325,7 +309,7 @@ TEST_F(SystemRecord, IsPublishedThoughItCannotBeOpened) {
 }
 
 TEST_F(SystemRecord, GivesAllArraysBackInTheEnd) {
-  ASSERT_EQ(Make(SystemWith({MemoryArray{}.Build()})), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(System{}, MemoryArray{})), EFI_SUCCESS);
   EXPECT_THAT(blocks, Not(Contains(HasSubstr("SmbiosGetStructuresByType"))));
 }
 

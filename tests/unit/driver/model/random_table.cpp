@@ -28,13 +28,9 @@ Table RandomTables::Next() {
   AddFqddMaps();
   std::shuffle(mStructures.begin(), mStructures.end(), mGenerator);
 
-  Table table;
+  Table table = Table::Of(mStructures, End{.handle = NewHandle()});
   table.majorVersion = static_cast<uint8_t>(Number(2, 3));
   table.minorVersion = static_cast<uint8_t>(Number(0, 8));
-  for (const Structure& structure : mStructures) {
-    table.Add(structure);
-  }
-  table.Add(End{.handle = NewHandle()});
   return table;
 }
 

@@ -399,19 +399,12 @@ TEST_F(TvqPlatformTest, TellsATableWhoseLastStructureIsCutOff) {
 }
 
 TEST_F(TvqPlatformTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
-  Table table = MinimalServer();
-  Structure other = FqddMap{}.Build();
-  table.Add(other.SetByte(4, 2));
-  PublishTable(table);
+  PublishTable(Table::Of(MinimalServer(), FqddMap{.format = 2}));
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
 }
 
 TEST_F(TvqPlatformTest, TellsATableThatNamesNoDevice) {
-  Table table;
-  table.Add(Bios{});
-  table.Add(System{});
-  table.Add(End{});
-  PublishTable(table);
+  PublishTable(Table::Of(Bios{}, System{}, End{}));
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
 }
 

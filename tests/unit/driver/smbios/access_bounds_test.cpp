@@ -11,13 +11,6 @@
 namespace tvq::test {
 namespace {
 
-// A table of raw bytes.
-Table Raw(const Bytes& bytes) {
-  Table table;
-  table.AddRaw(bytes);
-  return table;
-}
-
 class Bounds : public SmbiosTest {
  protected:
   struct Visited {
@@ -56,7 +49,7 @@ TEST_F(Bounds, FindNothingInATableOfLengthZero) {
 
 TEST_F(Bounds, FindNothingInATableShorterThanAHeader) {
   for (const Bytes& bytes : {Bytes{1}, Bytes{1, 4}, Bytes{1, 4, 0x10}}) {
-    Use(Raw(bytes));
+    Use(Table::Of(Raw{bytes}));
     Visited visited;
     EXPECT_EQ(Fetch(kSmbiosNoHandle, &visited), EFI_NOT_FOUND);
     UINT16 count = 0;
@@ -66,9 +59,7 @@ TEST_F(Bounds, FindNothingInATableShorterThanAHeader) {
 
 TEST_F(Bounds, TakeAHeaderCutByTheEndForNoStructure) {
   for (size_t left = 1; left <= 3; ++left) {
-    Table table;
-    table.Add(0x80, 0x10, {}, {"a"});
-    table.AddRaw(Bytes(left, 0x80));
+    Table table = Table::Of(Structure{0x80, 0x10, {}, {"a"}}, Raw{Bytes(left, 0x80)});
     Use(table);
     Visited visited;
     ASSERT_EQ(Fetch(0x10, &visited), EFI_SUCCESS);
@@ -80,10 +71,7 @@ TEST_F(Bounds, TakeAHeaderCutByTheEndForNoStructure) {
 }
 
 TEST_F(Bounds, TakeAHeaderAloneForAStructure) {
-  Table table;
-  table.Add(0x80, 0x10, {}, {"a"});
-  table.AddRaw({0x81, 4, 0x20, 0x00});
-  Use(table);
+  Use(Table::Of(Structure{0x80, 0x10, {}, {"a"}}, Raw{{0x81, 4, 0x20, 0x00}}));
   Visited visited;
   ASSERT_EQ(Fetch(0x10, &visited), EFI_SUCCESS);
   EXPECT_EQ(visited.following, 0x20);
@@ -96,8 +84,7 @@ TEST_F(Bounds, TakeAHeaderAloneForAStructure) {
 TEST_F(Bounds, EndAStructureWhoseStringsHaveNoEnd) {
   // "ab" NUL NUL, one byte less each time, down to no string area at all.
   for (size_t missing = 1; missing <= 4; ++missing) {
-    Table table;
-    table.Add(0x80, 0x10, {7}, {"ab"});
+    Table table = Table::Of(Structure{0x80, 0x10, {7}, {"ab"}});
     table.Chop(missing);
     for (const host::Guard guard : {host::Guard::kBehind, host::Guard::kBefore}) {
       Use(table, guard);
@@ -111,8 +98,7 @@ TEST_F(Bounds, EndAStructureWhoseStringsHaveNoEnd) {
 }
 
 TEST_F(Bounds, FindAStringOnlyWhenItsNulIsInsideTheTable) {
-  Table table;
-  table.Add(0x80, 0x10, {}, {"ab", "cd"});
+  Table table = Table::Of(Structure{0x80, 0x10, {}, {"ab", "cd"}});
   table.Chop(2);
   Use(table);
   UINT8* cursor = mHarness.TableData();
@@ -122,8 +108,7 @@ TEST_F(Bounds, FindAStringOnlyWhenItsNulIsInsideTheTable) {
 }
 
 TEST_F(Bounds, FindTheLastStringWithoutTheTerminatorOfTheStructure) {
-  Table table;
-  table.Add(0x80, 0x10, {}, {"ab"});
+  Table table = Table::Of(Structure{0x80, 0x10, {}, {"ab"}});
   table.Chop(1);
   Use(table);
   UINT8* cursor = mHarness.TableData();
@@ -133,8 +118,7 @@ TEST_F(Bounds, FindTheLastStringWithoutTheTerminatorOfTheStructure) {
 }
 
 TEST_F(Bounds, FindNoStringBehindAFormattedPartThatReachesTheEnd) {
-  Table table;
-  table.Add(0x80, 0x10, {1, 2});
+  Table table = Table::Of(Structure{0x80, 0x10, {1, 2}, {}});
   table.Chop(2);
   Use(table);
   UINT8* cursor = mHarness.TableData();
@@ -143,7 +127,7 @@ TEST_F(Bounds, FindNoStringBehindAFormattedPartThatReachesTheEnd) {
 }
 
 TEST_F(Bounds, EndAStructureWhoseFormattedPartPassesTheEnd) {
-  Use(Raw({0x80, 0xFF, 0x10, 0x00, 1, 0, 0}));
+  Use(Table::Of(Raw{{0x80, 0xFF, 0x10, 0x00, 1, 0, 0}}));
   Visited visited;
   ASSERT_EQ(Fetch(0x10, &visited), EFI_SUCCESS);
   EXPECT_EQ(visited.size, 7u);
@@ -153,9 +137,7 @@ TEST_F(Bounds, EndAStructureWhoseFormattedPartPassesTheEnd) {
 }
 
 TEST_F(Bounds, FindNoStringAtTheEndOfTheTable) {
-  Table table;
-  table.Add(0x80, 0x10);
-  Use(table);
+  Use(Table::Of(Structure{0x80, 0x10, {}, {}}));
   for (const UINT16 index : std::initializer_list<UINT16>{1, 2, 0xFFFF}) {
     UINT8* cursor = End();
     EXPECT_EQ(SmbiosGetString(&cursor, index), nullptr);
@@ -164,9 +146,7 @@ TEST_F(Bounds, FindNoStringAtTheEndOfTheTable) {
 }
 
 TEST_F(Bounds, FindNoStringBehindALastHeaderThatIsCut) {
-  Table table;
-  table.Add(0x80, 0x10);
-  table.AddRaw({0x81, 2});
+  Table table = Table::Of(Structure{0x80, 0x10, {}, {}}, Raw{{0x81, 2}});
   Use(table);
   UINT8* cursor = At(table, 0) + 6;
   SmbiosGetString(&cursor, 1);
@@ -192,7 +172,7 @@ TEST_F(Bounds, WalkOnPastALengthByteBelowFour) {
   for (const Case& shape : cases) {
     Bytes bytes = shape.structure;
     bytes.insert(bytes.end(), {0x22, 0x33, 0, 0});
-    Use(Raw(bytes));
+    Use(Table::Of(Raw{bytes}));
     UINT8* cursor = mHarness.TableData();
     EXPECT_EQ(SmbiosGetString(&cursor, 0xFFFF), nullptr);
     EXPECT_EQ(cursor - mHarness.TableData(), static_cast<std::ptrdiff_t>(shape.end));
@@ -204,13 +184,13 @@ TEST_F(Bounds, WalkOnPastALengthByteBelowFour) {
 
 TEST_F(Bounds, EndOnATableOfZeros) {
   // Each pair of NULs is a structure's end, so the walk goes by two bytes.
-  Use(Raw(Bytes(100, 0)));
+  Use(Table::Of(Raw{Bytes(100, 0)}));
   EXPECT_EQ(CountOf(0), 49u);
   EXPECT_EQ(CountOf(1), 0u);
 }
 
 TEST_F(Bounds, EndOnATableOfOnes) {
-  Use(Raw(Bytes(100, 0xFF)));
+  Use(Table::Of(Raw{Bytes(100, 0xFF)}));
   Visited visited;
   ASSERT_EQ(Fetch(kSmbiosNoHandle, &visited), EFI_SUCCESS);
   EXPECT_EQ(visited.size, 100u);

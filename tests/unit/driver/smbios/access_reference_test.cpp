@@ -19,8 +19,7 @@ constexpr size_t kLargestTable = 4096;
 class Reference : public SmbiosTest {
  protected:
   Reference() : mMapping(host::MapBelow4G(kLargestTable, host::Guard::kBehind)) {
-    Table table;
-    table.Add(System{});
+    Table table = Table::Of(System{});
     Use(table);
   }
 
@@ -43,8 +42,8 @@ class Reference : public SmbiosTest {
         text.resize(Random(1, 10));
         std::generate(text.begin(), text.end(), [&] { return static_cast<char>(Random(1, 255)); });
       }
-      table.Add(static_cast<uint8_t>(kTypes[Random(0, std::size(kTypes) - 1)]), handle, body,
-                strings);
+      table.Add(Structure{static_cast<uint8_t>(kTypes[Random(0, std::size(kTypes) - 1)]), handle,
+                          body, strings});
     }
     return table;
   }

@@ -134,11 +134,7 @@ class GetNext : public SmbiosTest {
 };
 
 Table ThreeStructures() {
-  Table table;
-  table.Add(Bios{.handle = 0x11});
-  table.Add(System{.handle = 0x22});
-  table.Add(End{.handle = 0x33});
-  return table;
+  return Table::Of(Bios{.handle = 0x11}, System{.handle = 0x22}, End{.handle = 0x33});
 }
 
 TEST_F(GetNext, VisitsTheStructuresInOrder) {
@@ -186,10 +182,7 @@ TEST_F(GetNext, NeedsAllItsArguments) {
 }
 
 TEST_F(GetNext, TreatsTheEndOfTableStructureAsAnyOther) {
-  Table table;
-  table.Add(End{.handle = 0x10});
-  table.Add(System{.handle = 0x20});
-  Use(table);
+  Use(Table::Of(End{.handle = 0x10}, System{.handle = 0x20}));
   ASSERT_EQ(Next(), EFI_SUCCESS);
   EXPECT_EQ(*mRecord, 127u);
   EXPECT_EQ(mHandle, 0x20u);
@@ -222,9 +215,7 @@ TEST_F(GetNext, ReadsTheTableLengthAnewEachTime) {
 
 TEST_F(GetNext, FollowsATableThatWasMoved) {
   Use(ThreeStructures());
-  Table moved;
-  moved.Add(Chassis{.handle = 0x55});
-  mHarness.Publish(moved);
+  mHarness.Publish(Table::Of(Chassis{.handle = 0x55}));
   mHarness.UnmapEarlierTables();
   ASSERT_EQ(Next(), EFI_SUCCESS);
   EXPECT_EQ(mRecord, mHarness.TableData());
@@ -232,11 +223,8 @@ TEST_F(GetNext, FollowsATableThatWasMoved) {
 }
 
 TEST_F(GetNext, TakesTheFirstStructureWithAHandleSoThatARepeatedOneMakesTheWalkCycle) {
-  Table table;
-  table.Add(Bios{.handle = 0x10});
-  table.Add(System{.handle = 0x20});
-  table.Add(Chassis{.handle = 0x10});
-  table.Add(End{.handle = 0x30});
+  Table table = Table::Of(Bios{.handle = 0x10}, System{.handle = 0x20}, Chassis{.handle = 0x10},
+                          End{.handle = 0x30});
   Use(table);
   for (size_t step = 0; step < 20; ++step) {
     ASSERT_EQ(Next(), EFI_SUCCESS);
@@ -246,10 +234,7 @@ TEST_F(GetNext, TakesTheFirstStructureWithAHandleSoThatARepeatedOneMakesTheWalkC
 }
 
 TEST_F(GetNext, ShowsAStructureWithTheEndMarkAsHandleAsTheEnd) {
-  Table table;
-  table.Add(Bios{.handle = 0x10});
-  table.Add(System{.handle = kNoHandle});
-  table.Add(End{.handle = 0x30});
+  Table table = Table::Of(Bios{.handle = 0x10}, System{.handle = kNoHandle}, End{.handle = 0x30});
   Use(table);
   ASSERT_EQ(Next(), EFI_SUCCESS);
   EXPECT_EQ(mHandle, kSmbiosNoHandle);
@@ -257,9 +242,7 @@ TEST_F(GetNext, ShowsAStructureWithTheEndMarkAsHandleAsTheEnd) {
 }
 
 TEST_F(GetNext, BeginsWithAFirstStructureThatHasTheEndMarkAsHandle) {
-  Table table;
-  table.Add(Bios{.handle = kNoHandle});
-  table.Add(End{.handle = 0x30});
+  Table table = Table::Of(Bios{.handle = kNoHandle}, End{.handle = 0x30});
   Use(table);
   ASSERT_EQ(Next(), EFI_SUCCESS);
   EXPECT_EQ(mRecord, At(table, 0));
@@ -282,14 +265,8 @@ class ByType : public SmbiosTest {
 };
 
 Table FourModules() {
-  Table table;
-  table.Add(MemoryDevice{.serial = "1"});
-  table.Add(MemoryArray{});
-  table.Add(MemoryDevice{.serial = "22"});
-  table.Add(MemoryDevice{.serial = "333"});
-  table.Add(End{});
-  table.Add(MemoryDevice{.serial = "4444"});
-  return table;
+  return Table::Of(MemoryDevice{.serial = "1"}, MemoryArray{}, MemoryDevice{.serial = "22"},
+                   MemoryDevice{.serial = "333"}, End{}, MemoryDevice{.serial = "4444"});
 }
 
 TEST_F(ByType, CollectsAddressesAndSizesInTableOrder) {
@@ -318,8 +295,7 @@ TEST_F(ByType, HandsOutTwoArraysOfBootServicesData) {
 }
 
 TEST_F(ByType, FindsOemTypesAsAnyOther) {
-  Table table = FourModules();
-  table.Add(DimmExtension{});
+  const Table table = Table::Of(FourModules(), DimmExtension{});
   Use(table);
   ASSERT_EQ(Collect(0xE2), EFI_SUCCESS);
   EXPECT_THAT(Records(), ElementsAre(At(table, 6)));
@@ -378,31 +354,23 @@ TEST_F(ByType, FreesTheFirstArrayWithoutMemoryForTheSecond) {
 }
 
 TEST_F(ByType, VisitsEachStructureOnceAlsoWhereHandlesRepeat) {
-  Table table;
-  for (int n = 0; n < 3; ++n) {
-    table.Add(MemoryArray{.handle = 0x10});
-    table.Add(MemoryDevice{.handle = 0x20});
-  }
+  const Table pair = Table::Of(MemoryArray{.handle = 0x10}, MemoryDevice{.handle = 0x20});
+  const Table table = Table::Of(pair, pair, pair);
   Use(table);
   ASSERT_EQ(Collect(17), EFI_SUCCESS);
   EXPECT_THAT(Records(), ElementsAre(At(table, 1), At(table, 3), At(table, 5)));
 }
 
 TEST_F(ByType, EndsBeforeALaterStructureWithTheEndMarkAsHandle) {
-  Table table;
-  table.Add(MemoryDevice{.handle = 0x10});
-  table.Add(MemoryDevice{.handle = 0x20});
-  table.Add(MemoryDevice{.handle = kNoHandle});
-  table.Add(MemoryDevice{.handle = 0x30});
+  Table table = Table::Of(MemoryDevice{.handle = 0x10}, MemoryDevice{.handle = 0x20},
+                          MemoryDevice{.handle = kNoHandle}, MemoryDevice{.handle = 0x30});
   Use(table);
   ASSERT_EQ(Collect(17), EFI_SUCCESS);
   EXPECT_THAT(Records(), ElementsAre(At(table, 0), At(table, 1)));
 }
 
 TEST_F(ByType, GoesOnAfterAFirstStructureWithTheEndMarkAsHandle) {
-  Table table;
-  table.Add(MemoryDevice{.handle = kNoHandle});
-  table.Add(MemoryDevice{.handle = 0x20});
+  Table table = Table::Of(MemoryDevice{.handle = kNoHandle}, MemoryDevice{.handle = 0x20});
   Use(table);
   ASSERT_EQ(Collect(17), EFI_SUCCESS);
   EXPECT_THAT(Records(), ElementsAre(At(table, 0), At(table, 1)));
@@ -410,8 +378,7 @@ TEST_F(ByType, GoesOnAfterAFirstStructureWithTheEndMarkAsHandle) {
 
 TEST_F(ByType, FollowsATableThatWasMoved) {
   Use(FourModules());
-  Table moved;
-  moved.Add(MemoryDevice{});
+  Table moved = Table::Of(MemoryDevice{});
   mHarness.Publish(moved);
   mHarness.UnmapEarlierTables();
   ASSERT_EQ(Collect(17), EFI_SUCCESS);
@@ -435,16 +402,14 @@ class GetString : public SmbiosTest {
  protected:
   // One structure with three strings, and two without.
   GetString() {
-    mTable.Add(0x80, 0x10, {1, 2, 3}, {"first", "second", "third"});
-    mTable.Add(0x81, 0x20);
-    mTable.Add(0x82, 0x30);
     Use(mTable);
     mCursor = At(mTable, 0);
   }
 
   CHAR8* Get(UINT16 index) { return SmbiosGetString(&mCursor, index); }
 
-  Table mTable;
+  const Table mTable = Table::Of(Structure{0x80, 0x10, {1, 2, 3}, {"first", "second", "third"}},
+                                 Structure{0x81, 0x20}, Structure{0x82, 0x30});
   UINT8* mCursor;
 };
 

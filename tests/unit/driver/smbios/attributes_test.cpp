@@ -45,10 +45,7 @@ class AttributesTest : public SmbiosTest {
 };
 
 Table WithSystem(const System& system) {
-  Table table;
-  table.Add(system);
-  table.Add(End{});
-  return table;
+  return Table::Of(system, End{});
 }
 
 // --- zorv.server ---
@@ -120,10 +117,8 @@ TEST_F(AttributesTest, ServiceTagLeavesTheCollectedArraysAllocated) {
 }
 
 TEST_F(AttributesTest, ServiceTagNeedsExactlyOneSystem) {
-  Table none;
-  none.Add(End{});
-  Table two = WithSystem({});
-  two.Add(System{});
+  const Table none = Table::Of(End{});
+  const Table two = Table::Of(WithSystem({}), System{});
   for (const Table& table : {none, two, Table()}) {
     UseTable(table);
     EXPECT_EQ(GetServer(u"SMBIOSServiceTagString"), EFI_NOT_FOUND);
@@ -132,21 +127,12 @@ TEST_F(AttributesTest, ServiceTagNeedsExactlyOneSystem) {
 }
 
 TEST_F(AttributesTest, ServiceTagNeedsAString) {
-  Table unterminated;
-  unterminated.Add(System{.sku = std::nullopt, .family = std::nullopt});
+  Table unterminated = Table::Of(System{.sku = std::nullopt, .family = std::nullopt});
   unterminated.Chop(2);
   const Table tables[] = {
       WithSystem({.serial = std::nullopt}),
-      [] {  // a number past the last string
-        Table table;
-        table.Add(System{}.Build().SetByte(7, 9));
-        return table;
-      }(),
-      [] {  // a formatted part that ends before the field
-        Table table;
-        table.Add(System{}.Build().CutTo(7));
-        return table;
-      }(),
+      Table::Of(System{}.Build().SetByte(7, 9)),  // a number past the last string
+      Table::Of(System{}.Build().CutTo(7)),       // a formatted part that ends before the field
       unterminated,
   };
   for (const Table& table : tables) {
@@ -163,11 +149,9 @@ TEST_F(AttributesTest, ServiceTagNeedsAString) {
 TEST_F(AttributesTest, ServiceTagCanBeAnEmptyText) {
   // Number 1 of a structure without strings is an empty text.
   UseTable(WithSystem({}));
-  Table table;
   tvq::test::Structure system = System{}.Build().SetByte(7, 1);
   system.strings.clear();
-  table.Add(system);
-  UseTable(table);
+  UseTable(Table::Of(system));
   ASSERT_EQ(GetServer(u"SMBIOSServiceTagString"), EFI_SUCCESS);
   EXPECT_EQ(Value(), "");
 }
@@ -192,13 +176,11 @@ TEST_F(AttributesTest, ServiceTagRoutineAnswersItsOwnNameOnly) {
 // --- The system name ---
 
 Table WithOemStrings(const std::vector<std::vector<std::string>>& structures) {
-  Table table;
-  table.Add(System{.product = "Rack One"});
+  std::vector<OemStrings> strings;
   for (const std::vector<std::string>& texts : structures) {
-    table.Add(OemStrings{.texts = texts});
+    strings.push_back({.texts = texts});
   }
-  table.Add(End{});
-  return table;
+  return Table::Of(System{.product = "Rack One"}, strings, End{});
 }
 
 TEST_F(AttributesTest, SystemNameIsTheProductName) {
@@ -265,10 +247,8 @@ TEST_F(AttributesTest, SystemNameLeavesTheArraysOfBothCollectionsAllocated) {
 }
 
 TEST_F(AttributesTest, SystemNameNeedsExactlyOneSystem) {
-  Table none;
-  none.Add(OemStrings{});
-  Table two = WithSystem({});
-  two.Add(System{});
+  const Table none = Table::Of(OemStrings{});
+  const Table two = Table::Of(WithSystem({}), System{});
   for (const Table& table : {none, two, Table()}) {
     UseTable(table);
     EXPECT_EQ(GetServer(u"SMBIOSSystemNameString"), EFI_NOT_FOUND);
@@ -357,8 +337,7 @@ TEST_F(BiosAttributeTest, DoesNotLookAtTheNamespace) {
 }
 
 TEST_F(BiosAttributeTest, LeavesWhatIsMissingNull) {
-  Table table;
-  table.Add(End{});
+  Table table = Table::Of(End{});
   UseTable(table);
   ASSERT_EQ(GetBios(), EFI_SUCCESS);
   EXPECT_EQ(Info().ServiceTag, nullptr);
@@ -367,12 +346,9 @@ TEST_F(BiosAttributeTest, LeavesWhatIsMissingNull) {
 }
 
 TEST_F(BiosAttributeTest, TakesEachTextFromTheFirstStructureThatHasIt) {
-  Table table;
-  table.Add(Bios{.version = std::nullopt});
-  table.Add(Bios{.version = "1.0"});
-  table.Add(Bios{.version = "2.0"});
-  table.Add(System{.product = std::nullopt, .serial = "TAG1"});
-  table.Add(System{.product = "Product 2", .serial = "TAG2"});
+  Table table = Table::Of(Bios{.version = std::nullopt}, Bios{.version = "1.0"},
+                          Bios{.version = "2.0"}, System{.product = std::nullopt, .serial = "TAG1"},
+                          System{.product = "Product 2", .serial = "TAG2"});
   UseTable(table);
   ASSERT_EQ(GetBios(), EFI_SUCCESS);
   EXPECT_STREQ(Info().BiosVersion, "1.0");
@@ -381,9 +357,8 @@ TEST_F(BiosAttributeTest, TakesEachTextFromTheFirstStructureThatHasIt) {
 }
 
 TEST_F(BiosAttributeTest, LooksForTheProductWhereASerialNumberOutOfRangeHasMovedIt) {
-  Table table;
-  table.Add(System{.product = "Product 1"}.Build().SetByte(7, 9));
-  table.Add(Chassis{.manufacturer = "Chassis Works", .chassisType = 1});
+  Table table = Table::Of(System{.product = "Product 1"}.Build().SetByte(7, 9),
+                          Chassis{.manufacturer = "Chassis Works", .chassisType = 1});
   UseTable(table);
   ASSERT_EQ(GetBios(), EFI_SUCCESS);
   EXPECT_EQ(Info().ServiceTag, nullptr);
@@ -391,9 +366,7 @@ TEST_F(BiosAttributeTest, LooksForTheProductWhereASerialNumberOutOfRangeHasMoved
 }
 
 TEST_F(BiosAttributeTest, ReadsNoNumberPastTheFormattedPart) {
-  Table table;
-  table.Add(Bios{}.Build().CutTo(5));
-  table.Add(System{}.Build().CutTo(7));
+  Table table = Table::Of(Bios{}.Build().CutTo(5), System{}.Build().CutTo(7));
   UseTable(table);
   ASSERT_EQ(GetBios(), EFI_SUCCESS);
   EXPECT_EQ(Info().BiosVersion, nullptr);

@@ -56,10 +56,9 @@ tvq::test::Structure OfLength(uint8_t length) {
 // --- Building ---
 
 TEST_F(FqddMapTest, HasAnEntryForEachGroup) {
-  Table table;
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x0400, 7}, {std::nullopt, 0xBEEF, 0xFF}}});
-  table.Add(System{});
-  table.Add(FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}});
+  Table table =
+      Table::Of(FqddMap{.groups = {{"CPU.Socket.1", 0x0400, 7}, {std::nullopt, 0xBEEF, 0xFF}}},
+                System{}, FqddMap{.groups = {{"DIMM.Socket.A1", 0x1100}}});
   ASSERT_EQ(BuildFrom(table), EFI_SUCCESS);
   EXPECT_EQ(gFqddMapValid, 1u);
   EXPECT_EQ(gType225Count, 2u);
@@ -73,8 +72,7 @@ TEST_F(FqddMapTest, TakesAsManyWholeGroupsAsTheFormattedPartHolds) {
   const std::pair<uint8_t, UINT16> shapes[] = {{5, 0},  {6, 0},  {8, 0},  {9, 1},
                                                {12, 1}, {13, 2}, {14, 2}, {253, 62}};
   for (const auto& [length, groups] : shapes) {
-    Table table;
-    table.Add(OfLength(length));
+    Table table = Table::Of(OfLength(length));
     EXPECT_EQ(BuildFrom(table), EFI_SUCCESS) << "length " << int{length};
     EXPECT_EQ(gFqddMapCount, groups) << "length " << int{length};
     EXPECT_EQ(gFqddMapValid, 1u);
@@ -82,16 +80,13 @@ TEST_F(FqddMapTest, TakesAsManyWholeGroupsAsTheFormattedPartHolds) {
 }
 
 TEST_F(FqddMapTest, IsBuiltPastAStructureWithoutGroups) {
-  Table table;
-  table.Add(OfLength(6));
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
+  Table table = Table::Of(OfLength(6), FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
   ASSERT_EQ(BuildFrom(table), EFI_SUCCESS);
   EXPECT_THAT(Entries(), ElementsAre(Entry(1, 0x400, 0, 1)));
 }
 
 TEST_F(FqddMapTest, CannotBeBuiltWithoutAStructure) {
-  Table table;
-  table.Add(System{});
+  Table table = Table::Of(System{});
   EXPECT_EQ(BuildFrom(table), EFI_NOT_FOUND);
   ExpectNoMap();
 }
@@ -104,12 +99,9 @@ TEST_F(FqddMapTest, CannotBeBuiltFromAnEmptyTable) {
 TEST_F(FqddMapTest, IsSpoiltWhollyByOneStructureOfAnotherFormat) {
   for (const size_t spoilt : {0, 1, 2}) {
     for (const uint8_t format : std::initializer_list<uint8_t>{0, 2, 0xFF}) {
-      Table table;
-      for (size_t n = 0; n < 3; ++n) {
-        table.Add(FqddMap{.format = n == spoilt ? format : uint8_t{1},
-                          .groups = {{"CPU.Socket.1", 0x400}}});
-      }
-      EXPECT_EQ(BuildFrom(table), EFI_NOT_FOUND);
+      std::vector<FqddMap> maps = Copies(3, FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
+      maps[spoilt].format = format;
+      EXPECT_EQ(BuildFrom(Table::Of(maps)), EFI_NOT_FOUND);
       ExpectNoMap();
       EXPECT_EQ(gFqddMap, nullptr);
     }
@@ -118,9 +110,8 @@ TEST_F(FqddMapTest, IsSpoiltWhollyByOneStructureOfAnotherFormat) {
 
 TEST_F(FqddMapTest, IsSpoiltByAStructureWithoutAFormat) {
   // The byte behind the header belongs to the strings, although it is a 1.
-  Table table;
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}}});
-  table.Add(225, 0x20, {}, {"\1"});
+  Table table =
+      Table::Of(FqddMap{.groups = {{"CPU.Socket.1", 0x400}}}, Structure{225, 0x20, {}, {"\1"}});
   EXPECT_EQ(BuildFrom(table), EFI_NOT_FOUND);
   ExpectNoMap();
   EXPECT_EQ(gFqddMap, nullptr);
@@ -128,8 +119,8 @@ TEST_F(FqddMapTest, IsSpoiltByAStructureWithoutAFormat) {
 
 // Two groups, of which the end of the table leaves `left` bytes of the structure.
 Table CutMap(size_t left) {
-  Table table;
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400, 1}, {"CPU.Socket.2", 0x401, 2}}});
+  Table table =
+      Table::Of(FqddMap{.groups = {{"CPU.Socket.1", 0x400, 1}, {"CPU.Socket.2", 0x401, 2}}});
   table.Chop(table.Size() - left);
   return table;
 }
@@ -191,9 +182,7 @@ TEST_F(FqddMapTest, CannotBeBuiltWithoutMemory) {
 
 // Firmware may answer a request for zero bytes with success and no block.
 TEST_F(FqddMapTest, NeedsNoMemoryWithoutGroups) {
-  Table table;
-  table.Add(OfLength(6));
-  Use(table);
+  Use(Table::Of(OfLength(6)));
   mHarness.Memory().GiveNullForZeroBytes(true);
   EXPECT_EQ(BuildFqddMap(), EFI_SUCCESS);
   EXPECT_EQ(gFqddMapValid, 1u);
@@ -213,8 +202,7 @@ TEST_F(FqddMapTest, IsInvalidAfterABuildThatFailed) {
 // --- Looking up ---
 
 TEST_F(FqddMapTest, FindsTheFirstEntryOfAHandle) {
-  Table table;
-  table.Add(
+  Table table = Table::Of(
       FqddMap{.groups = {{"CPU.Socket.1", 0}, {"CPU.Socket.2", 0x401}, {"CPU.Socket.3", 0x401}}});
   ASSERT_EQ(BuildFrom(table), EFI_SUCCESS);
   EXPECT_EQ(FindFqdd(0x401), &gFqddMap[1]);
@@ -249,17 +237,15 @@ TEST_F(FqddMapTest, NamesTheTextOfAnEntry) {
 }
 
 TEST_F(FqddMapTest, NamesNothingForStringNumberZero) {
-  Table table;
-  table.Add(FqddMap{.groups = {{std::nullopt, 0x400}}});
+  Table table = Table::Of(FqddMap{.groups = {{std::nullopt, 0x400}}});
   ASSERT_EQ(BuildFrom(table), EFI_SUCCESS);
   EXPECT_EQ(FqddText(*FindFqdd(0x400)), nullptr);
 }
 
 TEST_F(FqddMapTest, ReadsFromTheNextStructureOnceAStringNumberWasOutOfRange) {
-  Table table;
-  table.Add(
-      FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"CPU.Socket.2", 0x401}}}.Build().SetByte(9, 5));
-  table.Add(System{.manufacturer = "Next structure's first text"});
+  Table table = Table::Of(
+      FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"CPU.Socket.2", 0x401}}}.Build().SetByte(9, 5),
+      System{.manufacturer = "Next structure's first text"});
   ASSERT_EQ(BuildFrom(table), EFI_SUCCESS);
   EXPECT_STREQ(FqddText(*FindFqdd(0x400)), "CPU.Socket.1");
   EXPECT_EQ(FqddText(*FindFqdd(0x401)), nullptr);

@@ -61,17 +61,10 @@ OnboardDevice WantedDevice() {
   return {.bus = 0x17, .devFn = kDevFn};
 }
 
-template <typename... Builders>
-Table TableOf(const Builders&... builders) {
-  Table table;
-  (table.Add(builders), ...);
-  return table;
-}
-
 // --- What is asked ---
 
 TEST_F(SlotQuery, KnowsTwoNames) {
-  Use(TableOf(WantedSlot()));
+  Use(Table::Of(WantedSlot()));
   for (const char16_t* const name :
        {static_cast<const char16_t*>(nullptr), u"", u"SMBIOSPCISlotInf", u"SMBIOSSlotId"}) {
     EXPECT_EQ(Ask(name), EFI_NOT_FOUND);
@@ -81,14 +74,14 @@ TEST_F(SlotQuery, KnowsTwoNames) {
 }
 
 TEST_F(SlotQuery, DoesNotLookAtTheNamespace) {
-  Use(TableOf(WantedSlot()));
+  Use(Table::Of(WantedSlot()));
   UINT64 value = reinterpret_cast<UINTN>(&mQuery);
   EXPECT_EQ(PciAttributeGet(nullptr, Ucs2(kSlotInfo), &value), EFI_SUCCESS);
   EXPECT_EQ(value, reinterpret_cast<UINTN>(&mQuery));
 }
 
 TEST_F(SlotQuery, NeedsTheEntryPoint) {
-  Use(TableOf(WantedSlot()));
+  Use(Table::Of(WantedSlot()));
   EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
   EXPECT_EQ(Ask(), EFI_BAD_BUFFER_SIZE);
   EXPECT_EQ(mQuery.OnBoard, 0u);
@@ -96,7 +89,7 @@ TEST_F(SlotQuery, NeedsTheEntryPoint) {
 }
 
 TEST_F(SlotQuery, RefusesAMissingQuery) {
-  Use(TableOf(WantedSlot()));
+  Use(Table::Of(WantedSlot()));
   UINT64 value = 0;
   EXPECT_EQ(PciAttributeGet(nullptr, Ucs2(kSlotInfo), &value), EFI_INVALID_PARAMETER);
   EXPECT_EQ(PciAttributeGet(nullptr, Ucs2(kSlotInfo), nullptr), EFI_INVALID_PARAMETER);
@@ -105,7 +98,7 @@ TEST_F(SlotQuery, RefusesAMissingQuery) {
 // --- Slots ---
 
 TEST_F(SlotQuery, DescribesTheSlotAtAnAddress) {
-  Use(TableOf(Slot{}, WantedSlot(), Slot{}));
+  Use(Table::Of(Slot{}, WantedSlot(), Slot{}));
   ASSERT_EQ(Ask(), EFI_SUCCESS);
   EXPECT_EQ(mQuery.SlotId, 5);
   EXPECT_EQ(mQuery.OnBoard, 0u);
@@ -117,7 +110,7 @@ TEST_F(SlotQuery, DescribesTheSlotAtAnAddress) {
 TEST_F(SlotQuery, ReportsTheWholeSlotId) {
   Slot slot = WantedSlot();
   slot.id = 0x1234;
-  Use(TableOf(slot));
+  Use(Table::Of(slot));
   ASSERT_EQ(Ask(), EFI_SUCCESS);
   EXPECT_EQ(mQuery.SlotId, 0x1234);
 }
@@ -134,18 +127,18 @@ TEST_F(SlotQuery, PacksDeviceAndFunctionInEightBits) {
   for (const Case& shape : cases) {
     Slot slot = WantedSlot();
     slot.devFn = shape.devFn;
-    Use(TableOf(slot));
+    Use(Table::Of(slot));
     mQuery.Device = shape.device;
     mQuery.Function = shape.function;
     EXPECT_EQ(Ask(), EFI_SUCCESS) << shape.device << "." << shape.function;
     slot.devFn ^= 1;
-    Use(TableOf(slot));
+    Use(Table::Of(slot));
     EXPECT_EQ(Ask(), EFI_NOT_FOUND) << shape.device << "." << shape.function;
   }
 }
 
 TEST_F(SlotQuery, ComparesAllBitsOfTheBus) {
-  Use(TableOf(WantedSlot(), WantedDevice()));
+  Use(Table::Of(WantedSlot(), WantedDevice()));
   mQuery.Bus = 0x117;
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);
 }
@@ -155,7 +148,7 @@ TEST_F(SlotQuery, FindsNothingOnAnotherBusOrDevice) {
   otherBus.bus = 0x18;
   Slot otherDevice = WantedSlot();
   otherDevice.devFn = 0x19;  // device 3, function 1 in the bus's own packing
-  Use(TableOf(otherBus, otherDevice));
+  Use(Table::Of(otherBus, otherDevice));
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);
   ExpectNothingFound();
   EXPECT_EQ(mQuery.SlotType, 0xAA);
@@ -168,10 +161,10 @@ TEST_F(SlotQuery, MatchesNoSlotWithoutBusAndDevice) {
   for (const uint8_t length : std::initializer_list<uint8_t>{0x0D, 0x0F, 0x10}) {
     // What follows the formatted part is an empty string area, all zeros.
     tvq::test::Structure slot = Slot{.designation = std::nullopt}.Build().CutTo(length);
-    Use(TableOf(slot));
+    Use(Table::Of(slot));
     EXPECT_EQ(Ask(), EFI_NOT_FOUND) << "length " << int{length};
   }
-  Use(TableOf(Slot{.designation = std::nullopt}.Build().CutTo(0x11)));
+  Use(Table::Of(Slot{.designation = std::nullopt}.Build().CutTo(0x11)));
   EXPECT_EQ(Ask(), EFI_SUCCESS);
 }
 
@@ -180,7 +173,7 @@ TEST_F(SlotQuery, MatchesNoSlotWithoutBusAndDevice) {
 TEST_F(SlotQuery, FindsAnOnboardDeviceUnderBothNames) {
   for (const char16_t* const name : {kSlotInfo, kSlotId}) {
     mQuery = NewQuery();
-    Use(TableOf(OnboardDevice{}, WantedDevice()));
+    Use(Table::Of(OnboardDevice{}, WantedDevice()));
     ASSERT_EQ(Ask(name), EFI_SUCCESS);
     EXPECT_EQ(mQuery.SlotId, 1) << "the string number of the designation";
     EXPECT_EQ(mQuery.OnBoard, 1u);
@@ -191,7 +184,7 @@ TEST_F(SlotQuery, FindsAnOnboardDeviceUnderBothNames) {
 }
 
 TEST_F(SlotQuery, ExtendsTheStringNumberWithZeros) {
-  Use(TableOf(WantedDevice().Build().SetByte(4, 0xC8)));
+  Use(Table::Of(WantedDevice().Build().SetByte(4, 0xC8)));
   ASSERT_EQ(Ask(), EFI_SUCCESS);
   EXPECT_EQ(mQuery.SlotId, 0x00C8);
 }
@@ -199,16 +192,16 @@ TEST_F(SlotQuery, ExtendsTheStringNumberWithZeros) {
 TEST_F(SlotQuery, MatchesNoOnboardDeviceWithoutBusAndDevice) {
   mQuery.Bus = mQuery.Device = mQuery.Function = 0;
   for (const uint8_t length : std::initializer_list<uint8_t>{9, 10}) {
-    Use(TableOf(OnboardDevice{.designation = std::nullopt}.Build().CutTo(length)));
+    Use(Table::Of(OnboardDevice{.designation = std::nullopt}.Build().CutTo(length)));
     EXPECT_EQ(Ask(), EFI_NOT_FOUND) << "length " << int{length};
   }
 }
 
 TEST_F(SlotQuery, StopsAtTheFirstMatch) {
-  Use(TableOf(WantedDevice(), WantedSlot()));
+  Use(Table::Of(WantedDevice(), WantedSlot()));
   ASSERT_EQ(Ask(), EFI_SUCCESS);
   EXPECT_EQ(mQuery.OnBoard, 1u);
-  Use(TableOf(WantedSlot(), WantedDevice()));
+  Use(Table::Of(WantedSlot(), WantedDevice()));
   ASSERT_EQ(Ask(), EFI_SUCCESS);
   EXPECT_EQ(mQuery.OnBoard, 0u);
   EXPECT_EQ(mQuery.SlotId, 5);
@@ -217,7 +210,7 @@ TEST_F(SlotQuery, StopsAtTheFirstMatch) {
 // --- Slots by ID ---
 
 TEST_F(SlotQuery, OverwritesTheSlotIdBeforeItIsComparedSoThatNoSlotIsFoundByIt) {
-  Use(TableOf(WantedSlot()));
+  Use(Table::Of(WantedSlot()));
   EXPECT_EQ(Ask(kSlotId), EFI_NOT_FOUND);
   ExpectNothingFound();
   EXPECT_EQ(mQuery.SlotType, 0xAA);
@@ -226,7 +219,7 @@ TEST_F(SlotQuery, OverwritesTheSlotIdBeforeItIsComparedSoThatNoSlotIsFoundByIt) 
 TEST_F(SlotQuery, DescribesASlotWithoutIdTheOtherWayRoundAndStillFindsNothing) {
   Slot slot = WantedSlot();
   slot.id = 0xFFFF;
-  Use(TableOf(slot, WantedDevice()));
+  Use(Table::Of(slot, WantedDevice()));
   EXPECT_EQ(Ask(kSlotId), EFI_NOT_FOUND) << "the device behind it is not reached";
   ExpectNothingFound();
   EXPECT_EQ(mQuery.SlotType, 0xB6);
@@ -238,7 +231,7 @@ TEST_F(SlotQuery, MatchesNoSlotByAnIdPastTheFormattedPart) {
   // A string area of FFh bytes where the ID would stand.
   tvq::test::Structure slot = WantedSlot().Build().CutTo(9);
   slot.strings = {"\xFF\xFF\xFF"};
-  Use(TableOf(slot, WantedDevice()));
+  Use(Table::Of(slot, WantedDevice()));
   EXPECT_EQ(Ask(kSlotId), EFI_SUCCESS);
   EXPECT_EQ(mQuery.OnBoard, 1u);
 }
@@ -246,7 +239,7 @@ TEST_F(SlotQuery, MatchesNoSlotByAnIdPastTheFormattedPart) {
 // --- How far the walk goes ---
 
 TEST_F(SlotQuery, LooksAtAsManyStructuresAsTheEntryPointStates) {
-  Table table = TableOf(System{}, System{}, WantedSlot());
+  Table table = Table::Of(System{}, System{}, WantedSlot());
   table.statedCount = 2;
   Use(table);
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);
@@ -256,7 +249,7 @@ TEST_F(SlotQuery, LooksAtAsManyStructuresAsTheEntryPointStates) {
 }
 
 TEST_F(SlotQuery, EndsWhereTheEntryPointStatesMoreThanThereAre) {
-  Table table = TableOf(System{}, System{});
+  Table table = Table::Of(System{}, System{});
   table.statedCount = 255;
   Use(table);
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);
@@ -271,13 +264,10 @@ TEST_F(SlotQuery, FindsNothingInAnEmptyTable) {
 }
 
 TEST_F(SlotQuery, DoesNotReachASlotBehindARepeatedHandle) {
-  Table table;
-  table.Add(System{.handle = 0x10});
-  table.Add(System{.handle = 0x20});
-  table.Add(System{.handle = 0x10});
   Slot slot = WantedSlot();
   slot.handle = 0x30;
-  table.Add(slot);
+  Table table =
+      Table::Of(System{.handle = 0x10}, System{.handle = 0x20}, System{.handle = 0x10}, slot);
   table.statedCount = 255;
   Use(table);
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);
@@ -288,10 +278,9 @@ class LongSlotQuery : public SlotQuery {
  protected:
   // `others` structures after the onboard device.
   void UseLongTable(size_t others) {
-    Table table;
-    table.Add(OnboardDevice{.bus = 0x17, .devFn = 0});
+    Table table = Table::Of(OnboardDevice{.bus = 0x17, .devFn = 0});
     while (table.Count() <= others) {
-      table.Add(0x80, static_cast<uint16_t>(table.Count()));
+      table.Add(Structure{0x80, static_cast<uint16_t>(table.Count())});
     }
     Use(table);
     mMapping = host::MapBelow4G(table.Size(), host::Guard::kBehind);
@@ -335,7 +324,7 @@ TEST_F(LongSlotQuery, EndsOn255Structures) {
 Table LongTableThatEndsWith(const Slot& slot) {
   Table table;
   for (uint16_t n = 0; n < 299; ++n) {
-    table.Add(0x80, n);
+    table.Add(Structure{0x80, n});
   }
   table.Add(slot);
   return table;
@@ -368,7 +357,7 @@ TEST_F(BoundedSlotQuery, FindsASlotBehindThe255thStructure) {
 }
 
 TEST_F(BoundedSlotQuery, EndsWhereTheEntryPointStatesFarTooMany) {
-  Table table = TableOf(System{}, System{});
+  Table table = Table::Of(System{}, System{});
   table.statedCount = 0xFFFF;
   Use(table);
   EXPECT_EQ(Ask(), EFI_NOT_FOUND);

@@ -24,9 +24,8 @@ class View : public SmbiosTest {
 
 // A formatted part of 12 bytes: 04h to 0Bh hold 11h to 88h.
 Table Twelve() {
-  Table table;
-  table.Add(0x80, 0x1234, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}, {"one", "two"});
-  return table;
+  return Table::Of(
+      Structure{0x80, 0x1234, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}, {"one", "two"}});
 }
 
 TEST_F(View, ReadsLittleEndianFieldsAtAnyOffset) {
@@ -67,8 +66,7 @@ TEST_F(View, TellsWhichFieldsItHas) {
 }
 
 TEST_F(View, FindsAStringByTheNumberInAField) {
-  Table table;
-  table.Add(0x80, 0x10, {2, 0}, {"one", "two"});
+  Table table = Table::Of(Structure{0x80, 0x10, {2, 0}, {"one", "two"}});
   const tvq::Structure view = Of(table);
   EXPECT_STREQ(view.String(4), "two");
   EXPECT_EQ(view.String(5), nullptr) << "number 0";
@@ -77,8 +75,7 @@ TEST_F(View, FindsAStringByTheNumberInAField) {
 
 TEST_F(View, FindsNoStringByANumberPastTheFormattedPart) {
   // The byte behind the formatted part is the first string's: a valid number.
-  Table table;
-  table.Add(0x80, 0x10, {7}, {"\1", "two"});
+  Table table = Table::Of(Structure{0x80, 0x10, {7}, {"\1", "two"}});
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.String(5), nullptr);
   EXPECT_EQ(view.Address(), At(table, 0));
@@ -86,9 +83,8 @@ TEST_F(View, FindsNoStringByANumberPastTheFormattedPart) {
 }
 
 TEST_F(View, ShowsTheNextStructureAfterANumberPastTheLastString) {
-  Table table;
-  table.Add(0x80, 0x10, {3}, {"one", "two"});
-  table.Add(0x81, 0x20, {1}, {"next"});
+  Table table =
+      Table::Of(Structure{0x80, 0x10, {3}, {"one", "two"}}, Structure{0x81, 0x20, {1}, {"next"}});
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.String(4), nullptr);
   EXPECT_EQ(view.Address(), At(table, 1));
@@ -98,8 +94,7 @@ TEST_F(View, ShowsTheNextStructureAfterANumberPastTheLastString) {
 }
 
 TEST_F(View, IsEmptyOnceItsSlotHasLeftTheTable) {
-  Table table;
-  table.Add(0x80, 0x10, {3}, {"one"});
+  Table table = Table::Of(Structure{0x80, 0x10, {3}, {"one"}});
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.String(4), nullptr);
   EXPECT_EQ(view.Length(), 0u);
@@ -127,9 +122,7 @@ TEST_F(View, IsEmptyOutsideTheTable) {
 }
 
 TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
-  Table table;
-  table.Add(0x80, 0x10, {3}, {"one"});
-  table.AddRaw({0x81, 9, 0x20});
+  Table table = Table::Of(Structure{0x80, 0x10, {3}, {"one"}}, Raw{{0x81, 9, 0x20}});
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.String(4), nullptr);
   EXPECT_EQ(view.Address(), At(table, 0) + table.Size() - 3) << "three bytes before the end";
@@ -160,8 +153,7 @@ TEST_F(View, IsCutByTheEndOfTheTable) {
 }
 
 TEST_F(View, ReadsFieldsAsTheyStandWithoutATestOfTheLength) {
-  Table table;
-  table.Add(0x80, 0x10, {7}, {"abcdefgh"});
+  Table table = Table::Of(Structure{0x80, 0x10, {7}, {"abcdefgh"}});
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.TableByte(5), 'a');
   EXPECT_EQ(view.TableWord(5), 'a' | ('b' << 8));
@@ -175,14 +167,12 @@ TEST_F(View, ReadsFieldsAsTheyStandWithoutATestOfTheLength) {
 class List : public SmbiosTest {
  protected:
   List() {
-    mTable.Add(MemoryDevice{.handle = 0x10});
-    mTable.Add(MemoryArray{.handle = 0x20});
-    mTable.Add(MemoryDevice{.handle = 0x30});
     Use(mTable);
     mBefore = mHarness.Blocks().size();
   }
 
-  Table mTable;
+  const Table mTable = Table::Of(MemoryDevice{.handle = 0x10}, MemoryArray{.handle = 0x20},
+                                 MemoryDevice{.handle = 0x30});
   size_t mBefore = 0;
 };
 

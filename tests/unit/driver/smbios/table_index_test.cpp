@@ -136,10 +136,7 @@ TEST_F(TableIndexTest, IsNotUsedWithoutAnEntryPoint) {
 // --- What it finds ---
 
 TEST_F(TableIndexTest, FindsTheFirstOfRepeatedHandles) {
-  mTable = Table();
-  mTable.Add(1, 0x0100);
-  mTable.Add(2, 0x0200);
-  mTable.Add(3, 0x0200);
+  mTable = Table::Of(Structure{1, 0x0100}, Structure{2, 0x0200}, Structure{3, 0x0200});
   Publish();
   const TableIndex index;
   EXPECT_EQ(index.Address(index.FindHandle(0x0200)), Added(1));
@@ -149,7 +146,7 @@ TEST_F(TableIndexTest, FindsTheFirstOfRepeatedHandles) {
 TEST_F(TableIndexTest, TellsHandlesOfOneBucketApart) {
   mTable = Table();
   for (uint16_t n = 0; n < 64; ++n) {
-    mTable.Add(1, static_cast<uint16_t>(n << 8));
+    mTable.Add(Structure{1, static_cast<uint16_t>(n << 8)});
   }
   Publish();
   const TableIndex index;
@@ -160,10 +157,8 @@ TEST_F(TableIndexTest, TellsHandlesOfOneBucketApart) {
 }
 
 TEST_F(TableIndexTest, FindsTheFirstWithHandleAndType) {
-  mTable = Table();
-  mTable.Add(1, 0x0100);
-  mTable.Add(kCacheType, 0x0100);
-  mTable.Add(kCacheType, 0x0100);
+  mTable =
+      Table::Of(Structure{1, 0x0100}, Structure{kCacheType, 0x0100}, Structure{kCacheType, 0x0100});
   Publish();
   const TableIndex index;
   EXPECT_EQ(index.Address(index.FindHandle(0x0100, kCacheType)), Added(1));
@@ -196,9 +191,8 @@ TEST_F(TableIndexTest, KnowsWhatEachStructureTakes) {
 // --- What the driver finds by it ---
 
 TEST_F(TableIndexTest, LeadsToTheFirstMapEntryOfAHandle) {
-  mTable = Table();
-  mTable.Add(4, 0x0400);
-  mTable.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x0400}, {"CPU.Socket.2", 0x0400}}});
+  mTable = Table::Of(Structure{4, 0x0400},
+                     FqddMap{.groups = {{"CPU.Socket.1", 0x0400}, {"CPU.Socket.2", 0x0400}}});
   Publish();
   const TableIndex index;
   ASSERT_EQ(BuildFqddMap(), EFI_SUCCESS);
@@ -206,9 +200,7 @@ TEST_F(TableIndexTest, LeadsToTheFirstMapEntryOfAHandle) {
 }
 
 TEST_F(TableIndexTest, LeadsToNoMapEntryForAStructureThatIsNotNamed) {
-  mTable = Table();
-  mTable.Add(4, 0x0400);
-  mTable.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x0401}}});
+  mTable = Table::Of(Structure{4, 0x0400}, FqddMap{.groups = {{"CPU.Socket.1", 0x0401}}});
   Publish();
   const TableIndex index;
   ASSERT_EQ(BuildFqddMap(), EFI_SUCCESS);
@@ -217,10 +209,8 @@ TEST_F(TableIndexTest, LeadsToNoMapEntryForAStructureThatIsNotNamed) {
 }
 
 TEST_F(TableIndexTest, LeadsToTheFirstCacheOfAHandle) {
-  mTable = Table();
-  mTable.Add(8, 0x0700);
-  mTable.Add(kCacheType, 0x0700, {0, 0x81, 0x01});
-  mTable.Add(kCacheType, 0x0700, {0, 0x82, 0x02});
+  mTable = Table::Of(Structure{8, 0x0700}, Structure{kCacheType, 0x0700, {0, 0x81, 0x01}},
+                     Structure{kCacheType, 0x0700, {0, 0x82, 0x02}});
   Publish();
   const TableIndex index;
   StructureList caches;

@@ -65,12 +65,7 @@ TEST_F(Start, BuildsARecordOfEachKindAndMakesTheImageUnloadable) {
 }
 
 TEST_F(Start, BuildsItsRecordsWhereThePoolHasNoBlockForZeroBytes) {
-  Table table;
-  table.Add(Bios{});
-  table.Add(System{});
-  table.Add(Processor{});
-  table.Add(MemoryDevice{});
-  table.Add(FqddMap{.groups = {}});
+  Table table = Table::Of(Bios{}, System{}, Processor{}, MemoryDevice{}, FqddMap{.groups = {}});
   DriverHarness harness;
   harness.Memory().GiveNullForZeroBytes(true);
   harness.Publish(table);
@@ -112,10 +107,7 @@ TEST_F(Start, EndsWhenThereIsOnlyThe64BitEntryPoint) {
 
 TEST_F(Start, EndsWithoutAnFqddMap) {
   DriverHarness harness;
-  Table table;
-  table.Add(System{});
-  table.Add(Processor{});
-  harness.Publish(table);
+  harness.Publish(Table::Of(System{}, Processor{}));
   ASSERT_EQ(harness.Load(), EFI_SUCCESS);
   EXPECT_EQ(harness.Start(), EFI_NOT_FOUND);
   EXPECT_THAT(harness.platform.registrations, IsEmpty());

@@ -46,8 +46,7 @@ auto AsTuple(const SMBIOS_SLOT_QUERY& query) {
 class DifferentialAccess : public SmbiosTest {
  protected:
   DifferentialAccess() : mMapping(host::MapBelow4G(kLargestTable, host::Guard::kBehind)) {
-    Table table;
-    table.Add(System{});
+    Table table = Table::Of(System{});
     SmbiosTest::Use(table);
     gDebugLog = nullptr;  // The lines would be kept.
     mLoaded = LastSerial(mHarness.Memory());

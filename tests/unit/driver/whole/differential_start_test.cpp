@@ -72,8 +72,7 @@ Table Spoilt(RandomTables& random) {
   if (random.Once(4)) {
     bytes.resize(random.Number(kSmallestStructure, last));
   }
-  Table table;
-  table.AddRaw(bytes);
+  Table table = Table::Of(Raw{bytes});
   table.statedCount = static_cast<uint16_t>(original.Count());
   return table;
 }

@@ -14,14 +14,10 @@ namespace {
 using testing::IsEmpty;
 
 Table ServerWithSerial(const std::string& serial) {
-  Table table;
-  table.Add(Bios{.version = "V-" + serial});
-  table.Add(System{.handle = 0x100, .serial = serial});
-  table.Add(Processor{.handle = 0x400});
-  table.Add(MemoryArray{.handle = 0x1000});
-  table.Add(MemoryDevice{.handle = 0x1100});
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}});
-  return table;
+  return Table::Of(Bios{.version = "V-" + serial}, System{.handle = 0x100, .serial = serial},
+                   Processor{.handle = 0x400}, MemoryArray{.handle = 0x1000},
+                   MemoryDevice{.handle = 0x1100},
+                   FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}});
 }
 
 // A driver that was started on a table which is gone since: whoever still reads it faults.
@@ -32,9 +28,7 @@ class MovedTable : public testing::Test {
     EXPECT_EQ(mHarness.Load(), EFI_SUCCESS);
     EXPECT_EQ(mHarness.Start(), EFI_SUCCESS);
     EXPECT_EQ(mHarness.Records().size(), 3u);
-    Table moved = ServerWithSerial("AFTER");
-    moved.Add(Slot{.id = 7, .bus = 0x17, .devFn = 0});
-    mHarness.Publish(moved);
+    mHarness.Publish(Table::Of(ServerWithSerial("AFTER"), Slot{.id = 7, .bus = 0x17, .devFn = 0}));
     mHarness.UnmapEarlierTables();
   }
 

@@ -26,7 +26,7 @@ Table Sample(const std::string& name) {
   }
   sample.majorVersion = parsed->version.majorNumber;
   sample.minorVersion = parsed->version.minorNumber;
-  sample.AddRaw(parsed->structures);
+  sample.Add(Raw{parsed->structures});
   sample.statedCount = static_cast<uint16_t>(table::SplitTable(parsed->structures).size());
   return sample;
 }

@@ -26,16 +26,14 @@ struct Server {
 };
 
 inline test::Table TableOf(const Server& server) {
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{});
-  table.Add(test::Processor{.version = server.processor, .coreCount = server.cores});
+  std::vector<test::MemoryDevice> modules;
   for (const Module& module : server.modules) {
-    table.Add(test::MemoryDevice{
-        .locator = module.locator, .serial = module.serial, .partNumber = module.part});
+    modules.push_back(
+        {.locator = module.locator, .serial = module.serial, .partNumber = module.part});
   }
-  table.Add(test::End{});
-  return table;
+  return test::Table::Of(test::Bios{}, test::System{},
+                         test::Processor{.version = server.processor, .coreCount = server.cores},
+                         modules, test::End{});
 }
 
 }  // namespace tvq::cli

@@ -94,15 +94,9 @@ class AgentHarness {
 
 // Two processors and two modules that clash, and no type 225.
 inline Table ClashingServer() {
-  Table table;
-  table.Add(Bios{});
-  table.Add(System{});
-  table.Add(Processor{.designation = "SOCKET 0"});
-  table.Add(Processor{.designation = "SOCKET 1"});
-  table.Add(MemoryDevice{.locator = "DIMM 0"});
-  table.Add(MemoryDevice{.locator = "DIMM 1"});
-  table.Add(End{});
-  return table;
+  return Table::Of(Bios{}, System{}, Processor{.designation = "SOCKET 0"},
+                   Processor{.designation = "SOCKET 1"}, MemoryDevice{.locator = "DIMM 0"},
+                   MemoryDevice{.locator = "DIMM 1"}, End{});
 }
 
 }  // namespace tvq::test

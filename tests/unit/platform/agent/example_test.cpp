@@ -66,14 +66,10 @@ Boot BootWith(const Table& table, const Variables& variables = {}, unsigned runs
 }
 
 Table Server(const char* serial, const char* part, uint8_t cores) {
-  Table table;
-  table.Add(System{.handle = 0x100});
-  table.Add(Processor{.handle = 0x400, .coreCount = cores});
-  table.Add(MemoryArray{.handle = 0x1000});
-  table.Add(MemoryDevice{.handle = 0x1100, .serial = serial, .partNumber = part});
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}});
-  table.Add(End{});
-  return table;
+  return Table::Of(System{.handle = 0x100}, Processor{.handle = 0x400, .coreCount = cores},
+                   MemoryArray{.handle = 0x1000},
+                   MemoryDevice{.handle = 0x1100, .serial = serial, .partNumber = part},
+                   FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {"DIMM.Socket.A1", 0x1100}}}, End{});
 }
 
 TEST(AgentExample, StoresOnTheFirstBoot) {

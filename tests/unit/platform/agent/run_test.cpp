@@ -149,8 +149,7 @@ TEST_F(AgentRun, ReportsATableOnTheVolumeThatIsFarTooLarge) {
 
 TEST_F(AgentRun, ReportsATableThatNoEntryPointCanState) {
   LoadDriver();
-  Table table = MinimalServer();
-  table.AddRaw(Bytes(70000, 0));
+  const Table table = Table::Of(MinimalServer(), Raw{Bytes(70000, 0)});
   Files().Put("\\TVQ\\table.bin", AsText(table.Bytes()));
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("65,535"));

@@ -182,16 +182,14 @@ TEST_F(AgentCapture, SaysWhenAnEntryPointStatesAnOddLengthOfItsOwn) {
 }
 
 TEST_F(AgentCapture, SaysWhenSomethingFollowsTheEndOfTable) {
-  Table table = MinimalServer();
-  table.AddRaw({0, 0, 0, 0});
+  const Table table = Table::Of(MinimalServer(), Raw{{0, 0, 0, 0}});
   const Found found = Read(Dump32(table).bytes);
   EXPECT_EQ(found.table, table.Bytes()) << "a 32-bit entry point's length holds";
   EXPECT_THAT(found.notes, Contains(HasSubstr("4 bytes follow the end-of-table structure")));
 }
 
 TEST_F(AgentCapture, SaysWhenTheLastBytesAreNoStructure) {
-  Table table = MinimalServer();
-  table.AddRaw({1, 2});
+  const Table table = Table::Of(MinimalServer(), Raw{{1, 2}});
   EXPECT_THAT(Read(Dump32(table).bytes).notes, Contains(HasSubstr("last 2 bytes")));
 }
 
@@ -205,9 +203,8 @@ TEST_F(AgentCapture, RefusesAnEntryPointWithoutATable) {
 // --- A 64-bit entry point ---
 
 TEST_F(AgentCapture, EndsTheTableOfA64BitEntryPointAfterItsEndOfTable) {
-  Table table = MinimalServer();
-  const size_t end = table.Size();
-  table.AddRaw(Bytes(100, 0));
+  const Table table = Table::Of(MinimalServer(), Raw{Bytes(100, 0)});
+  const size_t end = MinimalServer().Size();
   const Found found = Read(Dump64(table, static_cast<uint32_t>(table.Size())).bytes);
   EXPECT_EQ(found.kind, EntryPointKind::k64Bit);
   EXPECT_EQ(found.version, 302u);

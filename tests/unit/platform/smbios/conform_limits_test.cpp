@@ -23,9 +23,8 @@ Structure Filler(size_t size) {
 
 // A table of exactly `size` bytes that needs a map, and has room for none in its devices.
 Bytes TableOfSize(size_t size) {
-  Table table;
-  table.Add(System{.handle = 0x100});
-  table.Add(Filler(size - table.Size()));
+  const System system = {.handle = 0x100};
+  const Table table = Table::Of(system, Filler(size - Table::Of(system).Size()));
   EXPECT_EQ(table.Size(), size);
   return table.Bytes();
 }
@@ -64,13 +63,8 @@ TEST_F(ConformLimits, SaysWhyItRefuses) {
 }
 
 Table ServerToConform() {
-  Table table;
-  table.Add(System{});
-  for (int i = 0; i < 3; ++i) {
-    table.Add(Processor{.designation = "SOCKET"});
-    table.Add(MemoryDevice{.locator = "same"});
-  }
-  return table;
+  const Table pair = Table::Of(Processor{.designation = "SOCKET"}, MemoryDevice{.locator = "same"});
+  return Table::Of(System{}, pair, pair, pair);
 }
 
 // Conformed to the end, a table needs nothing more.
@@ -94,9 +88,7 @@ TEST_F(ConformLimits, TakesATableThatIsCutAnywhere) {
 }
 
 TEST_F(ConformLimits, EndsALastStructureThatWasCutOff) {
-  Table table;
-  table.Add(Processor{.handle = 0x400});
-  table.Add(System{.handle = 0x100});
+  Table table = Table::Of(Processor{.handle = 0x400}, System{.handle = 0x100});
   table.Chop(2);
   const Conformed conformed = Conform(table.Bytes());
   EXPECT_EQ(conformed.result, ConformResult::kChanged);
@@ -109,11 +101,8 @@ TEST_F(ConformLimits, EndsALastStructureThatWasCutOff) {
 }
 
 TEST_F(ConformLimits, EndsAFormattedPartThatWasCutOff) {
-  Table table;
-  table.Add(Processor{.handle = 0x400});
-  const size_t whole = table.Size();
-  table.Add(System{.handle = 0x100});
-  table.Chop(table.Size() - whole - 8);
+  Table table = Table::Of(Processor{.handle = 0x400}, System{.handle = 0x100});
+  table.Chop(table.Size() - table.OffsetOf(1) - 8);
   const std::vector<FoundStructure> structures = Parse(Conform(table.Bytes()).table);
   ASSERT_EQ(structures.size(), 3u);
   EXPECT_EQ(structures[1].formatted.size(), 8u);
@@ -121,10 +110,8 @@ TEST_F(ConformLimits, EndsAFormattedPartThatWasCutOff) {
 }
 
 TEST_F(ConformLimits, NamesADeviceThatWasCutOff) {
-  Table table;
-  table.Add(FqddMap{});
-  table.Add(MemoryDevice{.handle = 0x1100, .locator = "same"});
-  table.Add(MemoryDevice{.handle = 0x1101, .locator = "same"});
+  Table table = Table::Of(FqddMap{}, MemoryDevice{.handle = 0x1100, .locator = "same"},
+                          MemoryDevice{.handle = 0x1101, .locator = "same"});
   table.Chop(2);
   const Conformed conformed = Conform(table.Bytes());
   EXPECT_THAT(Locators(conformed.table), ElementsAre("DIMM_A1", "DIMM_A2"));

@@ -38,13 +38,10 @@ std::vector<FoundStructure> Maps(const Bytes& table) {
 }
 
 Table TwoOfEach() {
-  Table table;
-  table.Add(MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1"});
-  table.Add(Processor{.handle = 0x400, .designation = "CPU1"});
-  table.Add(MemoryDevice{.handle = 0x1101, .locator = "DIMM_B12"});
-  table.Add(Processor{.handle = 0x401, .designation = "CPU:"});
-  table.Add(End{.handle = 0x7F00});
-  return table;
+  return Table::Of(MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1"},
+                   Processor{.handle = 0x400, .designation = "CPU1"},
+                   MemoryDevice{.handle = 0x1101, .locator = "DIMM_B12"},
+                   Processor{.handle = 0x401, .designation = "CPU:"}, End{.handle = 0x7F00});
 }
 
 TEST_F(ConformMap, NamesEachProcessorAndThenEachModule) {
@@ -74,9 +71,8 @@ TEST_F(ConformMap, StandsBeforeTheEndOfTableAndChangesNothingElse) {
 }
 
 TEST_F(ConformMap, StandsBeforeTheFirstOfSeveralEndOfTableStructures) {
-  Table table = TwoOfEach();
-  table.Add(Processor{.handle = 0x402, .designation = "CPU3"});
-  table.Add(End{});
+  const Table table =
+      Table::Of(TwoOfEach(), Processor{.handle = 0x402, .designation = "CPU3"}, End{});
   const std::vector<FoundStructure> structures = Parse(Conform(table.Bytes()).table);
   ASSERT_EQ(structures.size(), 8u);
   EXPECT_EQ(structures[4].type, 225);
@@ -84,17 +80,14 @@ TEST_F(ConformMap, StandsBeforeTheFirstOfSeveralEndOfTableStructures) {
 }
 
 TEST_F(ConformMap, StandsAtTheEndWithoutAnEndOfTableStructure) {
-  Table table;
-  table.Add(Processor{.handle = 0x400});
+  Table table = Table::Of(Processor{.handle = 0x400});
   const std::vector<FoundStructure> structures = Parse(Conform(table.Bytes()).table);
   ASSERT_EQ(structures.size(), 2u);
   EXPECT_EQ(structures[1].type, 225);
 }
 
 TEST_F(ConformMap, StandsBeforeLooseBytesAtTheEnd) {
-  Table table;
-  table.Add(Processor{.handle = 0x400});
-  table.AddRaw({0xAA, 0xBB, 0xCC});
+  Table table = Table::Of(Processor{.handle = 0x400}, Raw{{0xAA, 0xBB, 0xCC}});
   Bytes conformed = Conform(table.Bytes()).table;
   ASSERT_GT(conformed.size(), 3u);
   EXPECT_EQ(Bytes(conformed.end() - 3, conformed.end()), (Bytes{0xAA, 0xBB, 0xCC}));
@@ -103,19 +96,17 @@ TEST_F(ConformMap, StandsBeforeLooseBytesAtTheEnd) {
 }
 
 TEST_F(ConformMap, IsLeftAsItIsWhereThereIsOne) {
-  Table table;
-  table.Add(Processor{.handle = 0x400});
-  table.Add(FqddMap{.format = 2, .groups = {{"Else", 0x999}}});
+  Table table =
+      Table::Of(Processor{.handle = 0x400}, FqddMap{.format = 2, .groups = {{"Else", 0x999}}});
   EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kUnchanged);
 }
 
 TEST_F(ConformMap, NamesDevicesByTheirNewNames) {
-  Table table;
-  table.Add(Processor{.handle = 0x400, .designation = "SOCKET 0"});
-  table.Add(Processor{.handle = 0x401, .designation = "SOCKET 1"});
-  table.Add(MemoryDevice{.handle = 0x1100, .locator = "same"});
-  table.Add(MemoryDevice{.handle = 0x1101, .size = 0, .locator = "same"});
-  table.Add(MemoryDevice{.handle = 0x1102, .locator = "same"});
+  Table table = Table::Of(Processor{.handle = 0x400, .designation = "SOCKET 0"},
+                          Processor{.handle = 0x401, .designation = "SOCKET 1"},
+                          MemoryDevice{.handle = 0x1100, .locator = "same"},
+                          MemoryDevice{.handle = 0x1101, .size = 0, .locator = "same"},
+                          MemoryDevice{.handle = 0x1102, .locator = "same"});
   const Bytes conformed = Conform(table.Bytes()).table;
   EXPECT_THAT(GroupsOf(Maps(conformed)[0]),
               ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"CPU.Socket.2", 0x401, 0},
@@ -123,30 +114,27 @@ TEST_F(ConformMap, NamesDevicesByTheirNewNames) {
 }
 
 TEST_F(ConformMap, NamesOnlyDevicesThatGetARecord) {
-  Table table;
-  table.Add(Processor{.handle = 0x400, .designation = "CPU1", .status = 0x00});
-  table.Add(MemoryDevice{.handle = 0x1100, .size = 0});
-  table.Add(MemoryDevice{.handle = 0x1101, .memoryType = 0x20});
-  table.Add(MemoryDevice{.handle = 0x1102, .memoryType = 0x1F});
-  table.Add(MemoryDevice{.handle = 0x1103, .locator = "DIMM_A4"});
+  Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1", .status = 0x00},
+                          MemoryDevice{.handle = 0x1100, .size = 0},
+                          MemoryDevice{.handle = 0x1101, .memoryType = 0x20},
+                          MemoryDevice{.handle = 0x1102, .memoryType = 0x1F},
+                          MemoryDevice{.handle = 0x1103, .locator = "DIMM_A4"});
   EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
               ElementsAre(Group{"DIMM.Socket.A4", 0x1103, 0}));
 }
 
 TEST_F(ConformMap, NumbersProcessorsInEightBitsAndHexadecimal) {
-  Table table;
-  table.Add(Processor{.handle = 1, .designation = "CPU "});
-  table.Add(Processor{.handle = 2, .designation = "CPU\xFF"});
-  table.Add(Processor{.handle = 3, .designation = "CPUk"});
+  Table table = Table::Of(Processor{.handle = 1, .designation = "CPU "},
+                          Processor{.handle = 2, .designation = "CPU\xFF"},
+                          Processor{.handle = 3, .designation = "CPUk"});
   EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
               ElementsAre(Group{"CPU.Socket.F0", 1, 0}, Group{"CPU.Socket.CF", 2, 0},
                           Group{"CPU.Socket.3B", 3, 0}));
 }
 
 TEST_F(ConformMap, EndsAModulesTextAtANul) {
-  Table table;
-  table.Add(MemoryDevice{.handle = 1, .locator = "A", .bankLocator = "xyz"});
-  table.Add(MemoryDevice{.handle = 2, .locator = "DIMM_", .bankLocator = "xyz"});
+  Table table = Table::Of(MemoryDevice{.handle = 1, .locator = "A", .bankLocator = "xyz"},
+                          MemoryDevice{.handle = 2, .locator = "DIMM_", .bankLocator = "xyz"});
   EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
               ElementsAre(Group{"DIMM.Socket.A", 1, 0}, Group{"DIMM.Socket.", 2, 0}));
 }
@@ -167,21 +155,13 @@ TEST_F(ConformMap, HasAtMostSixtyTwoGroupsInAStructure) {
 }
 
 TEST_F(ConformMap, HasExactlyOneFullStructureForSixtyTwoGroups) {
-  Table table;
-  for (int i = 0; i < 62; ++i) {
-    table.Add(Processor{.designation = "CPU"});
-  }
+  const Table table = Table::Of(Copies(62, Processor{.designation = "CPU"}));
   EXPECT_EQ(Maps(Conform(table.Bytes()).table).size(), 1u);
 }
 
 TEST_F(ConformMap, TakesTheLowestUnusedHandles) {
-  Table table;
-  table.Add(1, 0xE100);
-  table.Add(1, 0xE102);
-  table.Add(1, 0xE0FF);
-  for (int i = 0; i < 63; ++i) {
-    table.Add(Processor{.designation = "CPU"});
-  }
+  const Table table = Table::Of(Structure{1, 0xE100}, Structure{1, 0xE102}, Structure{1, 0xE0FF},
+                                Copies(63, Processor{.designation = "CPU"}));
   const std::vector<FoundStructure> maps = Maps(Conform(table.Bytes()).table);
   ASSERT_EQ(maps.size(), 2u);
   EXPECT_EQ(maps[0].handle, 0xE101);
@@ -191,7 +171,7 @@ TEST_F(ConformMap, TakesTheLowestUnusedHandles) {
 TEST_F(ConformMap, RefusesATableThatUsesEveryHandle) {
   Table table;
   for (uint32_t handle = 0xE100; handle <= 0xFFFE; ++handle) {
-    table.Add(1, static_cast<uint16_t>(handle));
+    table.Add(Structure{1, static_cast<uint16_t>(handle)});
   }
   const Conformed conformed = Conform(table.Bytes());
   EXPECT_EQ(conformed.result, ConformResult::kNoUnusedHandle);
@@ -199,9 +179,7 @@ TEST_F(ConformMap, RefusesATableThatUsesEveryHandle) {
 }
 
 TEST_F(ConformMap, IsOneStructureWithoutGroupsWhereThereIsNoDevice) {
-  Table table;
-  table.Add(System{.handle = 0x100});
-  table.Add(End{});
+  Table table = Table::Of(System{.handle = 0x100}, End{});
   const Conformed conformed = Conform(table.Bytes());
   EXPECT_EQ(conformed.result, ConformResult::kChanged);
   const std::vector<FoundStructure> maps = Maps(conformed.table);

@@ -171,16 +171,12 @@ TEST_F(ConformNames, GivesSixteenModulesOneLetter) {
 
 // The shortest memory device that can have a name.
 Structure ShortMemoryDevice() {
-  Structure device{17, std::nullopt, Bytes(0x11 - 4, 0), {}};
+  Structure device{.type = 17, .body = Bytes(0x11 - 4, 0)};
   return device.SetWord(0x0C, 0x4000);
 }
 
 TEST_F(ConformNames, RefusesMoreModulesThanThereAreLetters) {
-  Table table;
-  for (int i = 0; i < 416; ++i) {
-    table.Add(ShortMemoryDevice());
-  }
-  table.Add(FqddMap{});
+  Table table = Table::Of(Copies(416, ShortMemoryDevice()), FqddMap{});
   const std::vector<std::string> names = Locators(Conform(table.Bytes()).table);
   ASSERT_EQ(names.size(), 416u);
   EXPECT_EQ(names[415], "DIMM_Z16");
@@ -210,9 +206,7 @@ TEST_F(ConformNames, AppendsTheNameAndChangesNothingElse) {
 }
 
 TEST_F(ConformNames, AppendsTheFirstString) {
-  Table table;
-  table.Add(ShortMemoryDevice());
-  table.Add(FqddMap{});
+  Table table = Table::Of(ShortMemoryDevice(), FqddMap{});
   const std::vector<FoundStructure> now = Parse(Conform(table.Bytes()).table);
   EXPECT_THAT(now[0].strings, ElementsAre("DIMM_A1"));
   EXPECT_EQ(now[0].formatted[0x10], 1);
@@ -221,28 +215,19 @@ TEST_F(ConformNames, AppendsTheFirstString) {
 TEST_F(ConformNames, RefusesAStructureThatHasNoNumberLeft) {
   Structure full = ShortMemoryDevice();
   full.strings.assign(255, "x");
-  Table table;
-  table.Add(full);
-  table.Add(FqddMap{});
+  Table table = Table::Of(full, FqddMap{});
   EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kTooManyStrings);
 
   Structure nearlyFull = full;
   nearlyFull.strings.resize(254);
-  Table fits;
-  fits.Add(nearlyFull);
-  fits.Add(FqddMap{});
-  const Conformed conformed = Conform(fits.Bytes());
+  const Conformed conformed = Conform(Table::Of(nearlyFull, FqddMap{}).Bytes());
   EXPECT_EQ(conformed.result, ConformResult::kChanged);
   EXPECT_EQ(Parse(conformed.table)[0].formatted[0x10], 255);
 }
 
 TEST_F(ConformNames, LeavesAStructureWithoutTheFieldButCountsIt) {
-  Structure tooShort = MemoryDevice{}.Build();
-  tooShort.CutTo(0x10);
-  Table table;
-  table.Add(tooShort);
-  table.Add(MemoryDevice{.locator = "DIMM_B1"});
-  table.Add(FqddMap{});
+  Table table =
+      Table::Of(MemoryDevice{}.Build().CutTo(0x10), MemoryDevice{.locator = "DIMM_B1"}, FqddMap{});
   EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kUnchanged) << "new names would not help";
   table.Add(MemoryDevice{.locator = "DIMM_B1"});
   const Conformed conformed = Conform(table.Bytes());

@@ -75,8 +75,7 @@ TEST_F(CliDiff, SaysWhichDevicesAreNewGoneAndMoved) {
 }
 
 TEST_F(CliDiff, AValueThatTheDriverDoesNotCompareIsADifferenceOfTheSamePart) {
-  Table after = TableOf({});
-  after.Add(test::BaseBoard{});
+  const Table after = Table::Of(TableOf({}), test::BaseBoard{});
   const Outcome diff =
       RunTvq({"diff", TableFile("before.bin", {}), Write("after.bin", after.Bytes()), "--conform"});
   EXPECT_EQ(diff.status, 1);

@@ -133,9 +133,8 @@ TEST_F(CliExport, StatesTheCountOfA32BitEntryPointEvenWhenItLies) {
 }
 
 TEST_F(CliExport, EndsTheTableOfA64BitEntryPointAndSaysWhatFirmwareWouldDo) {
-  Table table = test::MinimalServer();
-  const size_t size = table.Size();
-  table.AddRaw(Bytes(64, 0));
+  const Table table = Table::Of(test::MinimalServer(), test::Raw{Bytes(64, 0)});
+  const size_t size = test::MinimalServer().Size();
   const Outcome outcome =
       RunTvq({"export", "--from-dump", Write("dump", Dump(EntryPoint64(), table))});
   EXPECT_EQ(outcome.status, 0);
@@ -173,12 +172,8 @@ TEST_F(CliExport, SaysWhenTheVersionIsNotNeeded) {
 // --- Conforming ---
 
 Table ClashingServer() {
-  Table table;
-  table.Add(test::System{});
-  table.Add(test::Processor{.designation = "SOCKET 0"});
-  table.Add(test::Processor{.designation = "SOCKET 1"});
-  table.Add(test::End{});
-  return table;
+  return Table::Of(test::System{}, test::Processor{.designation = "SOCKET 0"},
+                   test::Processor{.designation = "SOCKET 1"}, test::End{});
 }
 
 TEST_F(CliExport, UsesTheTableAsItIsUnlessToldOtherwise) {
@@ -210,8 +205,9 @@ TEST_F(CliExport, SaysWhenConformingChangesNothing) {
 }
 
 TEST_F(CliExport, UsesTheTableAsItIsWhenItCannotBeConformed) {
-  Table table = ClashingServer();
-  table.Add(221, 0x900, {}, {std::string(65500 - table.Size(), 'x')});
+  const std::string filler(65500 - ClashingServer().Size(), 'x');
+  const Table table = Table::Of(ClashingServer(),
+                                test::Structure{.type = 221, .handle = 0x900, .strings = {filler}});
   const Outcome outcome = RunTvq({"export", "--table", Write("table", table.Bytes()), "--conform"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.Json()["smbios"]["tableLength"], table.Size());
@@ -245,8 +241,7 @@ TEST_F(CliExport, RefusesAFileThatCannotBeRead) {
 }
 
 TEST_F(CliExport, RefusesATableThatNoEntryPointCanState) {
-  Table table = test::MinimalServer();
-  table.AddRaw(Bytes(66000, 0));
+  const Table table = Table::Of(test::MinimalServer(), test::Raw{Bytes(66000, 0)});
   const Outcome outcome = RunTvq({"export", "--table", Write("table", table.Bytes())});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.diagnostics, HasSubstr("65,535"));

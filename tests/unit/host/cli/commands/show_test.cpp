@@ -26,18 +26,16 @@ using testing::StartsWith;
 // As text of the options' language: a machine whose table names its devices.
 Table NamedMachine(const std::vector<std::string>& sockets,
                    const std::vector<std::string>& locators) {
-  Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{});
+  std::vector<Processor> processors;
   for (const std::string& socket : sockets) {
-    table.Add(Processor{.designation = socket});
+    processors.push_back({.designation = socket});
   }
+  std::vector<MemoryDevice> modules;
   for (const std::string& locator : locators) {
-    table.Add(MemoryDevice{.locator = locator});
+    modules.push_back({.locator = locator});
   }
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 0x8002}}});
-  table.Add(test::End{});
-  return table;
+  return Table::Of(test::Bios{}, test::System{}, processors, modules,
+                   FqddMap{.groups = {{"CPU.Socket.1", 0x8002}}}, test::End{});
 }
 
 class CliShow : public CliTest {
@@ -63,12 +61,9 @@ TEST_F(CliShow, ListsEveryDeviceInAlignedColumns) {
 }
 
 TEST_F(CliShow, ShowsTheSystemAndTheAttributes) {
-  Table table = NamedMachine({"CPU1"}, {"DIMM_A1"});
-  table.Add(test::Chassis{});
-  table.Add(test::BaseBoard{});
-  table.Add(test::Slot{.bus = 0x3B, .devFn = 0x0A});
-  table.Add(test::MemoryArray{});
-  const Outcome shown = Show(table);
+  const Outcome shown =
+      Show(Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::Chassis{}, test::BaseBoard{},
+                     test::Slot{.bus = 0x3B, .devFn = 0x0A}, test::MemoryArray{}));
   for (const char* const line :
        {"  Product       Rack One\n", "  Service tag   ABC1234\n", "  BIOS          2.4.6\n",
         "  Board         Main Tray\n", "  Chassis Works  CHS0001      Asset 7    2U\n",
@@ -93,10 +88,9 @@ TEST_F(CliShow, SaysWhyATableWithoutNamesGivesNoRecord) {
 }
 
 TEST_F(CliShow, SaysThatAFormatOfTheNamesSpoilsThemAll) {
-  Table table = TableOf({});
-  table.Add(FqddMap{.format = 2});
-  EXPECT_THAT(Show(table).out, HasSubstr("a structure of type 225, which names the devices, has "
-                                         "another format than 1:\n"));
+  EXPECT_THAT(Show(Table::Of(TableOf({}), FqddMap{.format = 2})).out,
+              HasSubstr("a structure of type 225, which names the devices, has "
+                        "another format than 1:\n"));
 }
 
 TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
@@ -135,26 +129,22 @@ TEST_F(CliShow, NamesTheModulesThatClash) {
 }
 
 TEST_F(CliShow, SaysThatTheDriverWantsOneSystem) {
-  Table table = NamedMachine({"CPU1"}, {"DIMM_A1"});
-  table.Add(test::System{});
+  const Table table = Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::System{});
   EXPECT_THAT(Show(table).out, HasSubstr("  there are 2 structures of type 1, where the driver "
                                          "wants exactly one:\n    system\n"));
 }
 
 TEST_F(CliShow, SaysThatTheSystemHasNoProductName) {
-  Table table;
-  table.Add(test::System{.product = std::nullopt});
-  table.Add(FqddMap{.groups = {{"CPU.Socket.1", 1}}});
+  Table table =
+      Table::Of(test::System{.product = std::nullopt}, FqddMap{.groups = {{"CPU.Socket.1", 1}}});
   EXPECT_THAT(Show(table).out, HasSubstr("  the structure of type 1 has no product name:\n"));
 }
 
 TEST_F(CliShow, CountsWhatIsNoDevice) {
-  Table table = NamedMachine({"CPU1"}, {"DIMM_A1"});
-  table.Add(Processor{.designation = "CPU2", .status = 0});
-  table.Add(MemoryDevice{.size = 0, .locator = "DIMM_A2"});
-  table.Add(MemoryDevice{.size = 0, .locator = "DIMM_A3"});
-  table.Add(MemoryDevice{.memoryType = 0x1F});
-  const Outcome shown = Show(table);
+  const Outcome shown = Show(
+      Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), Processor{.designation = "CPU2", .status = 0},
+                MemoryDevice{.size = 0, .locator = "DIMM_A2"},
+                MemoryDevice{.size = 0, .locator = "DIMM_A3"}, MemoryDevice{.memoryType = 0x1F}));
   EXPECT_EQ(shown.status, 0);
   EXPECT_THAT(shown.out, HasSubstr("  Besides: 1 empty processor sockets; 2 empty memory slots; "
                                    "1 logical memory devices.\n"));

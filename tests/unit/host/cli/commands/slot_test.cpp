@@ -15,10 +15,7 @@ using test::Table;
 using testing::HasSubstr;
 
 Table WithNames() {
-  Table table;
-  table.Add(test::System{});
-  table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
-  return table;
+  return Table::Of(test::System{}, test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
 }
 
 class CliSlot : public CliTest {
@@ -31,17 +28,16 @@ class CliSlot : public CliTest {
 };
 
 TEST_F(CliSlot, FindsASlot) {
-  Table table = WithNames();
   // The driver packs device 1, function 2 into 0x06.
-  table.Add(test::Slot{.slotType = 0xC3, .id = 0x12, .bus = 0x3B, .devFn = 0x06});
+  const Table table =
+      Table::Of(WithNames(), test::Slot{.slotType = 0xC3, .id = 0x12, .bus = 0x3B, .devFn = 0x06});
   const Outcome answer = Ask(table, {"3b:01.2"});
   EXPECT_EQ(answer.status, 0) << answer.diagnostics;
   EXPECT_EQ(answer.out, "3b:01.2: slot ID 0x0012, type 0xC3, length 0x04, data bus width 0x0D\n");
 }
 
 TEST_F(CliSlot, FindsAnOnboardDeviceWithBothAttributes) {
-  Table table = WithNames();
-  table.Add(test::OnboardDevice{.bus = 0x3B, .devFn = 0x06});
+  const Table table = Table::Of(WithNames(), test::OnboardDevice{.bus = 0x3B, .devFn = 0x06});
   EXPECT_EQ(Ask(table, {"3b:1.2"}).out, "3b:1.2: onboard device, reference designation string 1\n");
   EXPECT_EQ(Ask(table, {"3b:1.2", "--id"}).status, 0);
 }
@@ -53,21 +49,14 @@ TEST_F(CliSlot, FindsNothing) {
 }
 
 TEST_F(CliSlot, SaysThatASlotWithoutAnIdEndsTheSearchById) {
-  Table table = WithNames();
-  table.Add(test::Slot{.id = 0xFFFF});
-  for (int i = 0; i < 300; ++i) {
-    table.Add(test::Cache{});
-  }
+  const Table table = Table::Of(WithNames(), test::Slot{.id = 0xFFFF}, Copies(300, test::Cache{}));
   const Outcome answer = Ask(table, {"00:00.0", "--id"});
   EXPECT_EQ(answer.status, 1);
   EXPECT_EQ(answer.out, "00:00.0: Not Found: a slot whose ID is 0xFFFF ended the search\n");
 }
 
 TEST_F(CliSlot, SaysThatFirmwareWouldHang) {
-  Table table = WithNames();
-  for (int i = 0; i < 300; ++i) {
-    table.Add(test::Cache{});
-  }
+  const Table table = Table::Of(WithNames(), Copies(300, test::Cache{}));
   const Outcome answer = Ask(table, {"00:00.0"});
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(answer.out, HasSubstr("00:00.0: firmware would hang"));
@@ -75,27 +64,20 @@ TEST_F(CliSlot, SaysThatFirmwareWouldHang) {
 }
 
 TEST_F(CliSlot, AMatchInALargeTableDoesNotHang) {
-  Table table = WithNames();
-  table.Add(test::Slot{.bus = 0x3B});
-  for (int i = 0; i < 300; ++i) {
-    table.Add(test::Cache{});
-  }
+  const Table table = Table::Of(WithNames(), test::Slot{.bus = 0x3B}, Copies(300, test::Cache{}));
   EXPECT_EQ(Ask(table, {"3b:00.0"}).status, 0);
 }
 
 TEST_F(CliSlot, ExactlyAsManyStructuresAsTheCounterHoldsDoNotHang) {
   for (const auto& [count, hangs] : {std::pair(255, false), std::pair(256, true)}) {
-    Table table = WithNames();
-    while (table.Count() < static_cast<size_t>(count)) {
-      table.Add(test::Cache{});
-    }
+    const size_t others = static_cast<size_t>(count) - WithNames().Count();
+    const Table table = Table::Of(WithNames(), Copies(others, test::Cache{}));
     EXPECT_EQ(Ask(table, {"00:00.0", "--json"}).Json()["neverEnds"], hangs) << count;
   }
 }
 
 TEST_F(CliSlot, SaysTheAnswerAsJson) {
-  Table table = WithNames();
-  table.Add(test::Slot{.id = 5, .bus = 0x3B});
+  const Table table = Table::Of(WithNames(), test::Slot{.id = 5, .bus = 0x3B});
   EXPECT_EQ(Ask(table, {"3b:00.0", "--json"}).Json().dump(),
             R"({"address":"3b:00.0","attribute":"SMBIOSPCISlotInfo","status":"Success",)"
             R"("neverEnds":false,"slotId":5,"isOnboard":false,"slotType":165,"slotLength":4,)"

@@ -123,16 +123,16 @@ bool Contains(const Bytes& bytes, const std::string& text) {
 }
 
 TEST(RedactTable, MasksNumbersAndTagsOfEveryType) {
-  Table table;
-  table.Add(test::System{.serial = "SYS4711"});
-  table.Add(test::BaseBoard{.serial = "BRD4711", .assetTag = "BTAG4711"});
-  table.Add(test::Chassis{.serial = "CHS4711", .assetTag = "CTAG4711"});
-  table.Add(test::Processor{.serial = "CPU4711", .assetTag = "PTAG4711"});
-  table.Add(test::MemoryDevice{.serial = "MEM4711", .assetTag = "MTAG4711"});
-  table.Add(test::OemStrings{.texts = {"17[PPIN471147114711]", "Something 4711"}});
-  table.Add(39, 0x2700, {0, 0, 0, 0, 1, 2}, {"PSU4711", "STAG4711"});
-  table.Add(22, 0x1600, {0, 0, 0, 1}, {"BAT4711"});
-  table.Add(200, 0xC800, {'R', 'A', 'W', '4', '7', '1', '1'}, {"OWN4711"});
+  Table table =
+      Table::Of(test::System{.serial = "SYS4711"},
+                test::BaseBoard{.serial = "BRD4711", .assetTag = "BTAG4711"},
+                test::Chassis{.serial = "CHS4711", .assetTag = "CTAG4711"},
+                test::Processor{.serial = "CPU4711", .assetTag = "PTAG4711"},
+                test::MemoryDevice{.serial = "MEM4711", .assetTag = "MTAG4711"},
+                test::OemStrings{.texts = {"17[PPIN471147114711]", "Something 4711"}},
+                test::Structure{39, 0x2700, {0, 0, 0, 0, 1, 2}, {"PSU4711", "STAG4711"}},
+                test::Structure{22, 0x1600, {0, 0, 0, 1}, {"BAT4711"}},
+                test::Structure{200, 0xC800, {'R', 'A', 'W', '4', '7', '1', '1'}, {"OWN4711"}});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_EQ(masked.size(), table.Bytes().size());
   EXPECT_FALSE(Contains(masked, "4711"));
@@ -141,26 +141,22 @@ TEST(RedactTable, MasksNumbersAndTagsOfEveryType) {
 }
 
 TEST(RedactTable, MasksAnotherTextThatRepeatsANumber) {
-  Table table;
-  table.Add(test::System{.serial = "SYS4711", .sku = "Tag SYS4711, sold"});
+  Table table = Table::Of(test::System{.serial = "SYS4711", .sku = "Tag SYS4711, sold"});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "SYS4711"));
   EXPECT_TRUE(Contains(masked, "Tag " + Mask("SYS4711") + ", sold"));
 }
 
 TEST(RedactTable, LeavesTheNamesOfDevices) {
-  Table table;
-  table.Add(test::Processor{.handle = 1, .designation = "CPU17", .serial = "CPU17"});
-  table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
+  Table table = Table::Of(test::Processor{.handle = 1, .designation = "CPU17", .serial = "CPU17"},
+                          test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_TRUE(Contains(masked, "CPU.Socket.1"));
 }
 
 Bytes SmallTable() {
-  Table table;
-  table.Add(test::System{.serial = "AB1"});
-  table.Add(test::OemStrings{.texts = {"17[AB", "CD"}});
-  table.Add(200, 0xC800, {1, 2, 3}, {"EF2"});
+  Table table = Table::Of(test::System{.serial = "AB1"}, test::OemStrings{.texts = {"17[AB", "CD"}},
+                          test::Structure{200, 0xC800, {1, 2, 3}, {"EF2"}});
   return table.Bytes();
 }
 
@@ -222,8 +218,7 @@ TEST(RedactTable, MasksAllStringsButNamesWhereNotAllNumbersFitThem) {
 
 TEST(RedactTable, LeavesNothingOfATypeWhoseFieldsHaveNoNames) {
   for (const uint8_t type : Bytes{22, 42, 43, 44, 45, 46, 99, 126, 128, 255}) {
-    Table table;
-    table.Add(type, 0x7000, {0xB3, 0xD7, 0x5A}, {"TXT4711"});
+    Table table = Table::Of(test::Structure{type, 0x7000, {0xB3, 0xD7, 0x5A}, {"TXT4711"}});
     const Bytes masked = Redacted(table.Bytes());
     EXPECT_EQ(Bytes(masked.begin() + 4, masked.begin() + 7), (Bytes{0, 0, 0})) << int{type};
     EXPECT_FALSE(Contains(masked, "4711")) << int{type};
@@ -233,10 +228,10 @@ TEST(RedactTable, LeavesNothingOfATypeWhoseFieldsHaveNoNames) {
 // Other makers have these types too.
 TEST(RedactTable, LeavesNamesAndExtensionsOfDevicesOfTheTableOnly) {
   for (const uint16_t handle : {uint16_t{0x1100}, uint16_t{0x1101}}) {
-    Table table;
-    table.Add(test::MemoryDevice{.handle = uint16_t{0x1100}});
-    table.Add(test::FqddMap{.groups = {{"DIMM.Socket.A1", handle}}});
-    table.Add(test::DimmExtension{.deviceHandle = handle, .firmwareVersion = "FW4711"});
+    Table table =
+        Table::Of(test::MemoryDevice{.handle = uint16_t{0x1100}},
+                  test::FqddMap{.groups = {{"DIMM.Socket.A1", handle}}},
+                  test::DimmExtension{.deviceHandle = handle, .firmwareVersion = "FW4711"});
     const Bytes masked = Redacted(table.Bytes());
     const bool isOfTable = handle == 0x1100;
     EXPECT_EQ(Contains(masked, "DIMM.Socket.A1"), isOfTable);
@@ -269,9 +264,8 @@ TEST(RedactTable, LeavesTheMakerOfAChassisWithContainedElements) {
 }
 
 TEST(RedactTable, MasksEveryTextThatSpellsTheUuid) {
-  Table table;
-  table.Add(test::System{.sku = "00112233-4455-6677-8899-AABBCCDDEEFF",
-                         .family = "32 33221100554477668899aabbccddeeff"});
+  Table table = Table::Of(test::System{.sku = "00112233-4455-6677-8899-AABBCCDDEEFF",
+                                       .family = "32 33221100554477668899aabbccddeeff"});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "AABBCCDDEEFF"));
   EXPECT_FALSE(Contains(masked, "33221100"));
@@ -296,24 +290,17 @@ TEST(RedactTable, EveryFieldThatIsNamedForANumberOrTagIsSecret) {
 }
 
 TEST(RedactTable, MasksARepeatedNumberInTheOtherCaseAndWithoutItsBlanks) {
-  Table table;
-  table.Add(test::System{.serial = "SYS4711AB   ", .sku = "Tag sys4711ab, sold"});
+  Table table = Table::Of(test::System{.serial = "SYS4711AB   ", .sku = "Tag sys4711ab, sold"});
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "4711ab"));
   EXPECT_TRUE(Contains(masked, ", sold"));
 }
 
 TEST(RedactTable, LeavesTheValuesThatAreNoSecret) {
-  Table table;
-  table.Add(test::Bios{});
-  table.Add(test::Processor{.handle = 0x400});
-  table.Add(test::Cache{});
-  table.Add(test::Slot{});
-  table.Add(test::MemoryArray{});
-  table.Add(test::OnboardDevice{});
-  table.Add(12, 0x0C00, {1}, {"JP1: 1-2 clear"});
-  table.Add(test::FqddMap{.groups = {{"CPU.Socket.1", 0x400, 7}}});
-  table.Add(test::End{});
+  Table table = Table::Of(test::Bios{}, test::Processor{.handle = 0x400}, test::Cache{},
+                          test::Slot{}, test::MemoryArray{}, test::OnboardDevice{},
+                          test::Structure{12, 0x0C00, {1}, {"JP1: 1-2 clear"}},
+                          test::FqddMap{.groups = {{"CPU.Socket.1", 0x400, 7}}}, test::End{});
   EXPECT_EQ(Redacted(table.Bytes()), table.Bytes());
 }
 

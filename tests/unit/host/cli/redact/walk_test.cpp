@@ -280,8 +280,7 @@ TEST(RedactDamage, NoLengthThatLiesLaysASecretOpen) {
 
 TEST(RedactDamage, WhatFollowsTheEndOfTheTableIsMasked) {
   Secrets secrets;
-  Table table;
-  table.Add(test::End{});
+  Table table = Table::Of(test::End{});
   Bytes bytes = table.Bytes();
   const Bytes more = TwoModules(secrets);
   bytes.insert(bytes.end(), more.begin(), more.end());
