@@ -12,6 +12,8 @@
 
 find_package(GTest)
 
+option(TVQ_BATCHED_TESTS "Compile several files of a test program at a time, which takes half as long" ON)
+
 if(GTest_FOUND)
   set(_main host/firmware/gtest_main.cpp)
   if(TVQ_MUTATION)
@@ -66,7 +68,9 @@ function(tvq_unit_test name)
     list(APPEND images tvq_image_${image})
   endforeach()
   add_executable(${name} ${arg_SOURCES})
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  set_target_properties(
+    ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests" UNITY_BUILD ${TVQ_BATCHED_TESTS}
+                       UNITY_BUILD_BATCH_SIZE 6)
   target_link_libraries(${name} PRIVATE ${images} ${arg_LIBRARIES} tvq_test_main tvq_host_warnings)
   if("driver" IN_LIST arg_IMAGES)
     add_dependencies(tvq_driver_tests ${name})

@@ -5,8 +5,11 @@
  */
 #include "tests/unit/driver/common/builder_fixture.h"
 
+#include <cstring>
+
 #include "TvqSmbiosPkg/src/smbios/access.h"
 #include "TvqSmbiosPkg/src/smbios/fqdd.h"
+#include "TvqSmbiosPkg/src/uefi/tvq.h"
 
 namespace tvq::test {
 namespace {
@@ -129,6 +132,17 @@ std::string PreparedDriver::DocumentOf(size_t n) {
   }
   harness.BootServices()->FreePool(slots);
   return document;
+}
+
+void PreparedDriver::ExpectNothingBesides(size_t size) {
+  smTVQ expected;
+  std::memset(&expected, 0, sizeof(expected));
+  expected.Signature = SIGNATURE_32('S', 'T', 'V', 'Q');
+  std::memcpy(&expected.device, &Record()->device, size);
+  expected.DevicePath = Record()->DevicePath;
+  expected.Protocol = {SMTVQIdentify, SMTVQGet, SMTVQSet, SMTVQVerify};
+  expected.Valid = 1;
+  EXPECT_EQ(BytesOf(*Record()), BytesOf(expected));
 }
 
 void PreparedDriver::ExpectPublishedWhole(size_t n) {

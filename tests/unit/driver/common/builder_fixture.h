@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/driver/common/record_values.h"
 #include "tests/unit/driver/common/servers.h"
 #include "tests/unit/shared/driver_memory.h"
 #include "tests/unit/shared/driver_harness.h"
@@ -26,6 +27,8 @@
 #include "TvqSmbiosPkg/src/common/builders.h"
 
 namespace tvq::test {
+
+using record::Is;
 
 // By value: nothing may refer to a field of a packed structure.
 template <typename T>
@@ -72,6 +75,8 @@ class PreparedDriver : public testing::Test {
   void ExpectServes(size_t n) { EXPECT_NE(DocumentOf(n), ""); }
   // The configuration document in its blobs.
   std::string DocumentOf(size_t n = 0);
+  // That all around the device's own part, which takes `size` bytes, is as in every new record.
+  void ExpectNothingBesides(size_t size);
   // What is installed on its handle, and how it is opened.
   void ExpectPublishedWhole(size_t n);
   // The n-th allocation of the next Run() fails.
@@ -109,17 +114,17 @@ class BuilderTest : public PreparedDriver {
 
 class Cpus : public BuilderTest<MakeCPUs> {
  protected:
-  TVQ_CPU Cpu(size_t n = 0) { return Record(n)->device.cpu; }
+  record::Cpu Cpu(size_t n = 0) { return record::Decode(Record(n)->device.cpu); }
 };
 
 class Dimms : public BuilderTest<MakeDIMMs> {
  protected:
-  TVQ_DIMM Dimm(size_t n = 0) { return Record(n)->device.dimm; }
+  record::Dimm Dimm(size_t n = 0) { return record::Decode(Record(n)->device.dimm); }
 };
 
 class SystemRecord : public BuilderTest<MakeSYSTEM> {
  protected:
-  TVQ_SYSTEM Fields() { return Record()->device.system; }
+  record::System Fields() { return record::Decode(Record()->device.system); }
 };
 
 MATCHER(IsNewestFirst, "falls") {

@@ -73,9 +73,9 @@ TEST_F(Cpus, CachesForWhichThereIsNoMemoryAreLeftOut) {
   Prepare(WholeServer());
   FailAllocation(kRecordAllocation + 6);
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  EXPECT_NE(Value(Cpu().CacheInfo[0]), nullptr);
-  EXPECT_EQ(Value(Cpu().CacheInfo[1]), nullptr);
-  EXPECT_NE(Value(Cpu().CacheInfo[2]), nullptr);
+  EXPECT_NE(Cpu().CacheInfo[0], std::nullopt);
+  EXPECT_EQ(Cpu().CacheInfo[1], std::nullopt);
+  EXPECT_NE(Cpu().CacheInfo[2], std::nullopt);
   EXPECT_THAT(log, Contains("MakeCPUs: Failed to get L2 Cache Information"));
 }
 
@@ -83,8 +83,8 @@ TEST_F(Cpus, StacksForWhichThereIsNoMemoryAreLeftOut) {
   Prepare(HbmTable({StackAt("CPU0_HBMIO0"), StackAt("CPU0_HBMIO1")}));
   FailAllocation(kRecordAllocation + 4);  // record, name, manufacturer, version, first stack
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  EXPECT_EQ(Value(Cpu().HBMInfo[0]), nullptr);
-  EXPECT_NE(Value(Cpu().HBMInfo[1]), nullptr);
+  EXPECT_EQ(Cpu().HBMInfo[0], std::nullopt);
+  EXPECT_NE(Cpu().HBMInfo[1], std::nullopt);
   EXPECT_THAT(log, Contains("MakeCPUs: Failed to get HBM0 Information for cpu0"));
 }
 

@@ -12,13 +12,14 @@ namespace tvq::test {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::Not;
 
 TEST_F(Cpus, WithoutHbmNothingIsSaidOfIt) {
   ASSERT_EQ(Make(HbmTable({MemoryDevice{}})), EFI_SUCCESS);
   EXPECT_EQ(Cpu().HBMPresence, 0);
   EXPECT_EQ(Cpu().HBMOnlyMode, 0);
-  EXPECT_EQ(Value(Cpu().HBMMaxCapacity), 0u);
+  EXPECT_EQ(Cpu().HBMMaxCapacity, 0u);
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("HBM only mode"))));
 }
 
@@ -26,13 +27,12 @@ TEST_F(Cpus, HbmIsDescribedByItsArrayAndItsStacks) {
   ASSERT_EQ(Make(HbmTable({StackAt("CPU0_HBMIO0"), StackAt("CPU0_HBMIO2")})), EFI_SUCCESS);
   EXPECT_EQ(Cpu().HBMPresence, 1);
   EXPECT_EQ(Cpu().HBMOnlyMode, 1);
-  EXPECT_EQ(Value(Cpu().HBMMaxCapacity), 0x4000000u);
+  EXPECT_EQ(Cpu().HBMMaxCapacity, 0x4000000u);
   EXPECT_EQ(Cpu().HBMLocation, 0x0A);
   EXPECT_EQ(Cpu().HBMErrorCorrectionType, 5);
-  EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
-  EXPECT_EQ(Value(Cpu().HBMInfo[1]), nullptr);
-  EXPECT_NE(Value(Cpu().HBMInfo[2]), nullptr);
-  EXPECT_EQ(Value(Cpu().HBMInfo[3]), nullptr);
+  const record::Hbm stack = {
+      .Size = 0x4000, .VolatileSize = 0x400000000, .Speed = 3200, .MemoryType = 0x20};
+  EXPECT_THAT(Cpu().HBMInfo, ElementsAre(stack, std::nullopt, stack, std::nullopt));
 
   const auto first = std::find(log.begin(), log.end(), "MakeCPUs: HBM only mode = 1\n");
   ASSERT_NE(first, log.end());
@@ -112,10 +112,10 @@ TEST_F(Cpus, HbmWhoseArrayIsMissingLeavesTheArrayFieldsZero) {
   stack.arrayHandle = 0x1FFF;
   ASSERT_EQ(Make(HbmTable({stack})), EFI_SUCCESS);
   EXPECT_EQ(Cpu().HBMPresence, 1);
-  EXPECT_EQ(Value(Cpu().HBMMaxCapacity), 0u);
+  EXPECT_EQ(Cpu().HBMMaxCapacity, 0u);
   EXPECT_EQ(Cpu().HBMLocation, 0);
   EXPECT_EQ(Cpu().HBMErrorCorrectionType, 0);
-  EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
+  EXPECT_NE(Cpu().HBMInfo[0], std::nullopt);
   EXPECT_THAT(log, Not(Contains(testing::HasSubstr("HBM max Capacity"))));
 }
 
@@ -124,13 +124,13 @@ TEST_F(Cpus, TheFirstHbmDeviceTellsTheArray) {
   first.arrayHandle = 0x1000;
   ASSERT_EQ(Make(HbmTable({MemoryDevice{.arrayHandle = 0x1001}, first, StackAt("CPU0_HBMIO0")})),
             EFI_SUCCESS);
-  EXPECT_EQ(Value(Cpu().HBMMaxCapacity), 0x111u);
+  EXPECT_EQ(Cpu().HBMMaxCapacity, 0x111u);
 }
 
 TEST_F(Cpus, StacksAreCountedByThePositionOfTheProcessorNotByItsSocket) {
   ASSERT_EQ(Make(Table::Of(Processor{.status = 0}, Designated("CPU7"), StackAt("CPU1_HBMIO0"))),
             EFI_SUCCESS);
-  EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
+  EXPECT_NE(Cpu().HBMInfo[0], std::nullopt);
   EXPECT_THAT(log, Contains("MakeCPUs: Failed to get HBM1 Information for cpu1"));
 }
 
@@ -138,7 +138,7 @@ TEST_F(Cpus, OfThePositionOfTheProcessorTheLowEightBitsCount) {
   ASSERT_EQ(
       Make(Table::Of(Copies(256, Processor{.status = 0}), Processor{}, StackAt("CPU0_HBMIO0"))),
       EFI_SUCCESS);
-  EXPECT_NE(Value(Cpu().HBMInfo[0]), nullptr);
+  EXPECT_NE(Cpu().HBMInfo[0], std::nullopt);
 }
 
 }  // namespace

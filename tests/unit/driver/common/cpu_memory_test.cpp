@@ -16,6 +16,7 @@ namespace tvq::test {
 namespace {
 
 using testing::IsEmpty;
+using testing::Optional;
 
 // A record and the structures of one type.
 class CpuMemory : public PreparedDriver {
@@ -43,7 +44,9 @@ class Caches : public CpuMemory {
   EFI_STATUS Get(UINT16 handle, UINT8 level) {
     return GetCacheInfo(&mRecord, mList.Records(), mList.Count(), handle, level);
   }
-  CACHE_INFO* Slot(size_t level) { return mRecord.device.cpu.CacheInfo[level]; }
+  std::optional<record::Cache> Level(size_t level) {
+    return record::Decode(mRecord.device.cpu).CacheInfo[level];
+  }
 };
 
 TEST_F(Caches, TheDescriptionIsCopiedFieldByField) {
@@ -61,19 +64,16 @@ TEST_F(Caches, TheDescriptionIsCopiedFieldByField) {
                               .installedSize2 = 0xFFFFFFFF}),
               7);
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
-  CACHE_INFO expected = {};
-  expected.CacheLevel = 1;
-  expected.CacheConfiguration = 0x02E9;
-  expected.CacheLocation = 0x60;
-  expected.MaximumSize = 0x8123;
-  expected.InstalledSize = 0x8045;
-  expected.Reserved = 0;
-  expected.CurrentSRAMType = 0x0021;
-  expected.CacheSpeed = 9;
-  expected.ErrorCorrectionType = 5;
-  expected.SystemCacheType = 4;
-  expected.Associativity = 8;
-  EXPECT_EQ(BytesOf(*Slot(0)), BytesOf(expected));
+  EXPECT_THAT(Level(0), Optional(Is(record::Cache{.CacheLevel = 1,
+                                                  .CacheConfiguration = 0x02E9,
+                                                  .CacheLocation = 0x60,
+                                                  .MaximumSize = 0x8123,
+                                                  .InstalledSize = 0x8045,
+                                                  .CurrentSRAMType = 0x0021,
+                                                  .CacheSpeed = 9,
+                                                  .ErrorCorrectionType = 5,
+                                                  .SystemCacheType = 4,
+                                                  .Associativity = 8})));
   EXPECT_EQ(NewBlocks(), Strings{"GetCacheInfo"});
   EXPECT_THAT(TakeLog(), IsEmpty());
 }
@@ -95,9 +95,9 @@ TEST_F(Caches, LevelAndLocationComeFromTheConfiguration) {
   PrepareType(Table::Of(caches), 7);
   for (size_t i = 0; i < std::size(kCases); ++i) {
     ASSERT_EQ(Get(static_cast<UINT16>(0x700 + i), 0), EFI_SUCCESS);
-    EXPECT_EQ(Value(Slot(0)->CacheLevel), kCases[i].level) << i;
-    EXPECT_EQ(Value(Slot(0)->CacheConfiguration), kCases[i].configuration) << i;
-    EXPECT_EQ(Value(Slot(0)->CacheLocation), kCases[i].location) << i;
+    EXPECT_EQ(Level(0)->CacheLevel, kCases[i].level) << i;
+    EXPECT_EQ(Level(0)->CacheConfiguration, kCases[i].configuration) << i;
+    EXPECT_EQ(Level(0)->CacheLocation, kCases[i].location) << i;
   }
 }
 
@@ -106,16 +106,16 @@ TEST_F(Caches, TheFirstStructureWithTheHandleIsTaken) {
                         Cache{.handle = 0x700, .speed = 3}),
               7);
   ASSERT_EQ(Get(0x700, 2), EFI_SUCCESS);
-  EXPECT_EQ(Slot(2)->CacheSpeed, 2);
-  EXPECT_EQ(Slot(0), nullptr);
-  EXPECT_EQ(Slot(1), nullptr);
+  EXPECT_EQ(Level(2)->CacheSpeed, 2);
+  EXPECT_EQ(Level(0), std::nullopt);
+  EXPECT_EQ(Level(1), std::nullopt);
 }
 
 TEST_F(Caches, HandleFfffIsNoCacheEvenWhereAStructureHasIt) {
   PrepareType(Table::Of(Cache{.handle = 0xFFFF}), 7);
   mRecord.device.cpu.CacheInfo[2] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Slot(2), nullptr);
+  EXPECT_EQ(Level(2), std::nullopt);
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
@@ -124,16 +124,16 @@ TEST_F(Caches, AMissingLevelLeavesTheOthersAlone) {
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
   ASSERT_EQ(Get(0x701, 1), EFI_SUCCESS);
   EXPECT_EQ(Get(kNoHandle, 2), EFI_INVALID_PARAMETER);
-  EXPECT_NE(Slot(0), nullptr);
-  EXPECT_NE(Slot(1), nullptr);
-  EXPECT_EQ(Slot(2), nullptr);
+  EXPECT_NE(Level(0), std::nullopt);
+  EXPECT_NE(Level(1), std::nullopt);
+  EXPECT_EQ(Level(2), std::nullopt);
 }
 
 TEST_F(Caches, AHandleThatNoStructureHasIsNotFound) {
   PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   mRecord.device.cpu.CacheInfo[1] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   EXPECT_EQ(Get(0x7FF, 1), EFI_NOT_FOUND);
-  EXPECT_EQ(Slot(1), nullptr);
+  EXPECT_EQ(Level(1), std::nullopt);
   EXPECT_THAT(NewBlocks(), IsEmpty());
 }
 
@@ -141,7 +141,7 @@ TEST_F(Caches, WithoutRecordOrArrayNothingIsDone) {
   PrepareType(Table::Of(Cache{.handle = 0x700}), 7);
   EXPECT_EQ(GetCacheInfo(nullptr, mList.Records(), 1, 0x700, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(GetCacheInfo(&mRecord, nullptr, 1, 0x700, 0), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(Level(0), std::nullopt);
 }
 
 TEST_F(Caches, OfALevelThatARecordDoesNotHaveAreNotDescribed) {
@@ -156,7 +156,7 @@ TEST_F(Caches, WithoutMemoryTheSlotIsNull) {
   mRecord.device.cpu.CacheInfo[0] = reinterpret_cast<CACHE_INFO*>(&mRecord);
   FailAllocation(1);
   EXPECT_EQ(Get(0x700, 0), EFI_OUT_OF_RESOURCES);
-  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(Level(0), std::nullopt);
 }
 
 TEST_F(Caches, FieldsPastTheFormattedPartReadAsZero) {
@@ -164,10 +164,10 @@ TEST_F(Caches, FieldsPastTheFormattedPartReadAsZero) {
       Table::Of(Cache{.handle = 0x700, .speed = 9, .errorCorrection = 5}.Build().CutTo(0x0F));
   PrepareType(table, 7);
   ASSERT_EQ(Get(0x700, 0), EFI_SUCCESS);
-  EXPECT_EQ(Value(Slot(0)->CurrentSRAMType), 0x20);
-  EXPECT_EQ(Slot(0)->CacheSpeed, 0);
-  EXPECT_EQ(Slot(0)->ErrorCorrectionType, 0);
-  EXPECT_EQ(Slot(0)->Associativity, 0);
+  EXPECT_EQ(Level(0)->CurrentSRAMType, 0x20);
+  EXPECT_EQ(Level(0)->CacheSpeed, 0);
+  EXPECT_EQ(Level(0)->ErrorCorrectionType, 0);
+  EXPECT_EQ(Level(0)->Associativity, 0);
 }
 
 // --- High-bandwidth memory ---
@@ -177,7 +177,9 @@ class Stacks : public CpuMemory {
   EFI_STATUS Get(UINT8 cpu, UINT8 stack) {
     return GetHbmInfo(&mRecord, mList.Records(), mList.Count(), cpu, stack);
   }
-  HBM_INFO* Slot(size_t stack) { return mRecord.device.cpu.HBMInfo[stack]; }
+  std::optional<record::Hbm> Stack(size_t stack) {
+    return record::Decode(mRecord.device.cpu).HBMInfo[stack];
+  }
 };
 
 MemoryDevice DeviceAt(const Text& locator, uint16_t speed = 3200) {
@@ -197,15 +199,12 @@ TEST_F(Stacks, TheDescriptionIsCopiedAndLoggedFieldByField) {
   stack.cacheSize = 0xFFFFFFFFFFFFFFFF;
   PrepareType(Table::Of(stack), 17);
   ASSERT_EQ(Get(0, 1), EFI_SUCCESS);
-  HBM_INFO expected = {};
-  expected.Size = 0x7FFF;
-  expected.NonVolatileSize = 0x1122334455667788;
-  expected.VolatileSize = 0x400000000;
-  expected.CacheSize = 0xFFFFFFFFFFFFFFFF;
-  expected.Speed = 0x1C2D;
-  expected.MemoryType = 0x21;
-  ASSERT_NE(Slot(1), nullptr);
-  EXPECT_EQ(BytesOf(*Slot(1)), BytesOf(expected));
+  EXPECT_THAT(Stack(1), Optional(Is(record::Hbm{.Size = 0x7FFF,
+                                                .NonVolatileSize = 0x1122334455667788,
+                                                .VolatileSize = 0x400000000,
+                                                .CacheSize = 0xFFFFFFFFFFFFFFFF,
+                                                .Speed = 0x1C2D,
+                                                .MemoryType = 0x21})));
   EXPECT_EQ(NewBlocks(), Strings{"GetHbmInfo"});
   EXPECT_TRUE(SameLines(
       TakeLog(), LinesOf("GetHbmInfo",
@@ -218,7 +217,7 @@ TEST_F(Stacks, ThatAreNotThereAreAnError) {
   PrepareType(Table::Of(DeviceAt("CPU1_HBMIO2"), DeviceAt(std::nullopt)), 17);
   mRecord.device.cpu.HBMInfo[3] = reinterpret_cast<HBM_INFO*>(&mRecord);
   EXPECT_EQ(Get(1, 3), EFI_NOT_FOUND);
-  EXPECT_EQ(Slot(3), nullptr);
+  EXPECT_EQ(Stack(3), std::nullopt);
   EXPECT_EQ(TakeLog(), (Strings{"GetHbmInfo: HBM Locator = CPU1_HBMIO3\n",
                                 "error: GetHbmInfo: Error: No HBM entries found in table 17"}));
   EXPECT_THAT(NewBlocks(), IsEmpty());
@@ -235,7 +234,7 @@ TEST_F(Stacks, TheFirstDeviceWhoseLocatorContainsThePatternIsTaken) {
                         DeviceAt("CPU1_HBMIO0", 3)),
               17);
   ASSERT_EQ(Get(1, 0), EFI_SUCCESS);
-  EXPECT_EQ(Value(Slot(0)->Speed), 2);
+  EXPECT_EQ(Stack(0)->Speed, 2);
 }
 
 TEST_F(Stacks, ThePatternOfATwoDigitProcessorLosesTheStack) {
@@ -244,7 +243,7 @@ TEST_F(Stacks, ThePatternOfATwoDigitProcessorLosesTheStack) {
               17);
   for (UINT8 stack = 0; stack < TVQ_HBM_STACKS; ++stack) {
     ASSERT_EQ(Get(12, stack), EFI_SUCCESS);
-    EXPECT_EQ(Value(Slot(stack)->Speed), 2);
+    EXPECT_EQ(Stack(stack)->Speed, 2);
     EXPECT_EQ(TakeLog().front(), "GetHbmInfo: HBM Locator = CPU12_HBMIO\n");
   }
 }
@@ -260,7 +259,7 @@ TEST_F(Stacks, AreLookedForInEveryDeviceWhateverItsMemoryType) {
   device.memoryType = 0x1A;
   PrepareType(Table::Of(device), 17);
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
-  EXPECT_EQ(Slot(0)->MemoryType, 0x1A);
+  EXPECT_EQ(Stack(0)->MemoryType, 0x1A);
 }
 
 TEST_F(Stacks, OfAnOlderStandardHaveNoLateSizes) {
@@ -269,10 +268,10 @@ TEST_F(Stacks, OfAnOlderStandardHaveNoLateSizes) {
   Table table = Table::Of(stack.Build().CutTo(0x44));
   PrepareType(table, 17);
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
-  EXPECT_EQ(Value(Slot(0)->NonVolatileSize), 0x1111u);
-  EXPECT_EQ(Value(Slot(0)->VolatileSize), 0x1111u);
-  EXPECT_EQ(Value(Slot(0)->CacheSize), 0u);
-  EXPECT_EQ(Value(Slot(0)->Size), 0x4000);
+  EXPECT_EQ(Stack(0)->NonVolatileSize, 0x1111u);
+  EXPECT_EQ(Stack(0)->VolatileSize, 0x1111u);
+  EXPECT_EQ(Stack(0)->CacheSize, 0u);
+  EXPECT_EQ(Stack(0)->Size, 0x4000);
 }
 
 TEST_F(Stacks, ALocatorPastTheStringsMovesItsSlotForLaterQuestions) {
@@ -282,7 +281,7 @@ TEST_F(Stacks, ALocatorPastTheStringsMovesItsSlotForLaterQuestions) {
   PrepareType(table, 17);
   UINT8* const before = mList.Records()[0];
   ASSERT_EQ(Get(0, 0), EFI_SUCCESS);
-  EXPECT_EQ(Value(Slot(0)->Speed), 2);
+  EXPECT_EQ(Stack(0)->Speed, 2);
   EXPECT_EQ(mList.Records()[0], before + table.OffsetOf(1));
 }
 
@@ -290,7 +289,7 @@ TEST_F(Stacks, WithoutRecordOrArrayNothingIsDone) {
   PrepareType(Table::Of(DeviceAt("CPU0_HBMIO0")), 17);
   EXPECT_EQ(GetHbmInfo(nullptr, mList.Records(), 1, 0, 0), EFI_INVALID_PARAMETER);
   EXPECT_EQ(GetHbmInfo(&mRecord, nullptr, 1, 0, 0), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(Stack(0), std::nullopt);
   EXPECT_THAT(TakeLog(), IsEmpty());
 }
 
@@ -305,7 +304,7 @@ TEST_F(Stacks, WithoutMemoryTheSlotIsNullAndNothingOfItIsLogged) {
   mRecord.device.cpu.HBMInfo[0] = reinterpret_cast<HBM_INFO*>(&mRecord);
   FailAllocation(1);
   EXPECT_EQ(Get(0, 0), EFI_OUT_OF_RESOURCES);
-  EXPECT_EQ(Slot(0), nullptr);
+  EXPECT_EQ(Stack(0), std::nullopt);
   EXPECT_EQ(TakeLog(), Strings{"GetHbmInfo: HBM Locator = CPU0_HBMIO0\n"});
 }
 

@@ -23,8 +23,8 @@ TEST_F(Cpus, AVersionPastTheStringsTakesTheRestFromTheStructureBehind) {
                                             .coreCount = 6})),
             EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
-  EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "");
-  EXPECT_EQ(Utf8(Cpu().ProcessorVersion), "Next");
+  EXPECT_EQ(Cpu().MarketingName, "");
+  EXPECT_EQ(Cpu().ProcessorVersion, "Next");
   EXPECT_EQ(Cpu().CoreCount, 6);
   EXPECT_EQ(Cpu().Socket, 5);
   EXPECT_EQ(Cpu().Status, 0x01);
@@ -38,12 +38,12 @@ TEST_F(Cpus, ADesignationPastTheStringsTakesTheRestFromTheStructureBehind) {
   ASSERT_EQ(Make(Table::Of(first, behind,
                            MapOf({{"CPU.Socket.First", 0x400}, {"CPU.Socket.Next", 0x401}}))),
             EFI_SUCCESS);
-  EXPECT_EQ(Utf8(Cpu().Generic.MarketingName), "First");
+  EXPECT_EQ(Cpu().MarketingName, "First");
   EXPECT_EQ(Cpu().CoreCount, 4);
   EXPECT_EQ(Cpu().Socket, 0);
-  EXPECT_EQ(Utf8(Cpu().FQDD), "CPU.Socket.Next");
+  EXPECT_EQ(Cpu().FQDD, "CPU.Socket.Next");
   EXPECT_EQ(Cpu().ProcessorFamily, 0x77);
-  EXPECT_EQ(Utf8(Cpu().ProcessorVersion), "Next");
+  EXPECT_EQ(Cpu().ProcessorVersion, "Next");
 }
 
 TEST_F(Cpus, AManufacturerPastTheStringsTakesCachesFromTheStructureBehind) {
@@ -52,11 +52,11 @@ TEST_F(Cpus, AManufacturerPastTheStringsTakesCachesFromTheStructureBehind) {
   ASSERT_EQ(Make(Table::Of(first, Processor{.version = "Next", .status = 0, .l1 = 0x701},
                            Cache{.handle = 0x700, .speed = 1}, Cache{.handle = 0x701, .speed = 2})),
             EFI_SUCCESS);
-  EXPECT_EQ(Value(Cpu().ProcessorManufacturer), nullptr);
-  EXPECT_EQ(Utf8(Cpu().ProcessorVersion), "Next");
+  EXPECT_EQ(Cpu().ProcessorManufacturer, std::nullopt);
+  EXPECT_EQ(Cpu().ProcessorVersion, "Next");
   EXPECT_EQ(Cpu().Status, 0x41);  // taken before
-  ASSERT_NE(Value(Cpu().CacheInfo[0]), nullptr);
-  EXPECT_EQ(Value(Cpu().CacheInfo[0]->CacheSpeed), 2);
+  ASSERT_NE(Cpu().CacheInfo[0], std::nullopt);
+  EXPECT_EQ(Cpu().CacheInfo[0]->CacheSpeed, 2);
 }
 
 TEST_F(Cpus, AStringPastTheLastStructureLeavesNothingToRead) {
@@ -66,7 +66,7 @@ TEST_F(Cpus, AStringPastTheLastStructureLeavesNothingToRead) {
   ASSERT_EQ(RecordCount(), 1u);
   EXPECT_EQ(Cpu().CoreCount, 0);
   EXPECT_EQ(Cpu().Socket, 0);
-  EXPECT_EQ(Value(Cpu().ProcessorID), 0u);
+  EXPECT_EQ(Cpu().ProcessorID, 0u);
 }
 
 TEST_F(Cpus, BehindTheLastStructureThereIsNoHandle) {
@@ -74,7 +74,7 @@ TEST_F(Cpus, BehindTheLastStructureThereIsNoHandle) {
   last.SetByte(0x10, 9);
   ASSERT_EQ(Make(Table::Of(MapOf({{"CPU.Socket.0", 0x0000}, {"CPU.Socket.1", 0x400}}), last)),
             EFI_SUCCESS);
-  EXPECT_EQ(Value(Cpu().FQDD), nullptr);
+  EXPECT_EQ(Cpu().FQDD, std::nullopt);
   EXPECT_THAT(log, Contains("FindFqdd: Handle 0xFFFF not found\n"));
 }
 
@@ -84,15 +84,15 @@ TEST_F(Cpus, FieldsPastTheFormattedPartReadAsZero) {
   EXPECT_EQ(Cpu().CoreCount, 0);
   EXPECT_EQ(Cpu().EnabledCoreCount, 0);
   EXPECT_EQ(Cpu().ThreadCount, 0);
-  EXPECT_EQ(Value(Cpu().ProcessorCharacteristics), 0);
-  EXPECT_NE(Value(Cpu().CacheInfo[0]), nullptr);
+  EXPECT_EQ(Cpu().ProcessorCharacteristics, 0);
+  EXPECT_NE(Cpu().CacheInfo[0], std::nullopt);
 }
 
 TEST_F(Cpus, CacheHandlesPastTheFormattedPartNameNoCache) {
   ASSERT_EQ(Make(Table::Of(OneProcessor().Build().CutTo(0x1A), Cache{.handle = 0x000})),
             EFI_SUCCESS);
   for (size_t level = 0; level < TVQ_CACHE_LEVELS; ++level) {
-    EXPECT_EQ(Value(Cpu().CacheInfo[level]), nullptr);
+    EXPECT_EQ(Cpu().CacheInfo[level], std::nullopt);
     EXPECT_THAT(log, Contains("MakeCPUs: Failed to get L" + std::to_string(level + 1) +
                               " Cache Information"));
   }

@@ -84,8 +84,8 @@ TEST_F(Dimms, TheFirmwareVersionForWhichThereIsNoMemoryIsLeftOut) {
   Prepare(WholeMemory());
   FailAllocation(kRecordAllocation + 9);
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().FirmwareVersion), nullptr);
-  EXPECT_EQ(Value(Dimm().ComponentID), 107187u);
+  EXPECT_EQ(Dimm().FirmwareVersion, std::nullopt);
+  EXPECT_EQ(Dimm().ComponentID, 107187u);
   EXPECT_THAT(log, Contains("MakeDIMMs: FWVerLen = 5 \n"));
   EXPECT_EQ(log.back(), "MakeDIMMs: Leaving MakeDIMMs\n");
 }
@@ -94,8 +94,8 @@ TEST_F(Dimms, AnExtensionThatLostItsFirmwareVersionCountsAsOneWithAnEmptyOne) {
   Prepare(WholeMemory());
   FailAllocation(4);
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ComponentID), 107187u);
-  EXPECT_EQ(Units(Dimm().FirmwareVersion, 1), std::u16string(1, u'\0'));
+  EXPECT_EQ(Dimm().ComponentID, 107187u);
+  EXPECT_EQ(Units(Record()->device.dimm.FirmwareVersion, 1), std::u16string(1, u'\0'));
   EXPECT_THAT(log, Contains("MakeDIMMs: CID = 107187 PRID = 0x12AB FW=\n"));
   EXPECT_THAT(log, Contains("MakeDIMMs: FWVerLen = 0 \n"));
 }
@@ -113,7 +113,7 @@ TEST_F(Dimms, WithoutTheExtensionsTheRecordsAreBuiltAllTheSame) {
   Prepare(WholeMemory());
   FailAllocation(1);
   ASSERT_EQ(Make(), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ComponentID), 0u);
+  EXPECT_EQ(Dimm().ComponentID, 0u);
   EXPECT_EQ(log[1], "MakeDIMMs: Could not Found 0xE2 (226)\n");
 }
 

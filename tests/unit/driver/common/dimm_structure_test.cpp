@@ -37,7 +37,7 @@ TEST_P(DimmAge, DecidesOnAttributesAndExtendedSize) {
   table.minorVersion = GetParam().minor;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
   EXPECT_EQ(Dimm().Attributes, GetParam().hasAttributes ? 2 : 0);
-  EXPECT_EQ(Value(Dimm().ExtendedSize), GetParam().isExtendedSizeWhole ? 0x00012345u : 0u);
+  EXPECT_EQ(Dimm().ExtendedSize, GetParam().isExtendedSizeWhole ? 0x00012345u : 0u);
   const std::string line = "MakeDIMMs: Adding Extended Size here\n";
   EXPECT_THAT(log, Contains(line).Times(GetParam().isExtendedSizeThere ? 1 : 0));
 }
@@ -64,40 +64,47 @@ TEST_F(Dimms, OfVersion3_0HaveWhatTheirStandardKnows) {
   table.majorVersion = 3;
   table.minorVersion = 0;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
-  EXPECT_EQ(Dimm().Attributes, 2);
-  EXPECT_EQ(Value(Dimm().ExtendedSize), 0x00012345u);
-  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 4400);
-  EXPECT_EQ(Dimm().MemTechnology, 0);
-  EXPECT_EQ(Value(Dimm().MemOpModeCap), 0);
-  EXPECT_EQ(Value(Dimm().ModuleMID), 0);
-  EXPECT_EQ(Value(Dimm().ModulePID), 0);
-  EXPECT_EQ(Value(Dimm().MemSubMID), 0);
-  EXPECT_EQ(Value(Dimm().MemSubPID), 0);
-  EXPECT_EQ(Value(Dimm().NonVolatileSize), 0u);
-  EXPECT_EQ(Value(Dimm().VolatileSize), 0u);
-  EXPECT_EQ(Value(Dimm().CacheSize), 0u);
-  EXPECT_EQ(Value(Dimm().LogicalSize), 0u);
+  EXPECT_THAT(Dimm(), Is(record::Dimm{.MarketingName = "DDR5DIMM",
+                                      .WWN = "0123ABCD",
+                                      .DeviceType = 3,
+                                      .Handle = 0x1100,
+                                      .DeviceLocator = "A1",
+                                      .Manufacturer = "Memory Works",
+                                      .BankLocator = "Bank 3",
+                                      .AssetTag = "01221234",
+                                      .Speed = 4800,
+                                      .MemoryType = 0x22,
+                                      .PartNumber = "MW16G4800",
+                                      .Size = 0x7FFF,
+                                      .TotalWidth = 72,
+                                      .DataWidth = 64,
+                                      .FormFactor = 9,
+                                      .DeviceSet = 7,
+                                      .ExtendedSize = 0x00012345,
+                                      .Attributes = 2,
+                                      .ConfiguredMemClockSpeed = 4400,
+                                      .TypeDetail = 0x2080}));
   EXPECT_THAT(log, Contains("MakeDIMMs: sizeof type17 structure = 34 \n"));
 }
 
 TEST_F(Dimms, TheExtendedSizeIsCopiedWhateverTheSizeSays) {
   ASSERT_EQ(Make(Table::Of(MemoryDevice{.size = 0x1000, .extendedSize = 0x8000})), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().Size), 0x1000);
-  EXPECT_EQ(Value(Dimm().ExtendedSize), 0x8000u);
+  EXPECT_EQ(Dimm().Size, 0x1000);
+  EXPECT_EQ(Dimm().ExtendedSize, 0x8000u);
 }
 
 // --- Configured speed: never asked whether it is there ---
 
 TEST_F(Dimms, TheConfiguredSpeedIsReadAsItStands) {
   ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x22))), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 4400);
+  EXPECT_EQ(Dimm().ConfiguredMemClockSpeed, 4400);
 }
 
 TEST_F(Dimms, TheConfiguredSpeedOfAShortStructureIsReadFromItsStrings) {
   MemoryDevice module;
   module.locator = "xy";  // the first string
   ASSERT_EQ(Make(Table::Of(module.Build().CutTo(0x20))), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 'x' | 'y' << 8);
+  EXPECT_EQ(Dimm().ConfiguredMemClockSpeed, 'x' | 'y' << 8);
 }
 
 TEST_F(Dimms, TheConfiguredSpeedPastTheTableReadsAsZero) {
@@ -105,7 +112,7 @@ TEST_F(Dimms, TheConfiguredSpeedPastTheTableReadsAsZero) {
   bare.locator = bare.bankLocator = bare.manufacturer = std::nullopt;
   bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
   ASSERT_EQ(Make(Table::Of(bare.Build().CutTo(0x1B))), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 0);
+  EXPECT_EQ(Dimm().ConfiguredMemClockSpeed, 0);
 }
 
 // --- The late fields: all or none ---
@@ -113,11 +120,11 @@ TEST_F(Dimms, TheConfiguredSpeedPastTheTableReadsAsZero) {
 TEST_F(Dimms, UpToLength33hThereAreNoLateFields) {
   ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x33))), EFI_SUCCESS);
   EXPECT_EQ(Dimm().MemTechnology, 0);
-  EXPECT_EQ(Value(Dimm().MemOpModeCap), 0);
-  EXPECT_EQ(Value(Dimm().ModuleMID), 0);
-  EXPECT_EQ(Value(Dimm().MemSubMID), 0);
-  EXPECT_EQ(Value(Dimm().NonVolatileSize), 0u);
-  EXPECT_EQ(Value(Dimm().LogicalSize), 0u);
+  EXPECT_EQ(Dimm().MemOpModeCap, 0);
+  EXPECT_EQ(Dimm().ModuleMID, 0);
+  EXPECT_EQ(Dimm().MemSubMID, 0);
+  EXPECT_EQ(Dimm().NonVolatileSize, 0u);
+  EXPECT_EQ(Dimm().LogicalSize, 0u);
   EXPECT_THAT(log, Contains("MakeDIMMs: sizeof type17 structure = 51 \n"));
   EXPECT_THAT(log, Not(Contains(HasSubstr("MemTechnology"))));
 }
@@ -127,15 +134,15 @@ TEST_F(Dimms, FromLength34hOnAllLateFieldsAreReadAsTheyStand) {
   module.locator = "12345678abcdefghABCDEFGHijklmnop";  // the first string, over the four sizes
   ASSERT_EQ(Make(Table::Of(module.Build().CutTo(0x34))), EFI_SUCCESS);
   EXPECT_EQ(Dimm().MemTechnology, 4);
-  EXPECT_EQ(Value(Dimm().MemOpModeCap), 0x0018);
-  EXPECT_EQ(Value(Dimm().ModuleMID), 0x2C80);
-  EXPECT_EQ(Value(Dimm().ModulePID), 0x1122);
-  EXPECT_EQ(Value(Dimm().MemSubMID), 0x3344);
-  EXPECT_EQ(Value(Dimm().MemSubPID), 0x5566);
-  EXPECT_EQ(Value(Dimm().NonVolatileSize), 0x3837363534333231u);
-  EXPECT_EQ(Value(Dimm().VolatileSize), 0x6867666564636261u);
-  EXPECT_EQ(Value(Dimm().CacheSize), 0x4847464544434241u);
-  EXPECT_EQ(Value(Dimm().LogicalSize), 0x706F6E6D6C6B6A69u);
+  EXPECT_EQ(Dimm().MemOpModeCap, 0x0018);
+  EXPECT_EQ(Dimm().ModuleMID, 0x2C80);
+  EXPECT_EQ(Dimm().ModulePID, 0x1122);
+  EXPECT_EQ(Dimm().MemSubMID, 0x3344);
+  EXPECT_EQ(Dimm().MemSubPID, 0x5566);
+  EXPECT_EQ(Dimm().NonVolatileSize, 0x3837363534333231u);
+  EXPECT_EQ(Dimm().VolatileSize, 0x6867666564636261u);
+  EXPECT_EQ(Dimm().CacheSize, 0x4847464544434241u);
+  EXPECT_EQ(Dimm().LogicalSize, 0x706F6E6D6C6B6A69u);
   EXPECT_THAT(log, Contains("MakeDIMMs: sizeof type17 structure = 52 \n"));
 }
 
@@ -144,9 +151,9 @@ TEST_F(Dimms, LateFieldsPastTheTableReadAsZero) {
   bare.locator = bare.bankLocator = bare.manufacturer = bare.firmwareVersion = std::nullopt;
   bare.serial = bare.assetTag = bare.partNumber = std::nullopt;
   ASSERT_EQ(Make(Table::Of(bare.Build().CutTo(0x3C))), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().NonVolatileSize), 0x1000000000u);
-  EXPECT_EQ(Value(Dimm().VolatileSize), 0u);
-  EXPECT_EQ(Value(Dimm().LogicalSize), 0u);
+  EXPECT_EQ(Dimm().NonVolatileSize, 0x1000000000u);
+  EXPECT_EQ(Dimm().VolatileSize, 0u);
+  EXPECT_EQ(Dimm().LogicalSize, 0u);
 }
 
 TEST_F(Dimms, TheLateFieldsDoNotDependOnTheVersion) {
@@ -154,22 +161,22 @@ TEST_F(Dimms, TheLateFieldsDoNotDependOnTheVersion) {
   table.majorVersion = 2;
   table.minorVersion = 3;
   ASSERT_EQ(Make(table), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().LogicalSize), 0x4000000000u);
+  EXPECT_EQ(Dimm().LogicalSize, 0x4000000000u);
 }
 
 // --- Short structures ---
 
 TEST_F(Dimms, FieldsPastTheFormattedPartReadAsZero) {
   ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x12))), EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().Size), 0x7FFF);
+  EXPECT_EQ(Dimm().Size, 0x7FFF);
   EXPECT_EQ(Dimm().MemoryType, 0);
-  EXPECT_EQ(Value(Dimm().TypeDetail), 0);
-  EXPECT_EQ(Value(Dimm().Speed), 0);
-  EXPECT_EQ(Value(Dimm().Manufacturer), nullptr);
-  EXPECT_EQ(Value(Dimm().Generic.WWN), nullptr);
-  EXPECT_EQ(Value(Dimm().PartNumber), nullptr);
-  EXPECT_EQ(Utf8(Dimm().Generic.MarketingName), "UnknownDIMM");
-  EXPECT_EQ(Utf8(Dimm().BankLocator), "Bank 3");
+  EXPECT_EQ(Dimm().TypeDetail, 0);
+  EXPECT_EQ(Dimm().Speed, 0);
+  EXPECT_EQ(Dimm().Manufacturer, std::nullopt);
+  EXPECT_EQ(Dimm().WWN, std::nullopt);
+  EXPECT_EQ(Dimm().PartNumber, std::nullopt);
+  EXPECT_EQ(Dimm().MarketingName, "UnknownDIMM");
+  EXPECT_EQ(Dimm().BankLocator, "Bank 3");
 }
 
 TEST_F(Dimms, ASizePastTheFormattedPartIsAnEmptySlot) {
@@ -181,13 +188,13 @@ TEST_F(Dimms, ASizePastTheFormattedPartIsAnEmptySlot) {
 
 struct MovedCase {
   const char* name;
-  uint8_t field;    // of the string number
-  const char* wwn;  // whose, in the order in which the strings are read
-  const char* locator;
-  const char* manufacturer;
-  const char* bank;
-  const char* asset;
-  const char* part;
+  uint8_t field;  // of the string number
+  Text wwn;       // whose, in the order in which the strings are read
+  Text locator;
+  Text manufacturer;
+  Text bank;
+  Text asset;
+  Text part;
 };
 
 class DimmMovedSlot : public Dimms, public testing::WithParamInterface<MovedCase> {};
@@ -204,10 +211,6 @@ MemoryDevice ModuleOf(uint16_t handle, const std::string& mark) {
   return module;
 }
 
-std::string Utf8OrNone(const CHAR16* text) {
-  return text == nullptr ? "-" : Utf8(text);
-}
-
 TEST_P(DimmMovedSlot, TakesTheRestFromTheStructureBehind) {
   Structure first = ModuleOf(0x1100, "one").Build();
   first.SetByte(GetParam().field, 99);
@@ -217,44 +220,43 @@ TEST_P(DimmMovedSlot, TakesTheRestFromTheStructureBehind) {
   second.speed = 1;
   ASSERT_EQ(Make(Table::Of(first, second)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
-  const TVQ_DIMM dimm = Dimm();
-  EXPECT_EQ(Utf8OrNone(dimm.Generic.WWN), GetParam().wwn);
-  EXPECT_EQ(Utf8OrNone(dimm.DeviceLocator), GetParam().locator);
-  EXPECT_EQ(Utf8OrNone(dimm.Manufacturer), GetParam().manufacturer);
-  EXPECT_EQ(Utf8OrNone(dimm.BankLocator), GetParam().bank);
-  EXPECT_EQ(Utf8OrNone(dimm.AssetTag), GetParam().asset);
-  const CHAR8* const part = dimm.PartNumber;
-  EXPECT_STREQ(part == nullptr ? "-" : part, GetParam().part);
-  EXPECT_EQ(Value(dimm.TotalWidth), 8);
-  EXPECT_EQ(Value(dimm.Handle), 0x1101);
   // Size, speed and type are read before the part number, the rest behind it.
   const bool isPart = GetParam().field == 0x1A;
-  EXPECT_EQ(Value(dimm.Size), isPart ? 0x4000 : 0);
-  EXPECT_EQ(Value(dimm.Speed), isPart ? 3200 : 1);
+  const record::Dimm dimm = Dimm();
+  EXPECT_EQ(dimm.WWN, GetParam().wwn);
+  EXPECT_EQ(dimm.DeviceLocator, GetParam().locator);
+  EXPECT_EQ(dimm.Manufacturer, GetParam().manufacturer);
+  EXPECT_EQ(dimm.BankLocator, GetParam().bank);
+  EXPECT_EQ(dimm.AssetTag, GetParam().asset);
+  EXPECT_EQ(dimm.PartNumber, GetParam().part);
+  EXPECT_EQ(dimm.TotalWidth, 8);
+  EXPECT_EQ(dimm.Handle, 0x1101);
+  EXPECT_EQ(dimm.Size, isPart ? 0x4000 : 0);
+  EXPECT_EQ(dimm.Speed, isPart ? 3200 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, DimmMovedSlot,
-                         testing::Values(MovedCase{"SerialNumber", 0x18, "-", "two", "two maker",
-                                                   "two bank", "two asset", "two part"},
-                                         MovedCase{"DeviceLocator", 0x10, "one serial", "-",
-                                                   "two maker", "two bank", "two asset",
-                                                   "two part"},
-                                         MovedCase{"Manufacturer", 0x17, "one serial", "one", "-",
-                                                   "two bank", "two asset", "two part"},
-                                         MovedCase{"BankLocator", 0x11, "one serial", "one",
-                                                   "one maker", "-", "two asset", "two part"},
-                                         MovedCase{"AssetTag", 0x19, "one serial", "one",
-                                                   "one maker", "one bank", "-", "two part"},
-                                         MovedCase{"PartNumber", 0x1A, "one serial", "one",
-                                                   "one maker", "one bank", "one asset", "-"}),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Fields, DimmMovedSlot,
+    testing::Values(MovedCase{"SerialNumber", 0x18, std::nullopt, "two", "two maker", "two bank",
+                              "two asset", "two part"},
+                    MovedCase{"DeviceLocator", 0x10, "one serial", std::nullopt, "two maker",
+                              "two bank", "two asset", "two part"},
+                    MovedCase{"Manufacturer", 0x17, "one serial", "one", std::nullopt, "two bank",
+                              "two asset", "two part"},
+                    MovedCase{"BankLocator", 0x11, "one serial", "one", "one maker", std::nullopt,
+                              "two asset", "two part"},
+                    MovedCase{"AssetTag", 0x19, "one serial", "one", "one maker", "one bank",
+                              std::nullopt, "two part"},
+                    MovedCase{"PartNumber", 0x1A, "one serial", "one", "one maker", "one bank",
+                              "one asset", std::nullopt}),
+    [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, AMovedModuleDoesNotKeepTheNextOneFromItsRecord) {
   Structure first = ModuleOf(0x1100, "one").Build();
   first.SetByte(0x1A, 99);
   ASSERT_EQ(Make(Table::Of(first, ModuleOf(0x1101, "two"))), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 2u);
-  EXPECT_EQ(Utf8(Dimm(1).Generic.WWN), "two serial");
+  EXPECT_EQ(Dimm(1).WWN, "two serial");
 }
 
 TEST_F(Dimms, AMovedModuleTakesTheExtensionOfTheStructureBehind) {
@@ -265,7 +267,7 @@ TEST_F(Dimms, AMovedModuleTakesTheExtensionOfTheStructureBehind) {
   ASSERT_EQ(Make(Table::Of(first, second, DimmExtension{.deviceHandle = 0x1100, .componentId = 1},
                            DimmExtension{.deviceHandle = 0x1101, .componentId = 2})),
             EFI_SUCCESS);
-  EXPECT_EQ(Value(Dimm().ComponentID), 2u);
+  EXPECT_EQ(Dimm().ComponentID, 2u);
 }
 
 TEST_F(Dimms, BehindTheLastStructureNothingIsLeftToRead) {
@@ -273,10 +275,10 @@ TEST_F(Dimms, BehindTheLastStructureNothingIsLeftToRead) {
   only.SetByte(0x18, 99);
   ASSERT_EQ(Make(Table::Of(only)), EFI_SUCCESS);
   ASSERT_EQ(RecordCount(), 1u);
-  EXPECT_EQ(Value(Dimm().Manufacturer), nullptr);
-  EXPECT_EQ(Value(Dimm().Size), 0);
-  EXPECT_EQ(Value(Dimm().Handle), 0xFFFF);
-  EXPECT_EQ(Value(Dimm().ConfiguredMemClockSpeed), 0);
+  EXPECT_EQ(Dimm().Manufacturer, std::nullopt);
+  EXPECT_EQ(Dimm().Size, 0);
+  EXPECT_EQ(Dimm().Handle, 0xFFFF);
+  EXPECT_EQ(Dimm().ConfiguredMemClockSpeed, 0);
   EXPECT_EQ(PathData(), (Bytes{3, 0, 0, 0, 0, 0, 0}));
   EXPECT_THAT(log, Contains("MakeDIMMs: sizeof type17 structure = 0 \n"));
 }

@@ -22,6 +22,9 @@ inline std::string AsText(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
+// How the report of a run ends in which nothing failed.
+constexpr char kSuccess[] = "\nTvqAgent: success\n";
+
 // A machine with a volume that the agent is started from.
 class AgentHarness {
  public:

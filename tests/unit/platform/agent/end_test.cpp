@@ -18,8 +18,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr char kSuccess[] = "\nTvqAgent: success\n";
-
 size_t Occurrences(const std::string& text, const std::string& part) {
   size_t count = 0;
   for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {

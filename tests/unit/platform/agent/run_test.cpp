@@ -23,8 +23,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr char kSuccess[] = "\nTvqAgent: success\n";
-
 class AgentRun : public testing::Test, protected AgentHarness {};
 
 TEST_F(AgentRun, ShowsAndSavesTheInventory) {
