@@ -12,6 +12,7 @@
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/secrets.h"
 
 namespace tvq::cli {
@@ -24,10 +25,6 @@ using testing::IsEmpty;
 using testing::Not;
 
 using Json = nlohmann::ordered_json;
-
-std::string Mask(const std::string& text) {
-  return Masker("a test's key").Mask(text);
-}
 
 Bytes FromHex(const std::string& hex) {
   Bytes bytes;

@@ -9,6 +9,7 @@
 
 #include "host/table/dump.h"
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/secrets.h"
 
 namespace tvq::cli {
@@ -18,15 +19,6 @@ using test::Bytes;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-using Arguments = std::vector<std::string>;
-
-Arguments operator+(Arguments left, const Arguments& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
-const Arguments kRedact = {"--redact", "--redact-key", "a test's key"};
 
 class RedactDump : public CliTest {
  protected:

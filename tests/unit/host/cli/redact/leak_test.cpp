@@ -9,6 +9,7 @@
 #include "host/table/dump.h"
 #include "host/table/source.h"
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/secrets.h"
 
 namespace tvq::cli {
@@ -17,15 +18,6 @@ namespace {
 using test::Bytes;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-using Arguments = std::vector<std::string>;
-
-Arguments operator+(Arguments left, const Arguments& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
-const Arguments kRedact = {"--redact", "--redact-key", "a test's key"};
 
 // Each test runs on a server whose strings begin with a text, and on one where they begin with an
 // empty one.

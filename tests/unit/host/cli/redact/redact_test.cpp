@@ -12,6 +12,7 @@
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
 #include "host/table/layout.h"
+#include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/server.h"
 
 namespace tvq::cli {
@@ -23,15 +24,6 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
-
-const Masker& TestMasker() {
-  static const Masker* const masker = new Masker("a test's key");
-  return *masker;
-}
-
-std::string Mask(const std::string& text) {
-  return TestMasker().Mask(text);
-}
 
 // --- Masks ---
 
@@ -112,11 +104,6 @@ TEST(Mask, MasksAUuidAsADocumentSpellsIt) {
 }
 
 // --- Tables ---
-
-Bytes Redacted(Bytes bytes) {
-  RedactTable(bytes, TestMasker());
-  return bytes;
-}
 
 bool Contains(const Bytes& bytes, const std::string& text) {
   return std::search(bytes.begin(), bytes.end(), text.begin(), text.end()) != bytes.end();

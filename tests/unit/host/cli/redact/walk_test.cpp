@@ -15,6 +15,7 @@
 #include "host/table/structure.h"
 #include "host/table/text.h"
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/secrets.h"
 #include "tests/unit/driver/model/random_table.h"
 
@@ -25,16 +26,6 @@ using table::Structure;
 using test::Bytes;
 using test::Table;
 using testing::IsEmpty;
-
-const Masker& TestMasker() {
-  static const Masker* const masker = new Masker("a test's key");
-  return *masker;
-}
-
-Bytes Redacted(Bytes bytes) {
-  RedactTable(bytes, TestMasker());
-  return bytes;
-}
 
 std::string AsText(const Bytes& bytes) {
   return {bytes.begin(), bytes.end()};
