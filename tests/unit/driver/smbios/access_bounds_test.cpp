@@ -118,7 +118,7 @@ TEST_F(Bounds, FindTheLastStringWithoutTheTerminatorOfTheStructure) {
 }
 
 TEST_F(Bounds, FindNoStringBehindAFormattedPartThatReachesTheEnd) {
-  Table table = Table::Of(Structure{0x80, 0x10, {1, 2}, {}});
+  Table table = Table::Of(Structure{0x80, 0x10, {1, 2}});
   table.Chop(2);
   Use(table);
   UINT8* cursor = mHarness.TableData();
@@ -137,7 +137,7 @@ TEST_F(Bounds, EndAStructureWhoseFormattedPartPassesTheEnd) {
 }
 
 TEST_F(Bounds, FindNoStringAtTheEndOfTheTable) {
-  Use(Table::Of(Structure{0x80, 0x10, {}, {}}));
+  Use(Table::Of(Structure{0x80, 0x10}));
   for (const UINT16 index : std::initializer_list<UINT16>{1, 2, 0xFFFF}) {
     UINT8* cursor = End();
     EXPECT_EQ(SmbiosGetString(&cursor, index), nullptr);
@@ -146,7 +146,7 @@ TEST_F(Bounds, FindNoStringAtTheEndOfTheTable) {
 }
 
 TEST_F(Bounds, FindNoStringBehindALastHeaderThatIsCut) {
-  Table table = Table::Of(Structure{0x80, 0x10, {}, {}}, Raw{{0x81, 2}});
+  Table table = Table::Of(Structure{0x80, 0x10}, Raw{{0x81, 2}});
   Use(table);
   UINT8* cursor = At(table, 0) + 6;
   SmbiosGetString(&cursor, 1);

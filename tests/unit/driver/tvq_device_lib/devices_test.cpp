@@ -38,9 +38,7 @@ std::vector<unsigned> BytesOf(const devices::Key& key) {
 }
 
 TEST(DeviceKind, OfAProcessorIsThatOfItsSocket) {
-  Table table;
-  table.Add(Processor{.status = 0x41});
-  table.Add(Processor{.status = 0x01});
+  Table table = Table::Of(Processor{.status = 0x41}, Processor{.status = 0x01});
   Structure old = Processor{.status = 0x41}.Build();
   table.Add(old.CutTo(0x18));  // It has no status.
   EXPECT_THAT(Kinds(table.Bytes()),
@@ -57,10 +55,8 @@ TEST(DeviceKind, OfAMemoryDeviceGoesByItsTypeAndSize) {
 }
 
 TEST(DeviceKind, OfAnEmptySlotIsNoneOfAModule) {
-  Table table;
-  table.Add(MemoryDevice{.size = 0});
-  table.Add(MemoryDevice{.size = 0, .memoryType = 0x1F});
-  table.Add(MemoryDevice{.size = 0, .memoryType = 0x20});
+  Table table = Table::Of(MemoryDevice{.size = 0}, MemoryDevice{.size = 0, .memoryType = 0x1F},
+                          MemoryDevice{.size = 0, .memoryType = 0x20});
   Structure old = MemoryDevice{}.Build();
   table.Add(old.CutTo(0x0D));  // Half a size is none.
   EXPECT_THAT(Kinds(table.Bytes()),
@@ -68,9 +64,7 @@ TEST(DeviceKind, OfAnEmptySlotIsNoneOfAModule) {
 }
 
 TEST(DeviceKind, OfAnythingElseIsNone) {
-  Table table;
-  table.Add(System{});
-  table.Add(End{});
+  Table table = Table::Of(System{}, End{});
   EXPECT_THAT(Kinds(table.Bytes()), ElementsAre(Kind::kNone, Kind::kNone));
   EXPECT_EQ(devices::KindOf(smbios::Structure()), Kind::kNone);
 }
@@ -85,10 +79,8 @@ TEST(DeviceKind, SaysOfWhatTypeTheRecordIs) {
 }
 
 TEST(DeviceName, IsTheSocketDesignationOrTheLocator) {
-  Table table;
-  table.Add(Processor{.designation = "CPU1"});
-  table.Add(MemoryDevice{.locator = "DIMM_A1"});
-  table.Add(MemoryDevice{.locator = std::nullopt});
+  Table table = Table::Of(Processor{.designation = "CPU1"}, MemoryDevice{.locator = "DIMM_A1"},
+                          MemoryDevice{.locator = std::nullopt});
   const Bytes bytes = table.Bytes();
   EXPECT_EQ(NameOf(At(bytes, 0)), "CPU1");
   EXPECT_EQ(NameOf(At(bytes, 1)), "DIMM_A1");
@@ -96,11 +88,9 @@ TEST(DeviceName, IsTheSocketDesignationOrTheLocator) {
 }
 
 TEST(DeviceName, IsTheStringOfADeviceWithOneNumber) {
-  Table table;
-  table.Add(Processor{});
-  table.Add(MemoryDevice{.bankLocator = std::nullopt});
-  table.Add(17, 7, Bytes(0x10, 0));
-  table.Add(1, 8, Bytes(0x20, 1), {"one"});
+  Table table =
+      Table::Of(Processor{}, MemoryDevice{.bankLocator = std::nullopt},
+                Structure{17, 7, Bytes(0x10, 0), {}}, Structure{1, 8, Bytes(0x20, 1), {"one"}});
   const Bytes bytes = table.Bytes();
   for (size_t i = 0; i < 2; ++i) {
     const smbios::Structure device = At(bytes, i);
@@ -122,8 +112,8 @@ struct SocketCase {
 class SocketNumber : public testing::TestWithParam<SocketCase> {};
 
 TEST_P(SocketNumber, IsTheFourthCharacterLessTheCodeOfZero) {
-  Table table;
-  table.Add(Processor{.designation = GetParam().designation, .manufacturer = "7 makers"});
+  Table table =
+      Table::Of(Processor{.designation = GetParam().designation, .manufacturer = "7 makers"});
   const Bytes bytes = table.Bytes();
   EXPECT_EQ(devices::SocketNumber(At(bytes, 0)), GetParam().number);
   const uint8_t data[] = {TVQ_DEVICE_TYPE_CPU, GetParam().number, 0, 0, 0, 0, 0};
@@ -147,8 +137,7 @@ struct LocatorCase {
 class LocatorKey : public testing::TestWithParam<LocatorCase> {};
 
 TEST_P(LocatorKey, IsThreeBytesOfTheLocator) {
-  Table table;
-  table.Add(17, 7, Bytes(0x13 - 4, 1), {GetParam().locator, "next"});
+  Table table = Table::Of(Structure{17, 7, Bytes(0x13 - 4, 1), {GetParam().locator, "next"}});
   const Bytes bytes = table.Bytes();
   EXPECT_EQ(CharactersOf(At(bytes, 0)), GetParam().characters);
 }
@@ -163,8 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LocatorCase{"A", std::string("A\0n", 3)}));
 
 TEST(LocatorKey, IsZerosWithoutALocatorAndBehindTheTable) {
-  Table table;
-  table.Add(MemoryDevice{.locator = std::nullopt});
+  Table table = Table::Of(MemoryDevice{.locator = std::nullopt});
   const Bytes without = table.Bytes();
   EXPECT_EQ(CharactersOf(At(without, 0)), std::string(3, '\0'));
   Bytes cut = {17, 0x11, 0, 0};
@@ -181,8 +169,7 @@ TEST(LocatorKey, HasCharactersUpToItsFirstNul) {
 }
 
 TEST(DeviceKey, OfAModuleHasItsCharactersWidenedWithTheirSign) {
-  Table table;
-  table.Add(MemoryDevice{.locator = "\x80-\x7F"});
+  Table table = Table::Of(MemoryDevice{.locator = "\x80-\x7F"});
   const Bytes bytes = table.Bytes();
   EXPECT_THAT(BytesOf(devices::KeyOf(At(bytes, 0))),
               ElementsAre(TVQ_DEVICE_TYPE_DIMM, 0x80, 0xFF, '-', 0, 0x7F, 0));
@@ -210,8 +197,7 @@ TEST(DeviceKey, IsReadFromADevicePath) {
 }
 
 TEST(FqddMap, IsUsableWhenAllItsStructuresHaveTheKnownFormat) {
-  Table table;
-  table.Add(FqddMap{});
+  Table table = Table::Of(FqddMap{});
   EXPECT_EQ(devices::FindFqddMap(View(table.Bytes())), devices::FqddMap::kUsable);
   Structure other = FqddMap{}.Build();
   table.Add(other.SetByte(4, 2));
@@ -228,8 +214,7 @@ TEST(FqddMap, WithoutAFormatByteIsOfAnotherFormat) {
 
 // The driver reads what the cut leaves of a group, and wants the first byte of each.
 TEST(FqddMap, IsCutOffWhereAGroupWouldBeginBehindTheTable) {
-  Table table;
-  table.Add(FqddMap{.groups = {{"one", 1}, {"two", 2}}});
+  Table table = Table::Of(FqddMap{.groups = {{"one", 1}, {"two", 2}}});
   Bytes bytes = table.Bytes();
   for (size_t size = 5 + 4 + 1; size <= 5 + 4 + 4; ++size) {
     bytes.resize(size);
@@ -246,17 +231,13 @@ TEST(FqddMap, IsCutOffWhereAGroupWouldBeginBehindTheTable) {
 }
 
 TEST(FqddMap, IsMissingWithoutAStructureOfItsType) {
-  Table table;
-  table.Add(System{});
+  Table table = Table::Of(System{});
   EXPECT_EQ(devices::FindFqddMap(View(table.Bytes())), devices::FqddMap::kMissing);
   EXPECT_EQ(devices::FindFqddMap(smbios::Bytes()), devices::FqddMap::kMissing);
 }
 
 TEST(TableEnd, IsAReservedHandleThatIsNotTheFirst) {
-  Table table;
-  table.Add(1, 0xFFFF);
-  table.Add(1, 0xFFFE);
-  table.Add(1, 0xFFFF);
+  Table table = Table::Of(Structure{1, 0xFFFF}, Structure{1, 0xFFFE}, Structure{1, 0xFFFF});
   const Bytes bytes = table.Bytes();
   EXPECT_FALSE(devices::EndsTable(At(bytes, 0)));
   EXPECT_FALSE(devices::EndsTable(At(bytes, 1)));

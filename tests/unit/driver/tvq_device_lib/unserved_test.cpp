@@ -112,7 +112,7 @@ TEST_F(UnservedDevices, AreNoneWhereThereAreAsManyRecordsAsDevices) {
 
 TEST_F(UnservedDevices, AreThoseBehindAHandleThatEndsTheTable) {
   AddModule(10, "A1");
-  mTable.Add(1, 0xFFFF);
+  mTable.Add(Structure{1, 0xFFFF});
   AddModule(11, "A2");
   AddModule(12, "A1");
   EXPECT_THAT(Modules({10}),
@@ -122,7 +122,7 @@ TEST_F(UnservedDevices, AreThoseBehindAHandleThatEndsTheTable) {
 TEST_F(UnservedDevices, AreBehindAClashAlsoWhereTheTableEndsLater) {
   AddModule(10, "A1");
   AddModule(11, "A1");
-  mTable.Add(1, 0xFFFF);
+  mTable.Add(Structure{1, 0xFFFF});
   AddModule(12, "A2");
   EXPECT_THAT(Modules({10}), ElementsAre("11 clashes with 10", "12 is behind 11"));
 }

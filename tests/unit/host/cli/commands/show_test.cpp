@@ -103,9 +103,8 @@ TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
 }
 
 TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
-  Table table = NamedMachine({"CPU1"}, {"DIMM_A1"});
-  table.Add(1, 0xFFFF);
-  table.Add(MemoryDevice{.handle = 0x0017, .locator = "DIMM_A2"});
+  const Table table = Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::Structure{1, 0xFFFF},
+                                MemoryDevice{.handle = 0x0017, .locator = "DIMM_A2"});
   EXPECT_THAT(Show(table).out,
               HasSubstr("  behind handle 0xFFFF, which ends the table for the driver:\n"
                         "    1 memory module, handle 0x0017\n"));
