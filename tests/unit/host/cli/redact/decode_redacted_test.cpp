@@ -119,12 +119,8 @@ TEST_F(CliRedactDecode, MasksTheTextOfEverySecretElementAndOfNoOther) {
 }
 
 TEST_F(CliRedactDecode, MasksTheUuidThatEachMemoryArrayRepeats) {
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{.uuid = mSecrets.Number(16)});
-  table.Add(test::MemoryArray{});
-  table.Add(test::MemoryArray{});
-  table.Add(test::End{});
+  test::Table table = test::Table::Of(test::Bios{}, test::System{.uuid = mSecrets.Number(16)},
+                                      test::MemoryArray{}, test::MemoryArray{}, test::End{});
   const Bytes blobs = StoredBlobs(table);
   const std::string clear = Decode(blobs, {}).out;
   EXPECT_THAT(mSecrets.In(clear), Not(IsEmpty()));
@@ -152,21 +148,18 @@ TEST_F(CliRedactDecode, EveryElementThatIsNamedForANumberOrTagIsSecret) {
 TEST_F(CliRedactDecode, MasksWhatOtherElementsRepeat) {
   const std::string tag = mSecrets.Text();
   const std::string serial = mSecrets.Text();
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{.product = "Rack " + tag, .serial = tag});
-  table.Add(test::MemoryDevice{.bankLocator = "Bank of " + serial, .serial = serial});
-  table.Add(test::End{});
+  test::Table table = test::Table::Of(
+      test::Bios{}, test::System{.product = "Rack " + tag, .serial = tag},
+      test::MemoryDevice{.bankLocator = "Bank of " + serial, .serial = serial}, test::End{});
   const Outcome decoded = DecodeRedacted(StoredBlobs(table));
   EXPECT_THAT(mSecrets.In(decoded.out), IsEmpty()) << decoded.out;
   EXPECT_THAT(decoded.out, HasSubstr("<ProductName>Rack " + Mask(tag) + "</ProductName>"));
 }
 
 TEST_F(CliRedactDecode, LeavesTagsThatASecretIsPartOf) {
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::MemoryDevice{.manufacturer = "Speed Works", .serial = "Speed"});
-  table.Add(test::End{});
+  test::Table table = test::Table::Of(
+      test::Bios{}, test::MemoryDevice{.manufacturer = "Speed Works", .serial = "Speed"},
+      test::End{});
   const Outcome decoded = DecodeRedacted(StoredBlobs(table));
   EXPECT_EQ(decoded.status, 0) << decoded.diagnostics;
   EXPECT_THAT(decoded.out, AllOf(HasSubstr("<Speed>3200</Speed>"),
@@ -177,10 +170,8 @@ TEST_F(CliRedactDecode, LeavesTagsThatASecretIsPartOf) {
 TEST_F(CliRedactDecode, MasksEveryTextOfADocumentThatCannotBeRead) {
   const std::string first = mSecrets.Text();
   const std::string second = mSecrets.Text();
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{.serial = first + "</ServiceTag>" + second});
-  table.Add(test::End{});
+  test::Table table = test::Table::Of(
+      test::Bios{}, test::System{.serial = first + "</ServiceTag>" + second}, test::End{});
   const Bytes blobs = StoredBlobs(table);
   EXPECT_EQ(Decode(blobs, {}).status, 2);
   for (const auto& more : {std::vector<std::string>{}, {"--json"}}) {
@@ -206,11 +197,9 @@ TEST_F(CliRedactDecode, NoMessageTellsFourCharactersAsANumber) {
 }
 
 TEST_F(CliRedactDecode, NoDamageOfABlobLaysASecretOpen) {
-  test::Table table;
-  table.Add(test::Bios{});
-  table.Add(test::System{.serial = mSecrets.Text(), .uuid = mSecrets.Number(16)});
-  table.Add(test::MemoryDevice{.serial = mSecrets.Text(), .assetTag = mSecrets.Text()});
-  table.Add(test::End{});
+  test::Table table = test::Table::Of(
+      test::Bios{}, test::System{.serial = mSecrets.Text(), .uuid = mSecrets.Number(16)},
+      test::MemoryDevice{.serial = mSecrets.Text(), .assetTag = mSecrets.Text()}, test::End{});
   const Bytes blobs = StoredBlobs(table);
   for (size_t at = 0; at < blobs.size(); at += 29) {
     Bytes damaged = blobs;

@@ -23,9 +23,8 @@ using testing::Not;
 class RedactDump : public CliTest {
  protected:
   table::Table OneSystem() {
-    test::Table server;
-    server.Add(test::System{.serial = mSecrets.Text(), .uuid = mSecrets.Number(16)});
-    server.Add(test::End{});
+    test::Table server = test::Table::Of(
+        test::System{.serial = mSecrets.Text(), .uuid = mSecrets.Number(16)}, test::End{});
     return {{3, 3}, table::EntryPoint::k32Bit, {}, server.Bytes()};
   }
   void ExpectSafeSource(const Bytes& dump) {

@@ -140,12 +140,9 @@ TEST_P(RedactLeak, NotWhereOneSideRepeatsWhatIsASecretOnTheOther) {
   const std::string board = mSecrets.Text();
   const auto make = [&](const std::string& name, const std::string& product,
                         const std::string& tag) {
-    test::Table server;
-    server.Add(test::Bios{});
-    server.Add(test::System{.product = product, .serial = tag, .sku = product});
-    server.Add(test::BaseBoard{.serial = board});
-    server.Add(test::MemoryDevice{.assetTag = "Spare"});
-    server.Add(test::End{});
+    test::Table server = test::Table::Of(
+        test::Bios{}, test::System{.product = product, .serial = tag, .sku = product},
+        test::BaseBoard{.serial = board}, test::MemoryDevice{.assetTag = "Spare"}, test::End{});
     return Write(name, server.Bytes());
   };
   const std::string before = make("before.bin", "Rack " + old + ' ' + board, old);

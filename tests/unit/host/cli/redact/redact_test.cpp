@@ -259,9 +259,8 @@ TEST(RedactTable, MasksEveryTextThatSpellsTheUuid) {
 }
 
 TEST(RedactTable, MasksAPpinThatAnotherTextRepeats) {
-  Table table;
-  table.Add(test::OemStrings{.texts = {"17[A1B2C3D4E5F60718]"}});
-  table.Add(test::Processor{.partNumber = "P a1b2c3d4e5f60718"});
+  Table table = Table::Of(test::OemStrings{.texts = {"17[A1B2C3D4E5F60718]"}},
+                          test::Processor{.partNumber = "P a1b2c3d4e5f60718"});
   EXPECT_FALSE(Contains(Redacted(table.Bytes()), "a1b2c3d4e5f60718"));
 }
 
