@@ -164,7 +164,7 @@ const CHAR8* FindDocument(tvq::Span<const UINT8> data) {
 }
 
 bool IsWellFormed(XML_PARSER_PROTOCOL* parser, const CHAR8* document) {
-  XML_INPUT input = {XML_INPUT_MEMORY, document, {nullptr, nullptr}};
+  XML_INPUT input = {XML_INPUT_MEMORY, 0, document, {nullptr, nullptr}};
   XML_NODE* root = nullptr;
   parser->Parse(parser, &input, &root);
   if (root == nullptr) {

@@ -69,7 +69,7 @@ constexpr Check kManagementChecks[] = {
 class Document {
  public:
   explicit Document(const CHAR8* text) {
-    XML_INPUT input = {XML_INPUT_MEMORY, text, {nullptr, nullptr}};
+    XML_INPUT input = {XML_INPUT_MEMORY, 0, text, {nullptr, nullptr}};
     mParser->Parse(mParser, &input, &mRoot);
   }
   Document(const Document&) = delete;

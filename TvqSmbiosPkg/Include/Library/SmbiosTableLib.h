@@ -72,6 +72,20 @@ constexpr Number Read(const U8* bytes) {
   }
 }
 
+/// The number of `width` bytes at `bytes`: 1, 2, 4 or 8.
+constexpr U64 ReadNumber(const U8* bytes, SizeType width) {
+  switch (width) {
+    case 1:
+      return bytes[0];
+    case 2:
+      return Read16(bytes);
+    case 4:
+      return Read32(bytes);
+    default:
+      return Read64(bytes);
+  }
+}
+
 /// A field of the structures of one type: where it is, and of what type its value.
 /// IndustryStandard/SmbiosFields.h makes one of a member's name.
 template <typename Value>
@@ -125,22 +139,27 @@ Text TextAt(Bytes bytes);
 class StringCursor {
  public:
   /// `bytes` begin with the first string and end with the table.
-  constexpr explicit StringCursor(Bytes bytes) : mBytes(bytes) {}
+  constexpr explicit StringCursor(Bytes bytes)
+      : mBegin(bytes.begin()), mEnd(bytes.end()), mCurrent(mBegin), mNext(mBegin) {}
 
   /// Steps to the next string; the first call to the first one. False: there is none.
   [[nodiscard]] bool Next();
 
   /// The string stepped to.
-  constexpr Text Current() const { return mCurrent; }
+  constexpr Text Current() const {
+    return Text(mCurrent, static_cast<SizeType>(mNext - mCurrent) - 1);
+  }
 
   // When there is none any more:
 
   /// Bytes up to the end of the strings, the NUL behind the last one included.
-  constexpr SizeType End() const { return mEnd; }
+  constexpr SizeType End() const {
+    return static_cast<SizeType>((IsEnded() ? mNext : mEnd) - mBegin);
+  }
   /// Whether that NUL is there, and not the end of the table in its place.
   constexpr bool IsEnded() const { return mState == State::kEnded; }
   /// What the end of the table left of a string without a terminator.
-  constexpr Bytes CutOff() const { return mBytes.From(mCutOff); }
+  constexpr Bytes CutOff() const { return {mNext, static_cast<SizeType>(mEnd - mNext)}; }
 
  private:
   enum class State : U8 {
@@ -150,12 +169,10 @@ class StringCursor {
     kOutOfBytes,
   };
 
-  [[nodiscard]] bool Finish(State state, SizeType end);
-
-  Bytes mBytes;
-  Text mCurrent;
-  SizeType mEnd = 0;  ///< Of what was stepped over.
-  SizeType mCutOff = 0;
+  const U8* mBegin;
+  const U8* mEnd;
+  const U8* mCurrent;
+  const U8* mNext;  ///< Behind the terminator of the current string.
   State mState = State::kBegin;
 };
 
@@ -200,17 +217,17 @@ enum class Defect : U8 {
   kCutStrings,    ///< The table ends before its strings do.
 };
 
-/// A structure where it stands in its table.
+/// A structure at the start of bytes that reach up to the end of its table.
 ///
 /// Of one that is not well formed, the formatted part is as long as it states, at most up to the
 /// end of the table, and the strings begin there: with a length below that of a header they begin
 /// inside it. Whatever is behind the formatted part counts as missing.
-class Structure {
+class BareStructure {
  public:
-  constexpr Structure() = default;  ///< None: it has type 0, no handle and no bytes.
-  /// The structure at `offset`; none where fewer bytes are left than a header has.
-  constexpr Structure(Bytes table, SizeType offset)
-      : mBytes(HasHeader(table.From(offset)) ? table.From(offset) : Bytes()), mOffset(offset) {}
+  constexpr BareStructure() = default;  ///< None: it has type 0, no handle and no bytes.
+  /// None where there are fewer bytes than a header has.
+  constexpr explicit BareStructure(Bytes bytes)
+      : mBytes(bytes.Size() >= kHeaderSize ? bytes : Bytes()) {}
 
   constexpr explicit operator bool() const { return !mBytes.Empty(); }
 
@@ -219,11 +236,12 @@ class Structure {
   constexpr U8 Length() const { return PeekByte(1); }
   constexpr U16 Handle() const { return *this ? Read16(mBytes.Data() + 2) : kNoHandle; }
 
-  /// Where it begins in its table, and where the next one does.
-  constexpr SizeType Offset() const { return mOffset; }
-  SizeType End() const { return mOffset + Size(); }
   /// Bytes in all, strings and the NUL behind them included.
-  SizeType Size() const;
+  SizeType Size() const {
+    SizeType size = 0;
+    (void)StringOrSize(0, size);
+    return size;
+  }
   Bytes Whole() const { return mBytes.First(Size()); }
   /// The formatted part, the header included.
   constexpr Bytes Formatted() const { return mBytes.First(Length()); }
@@ -245,6 +263,10 @@ class Structure {
   template <typename Number>
   constexpr Number Get(SizeType offset, Number missing = 0) const {
     return Has(offset, sizeof(Number)) ? Read<Number>(mBytes.Data() + offset) : missing;
+  }
+  /// The number of 1, 2, 4 or 8 bytes; `missing` where the structure is too short for it.
+  constexpr U64 GetNumber(SizeType offset, SizeType width, U64 missing) const {
+    return Has(offset, width) ? ReadNumber(mBytes.Data() + offset, width) : missing;
   }
   constexpr U8 Byte(SizeType offset) const { return Get<U8>(offset); }
   constexpr U16 Word(SizeType offset) const { return Get<U16>(offset); }
@@ -274,13 +296,17 @@ class Structure {
   constexpr U8 PeekByte(SizeType offset) const {
     return offset < mBytes.Size() ? mBytes[offset] : U8{0};
   }
+  /// Up to eight bytes as one number.
+  constexpr U64 PeekNumber(SizeType offset, SizeType width) const {
+    U64 value = 0;
+    for (SizeType i = width; i-- != 0;) {
+      value = value << 8 | PeekByte(offset + i);
+    }
+    return value;
+  }
   template <typename Value>
   constexpr Value Peek(Field<Value> field) const {
-    U64 value = 0;
-    for (SizeType i = sizeof(Value); i-- != 0;) {
-      value = value << 8 | PeekByte(field.Offset + i);
-    }
-    return static_cast<Value>(value);
+    return static_cast<Value>(PeekNumber(field.Offset, sizeof(Value)));
   }
 
   // Strings.
@@ -290,7 +316,12 @@ class Structure {
   SizeType StringCount() const;
   /// The string with this number, from 1. Number 1 of a structure without strings is an empty one;
   /// 0 and numbers behind the last string are none.
-  Text String(U16 number) const;
+  Text String(SizeType number) const {
+    SizeType size = 0;
+    return number == 0 ? Text() : StringOrSize(number, size);
+  }
+  /// The same; where there is no such string, `size` becomes that of the structure.
+  Text StringOrSize(SizeType number, SizeType& size) const;
   /// What the end of the table left of a string without a terminator; no bytes where it cut none.
   Bytes CutOffString() const;
 
@@ -298,13 +329,27 @@ class Structure {
   constexpr Bytes StringBytes() const { return mBytes.From(Length()); }
 
  private:
-  static constexpr bool HasHeader(Bytes bytes) { return bytes.Size() >= kHeaderSize; }
   bool HasStrings() const {
     const Bytes bytes = StringBytes();
     return !bytes.Empty() && (bytes[0] != 0 || (bytes.Size() > 1 && bytes[1] != 0));
   }
 
-  Bytes mBytes;  ///< From the structure on up to the end of the table.
+  Bytes mBytes;
+};
+
+/// A structure and its place in its table.
+class Structure : public BareStructure {
+ public:
+  constexpr Structure() = default;
+  /// The structure at `offset`; none where fewer bytes are left than a header has.
+  constexpr Structure(Bytes table, SizeType offset)
+      : BareStructure(table.From(offset)), mOffset(offset) {}
+
+  /// Where it begins in its table, and where the next one does.
+  constexpr SizeType Offset() const { return mOffset; }
+  SizeType End() const { return mOffset + Size(); }
+
+ private:
   SizeType mOffset = 0;
 };
 

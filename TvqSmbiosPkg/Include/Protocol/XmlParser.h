@@ -41,6 +41,7 @@ struct _XML_NODE {
 ///
 typedef struct {
   UINT32         SourceKind;   ///< XML_INPUT_MEMORY.
+  UINT32         Padding;      ///< Zero.
   CONST CHAR8    *Text;        ///< NUL-terminated.
   VOID           *Reserved[2]; ///< NULL.
 } XML_INPUT;

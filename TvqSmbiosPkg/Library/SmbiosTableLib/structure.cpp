@@ -40,27 +40,22 @@ Text TextAt(Bytes bytes) {
 }
 
 bool StringCursor::Next() {
-  if (mState == State::kEnded || mState == State::kOutOfBytes) {
+  if (mState == State::kBehindString && mNext != mEnd && *mNext == 0) {
+    mNext++;
+    mState = State::kEnded;
+  }
+  if (mState >= State::kEnded) {
     return false;
   }
-  const Bytes rest = mBytes.From(mEnd);
-  if (mState == State::kBehindString && !rest.Empty() && rest[0] == 0) {
-    return Finish(State::kEnded, mEnd + 1);
+  const U8* nul = FindNul(mNext, mEnd);
+  if (nul == nullptr) {
+    mState = State::kOutOfBytes;
+    return false;
   }
-  mCurrent = TextAt(rest);
-  if (!mCurrent) {
-    mCutOff = mEnd;
-    return Finish(State::kOutOfBytes, mBytes.Size());
-  }
-  mEnd += mCurrent.Length() + 1;
+  mCurrent = mNext;
+  mNext = nul + 1;
   mState = State::kBehindString;
   return true;
-}
-
-bool StringCursor::Finish(State state, SizeType end) {
-  mState = state;
-  mEnd = end;
-  return false;
 }
 
 namespace {
@@ -75,15 +70,11 @@ StringCursor StepOver(Bytes strings) {
 
 }  // namespace
 
-SizeType Structure::Size() const {
-  return Formatted().Size() + StepOver(StringBytes()).End();
-}
-
-bool Structure::IsComplete() const {
+bool BareStructure::IsComplete() const {
   return StepOver(StringBytes()).IsEnded();
 }
 
-Defect Structure::FindDefect() const {
+Defect BareStructure::FindDefect() const {
   if (Length() < kHeaderSize) {
     return Defect::kShortLength;
   }
@@ -93,7 +84,7 @@ Defect Structure::FindDefect() const {
   return IsComplete() ? Defect::kNone : Defect::kCutStrings;
 }
 
-SizeType Structure::StringCount() const {
+SizeType BareStructure::StringCount() const {
   SizeType count = 0;
   for ([[maybe_unused]] const Text text : Strings()) {
     count++;
@@ -101,17 +92,18 @@ SizeType Structure::StringCount() const {
   return count;
 }
 
-Text Structure::String(U16 number) const {
+Text BareStructure::StringOrSize(SizeType number, SizeType& size) const {
   StringCursor strings(StringBytes());
-  for (; number != 0 && strings.Next(); number--) {
-    if (number == 1) {
+  while (strings.Next()) {
+    if (--number == 0) {
       return strings.Current();
     }
   }
+  size = Formatted().Size() + strings.End();
   return Text();
 }
 
-Bytes Structure::CutOffString() const {
+Bytes BareStructure::CutOffString() const {
   const StringCursor strings = StepOver(StringBytes());
   return strings.IsEnded() ? Bytes() : strings.CutOff();
 }

@@ -6,10 +6,8 @@
 
 #include "builders.h"
 
-extern "C" {
-#include <IndustryStandard/SmBios.h>
-}
-
+#include <IndustryStandard/SmbiosFields.h>
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -24,40 +22,15 @@ namespace tvq {
 
 namespace {
 
-/// Offsets in the processor structure (SMBIOS 7.5).
-constexpr UINTN kSocketDesignation = 0x04;
-constexpr UINTN kProcessorFamily = 0x06;
-constexpr UINTN kProcessorManufacturer = 0x07;
-constexpr UINTN kProcessorId = 0x08;
-constexpr UINTN kProcessorVersion = 0x10;
-constexpr UINTN kVoltage = 0x11;
-constexpr UINTN kExternalClock = 0x12;
-constexpr UINTN kMaxSpeed = 0x14;
-constexpr UINTN kCurrentSpeed = 0x16;
-constexpr UINTN kStatus = 0x18;
-constexpr UINTN kCacheHandles[TVQ_CACHE_LEVELS] = {0x1A, 0x1C, 0x1E};
-constexpr UINTN kCoreCount = 0x23;
-constexpr UINTN kCoreEnabled = 0x24;
-constexpr UINTN kThreadCount = 0x25;
-constexpr UINTN kProcessorCharacteristics = 0x26;
+/// The handles of the three levels stand one behind the other.
+constexpr auto kCacheHandle = SMBIOS_FIELD(4, L1CacheHandle);
+static_assert(SMBIOS_FIELD(4, L3CacheHandle).Offset ==
+                  kCacheHandle.In((TVQ_CACHE_LEVELS - 1) * sizeof(UINT16)).Offset,
+              "one behind the other");
 
-constexpr UINT8 kSocketPopulated = 0x40;
-
-/// Offsets in the physical-memory-array structure (SMBIOS 7.17).
-constexpr UINTN kArrayLocation = 0x04;
-constexpr UINTN kArrayErrorCorrection = 0x06;
-constexpr UINTN kArrayMaximumCapacity = 0x07;
-
-/// Offsets in the memory-device structure (SMBIOS 7.18).
-constexpr UINTN kDeviceArrayHandle = 0x04;
-constexpr UINTN kDeviceSize = 0x0C;
-constexpr UINTN kDeviceFormFactor = 0x0E;
-constexpr UINTN kDeviceMemoryType = 0x12;
+constexpr auto kStatus = SMBIOS_FIELD(4, Status);
 
 constexpr UINT8 kFormFactorDie = 0x10;
-
-/// Position of the fourth character of a socket designation.
-constexpr UINTN kSocketDigit = 3;
 
 /// Deliberate: the search for PPIN texts begins at this byte of the first OEM-strings structure,
 /// not at its first string.
@@ -175,12 +148,12 @@ void CpuBuilder::FindFirstPpin() {
 void CpuBuilder::TakeMemoryCensus() {
   for (UINT16 i = 0; mDevices.Any() && i < mDevices.Count(); i++) {
     const Structure device = mDevices[i];
-    const UINT8 formFactor = device.Byte(kDeviceFormFactor);
-    if (device.Word(kDeviceSize) != 0 && formFactor != kFormFactorDie) {
+    const UINT8 formFactor = device.Get(SMBIOS_FIELD(17, FormFactor));
+    if (device.Get(SMBIOS_FIELD(17, Size)) != 0 && formFactor != kFormFactorDie) {
       mModules++;
     }
     kLog("DIMM%d Form Factor = %d\n", i, formFactor);
-    if (IsHbm(device.Byte(kDeviceMemoryType))) {
+    if (devices::IsHbm(device.Get(SMBIOS_FIELD(17, MemoryType)))) {
       mHbmPresent = true;
     }
   }
@@ -189,20 +162,20 @@ void CpuBuilder::TakeMemoryCensus() {
 
 /// Name, core count and socket.
 Outcome CpuBuilder::FillIdentity(smTVQ* record, const Structure& processor, UINT16 index) {
-  const CHAR8* version = processor.String(kProcessorVersion);
+  const CHAR8* version = processor.GetString(SMBIOS_FIELD(4, ProcessorVersion));
   TVQ_TRY_COPY(record->device.generic.MarketingName, CopyText(version == nullptr ? "" : version));
   if (version != nullptr) {
     ZvStrTrim(record->device.generic.MarketingName, u' ');
   }
 
-  mCoreCount = processor.Byte(kCoreCount);
+  mCoreCount = processor.Get(SMBIOS_FIELD(4, CoreCount));
   kLog("tables[%d].Type4->CoreCount: %d\n", index, mCoreCount);
   record->device.cpu.CoreCount = mCoreCount;
   LogCoreCount();
 
-  const CHAR8* designation = processor.String(kSocketDesignation);
+  const CHAR8* designation = processor.GetString(SMBIOS_FIELD(4, Socket));
   if (designation != nullptr) {
-    const auto* digit = reinterpret_cast<const UINT8*>(designation) + kSocketDigit;
+    const auto* digit = reinterpret_cast<const UINT8*>(designation) + devices::kSocketDigit;
     record->device.cpu.Socket = static_cast<UINT8>(SmbiosByteAt(digit) - '0');
   }
   return Outcome::Done();
@@ -225,37 +198,39 @@ void CpuBuilder::WriteFamilyVariable(UINT8 family) {
 
 Outcome CpuBuilder::FillProperties(smTVQ* record, const Structure& processor) {
   TVQ_CPU& cpu = record->device.cpu;
-  cpu.CurrentSpeed = processor.Word(kCurrentSpeed);
-  cpu.MaxSpeed = processor.Word(kMaxSpeed);
-  cpu.ExternalClock = processor.Word(kExternalClock);
-  cpu.Status = processor.Byte(kStatus);
-  cpu.ThreadCount = processor.Byte(kThreadCount);
-  cpu.EnabledCoreCount = processor.Byte(kCoreEnabled);
-  cpu.Voltage = processor.Byte(kVoltage);
-  cpu.ProcessorCharacteristics = processor.Word(kProcessorCharacteristics);
-  cpu.ProcessorID = processor.Qword(kProcessorId);
+  cpu.CurrentSpeed = processor.Get(SMBIOS_FIELD(4, CurrentSpeed));
+  cpu.MaxSpeed = processor.Get(SMBIOS_FIELD(4, MaxSpeed));
+  cpu.ExternalClock = processor.Get(SMBIOS_FIELD(4, ExternalClock));
+  cpu.Status = processor.Get(kStatus);
+  cpu.ThreadCount = processor.Get(SMBIOS_FIELD(4, ThreadCount));
+  cpu.EnabledCoreCount = processor.Get(SMBIOS_FIELD(4, EnabledCoreCount));
+  cpu.Voltage = processor.Get(SMBIOS_FIELD(4, Voltage).As<UINT8>());
+  cpu.ProcessorCharacteristics = processor.Get(SMBIOS_FIELD(4, ProcessorCharacteristics));
+  cpu.ProcessorID = processor.Get(SMBIOS_FIELD(4, ProcessorId).As<UINT64>());
 
-  TVQ_TRY_COPY(cpu.ProcessorManufacturer, CopyText(processor.String(kProcessorManufacturer)));
-  TVQ_TRY_COPY(cpu.ProcessorVersion, CopyText(processor.String(kProcessorVersion)));
+  TVQ_TRY_COPY(cpu.ProcessorManufacturer,
+               CopyText(processor.GetString(SMBIOS_FIELD(4, ProcessorManufacturer))));
+  TVQ_TRY_COPY(cpu.ProcessorVersion,
+               CopyText(processor.GetString(SMBIOS_FIELD(4, ProcessorVersion))));
   return Outcome::Done();
 }
 
 /// What the memory array that holds the first high-bandwidth memory says.
 void CpuBuilder::FillHbmArray(smTVQ* record) {
   UINT16 first = 0;
-  while (!IsHbm(mDevices[first].Byte(kDeviceMemoryType))) {
+  while (!devices::IsHbm(mDevices[first].Get(SMBIOS_FIELD(17, MemoryType)))) {
     if (++first == mDevices.Count()) {
       return;
     }
   }
-  const UINT16 handle = mDevices[first].Handle(kDeviceArrayHandle);
+  const UINT16 handle = mDevices[first].GetHandle(SMBIOS_FIELD(17, MemoryArrayHandle));
   for (UINT16 i = 0; mArrays.Any() && i < mArrays.Count(); i++) {
     const Structure array = mArrays[i];
     if (array.OwnHandle() == handle) {
       TVQ_CPU& cpu = record->device.cpu;
-      cpu.HBMMaxCapacity = array.Dword(kArrayMaximumCapacity);
-      cpu.HBMLocation = array.Byte(kArrayLocation);
-      cpu.HBMErrorCorrectionType = array.Byte(kArrayErrorCorrection);
+      cpu.HBMMaxCapacity = array.Get(SMBIOS_FIELD(16, MaximumCapacity));
+      cpu.HBMLocation = array.Get(SMBIOS_FIELD(16, Location));
+      cpu.HBMErrorCorrectionType = array.Get(SMBIOS_FIELD(16, MemoryErrorCorrection));
       kLog(" HBM max Capacity = %x, HBM location = %x, HBM correction type = %x\n",
            cpu.HBMMaxCapacity, cpu.HBMLocation, cpu.HBMErrorCorrectionType);
       return;
@@ -291,7 +266,8 @@ void CpuBuilder::FillCaches(smTVQ* record, const Structure& processor) {
   };
   for (UINT8 level = 0; level < TVQ_CACHE_LEVELS; level++) {
     if (EFI_ERROR(GetCacheInfo(record, mCaches.Records(), mCaches.Count(),
-                               processor.Handle(kCacheHandles[level]), level))) {
+                               processor.GetHandle(kCacheHandle.In(level * sizeof(UINT16))),
+                               level))) {
       kLog(kFailures[level]);
     }
   }
@@ -327,7 +303,7 @@ Outcome CpuBuilder::FillPpin(smTVQ* record) {
 Outcome CpuBuilder::FillRecord(smTVQ* record, const Structure& processor, UINT16 index) {
   TVQ_TRY_STEP(FillIdentity(record, processor, index));
   TVQ_TRY_STEP(FillFqdd(record, processor));
-  const UINT8 family = processor.Byte(kProcessorFamily);
+  const UINT8 family = processor.Get(SMBIOS_FIELD(4, ProcessorFamily));
   record->device.cpu.ProcessorFamily = family;
   WriteFamilyVariable(family);
   TVQ_TRY_STEP(FillProperties(record, processor));
@@ -367,7 +343,7 @@ EFI_STATUS CpuBuilder::Run() {
   FindFirstPpin();
   TakeMemoryCensus();
   for (UINT16 i = 0; i < mProcessors.Count(); i++) {
-    if ((mProcessors[i].Byte(kStatus) & kSocketPopulated) != 0) {
+    if (devices::IsSocketPopulated(mProcessors[i].Get(kStatus))) {
       const EFI_STATUS status = BuildRecord(i);
       if (EFI_ERROR(status)) {
         return status;

@@ -69,10 +69,7 @@ class StoredDocument {
 
   /// Tells whether there is a document. The parser's status says nothing more.
   [[nodiscard]] bool Parse(const CHAR8* text) {
-    XML_INPUT input;
-    ZeroMem(&input, sizeof(input));  // An initializer may leave the padding as it is.
-    input.SourceKind = XML_INPUT_MEMORY;
-    input.Text = text;
+    XML_INPUT input = {XML_INPUT_MEMORY, 0, text, {nullptr, nullptr}};
     (void)mParser->Parse(mParser, &input, &mRoot);
     return mRoot != nullptr;
   }

@@ -6,10 +6,7 @@
 
 #include "cpu_memory.h"
 
-extern "C" {
-#include <IndustryStandard/SmBios.h>
-}
-
+#include <IndustryStandard/SmbiosFields.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -20,39 +17,20 @@ namespace tvq {
 
 namespace {
 
-/// Offsets in the cache structure (SMBIOS 7.8).
-constexpr UINTN kCacheConfiguration = 0x05;
-constexpr UINTN kCacheMaximumSize = 0x07;
-constexpr UINTN kCacheInstalledSize = 0x09;
-constexpr UINTN kCacheCurrentSramType = 0x0D;
-constexpr UINTN kCacheSpeed = 0x0F;
-constexpr UINTN kCacheErrorCorrection = 0x10;
-constexpr UINTN kCacheSystemType = 0x11;
-constexpr UINTN kCacheAssociativity = 0x12;
-
-/// Offsets in the memory-device structure (SMBIOS 7.18).
-constexpr UINTN kDeviceSize = 0x0C;
-constexpr UINTN kDeviceLocator = 0x10;
-constexpr UINTN kDeviceMemoryType = 0x12;
-constexpr UINTN kDeviceSpeed = 0x15;
-constexpr UINTN kDeviceNonVolatileSize = 0x34;
-constexpr UINTN kDeviceVolatileSize = 0x3C;
-constexpr UINTN kDeviceCacheSize = 0x44;
-
 constexpr Logger kHbmLog("GetHbmInfo");
 
 void FillCache(CACHE_INFO* info, const Structure& cache) {
-  const UINT16 configuration = cache.Word(kCacheConfiguration);
+  const UINT16 configuration = cache.Get(SMBIOS_FIELD(7, CacheConfiguration));
   info->CacheLevel = configuration & 0x7;
   info->CacheConfiguration = configuration;
   info->CacheLocation = configuration & 0x60;
-  info->MaximumSize = cache.Word(kCacheMaximumSize);
-  info->InstalledSize = cache.Word(kCacheInstalledSize);
-  info->CurrentSRAMType = cache.Word(kCacheCurrentSramType);
-  info->CacheSpeed = cache.Byte(kCacheSpeed);
-  info->ErrorCorrectionType = cache.Byte(kCacheErrorCorrection);
-  info->SystemCacheType = cache.Byte(kCacheSystemType);
-  info->Associativity = cache.Byte(kCacheAssociativity);
+  info->MaximumSize = cache.Get(SMBIOS_FIELD(7, MaximumCacheSize));
+  info->InstalledSize = cache.Get(SMBIOS_FIELD(7, InstalledSize));
+  info->CurrentSRAMType = cache.Get(SMBIOS_FIELD(7, CurrentSRAMType).As<UINT16>());
+  info->CacheSpeed = cache.Get(SMBIOS_FIELD(7, CacheSpeed));
+  info->ErrorCorrectionType = cache.Get(SMBIOS_FIELD(7, ErrorCorrectionType));
+  info->SystemCacheType = cache.Get(SMBIOS_FIELD(7, SystemCacheType));
+  info->Associativity = cache.Get(SMBIOS_FIELD(7, Associativity));
 }
 
 /// The first of the cache structures with the handle, or null.
@@ -83,7 +61,7 @@ struct HbmPattern {
 /// The first memory device whose locator contains the pattern, or null.
 UINT8** FindStack(UINT8** devices, UINT16 count, const CHAR8* pattern) {
   for (UINT16 i = 0; i < count; i++) {
-    const CHAR8* locator = Structure(&devices[i]).String(kDeviceLocator);
+    const CHAR8* locator = Structure(&devices[i]).GetString(SMBIOS_FIELD(17, DeviceLocator));
     if (locator != nullptr && ZvAsciiStrStr(locator, pattern) != nullptr) {
       return &devices[i];
     }
@@ -92,12 +70,12 @@ UINT8** FindStack(UINT8** devices, UINT16 count, const CHAR8* pattern) {
 }
 
 void FillStack(HBM_INFO* info, const Structure& device, UINT8 hbmIndex) {
-  info->Size = device.Word(kDeviceSize);
-  info->MemoryType = device.Byte(kDeviceMemoryType);
-  info->Speed = device.Word(kDeviceSpeed);
-  info->NonVolatileSize = device.Qword(kDeviceNonVolatileSize);
-  info->VolatileSize = device.Qword(kDeviceVolatileSize);
-  info->CacheSize = device.Qword(kDeviceCacheSize);
+  info->Size = device.Get(SMBIOS_FIELD(17, Size));
+  info->MemoryType = device.Get(SMBIOS_FIELD(17, MemoryType));
+  info->Speed = device.Get(SMBIOS_FIELD(17, Speed));
+  info->NonVolatileSize = device.Get(SMBIOS_FIELD(17, NonVolatileSize));
+  info->VolatileSize = device.Get(SMBIOS_FIELD(17, VolatileSize));
+  info->CacheSize = device.Get(SMBIOS_FIELD(17, CacheSize));
   kHbmLog("HBM%d Size = %x\n", hbmIndex, info->Size);
   kHbmLog("HBM%d Type = %x\n", hbmIndex, info->MemoryType);
   kHbmLog("HBM%d Speed = %x\n", hbmIndex, info->Speed);

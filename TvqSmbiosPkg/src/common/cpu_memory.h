@@ -12,11 +12,6 @@
 
 namespace tvq {
 
-/// Memory types of high-bandwidth memory (SMBIOS 7.18.2).
-inline bool IsHbm(UINT8 memoryType) {
-  return memoryType == 0x20 || memoryType == 0x21;
-}
-
 /**
   Describes one cache level of a processor in device.cpu.CacheInfo.
 

@@ -6,17 +6,14 @@
 
 #include "builders.h"
 
-extern "C" {
-#include <IndustryStandard/SmBios.h>
-}
-
+#include <IndustryStandard/SmbiosFields.h>
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
 #include "../smbios/fqdd.h"
 #include "../smbios/structure.h"
 #include "../text.h"
-#include "cpu_memory.h"
 #include "dimm_extension.h"
 #include "publish.h"
 #include "record.h"
@@ -25,40 +22,9 @@ namespace tvq {
 
 namespace {
 
-/// Offsets in the memory-device structure (SMBIOS 7.18).
-constexpr UINTN kLength = 0x01;
-constexpr UINTN kTotalWidth = 0x08;
-constexpr UINTN kDataWidth = 0x0A;
-constexpr UINTN kSize = 0x0C;
-constexpr UINTN kFormFactor = 0x0E;
-constexpr UINTN kDeviceSet = 0x0F;
-constexpr UINTN kDeviceLocator = 0x10;
-constexpr UINTN kBankLocator = 0x11;
-constexpr UINTN kMemoryType = 0x12;
-constexpr UINTN kTypeDetail = 0x13;
-constexpr UINTN kSpeed = 0x15;
-constexpr UINTN kManufacturer = 0x17;
-constexpr UINTN kSerialNumber = 0x18;
-constexpr UINTN kAssetTag = 0x19;
-constexpr UINTN kPartNumber = 0x1A;
-constexpr UINTN kAttributes = 0x1B;
-constexpr UINTN kExtendedSize = 0x1C;
-constexpr UINTN kConfiguredSpeed = 0x20;
-constexpr UINTN kTechnology = 0x28;
-constexpr UINTN kOperatingModeCapability = 0x29;
-constexpr UINTN kModuleManufacturerId = 0x2C;
-constexpr UINTN kModuleProductId = 0x2E;
-constexpr UINTN kSubsystemManufacturerId = 0x30;
-constexpr UINTN kSubsystemProductId = 0x32;
-constexpr UINTN kNonVolatileSize = 0x34;
-constexpr UINTN kVolatileSize = 0x3C;
-constexpr UINTN kCacheSize = 0x44;
-constexpr UINTN kLogicalSize = 0x4C;
-
-/// Deliberate: one test gates all late fields, although the last of them ends at 54h.
-constexpr UINT8 kLateFieldsBeyond = 0x33;
-
-constexpr UINT8 kTypeLogicalNvdimm = 0x1F;
+/// Deliberate: one test gates all late fields, although only the first of them end here.
+constexpr smbios::SizeType kLateFieldsFrom =
+    SMBIOS_FIELD(17, MemorySubsystemControllerProductID).End();
 
 constexpr UINTN kLocatorLength = 3;
 constexpr char kLocatorPrefix[] = "DIMM_";
@@ -133,7 +99,8 @@ Outcome DimmBuilder::FillGenericName(smTVQ* record, const Structure& device) {
   if (!name) {
     return Outcome::NoMemory("Memory allocation failed for DIMM Gerneric Name\n");
   }
-  WriteGenericName(name.Get(), device.Byte(kMemoryType), device.Byte(kFormFactor));
+  WriteGenericName(name.Get(), device.Get(SMBIOS_FIELD(17, MemoryType)),
+                   device.Get(SMBIOS_FIELD(17, FormFactor)));
   record->device.generic.MarketingName = name.Release();
   return Outcome::Done();
 }
@@ -156,7 +123,7 @@ Outcome DimmBuilder::FillFqdd(smTVQ* record, const Structure& device) {
 /// Deliberate: a locator with "DIMM_" anywhere loses its first five characters, and three bytes
 /// are taken from there as they stand, whatever the length of the text.
 Outcome DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
-  const CHAR8* locator = device.String(kDeviceLocator);
+  const CHAR8* locator = device.GetString(SMBIOS_FIELD(17, DeviceLocator));
   if (locator == nullptr) {
     return Outcome::Done();
   }
@@ -178,8 +145,8 @@ Outcome DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
 
 Outcome DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
   TVQ_DIMM& dimm = record->device.dimm;
-  const TextCopy manufacturer =
-      CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n", device.String(kManufacturer));
+  const TextCopy manufacturer = CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n",
+                                           device.GetString(SMBIOS_FIELD(17, Manufacturer)));
   if (manufacturer.Failed) {
     // Unlike the others, this line comes before anything is given back.
     kLog("Memory allocation for Manufacturer in smTVQ failed, Clearing and exiting\n");
@@ -187,17 +154,19 @@ Outcome DimmBuilder::FillMakerTexts(smTVQ* record, const Structure& device) {
   }
   dimm.Manufacturer = manufacturer.Text;
   TVQ_TRY_COPY(dimm.BankLocator,
-               CopyLogged(kLog, "Bank Locator in smTVQ struct: %s\n", device.String(kBankLocator)),
+               CopyLogged(kLog, "Bank Locator in smTVQ struct: %s\n",
+                          device.GetString(SMBIOS_FIELD(17, BankLocator))),
                "Memory allocation failed for DIMM BankLocator\n");
   TVQ_TRY_COPY(dimm.AssetTag,
-               CopyLogged(kLog, "Asset tag in smTVQ struct: %s\n", device.String(kAssetTag)),
+               CopyLogged(kLog, "Asset tag in smTVQ struct: %s\n",
+                          device.GetString(SMBIOS_FIELD(17, AssetTag))),
                "Memory allocation failed for DIMM Asset Tag\n");
   return Outcome::Done();
 }
 
 /// Stays ASCII, deliberately in a buffer of twice the size that it needs.
 Outcome DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
-  const CHAR8* part = device.String(kPartNumber);
+  const CHAR8* part = device.GetString(SMBIOS_FIELD(17, PartNumber));
   if (part == nullptr) {
     return Outcome::Done();
   }
@@ -216,15 +185,16 @@ Outcome DimmBuilder::FillPartNumber(smTVQ* record, const Structure& device) {
 Outcome DimmBuilder::FillTexts(smTVQ* record, const Structure& device) {
   TVQ_TRY_STEP(FillGenericName(record, device));
   TVQ_TRY_STEP(FillFqdd(record, device));
-  TVQ_TRY_COPY(record->device.generic.WWN, CopyText(device.String(kSerialNumber)),
+  TVQ_TRY_COPY(record->device.generic.WWN,
+               CopyText(device.GetString(SMBIOS_FIELD(17, SerialNumber))),
                "Memory allocation failed for DIMM WWN\n");
   TVQ_TRY_STEP(FillLocator(record, device));
   TVQ_TRY_STEP(FillMakerTexts(record, device));
   TVQ_DIMM& dimm = record->device.dimm;
-  dimm.Size = device.Word(kSize);
-  dimm.Speed = device.Word(kSpeed);
-  dimm.MemoryType = device.Byte(kMemoryType);
-  dimm.TypeDetail = device.Word(kTypeDetail);
+  dimm.Size = device.Get(SMBIOS_FIELD(17, Size));
+  dimm.Speed = device.Get(SMBIOS_FIELD(17, Speed));
+  dimm.MemoryType = device.Get(SMBIOS_FIELD(17, MemoryType));
+  dimm.TypeDetail = device.Get(SMBIOS_FIELD(17, TypeDetail).As<UINT16>());
   return FillPartNumber(record, device);
 }
 
@@ -235,42 +205,45 @@ bool HasSmbios27() {
 
 void FillNumbers(smTVQ* record, const Structure& device) {
   TVQ_DIMM& dimm = record->device.dimm;
-  dimm.TotalWidth = device.Word(kTotalWidth);
-  dimm.DataWidth = device.Word(kDataWidth);
-  dimm.FormFactor = device.Byte(kFormFactor);
-  dimm.DeviceSet = device.Byte(kDeviceSet);
+  dimm.TotalWidth = device.Get(SMBIOS_FIELD(17, TotalWidth));
+  dimm.DataWidth = device.Get(SMBIOS_FIELD(17, DataWidth));
+  dimm.FormFactor = device.Get(SMBIOS_FIELD(17, FormFactor));
+  dimm.DeviceSet = device.Get(SMBIOS_FIELD(17, DeviceSet));
   if (HasSmbios27()) {
-    const UINT8 length = device.TableByte(kLength);
-    if (length > kAttributes) {
-      dimm.Attributes = device.Byte(kAttributes);
+    constexpr auto kAttributes = SMBIOS_FIELD(17, Attributes);
+    constexpr auto kExtendedSize = SMBIOS_FIELD(17, ExtendedSize);
+    const UINT8 length = device.StatedLength();
+    if (length > kAttributes.Offset) {
+      dimm.Attributes = device.Get(kAttributes);
     }
-    if (length > kExtendedSize) {
+    if (length > kExtendedSize.Offset) {
       kLog("Adding Extended Size here\n");
-      dimm.ExtendedSize = device.Dword(kExtendedSize);
+      dimm.ExtendedSize = device.Get(kExtendedSize);
     }
   }
-  dimm.ConfiguredMemClockSpeed = device.TableWord(kConfiguredSpeed);  // Deliberately untested.
+  // Deliberately without a test of the length.
+  dimm.ConfiguredMemClockSpeed = device.Peek(SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed));
   dimm.Handle = device.OwnHandle();
 }
 
 /// The fields of SMBIOS 3.2, read as they stand.
 void FillLateNumbers(smTVQ* record, const Structure& device) {
-  const UINT8 length = device.TableByte(kLength);
+  const UINT8 length = device.StatedLength();
   kLog("sizeof type17 structure = %d \n", length);
-  if (length <= kLateFieldsBeyond) {
+  if (length < kLateFieldsFrom) {
     return;
   }
   TVQ_DIMM& dimm = record->device.dimm;
-  dimm.MemTechnology = device.TableByte(kTechnology);
-  dimm.MemOpModeCap = device.TableWord(kOperatingModeCapability);
-  dimm.ModuleMID = device.TableWord(kModuleManufacturerId);
-  dimm.ModulePID = device.TableWord(kModuleProductId);
-  dimm.MemSubMID = device.TableWord(kSubsystemManufacturerId);
-  dimm.MemSubPID = device.TableWord(kSubsystemProductId);
-  dimm.NonVolatileSize = device.TableQword(kNonVolatileSize);
-  dimm.VolatileSize = device.TableQword(kVolatileSize);
-  dimm.CacheSize = device.TableQword(kCacheSize);
-  dimm.LogicalSize = device.TableQword(kLogicalSize);
+  dimm.MemTechnology = device.Peek(SMBIOS_FIELD(17, MemoryTechnology));
+  dimm.MemOpModeCap = device.Peek(SMBIOS_FIELD(17, MemoryOperatingModeCapability).As<UINT16>());
+  dimm.ModuleMID = device.Peek(SMBIOS_FIELD(17, ModuleManufacturerID));
+  dimm.ModulePID = device.Peek(SMBIOS_FIELD(17, ModuleProductID));
+  dimm.MemSubMID = device.Peek(SMBIOS_FIELD(17, MemorySubsystemControllerManufacturerID));
+  dimm.MemSubPID = device.Peek(SMBIOS_FIELD(17, MemorySubsystemControllerProductID));
+  dimm.NonVolatileSize = device.Peek(SMBIOS_FIELD(17, NonVolatileSize));
+  dimm.VolatileSize = device.Peek(SMBIOS_FIELD(17, VolatileSize));
+  dimm.CacheSize = device.Peek(SMBIOS_FIELD(17, CacheSize));
+  dimm.LogicalSize = device.Peek(SMBIOS_FIELD(17, LogicalSize));
   kLog("MemTechnology = %d \n", dimm.MemTechnology);
   kLog("MemOpModeCap = %d \n", dimm.MemOpModeCap);
   kLog("ModuleMID = %d \n", dimm.ModuleMID);
@@ -326,16 +299,16 @@ EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
 
 EFI_STATUS DimmBuilder::BuildRecord(UINT16 index) {
   const Structure device = mDevices[index];
-  const UINT8 memoryType = device.Byte(kMemoryType);
-  if (memoryType == kTypeLogicalNvdimm) {
+  const UINT8 memoryType = device.Get(SMBIOS_FIELD(17, MemoryType));
+  if (devices::IsLogical(memoryType)) {
     kLog("Skipping Logical NVDIMM at i=%d", index);
     return EFI_SUCCESS;
   }
-  if (IsHbm(memoryType)) {
+  if (devices::IsHbm(memoryType)) {
     kLog("Skipping HBM devices at i=%d", index);
     return EFI_SUCCESS;
   }
-  if (device.Word(kSize) == 0) {
+  if (device.Get(SMBIOS_FIELD(17, Size)) == 0) {
     return EFI_SUCCESS;
   }
 

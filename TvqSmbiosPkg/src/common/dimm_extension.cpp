@@ -6,7 +6,7 @@
 
 #include "dimm_extension.h"
 
-#include <IndustryStandard/SmbiosTvq.h>
+#include <IndustryStandard/SmbiosFields.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -34,14 +34,14 @@ CHAR8* CopyFirmwareVersion(const CHAR8* version) {
 
 /// Deliberate: the fields are read without a test of the structure's length.
 void AppendExtension(TYPE_E2_NODE** root, const Structure& extension) {
-  const UINT16 type17Handle = extension.TableWord(OFFSET_OF(SMBIOS_TABLE_TYPE226, Type17Handle));
-  const UINT32 componentId = extension.TableDword(OFFSET_OF(SMBIOS_TABLE_TYPE226, ComponentID));
-  const UINT16 productId = extension.TableWord(OFFSET_OF(SMBIOS_TABLE_TYPE226, ProductID));
+  const UINT16 type17Handle = extension.Peek(SMBIOS_FIELD(226, Type17Handle));
+  const UINT32 componentId = extension.Peek(SMBIOS_FIELD(226, ComponentID));
+  const UINT16 productId = extension.Peek(SMBIOS_FIELD(226, ProductID));
   const UINT16 handle = extension.OwnHandle();
   kMakeLog("Handle = 0x%X 17Handle 0x%X \n", handle, type17Handle);
   kMakeLog("CMPID = %d PRID = 0x%X\n", componentId, productId);
 
-  const CHAR8* version = extension.TableString(OFFSET_OF(SMBIOS_TABLE_TYPE226, FirmwareVersion));
+  const CHAR8* version = extension.PeekString(SMBIOS_FIELD(226, FirmwareVersion));
   if (version == nullptr) {
     return;
   }

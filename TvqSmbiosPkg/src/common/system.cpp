@@ -6,9 +6,7 @@
 
 #include "builders.h"
 
-extern "C" {
-#include <IndustryStandard/SmBios.h>
-}
+#include <IndustryStandard/SmbiosFields.h>
 
 #include "../log.h"
 #include "../smbios/structure.h"
@@ -20,12 +18,6 @@ extern "C" {
 namespace tvq {
 
 namespace {
-
-/// Offsets in the system structure (SMBIOS 7.2).
-constexpr UINTN kManufacturer = 0x04;
-constexpr UINTN kProductName = 0x05;
-constexpr UINTN kSerialNumber = 0x07;
-constexpr UINTN kUuid = 0x08;
 
 constexpr UINTN kMarketingNameSize = 32;
 
@@ -58,13 +50,13 @@ Outcome FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* pro
   kLog("Socket in smTVQ struct: %d\n", system.Socket);
 
   TVQ_TRY_COPY(system.Manufacturer, CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n",
-                                               structure.String(kManufacturer)));
+                                               structure.GetString(SMBIOS_FIELD(1, Manufacturer))));
   for (UINTN i = 0; i < sizeof(system.UUID); i++) {
-    system.UUID[i] = structure.Byte(kUuid + i);
+    system.UUID[i] = structure.Byte(SMBIOS_FIELD(1, Uuid).Offset + i);
     kLog("UUID in smTVQ struct: %d\n", system.UUID[i]);
   }
   TVQ_TRY_COPY(system.ServiceTag, CopyLogged(kLog, "Serial Number in smTVQ struct: %s\n",
-                                             structure.String(kSerialNumber)));
+                                             structure.GetString(SMBIOS_FIELD(1, SerialNumber))));
   return Outcome::Done();
 }
 
@@ -83,7 +75,7 @@ Outcome FillRecord(smTVQ* record, const Structure& structure, const CHAR8* produ
 }
 
 EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
-  const CHAR8* productName = structure.String(kProductName);
+  const CHAR8* productName = structure.GetString(SMBIOS_FIELD(1, ProductName));
   if (productName == nullptr) {
     return EFI_SUCCESS;
   }

@@ -6,9 +6,7 @@
 
 #include "system_sections.h"
 
-extern "C" {
-#include <IndustryStandard/SmBios.h>
-}
+#include <IndustryStandard/SmbiosFields.h>
 
 #include "../text.h"
 #include "record.h"
@@ -26,14 +24,14 @@ constexpr Logger kLog("MakeSYSTEM");
 
 Outcome Fill(CHASSIS_INFO* info, const Structure& chassis) {
   TVQ_TRY_COPY(info->Manufacturer, CopyLogged(kLog, "Chassis Manufacturer in smTVQ struct: %s\n",
-                                              chassis.String(0x04)));
-  TVQ_TRY_COPY(info->ServiceTag, CopyText(chassis.String(0x07)));
-  TVQ_TRY_COPY(info->AssetTag, CopyText(chassis.String(0x08)));
-  info->BootUpState = chassis.Byte(0x09);
-  info->PowerSupplyState = chassis.Byte(0x0A);
-  info->ThermalState = chassis.Byte(0x0B);
-  info->SecurityStatus = chassis.Byte(0x0C);
-  info->Height = chassis.Byte(0x11);
+                                              chassis.GetString(SMBIOS_FIELD(3, Manufacturer))));
+  TVQ_TRY_COPY(info->ServiceTag, CopyText(chassis.GetString(SMBIOS_FIELD(3, SerialNumber))));
+  TVQ_TRY_COPY(info->AssetTag, CopyText(chassis.GetString(SMBIOS_FIELD(3, AssetTag))));
+  info->BootUpState = chassis.Get(SMBIOS_FIELD(3, BootupState));
+  info->PowerSupplyState = chassis.Get(SMBIOS_FIELD(3, PowerSupplyState));
+  info->ThermalState = chassis.Get(SMBIOS_FIELD(3, ThermalState));
+  info->SecurityStatus = chassis.Get(SMBIOS_FIELD(3, SecurityStatus));
+  info->Height = chassis.Get(SMBIOS_FIELD(3, Height));
   return Outcome::Done();
 }
 
@@ -63,17 +61,17 @@ Outcome Fill(PMA_INFO* info, const Structure& array) {
   if (!name) {
     return Outcome::NoMemory();
   }
-  const UINT8 use = array.Byte(0x05);
+  const UINT8 use = array.Get(SMBIOS_FIELD(16, Use));
   WidenInto(name.Get(), kPmaNameSize, use < ARRAY_SIZE(kPmaNames) ? kPmaNames[use] : "");
   kLog("PMA Name in smTVQ struct: %s\n", name.Get());
   info->Name = name.Release();
-  info->Location = array.Byte(0x04);
+  info->Location = array.Get(SMBIOS_FIELD(16, Location));
   info->Use = use;
-  info->MemoryErrorCorrection = array.Byte(0x06);
-  info->MaximumCapacity = array.Dword(0x07);
-  info->MemoryErrorInfoHandle = array.Handle(0x0B);
-  info->NumberOfMemoryDevices = array.Word(0x0D);
-  info->ExtendedMaximumCapacity = array.Qword(0x0F);
+  info->MemoryErrorCorrection = array.Get(SMBIOS_FIELD(16, MemoryErrorCorrection));
+  info->MaximumCapacity = array.Get(SMBIOS_FIELD(16, MaximumCapacity));
+  info->MemoryErrorInfoHandle = array.GetHandle(SMBIOS_FIELD(16, MemoryErrorInformationHandle));
+  info->NumberOfMemoryDevices = array.Get(SMBIOS_FIELD(16, NumberOfMemoryDevices));
+  info->ExtendedMaximumCapacity = array.Get(SMBIOS_FIELD(16, ExtendedMaximumCapacity));
   return Outcome::Done();
 }
 
@@ -82,10 +80,11 @@ void FreeTexts(const PMA_INFO* info) {
 }
 
 Outcome Fill(BIOS_INFO* info, const Structure& firmware) {
-  TVQ_TRY_COPY(info->BIOSVersion,
-               CopyLogged(kLog, "BIOS Version in smTVQ struct: %s\n", firmware.String(0x05)));
+  TVQ_TRY_COPY(info->BIOSVersion, CopyLogged(kLog, "BIOS Version in smTVQ struct: %s\n",
+                                             firmware.GetString(SMBIOS_FIELD(0, BiosVersion))));
   TVQ_TRY_COPY(info->BIOSReleaseDate,
-               CopyLogged(kLog, "BIOS Release Date in smTVQ struct: %s\n", firmware.String(0x08)));
+               CopyLogged(kLog, "BIOS Release Date in smTVQ struct: %s\n",
+                          firmware.GetString(SMBIOS_FIELD(0, BiosReleaseDate))));
   return Outcome::Done();
 }
 
@@ -95,10 +94,10 @@ void FreeTexts(const BIOS_INFO* info) {
 }
 
 Outcome Fill(BASE_BOARD_INFO* info, const Structure& board) {
-  TVQ_TRY_COPY(
-      info->LocationInChassis,
-      CopyLogged(kLog, "Base board location in chassis in smTVQ struct: %s\n", board.String(0x0A)));
-  info->ChassisHandle = board.Handle(0x0B);
+  TVQ_TRY_COPY(info->LocationInChassis,
+               CopyLogged(kLog, "Base board location in chassis in smTVQ struct: %s\n",
+                          board.GetString(SMBIOS_FIELD(2, LocationInChassis))));
+  info->ChassisHandle = board.GetHandle(SMBIOS_FIELD(2, ChassisHandle));
   kLog("Base board Chassis Handle in smTVQ struct: %x\n", info->ChassisHandle);
   return Outcome::Done();
 }
@@ -108,16 +107,16 @@ void FreeTexts(const BASE_BOARD_INFO* info) {
 }
 
 Outcome Fill(PCI_SLOT_INFO* info, const Structure& slot) {
-  TVQ_TRY_COPY(info->Desig,
-               CopyLogged(kLog, "PCI Slot designation in smTVQ struct: %s\n", slot.String(0x04)));
-  info->Type = slot.Byte(0x05);
-  info->Width = slot.Byte(0x06);
-  info->Len = slot.Byte(0x08);
-  info->ID = slot.Word(0x09);
-  info->Usage = slot.Byte(0x07);
-  info->Bus = slot.Byte(0x0F);
-  info->DevFn = slot.Byte(0x10);
-  info->HotPlug = slot.Byte(0x0C);
+  TVQ_TRY_COPY(info->Desig, CopyLogged(kLog, "PCI Slot designation in smTVQ struct: %s\n",
+                                       slot.GetString(SMBIOS_FIELD(9, SlotDesignation))));
+  info->Type = slot.Get(SMBIOS_FIELD(9, SlotType));
+  info->Width = slot.Get(SMBIOS_FIELD(9, SlotDataBusWidth));
+  info->Len = slot.Get(SMBIOS_FIELD(9, SlotLength));
+  info->ID = slot.Get(SMBIOS_FIELD(9, SlotID));
+  info->Usage = slot.Get(SMBIOS_FIELD(9, CurrentUsage));
+  info->Bus = slot.Get(SMBIOS_FIELD(9, BusNum));
+  info->DevFn = slot.Get(SMBIOS_FIELD(9, DevFuncNum));
+  info->HotPlug = slot.Get(SMBIOS_FIELD(9, SlotCharacteristics2).As<UINT8>());
   kLog("PCI SLot ID in smTVQ struct: %x\n", info->ID);
   return Outcome::Done();
 }

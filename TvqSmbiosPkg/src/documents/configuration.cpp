@@ -12,12 +12,11 @@ namespace tvq {
 
 namespace {
 
-/// Characters of a module's serial number and firmware version that the document keeps.
-constexpr UINTN kWwnLength = 14;
+/// Characters of a module's firmware version that the document keeps.
 constexpr UINTN kFirmwareVersionLength = 31;
 
 void WriteDimmIdentity(XmlWriter& xml, const TVQ_DIMM& dimm) {
-  xml.Limited("WWN", dimm.Generic.WWN, kWwnLength);
+  xml.Limited("WWN", dimm.Generic.WWN, kKeptWwnLength);
   if (dimm.ComponentID != 0) {
     xml.Decimal("ComponentID", dimm.ComponentID);
   } else {

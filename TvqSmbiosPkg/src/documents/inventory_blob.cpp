@@ -10,6 +10,7 @@
 
 #include "../log.h"
 #include "../text.h"
+#include "configuration.h"
 
 namespace tvq {
 
@@ -51,10 +52,8 @@ struct Texts {
 /// a text may end this many bytes past the size that the header states.
 constexpr UINTN kAbsentSlots = 3;
 
-constexpr UINTN kIdentityLength = 14;
-
 void CollectDimmTexts(Texts& texts, const smTVQ* record) {
-  texts.Identity.Narrow<kIdentityLength + 1>(record->device.generic.WWN);
+  texts.Identity.Narrow<kKeptWwnLength + 1>(record->device.generic.WWN);
   kLog("DIMM WWN = %a len = %d\n", texts.Identity.Text, texts.Identity.Length);
   texts.FirmwareVersion.Narrow(record->device.dimm.FirmwareVersion);
   kLog("DIMM FW = %a len = %d\n", texts.FirmwareVersion.Text, texts.FirmwareVersion.Length);

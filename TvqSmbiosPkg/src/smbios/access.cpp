@@ -21,46 +21,22 @@ UINT8 gSmbiosMinor;
 
 namespace {
 
-/// Fields of the 32-bit entry point (SMBIOS 5.2.1).
-constexpr UINTN kEntryMajor = 0x06;
-constexpr UINTN kEntryMinor = 0x07;
-constexpr UINTN kEntryTableLength = 0x16;
-constexpr UINTN kEntryTableAddress = 0x18;
-constexpr UINTN kEntryStructureCount = 0x1C;
-
-/// String number that no structure has: asks for the structure that follows.
-constexpr UINT16 kPastAllStrings = 0xFFFF;
+constexpr const smbios::EntryPointLayout& kEntryPoint = smbios::kEntryPoint32;
 
 UINT8* TableAddress(const UINT8* entryPoint) {
   return reinterpret_cast<UINT8*>(
-      static_cast<UINTN>(smbios::Read32(entryPoint + kEntryTableAddress)));
+      static_cast<UINTN>(smbios::Read32(entryPoint + kEntryPoint.TableAddress)));
 }
 
-/// The bytes of a word that are NUL have their highest bit set in the result, up to the first one.
-UINT64 NulBytes(UINT64 word) {
-  constexpr UINT64 kOnes = 0x0101010101010101;
-  return (word - kOnes) & ~word & (kOnes << 7);
+/// A text of the table, which nobody is to change although its address is not that of a constant.
+CHAR8* AddressOf(smbios::Text text) {
+  return reinterpret_cast<CHAR8*>(const_cast<UINT8*>(text.Data()));
 }
 
-/// Eight bytes at a time: most of the time of a start would go into single ones.
-UINT8* FindNul(UINT8* text, UINT8* end) {
-  constexpr INTN kWord = sizeof(UINT64);
-  for (; end - text >= kWord; text += kWord) {
-    const UINT64 nuls = NulBytes(smbios::Read64(text));
-    if (nuls != 0) {
-      return text + __builtin_ctzll(nuls) / 8;
-    }
-  }
-  while (text < end && *text != 0) {
-    text++;
-  }
-  return text < end ? text : nullptr;
-}
-
-/// Moves the cursor to the end of the table: what began here never ends inside it.
-CHAR8* NoString(UINT8** cursor, const Span<UINT8>& table) {
-  *cursor = table.end();
-  return nullptr;
+/// The structure that begins at `address`; none where that is outside the table.
+smbios::BareStructure StructureAt(const Span<UINT8>& table, const UINT8* address) {
+  const UINTN left = reinterpret_cast<UINTN>(table.end()) - reinterpret_cast<UINTN>(address);
+  return smbios::BareStructure({address, left <= table.Size() ? left : 0});
 }
 
 }  // namespace
@@ -73,11 +49,15 @@ Span<UINT8> SmbiosTable() {
   if (gSmbiosTable == nullptr) {
     return {};
   }
-  return {gSmbiosTable, smbios::Read16(gSmbiosEntryPoint + kEntryTableLength)};
+  return {gSmbiosTable, smbios::Read16(gSmbiosEntryPoint + kEntryPoint.TableLength)};
+}
+
+smbios::BareStructure SmbiosStructureAt(const UINT8* address) {
+  return StructureAt(SmbiosTable(), address);
 }
 
 UINT16 SmbiosStructureCount() {
-  return smbios::Read16(gSmbiosEntryPoint + kEntryStructureCount);
+  return smbios::Read16(gSmbiosEntryPoint + kEntryPoint.StructureCount);
 }
 
 UINTN SmbiosCountStructures() {
@@ -103,17 +83,12 @@ EFI_STATUS LocateSmbiosTable() {
     if (entry.VendorTable != nullptr && CompareGuid(&entry.VendorGuid, &gEfiSmbiosTableGuid)) {
       gSmbiosEntryPoint = static_cast<UINT8*>(entry.VendorTable);
       gSmbiosTable = TableAddress(gSmbiosEntryPoint);
-      gSmbiosMajor = gSmbiosEntryPoint[kEntryMajor];
-      gSmbiosMinor = gSmbiosEntryPoint[kEntryMinor];
+      gSmbiosMajor = gSmbiosEntryPoint[kEntryPoint.Major];
+      gSmbiosMinor = gSmbiosEntryPoint[kEntryPoint.Minor];
       return EFI_SUCCESS;
     }
   }
   return EFI_NOT_FOUND;
-}
-
-UINT8* SmbiosFollowing(UINT8* structure) {
-  SmbiosGetString(&structure, kPastAllStrings);
-  return structure;
 }
 
 CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index) {
@@ -121,47 +96,34 @@ CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index) {
     return nullptr;
   }
   const Span<UINT8> table = SmbiosTable();
-  if (!HasHeader(table, *Cursor)) {
-    return NoString(Cursor, table);
+  const smbios::BareStructure structure = StructureAt(table, *Cursor);
+  smbios::SizeType size;
+  const smbios::Text text = structure.StringOrSize(Index, size);
+  if (!text) {
+    *Cursor = structure ? *Cursor + size : table.end();
   }
-
-  UINT8* text = *Cursor + (*Cursor)[1];
-  for (UINT16 i = 1;; i++) {
-    UINT8* nul = FindNul(text, table.end());
-    if (nul == nullptr) {
-      return NoString(Cursor, table);
-    }
-    if (i == Index) {
-      return reinterpret_cast<CHAR8*>(text);
-    }
-    text = nul + 1;
-    if (text == table.end()) {
-      return NoString(Cursor, table);
-    }
-    if (*text == 0) {
-      *Cursor = text + 1;
-      return nullptr;
-    }
-  }
+  return AddressOf(text);
 }
 
 EFI_STATUS SmbiosGetNext(UINT16* Handle, UINT8** Record, UINT16* Size) {
   if (Handle == nullptr || Record == nullptr || Size == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  const Span<UINT8> table = SmbiosTable();
-  UINT8* current = table.begin();
-  if (*Handle == kSmbiosNoHandle && HasHeader(table, current)) {
-    *Handle = HandleOf(current);
+  Span<UINT8> rest = SmbiosTable();
+  smbios::BareStructure current(rest);
+  if (*Handle == kSmbiosNoHandle) {
+    *Handle = current.Handle();
   }
 
   *Size = 0;
-  while (HasHeader(table, current)) {
-    UINT8* next = SmbiosFollowing(current);
-    if (HandleOf(current) == *Handle) {
-      *Size = static_cast<UINT16>(next - current);
-      *Record = current;
-      *Handle = HasHeader(table, next) ? HandleOf(next) : kSmbiosNoHandle;
+  while (current) {
+    UINT8* const address = rest.begin();
+    rest = rest.From(current.Size());
+    const smbios::BareStructure next(rest);
+    if (current.Handle() == *Handle) {
+      *Size = static_cast<UINT16>(rest.begin() - address);
+      *Record = address;
+      *Handle = next.Handle();
       return EFI_SUCCESS;
     }
     current = next;
@@ -174,8 +136,7 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   if (Count == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  const Span<UINT8> table = SmbiosTable();
-  if (!HasHeader(table, table.begin())) {
+  if (!smbios::BareStructure(SmbiosTable())) {
     return EFI_NOT_FOUND;
   }
   UINT16 count = 0;
@@ -212,10 +173,10 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
 
 CHAR8* SmbiosTextAt(UINT8* position) {
   const Span<UINT8> table = SmbiosTable();
-  if (position < table.begin() || FindNul(position, table.end()) == nullptr) {
+  if (position < table.begin()) {
     return nullptr;
   }
-  return reinterpret_cast<CHAR8*>(position);
+  return AddressOf(smbios::TextAt(table.From(static_cast<UINTN>(position - table.begin()))));
 }
 
 }  // namespace tvq

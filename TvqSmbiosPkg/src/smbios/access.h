@@ -18,21 +18,7 @@
 namespace tvq {
 
 /// Handle that stands for "from the start" on input and "no further structure" on output.
-inline constexpr UINT16 kSmbiosNoHandle = 0xFFFF;
-
-/// Bytes of a structure's header: type, length of the formatted part, handle (SMBIOS 6.1.2).
-inline constexpr UINTN kSmbiosHeaderSize = 4;
-
-/// Tells whether the table has a whole header at `structure`.
-inline bool HasHeader(const Span<UINT8>& table, const UINT8* structure) {
-  return structure >= table.begin() && structure <= table.end() &&
-         static_cast<UINTN>(table.end() - structure) >= kSmbiosHeaderSize;
-}
-
-/// Handle in a structure's header.
-inline UINT16 HandleOf(const UINT8* structure) {
-  return smbios::Read16(structure + 2);
-}
+inline constexpr UINT16 kSmbiosNoHandle = smbios::kNoHandle;
 
 /// The 32-bit entry point (SMBIOS 5.2.1); null until it is found and after ReleaseSmbiosState.
 extern UINT8* gSmbiosEntryPoint;
@@ -43,6 +29,9 @@ extern UINT8 gSmbiosMinor;
 
 /// The table as the entry point describes it now; empty without an entry point.
 Span<UINT8> SmbiosTable();
+
+/// The structure at an address in the table; none when the address has left it.
+smbios::BareStructure SmbiosStructureAt(const UINT8* address);
 
 /// The number of structures that the entry point states.
 UINT16 SmbiosStructureCount();
@@ -104,9 +93,6 @@ UINTN SmbiosCountStructures();
   @return The string in the table, its terminator inside the table too; or null.
 **/
 CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index);
-
-/// Where the structure ends and the next one begins, or the end of the table.
-UINT8* SmbiosFollowing(UINT8* structure);
 
 UINT8 SmbiosMajorVersion();
 UINT8 SmbiosMinorVersion();

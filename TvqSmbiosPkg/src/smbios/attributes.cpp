@@ -10,10 +10,10 @@
 #include "attributes.h"
 
 extern "C" {
-#include <IndustryStandard/SmBios.h>
 #include <Library/PcdLib.h>
 }
 
+#include <IndustryStandard/SmbiosFields.h>
 #include <Library/ZorvLib.h>
 
 #include "../text.h"
@@ -37,13 +37,13 @@ UINT64 AddressValue(const VOID* address) {
 }
 
 /// A widened copy of a text of the one system structure (type 1).
-[[nodiscard]] EFI_STATUS NewSystemText(UINTN stringOffset, CHAR16** text) {
+[[nodiscard]] EFI_STATUS NewSystemText(smbios::Field<UINT8> field, CHAR16** text) {
   LastingList systems;
   if (EFI_ERROR(systems.Collect(SMBIOS_TYPE_SYSTEM_INFORMATION)) || systems.Count() != 1) {
     return EFI_NOT_FOUND;
   }
   *text = nullptr;
-  const CHAR8* ascii = systems[0].String(stringOffset);
+  const CHAR8* ascii = systems[0].GetString(field);
   if (ascii == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -89,7 +89,7 @@ class SlotQuery {
 
   /// Tells whether the structure answers the query, which it then has completed.
   bool Matches(const Structure& structure) {
-    switch (structure.TableByte(0)) {
+    switch (structure.Type()) {
       case SMBIOS_TYPE_ONBOARD_DEVICES_EXTENDED_INFORMATION:
         return MatchesOnboard(structure);
       case SMBIOS_TYPE_SYSTEM_SLOTS:
@@ -100,17 +100,17 @@ class SlotQuery {
   }
 
  private:
-  /// Bus at `offset`, device and function in the byte behind it.
-  bool IsAt(const Structure& structure, UINTN offset) const {
-    return structure.Has(offset, 2) && structure.Byte(offset) == mQuery->Bus &&
-           structure.Byte(offset + 1) == mDevFn;
+  bool IsAt(const Structure& structure, smbios::Field<UINT8> bus,
+            smbios::Field<UINT8> devFn) const {
+    return structure.Has(devFn) && structure.Get(bus) == mQuery->Bus &&
+           structure.Get(devFn) == mDevFn;
   }
 
   bool MatchesOnboard(const Structure& structure) {
-    if (!IsAt(structure, 9)) {
+    if (!IsAt(structure, SMBIOS_FIELD(41, BusNum), SMBIOS_FIELD(41, DevFuncNum))) {
       return false;
     }
-    mQuery->SlotId = structure.Byte(4);
+    mQuery->SlotId = structure.Get(SMBIOS_FIELD(41, ReferenceDesignation));
     mQuery->OnBoard = 1;
     return true;
   }
@@ -118,24 +118,24 @@ class SlotQuery {
   /// Deliberate: SlotId was overwritten with the value for "none" before it is compared here, and
   /// the two size bytes are stored the other way round.
   bool MatchesId(const Structure& structure) {
-    if (structure.Word(9) != mQuery->SlotId) {
+    if (structure.Get(SMBIOS_FIELD(9, SlotID)) != mQuery->SlotId) {
       return false;
     }
-    mQuery->SlotType = structure.Byte(5);
-    mQuery->SlotDataBusWidth = structure.Byte(8);
-    mQuery->SlotLength = structure.Byte(6);
+    mQuery->SlotType = structure.Get(SMBIOS_FIELD(9, SlotType));
+    mQuery->SlotDataBusWidth = structure.Get(SMBIOS_FIELD(9, SlotLength));
+    mQuery->SlotLength = structure.Get(SMBIOS_FIELD(9, SlotDataBusWidth));
     return true;
   }
 
   bool MatchesSlot(const Structure& structure) {
-    if (!IsAt(structure, 15)) {
+    if (!IsAt(structure, SMBIOS_FIELD(9, BusNum), SMBIOS_FIELD(9, DevFuncNum))) {
       return false;
     }
-    mQuery->SlotId = structure.Word(9);
+    mQuery->SlotId = structure.Get(SMBIOS_FIELD(9, SlotID));
     mQuery->OnBoard = 0;
-    mQuery->SlotType = structure.Byte(5);
-    mQuery->SlotDataBusWidth = structure.Byte(6);
-    mQuery->SlotLength = structure.Byte(8);
+    mQuery->SlotType = structure.Get(SMBIOS_FIELD(9, SlotType));
+    mQuery->SlotDataBusWidth = structure.Get(SMBIOS_FIELD(9, SlotDataBusWidth));
+    mQuery->SlotLength = structure.Get(SMBIOS_FIELD(9, SlotLength));
     return true;
   }
 
@@ -146,10 +146,10 @@ class SlotQuery {
 
 /// The first of the structures that has the string, moving each slot whose structure has not.
 template <typename List>
-CHAR8* FirstText(const List& list, UINTN stringOffset) {
+CHAR8* FirstText(const List& list, smbios::Field<UINT8> field) {
   CHAR8* text = nullptr;
   for (INT32 i = 0; i < list.Count() && text == nullptr; i++) {
-    text = list[static_cast<UINTN>(i)].String(stringOffset);
+    text = list[static_cast<UINTN>(i)].GetString(field);
   }
   return text;
 }
@@ -180,7 +180,7 @@ EFI_STATUS GetServiceTagString(CHAR16* Name, CHAR16** String) {
   if (!IsName(Name, TVQ_ATTRIBUTE_SERVICE_TAG)) {
     return EFI_NOT_FOUND;
   }
-  return NewSystemText(OFFSET_OF(SMBIOS_TABLE_TYPE1, SerialNumber), String);
+  return NewSystemText(SMBIOS_FIELD(1, SerialNumber), String);
 }
 
 EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String) {
@@ -192,7 +192,7 @@ EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String) {
     return probed;
   }
   if (EFI_ERROR(probed)) {
-    return NewSystemText(OFFSET_OF(SMBIOS_TABLE_TYPE1, ProductName), String);
+    return NewSystemText(SMBIOS_FIELD(1, ProductName), String);
   }
   *String = nullptr;
   return EFI_INVALID_PARAMETER;
@@ -250,15 +250,15 @@ EFI_STATUS EFIAPI BiosAttributeGet(CHAR16*, CHAR16* Name, UINT64* Value) {
   if (EFI_ERROR(status)) {
     return status;
   }
-  info->BiosVersion = FirstText(firmware, OFFSET_OF(SMBIOS_TABLE_TYPE0, BiosVersion));
+  info->BiosVersion = FirstText(firmware, SMBIOS_FIELD(0, BiosVersion));
 
   LastingList systems;
   status = systems.Collect(SMBIOS_TYPE_SYSTEM_INFORMATION);
   if (EFI_ERROR(status)) {
     return status;
   }
-  info->ServiceTag = FirstText(systems, OFFSET_OF(SMBIOS_TABLE_TYPE1, SerialNumber));
-  info->ProductName = FirstText(systems, OFFSET_OF(SMBIOS_TABLE_TYPE1, ProductName));
+  info->ServiceTag = FirstText(systems, SMBIOS_FIELD(1, SerialNumber));
+  info->ProductName = FirstText(systems, SMBIOS_FIELD(1, ProductName));
   *Value = AddressValue(info.Release());
   return EFI_SUCCESS;
 }

@@ -6,7 +6,7 @@
 
 #include "fqdd.h"
 
-#include <IndustryStandard/SmbiosTvq.h>
+#include <IndustryStandard/SmbiosFields.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -23,21 +23,19 @@ UINT8 gFqddMapValid;
 
 namespace {
 
-constexpr UINTN kFirstGroup = sizeof(SMBIOS_TABLE_TYPE225);
+constexpr auto kFormat = SMBIOS_FIELD(225, Format);
+constexpr UINTN kFirstGroup = kFormat.End();
 constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
 
 /// The number of groups that the structure's length byte promises, in 16-bit arithmetic.
 UINT16 GroupCount(const Structure& structure) {
-  return static_cast<UINT16>(
-      static_cast<UINT16>(structure.TableByte(OFFSET_OF(TVQ_SMBIOS_HEADER, Length)) -
-                          kFirstGroup) >>
-      2);
+  return static_cast<UINT16>(static_cast<UINT16>(structure.StatedLength() - kFirstGroup) >> 2);
 }
 
 [[nodiscard]] EFI_STATUS CountGroups() {
   for (UINT16 i = 0; i < gType225Count; i++) {
     const Structure structure(&gType225Records[i]);
-    if (structure.Byte(OFFSET_OF(SMBIOS_TABLE_TYPE225, Format)) != SMBIOS_TVQ_FQDD_MAP_FORMAT) {
+    if (structure.Get(kFormat) != SMBIOS_TVQ_FQDD_MAP_FORMAT) {
       return EFI_NOT_FOUND;
     }
     gFqddMapCount = static_cast<UINT16>(gFqddMapCount + GroupCount(structure));
@@ -47,9 +45,11 @@ UINT16 GroupCount(const Structure& structure) {
 
 FQDD_MAP_ENTRY ReadGroup(const Structure& structure, UINTN offset, UINT16 index) {
   FQDD_MAP_ENTRY entry;
-  entry.StringNumber = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, StringNumber));
-  entry.Handle = structure.Handle(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle));
-  entry.Opaque = structure.Byte(offset + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Opaque));
+  entry.StringNumber =
+      structure.Get(SMBIOS_GROUP_FIELD(225, SMBIOS_TVQ_FQDD_GROUP, StringNumber).In(offset));
+  entry.Handle =
+      structure.GetHandle(SMBIOS_GROUP_FIELD(225, SMBIOS_TVQ_FQDD_GROUP, Handle).In(offset));
+  entry.Opaque = structure.Get(SMBIOS_GROUP_FIELD(225, SMBIOS_TVQ_FQDD_GROUP, Opaque).In(offset));
   entry.StructureIndex = static_cast<UINT8>(index);
   return entry;
 }

@@ -8,50 +8,54 @@
 
 namespace tvq {
 
-UINTN Structure::Left() const {
-  const Span<UINT8> table = SmbiosTable();
-  const UINT8* structure = *mSlot;
-  return structure < table.begin() || structure > table.end()
-             ? 0
-             : static_cast<UINTN>(table.end() - structure);
+UINTN Structure::Length() const {
+  return Now().Formatted().Size();
 }
 
-UINTN Structure::Length() const {
-  const UINTN left = Left();
-  return left < kSmbiosHeaderSize ? 0 : MIN(left, static_cast<UINTN>((*mSlot)[1]));
+UINT8 Structure::StatedLength() const {
+  return SmbiosByteAt(Address() + 1);
+}
+
+UINT8 Structure::Type() const {
+  return Now().Type();
 }
 
 UINT16 Structure::OwnHandle() const {
-  return Left() < kSmbiosHeaderSize ? kSmbiosNoHandle : HandleOf(*mSlot);
+  return Now().Handle();
+}
+
+bool Structure::Has(UINTN offset, UINTN size) const {
+  return Now().Has(offset, size);
 }
 
 UINT8 Structure::Byte(UINTN offset) const {
-  return Has(offset, 1) ? (*mSlot)[offset] : UINT8{0};
+  return Now().Byte(offset);
 }
 
-UINT16 Structure::Word(UINTN offset) const {
-  return Has(offset, 2) ? smbios::Read16(*mSlot + offset) : UINT16{0};
+UINT64 Structure::Number(UINTN offset, UINTN width, UINT64 missing) const {
+  return Now().GetNumber(offset, width, missing);
 }
 
-UINT32 Structure::Dword(UINTN offset) const {
-  return Has(offset, 4) ? smbios::Read32(*mSlot + offset) : 0;
+// A routine for each width, which stays one: so a field costs the image a call with one argument.
+
+[[gnu::noinline]] UINT16 Structure::Word(UINTN offset) const {
+  return static_cast<UINT16>(Number(offset, sizeof(UINT16), 0));
 }
 
-UINT64 Structure::Qword(UINTN offset) const {
-  return Has(offset, 8) ? smbios::Read64(*mSlot + offset) : 0;
+[[gnu::noinline]] UINT16 Structure::HandleAt(UINTN offset) const {
+  return static_cast<UINT16>(Number(offset, sizeof(UINT16), kSmbiosNoHandle));
 }
 
-UINT16 Structure::Handle(UINTN offset) const {
-  return Has(offset, 2) ? smbios::Read16(*mSlot + offset) : kSmbiosNoHandle;
+[[gnu::noinline]] UINT32 Structure::Dword(UINTN offset) const {
+  return static_cast<UINT32>(Number(offset, sizeof(UINT32), 0));
 }
 
-UINT64 Structure::TableBytes(UINTN offset, UINTN size) const {
-  const UINTN left = Left();
-  UINT64 value = 0;
-  for (UINTN i = size; i-- != 0;) {
-    value = value << 8 | (offset + i < left ? (*mSlot)[offset + i] : 0);
-  }
-  return value;
+[[gnu::noinline]] UINT64 Structure::Qword(UINTN offset) const {
+  return Number(offset, sizeof(UINT64), 0);
+}
+
+UINT64 Structure::PeekNumber(UINTN offset, UINTN width) const {
+  return Now().PeekNumber(offset, width);
 }
 
 UINT8 SmbiosByteAt(const UINT8* position) {

@@ -24,36 +24,59 @@ class Structure {
  public:
   explicit Structure(UINT8** slot) : mSlot(slot) {}
 
+  UINT8 Type() const;
   /// Length of the formatted part, cut by the end of the table; 0 when the slot has left it.
   UINTN Length() const;
+  /// The same, as it is stated, also in a header that the end of the table cuts behind it.
+  UINT8 StatedLength() const;
   /// Handle in the header; FFFFh when the slot has left the table.
   UINT16 OwnHandle() const;
 
-  bool Has(UINTN offset, UINTN size) const { return offset + size <= Length(); }
+  template <typename Value>
+  bool Has(smbios::Field<Value> field) const {
+    return Has(field.Offset, sizeof(Value));
+  }
+  template <typename Value>
+  Value Get(smbios::Field<Value> field) const {
+    if constexpr (sizeof(Value) == 1) {
+      return Byte(field.Offset);
+    } else if constexpr (sizeof(Value) == 2) {
+      return Word(field.Offset);
+    } else if constexpr (sizeof(Value) == 4) {
+      return Dword(field.Offset);
+    } else {
+      return Qword(field.Offset);
+    }
+  }
+  UINT16 GetHandle(smbios::Field<UINT16> field) const { return HandleAt(field.Offset); }
+  /// The string whose number the field holds, or null. May move the slot.
+  CHAR8* GetString(smbios::Field<UINT8> field) const { return SmbiosGetString(mSlot, Get(field)); }
+  /// The byte at `offset`, 0 past the formatted part.
   UINT8 Byte(UINTN offset) const;
-  UINT16 Word(UINTN offset) const;
-  UINT32 Dword(UINTN offset) const;
-  UINT64 Qword(UINTN offset) const;
-  UINT16 Handle(UINTN offset) const;
-  /// The string whose number stands at `offset`, or null. May move the slot.
-  CHAR8* String(UINTN offset) const { return SmbiosGetString(mSlot, Byte(offset)); }
 
-  /// Fields as they stand, without a test of the formatted length; bytes past the table read 0.
-  UINT8 TableByte(UINTN offset) const { return static_cast<UINT8>(TableBytes(offset, 1)); }
-  UINT16 TableWord(UINTN offset) const { return static_cast<UINT16>(TableBytes(offset, 2)); }
-  UINT32 TableDword(UINTN offset) const { return static_cast<UINT32>(TableBytes(offset, 4)); }
-  UINT64 TableQword(UINTN offset) const { return TableBytes(offset, 8); }
-  /// The string whose number stands at `offset`, wherever that lies. May move the slot.
-  CHAR8* TableString(UINTN offset) const { return SmbiosGetString(mSlot, TableByte(offset)); }
+  /// A field as it stands, without a test of the formatted length; bytes past the table are 0.
+  template <typename Value>
+  Value Peek(smbios::Field<Value> field) const {
+    return static_cast<Value>(PeekNumber(field.Offset, sizeof(Value)));
+  }
+  /// The string whose number the field holds, wherever that lies. May move the slot.
+  CHAR8* PeekString(smbios::Field<UINT8> field) const {
+    return SmbiosGetString(mSlot, Peek(field));
+  }
 
   /// Address of the structure; where the slot is now.
   UINT8* Address() const { return *mSlot; }
 
  private:
-  /// Bytes from the structure to the end of the table; 0 when the slot has left it.
-  UINTN Left() const;
-  /// Up to eight bytes from the table as one little-endian value.
-  UINT64 TableBytes(UINTN offset, UINTN size) const;
+  smbios::BareStructure Now() const { return SmbiosStructureAt(*mSlot); }
+
+  bool Has(UINTN offset, UINTN width) const;
+  UINT16 Word(UINTN offset) const;
+  UINT16 HandleAt(UINTN offset) const;
+  UINT32 Dword(UINTN offset) const;
+  UINT64 Qword(UINTN offset) const;
+  UINT64 Number(UINTN offset, UINTN width, UINT64 missing) const;
+  UINT64 PeekNumber(UINTN offset, UINTN width) const;
 
   UINT8** mSlot;
 };

@@ -14,7 +14,12 @@ namespace tvq {
 namespace {
 
 /// A header and the two NULs behind it: no well-formed structure is smaller.
-constexpr UINTN kSmallestStructure = kSmbiosHeaderSize + 2;
+constexpr UINTN kSmallestStructure = smbios::kHeaderSize + 2;
+
+/// Handle in a structure's header.
+UINT16 HandleOf(const UINT8* structure) {
+  return smbios::Read16(structure + 2);
+}
 
 TableIndex* gIndex;
 

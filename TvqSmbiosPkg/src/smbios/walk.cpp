@@ -9,12 +9,13 @@
 namespace tvq {
 
 bool StructureWalk::Next() {
+  const smbios::BareStructure next(mRest);
   const bool isFirst = mAddress == nullptr;
-  if (!HasHeader(mTable, mFollowing) || (!isFirst && HandleOf(mFollowing) == kSmbiosNoHandle)) {
+  if (!next || (!isFirst && next.Handle() == kSmbiosNoHandle)) {
     return false;
   }
-  mAddress = mFollowing;
-  mFollowing = SmbiosFollowing(mAddress);
+  mAddress = mRest.begin();
+  mRest = mRest.From(next.Size());
   return true;
 }
 

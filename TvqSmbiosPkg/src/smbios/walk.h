@@ -21,18 +21,17 @@ namespace tvq {
 ///     while (walk.Next()) { ... walk.Address() ... walk.Size() ... }
 class StructureWalk {
  public:
-  StructureWalk() : mTable(SmbiosTable()), mFollowing(mTable.begin()) {}
+  StructureWalk() : mRest(SmbiosTable()) {}
 
   /// Steps to the next structure; the first call to the first one.
   [[nodiscard]] bool Next();
 
   UINT8* Address() const { return mAddress; }
-  UINT16 Size() const { return static_cast<UINT16>(mFollowing - mAddress); }
+  UINT16 Size() const { return static_cast<UINT16>(mRest.begin() - mAddress); }
 
  private:
-  Span<UINT8> mTable;
+  Span<UINT8> mRest;  ///< What is behind the structure.
   UINT8* mAddress = nullptr;
-  UINT8* mFollowing;
 };
 
 /// The structures of a type in table order, by the index where there is one.

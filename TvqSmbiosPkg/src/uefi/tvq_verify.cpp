@@ -11,6 +11,7 @@
 #include <Protocol/TvqManagement.h>
 
 #include "../common/cpu_dimm.h"
+#include "../documents/configuration.h"
 #include "../log.h"
 
 namespace tvq {
@@ -18,10 +19,6 @@ namespace tvq {
 namespace {
 
 constexpr Logger kLog("SMTVQVerify");
-
-/// What the document keeps of a text: compared as far as that.
-constexpr UINTN kStoredWwnLength = 14;
-constexpr UINTN kStoredNameLength = 127;
 
 constexpr char kRefusal[] = "<error>Configuration Unsupported</error>";
 constexpr UINTN kRefusalSize = 60;
@@ -74,7 +71,7 @@ const CHAR8* FetchDocument(TVQ_MANAGEMENT_PROTOCOL* management, const TVQ_DATA& 
   return text;
 }
 
-/// Tells whether a stored text is the current one, or as much of it as the document keeps. A text
+/// Tells whether a stored text is the current one, or as much of it as a document keeps. A text
 /// that was not stored is never the same; one that is not known is empty.
 template <UINTN kStoredLength>
 bool IsSameText(const CHAR16* stored, const CHAR16* current) {
@@ -116,7 +113,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
   kLog("dimmCache->PartNo = %a\n", stored->PartNo);
   kLog("tvq->device.generic.WWN = %s\n", dimm.Generic.WWN);
   kLog("tvq->device.dimm.PartNumber = %a\n", dimm.PartNumber);
-  if (!IsSameText<kStoredWwnLength>(stored->WWN, dimm.Generic.WWN) ||
+  if (!IsSameText<kKeptWwnLength>(stored->WWN, dimm.Generic.WWN) ||
       !IsSamePart(stored->PartNo, dimm.PartNumber)) {
     kLog("Part Replacement detected for DIMM Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
@@ -139,7 +136,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
   kLog("Old Marketing Name : %s\n", stored->MarketingName);
   kLog("Old CoreCount : %d\n", stored->CoreCount);
   if (stored->CoreCount != cpu.CoreCount ||
-      !IsSameText<kStoredNameLength>(stored->MarketingName, cpu.Generic.MarketingName)) {
+      !IsSameText<XmlWriter::kTextSize - 1>(stored->MarketingName, cpu.Generic.MarketingName)) {
     kLog("Part Replacement detected for CPU Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
   }

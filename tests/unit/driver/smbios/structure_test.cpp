@@ -22,6 +22,12 @@ class View : public SmbiosTest {
   UINT8* mSlot = nullptr;
 };
 
+// The field of this type at an offset.
+template <typename Value>
+smbios::Field<Value> FieldAt(size_t offset) {
+  return {0x80, offset};
+}
+
 // A formatted part of 12 bytes: 04h to 0Bh hold 11h to 88h.
 Table Twelve() {
   return Table::Of(
@@ -30,46 +36,48 @@ Table Twelve() {
 
 TEST_F(View, ReadsLittleEndianFieldsAtAnyOffset) {
   const tvq::Structure view = Of(Twelve());
+  EXPECT_EQ(view.Type(), 0x80);
   EXPECT_EQ(view.Length(), 12u);
+  EXPECT_EQ(view.StatedLength(), 12u);
   EXPECT_EQ(view.OwnHandle(), 0x1234);
-  EXPECT_EQ(view.Byte(0), 0x80);
-  EXPECT_EQ(view.Byte(11), 0x88);
-  EXPECT_EQ(view.Word(5), 0x3322);
-  EXPECT_EQ(view.Handle(5), 0x3322);
-  EXPECT_EQ(view.Dword(7), 0x77665544u);
-  EXPECT_EQ(view.Qword(4), 0x8877665544332211u);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(0)), 0x80);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(11)), 0x88);
+  EXPECT_EQ(view.Get(FieldAt<UINT16>(5)), 0x3322);
+  EXPECT_EQ(view.GetHandle(FieldAt<UINT16>(5)), 0x3322);
+  EXPECT_EQ(view.Get(FieldAt<UINT32>(7)), 0x77665544u);
+  EXPECT_EQ(view.Get(FieldAt<UINT64>(4)), 0x8877665544332211u);
 }
 
 TEST_F(View, ReadsZeroWhereAFieldDoesNotLieWhollyInTheFormattedPart) {
   const tvq::Structure view = Of(Twelve());
-  EXPECT_EQ(view.Byte(12), 0u);
-  EXPECT_EQ(view.Word(11), 0u);
-  EXPECT_EQ(view.Dword(9), 0u);
-  EXPECT_EQ(view.Qword(5), 0u);
-  EXPECT_EQ(view.Word(10), 0x8877);
-  EXPECT_EQ(view.Dword(8), 0x88776655u);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(12)), 0u);
+  EXPECT_EQ(view.Get(FieldAt<UINT16>(11)), 0u);
+  EXPECT_EQ(view.Get(FieldAt<UINT32>(9)), 0u);
+  EXPECT_EQ(view.Get(FieldAt<UINT64>(5)), 0u);
+  EXPECT_EQ(view.Get(FieldAt<UINT16>(10)), 0x8877);
+  EXPECT_EQ(view.Get(FieldAt<UINT32>(8)), 0x88776655u);
 }
 
 TEST_F(View, ReadsNoHandlePastTheFormattedPart) {
   const tvq::Structure view = Of(Twelve());
-  EXPECT_EQ(view.Handle(10), 0x8877);
-  EXPECT_EQ(view.Handle(11), 0xFFFF);
-  EXPECT_EQ(view.Handle(12), 0xFFFF);
+  EXPECT_EQ(view.GetHandle(FieldAt<UINT16>(10)), 0x8877);
+  EXPECT_EQ(view.GetHandle(FieldAt<UINT16>(11)), 0xFFFF);
+  EXPECT_EQ(view.GetHandle(FieldAt<UINT16>(12)), 0xFFFF);
 }
 
 TEST_F(View, TellsWhichFieldsItHas) {
   const tvq::Structure view = Of(Twelve());
-  EXPECT_TRUE(view.Has(11, 1));
-  EXPECT_TRUE(view.Has(4, 8));
-  EXPECT_FALSE(view.Has(12, 1));
-  EXPECT_FALSE(view.Has(11, 2));
+  EXPECT_TRUE(view.Has(FieldAt<UINT8>(11)));
+  EXPECT_TRUE(view.Has(FieldAt<UINT64>(4)));
+  EXPECT_FALSE(view.Has(FieldAt<UINT8>(12)));
+  EXPECT_FALSE(view.Has(FieldAt<UINT16>(11)));
 }
 
 TEST_F(View, FindsAStringByTheNumberInAField) {
   Table table = Table::Of(Structure{0x80, 0x10, {2, 0}, {"one", "two"}});
   const tvq::Structure view = Of(table);
-  EXPECT_STREQ(view.String(4), "two");
-  EXPECT_EQ(view.String(5), nullptr) << "number 0";
+  EXPECT_STREQ(view.GetString(FieldAt<UINT8>(4)), "two");
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(5)), nullptr) << "number 0";
   EXPECT_EQ(view.Address(), At(table, 0));
 }
 
@@ -77,34 +85,36 @@ TEST_F(View, FindsNoStringByANumberPastTheFormattedPart) {
   // The byte behind the formatted part is the first string's: a valid number.
   Table table = Table::Of(Structure{0x80, 0x10, {7}, {"\1", "two"}});
   const tvq::Structure view = Of(table);
-  EXPECT_EQ(view.String(5), nullptr);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(5)), nullptr);
   EXPECT_EQ(view.Address(), At(table, 0));
-  EXPECT_STREQ(view.TableString(5), "\1");
+  EXPECT_STREQ(view.PeekString(FieldAt<UINT8>(5)), "\1");
 }
 
 TEST_F(View, ShowsTheNextStructureAfterANumberPastTheLastString) {
   Table table =
       Table::Of(Structure{0x80, 0x10, {3}, {"one", "two"}}, Structure{0x81, 0x20, {1}, {"next"}});
   const tvq::Structure view = Of(table);
-  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(4)), nullptr);
   EXPECT_EQ(view.Address(), At(table, 1));
   EXPECT_EQ(mSlot, At(table, 1));
-  EXPECT_EQ(view.Byte(0), 0x81);
-  EXPECT_STREQ(view.String(4), "next");
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(0)), 0x81);
+  EXPECT_STREQ(view.GetString(FieldAt<UINT8>(4)), "next");
 }
 
 TEST_F(View, IsEmptyOnceItsSlotHasLeftTheTable) {
   Table table = Table::Of(Structure{0x80, 0x10, {3}, {"one"}});
   const tvq::Structure view = Of(table);
-  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(4)), nullptr);
+  EXPECT_EQ(view.Type(), 0u);
   EXPECT_EQ(view.Length(), 0u);
+  EXPECT_EQ(view.StatedLength(), 0u);
   EXPECT_EQ(view.OwnHandle(), 0xFFFF);
-  EXPECT_EQ(view.Byte(0), 0u);
-  EXPECT_EQ(view.Handle(2), 0xFFFF);
-  EXPECT_EQ(view.TableByte(0), 0u);
-  EXPECT_EQ(view.TableQword(0), 0u);
-  EXPECT_EQ(view.String(4), nullptr);
-  EXPECT_EQ(view.TableString(4), nullptr);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(0)), 0u);
+  EXPECT_EQ(view.GetHandle(FieldAt<UINT16>(2)), 0xFFFF);
+  EXPECT_EQ(view.Peek(FieldAt<UINT8>(0)), 0u);
+  EXPECT_EQ(view.Peek(FieldAt<UINT64>(0)), 0u);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(4)), nullptr);
+  EXPECT_EQ(view.PeekString(FieldAt<UINT8>(4)), nullptr);
 }
 
 TEST_F(View, IsEmptyOutsideTheTable) {
@@ -114,7 +124,7 @@ TEST_F(View, IsEmptyOutsideTheTable) {
     mSlot = address;
     EXPECT_EQ(view.Length(), 0u);
     EXPECT_EQ(view.OwnHandle(), 0xFFFF);
-    EXPECT_EQ(view.TableQword(0), 0u);
+    EXPECT_EQ(view.Peek(FieldAt<UINT64>(0)), 0u);
     EXPECT_EQ(SmbiosByteAt(address), 0u);
   }
   EXPECT_EQ(SmbiosByteAt(At(table, 0)), 0x80);
@@ -124,12 +134,13 @@ TEST_F(View, IsEmptyOutsideTheTable) {
 TEST_F(View, IsEmptyOnAHeaderCutByTheEndOfTheTable) {
   Table table = Table::Of(Structure{0x80, 0x10, {3}, {"one"}}, Raw{{0x81, 9, 0x20}});
   const tvq::Structure view = Of(table);
-  EXPECT_EQ(view.String(4), nullptr);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(4)), nullptr);
   EXPECT_EQ(view.Address(), At(table, 0) + table.Size() - 3) << "three bytes before the end";
+  EXPECT_EQ(view.StatedLength(), 9u);
   EXPECT_EQ(view.Length(), 0u);
   EXPECT_EQ(view.OwnHandle(), 0xFFFF);
-  EXPECT_EQ(view.Byte(0), 0u);
-  EXPECT_EQ(view.String(0), nullptr);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(0)), 0u);
+  EXPECT_EQ(view.GetString(FieldAt<UINT8>(0)), nullptr);
 }
 
 TEST_F(View, HasAHeaderThatEndsWithTheTable) {
@@ -145,21 +156,22 @@ TEST_F(View, IsCutByTheEndOfTheTable) {
   table.Chop(table.Size() - 10);
   const tvq::Structure view = Of(table);
   EXPECT_EQ(view.Length(), 10u);
-  EXPECT_EQ(view.Byte(9), 0x66);
-  EXPECT_EQ(view.Byte(10), 0u);
-  EXPECT_EQ(view.Word(9), 0u);
-  EXPECT_EQ(view.TableWord(9), 0x0066) << "the byte that is missing reads 0";
-  EXPECT_EQ(view.TableDword(9), 0x00000066u);
+  EXPECT_EQ(view.StatedLength(), 12u);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(9)), 0x66);
+  EXPECT_EQ(view.Get(FieldAt<UINT8>(10)), 0u);
+  EXPECT_EQ(view.Get(FieldAt<UINT16>(9)), 0u);
+  EXPECT_EQ(view.Peek(FieldAt<UINT16>(9)), 0x0066) << "the byte that is missing reads 0";
+  EXPECT_EQ(view.Peek(FieldAt<UINT32>(9)), 0x00000066u);
 }
 
 TEST_F(View, ReadsFieldsAsTheyStandWithoutATestOfTheLength) {
   Table table = Table::Of(Structure{0x80, 0x10, {7}, {"abcdefgh"}});
   const tvq::Structure view = Of(table);
-  EXPECT_EQ(view.TableByte(5), 'a');
-  EXPECT_EQ(view.TableWord(5), 'a' | ('b' << 8));
-  EXPECT_EQ(view.TableDword(6), 0x65646362u);
-  EXPECT_EQ(view.TableQword(5), 0x6867666564636261u);
-  EXPECT_EQ(view.TableByte(15), 0u) << "past the table";
+  EXPECT_EQ(view.Peek(FieldAt<UINT8>(5)), 'a');
+  EXPECT_EQ(view.Peek(FieldAt<UINT16>(5)), 'a' | ('b' << 8));
+  EXPECT_EQ(view.Peek(FieldAt<UINT32>(6)), 0x65646362u);
+  EXPECT_EQ(view.Peek(FieldAt<UINT64>(5)), 0x6867666564636261u);
+  EXPECT_EQ(view.Peek(FieldAt<UINT8>(15)), 0u) << "past the table";
 }
 
 // --- Lists ---

@@ -159,6 +159,17 @@ TEST(SmbiosField, IsReadAsWideAsItsType) {
   EXPECT_EQ(structure.Get((Field<U16>{1, 1}).In(4)), 0x8302);
 }
 
+TEST(SmbiosNumber, IsReadInEachWidthThatANumberCanHave) {
+  const ByteVector table = StructureOf(1, 2, {1, 2, 3, 4, 5, 6, 7, 0x88}, {"x"});
+  const Structure structure(View(table), 0);
+  EXPECT_EQ(structure.GetNumber(4, 1, 99), 0x01u);
+  EXPECT_EQ(structure.GetNumber(4, 2, 99), 0x0201u);
+  EXPECT_EQ(structure.GetNumber(4, 4, 99), 0x04030201u);
+  EXPECT_EQ(structure.GetNumber(4, 8, 99), 0x8807060504030201u);
+  EXPECT_EQ(structure.GetNumber(5, 8, 99), 99u) << "missing";
+  EXPECT_EQ(structure.PeekNumber(11, 8), uint64_t{0x7888});
+}
+
 TEST(SmbiosField, ThatTheStructureIsTooShortForIsZeroAndNoHandle) {
   const ByteVector table = StructureOf(1, 2, {0xFF}, {"A"});
   const Structure structure(View(table), 0);
@@ -189,6 +200,16 @@ TEST(SmbiosStrings, AreNumberedFromOne) {
   EXPECT_FALSE(structure.String(0xFFFF));
   EXPECT_EQ(structure.StringCount(), 2u);
   EXPECT_THAT(StringsOf(structure), ElementsAre("one", "two"));
+}
+
+TEST(SmbiosStrings, AreLookedForUpToTheEndOfTheStructureWhichIsThenKnown) {
+  const ByteVector table = StructureOf(1, 2, {}, {"one", "two"}) + StructureOf(3, 4, {}, {});
+  const Structure structure(View(table), 0);
+  SizeType size = 99;
+  EXPECT_EQ(Copy(structure.StringOrSize(2, size)), "two");
+  EXPECT_EQ(size, 99u);
+  EXPECT_FALSE(structure.StringOrSize(3, size));
+  EXPECT_EQ(size, structure.Size());
 }
 
 TEST(SmbiosStrings, MayBeginWithAnEmptyOne) {

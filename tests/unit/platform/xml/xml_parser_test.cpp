@@ -26,7 +26,7 @@ class XmlParser : public PlatformTest {
 
   EFI_STATUS Parse(const std::string& text) {
     Free();
-    XML_INPUT input = {XML_INPUT_MEMORY, text.c_str(), {}};
+    XML_INPUT input = {XML_INPUT_MEMORY, 0, text.c_str(), {}};
     mRoot = reinterpret_cast<XML_NODE*>(1);
     const EFI_STATUS status = Protocol()->Parse(Protocol(), &input, &mRoot);
     EXPECT_EQ(mRoot == nullptr, EFI_ERROR(status));
@@ -112,7 +112,7 @@ TEST_F(XmlParser, DoesNotNeedTheTextAfterwards) {
 }
 
 TEST_F(XmlParser, KeepsDocumentsApart) {
-  XML_INPUT input = {XML_INPUT_MEMORY, "<other>1</other>", {}};
+  XML_INPUT input = {XML_INPUT_MEMORY, 0, "<other>1</other>", {}};
   XML_NODE* other = nullptr;
   ASSERT_EQ(Protocol()->Parse(Protocol(), &input, &other), EFI_SUCCESS);
   ASSERT_EQ(Parse("<a>2</a>"), EFI_SUCCESS);
@@ -123,8 +123,8 @@ TEST_F(XmlParser, KeepsDocumentsApart) {
 // --- Arguments ---
 
 TEST_F(XmlParser, NeedsItsArguments) {
-  XML_INPUT input = {XML_INPUT_MEMORY, "<a/>", {}};
-  XML_INPUT noText = {XML_INPUT_MEMORY, nullptr, {}};
+  XML_INPUT input = {XML_INPUT_MEMORY, 0, "<a/>", {}};
+  XML_INPUT noText = {XML_INPUT_MEMORY, 0, nullptr, {}};
   XML_PARSER_PROTOCOL* protocol = Protocol();
   EXPECT_EQ(protocol->Parse(nullptr, &input, &mRoot), EFI_INVALID_PARAMETER);
   EXPECT_EQ(protocol->Parse(protocol, nullptr, &mRoot), EFI_INVALID_PARAMETER);
@@ -138,7 +138,7 @@ TEST_F(XmlParser, NeedsItsArguments) {
 
 TEST_F(XmlParser, KnowsNoSourceButMemory) {
   for (UINT32 kind : {0u, 2u, 0xFFFFFFFFu}) {
-    XML_INPUT input = {kind, "<a/>", {}};
+    XML_INPUT input = {kind, 0, "<a/>", {}};
     EXPECT_EQ(Protocol()->Parse(Protocol(), &input, &mRoot), EFI_UNSUPPORTED);
     EXPECT_EQ(mRoot, nullptr);
   }
