@@ -256,9 +256,10 @@ class TableRedaction {
       const uint8_t number = structure.Byte(value.offset);
       if (value.kind == FieldKind::kString && number != 0 && number <= roles.size()) {
         Role& role = roles[number - 1u];
-        role = std::max(role, IsSecretField(value.name)            ? Role::kSecret
-                              : devices::IsName(structure, number) ? Role::kName
-                                                                   : Role::kShown);
+        const bool isName = structure.Type() == kFqddMap || devices::IsName(structure, number);
+        role = std::max(role, IsSecretField(value.name) ? Role::kSecret
+                              : isName                  ? Role::kName
+                                                        : Role::kShown);
       }
     }
     // The numbers then lead to others than was meant, and a secret may be where a maker should be.

@@ -47,6 +47,15 @@ TEST_F(RedactDump, ReservedBytesOfTheEntryPointAreBlanked) {
   }
 }
 
+TEST_F(RedactDump, SoAreThoseThatASourceGives) {
+  const std::string secret = mSecrets.Text();
+  const std::string source = "[entry-point]\nbytes 0x0B = \"" + secret.substr(0, 5) + "\"\n[end]\n";
+  const std::string file = Write("server.smbios", Bytes(source.begin(), source.end()));
+  EXPECT_EQ(RunTvq(Arguments{"mktable", file, "-o", Path("out.bin")} + kRedact).status, 0);
+  const Bytes dump = Read("out.bin");
+  EXPECT_THAT(mSecrets.In({dump.begin(), dump.end()}), IsEmpty());
+}
+
 // Their checksum stays as right or wrong as it was.
 TEST_F(RedactDump, TheEntryPointStaysAsItIs) {
   table::Table table = OneSystem();

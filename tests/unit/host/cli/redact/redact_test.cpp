@@ -141,6 +141,13 @@ TEST(RedactTable, LeavesTheNamesOfDevices) {
   EXPECT_TRUE(Contains(masked, "CPU.Socket.1"));
 }
 
+// Also where one is made of a word that is somebody's number.
+TEST(RedactTable, LeavesFqddsThatRepeatANumber) {
+  Table table = Table::Of(test::Processor{.handle = 1, .serial = "Socket"},
+                          test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
+  EXPECT_TRUE(Contains(Redacted(table.Bytes()), "CPU.Socket.1"));
+}
+
 Bytes SmallTable() {
   Table table = Table::Of(test::System{.serial = "AB1"}, test::OemStrings{.texts = {"17[AB", "CD"}},
                           test::Structure{200, 0xC800, {1, 2, 3}, {"EF2"}});
@@ -185,6 +192,46 @@ TEST(RedactTable, LeavesNothingOfAStructureWhoseValuesSpellAText) {
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "TAG1"));
   EXPECT_FALSE(Contains(masked, "Rack One"));
+}
+
+// A text that an empty string has cut off: its second character is the length for every reader.
+TEST(RedactTable, MasksAHeaderThatIsAText) {
+  Bytes bytes = {'S', ' ', 'R', 'V'};
+  bytes.resize(' ', 'x');
+  bytes.insert(bytes.end(), {0, 0});
+  const Bytes masked = Redacted(bytes);
+  EXPECT_EQ((std::string{static_cast<char>(masked[0]), static_cast<char>(masked[2]),
+                         static_cast<char>(masked[3])}),
+            Mask("SRV"));
+  EXPECT_EQ(masked[1], ' ');
+  EXPECT_EQ(Bytes(masked.begin() + 4, masked.end()), Bytes(' ' - 4 + 2));
+}
+
+// Strings of control characters are none: the length before them is too small, and what comes next
+// may be anything.
+TEST(RedactTable, LeavesOnlyWhatIsSoundBehindAStructureThatWasMisread) {
+  test::Structure misread = test::Cache{}.Build();
+  misread.strings = {"\x01\x02"};
+  const test::Structure array = test::MemoryArray{}.Build();
+  test::Structure tooLong = array;
+  tooLong.Byte(7);
+  const test::Structure board = test::BaseBoard{}.Build();
+  test::Structure withoutStrings = board;
+  withoutStrings.strings.clear();
+  const auto isLeft = [&](const test::Structure& structure) {
+    const Table table = Table::Of(misread, structure);
+    const Bytes masked = Redacted(table.Bytes());
+    return masked[table.OffsetOf(1) + 4] != 0;
+  };
+  EXPECT_TRUE(isLeft(array));
+  EXPECT_FALSE(isLeft(tooLong));
+  EXPECT_TRUE(isLeft(board));
+  EXPECT_FALSE(isLeft(withoutStrings));
+}
+
+TEST(RedactTable, LeavesNothingOfStringsThatAreNoTexts) {
+  Table table = Table::Of(test::Structure{200, 0xC800, {}, {"\x01!\"#$%&"}});
+  EXPECT_FALSE(Contains(Redacted(table.Bytes()), "!\"#"));
 }
 
 TEST(RedactTable, MasksAllStringsButNamesWhereNotAllNumbersFitThem) {

@@ -288,6 +288,11 @@ TEST(RedactDamage, WhatIsNoStructureBecomesOneThatNobodyReads) {
   EXPECT_TRUE(IsBlank(bytes, 6, bytes.size() - 6));
 }
 
+TEST(RedactDamage, APieceThatIsAllOneCharacterIsBlanked) {
+  const Bytes bytes = Redacted({127, 4, 1, 0, 0, 0, '7', '7', '7', '7', '7'});
+  EXPECT_TRUE(IsBlank(bytes, 6, 5));
+}
+
 TEST(RedactDamage, ZerosBehindTheTableStay) {
   const Bytes bytes = {127, 4, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   EXPECT_EQ(Redacted(bytes), bytes);
