@@ -75,8 +75,8 @@ std::string SecretList::WithMasks(std::string text) const {
   for (const Secret& secret : mSecrets) {
     for (std::size_t at = 0; (at = lower.find(secret.text, at)) != std::string::npos; ++at) {
       for (std::size_t i = 0; i < secret.text.size(); ++i) {
-        char& character = text[at + i];
         if (!isMasked[at + i]) {
+          char& character = text[at + i];
           character = IsUpper(character) ? Upper(secret.mask[i]) : Lower(secret.mask[i]);
           isMasked[at + i] = true;
         }
