@@ -30,8 +30,6 @@ static_assert(SMBIOS_FIELD(4, L3CacheHandle).Offset ==
 
 constexpr auto kStatus = SMBIOS_FIELD(4, Status);
 
-constexpr UINT8 kFormFactorDie = 0x10;
-
 /// Deliberate: the search for PPIN texts begins at this byte of the first OEM-strings structure,
 /// not at its first string.
 constexpr UINTN kPpinSearchStart = 25;
@@ -149,7 +147,7 @@ void CpuBuilder::TakeMemoryCensus() {
   for (UINT16 i = 0; mDevices.Any() && i < mDevices.Count(); i++) {
     const Structure device = mDevices[i];
     const UINT8 formFactor = device.Get(SMBIOS_FIELD(17, FormFactor));
-    if (device.Get(SMBIOS_FIELD(17, Size)) != 0 && formFactor != kFormFactorDie) {
+    if (device.Get(SMBIOS_FIELD(17, Size)) != 0 && formFactor != MemoryFormFactorDie) {
       mModules++;
     }
     kLog("DIMM%d Form Factor = %d\n", i, formFactor);

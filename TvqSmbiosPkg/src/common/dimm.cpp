@@ -50,8 +50,11 @@ struct Word {
   char Text[5];
 };
 
-constexpr Word kTypeWords[] = {{0x18, "DDR3"}, {0x1A, "DDR4"}, {0x22, "DDR5"}, {0x03, "DRAM"}};
-constexpr Word kFormWords[] = {{0x09, "DIMM"}, {0x05, "Chip"}};
+constexpr Word kTypeWords[] = {{MemoryTypeDdr3, "DDR3"},
+                               {MemoryTypeDdr4, "DDR4"},
+                               {MemoryTypeDdr5, "DDR5"},
+                               {MemoryTypeDram, "DRAM"}};
+constexpr Word kFormWords[] = {{MemoryFormFactorDimm, "DIMM"}, {MemoryFormFactorChip, "Chip"}};
 
 const char* FindWord(Span<const Word> words, UINT8 value) {
   for (const Word& word : words) {
