@@ -156,6 +156,18 @@ TEST_F(CliRedactDecode, MasksWhatOtherElementsRepeat) {
   EXPECT_THAT(decoded.out, HasSubstr("<ProductName>Rack " + Mask(tag) + "</ProductName>"));
 }
 
+// Also a number so short that it is not looked for in other texts.
+TEST_F(CliRedactDecode, MasksTheNumberInAnInventoryBlobAndWhatItsTextsRepeat) {
+  for (const std::string& serial : {std::string("A7Q"), mSecrets.Text()}) {
+    const test::Table table = test::Table::Of(
+        test::Bios{}, test::MemoryDevice{.handle = 0x1100, .serial = serial},
+        test::DimmExtension{.deviceHandle = 0x1100, .firmwareVersion = serial}, test::End{});
+    const Outcome decoded = DecodeRedacted(StoredBlobs(table));
+    EXPECT_THAT(decoded.out, HasSubstr("  wwnOffset      0 -> \"" + Mask(serial) + "\"\n"));
+    EXPECT_THAT(mSecrets.In(decoded.out), IsEmpty()) << decoded.out;
+  }
+}
+
 TEST_F(CliRedactDecode, LeavesTagsThatASecretIsPartOf) {
   test::Table table = test::Table::Of(
       test::Bios{}, test::MemoryDevice{.manufacturer = "Speed Works", .serial = "Speed"},
@@ -194,6 +206,12 @@ TEST_F(CliRedactDecode, NoMessageTellsFourCharactersAsANumber) {
     EXPECT_EQ(decoded.status, 2);
     EXPECT_THAT(decoded.diagnostics, HasSubstr("its revision would be 2021161080"));
   }
+}
+
+TEST_F(CliRedactDecode, WhatIsWrongWithAHeaderIsStillSaid) {
+  Bytes damaged = StoredBlobs();
+  damaged[SizeOfBlob(damaged, 0) + 4] = 9;
+  EXPECT_THAT(DecodeRedacted(damaged).diagnostics, HasSubstr("there is no blob of type 9"));
 }
 
 TEST_F(CliRedactDecode, NoDamageOfABlobLaysASecretOpen) {

@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class RedactDump : public CliTest {
+class RedactFile : public CliTest {
  protected:
   table::Table OneSystem() {
     test::Table server = test::Table::Of(
@@ -37,7 +37,7 @@ class RedactDump : public CliTest {
   Secrets mSecrets;
 };
 
-TEST_F(RedactDump, ReservedBytesOfTheEntryPointAreBlanked) {
+TEST_F(RedactFile, ReservedBytesOfTheEntryPointAreBlanked) {
   for (const table::EntryPoint kind : {table::EntryPoint::k32Bit, table::EntryPoint::k64Bit}) {
     table::Table table = OneSystem();
     table.entryPoint = kind;
@@ -47,7 +47,26 @@ TEST_F(RedactDump, ReservedBytesOfTheEntryPointAreBlanked) {
   }
 }
 
-TEST_F(RedactDump, SoAreThoseThatASourceGives) {
+TEST_F(RedactFile, ARightChecksumOverThemStaysRight) {
+  const struct {
+    table::EntryPoint kind;
+    size_t reserved;
+    size_t checksum;
+  } kKinds[] = {{table::EntryPoint::k32Bit, 0x0D, 0x04}, {table::EntryPoint::k64Bit, 0x0B, 0x05}};
+  for (const auto& kind : kKinds) {
+    table::Table table = OneSystem();
+    table.entryPoint = kind.kind;
+    Bytes dump = *table::WriteDump(table);
+    const Bytes expected = dump;
+    dump[kind.reserved] = 0x5A;
+    dump[kind.checksum] = static_cast<uint8_t>(dump[kind.checksum] - 0x5A);
+    ASSERT_TRUE(RedactDump(dump, TestMasker()));
+    EXPECT_EQ(Bytes(dump.begin(), dump.begin() + 0x20),
+              Bytes(expected.begin(), expected.begin() + 0x20));
+  }
+}
+
+TEST_F(RedactFile, SoAreThoseThatASourceGives) {
   const std::string secret = mSecrets.Text();
   const std::string source = "[entry-point]\nbytes 0x0B = \"" + secret.substr(0, 5) + "\"\n[end]\n";
   const std::string file = Write("server.smbios", Bytes(source.begin(), source.end()));
@@ -57,7 +76,7 @@ TEST_F(RedactDump, SoAreThoseThatASourceGives) {
 }
 
 // Their checksum stays as right or wrong as it was.
-TEST_F(RedactDump, TheEntryPointStaysAsItIs) {
+TEST_F(RedactFile, TheEntryPointStaysAsItIs) {
   table::Table table = OneSystem();
   const Bytes honest = *table::WriteDump(table);
   table.entryPointPatches = {{0x1C, {7, 0}}};
@@ -71,7 +90,7 @@ TEST_F(RedactDump, TheEntryPointStaysAsItIs) {
 }
 
 // Fewer bytes than there are, so that the last structure is cut.
-TEST_F(RedactDump, ATableThatIsLongerThanTheEntryPointSaysIsMaskedAsAWhole) {
+TEST_F(RedactFile, ATableThatIsLongerThanTheEntryPointSaysIsMaskedAsAWhole) {
   const Bytes whole = *table::WriteDump(OneSystem());
   for (size_t stated = 4; stated < whole.size() - 0x20; ++stated) {
     Bytes dump = whole;
@@ -80,7 +99,7 @@ TEST_F(RedactDump, ATableThatIsLongerThanTheEntryPointSaysIsMaskedAsAWhole) {
   }
 }
 
-TEST_F(RedactDump, WhatLiesBehindTheStructuresIsBlankedAndSaid) {
+TEST_F(RedactFile, WhatLiesBehindTheStructuresIsBlankedAndSaid) {
   table::Table table = OneSystem();
   const Bytes junk = mSecrets.Number(20);
   table.structures.insert(table.structures.end(), junk.begin(), junk.end());
@@ -93,7 +112,7 @@ TEST_F(RedactDump, WhatLiesBehindTheStructuresIsBlankedAndSaid) {
   EXPECT_THAT(RunTvq({"export", Path("dump.bin")}).diagnostics, Not(HasSubstr("blanked")));
 }
 
-TEST_F(RedactDump, WindowsTablesAndTheTextOfDmidecodeAreMasked) {
+TEST_F(RedactFile, WindowsTablesAndTheTextOfDmidecodeAreMasked) {
   table::Table table = OneSystem();
   table.entryPoint = table::EntryPoint::kWindows;
   ExpectSafeSource(*table::WriteDump(table));
@@ -110,7 +129,7 @@ TEST_F(RedactDump, WindowsTablesAndTheTextOfDmidecodeAreMasked) {
   ExpectSafeSource(Bytes(text.begin(), text.end()));
 }
 
-TEST_F(RedactDump, AMistakeInASourceIsNotQuoted) {
+TEST_F(RedactFile, AMistakeInASourceIsNotQuoted) {
   const std::string secret = mSecrets.Text();
   for (const std::string& line :
        {"serial = " + secret, "serial = \"" + secret + "\" \"more\"", secret + " = 1",

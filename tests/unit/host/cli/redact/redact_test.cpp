@@ -134,6 +134,13 @@ TEST(RedactTable, MasksAnotherTextThatRepeatsANumber) {
   EXPECT_TRUE(Contains(masked, "Tag " + Mask("SYS4711") + ", sold"));
 }
 
+TEST(RedactTable, MasksARepeatedNumberThatAnotherIsPartOf) {
+  const Table table = Table::Of(test::BaseBoard{.serial = "AB471"},
+                                test::System{.serial = "AB4711XY", .sku = "Tag AB4711XY"},
+                                test::BaseBoard{.serial = "AB471"});
+  EXPECT_TRUE(Contains(Redacted(table.Bytes()), "Tag " + Mask("AB4711XY")));
+}
+
 TEST(RedactTable, LeavesTheNamesOfDevices) {
   Table table = Table::Of(test::Processor{.handle = 1, .designation = "CPU17", .serial = "CPU17"},
                           test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
@@ -205,6 +212,20 @@ TEST(RedactTable, MasksAHeaderThatIsAText) {
             Mask("SRV"));
   EXPECT_EQ(masked[1], ' ');
   EXPECT_EQ(Bytes(masked.begin() + 4, masked.end()), Bytes(' ' - 4 + 2));
+}
+
+// Also where the first character is the number of a type that has fields.
+TEST(RedactTable, LeavesNoValueBehindAHeaderThatIsAText) {
+  Bytes bytes = {39, ' ', 'R', 'V'};
+  bytes.resize(' ', 0x81);
+  bytes.insert(bytes.end(), {0, 0});
+  const Bytes masked = Redacted(bytes);
+  EXPECT_EQ(Bytes(masked.begin() + 4, masked.end()), Bytes(' ' - 4 + 2));
+}
+
+TEST(RedactTable, MasksAllStringsWhereOneIsNoText) {
+  const Table table = Table::Of(test::System{.manufacturer = "\x02\x1A"});
+  EXPECT_FALSE(Contains(Redacted(table.Bytes()), "Rack One"));
 }
 
 // Strings of control characters are none: the length before them is too small, and what comes next
