@@ -32,7 +32,7 @@ endif()
 # What is compiled once to be tested, and runs for milliseconds: optimising it, or describing its variables to a debugger,
 # takes longer than all its runs. Fuzzers run for hours, and are optimised.
 set(TVQ_TESTED OFF)
-if(TVQ_SANITIZE AND NOT TVQ_FUZZER)
+if((TVQ_SANITIZE OR TVQ_MUTATION) AND NOT TVQ_FUZZER)
   set(TVQ_TESTED ON)
   add_compile_options(-g1)
   add_link_options(-fuse-ld=lld)
@@ -56,7 +56,12 @@ endif()
 
 # Clang's -Wconversion also means -Wsign-conversion, which objects to every iterator that an index is added to.
 add_library(tvq_host_warnings INTERFACE)
-target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Wconversion -Wno-sign-conversion -Werror)
+if(TVQ_MUTATION)
+  # The changes have every warning.
+  target_compile_options(tvq_host_warnings INTERFACE -w -Wno-narrowing)
+else()
+  target_compile_options(tvq_host_warnings INTERFACE -Wall -Wextra -Wconversion -Wno-sign-conversion -Werror)
+endif()
 
 # What fuzzers watch: the code that reads input, and not what it stands on, which would take most of their time.
 add_library(tvq_fuzzed INTERFACE)

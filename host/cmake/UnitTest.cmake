@@ -25,10 +25,13 @@ if(GTest_FOUND)
   target_compile_options(tvq_test_main INTERFACE -O0)
 endif()
 
-# What runs the driver, for those who count or change its code: builds these programs, and lists them in a file.
-add_custom_target(tvq_driver_tests)
-file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/driver_tests.txt"
-     CONTENT "$<JOIN:$<TARGET_GENEX_EVAL:tvq_driver_tests,$<TARGET_PROPERTY:tvq_driver_tests,TVQ_PROGRAMS>>,\n>\n")
+# All unit tests, and those that run the driver: each of these targets builds its programs, and a file lists them with the
+# images and libraries of ours in them.
+foreach(list unit_tests driver_tests)
+  add_custom_target(tvq_${list})
+  file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/${list}.txt"
+       CONTENT "$<JOIN:$<TARGET_GENEX_EVAL:tvq_${list},$<TARGET_PROPERTY:tvq_${list},TVQ_PROGRAMS>>,\n>\n")
+endforeach()
 
 function(tvq_program_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "PROGRAM;PARTS;ONLY;SECONDS" "")
@@ -72,10 +75,15 @@ function(tvq_unit_test name)
     ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests" UNITY_BUILD ${TVQ_BATCHED_TESTS}
                        UNITY_BUILD_BATCH_SIZE 6)
   target_link_libraries(${name} PRIVATE ${images} ${arg_LIBRARIES} tvq_test_main tvq_host_warnings)
+  string(JOIN " " program "$<TARGET_FILE:${name}>" ${arg_IMAGES} ${arg_LIBRARIES})
+  set(lists unit_tests)
   if("driver" IN_LIST arg_IMAGES)
-    add_dependencies(tvq_driver_tests ${name})
-    set_property(TARGET tvq_driver_tests APPEND PROPERTY TVQ_PROGRAMS "$<TARGET_FILE:${name}>")
+    list(APPEND lists driver_tests)
   endif()
+  foreach(list IN LISTS lists)
+    add_dependencies(tvq_${list} ${name})
+    set_property(TARGET tvq_${list} APPEND PROPERTY TVQ_PROGRAMS "${program}")
+  endforeach()
   tvq_program_test(${name} PROGRAM "$<TARGET_FILE:${name}>" PARTS "${arg_PARTS}")
 
   set(sources)

@@ -1,7 +1,8 @@
 /*
- * main() of the unit tests over a driver whose operators, constants and statuses can be switched one at a time.
+ * main() of the unit tests over code whose operators, constants and statuses can be switched one at a time.
  *
- *   PROGRAM reach FILE   runs all tests; a line of the file for each: name, milliseconds, 1 if it passed, places reached
+ *   PROGRAM reach FILE   runs each test in a process of its own, and writes a line for each to the file: name,
+ *                        microseconds, 1 if it passed, the places it reached
  *   PROGRAM run          for each line `MUTANT SECONDS FILTER` on stdin: runs these tests with the mutant, in a process
  *                        of its own, and answers `MUTANT killed|slow TEST` or `MUTANT survived`
  *
@@ -14,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -21,48 +23,69 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "host/firmware/firmware.h"
+#include "tests/mutation/switch.h"
 
 namespace {
 
-constexpr size_t kMaxPoints = 1 << 18;
-
-}  // namespace
-
-// What the driver reads and writes. Number 0 is the driver as it is.
-extern "C" {
-extern unsigned gTvqHostMutant;
-extern unsigned char gTvqHostReached[kMaxPoints];
-unsigned gTvqHostMutant = 0;
-unsigned char gTvqHostReached[kMaxPoints];
-}
-
-namespace {
+using Clock = std::chrono::steady_clock;
 
 std::string NameOf(const testing::TestInfo& test) {
   return std::string(test.test_suite_name()) + "." + test.name();
 }
 
-/// Writes what each test reaches. What a suite's set-up reaches belongs to its first test.
-class Recorder : public testing::EmptyTestEventListener {
- public:
-  explicit Recorder(const std::string& path) : mFile(path) {}
-
-  void OnTestEnd(const testing::TestInfo& test) override {
-    mFile << NameOf(test) << ' ' << test.result()->elapsed_time() << ' ' << test.result()->Passed();
-    for (size_t point = 0; point < kMaxPoints; point++) {
-      if (gTvqHostReached[point] != 0) {
-        mFile << ' ' << point;
+std::vector<std::string> NamesOfTests() {
+  std::vector<std::string> names;
+  const testing::UnitTest& all = *testing::UnitTest::GetInstance();
+  for (int i = 0; i < all.total_test_suite_count(); i++) {
+    const testing::TestSuite& suite = *all.GetTestSuite(i);
+    for (int j = 0; j < suite.total_test_count(); j++) {
+      const std::string name = NameOf(*suite.GetTestInfo(j));
+      if (name.find("DISABLED_") == std::string::npos) {
+        names.push_back(name);
       }
     }
-    mFile << '\n';
-    std::memset(gTvqHostReached, 0, sizeof(gTvqHostReached));
   }
+  return names;
+}
 
- private:
-  std::ofstream mFile;
-};
+/// Runs one test, and adds its line to the file.
+[[noreturn]] void RecordTest(const std::string& name, const char* path) {
+  const Clock::time_point start = Clock::now();
+  GTEST_FLAG_SET(filter, name);
+  const int failed = RUN_ALL_TESTS();
+  const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+  std::ofstream file(path, std::ios::app);
+  file << name << ' ' << time.count() << ' ' << (failed == 0);
+  for (size_t point = 0; point < kTvqHostPoints; point++) {
+    if (gTvqHostReached[point] != 0) {
+      file << ' ' << point;
+    }
+  }
+  file << std::endl;
+  _exit(failed);
+}
+
+// Every test starts from where the program does: what is made once is made for each, and found to be reached by each.
+int RecordTests(const char* path) {
+  std::ofstream(path).close();
+  int failed = 0;
+  for (const std::string& name : NamesOfTests()) {
+    const pid_t child = fork();
+    if (child == 0) {
+      RecordTest(name, path);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+      std::perror("fork");
+      return 2;
+    }
+    failed += status != 0;
+  }
+  return failed == 0 ? 0 : 1;
+}
 
 /// Keeps the name of the running test where the parent process sees it, and gives each test the same
 /// time. Processor time ends an endless loop also on a busy machine, the alarm one that sleeps.
@@ -86,9 +109,19 @@ class Announcer : public testing::EmptyTestEventListener {
   unsigned mSeconds = 1;
 };
 
-[[noreturn]] void RunMutant(unsigned mutant, const std::string& filter) {
+// A mutant may ask for more memory than there is.
+void LimitResources() {
   constexpr rlimit kNone{0, 0};
+  constexpr rlimit kMemory{4ull << 30, 4ull << 30};
   setrlimit(RLIMIT_CORE, &kNone);
+  setrlimit(RLIMIT_FSIZE, &kMemory);
+#ifndef __SANITIZE_ADDRESS__
+  setrlimit(RLIMIT_AS, &kMemory);
+#endif
+}
+
+[[noreturn]] void RunMutant(unsigned mutant, const std::string& filter) {
+  LimitResources();
   if (std::freopen("/dev/null", "w", stdout) == nullptr ||
       std::freopen("/dev/null", "w", stderr) == nullptr) {
     std::abort();
@@ -146,7 +179,7 @@ int main(int argc, char** argv) {
     return RunMutants();
   }
   if (mode == "reach" && argc > 2) {
-    testing::UnitTest::GetInstance()->listeners().Append(new Recorder(argv[2]));
+    return RecordTests(argv[2]);
   }
   return RUN_ALL_TESTS();
 }

@@ -6,6 +6,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import json
 import pathlib
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -14,21 +15,24 @@ from scripts import ROOT
 
 sys.path.insert(0, str(ROOT / "tools" / "mutation"))
 
+import areas  # noqa: E402
 import programs  # noqa: E402
 import report  # noqa: E402
+import selection  # noqa: E402
 from mutant import Mutant  # noqa: E402
 
 
-def mutant(number, change="< -> <=", file="src/a.cpp", code="while (i < n) {"):
+def mutant(number, change="< -> <=", file="host/lint/a.cpp", code="while (i < n) {"):
     return Mutant(number=number, point=100 + number, file=file, line=number, code=code, change=change)
 
 
-def reported(outcomes, explanations=(), mutants=None):
+def reported(outcomes, explanations=(), mutants=None, left=None, is_part=False):
     mutants = mutants or [mutant(number) for number in outcomes]
-    return report.Report(mutants, {number: programs.Outcome(result) for number, result in outcomes.items()}, explanations)
+    return report.Report(mutants, {number: programs.Outcome(result) for number, result in outcomes.items()}, explanations,
+                         left or {}, is_part)
 
 
-EXPLANATION = report.Explanation("src/a.cpp", "while (i < n) {", "< -> <=", "n is never reached")
+EXPLANATION = report.Explanation("host/lint/a.cpp", "while (i < n) {", "< -> <=", "n is never reached")
 
 
 class Outcomes(unittest.TestCase):
@@ -38,7 +42,7 @@ class Outcomes(unittest.TestCase):
         self.assertEqual(result.share(), 50.0)
 
     def test_an_explained_change_counts_for_neither_side(self):
-        mutants = [mutant(1), mutant(2, change="< -> >="), mutant(3, file="src/b.cpp")]
+        mutants = [mutant(1), mutant(2, change="< -> >="), mutant(3, file="host/table/b.cpp")]
         result = reported({1: "survived", 2: "killed", 3: "killed"}, [EXPLANATION], mutants)
         self.assertEqual(result.result(mutants[0]), "equivalent")
         self.assertEqual((result.share(), result.survivors(), result.stale()), (0.0, [], []))
@@ -50,19 +54,31 @@ class Outcomes(unittest.TestCase):
         self.assertEqual(reported({1: "killed"}, [EXPLANATION], [mutant(1, code="for (;;) {")]).stale(), [EXPLANATION])
 
     def test_explanations_of_other_files_are_left_alone(self):
-        self.assertEqual(reported({1: "killed"}, [EXPLANATION], [mutant(1, file="src/b.cpp")]).stale(), [])
+        self.assertEqual(reported({1: "killed"}, [EXPLANATION], [mutant(1, file="host/table/b.cpp")]).stale(), [])
 
     def test_survivors_are_listed_with_place_change_and_code(self):
         details = reported({7: "survived"}).details()
-        self.assertEqual(details, "src/a.cpp:7: < -> <=\n    while (i < n) {")
+        self.assertEqual(details, "host/lint/a.cpp:7: < -> <=\n    while (i < n) {")
 
-    def test_the_table_has_a_line_for_each_file_and_one_for_all(self):
-        mutants = [mutant(1), mutant(2), mutant(3, file="src/b.cpp")]
-        table = reported({1: "killed", 2: "survived", 3: "slow"}, (), mutants).table().splitlines()
+    def test_a_run_of_a_part_finds_no_explanation_stale(self):
+        self.assertEqual(reported({1: "killed"}, [EXPLANATION], is_part=True).stale(), [])
+
+    def test_the_table_has_a_line_for_each_file_and_area_and_one_for_all(self):
+        mutants = [mutant(1), mutant(2), mutant(3, file="host/table/b.cpp")]
+        left = {"host/lint/a.cpp": 4, "host/table/b.cpp": 5}
+        table = reported({1: "killed", 2: "survived", 3: "slow"}, (), mutants, left).table().splitlines()
         self.assertEqual([line.split() for line in table[1:]],
-                         [["src/a.cpp", "2", "1", "0", "0", "1", "0", "50.0%"],
-                          ["src/b.cpp", "1", "0", "1", "0", "0", "0", "0.0%"],
-                          ["all", "3", "1", "1", "0", "1", "0", "33.3%"]])
+                         [["host/lint/a.cpp", "2", "1", "0", "0", "1", "0", "50.0%", "4"],
+                          ["host/table/b.cpp", "1", "0", "1", "0", "0", "0", "0.0%", "5"],
+                          ["table", "1", "0", "1", "0", "0", "0", "0.0%", "5"],
+                          ["lint", "2", "1", "0", "0", "1", "0", "50.0%", "4"],
+                          ["all", "3", "1", "1", "0", "1", "0", "33.3%", "9"]])
+
+    def test_every_area_has_to_be_good(self):
+        many = [mutant(number, file="host/table/b.cpp") for number in range(100)]
+        outcomes = {each.number: "killed" for each in many} | {100: "survived"}
+        self.assertFalse(reported(outcomes, (), [*many, mutant(100)]).is_good())
+        self.assertTrue(reported(outcomes, (), [*many, mutant(100, file="host/table/b.cpp")]).is_good())
 
     def test_json_holds_every_mutant_with_its_result(self):
         result = reported({1: "killed", 2: "survived"}).as_json()
@@ -89,15 +105,20 @@ class AnEarlierRun(unittest.TestCase):
 
 
 class Explanations(unittest.TestCase):
-    def read(self, text):
+    def read(self, *texts):
         with tempfile.TemporaryDirectory() as folder:
-            path = pathlib.Path(folder) / "equivalent.toml"
-            path.write_text(text, encoding="utf-8")
-            return report.read_explanations(path)
+            for number, text in enumerate(texts):
+                (pathlib.Path(folder) / f"{number}.toml").write_text(text, encoding="utf-8")
+            return report.read_explanations(pathlib.Path(folder))
 
     def test_one_reason_may_explain_several_changes_of_a_line(self):
         found = self.read('[[equivalent]]\nfile = "a"\ncode = "b"\nchanges = ["1 -> 2", "1 -> 0"]\nwhy = "c"\n')
         self.assertEqual([explanation.change for explanation in found], ["1 -> 2", "1 -> 0"])
+
+    def test_all_files_of_the_folder_count(self):
+        entry = '[[equivalent]]\nfile = "{}"\ncode = "b"\nchanges = ["1 -> 2"]\nwhy = "c"\n'
+        found = self.read(entry.format("a"), entry.format("d"))
+        self.assertEqual([explanation.file for explanation in found], ["a", "d"])
 
     def test_an_entry_without_a_reason_is_refused(self):
         with self.assertRaisesRegex(report.ExplanationError, "file, code, changes and why"):
@@ -108,23 +129,95 @@ class Explanations(unittest.TestCase):
             self.read("[[equivalent]\n")
 
     def test_every_explanation_of_the_tree_names_a_line_of_its_file(self):
-        for explanation in report.read_explanations(ROOT / "tests" / "mutation" / "equivalent.toml"):
+        explanations = report.read_explanations(ROOT / "tests" / "mutation" / "equivalent")
+        self.assertNotEqual(explanations, [])
+        for explanation in explanations:
             lines = (ROOT / explanation.file).read_text(encoding="utf-8").splitlines()
             self.assertIn(explanation.code, [line.strip() for line in lines], explanation.file)
 
 
+class Areas(unittest.TestCase):
+    def test_the_nearest_folder_above_a_file_tells_its_area(self):
+        for file, area in (("TvqSmbiosPkg/src/uefi/tvq.cpp", "driver"), ("TvqSmbiosPkg/Library/ZorvLib/pool.cpp", "driver"),
+                           ("TvqPlatformPkg/src/zvi/library.cpp", "platform"), ("TvqPlatformPkg/src/agent/state.cpp", "agent"),
+                           ("host/cli/input/state_file.cpp", "cli")):
+            self.assertEqual(areas.area_of(file), area, file)
+
+    def test_neither_tests_nor_foreign_code_is_in_one(self):
+        for file in ("tests/unit/a.cpp", "host/firmware/pool.cpp", "TvqPlatformPkg/src/xml/crt/string.h"):
+            self.assertIsNone(areas.area_of(file), file)
+
+
+class Selection(unittest.TestCase):
+    def setUp(self):
+        self.mutants = [mutant(number, code=f"line {number}") for number in range(1, 41)]
+        self.other = mutant(50, file="host/table/b.cpp")
+
+    def test_areas_and_sources_are_taken_by_name(self):
+        everything = [*self.mutants, self.other]
+        self.assertEqual(selection.named(everything, []), everything)
+        self.assertEqual(selection.named(everything, ["table"]), [self.other])
+        self.assertEqual(selection.named(everything, ["lint/a.cpp"]), self.mutants)
+
+    def test_a_name_of_nothing_is_refused(self):
+        with self.assertRaisesRegex(selection.SelectionError, "nothing to change in 'c.cpp'"):
+            selection.named(self.mutants, ["c.cpp"])
+
+    def test_a_sample_is_the_same_every_time_and_of_every_area(self):
+        first = selection.sample([*self.mutants, self.other], 5)
+        self.assertEqual(len(first), 6)
+        self.assertIn(self.other, first)
+        self.assertEqual(selection.sample([*self.mutants, self.other], 5), first)
+
+    def test_a_sample_of_more_than_there_are_is_all(self):
+        self.assertEqual(selection.sample(self.mutants, 100), self.mutants)
+
+    def test_a_diff_tells_the_lines_that_were_added_or_changed(self):
+        diff = ("--- a/host/lint/a.cpp\n+++ b/host/lint/a.cpp\n@@ -3 +3,2 @@ f\n+x\n+y\n@@ -9,2 +10,0 @@\n-z\n"
+                "--- a/host/table/b.cpp\n+++ b/host/table/b.cpp\n@@ -50,0 +50 @@\n+x\n")
+        lines = selection.added_lines(diff)
+        self.assertEqual(lines, {"host/lint/a.cpp": {3, 4}, "host/table/b.cpp": {50}})
+        self.assertEqual([found.number for found in selection.on_lines([*self.mutants, self.other], lines)], [3, 4, 50])
+
+    def test_every_line_of_a_new_file_counts(self):
+        self.assertEqual(selection.on_lines([*self.mutants, self.other], {"host/table/b.cpp": None}), [self.other])
+
+    def test_what_differs_from_a_revision_is_asked_of_git(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+
+            def git(*words):
+                subprocess.run(["git", "-C", folder, "-c", "user.name=a", "-c", "user.email=a@b", *words], check=True,
+                               capture_output=True)
+
+            git("init")
+            (root / "old.cpp").write_text("1\n2\n3\n", encoding="utf-8")
+            git("add", ".")
+            git("commit", "-m", "first")
+            (root / "old.cpp").write_text("1\ntwo\n3\n", encoding="utf-8")
+            (root / "new.cpp").write_text("1\n", encoding="utf-8")
+            self.assertEqual(selection.changed_lines(root, "HEAD"), {"old.cpp": {2}, "new.cpp": None})
+            with self.assertRaises(selection.SelectionError):
+                selection.changed_lines(root, "nonsense")
+
+
 class Tests(unittest.TestCase):
-    def program(self):
+    def program(self, count=1):
         program = programs.Program("/nowhere/tests", pathlib.Path("/nowhere"))
-        program.tests = [programs.Test("A.One", 0.1, frozenset({101})), programs.Test("A.Two", 1.5, frozenset({101, 102}))]
+        program.tests = [programs.Test("A.Long", 1.5, frozenset({101, 102})),
+                         *(programs.Test(f"A.Q{number}", 0.1 - number / 1000, frozenset({101})) for number in range(count))]
         return program
 
     def test_only_those_that_reach_a_mutant_run_with_it(self):
-        self.assertEqual(self.program().lines_for(mutant(2)), ["2 7 A.Two\n"])
+        self.assertEqual(self.program().lines_for(mutant(2)), ["2 7 A.Long\n"])
         self.assertEqual(self.program().lines_for(mutant(3)), [])
 
     def test_quick_ones_run_first_and_with_less_time(self):
-        self.assertEqual(self.program().lines_for(mutant(1)), ["1 1 A.One\n", "1 7 A.Two\n"])
+        self.assertEqual(self.program().lines_for(mutant(1)), ["1 1 A.Q0\n", "1 7 A.Long\n"])
+
+    def test_a_few_of_the_quickest_run_before_the_others(self):
+        self.assertEqual(self.program(10).lines_for(mutant(1)),
+                         ["1 1 A.Q9:A.Q8:A.Q7:A.Q6:A.Q5:A.Q4:A.Q3:A.Q2\n", "1 1 A.Q1:A.Q0\n", "1 7 A.Long\n"])
 
 
 if __name__ == "__main__":

@@ -25,7 +25,7 @@ done
 RunPrograms() {
   local program
   find "$BUILD/coverage" -name '*.gcda' -delete
-  while read -r program; do
+  while read -r program _; do
     (cd "$(dirname "$program")" && "$program" --gtest_brief=1) || return
   done <"$1"
 }

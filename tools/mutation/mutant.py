@@ -1,4 +1,4 @@
-"""One change of the driver.
+"""One change of the code.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """

@@ -1,45 +1,50 @@
 #!/usr/bin/env python3
-"""Changes the driver one operator, constant or status at a time, and runs the tests that reach the change.
+"""Changes the code one operator, constant or status at a time, and runs the tests that reach the change.
 
-usage: mutate.py write ROOT PLAIN-BUILD TREE      writes the driver with all changes in it, and mutants.json
-       mutate.py run ROOT TREE BUILD [SOURCE...] [--jobs N] [--tests REGEX] [--json FILE]
-                                                  runs the test programs that BUILD made of it
+usage: mutate.py write ROOT PLAIN-BUILD TREE [--jobs N]
+                         copies the repository with all changes in it, and writes TREE.json
+       mutate.py targets TREE BUILD [NAME...] [--tests REGEX]
+                         names the test programs that contain what is named
+       mutate.py run ROOT TREE BUILD [NAME...] [--jobs N] [--changed[=REV]] [--sample N] [--tests REGEX] [--json FILE]
+                     [--again FILE]
+                         runs the test programs that BUILD made of it
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import argparse
+import concurrent.futures
 import dataclasses
 import json
 import pathlib
 import re
 import sys
+import tempfile
 import time
 
 import programs
 import report
+import selection
+from areas import AREAS, area_of
 from mutant import Mutant
+
+
+def _list_of(tree):
+    """Where the mutants of a tree are listed."""
+    return tree.with_name(f"{tree.name}.json")
 
 
 def write(arguments):
     import sources  # libclang is wanted here alone
 
     root, tree = arguments.root.resolve(), arguments.tree.resolve()
-    mutants = sources.write_changed(root, arguments.plain.resolve(), tree)
-    text = json.dumps([dataclasses.asdict(mutant) for mutant in mutants], indent=1)
-    (tree / "mutants.json").write_text(text, encoding="utf-8")
+    changed, uncompiled = sources.write_changed(root, arguments.plain.resolve(), tree, arguments.jobs)
+    mutants = [dataclasses.asdict(mutant) for file in changed.values() for mutant in file.mutants]
+    left = {name: file.left for name, file in changed.items()}
+    _list_of(tree).write_text(json.dumps({"mutants": mutants, "left": left, "uncompiled": uncompiled}, indent=1),
+                              encoding="utf-8")
     print(f"{len(mutants)} mutants")
     return 0
-
-
-def read_mutants(tree, wanted):
-    """The mutants of the sources that are named, or of all."""
-    entries = json.loads((tree / "mutants.json").read_text(encoding="utf-8"))
-    mutants = [Mutant(**entry) for entry in entries]
-    for name in wanted:
-        if not any(mutant.file.endswith(name) for mutant in mutants):
-            sys.exit(f"mutate: there is nothing to change in '{name}'")
-    return [mutant for mutant in mutants if not wanted or any(mutant.file.endswith(name) for name in wanted)]
 
 
 def note(text):
@@ -57,36 +62,76 @@ class Run:
     def _take(self, mutant, outcome):
         self.outcomes[mutant.number] = outcome
 
-    def through(self, program):
+    def through(self, program, scratch):
         start = time.monotonic()
-        programs.run_mutants(program, self._alive, self._jobs, self._take)
+        reached = programs.run_mutants(program, self._alive, self._jobs, scratch, self._take)
         before = len(self._alive)
         self._alive = [mutant for mutant in self._alive if self.outcomes[mutant.number].result not in report.KILLED]
-        note(f"{program.name}: {before - len(self._alive)} of {before} killed ({time.monotonic() - start:.0f} s)")
+        if reached:
+            note(f"{program.name}: {before - len(self._alive)} of {reached} killed, "
+                 f"{before} were alive ({time.monotonic() - start:.0f} s)")
+
+
+def _listed(tree):
+    return json.loads(_list_of(tree).read_text(encoding="utf-8"))
+
+
+def _mutants(listed, names):
+    return selection.named([Mutant(**entry) for entry in listed["mutants"]], names)
+
+
+def _program_paths(build, mutants, pattern):
+    """The test programs that contain the mutants' files."""
+    wanted = frozenset().union(*(AREAS[area_of(file)].contents for file in {mutant.file for mutant in mutants}))
+    lines = [line.split() for line in (build / "unit_tests.txt").read_text(encoding="utf-8").splitlines()]
+    return [pathlib.Path(path) for path, *contents in lines
+            if wanted & set(contents) and re.search(pattern, pathlib.Path(path).name)]
+
+
+def targets(arguments):
+    mutants = _mutants(_listed(arguments.tree), arguments.names)
+    print(" ".join(path.name for path in _program_paths(arguments.build, mutants, arguments.tests)))
+    return 0
+
+
+def _programs(paths, scratch, jobs):
+    """The test programs, with what each of their tests reaches."""
+    found = [programs.Program(path, scratch) for path in paths]
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        list(pool.map(programs.Program.reach, found))
+    return sorted(found, key=lambda program: program.seconds)
 
 
 def run(arguments):
-    mutants = read_mutants(arguments.tree, arguments.sources)
+    everything = _listed(arguments.tree)
+    mutants = _mutants(everything, arguments.names)
+    paths = _program_paths(arguments.build, mutants, arguments.tests)
+    if arguments.changed is not None:
+        mutants = selection.on_lines(mutants, selection.changed_lines(arguments.root, arguments.changed))
+    if arguments.sample:
+        mutants = selection.sample(mutants, arguments.sample)
+    if not mutants:
+        print("mutate: there is nothing to change")
+        return 0
     scratch = arguments.build.resolve() / "mutation"
     scratch.mkdir(exist_ok=True)
-    listed = (arguments.build / "driver_tests.txt").read_text(encoding="utf-8").split()
-    all_programs = [programs.Program(path, scratch) for path in listed
-                    if re.search(arguments.tests, pathlib.Path(path).name)]
-    for program in all_programs:
-        program.reach()
+    all_programs = _programs(paths, scratch, arguments.jobs)
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
     killed = report.killed_before(arguments.again, mutants) if arguments.again else {}
     progress = Run(mutants, killed, arguments.jobs)
-    for program in sorted(all_programs, key=lambda program: program.seconds):
-        progress.through(program)
-    explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent.toml")
-    result = report.Report(mutants, progress.outcomes, explanations)
+    for program in all_programs:
+        # What a mutant leaves behind goes with the folder.
+        with tempfile.TemporaryDirectory(dir=scratch, ignore_cleanup_errors=True) as folder:
+            progress.through(program, folder)
+    is_part = arguments.changed is not None or bool(arguments.sample)
+    explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
+    result = report.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     if arguments.json:
         arguments.json.write_text(json.dumps(result.as_json(), indent=1) + "\n", encoding="utf-8")
-    for part in (result.details(), result.table()):
+    for part in (result.details(), result.table(), selection.uncompiled(everything["uncompiled"], arguments.names)):
         if part:
             print(part)
-    return 0 if result.share() < report.TARGET and not result.stale() else 1
+    return 0 if result.is_good() else 1
 
 
 def main():
@@ -95,20 +140,29 @@ def main():
     action = actions.add_parser("write")
     for name in ("root", "plain", "tree"):
         action.add_argument(name, type=pathlib.Path)
+    action.add_argument("--jobs", type=int, default=1)
     action.set_defaults(action=write)
+    action = actions.add_parser("targets")
+    for name in ("tree", "build"):
+        action.add_argument(name, type=pathlib.Path)
+    action.add_argument("--tests", default="")
+    action.add_argument("names", nargs="*")
+    action.set_defaults(action=targets)
     action = actions.add_parser("run")
     for name in ("root", "tree", "build"):
         action.add_argument(name, type=pathlib.Path)
     action.add_argument("--jobs", type=int, default=1)
+    action.add_argument("--changed")
+    action.add_argument("--sample", type=int)
     action.add_argument("--tests", default="")
     action.add_argument("--json", type=pathlib.Path)
     action.add_argument("--again", type=pathlib.Path)
-    action.add_argument("sources", nargs="*")
+    action.add_argument("names", nargs="*")
     action.set_defaults(action=run)
     arguments = parser.parse_args()
     try:
         return arguments.action(arguments)
-    except (OSError, programs.TestFailure, report.ExplanationError) as error:
+    except (OSError, programs.TestFailure, report.ExplanationError, selection.SelectionError) as error:
         print(f"mutate: {error}", file=sys.stderr)
         return 2
 

@@ -5,6 +5,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import concurrent.futures
 import dataclasses
+import os
 import pathlib
 import queue
 import subprocess
@@ -12,6 +13,8 @@ import subprocess
 
 # Seconds. A mutant that loops for ever is found by quick tests, which are given little time.
 _QUICK = 0.2
+# So many of the quickest tests run before the others: most mutants do not survive them.
+_FIRST = 8
 
 
 class TestFailure(Exception):
@@ -20,7 +23,7 @@ class TestFailure(Exception):
 
 @dataclasses.dataclass
 class Test:
-    """A test of a program, and the places of the driver that it reaches."""
+    """A test of a program, and the places of the code that it reaches."""
     name: str
     seconds: float
     points: frozenset
@@ -45,26 +48,32 @@ class Program:
         self.seconds = 0.0
 
     def reach(self):
-        """Runs all tests once, without a mutant."""
-        with open(self._log, "w", encoding="utf-8") as log:
-            status = subprocess.run([self.path, "reach", self._record], stdout=log, stderr=log, cwd=self.path.parent,
-                                    check=False).returncode
-        failed = []
+        """Runs all tests once, without a mutant, unless that was done since the program was built."""
+        if not self._record.is_file() or self._record.stat().st_mtime < self.path.stat().st_mtime:
+            self._run_tests()
         for line in self._record.read_text(encoding="utf-8").splitlines():
-            name, milliseconds, passed, *points = line.split()
-            self.tests.append(Test(name, int(milliseconds) / 1000, frozenset(map(int, points))))
-            if passed != "1":
-                failed.append(name)
-        if status != 0:
-            raise TestFailure(f"{self.name} fails without a mutant ({', '.join(failed[:3]) or status}); see {self._log}")
+            name, microseconds, _, *points = line.split()
+            self.tests.append(Test(name, int(microseconds) / 1e6, frozenset(map(int, points))))
         self.seconds = sum(test.seconds for test in self.tests)
 
+    def _run_tests(self):
+        fresh = self._record.with_suffix(".new")
+        with open(self._log, "w", encoding="utf-8") as log:
+            status = subprocess.run([self.path, "reach", fresh], stdout=log, stderr=log, cwd=self.path.parent,
+                                    check=False).returncode
+        if status != 0:
+            lines = map(str.split, fresh.read_text(encoding="utf-8").splitlines()) if fresh.is_file() else ()
+            failed = [words[0] for words in lines if words[2] != "1"]
+            raise TestFailure(f"{self.name} fails without a mutant ({', '.join(failed[:3]) or status}); see {self._log}")
+        fresh.replace(self._record)
+
     def lines_for(self, mutant):
-        """What the program is told to run: the quick tests that reach the mutant, then the others."""
-        tests = [test for test in self.tests if mutant.point in test.points]
-        quick = [test for test in tests if test.seconds < _QUICK]
+        """What the program is told to run: the quickest tests that reach the mutant, then the others."""
+        tests = sorted((test for test in self.tests if mutant.point in test.points), key=lambda test: test.seconds)
+        quick = sum(test.seconds < _QUICK for test in tests)
+        first = min(quick, _FIRST)
         lines = []
-        for group in (quick, [test for test in tests if test not in quick]):
+        for group in (tests[:first], tests[first:quick], tests[quick:]):
             if group:
                 # An endless loop shows by taking several times as long as the test does.
                 limit = 1 + int(4 * max(test.seconds for test in group))
@@ -75,9 +84,10 @@ class Program:
 class _Worker:
     """One running copy of a program, which takes a mutant after another."""
 
-    def __init__(self, program):
+    def __init__(self, program, folder):
         self._process = subprocess.Popen([program.path, "run"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                         stderr=subprocess.DEVNULL, cwd=program.path.parent, text=True)
+                                         stderr=subprocess.DEVNULL, cwd=program.path.parent, text=True,
+                                         env=os.environ | {"TMPDIR": folder, "TEST_TMPDIR": folder})
 
     def run(self, lines):
         """Runs the lines until one kills the mutant."""
@@ -100,14 +110,15 @@ class _Worker:
         self._process.wait()
 
 
-def run_mutants(program, mutants, jobs, report):
-    """Runs the mutants that the program reaches; calls report(mutant, outcome) for each."""
+def run_mutants(program, mutants, jobs, folder, report):
+    """Runs the mutants that the program reaches, its files going to a folder of each worker's own; calls
+    report(mutant, outcome) for each, and returns how many there were."""
     lines = [(mutant, found) for mutant in mutants if (found := program.lines_for(mutant))]
-    if not lines:
-        return
     workers = queue.SimpleQueue()
-    for _ in range(min(jobs, len(lines))):
-        workers.put(_Worker(program))
+    for number in range(min(jobs, len(lines))):
+        own = pathlib.Path(folder, f"{number}")
+        own.mkdir()
+        workers.put(_Worker(program, str(own)))
 
     def run(item):
         worker = workers.get()
@@ -121,3 +132,4 @@ def run_mutants(program, mutants, jobs, report):
             report(mutant, outcome)
     while not workers.empty():
         workers.get().close()
+    return len(lines)

@@ -1,4 +1,4 @@
-"""What became of the mutants: a table by file, the survivors, and the same as JSON.
+"""What became of the mutants: a table by file and area, the survivors, and the same as JSON.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -8,6 +8,7 @@ import dataclasses
 import json
 import tomllib
 
+from areas import AREAS, area_of
 from mutant import Mutant
 from programs import Outcome
 
@@ -31,8 +32,12 @@ class Explanation:
         return (self.file, self.code, self.change) == (mutant.file, mutant.code, mutant.change)
 
 
-def read_explanations(path):
-    """The changes that are shown to be none."""
+def read_explanations(folder):
+    """The changes that are shown to be none, of all files in a folder."""
+    return [explanation for path in sorted(folder.glob("*.toml")) for explanation in _read_file(path)]
+
+
+def _read_file(path):
     try:
         with open(path, "rb") as file:
             entries = tomllib.load(file).get("equivalent", [])
@@ -69,10 +74,13 @@ def killed_before(path, mutants):
 
 
 class Report:
-    """The mutants of one run with their outcomes."""
+    """The mutants of one run with their outcomes. `left` says of each file how many operators cannot be changed; of
+    files of which only a part was run, `is_part`, no explanation is out of date."""
 
-    def __init__(self, mutants, outcomes, explanations):
+    def __init__(self, mutants, outcomes, explanations, left, is_part=False):
         self.mutants = mutants
+        self._left = left
+        self._is_part = is_part
         self._outcomes = outcomes
         self._explained = {mutant.number: explanation.why for mutant in mutants for explanation in explanations
                            if explanation.covers(mutant)}
@@ -94,24 +102,35 @@ class Report:
 
     def stale(self):
         """Explanations of changes that tests tell after all, or that there are no more."""
+        if self._is_part:
+            return []
         files = {mutant.file for mutant in self.mutants}
         alive = [mutant for mutant in self.mutants if self.result(mutant) == "equivalent"]
         return [explanation for explanation in self._explanations if explanation.file in files and
                 not any(explanation.covers(mutant) for mutant in alive)]
 
+    def _areas(self):
+        groups = {area: [mutant for mutant in self.mutants if area_of(mutant.file) == area] for area in AREAS}
+        return {area: group for area, group in groups.items() if group}
+
+    def is_good(self):
+        """Whether few enough survive in every area."""
+        return not self.stale() and all(self.share(group) < TARGET for group in self._areas().values())
+
     def table(self):
-        """A line for each file and one for all of them."""
+        """A line for each file, for each area and for all of them."""
         width = max(len(mutant.file) for mutant in self.mutants)
-        lines = [f"{'file':{width}}  mutants  killed  endless  equivalent  survive  unreached   share"]
-        groups = {}
+        lines = [f"{'file':{width}}  mutants  killed  endless  equivalent  survive  unreached   share  left alone"]
+        files = {}
         for mutant in self.mutants:
-            groups.setdefault(mutant.file, []).append(mutant)
-        for name, group in [*groups.items(), ("all", self.mutants)]:
+            files.setdefault(mutant.file, []).append(mutant)
+        for name, group in [*files.items(), *self._areas().items(), ("all", self.mutants)]:
             results = [self.result(mutant) for mutant in group]
             counts = {key: results.count(key) for key in ("killed", "slow", "equivalent", "survived", "unreached")}
+            left = sum(self._left.get(file, 0) for file in {mutant.file for mutant in group})
             lines.append(f"{name:{width}}  {len(group):7}  {counts['killed']:6}  {counts['slow']:7}  "
                          f"{counts['equivalent']:10}  {counts['survived']:7}  {counts['unreached']:9}  "
-                         f"{self.share(group):5.1f}%")
+                         f"{self.share(group):5.1f}%  {left:10}")
         return "\n".join(lines)
 
     def details(self):

@@ -2,7 +2,9 @@
 
 Where the source says `a < b`, the new one evaluates both operands once and compares them with `<`, `<=` or `>=`, as
 gTvqHostMutant tells; and it notes in gTvqHostReached that the place was reached. The lines stay where they are.
-Nothing is changed where the language wants a constant (bounds of arrays, cases, template arguments, constexpr).
+Nothing is changed where the language wants a constant (bounds of arrays, cases, template arguments, constexpr), nor in
+the default values of members and parameters and what is initialised before main(). Whoever parses the new text
+and finds a line that does not compile has it written again with that line barred: the operators there are left alone.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -23,13 +25,19 @@ _OPERATORS = {
     "+=": ("-=",), "-=": ("+=",), "*=": ("+=",), "/=": ("*=",), "<<=": (">>=",), ">>=": ("<<=",), "&=": ("|=",),
     "|=": ("&=",), "^=": ("&=",), "++": ("--",), "--": ("++",)}
 _LOGICAL = ("&&", "||")
-_COMPARISONS = ("<", "<=", ">", ">=", "==", "!=")
+_OPPOSITES = {"<": ">=", "<=": ">", ">": "<=", ">=": "<", "==": "!=", "!=": "=="}
+_COMPARISONS = tuple(_OPPOSITES)
 
 _FUNCTIONS = (K.FUNCTION_DECL, K.CXX_METHOD, K.CONSTRUCTOR, K.DESTRUCTOR, K.CONVERSION_FUNCTION, K.FUNCTION_TEMPLATE)
 _SCOPES = (K.NAMESPACE, K.LINKAGE_SPEC, K.UNEXPOSED_DECL, K.CLASS_DECL, K.STRUCT_DECL, K.CLASS_TEMPLATE, K.UNION_DECL,
            K.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION)
 _INTEGERS = (T.CHAR_U, T.UCHAR, T.CHAR16, T.CHAR32, T.USHORT, T.UINT, T.ULONG, T.ULONGLONG, T.CHAR_S, T.SCHAR, T.WCHAR,
              T.SHORT, T.INT, T.LONG, T.LONGLONG)
+
+# What is copied to be used twice; anything else is held by a reference.
+_SCALARS = _INTEGERS + (T.BOOL, T.ENUM, T.FLOAT, T.DOUBLE, T.LONGDOUBLE, T.POINTER, T.MEMBERPOINTER, T.NULLPTR,
+                        T.CONSTANTARRAY)
+_LITERALS = (K.INTEGER_LITERAL, K.CHARACTER_LITERAL, K.CXX_BOOL_LITERAL_EXPR)
 
 # Macros that stand for a function; while the source is parsed they are functions of names as long, so that what they
 # are given is seen.
@@ -47,10 +55,16 @@ def stand_in(text):
 
 
 class Schema:
-    """The new text of one file, and the mutants in it, numbered from `first`."""
+    """The new text of one file, and the mutants in it, numbered from `first`. Operators on the lines `barred` are left
+    alone, and so is what spans one of the lines `spanned`; `left` counts them. The static variables of functions are
+    initialised at run time where the code is `hosted`."""
 
-    def __init__(self, unit, path, name, text, first):
+    def __init__(self, unit, path, name, text, first, hosted, barred=(), spanned=()):
         self._source = text.encode()
+        self._hosted = hosted
+        self._barred = barred
+        self._spanned = spanned
+        self.left = 0
         self._path = str(path)
         self._name = name
         self._first = first
@@ -59,7 +73,8 @@ class Schema:
         self.mutants = []
         self._macros = self._macros_of(unit)
         self._rows = set(self._rows_of(unit.cursor))
-        self.text = DECLARATIONS + self._scope(unit.cursor)
+        changed = self._scope(unit.cursor)
+        self.text = DECLARATIONS + changed if self.mutants else text
 
     # The tree, from the outside in.
 
@@ -71,19 +86,25 @@ class Schema:
         if cursor.kind in _SCOPES:
             return self._scope(cursor)
         if cursor.kind in _FUNCTIONS:
-            # Parameters may have default values, which are no code of the function.
-            return self._splice(cursor, self._body) if cursor.is_definition() and not self._constant(cursor) else None
+            if not cursor.is_definition():
+                return None
+            return self._leave(cursor) if self._constant(cursor) else self._splice(cursor, self._body)
         if cursor.kind == K.LAMBDA_EXPR:
             return self._splice(cursor, self._body)
         if cursor.kind in (K.VAR_DECL, K.INIT_LIST_EXPR, K.UNEXPOSED_EXPR, K.CALL_EXPR):
             # Tables of functions.
             return self._splice(cursor, self._declaration)
-        return None
+        return self._leave(cursor) if cursor.kind == K.FIELD_DECL else None
 
     def _body(self, cursor):
         if cursor.kind == K.COMPOUND_STMT or cursor.kind.is_expression():
             return self._rewrite(cursor)
-        return None
+        return self._leave(cursor) if cursor.kind == K.PARM_DECL else None
+
+    def _leave(self, cursor):
+        """Nothing new, for what cannot be changed at run time."""
+        self.left += sum(child.kind in (K.BINARY_OPERATOR, K.UNARY_OPERATOR, *_LITERALS) and self._here(child)
+                         for child in cursor.walk_preorder())
 
     def _constant(self, cursor):
         """Whether the declaration begins with constexpr."""
@@ -100,9 +121,24 @@ class Schema:
     def _rewrite(self, cursor):
         macro = self._macro_at(cursor)
         if macro is not None:
-            return self._macro(cursor, macro)
+            return None if self._is_barred(cursor) else self._macro(cursor, macro)
         name = "_" + cursor.kind.name.lower()
-        return getattr(self, name)(cursor) if hasattr(self, name) else self._splice(cursor, self._rewrite)
+        if not hasattr(self, name) or name in _CHANGED and self._is_barred(cursor):
+            return self._splice(cursor, self._rewrite)
+        return getattr(self, name)(cursor)
+
+    def _is_barred(self, cursor):
+        """Whether the changes here did not compile."""
+        lines = range(cursor.extent.start.line, cursor.extent.end.line + 1)
+        barred = self._line(cursor) in self._barred or any(line in self._spanned for line in lines)
+        self.left += barred
+        return barred
+
+    @staticmethod
+    def _line(cursor):
+        """Where a change of it stands: that of a binary operator where the operator does."""
+        binary = cursor.kind in (K.BINARY_OPERATOR, K.COMPOUND_ASSIGNMENT_OPERATOR)
+        return (next(cursor.get_children()).extent.end if binary else cursor.extent.start).line
 
     def _compound_stmt(self, cursor):
         return self._splice(cursor, self._rewrite)
@@ -112,8 +148,11 @@ class Schema:
 
     def _var_decl(self, cursor):
         start, end = self._extent(cursor)
-        if self._constant(cursor) or cursor.storage_class.name == "STATIC":
+        if self._constant(cursor):
             return None
+        if cursor.storage_class.name == "STATIC" and not self._hosted:
+            self._leave(cursor)
+            return self._splice(cursor, self._declaration)
         # Only what it is initialised with.
         match = re.compile(rb"[={(]").search(self._source, cursor.location.offset, end)
         if match is None:
@@ -127,6 +166,12 @@ class Schema:
     def _type_alias_decl(self, _):
         return None
 
+    def _enum_decl(self, _):
+        return None
+
+    def _struct_decl(self, cursor):
+        return self._scope(cursor)
+
     def _lambda_expr(self, cursor):
         return self._splice(cursor, self._body)
 
@@ -135,26 +180,51 @@ class Schema:
         return self._splice(cursor, lambda child: None if child == children[0] else self._rewrite(child))
 
     def _if_stmt(self, cursor):
-        if re.match(rb"if\s+constexpr", self._source[self._extent(cursor)[0]:]):
-            children = list(cursor.get_children())
-            return self._splice(cursor, lambda child: None if child == children[0] else self._rewrite(child))
-        return self._with_condition(cursor)
-
-    def _with_condition(self, cursor):
         children = list(cursor.get_children())
-        return self._splice(cursor, lambda child: self._condition(child) if child == children[0] else self._rewrite(child))
+        if re.match(rb"if\s+constexpr", self._source[self._extent(cursor)[0]:]):
+            return self._splice(cursor, lambda child: None if child == children[0] else self._rewrite(child))
+        if children[0].kind == K.VAR_DECL and children[0].spelling and children[1].kind != K.DECL_STMT:
+            return self._splice(cursor, lambda child: self._declared_condition(child) if child == children[0] else
+                                self._rewrite(child))
+        return self._with_condition(cursor, next(child for child in children if child.kind != K.DECL_STMT))
+
+    def _declared_condition(self, cursor):
+        """`if (T x = y)` becomes `if (T x = y; x)`, whose condition can be negated."""
+        if self._is_barred(cursor):
+            return self._rewrite(cursor)
+        declaration = self._rewrite(cursor) or self._text(cursor)
+        return f"{declaration}; {self._negated(cursor, cursor.spelling, cursor.spelling)}"
+
+    def _with_condition(self, cursor, condition=None):
+        condition = condition or next(cursor.get_children())
+        return self._splice(cursor, lambda child: self._condition(child) if child == condition else self._rewrite(child))
 
     _while_stmt = _with_condition
     _conditional_operator = _with_condition
 
+    def _do_stmt(self, cursor):
+        return self._with_condition(cursor, list(cursor.get_children())[1])
+
+    def _for_stmt(self, cursor):
+        return self._splice(cursor, lambda child: self._condition(child) if self._between_semicolons(child) else
+                            self._rewrite(child))
+
+    def _between_semicolons(self, cursor):
+        start, end = self._extent(cursor)
+        return (cursor.kind.is_expression() and self._source[:start].rstrip().endswith(b";") and
+                self._source[end:].lstrip().startswith(b";"))
+
     def _condition(self, cursor):
         """An expression that is taken for true or false: negated, unless its own operator will do."""
-        if not cursor.kind.is_expression() or self._decides(cursor):
+        if not cursor.kind.is_expression() or self._decides(cursor) or self._is_barred(cursor):
             return self._rewrite(cursor)
+        return self._negated(cursor, self._rewrite(cursor) or self._text(cursor), self._short(cursor))
+
+    def _negated(self, cursor, text, short):
         point = self._point()
-        number = self._mutant(cursor, point, f"{self._short(cursor)} -> !({self._short(cursor)})")
-        inner = self._rewrite(cursor) or self._text(cursor)
-        return self._expression(point, f"const bool tvqC = static_cast<bool>({inner});", f"{self._is(number)} ? !tvqC : tvqC")
+        number = self._mutant(cursor, point, f"{short} -> !({short})")
+        return self._expression(cursor, point, f"const bool tvqC = static_cast<bool>({text});",
+                                f"{self._is(number)} ? !tvqC : tvqC")
 
     def _decides(self, cursor):
         while cursor.kind in (K.UNEXPOSED_EXPR, K.PAREN_EXPR):
@@ -164,7 +234,24 @@ class Schema:
             cursor = children[0]
         if cursor.kind == K.UNARY_OPERATOR:
             return self._text(cursor).startswith("!")
+        if cursor.kind == K.CALL_EXPR:
+            return self._overloaded(cursor) in _OPPOSITES
         return cursor.kind == K.BINARY_OPERATOR and self._operator(cursor) in _LOGICAL + _COMPARISONS
+
+    @staticmethod
+    def _overloaded(cursor):
+        """The operator that a call stands for; the name of the function, when it is an ordinary one."""
+        return cursor.spelling.removeprefix("operator")
+
+    def _call_expr(self, cursor):
+        text = self._splice(cursor, self._rewrite)
+        operator = self._overloaded(cursor)
+        if operator not in _OPPOSITES or self._is_barred(cursor):
+            return text
+        point = self._point()
+        # What is compared may be no value that can be copied: the result is changed, not the operator.
+        number = self._mutant(cursor, point, f"{operator} -> {_OPPOSITES[operator]}", next(cursor.get_children()))
+        return f"(gTvqHostReached[{point}] = 1, {self._is(number)} != static_cast<bool>({text}))"
 
     def _operator(self, cursor):
         left, right = (self._extent(child) for child in cursor.get_children())
@@ -183,10 +270,12 @@ class Schema:
         if operator in _LOGICAL:
             switched = self._is(numbers[0][1])
             either = switched if operator == "&&" else f"!{switched}"
-            return self._expression(point, f"const bool tvqL = static_cast<bool>({left}); const bool tvqO = {either};",
+            return self._expression(cursor, point, f"const bool tvqL = static_cast<bool>({left}); const bool tvqO = {either};",
                                     f"(tvqO ? !tvqL : tvqL) ? static_cast<bool>({right}) : tvqO")
         choices = "".join(f"{self._is(number)} ? tvqL {other} tvqR : " for other, number in numbers)
-        return self._expression(point, f"auto tvqL = ({left}); auto tvqR = ({right});", f"{choices}tvqL {operator} tvqR")
+        held = "auto" if all(child.type.get_canonical().kind in _SCALARS for child in children) else "auto&&"
+        return self._expression(cursor, point, f"{held} tvqL = ({left}); {held} tvqR = ({right});",
+                                f"{choices}tvqL {operator} tvqR")
 
     @staticmethod
     def _difference(children):
@@ -199,7 +288,7 @@ class Schema:
         point = self._point()
         other = _OPERATORS[operator][0]
         number = self._mutant(cursor, point, f"{operator} -> {other}", next(cursor.get_children()))
-        return self._expression(point, f"auto tvqR = ({value});",
+        return self._expression(cursor, point, f"auto tvqR = ({value});",
                                 f"{self._is(number)} ? ({target} {other} tvqR) : ({target} {operator} tvqR)")
 
     def _unary_operator(self, cursor):
@@ -216,7 +305,7 @@ class Schema:
         if operator == "!":
             point = self._point()
             number = self._mutant(cursor, point, f"!{self._short(child)} -> {self._short(child)}")
-            return self._expression(point, f"const bool tvqC = static_cast<bool>({text});",
+            return self._expression(cursor, point, f"const bool tvqC = static_cast<bool>({text});",
                                     f"{self._is(number)} ? tvqC : !tvqC")
         point = self._point()
         other = _OPERATORS[operator][0]
@@ -264,17 +353,19 @@ class Schema:
 
     def _macro(self, cursor, name):
         if name.startswith("EFI_") and self._is_status(name):
-            others = ["EFI_CRC_ERROR"] + ([] if name == "EFI_SUCCESS" else ["EFI_SUCCESS"])
+            others = [other for other in ("EFI_CRC_ERROR", "EFI_SUCCESS") if other != name]
             return self._choice(cursor, name, others)
-        # The number of a source line means nothing.
-        if name != "__LINE__" and self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
+        # The number of a source line means nothing, and errno is no constant.
+        if name not in ("__LINE__", "errno") and self._is_integer(cursor) and cursor.type.get_canonical().kind != T.ENUM:
             return self._changed_constant(cursor, self._text(cursor))
         return None
 
     @staticmethod
     def _is_status(name):
         return re.fullmatch(r"EFI_(SUCCESS|UNSUPPORTED|ABORTED|NOT_\w+|OUT_OF_\w+|INVALID_\w+|BUFFER_TOO_SMALL|"
-                            r"ALREADY_STARTED|ACCESS_DENIED|DEVICE_ERROR|LOAD_ERROR)", name) is not None
+                            r"BAD_BUFFER_SIZE|ALREADY_STARTED|ACCESS_DENIED|WRITE_PROTECTED|DEVICE_ERROR|LOAD_ERROR|"
+                            r"NO_\w+|MEDIA_CHANGED|VOLUME_\w+|INCOMPATIBLE_VERSION|COMPROMISED_DATA|END_OF_FILE|"
+                            r"SECURITY_VIOLATION|CRC_ERROR|WARN_\w+)", name) is not None
 
     def _is_integer(self, cursor):
         return cursor.type.get_canonical().kind in _INTEGERS + (T.ENUM,)
@@ -285,7 +376,8 @@ class Schema:
         if not re.fullmatch(r"0[uUlL]*|0x0+|'\\0'", text):
             others.append(f"({text} - 1)")
             signs.append("- 1")
-        return self._choice(cursor, f"({text})", others, signs)
+        # Of the type that it was: overloaded functions and templates tell a character from a number.
+        return f"static_cast<decltype({text})>{self._choice(cursor, text, others, signs)}"
 
     def _choice(self, cursor, text, others, signs=None):
         point = self._point()
@@ -368,6 +460,12 @@ class Schema:
     def _is(number):
         return f"(gTvqHostMutant == {number})"
 
-    @staticmethod
-    def _expression(point, declarations, value):
-        return f"({{ gTvqHostReached[{point}] = 1; {declarations} {value}; }})"
+    def _expression(self, cursor, point, declarations, value):
+        text = f"({{ gTvqHostReached[{point}] = 1; {declarations} {value}; }})"
+        # The line ends between the operands stand behind them now.
+        return text + "\n" * (self._text(cursor).count("\n") - text.count("\n"))
+
+
+# What changes itself, not only what stands inside it.
+_CHANGED = ("_binary_operator", "_compound_assignment_operator", "_unary_operator", "_decl_ref_expr", "_cxx_unary_expr",
+            "_integer_literal", "_character_literal", "_cxx_bool_literal_expr", "_member_ref_expr")

@@ -1,30 +1,49 @@
-"""Parses the driver's sources and writes the changed ones.
+"""Copies the repository, with every change in its sources.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import concurrent.futures
+import dataclasses
+import functools
+import hashlib
 import json
 import pathlib
 import shlex
+import shutil
 import subprocess
 
 from clang import cindex
 
 import schema
+from areas import area_of
+from mutant import Mutant
 
-FOLDERS = ("TvqSmbiosPkg/src", "TvqSmbiosPkg/Library")
-# Every file's mutants and places are numbered from a multiple of this, so that a change of one file leaves the others.
-_BLOCK = 4096
+# Every file's mutants and places are numbered from a multiple of this.
+_BLOCK = 2048
+# How often a file is written anew, with more of its lines left alone, until it compiles.
+_ATTEMPTS = 8
 
 
 class ParseError(Exception):
     """A source that libclang cannot read."""
 
 
-def driver_files(root):
-    """The driver's files, relative to the root: sources and headers with code."""
-    return sorted(path.relative_to(root) for folder in FOLDERS for path in (root / folder).rglob("*")
-                  if path.suffix in (".cpp", ".h"))
+@dataclasses.dataclass
+class Changed:
+    """What was made of a file: its mutants, numbered from `first`, and the operators that were left alone. `inputs` are
+    the digests of all that it depends on."""
+    first: int
+    inputs: dict
+    mutants: list
+    left: int
+
+
+def repository_files(root):
+    """The files that git knows and new ones that it does not ignore, relative to the root."""
+    listed = subprocess.run(["git", "-c", f"safe.directory={root}", "-C", root, "ls-files", "-z", "--cached", "--others",
+                             "--exclude-standard", "--deduplicate"], check=True, capture_output=True, text=True).stdout
+    return sorted(path for path in listed.split("\0") if path and (root / path).is_file())
 
 
 def _commands(build, root):
@@ -41,43 +60,114 @@ def _commands(build, root):
     return {path: words for path, words in options.items() if path.is_relative_to(root)}
 
 
+@functools.cache
 def _resource_folder():
     # libclang looks for the compiler's own headers beside itself, where they are not.
     return subprocess.run(["clang-14", "-print-resource-dir"], check=True, capture_output=True, text=True).stdout.strip()
 
 
+def _digest(text):
+    return hashlib.sha256(text.encode()).hexdigest()
+
+
+@functools.cache
+def _tool_digest():
+    return _digest("".join(pathlib.Path(module.__file__).read_text(encoding="utf-8") for module in (schema, cindex)) +
+                   pathlib.Path(__file__).read_text(encoding="utf-8"))
+
+
 class Sources:
-    """The driver's sources under `root`, with the options of the CMake tree `build`."""
+    """The sources under `root`, with the options of the CMake tree `build`."""
 
     def __init__(self, root, build):
         self._root = root
         self._commands = _commands(build, root)
         self._index = cindex.Index.create()
-        self._resources = _resource_folder()
 
-    def _options(self, path):
-        if path in self._commands:
-            return self._commands[path]
-        # A header is parsed as the sources beside it.
-        return next(words for source, words in self._commands.items()
-                    if source.is_relative_to(self._root / "TvqSmbiosPkg") and source.suffix == ".cpp")
-
-    def _parse(self, path, text):
-        unsaved = [(str(path), schema.stand_in(text)), ("/stand_ins.h", schema.STAND_IN_DECLARATIONS)]
-        arguments = [*self._options(path), "-x", "c++", "-include", "/stand_ins.h", "-resource-dir", self._resources, "-w"]
-        unit = self._index.parse(str(path), arguments, unsaved,
-                                 cindex.TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
-        errors = [str(finding) for finding in unit.diagnostics if finding.severity >= cindex.Diagnostic.Error]
-        if errors:
-            raise ParseError(errors[0])
-        return unit
-
-    def mutate(self, relative, number):
-        """The changed text of the `number`-th file, and its mutants."""
+    def options(self, relative):
+        """The options that a file is compiled with; None if it is not compiled."""
         path = self._root / relative
-        text = path.read_text(encoding="utf-8")
-        changed = schema.Schema(self._parse(path, text), path, str(relative), text, _BLOCK * (number + 1))
-        return changed.text, changed.mutants
+        if path.suffix != ".h":
+            return self._commands.get(path)
+        # A header is parsed as one of the sources in the nearest folder.
+        for folder in path.parents:
+            for source, words in self._commands.items():
+                if source.suffix == ".cpp" and source.is_relative_to(folder):
+                    return words
+        return None
+
+    def _parse(self, relative, text, *more):
+        path = str(self._root / relative)
+        arguments = [*self.options(relative), "-x", "c++", "-resource-dir", _resource_folder(), "-w", "-Wno-c++11-narrowing", *more]
+        files = [(path, text), ("/stand_ins.h", schema.STAND_IN_DECLARATIONS)]
+        unit = self._index.parse(path, arguments, files, cindex.TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
+        # A diagnostic does not outlive its unit.
+        errors = {finding.location.line: str(finding) for finding in unit.diagnostics
+                  if finding.severity >= cindex.Diagnostic.Error}
+        return unit, errors
+
+    def _inputs(self, unit, relative):
+        """The files of the repository that a source consists of."""
+        found = {pathlib.Path(include.include.name).resolve() for include in unit.get_includes()}
+        return {relative} | {str(path.relative_to(self._root)) for path in found
+                             if path.is_relative_to(self._root) and "build" not in path.relative_to(self._root).parts}
+
+    def digests(self, paths, relative):
+        """The digests of these files, and of what else decides on what is made of one."""
+        files = {path: _digest((self._root / path).read_text(encoding="utf-8")) if (self._root / path).is_file() else ""
+                 for path in sorted(paths)}
+        return files | {"options": _digest(" ".join(self.options(relative))), "tool": _tool_digest()}
+
+    def change(self, relative, first):
+        """The new text of a file, and what was made of it."""
+        text = (self._root / relative).read_text(encoding="utf-8")
+        unit, errors = self._parse(relative, schema.stand_in(text), "-include", "/stand_ins.h")
+        if errors:
+            raise ParseError(next(iter(errors.values())))
+        hosted = relative.startswith("host/")
+        barred, spanned = set(), set()
+        for _ in range(_ATTEMPTS):
+            changed = schema.Schema(unit, self._root / relative, relative, text, first, hosted, barred, spanned)
+            if len(changed.mutants) >= _BLOCK:
+                raise ParseError(f"{relative} has too many mutants")
+            errors = self._parse(relative, changed.text)[1]
+            if not errors:
+                inputs = self.digests(self._inputs(unit, relative), relative)
+                return changed.text, Changed(first, inputs, changed.mutants, changed.left)
+            # What else spans these lines is barred when the operators on them are not to blame.
+            spanned |= errors.keys() & barred
+            barred |= errors.keys()
+        raise ParseError(f"{relative} does not compile when it is changed: {next(iter(errors.values()))}")
+
+
+class _Cache:
+    """What was made of the files when they were changed last."""
+
+    def __init__(self, folder):
+        self._folder = folder
+        folder.mkdir(parents=True, exist_ok=True)
+
+    def _path(self, relative):
+        return self._folder / (relative.replace("/", "__") + ".json")
+
+    def read(self, relative):
+        path = self._path(relative)
+        if not path.is_file():
+            return None
+        entry = json.loads(path.read_text(encoding="utf-8"))
+        return Changed(**entry | {"mutants": [Mutant(**mutant) for mutant in entry["mutants"]]})
+
+    def write(self, relative, changed):
+        self._path(relative).write_text(json.dumps(dataclasses.asdict(changed), indent=1), encoding="utf-8")
+
+
+@functools.cache
+def _sources(root, build):
+    return Sources(root, build)
+
+
+def _change(root, build, relative, first):
+    return relative, *_sources(root, build).change(relative, first)
 
 
 def _write_if_new(path, text):
@@ -86,21 +176,38 @@ def _write_if_new(path, text):
         path.write_text(text, encoding="utf-8")
 
 
-def write_changed(root, build, tree):
-    """Writes the changed driver into `tree` and returns all mutants."""
-    sources = Sources(root, build)
-    mutants = []
-    files = driver_files(root)
-    for number, relative in enumerate(files):
-        text, found = sources.mutate(relative, number)
-        mutants += found
-        _write_if_new(tree / relative, text)
-    for folder in FOLDERS:
-        for path in (root / folder).rglob("*"):
-            target = tree / path.relative_to(root)
-            if path.is_file() and path.relative_to(root) not in files:
-                _write_if_new(target, path.read_text(encoding="utf-8"))
-        for path in list((tree / folder).rglob("*")):
-            if path.is_file() and not (root / path.relative_to(tree)).is_file():
-                path.unlink()
-    return mutants
+def _copy_others(root, tree, files, changed):
+    """Copies what is not changed, and removes what is no more. The copy is built in its own folder `build`."""
+    for relative in files:
+        target = tree / relative
+        if relative in changed or target.is_file() and target.read_bytes() == (root / relative).read_bytes():
+            continue
+        target.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(root / relative, target)
+    known = set(files)
+    for path in list(tree.rglob("*")):
+        if path.is_file() and path.relative_to(tree).parts[0] != "build" and str(path.relative_to(tree)) not in known:
+            path.unlink()
+
+
+def write_changed(root, build, tree, jobs):
+    """Writes the changed repository into `tree`, and keeps beside it what was made of each file. Returns that by file,
+    and the files that are not compiled, whose code nothing can change."""
+    files = repository_files(root)
+    sources = _sources(root, build)
+    cache = _Cache(tree.with_name(f"{tree.name}-files"))
+    wanted = [file for file in files if pathlib.Path(file).suffix in (".cpp", ".h") and area_of(file)]
+    known = {file: found for file in wanted if sources.options(file) and (found := cache.read(file))}
+    free = iter(sorted(set(range(_BLOCK, _BLOCK * (2 * len(wanted) + 1), _BLOCK)) - {found.first for found in known.values()}))
+    stale = [file for file in wanted if sources.options(file) and not (
+        file in known and (tree / file).is_file() and
+        known[file].inputs == sources.digests(known[file].inputs.keys() - {"options", "tool"}, file))]
+    with concurrent.futures.ProcessPoolExecutor(jobs) as pool:
+        started = [pool.submit(_change, root, build, file, known[file].first if file in known else next(free))
+                   for file in stale]
+        for done in concurrent.futures.as_completed(started):
+            file, text, known[file] = done.result()
+            cache.write(file, known[file])
+            _write_if_new(tree / file, text)
+    _copy_others(root, tree, files, known)
+    return {file: known[file] for file in wanted if file in known}, [file for file in wanted if file not in known]

@@ -1,0 +1,9 @@
+/*
+ * What code that tools/mutation changed reads and writes.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "tests/mutation/switch.h"
+
+unsigned gTvqHostMutant = 0;
+unsigned char gTvqHostReached[kTvqHostPoints];
