@@ -20,6 +20,7 @@ struct FakeVolume::Handle {
   EFI_FILE_PROTOCOL interface = {};
   FakeVolume* volume = nullptr;
   std::string path;
+  UINT64 mode = 0;
   size_t position = 0;
 };
 
@@ -44,9 +45,9 @@ EFI_STATUS EFIAPI Close(EFI_FILE_PROTOCOL* self) {
 }
 EFI_STATUS EFIAPI Delete(EFI_FILE_PROTOCOL* self) {
   FakeVolume& volume = *Self(self).volume;
-  volume.Delete(Self(self));
+  const EFI_STATUS status = volume.Delete(Self(self));
   volume.Close(&Self(self));
-  return EFI_SUCCESS;
+  return status;
 }
 EFI_STATUS EFIAPI Read(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
   return Self(self).volume->Read(Self(self), size, buffer);
@@ -54,8 +55,8 @@ EFI_STATUS EFIAPI Read(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
 EFI_STATUS EFIAPI Write(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
   return Self(self).volume->Write(Self(self), size, buffer);
 }
-EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL*) {
-  return EFI_SUCCESS;
+EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL* self) {
+  return Self(self).volume->Flush(Self(self));
 }
 
 }  // namespace
@@ -93,32 +94,69 @@ std::string FakeVolume::Spelled(const std::string& path) const {
   return path;
 }
 
+bool FakeVolume::IsFolder(const std::string& path) const {
+  return std::count(mFolders.begin(), mFolders.end(), path) != 0;
+}
+
+EFI_STATUS FakeVolume::Begin(FileCall call, const std::string& path) {
+  if (mLastCall && ++mCalls > *mLastCall) {
+    return EFI_NO_MEDIA;
+  }
+  for (const Failure& failure : mFailures) {
+    if (failure.call == call && (failure.path.empty() || failure.path == path)) {
+      return failure.status;
+    }
+  }
+  return EFI_SUCCESS;
+}
+
+bool FakeVolume::Recover() {
+  const bool wasAway = mLastCall && mCalls >= *mLastCall;
+  mLastCall.reset();
+  mFailures.clear();
+  mWriteLimit = MAX_UINTN;
+  mDamaged.clear();
+  return wasAway;
+}
+
+EFI_STATUS FakeVolume::Make(const std::string& path, UINT64 attributes) {
+  if (!IsFolder(path.substr(0, std::max<size_t>(1, path.rfind('\\'))))) {
+    return EFI_NOT_FOUND;
+  }
+  if (attributes == EFI_FILE_DIRECTORY) {
+    mFolders.push_back(path);
+  } else {
+    mFiles[path] = "";
+  }
+  return EFI_SUCCESS;
+}
+
 EFI_STATUS FakeVolume::Open(EFI_FILE_PROTOCOL** opened, const std::string& path, UINT64 mode,
                             UINT64 attributes) {
+  constexpr UINT64 kChange = EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE;
+  const bool mayMake = mode == (kChange | EFI_FILE_MODE_CREATE);
+  if (!mayMake && mode != EFI_FILE_MODE_READ && mode != kChange) {
+    return EFI_INVALID_PARAMETER;
+  }
   const std::string spelled = Spelled(path);
-  const bool isFolder = std::count(mFolders.begin(), mFolders.end(), spelled) != 0;
-  if (!isFolder && !Has(spelled)) {
-    const std::string folder = spelled.substr(0, std::max<size_t>(1, spelled.rfind('\\')));
-    if ((mode & EFI_FILE_MODE_CREATE) == 0 ||
-        std::count(mFolders.begin(), mFolders.end(), folder) == 0) {
-      return EFI_NOT_FOUND;
-    }
-    if ((attributes & EFI_FILE_DIRECTORY) != 0) {
-      mFolders.push_back(spelled);
-    } else {
-      mFiles[spelled] = "";
-    }
+  EFI_STATUS status = Begin(FileCall::kOpen, spelled);
+  if (status == EFI_SUCCESS && !IsFolder(spelled) && !Has(spelled)) {
+    status = mayMake ? Make(spelled, attributes) : EFI_NOT_FOUND;
+  }
+  if (status != EFI_SUCCESS) {
+    return status;
   }
   auto handle = std::make_unique<Handle>();
   handle->volume = this;
   handle->path = spelled;
+  handle->mode = mode;
   handle->interface.Revision = EFI_FILE_PROTOCOL_REVISION;
   handle->interface.Open = test::Open;
   handle->interface.Close = test::Close;
   handle->interface.Delete = test::Delete;
   handle->interface.Read = test::Read;
   handle->interface.Write = test::Write;
-  handle->interface.Flush = Flush;
+  handle->interface.Flush = test::Flush;
   *opened = &handle->interface;
   mOpen.push_back(std::move(handle));
   return EFI_SUCCESS;
@@ -132,8 +170,9 @@ void FakeVolume::Close(Handle* handle) {
 }
 
 EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
-  if (mReadStatus != EFI_SUCCESS && handle.path == mUnreadable) {
-    return mReadStatus;
+  const EFI_STATUS status = Begin(FileCall::kRead, handle.path);
+  if (status != EFI_SUCCESS) {
+    return status;
   }
   const std::string& content = mFiles.at(handle.path);
   *size = std::min<size_t>(*size, content.size() - handle.position);
@@ -143,19 +182,38 @@ EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
 }
 
 EFI_STATUS FakeVolume::Write(Handle& handle, UINTN* size, VOID* buffer) {
-  if (mWriteStatus != EFI_SUCCESS && (mUnwritable.empty() || handle.path == mUnwritable)) {
-    return mWriteStatus;
+  if ((handle.mode & EFI_FILE_MODE_WRITE) == 0) {
+    return EFI_ACCESS_DENIED;
   }
-  *size = std::min(*size, mWriteLimit);
+  const EFI_STATUS status = Begin(FileCall::kWrite, handle.path);
+  if (status != EFI_SUCCESS) {
+    return status;
+  }
+  const bool isCut = mLastCall && mCalls == *mLastCall;
+  *size = std::min(isCut ? *size / 2 : *size, mWriteLimit);
   std::string& content = mFiles.at(handle.path);
   content.resize(std::max<size_t>(content.size(), handle.position + *size));
   content.replace(handle.position, *size, static_cast<const char*>(buffer), *size);
   handle.position += *size;
+  if (handle.path == mDamaged && !content.empty()) {
+    content.back() = static_cast<char>(content.back() ^ 1);
+  }
   return EFI_SUCCESS;
 }
 
-void FakeVolume::Delete(const Handle& handle) {
+EFI_STATUS FakeVolume::Flush(const Handle& handle) {
+  return (handle.mode & EFI_FILE_MODE_WRITE) == 0 ? EFI_ACCESS_DENIED
+                                                  : Begin(FileCall::kFlush, handle.path);
+}
+
+// As the standard wants it: a file that could not be deleted is closed all the same.
+EFI_STATUS FakeVolume::Delete(const Handle& handle) {
+  if ((handle.mode & EFI_FILE_MODE_WRITE) == 0 ||
+      Begin(FileCall::kDelete, handle.path) != EFI_SUCCESS) {
+    return EFI_WARN_DELETE_FAILURE;
+  }
   mFiles.erase(handle.path);
+  return EFI_SUCCESS;
 }
 
 }  // namespace tvq::test

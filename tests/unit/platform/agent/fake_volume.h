@@ -6,8 +6,10 @@
 #ifndef TVQ_TESTS_UNIT_PLATFORM_AGENT_FAKE_VOLUME_H_
 #define TVQ_TESTS_UNIT_PLATFORM_AGENT_FAKE_VOLUME_H_
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +21,17 @@ extern "C" {
 
 namespace tvq::test {
 
+// What can be asked of a file.
+enum class FileCall {
+  kOpen,
+  kRead,
+  kWrite,
+  kFlush,
+  kDelete
+};
+
 // Paths are as the agent writes them ("\TVQ\log.txt"). As on FAT, files are found whatever their capitals, a file can only be made in a
-// folder that is there, and an open file has to be closed.
+// folder that is there and changed when it was opened for that, and an open file has to be closed.
 class FakeVolume {
  public:
   explicit FakeVolume(host::Firmware& machine);
@@ -37,18 +48,21 @@ class FakeVolume {
   }
   std::vector<std::string> Paths() const;
 
-  // Makes every write to the path fail; with an empty path, every one at all.
-  void FailWrites(EFI_STATUS status, const std::string& path = "") {
-    mWriteStatus = status;
-    mUnwritable = path;
+  // Makes every such call fail; with a path, those for this file alone.
+  void Fail(FileCall call, EFI_STATUS status, const std::string& path = "") {
+    mFailures.push_back({call, status, path});
   }
   // Makes every write take no more than this much.
   void LimitWrites(UINTN size) { mWriteLimit = size; }
-  // Makes reading the path fail.
-  void FailReads(EFI_STATUS status, const std::string& path) {
-    mReadStatus = status;
-    mUnreadable = path;
+  // Changes the last byte of whatever is written to the file, as a bad sector does.
+  void DamageWrites(const std::string& path) { mDamaged = path; }
+  // Takes the volume away during the n-th call from now: of a write, half reaches it.
+  void CutPowerDuring(uint64_t call) {
+    mCalls = 0;
+    mLastCall = call;
   }
+  // Brings the volume back as it was left, without the failures that were asked for. True: it was away.
+  bool Recover();
 
   struct Handle;
   EFI_STATUS Open(EFI_FILE_PROTOCOL** opened, const std::string& path, UINT64 mode,
@@ -56,10 +70,21 @@ class FakeVolume {
   void Close(Handle* handle);
   EFI_STATUS Read(Handle& handle, UINTN* size, VOID* buffer);
   EFI_STATUS Write(Handle& handle, UINTN* size, VOID* buffer);
-  void Delete(const Handle& handle);
+  EFI_STATUS Flush(const Handle& handle);
+  EFI_STATUS Delete(const Handle& handle);
 
  private:
+  struct Failure {
+    FileCall call;
+    EFI_STATUS status;
+    std::string path;
+  };
+
   std::string Spelled(const std::string& path) const;
+  bool IsFolder(const std::string& path) const;
+  EFI_STATUS Make(const std::string& path, UINT64 attributes);
+  // What the call comes to before it does anything.
+  EFI_STATUS Begin(FileCall call, const std::string& path);
 
   host::Firmware& mMachine;
   EFI_HANDLE mDevice = nullptr;
@@ -67,11 +92,11 @@ class FakeVolume {
   std::map<std::string, std::string> mFiles;
   std::vector<std::string> mFolders;
   std::vector<std::unique_ptr<Handle>> mOpen;
-  EFI_STATUS mWriteStatus = EFI_SUCCESS;
-  std::string mUnwritable;
+  std::vector<Failure> mFailures;
   UINTN mWriteLimit = MAX_UINTN;
-  EFI_STATUS mReadStatus = EFI_SUCCESS;
-  std::string mUnreadable;
+  std::string mDamaged;
+  uint64_t mCalls = 0;
+  std::optional<uint64_t> mLastCall;
 };
 
 }  // namespace tvq::test

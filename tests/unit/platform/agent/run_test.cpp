@@ -132,7 +132,7 @@ TEST_F(AgentRun, RefusesATableOnTheVolumeThatIsNone) {
 TEST_F(AgentRun, ReportsATableOnTheVolumeThatCannotBeRead) {
   LoadDriver();
   Files().Put("\\TVQ\\table.bin", "x");
-  Files().FailReads(EFI_DEVICE_ERROR, "\\TVQ\\table.bin");
+  Files().Fail(FileCall::kRead, EFI_DEVICE_ERROR, "\\TVQ\\table.bin");
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(),
               EndsWith("\nTvqAgent: failed: \\TVQ\\table.bin cannot be read: Device Error\n"));
@@ -244,7 +244,7 @@ TEST_F(AgentRun, ReplacesALongerFile) {
 TEST_F(AgentRun, ReportsAFileThatCannotBeWritten) {
   LoadDriver();
   PublishFirmwareTable(MinimalServer());
-  Files().FailWrites(EFI_WRITE_PROTECTED, "\\TVQ\\log.txt");
+  Files().Fail(FileCall::kWrite, EFI_WRITE_PROTECTED, "\\TVQ\\log.txt");
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("Records: 3"));
   EXPECT_THAT(Report(),
@@ -262,7 +262,7 @@ TEST_F(AgentRun, ReportsAVolumeWithoutRoom) {
 TEST_F(AgentRun, TellsOnTheConsoleWhenTheReportItselfCannotBeWritten) {
   LoadDriver();
   PublishFirmwareTable(MinimalServer());
-  Files().FailWrites(EFI_WRITE_PROTECTED, "\\TVQ\\report.txt");
+  Files().Fail(FileCall::kWrite, EFI_WRITE_PROTECTED, "\\TVQ\\report.txt");
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Console(), Not(HasSubstr("TvqAgent: success")));
   EXPECT_THAT(

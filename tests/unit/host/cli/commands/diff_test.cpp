@@ -112,6 +112,34 @@ TEST_F(CliDiff, ADocumentThatCannotBeComparedIsTrouble) {
   EXPECT_THAT(diff.out, HasSubstr("CPU.Socket.1  not verified: the saved document is not"));
 }
 
+TEST_F(CliDiff, AFindingBesideADocumentThatCannotBeComparedIsTroubleToo) {
+  Server after = WithAnotherModule();
+  after.processor = "Core & Works";
+  Server before;
+  before.processor = after.processor;
+  const Outcome diff = DiffTables(before, after);
+  EXPECT_EQ(diff.status, 2);
+  EXPECT_THAT(diff.out, HasSubstr("Summary: 2 same, 1 replaced, 1 not verified\n"));
+}
+
+// One structure of the FQDD map has room for 62 names.
+TEST_F(CliDiff, StatesOfManyDevicesAreComparedWhole) {
+  Server server;
+  server.modules.clear();
+  for (char channel = 'A'; channel <= 'N'; ++channel) {
+    for (char slot = '1'; slot <= '9'; ++slot) {
+      server.modules.push_back({std::string("DIMM_") + channel + slot,
+                                std::string("0000") + channel + channel + slot + slot});
+    }
+  }
+  const std::string before = State("before", server);
+  server.modules[100].serial = "99AABBCC";
+  EXPECT_EQ(RunTvq({"diff", before, State("after", server)}).out,
+            "DIMM.Socket.L2  replaced\n"
+            "    Inventory/WWN: 0000LL22 -> 99AABBCC\n"
+            "Summary: 127 same, 1 replaced\n");
+}
+
 TEST_F(CliDiff, SaysItAllAsJson) {
   const auto json = DiffTables({}, WithAnotherModule(), {"--json"}).Json();
   ASSERT_THAT(json["devices"], SizeIs(4));

@@ -168,6 +168,16 @@ TEST_F(CliState, SaysWhyADocumentCannotBeCompared) {
                                       "well-formed: one of its texts holds '&'"));
 }
 
+TEST_F(CliState, AFindingBesideADocumentThatCannotBeComparedIsTroubleToo) {
+  Server server;
+  server.processor = "Core & Works";
+  Save(server);
+  server.modules[0].serial = "99AABBCC";
+  const Outcome verified = Verify(server);
+  EXPECT_EQ(verified.status, 2);
+  EXPECT_THAT(verified.out, HasSubstr("Summary: 2 same, 1 replaced, 1 not verified\n"));
+}
+
 TEST_F(CliState, SaysTheFindingsAsJson) {
   Save({});
   Server server;
