@@ -6,9 +6,10 @@
 #include "tests/fuzz/guarded_table.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
+
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::fuzz {
 namespace {
@@ -28,13 +29,12 @@ GuardedTable::GuardedTable(Table table, host::Guard guard) : mTable(std::move(ta
   }
   mData = PlaceFor(structures.size(), guard);
   std::copy(structures.begin(), structures.end(), mData);
-  std::memcpy(mEntryPoint.AnchorString, "_SM_", sizeof(mEntryPoint.AnchorString));
-  mEntryPoint.EntryPointLength = sizeof(mEntryPoint);
-  mEntryPoint.MajorVersion = mTable.major;
-  mEntryPoint.MinorVersion = mTable.minor;
-  mEntryPoint.TableLength = static_cast<UINT16>(structures.size());
-  mEntryPoint.TableAddress = static_cast<UINT32>(reinterpret_cast<uintptr_t>(mData));
-  mEntryPoint.NumberOfSmbiosStructures = mTable.structureCount;
+  test::EntryPointBytes::Of32Bits({.major = mTable.major,
+                                   .minor = mTable.minor,
+                                   .length = structures.size(),
+                                   .count = mTable.structureCount,
+                                   .address = reinterpret_cast<uintptr_t>(mData)})
+      .PlaceAt(&mEntryPoint);
 }
 
 bool GuardedTable::IsAsItWas() const {

@@ -5,6 +5,8 @@
  */
 #include "tests/unit/shared/driver_harness.h"
 
+#include "tests/unit/shared/entry_point.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -110,25 +112,13 @@ void DriverHarness::PlaceTable(const Table& table, host::Guard guard) {
 
 void DriverHarness::Publish(const Table& table, host::Guard guard) {
   PlaceTable(table, guard);
-  std::memcpy(mEntryPoint.AnchorString, "_SM_", 4);
-  mEntryPoint.EntryPointLength = sizeof(mEntryPoint);
-  mEntryPoint.MajorVersion = table.majorVersion;
-  mEntryPoint.MinorVersion = table.minorVersion;
-  mEntryPoint.TableLength = table.statedLength.value_or(static_cast<UINT16>(table.Size()));
-  mEntryPoint.TableAddress = mTables.back().Address32();
-  mEntryPoint.NumberOfSmbiosStructures =
-      table.statedCount.value_or(static_cast<UINT16>(table.Count()));
+  EntryPointBytes::Of32Bits(table, mTables.back().Address32()).PlaceAt(&mEntryPoint);
   InstallTable(gEfiSmbiosTableGuid, &mEntryPoint);
 }
 
 void DriverHarness::PublishWith64BitEntryPoint(const Table& table) {
   PlaceTable(table, host::Guard::kBehind);
-  std::memcpy(mEntryPoint64.AnchorString, "_SM3_", 5);
-  mEntryPoint64.EntryPointLength = sizeof(mEntryPoint64);
-  mEntryPoint64.MajorVersion = table.majorVersion;
-  mEntryPoint64.MinorVersion = table.minorVersion;
-  mEntryPoint64.TableMaximumSize = static_cast<UINT32>(table.Size());
-  mEntryPoint64.TableAddress = mTables.back().Address32();
+  EntryPointBytes::Of64Bits(table, mTables.back().Address32()).PlaceAt(&mEntryPoint64);
   InstallTable(gEfiSmbios3TableGuid, &mEntryPoint64);
 }
 

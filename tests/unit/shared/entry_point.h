@@ -1,17 +1,19 @@
 /*
  * Entry points of SMBIOS tables, byte by byte: right in everything, until a test makes one wrong.
  *
- *     EntryPoint::Of32Bits(table).FileWith(table)         what dmidecode would write
- *     EntryPoint::Of32Bits(table).Set(kTableLength, 2, 0)  states no length, and is summed up again
- *     EntryPoint::Of64Bits(table).Spoil(kChecksum64)       has a wrong checksum
+ *     EntryPointBytes::Of32Bits(table).FileWith(table)         what dmidecode would write
+ *     EntryPointBytes::Of32Bits(table).Set(kTableLength, 2, 0)  states no length, and is summed up again
+ *     EntryPointBytes::Of64Bits(table).Spoil(kChecksum64)       has a wrong checksum
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #ifndef TVQ_TESTS_UNIT_SHARED_ENTRY_POINT_H_
 #define TVQ_TESTS_UNIT_SHARED_ENTRY_POINT_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <numeric>
 #include <string>
 
@@ -54,26 +56,23 @@ inline void PutNumber(Bytes& bytes, size_t offset, size_t width, uint64_t value)
   }
 }
 
-// Makes the bytes from `first` on sum up to 0 by the one at `checksum`.
-inline void FitChecksum(Bytes& bytes, size_t first, size_t size, size_t checksum) {
-  bytes.at(checksum) = 0;
-  const auto start = bytes.begin() + static_cast<ptrdiff_t>(first);
-  bytes.at(checksum) =
-      static_cast<uint8_t>(-std::accumulate(start, start + static_cast<ptrdiff_t>(size), 0));
+// Makes bytes sum up to 0 by the one at `checksum`, which is one of them.
+inline void FitChecksum(uint8_t* bytes, size_t first, size_t end, size_t checksum) {
+  bytes[checksum] = 0;
+  bytes[checksum] = static_cast<uint8_t>(-std::accumulate(bytes + first, bytes + end, 0));
 }
 
-// Makes the checksums of the entry point right with which the bytes begin.
-inline void FitChecksums(Bytes& bytes) {
-  if (bytes.at(3) == '3') {
-    FitChecksum(bytes, 0, kSizeOf64BitEntryPoint, kChecksum64);
+// Makes the checksums of an entry point right.
+inline void FitChecksums(uint8_t* entry) {
+  if (entry[3] == '3') {
+    FitChecksum(entry, 0, kSizeOf64BitEntryPoint, kChecksum64);
     return;
   }
-  FitChecksum(bytes, kIntermediateAnchor, kSizeOf32BitEntryPoint - kIntermediateAnchor,
-              kIntermediateChecksum);
-  FitChecksum(bytes, 0, kSizeOf32BitEntryPoint, kChecksum);
+  FitChecksum(entry, kIntermediateAnchor, kSizeOf32BitEntryPoint, kIntermediateChecksum);
+  FitChecksum(entry, 0, kSizeOf32BitEntryPoint, kChecksum);
 }
 
-class EntryPoint {
+class EntryPointBytes {
  public:
   // What it says of its table.
   struct Statement {
@@ -84,45 +83,53 @@ class EntryPoint {
     uint64_t address = kTableInFile;
   };
 
-  static EntryPoint Of32Bits(const Statement& statement) {
-    EntryPoint entry(kSizeOf32BitEntryPoint, "_SM_");
+  static EntryPointBytes Of32Bits(const Statement& statement) {
+    EntryPointBytes entry(kSizeOf32BitEntryPoint, "_SM_");
     entry.PutText(kIntermediateAnchor, "_DMI_");
     entry.Put(kEntryPointLength, 1, kSizeOf32BitEntryPoint);
     entry.Put(kMajorVersion, 1, statement.major).Put(kMinorVersion, 1, statement.minor);
     entry.Put(kTableLength, 2, statement.length).Put(kTableAddress, 4, statement.address);
     return entry.Put(kStructureCount, 2, statement.count).Sum();
   }
-  static EntryPoint Of64Bits(const Statement& statement) {
-    EntryPoint entry(kSizeOf64BitEntryPoint, "_SM3_");
+  static EntryPointBytes Of64Bits(const Statement& statement) {
+    EntryPointBytes entry(kSizeOf64BitEntryPoint, "_SM3_");
     entry.Put(kEntryPointLength64, 1, kSizeOf64BitEntryPoint);
     entry.Put(kMajorVersion64, 1, statement.major).Put(kMinorVersion64, 1, statement.minor);
     entry.Put(kMaximumTableSize64, 4, statement.length);
     return entry.Put(kTableAddress64, 8, statement.address).Sum();
   }
-  static EntryPoint Of32Bits(const Table& table, uint64_t address = kTableInFile) {
+  static EntryPointBytes Of32Bits(const Table& table, uint64_t address = kTableInFile) {
     return Of32Bits(StatementOf(table, address));
   }
-  static EntryPoint Of64Bits(const Table& table, uint64_t address = kTableInFile) {
+  static EntryPointBytes Of64Bits(const Table& table, uint64_t address = kTableInFile) {
     return Of64Bits(StatementOf(table, address));
   }
 
   // Writes a number of that many bytes; the checksums are right again.
-  EntryPoint& Set(size_t offset, size_t width, uint64_t value) {
+  EntryPointBytes& Set(size_t offset, size_t width, uint64_t value) {
     return Put(offset, width, value).Sum();
   }
   // Changes a byte, and leaves the checksums as they are.
-  EntryPoint& Spoil(size_t offset) {
+  EntryPointBytes& Spoil(size_t offset) {
     mBytes.at(offset) ^= 0xFF;
     return *this;
   }
-  // Spoils a byte, and makes the outer checksum right again.
-  EntryPoint& SpoilInside(size_t offset) {
+  // The same in the inner part of a 32-bit entry point, with the outer checksum right again.
+  EntryPointBytes& SpoilInside(size_t offset) {
     Spoil(offset);
-    FitChecksum(mBytes, 0, kSizeOf32BitEntryPoint, kChecksum);
+    FitChecksum(mBytes.data(), 0, kSizeOf32BitEntryPoint, kChecksum);
     return *this;
   }
 
   const tvq::test::Bytes& Bytes() const { return mBytes; }
+  // Places it in memory; returns where, as what the standard's header calls it.
+  template <typename Entry>
+  Entry* PlaceAt(Entry* place) const {
+    static_assert(sizeof(Entry) == kSizeOf32BitEntryPoint ||
+                  sizeof(Entry) == kSizeOf64BitEntryPoint);
+    std::memcpy(place, mBytes.data(), std::min(sizeof(Entry), mBytes.size()));
+    return place;
+  }
   // A file with the table behind it.
   tvq::test::Bytes FileWith(const Table& table) const {
     tvq::test::Bytes file = mBytes;
@@ -132,7 +139,7 @@ class EntryPoint {
   }
 
  private:
-  EntryPoint(size_t size, const std::string& anchor) : mBytes(size) { PutText(0, anchor); }
+  EntryPointBytes(size_t size, const std::string& anchor) : mBytes(size) { PutText(0, anchor); }
 
   static Statement StatementOf(const Table& table, uint64_t address) {
     return {table.majorVersion, table.minorVersion, table.statedLength.value_or(table.Size()),
@@ -143,12 +150,12 @@ class EntryPoint {
       mBytes.at(offset + i) = static_cast<uint8_t>(text[i]);
     }
   }
-  EntryPoint& Put(size_t offset, size_t width, uint64_t value) {
+  EntryPointBytes& Put(size_t offset, size_t width, uint64_t value) {
     PutNumber(mBytes, offset, width, value);
     return *this;
   }
-  EntryPoint& Sum() {
-    FitChecksums(mBytes);
+  EntryPointBytes& Sum() {
+    FitChecksums(mBytes.data());
     return *this;
   }
 

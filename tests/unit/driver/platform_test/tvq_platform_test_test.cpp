@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 #include "images/driver.h"
 #include "images/platform_test.h"
@@ -44,26 +45,12 @@ class TvqPlatformTest : public PlatformTest {
     mTable = host::MapBelow4G(table.Size());
     std::copy(table.Bytes().begin(), table.Bytes().end(), mTable.Data());
     mEntry = host::MapBelow4G(sizeof(SMBIOS_TABLE_ENTRY_POINT));
-    auto* entry = Entry();
-    std::memcpy(entry->AnchorString, "_SM_", 4);
-    entry->EntryPointLength = sizeof(*entry);
-    entry->TableLength = static_cast<UINT16>(table.Size());
-    entry->TableAddress = mTable.Address32();
-    entry->NumberOfSmbiosStructures = static_cast<UINT16>(table.Count());
-    SetChecksum();
-    Install(entry);
+    Install(EntryPointBytes::Of32Bits(table, mTable.Address32()).PlaceAt(Entry()));
   }
   SMBIOS_TABLE_ENTRY_POINT* Entry() {
     return reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data());
   }
-  void SetChecksum() {
-    Entry()->EntryPointStructureChecksum = 0;
-    UINT8 sum = 0;
-    for (size_t i = 0; i < sizeof(SMBIOS_TABLE_ENTRY_POINT); ++i) {
-      sum = static_cast<UINT8>(sum + mEntry.Data()[i]);
-    }
-    Entry()->EntryPointStructureChecksum = static_cast<UINT8>(0x100 - sum);
-  }
+  void SetChecksums() { FitChecksums(mEntry.Data()); }
   void Install(VOID* entry) {
     EXPECT_EQ(Machine().BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
               EFI_SUCCESS);
@@ -385,7 +372,7 @@ TEST_F(TvqPlatformTest, TellsAnEntryPointWithAWrongChecksum) {
 
 TEST_F(TvqPlatformTest, TellsACountThatLies) {
   Entry()->NumberOfSmbiosStructures++;
-  SetChecksum();
+  SetChecksums();
   EXPECT_EQ(OnlyFailure(),
             "SMBIOS table: the table has as many structures as the entry point states");
 }
@@ -393,7 +380,7 @@ TEST_F(TvqPlatformTest, TellsACountThatLies) {
 // The stated length ends before the last NUL does.
 TEST_F(TvqPlatformTest, TellsATableWhoseLastStructureIsCutOff) {
   Entry()->TableLength--;
-  SetChecksum();
+  SetChecksums();
   EXPECT_EQ(OnlyFailure(),
             "SMBIOS table: the table has as many structures as the entry point states");
 }
@@ -410,7 +397,7 @@ TEST_F(TvqPlatformTest, TellsATableThatNamesNoDevice) {
 
 TEST_F(TvqPlatformTest, AsksNothingOfATableThatIsNowhere) {
   Entry()->TableAddress = 0;
-  SetChecksum();
+  SetChecksums();
   EXPECT_EQ(Run(), EFI_ABORTED);
   EXPECT_EQ(Failures().size(), 3u);
   EXPECT_EQ(Failures()[0], "SMBIOS table: the entry point states where the table is");
@@ -425,7 +412,7 @@ TEST_F(TvqPlatformTest, StaysInsideATableThatIsCutAnywhere) {
     std::copy_n(whole.begin(), length, cut.Data());
     Entry()->TableAddress = cut.Address32();
     Entry()->TableLength = static_cast<UINT16>(length);
-    SetChecksum();
+    SetChecksums();
     EXPECT_EQ(Run(), EFI_ABORTED) << length;
   }
 }

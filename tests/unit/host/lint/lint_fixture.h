@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,6 +17,7 @@
 #include "host/lint/text.h"
 #include "host/table/dump.h"
 #include "host/table/source.h"
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::lint {
 
@@ -90,14 +90,8 @@ inline void RepairEntryPoint(Bytes& dump) {
   if (!subject || subject->EntryPoint().kind != table::EntryPoint::k32Bit) {
     return;
   }
-  const std::size_t count = subject->Structures().size();
-  dump[0x1C] = static_cast<std::uint8_t>(count);
-  dump[0x1D] = static_cast<std::uint8_t>(count >> 8);
-  for (const auto& [checksum, start] : {std::pair(0x15, 0x10), std::pair(0x04, 0x00)}) {
-    dump[checksum] = 0;
-    dump[checksum] =
-        static_cast<std::uint8_t>(-std::accumulate(dump.begin() + start, dump.begin() + 0x1F, 0));
-  }
+  test::PutNumber(dump, test::kStructureCount, 2, subject->Structures().size());
+  test::FitChecksums(dump.data());
 }
 
 inline Bytes Dump(const std::string& source) {

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 #include "TvqPlatformPkg/src/smbios/publication.h"
 #include "images/driver.h"
@@ -50,15 +51,8 @@ class AgentHarness {
     mTable = host::MapBelow4G(table.Size());
     std::copy(table.Bytes().begin(), table.Bytes().end(), mTable.Data());
     mEntry = host::MapBelow4G(0x1F);
-    auto* entry = reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data());
-    std::memcpy(entry->AnchorString, "_SM_", 4);
-    entry->EntryPointLength = 0x1F;
-    entry->MajorVersion = 2;
-    entry->MinorVersion = 8;
-    std::memcpy(entry->IntermediateAnchorString, "_DMI_", 5);
-    entry->TableLength = static_cast<UINT16>(table.Size());
-    entry->TableAddress = mTable.Address32();
-    entry->NumberOfSmbiosStructures = static_cast<UINT16>(table.Count());
+    auto* const entry = EntryPointBytes::Of32Bits(table, mTable.Address32())
+                            .PlaceAt(reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data()));
     ASSERT_EQ(mMachine.BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
               EFI_SUCCESS);
   }

@@ -3,10 +3,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include <numeric>
 #include <random>
 
 #include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 #include "TvqPlatformPkg/src/smbios/capture.h"
 
@@ -20,58 +20,25 @@ using testing::HasSubstr;
 using tvqplatform::Capture;
 using tvqplatform::CaptureError;
 
-void Put(Bytes& bytes, size_t offset, size_t size, uint64_t value) {
-  for (size_t i = 0; i < size; ++i) {
-    bytes.at(offset + i) = static_cast<uint8_t>(value >> (8 * i));
-  }
+EntryPointBytes Of32Bits(const Table& table) {
+  return EntryPointBytes::Of32Bits(table).Set(kMajorVersion, 1, 2).Set(kMinorVersion, 1, 7);
 }
 
-void FixChecksum(Bytes& bytes, size_t offset, size_t size, size_t checksum) {
-  bytes.at(checksum) = 0;
-  const auto first = bytes.begin() + offset;
-  bytes.at(checksum) = static_cast<uint8_t>(-std::accumulate(first, first + size, 0));
+// A file as dmidecode writes it.
+Bytes Dump32(const Table& table) {
+  return Of32Bits(table).FileWith(table);
 }
 
-// A 32-bit entry point and the table at 20h, as dmidecode writes them.
-struct Dump32 {
-  explicit Dump32(const Table& table) : bytes(0x20) {
-    const char anchor[] = "_SM_";
-    const char intermediate[] = "_DMI_";
-    std::copy(anchor, anchor + 4, bytes.begin());
-    std::copy(intermediate, intermediate + 5, bytes.begin() + 0x10);
-    Put(bytes, 0x05, 1, 0x1F);
-    Put(bytes, 0x06, 2, 0x0702);
-    Put(bytes, 0x16, 2, table.Size());
-    Put(bytes, 0x18, 4, 0x20);
-    Put(bytes, 0x1C, 2, table.Count());
-    bytes.insert(bytes.end(), table.Bytes().begin(), table.Bytes().end());
-    Seal();
-  }
-  void Seal() {
-    FixChecksum(bytes, 0x10, 0x0F, 0x15);
-    FixChecksum(bytes, 0x00, 0x1F, 0x04);
-  }
-  Dump32& Set(size_t offset, size_t size, uint64_t value) {
-    Put(bytes, offset, size, value);
-    Seal();
-    return *this;
-  }
-  Bytes bytes;
-};
+EntryPointBytes Of64Bits(const Table& table, size_t maximum) {
+  return EntryPointBytes::Of64Bits(table)
+      .Set(kMajorVersion64, 1, 3)
+      .Set(kMinorVersion64, 1, 2)
+      .Set(kMaximumTableSize64, 4, maximum);
+}
 
-struct Dump64 {
-  explicit Dump64(const Table& table, uint32_t maximum) : bytes(0x20) {
-    const char anchor[] = "_SM3_";
-    std::copy(anchor, anchor + 5, bytes.begin());
-    Put(bytes, 0x06, 1, 0x18);
-    Put(bytes, 0x07, 2, 0x0203);
-    Put(bytes, 0x0C, 4, maximum);
-    Put(bytes, 0x10, 8, 0x20);
-    FixChecksum(bytes, 0, 0x18, 0x05);
-    bytes.insert(bytes.end(), table.Bytes().begin(), table.Bytes().end());
-  }
-  Bytes bytes;
-};
+Bytes Dump64(const Table& table, size_t maximum) {
+  return Of64Bits(table, maximum).FileWith(table);
+}
 
 class AgentCapture : public AgentTest {
  protected:
@@ -109,7 +76,7 @@ class AgentCapture : public AgentTest {
 
 TEST_F(AgentCapture, ReadsADumpWithA32BitEntryPoint) {
   const Table table = MinimalServer();
-  const Found found = Read(Dump32(table).bytes);
+  const Found found = Read(Dump32(table));
   EXPECT_EQ(found.error, CaptureError::kNone);
   EXPECT_EQ(found.kind, EntryPointKind::k32Bit);
   EXPECT_EQ(found.version, 207u);
@@ -120,21 +87,21 @@ TEST_F(AgentCapture, ReadsADumpWithA32BitEntryPoint) {
 
 TEST_F(AgentCapture, ReadsTheTableWhereTheEntryPointPlacesIt) {
   const Table table = MinimalServer();
-  Dump32 dump(table);
-  dump.bytes.insert(dump.bytes.begin() + 0x20, 0x10, 0xEE);
-  EXPECT_EQ(Read(dump.Set(0x18, 4, 0x30).bytes).table, table.Bytes());
+  Bytes dump = Of32Bits(table).Set(kTableAddress, 4, kTableInFile + 0x10).FileWith(table);
+  dump.insert(dump.begin() + kTableInFile, 0x10, 0xEE);
+  EXPECT_EQ(Read(dump).table, table.Bytes());
 }
 
 TEST_F(AgentCapture, ReadsTheTableAt20hWhenTheEntryPointPlacesItOutsideTheFile) {
   const Table table = MinimalServer();
-  const Found found = Read(Dump32(table).Set(0x18, 4, 0x7F000000).bytes);
+  const Found found = Read(Of32Bits(table).Set(kTableAddress, 4, 0x7F000000).FileWith(table));
   EXPECT_EQ(found.table, table.Bytes());
   EXPECT_THAT(found.notes, ElementsAre(HasSubstr("0x7F000000")));
 }
 
 TEST_F(AgentCapture, KeepsACountThatLiesAndSaysSo) {
   const Table table = MinimalServer();
-  const Found found = Read(Dump32(table).Set(0x1C, 2, 999).bytes);
+  const Found found = Read(Of32Bits(table).Set(kStructureCount, 2, 999).FileWith(table));
   EXPECT_EQ(found.error, CaptureError::kNone);
   EXPECT_EQ(found.count, 999u);
   EXPECT_THAT(found.notes, ElementsAre("the entry point states 999 structures, the table has " +
@@ -143,7 +110,7 @@ TEST_F(AgentCapture, KeepsACountThatLiesAndSaysSo) {
 
 TEST_F(AgentCapture, UsesWhatIsThereOfALengthThatLies) {
   const Table table = MinimalServer();
-  const Found found = Read(Dump32(table).Set(0x16, 2, 60000).bytes);
+  const Found found = Read(Of32Bits(table).Set(kTableLength, 2, 60000).FileWith(table));
   EXPECT_EQ(found.table, table.Bytes());
   EXPECT_THAT(found.notes, ElementsAre(HasSubstr("a table of 60000 bytes, but only " +
                                                  std::to_string(table.Size()))));
@@ -151,7 +118,7 @@ TEST_F(AgentCapture, UsesWhatIsThereOfALengthThatLies) {
 
 TEST_F(AgentCapture, BelievesALengthThatIsTooShort) {
   const Table table = MinimalServer();
-  const Found found = Read(Dump32(table).Set(0x16, 2, 100).bytes);
+  const Found found = Read(Of32Bits(table).Set(kTableLength, 2, 100).FileWith(table));
   EXPECT_EQ(found.table.size(), 100u);
   EXPECT_THAT(found.notes, Contains(HasSubstr("cut off")));
   EXPECT_THAT(found.notes, Contains(HasSubstr("type 127")));
@@ -159,45 +126,46 @@ TEST_F(AgentCapture, BelievesALengthThatIsTooShort) {
 
 TEST_F(AgentCapture, SaysWhenAChecksumIsWrong) {
   const Table table = MinimalServer();
-  Dump32 dump(table);
-  dump.bytes[0x0A] ^= 0x55;
-  EXPECT_THAT(Read(dump.bytes).notes, ElementsAre("the entry point's checksum is wrong"));
-  dump.Seal();
-  dump.bytes[0x1E] ^= 0x55;
-  FixChecksum(dump.bytes, 0, 0x1F, 0x04);
-  EXPECT_THAT(Read(dump.bytes).notes, ElementsAre(HasSubstr("intermediate checksum")));
-  dump.bytes[0x10] = 'x';
-  FixChecksum(dump.bytes, 0, 0x1F, 0x04);
-  EXPECT_THAT(Read(dump.bytes).notes, ElementsAre(HasSubstr("_DMI_")));
-  EXPECT_EQ(Read(dump.bytes).table, table.Bytes());
+  const auto notesOn = [&](const EntryPointBytes& entry) {
+    const Found found = Read(entry.FileWith(table));
+    EXPECT_EQ(found.table, table.Bytes());
+    return found.notes;
+  };
+  EXPECT_THAT(notesOn(Of32Bits(table).Spoil(kMaximumStructureSize)),
+              ElementsAre("the entry point's checksum is wrong"));
+  EXPECT_THAT(notesOn(Of32Bits(table).SpoilInside(kIntermediateChecksum)),
+              ElementsAre(HasSubstr("intermediate checksum")));
+  EXPECT_THAT(notesOn(Of32Bits(table).SpoilInside(kIntermediateAnchor)),
+              ElementsAre(HasSubstr("_DMI_")));
 }
 
 TEST_F(AgentCapture, SaysWhenAnEntryPointStatesAnOddLengthOfItsOwn) {
   const Table table = MinimalServer();
-  EXPECT_THAT(Read(Dump32(table).Set(0x05, 1, 0x1E).bytes).notes,
+  EXPECT_THAT(Read(Of32Bits(table).Set(kEntryPointLength, 1, 0x1E).FileWith(table)).notes,
               ElementsAre(HasSubstr("30 bytes, where 31 are usual")));
   // A length that reaches past the file is not summed up.
-  EXPECT_THAT(Read(Dump32(Table()).Set(0x05, 1, 0xFF).bytes).notes,
+  EXPECT_THAT(Read(Of32Bits(Table()).Set(kEntryPointLength, 1, 0xFF).FileWith(Table())).notes,
               Contains(HasSubstr("255 bytes")));
 }
 
 TEST_F(AgentCapture, SaysWhenSomethingFollowsTheEndOfTable) {
   const Table table = Table::Of(MinimalServer(), Raw{{0, 0, 0, 0}});
-  const Found found = Read(Dump32(table).bytes);
+  const Found found = Read(Dump32(table));
   EXPECT_EQ(found.table, table.Bytes()) << "a 32-bit entry point's length holds";
   EXPECT_THAT(found.notes, Contains(HasSubstr("4 bytes follow the end-of-table structure")));
 }
 
 TEST_F(AgentCapture, SaysWhenTheLastBytesAreNoStructure) {
   const Table table = Table::Of(MinimalServer(), Raw{{1, 2}});
-  EXPECT_THAT(Read(Dump32(table).bytes).notes, Contains(HasSubstr("last 2 bytes")));
+  EXPECT_THAT(Read(Dump32(table)).notes, Contains(HasSubstr("last 2 bytes")));
 }
 
 TEST_F(AgentCapture, RefusesAnEntryPointWithoutATable) {
   const Table table;
-  EXPECT_EQ(Read(Dump32(table).bytes).error, CaptureError::kNothingBehind);
+  EXPECT_EQ(Read(Dump32(table)).error, CaptureError::kNothingBehind);
   const Table server = MinimalServer();
-  EXPECT_EQ(Read(Dump32(server).Set(0x16, 2, 0).bytes).error, CaptureError::kNothingBehind);
+  EXPECT_EQ(Read(Of32Bits(server).Set(kTableLength, 2, 0).FileWith(server)).error,
+            CaptureError::kNothingBehind);
 }
 
 // --- A 64-bit entry point ---
@@ -205,7 +173,7 @@ TEST_F(AgentCapture, RefusesAnEntryPointWithoutATable) {
 TEST_F(AgentCapture, EndsTheTableOfA64BitEntryPointAfterItsEndOfTable) {
   const Table table = Table::Of(MinimalServer(), Raw{Bytes(100, 0)});
   const size_t end = MinimalServer().Size();
-  const Found found = Read(Dump64(table, static_cast<uint32_t>(table.Size())).bytes);
+  const Found found = Read(Dump64(table, table.Size()));
   EXPECT_EQ(found.kind, EntryPointKind::k64Bit);
   EXPECT_EQ(found.version, 302u);
   EXPECT_EQ(found.table, Bytes(table.Bytes().begin(), table.Bytes().begin() + end));
@@ -215,22 +183,23 @@ TEST_F(AgentCapture, EndsTheTableOfA64BitEntryPointAfterItsEndOfTable) {
 
 TEST_F(AgentCapture, TakesTheLengthOfA64BitEntryPointForAMaximum) {
   const Table table = MinimalServer();
-  EXPECT_THAT(Read(Dump64(table, 1'000'000).bytes).notes, ElementsAre(HasSubstr("Not Found")));
+  EXPECT_THAT(Read(Dump64(table, 1'000'000)).notes, ElementsAre(HasSubstr("Not Found")));
 }
 
 TEST_F(AgentCapture, SaysWhenTheTableOfA64BitEntryPointIsCut) {
   Table table = MinimalServer();
   table.Chop(10);
-  const Found found = Read(Dump64(table, 1'000'000).bytes);
+  const Found found = Read(Dump64(table, 1'000'000));
   EXPECT_EQ(found.table, table.Bytes());
   EXPECT_THAT(found.notes, Contains(HasSubstr("but only")));
   EXPECT_THAT(found.notes, Contains(HasSubstr("type 127")));
 }
 
 TEST_F(AgentCapture, PlacesNothingPastTheFileForA64BitAddress) {
-  Dump64 dump(MinimalServer(), 4096);
-  Put(dump.bytes, 0x10, 8, 0xFFFFFFFFFFFFFFF0);
-  EXPECT_EQ(Read(dump.bytes).table, MinimalServer().Bytes());
+  const Table table = MinimalServer();
+  const Bytes dump =
+      Of64Bits(table, 4096).Set(kTableAddress64, 8, 0xFFFFFFFFFFFFFFF0).FileWith(table);
+  EXPECT_EQ(Read(dump).table, table.Bytes());
 }
 
 // --- A bare table ---
@@ -297,7 +266,7 @@ TEST_F(AgentCapture, SaysWhatIsWrongInWords) {
 }
 
 TEST_F(AgentCapture, ReadsNothingPastADumpThatIsCutAnywhere) {
-  for (const Bytes& dump : {Dump32(MinimalServer()).bytes, Dump64(MinimalServer(), 4096).bytes}) {
+  for (const Bytes& dump : {Dump32(MinimalServer()), Dump64(MinimalServer(), 4096)}) {
     for (size_t size = 0; size < dump.size(); ++size) {
       Read(Bytes(dump.begin(), dump.begin() + size));
     }
@@ -309,10 +278,9 @@ TEST_F(AgentCapture, ReadsNothingPastADumpThatIsCutAnywhere) {
 
 TEST_F(AgentCapture, ReadsATableApartFromItsEntryPoint) {
   const Table table = MinimalServer();
-  Bytes entry = Dump32(table).Set(0x18, 4, 0xDEADBEEF).bytes;
-  entry.resize(0x1F);
+  const EntryPointBytes entry = Of32Bits(table).Set(kTableAddress, 4, 0xDEADBEEF);
   Capture capture;
-  tvqplatform::ReadSeparateTable(View(entry), View(table.Bytes()), capture);
+  tvqplatform::ReadSeparateTable(View(entry.Bytes()), View(table.Bytes()), capture);
   const Found found = ToFound(capture);
   EXPECT_EQ(found.error, CaptureError::kNone);
   EXPECT_EQ(found.table, table.Bytes());

@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 #include "TvqPlatformPkg/src/smbios/firmware_table.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
@@ -151,15 +152,10 @@ class FirmwareTable : public AgentPublication {
  protected:
   // A 64-bit entry point for bytes of the test.
   void Install64(const Bytes& table) {
-    mEntry64 = {};
-    std::memcpy(mEntry64.AnchorString, "_SM3_", 5);
-    mEntry64.EntryPointLength = sizeof(mEntry64);
-    mEntry64.MajorVersion = 3;
-    mEntry64.MinorVersion = 3;
-    mEntry64.TableMaximumSize = static_cast<UINT32>(table.size());
-    mEntry64.TableAddress = reinterpret_cast<uintptr_t>(table.data());
-    mEntry64.EntryPointStructureChecksum = static_cast<UINT8>(-Sum(&mEntry64, sizeof(mEntry64)));
-    Install(gEfiSmbios3TableGuid, &mEntry64);
+    const auto address = reinterpret_cast<uintptr_t>(table.data());
+    Install(
+        gEfiSmbios3TableGuid,
+        EntryPointBytes::Of64Bits({.length = table.size(), .address = address}).PlaceAt(&mEntry64));
   }
 
  private:

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,6 +22,7 @@ namespace {
 
 using nlohmann::ordered_json;
 using test::Bytes;
+using test::EntryPointBytes;
 using test::Table;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -29,32 +31,14 @@ using testing::StartsWith;
 
 using CliExport = CliTest;
 
-// Entry points as files of their own, with the table at 20h or apart.
-Bytes EntryPoint32(const Table& table) {
-  Bytes entry = {'_', 'S', 'M', '_', 0, 0x1F, 2,   7,   0,   0,   0,
-                 0,   0,   0,   0,   0, '_',  'D', 'M', 'I', '_', 0};
-  const auto word = [&](size_t value) {
-    entry.push_back(static_cast<uint8_t>(value));
-    entry.push_back(static_cast<uint8_t>(value >> 8));
-  };
-  word(table.Size());
-  word(0x20);
-  word(0);
-  word(table.Count());
-  entry.push_back(0x27);
-  return entry;
+// Entry points of two versions; behind each of them, the table at 20h.
+EntryPointBytes EntryPoint32(const Table& table) {
+  return EntryPointBytes::Of32Bits(
+      {.major = 2, .minor = 7, .length = table.Size(), .count = table.Count()});
 }
 
-Bytes EntryPoint64() {
-  Bytes entry = {'_', 'S', 'M', '3', '_', 0, 0x18, 3, 2, 0, 1, 0, 0, 0x40, 0, 0, 0x20};
-  entry.resize(0x18);
-  return entry;
-}
-
-Bytes Dump(Bytes entry, const Table& table) {
-  entry.resize(0x20);
-  entry.insert(entry.end(), table.Bytes().begin(), table.Bytes().end());
-  return entry;
+EntryPointBytes EntryPoint64() {
+  return EntryPointBytes::Of64Bits({.major = 3, .minor = 2, .length = 0x4000});
 }
 
 // --- Documents ---
@@ -123,8 +107,7 @@ TEST_F(CliExport, TakesTheVersionOfABareTable) {
 
 TEST_F(CliExport, StatesTheCountOfA32BitEntryPointEvenWhenItLies) {
   const Table table = test::MinimalServer();
-  Bytes dump = Dump(EntryPoint32(table), table);
-  dump[0x1C] = 99;
+  const Bytes dump = EntryPoint32(table).Set(test::kStructureCount, 2, 99).FileWith(table);
   const Outcome outcome = RunTvq({"export", "--from-dump", Write("dump", dump)});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.Json()["smbios"]["structureCount"], 99);
@@ -136,7 +119,7 @@ TEST_F(CliExport, EndsTheTableOfA64BitEntryPointAndSaysWhatFirmwareWouldDo) {
   const Table table = Table::Of(test::MinimalServer(), test::Raw{Bytes(64, 0)});
   const size_t size = test::MinimalServer().Size();
   const Outcome outcome =
-      RunTvq({"export", "--from-dump", Write("dump", Dump(EntryPoint64(), table))});
+      RunTvq({"export", "--from-dump", Write("dump", EntryPoint64().FileWith(table))});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.Json()["smbios"]["tableLength"], size);
   EXPECT_EQ(outcome.Json()["start"], "Success");
@@ -163,7 +146,7 @@ TEST_F(CliExport, TakesABareTableAsDump) {
 TEST_F(CliExport, SaysWhenTheVersionIsNotNeeded) {
   const Table table = test::MinimalServer();
   const Outcome outcome =
-      RunTvq({"export", "--table", Write("dump", Dump(EntryPoint32(table), table)),
+      RunTvq({"export", "--table", Write("dump", EntryPoint32(table).FileWith(table)),
               "--smbios-version", "3.2"});
   EXPECT_EQ(outcome.Json()["smbios"]["minor"], 7);
   EXPECT_THAT(outcome.diagnostics, HasSubstr("--smbios-version is ignored"));
@@ -281,7 +264,7 @@ TEST_F(CliExport, Helps) {
 
 TEST_F(CliExport, ReadsTheTableOfThisMachine) {
   const Table table = test::MinimalServer();
-  Write("smbios_entry_point", EntryPoint32(table));
+  Write("smbios_entry_point", EntryPoint32(table).Bytes());
   Write("DMI", table.Bytes());
   const Outcome outcome = RunTvq({"export", "--sysfs", Path("")});
   EXPECT_EQ(outcome.status, 0);
