@@ -40,7 +40,7 @@ constexpr Source kSources[] = {
     {SMBIOS_FIELD(9, SlotDesignation), "Desig"},
     {SMBIOS_FIELD(4, ProcessorVersion), "MarketingName", kUsualLimit, Cut::kTrimmed},
     {SMBIOS_FIELD(4, ProcessorManufacturer), "ProcessorManufacturer"},
-    {SMBIOS_FIELD(17, SerialNumber), "WWN", 14},
+    {SMBIOS_FIELD(17, SerialNumber), "WWN", devices::kSerialLength},
     {SMBIOS_FIELD(17, Manufacturer), "Manufacturer"},
     {SMBIOS_FIELD(17, BankLocator), "BankLocator"},
     {SMBIOS_FIELD(17, AssetTag), "AssetTag"},

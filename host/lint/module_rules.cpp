@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <cctype>
 #include <map>
 
 #include "host/lint/devices.h"
@@ -15,8 +14,7 @@
 namespace tvq::lint {
 namespace {
 
-// Characters of a serial number that blob and document keep.
-constexpr std::size_t kSerialLength = 14;
+using devices::kSerialLength;
 
 // The driver reads up to these offsets without a test of the length, the second ones only from
 // structures longer than kLateFieldsBeyond.
@@ -35,44 +33,9 @@ std::string_view Trimmed(std::string_view text) {
              : text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-std::string LowerLetters(std::string_view text) {
-  std::string lower;
-  for (const char character : text) {
-    if (std::isalnum(static_cast<unsigned char>(character)) != 0) {
-      lower.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
-    }
-  }
-  return lower;
-}
-
-// What firmware writes where it knows nothing, as letters and digits alone.
-constexpr std::string_view kPlaceholders[] = {
-    "",           "none",         "na",           "null",          "unknown",
-    "undefined",  "empty",        "notspecified", "notavailable",  "notprovided",
-    "nodimm",     "notinstalled", "default",      "defaultstring", "tobefilledbyoem",
-    "0123456789", "123456789",    "1234567890",   "12345678",
-};
-// The same with a number behind or in front: "SerNum0", "Array1_PartNumber2".
-constexpr std::string_view kPlaceholderStems[] = {"sernum", "partnum", "partnumber", "serialnumber",
-                                                  "modulepartnumber"};
-
-bool IsOneCharacter(std::string_view text) {
-  return text.size() > 1 && text.find_first_not_of(text[0]) == std::string_view::npos;
-}
-
 bool IsPlaceholder(std::string_view text) {
-  const std::string letters = LowerLetters(text);
-  if (std::find(std::begin(kPlaceholders), std::end(kPlaceholders), letters) !=
-          std::end(kPlaceholders) ||
-      IsOneCharacter(letters)) {
-    return true;
-  }
-  return std::any_of(
-      std::begin(kPlaceholderStems), std::end(kPlaceholderStems), [&](std::string_view stem) {
-        const std::size_t at = letters.find(stem);
-        return at != std::string::npos &&
-               letters.find_first_not_of("0123456789", at + stem.size()) == std::string::npos;
-      });
+  return devices::IsDummy(
+      smbios::Text(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
 }
 
 bool IsPlaceholderAt(const Structure& module, StringField field) {

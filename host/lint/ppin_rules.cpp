@@ -5,16 +5,18 @@
  */
 #include <fmt/format.h>
 
+#include <Library/TvqDeviceLib.h>
+
 #include "host/lint/families.h"
 #include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
 
-// The search begins at this byte of the first structure of OEM strings, not at its first string.
-constexpr std::size_t kSearchStart = 25;
-constexpr std::string_view kTag = "17[";
-constexpr std::size_t kPpinLength = 16;
+using devices::kPpinLength;
+using devices::kPpinSearchStart;
+
+constexpr std::string_view kTag = devices::kPpinTag;
 
 // The text at a byte of the table, counted from the structure; empty where none ends in the table.
 std::string TextAt(const Structure& strings, std::size_t at) {
@@ -25,7 +27,7 @@ std::string TextAt(const Structure& strings, std::size_t at) {
 // one for each processor, as long as string follows string with a tag in it.
 std::vector<std::size_t> FindTags(const Subject& subject, const Structure& first) {
   std::vector<std::size_t> tags;
-  std::size_t at = kSearchStart;
+  std::size_t at = kPpinSearchStart;
   while (tags.size() < subject.Processors().size()) {
     const std::string text = TextAt(first, at);
     const std::size_t tag = text.find(kTag);
@@ -44,12 +46,12 @@ std::string ReasonUnread(const Structure& first, const Structure& strings, std::
   if (&strings != &first) {
     return "only the first structure of OEM strings is searched";
   }
-  if (tag < kSearchStart) {
+  if (tag < kPpinSearchStart) {
     return fmt::format("it begins at byte {} of the structure, and the search at byte {}", tag,
-                       kSearchStart);
+                       kPpinSearchStart);
   }
-  return first.PeekByte(kSearchStart) == 0
-             ? fmt::format("a string ends at byte {}, where the search begins", kSearchStart)
+  return first.PeekByte(kPpinSearchStart) == 0
+             ? fmt::format("a string ends at byte {}, where the search begins", kPpinSearchStart)
              : "the string in front of it has none, and ends the search";
 }
 

@@ -460,11 +460,13 @@ struct EntryPointLayout {
   U8 TableAddress;
   U8 StructureCount;
   U8 Revision;
+  U8 Reserved;  ///< Bytes that mean nothing, and how many there are.
+  U8 ReservedSize;
 };
-inline constexpr EntryPointLayout kEntryPoint32 = {0x1F, 0x04, 0x05, 0x06, 0x07, 0x08,
-                                                   0x10, 0x15, 0x16, 0x18, 0x1C, 0x1E};
-inline constexpr EntryPointLayout kEntryPoint64 = {0x18, 0x05, 0x06, 0x07, 0x08, 0,
-                                                   0,    0,    0x0C, 0x10, 0,    0x0A};
+inline constexpr EntryPointLayout kEntryPoint32 = {0x1F, 0x04, 0x05, 0x06, 0x07, 0x08, 0x10,
+                                                   0x15, 0x16, 0x18, 0x1C, 0x1E, 0x0B, 5};
+inline constexpr EntryPointLayout kEntryPoint64 = {0x18, 0x05, 0x06, 0x07, 0x08, 0,    0,
+                                                   0,    0x0C, 0x10, 0,    0x0A, 0x0B, 1};
 
 /// The layout of the 64-bit entry point, or else of the 32-bit one.
 constexpr EntryPointLayout LayoutOf(EntryPointKind kind) {

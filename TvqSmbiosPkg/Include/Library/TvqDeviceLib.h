@@ -112,6 +112,36 @@ Key KeyOf(const Structure& device);
 Key KeyOfPath(Bytes devicePath);
 
 // -------------------------------------------------------------------------------------------------
+// Serial numbers, part numbers and tags
+// -------------------------------------------------------------------------------------------------
+
+/// Characters of a serial number that blobs and documents keep.
+inline constexpr smbios::SizeType kSerialLength = 14;
+
+// What firmware writes where it knows nothing. Letters and digits count, small and capital ones
+// alike, and so do bytes beyond ASCII. A text as long as what is kept of a serial number may be the
+// beginning of a longer one.
+
+/// Whether the text certainly names no part: it is empty, one character several times, or one of the
+/// texts that stand for none ("Not Specified").
+bool IsPlaceholder(Text text);
+
+/// Whether the text tells no part from another. What looks like a counted name ("SerNum0") or like
+/// digits in a row does not, although it might hide a number.
+bool IsDummy(Text text);
+
+// -------------------------------------------------------------------------------------------------
+// Processor inventory numbers (PPIN) among the OEM strings
+// -------------------------------------------------------------------------------------------------
+
+/// Deliberate: the search begins at this byte of the first structure of OEM strings, not at its
+/// first string.
+inline constexpr smbios::SizeType kPpinSearchStart = 25;
+inline constexpr char kPpinTag[] = "17[";
+/// Bytes behind the tag that are taken as they stand.
+inline constexpr smbios::SizeType kPpinLength = 16;
+
+// -------------------------------------------------------------------------------------------------
 // What the driver makes of a table
 // -------------------------------------------------------------------------------------------------
 

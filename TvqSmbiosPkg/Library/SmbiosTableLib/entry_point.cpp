@@ -79,11 +79,9 @@ void PutChecksum(Span<U8> bytes, SizeType at) {
 
 void Put32(const EntryPoint& entry, Span<U8> bytes) {
   constexpr SizeType kRevisionOfEntryPoint = 0x0A;
-  constexpr SizeType kFormattedArea = 0x0B;
   PutText(bytes, 0, kAnchor32);
   Put(bytes, kEntryPoint32.MaximumStructureSize, entry.MaximumStructureSize, 2);
   bytes[kRevisionOfEntryPoint] = 0;
-  Put(bytes, kFormattedArea, 0, 5);
   PutText(bytes, kEntryPoint32.IntermediateAnchor, kIntermediateAnchor);
   bytes[kEntryPoint32.IntermediateChecksum] = 0;
   Put(bytes, kEntryPoint32.TableLength, entry.TableLength, 2);
@@ -95,11 +93,9 @@ void Put32(const EntryPoint& entry, Span<U8> bytes) {
 
 void Put64(const EntryPoint& entry, Span<U8> bytes) {
   constexpr SizeType kDocumentRevision = 0x09;
-  constexpr SizeType kReserved = 0x0B;
   PutText(bytes, 0, kAnchor64);
   bytes[kDocumentRevision] = 0;
   bytes[kEntryPoint64.Revision] = kRevision64;
-  bytes[kReserved] = 0;
   Put(bytes, kEntryPoint64.TableLength, entry.TableLength, 4);
   Put(bytes, kEntryPoint64.TableAddress, entry.TableAddress, 8);
 }
@@ -148,6 +144,7 @@ SizeType WriteEntryPoint(const EntryPoint& entry, Span<U8> bytes) {
   written[layout.Length] = layout.Size;
   written[layout.Major] = entry.Major;
   written[layout.Minor] = entry.Minor;
+  Put(written, layout.Reserved, 0, layout.ReservedSize);
   if (entry.Kind == EntryPointKind::k32Bit) {
     Put32(entry, written);
   } else {

@@ -5,20 +5,18 @@
  */
 #include "host/cli/redact/mask.h"
 
+#include <Library/TvqDeviceLib.h>
 #include <sodium.h>
 
 #include <algorithm>
-#include <cctype>
 #include <stdexcept>
 
 namespace tvq::cli {
 namespace {
 
-constexpr std::size_t kKeptOfSerial = 14;
 constexpr std::size_t kLongest = 256;
 constexpr char kBlank = 'x';
-constexpr std::size_t kPpinSize = 16;
-constexpr std::string_view kPpinTag = "17[";
+constexpr std::string_view kTag = devices::kPpinTag;
 constexpr std::string_view kDigits = "0123456789abcdef";
 // Far beyond the six for each bit that the proof of the shuffle asks for, for the shortest texts.
 constexpr unsigned kFewestRounds = 64;
@@ -40,45 +38,9 @@ const Class* ClassOf(unsigned char character) {
   return found == std::end(kClasses) ? nullptr : found;
 }
 
-// What firmware writes where it knows no number. Upper case and blanks do not count.
-constexpr std::string_view kPlaceholders[] = {"notspecified",
-                                              "unknown",
-                                              "none",
-                                              "n/a",
-                                              "na",
-                                              "noserialnumber",
-                                              "serialnumber",
-                                              "systemserialnumber",
-                                              "chassisserialnumber",
-                                              "baseboardserialnumber",
-                                              "empty",
-                                              "nodimm",
-                                              "notavailable",
-                                              "notprovided",
-                                              "default",
-                                              "defaultstring",
-                                              "0123456789",
-                                              "tobefilledbyo.e.m.",
-                                              "oem",
-                                              "o.e.m.",
-                                              "undefined",
-                                              "invalid",
-                                              "noassettag",
-                                              "noassetinformation",
-                                              "assettag",
-                                              "notapplicable"};
-
 bool NamesNothing(std::string_view text) {
-  std::string plain;
-  for (const char character : text) {
-    if (character != ' ') {
-      plain.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
-    }
-  }
-  const bool isOneCharacter =
-      std::all_of(plain.begin(), plain.end(), [&plain](char one) { return one == plain[0]; });
-  return isOneCharacter || std::find(std::begin(kPlaceholders), std::end(kPlaceholders), plain) !=
-                               std::end(kPlaceholders);
+  return devices::IsPlaceholder(
+      smbios::Text(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
 }
 
 // The number of a tag such as "22[" with its bracket, or the first character.
@@ -186,19 +148,19 @@ std::string Masker::Mask(std::string_view text) const {
   text = text.substr(0, kLongest);
   // The part that the driver keeps is masked for itself; longer texts in pieces, each in the
   // context of all before it.
-  for (std::size_t at = 0; at < text.size(); at += kKeptOfSerial) {
-    masked += Permute(text.substr(at, kKeptOfSerial), text.substr(0, at));
+  for (std::size_t at = 0; at < text.size(); at += devices::kSerialLength) {
+    masked += Permute(text.substr(at, devices::kSerialLength), text.substr(0, at));
   }
   return masked + rest;
 }
 
 std::string Masker::MaskOemString(std::string_view text) const {
-  const std::size_t tag = text.find(kPpinTag);
+  const std::size_t tag = text.find(kTag);
   if (tag != std::string_view::npos) {
-    const std::string_view rest = text.substr(tag + kPpinTag.size());
-    return MaskUntagged(text.substr(0, tag)) + std::string(kPpinTag) +
-           Mask(rest.substr(0, kPpinSize)) +
-           (rest.size() > kPpinSize ? Mask(rest.substr(kPpinSize)) : "");
+    const std::string_view rest = text.substr(tag + kTag.size());
+    return MaskUntagged(text.substr(0, tag)) + std::string(kTag) +
+           Mask(rest.substr(0, devices::kPpinLength)) +
+           (rest.size() > devices::kPpinLength ? Mask(rest.substr(devices::kPpinLength)) : "");
   }
   return NamesNothing(text) ? std::string(text) : MaskUntagged(text);
 }
@@ -210,7 +172,7 @@ std::string Masker::MaskUntagged(std::string_view text) const {
   std::string masked(text.substr(kept.size()));
   do {
     masked = Mask(masked);
-  } while ((kept + masked).find(kPpinTag) != std::string::npos);
+  } while ((kept + masked).find(kTag) != std::string::npos);
   return kept + masked;
 }
 

@@ -9,6 +9,7 @@
 
 #include "host/cli/redact/redact.h"
 #include "host/table/dump.h"
+#include "host/table/structure.h"
 
 namespace tvq::cli {
 namespace {
@@ -16,33 +17,28 @@ namespace {
 using table::Bytes;
 using table::EntryPoint;
 
-// Bytes of an entry point that mean nothing (SMBIOS 5.2), and those behind it.
-struct Reserved {
-  EntryPoint kind;
-  std::size_t offset;
-  std::size_t size;
-  std::size_t checksum;  // the byte that makes up for them; 0: none
-};
-constexpr Reserved kReserved[] = {{EntryPoint::k32Bit, 0x0B, 5, 0x04},
-                                  {EntryPoint::k32Bit, 0x1F, 1, 0},
-                                  {EntryPoint::k64Bit, 0x0B, 1, 0x05},
-                                  {EntryPoint::k64Bit, 0x18, 8, 0}};
+// Zeros `size` bytes of the dump, and makes up for them in the byte at `checksum`, unless that is 0.
+void ZeroOut(Bytes& dump, std::size_t start, std::size_t size, std::size_t checksum) {
+  for (std::size_t at = start; at < start + size; ++at) {
+    if (checksum != 0) {
+      dump[checksum] = static_cast<uint8_t>(dump[checksum] + dump[at]);
+    }
+    dump[at] = 0;
+  }
+}
 
 }  // namespace
 
-// A checksum stays as right or wrong as it was.
+// What means nothing in the entry point, and what stands behind it. A checksum stays as right or
+// wrong as it was.
 void RedactEntryPoint(Bytes& dump, EntryPoint kind) {
-  for (const Reserved& reserved : kReserved) {
-    for (std::size_t at = reserved.offset; at < reserved.offset + reserved.size; ++at) {
-      if (reserved.kind != kind) {
-        continue;
-      }
-      if (reserved.checksum != 0) {
-        dump[reserved.checksum] = static_cast<uint8_t>(dump[reserved.checksum] + dump[at]);
-      }
-      dump[at] = 0;
-    }
+  if (kind != EntryPoint::k32Bit && kind != EntryPoint::k64Bit) {
+    return;
   }
+  const smbios::EntryPointLayout layout =
+      kind == EntryPoint::k32Bit ? smbios::kEntryPoint32 : smbios::kEntryPoint64;
+  ZeroOut(dump, layout.Reserved, layout.ReservedSize, layout.Checksum);
+  ZeroOut(dump, layout.Size, smbios::kDumpedTableOffset - layout.Size, 0);
 }
 
 // All of the file is taken for the table, also what the entry point does not count.

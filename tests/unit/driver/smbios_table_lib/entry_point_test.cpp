@@ -200,6 +200,8 @@ TEST(SmbiosEntryPoint, HasTheLayoutThatEdk2HasToo) {
   EXPECT_EQ(kEntryPoint32.TableAddress, OFFSET_OF(Entry32, TableAddress));
   EXPECT_EQ(kEntryPoint32.StructureCount, OFFSET_OF(Entry32, NumberOfSmbiosStructures));
   EXPECT_EQ(kEntryPoint32.Revision, OFFSET_OF(Entry32, SmbiosBcdRevision));
+  EXPECT_EQ(kEntryPoint32.Reserved, OFFSET_OF(Entry32, FormattedArea));
+  EXPECT_EQ(kEntryPoint32.ReservedSize, sizeof(Entry32::FormattedArea));
 
   using Entry64 = SMBIOS_TABLE_3_0_ENTRY_POINT;
   EXPECT_EQ(kEntryPoint64.Size, sizeof(Entry64));
@@ -210,6 +212,8 @@ TEST(SmbiosEntryPoint, HasTheLayoutThatEdk2HasToo) {
   EXPECT_EQ(kEntryPoint64.TableLength, OFFSET_OF(Entry64, TableMaximumSize));
   EXPECT_EQ(kEntryPoint64.TableAddress, OFFSET_OF(Entry64, TableAddress));
   EXPECT_EQ(kEntryPoint64.Revision, OFFSET_OF(Entry64, EntryPointRevision));
+  EXPECT_EQ(kEntryPoint64.Reserved, OFFSET_OF(Entry64, Reserved));
+  EXPECT_EQ(kEntryPoint64.ReservedSize, sizeof(Entry64::Reserved));
 }
 
 }  // namespace
