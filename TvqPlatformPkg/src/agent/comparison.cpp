@@ -6,13 +6,16 @@
 
 #include "comparison.h"
 
-#include <IndustryStandard/TvqBlob.h>
+#include <Library/TvqBlobLib.h>
+#include <Library/TvqDeviceLib.h>
 #include <Protocol/XmlParser.h>
 
 #include "../text.h"
 #include "attributes.h"
 
 namespace tvqplatform {
+
+namespace blobs = tvq::blobs;
 
 namespace {
 
@@ -52,12 +55,7 @@ void CopySavedSerial(const SavedDevice& saved, CHAR8* buffer, UINTN size) {
 
 /// Saved data begins with the inventory blob, unless that could not be built.
 bool HasInventoryBlob(const SavedDevice& saved) {
-  TVQ_BLOB_HEADER header;
-  if (saved.Data.Size() < sizeof(header)) {
-    return false;
-  }
-  CopyMem(&header, saved.Data.Data(), sizeof(header));
-  return header.type == TVQ_BLOB_TYPE_INVENTORY;
+  return blobs::ReadBlob(saved.Data).Type == blobs::kInventory;
 }
 
 bool HasSerial(const SavedDevice& saved, const CHAR8* serial) {
@@ -147,20 +145,12 @@ class Announcement {
 }
 
 /// The text of the saved configuration document, or null.
-const CHAR8* FindDocument(tvq::Span<const UINT8> data) {
-  TVQ_BLOB_HEADER header;
-  while (data.Size() >= sizeof(header)) {
-    CopyMem(&header, data.Data(), sizeof(header));
-    if (header.sizeInBytes < sizeof(header) || header.sizeInBytes > data.Size()) {
-      return nullptr;
-    }
-    if (header.type == TVQ_BLOB_TYPE_CONFIGURATION &&
-        header.sizeInBytes > sizeof(TVQ_CONFIGURATION_BLOB) && data[header.sizeInBytes - 1] == 0) {
-      return reinterpret_cast<const CHAR8*>(data.Data()) + sizeof(TVQ_CONFIGURATION_BLOB);
-    }
-    data = {data.Data() + header.sizeInBytes, data.Size() - header.sizeInBytes};
+const CHAR8* FindDocument(blobs::Bytes data) {
+  blobs::Bytes blob;
+  if (blobs::FindBlob(data, blobs::kConfiguration, 0, blob) != blobs::Search::kFound) {
+    return nullptr;
   }
-  return nullptr;
+  return reinterpret_cast<const CHAR8*>(blobs::DocumentOf(blob).Data());
 }
 
 bool IsWellFormed(XML_PARSER_PROTOCOL* parser, const CHAR8* document) {
@@ -213,24 +203,6 @@ void VerifyDevice(const Inventory& inventory, UINTN i, const SavedState& saved, 
   }
 }
 
-bool IsPlaceholder(const CHAR8* serial) {
-  constexpr const CHAR8* kPlaceholders[] = {
-      "default string", "n/a",           "na",        "no dimm",  "none",
-      "not available",  "not specified", "null",      "o.e.m",    "serial",
-      "to be filled b", "unknown",       "undefined", "no module"};
-  for (const CHAR8* placeholder : kPlaceholders) {
-    UINTN k = 0;
-    while (placeholder[k] != '\0' &&
-           AsciiCharToUpper(serial[k]) == AsciiCharToUpper(placeholder[k])) {
-      k++;
-    }
-    if (placeholder[k] == '\0' && serial[k] == '\0') {
-      return true;
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 const CHAR8* VerdictInWords(Verdict verdict) {
@@ -281,13 +253,7 @@ bool Comparison::FoundSomething() const {
 }
 
 bool IsUsableSerial(const CHAR8* serial) {
-  bool hasText = false;
-  bool hasTwoKinds = false;
-  for (UINTN i = 0; serial[i] != '\0'; i++) {
-    hasText |= serial[i] != ' ';
-    hasTwoKinds |= serial[i] != serial[0];
-  }
-  return hasText && hasTwoKinds && !IsPlaceholder(serial);
+  return !tvq::devices::IsDummy({reinterpret_cast<const UINT8*>(serial), Length(serial)});
 }
 
 }  // namespace tvqplatform

@@ -6,13 +6,15 @@
 
 #include "inventory.h"
 
-#include <IndustryStandard/TvqBlob.h>
+#include <Library/TvqBlobLib.h>
 #include <Protocol/ZvEntry.h>
 
 #include "../handle_list.h"
 #include "records.h"
 
 namespace tvqplatform {
+
+namespace blobs = tvq::blobs;
 
 namespace {
 
@@ -92,25 +94,15 @@ void FreeDevice(const DeviceInventory& device) {
   }
 }
 
-/// Copies the text of a string reference. It ends with the blob even where its NUL is missing: a
-/// text that was placed behind the stated size is cut there.
-void CopyReferencedText(const DeviceInventory& device, UINTN referenceOffset, CHAR8* buffer,
-                        UINTN size) {
-  buffer[0] = '\0';
-  const tvq::Span<const UINT8> blob = BlobBytes(device, TVQ_SLOT_INVENTORY);
-  if (blob.Size() < sizeof(TVQ_INVENTORY_BLOB)) {
-    return;
-  }
-  UINT32 reference;
-  CopyMem(&reference, blob.Data() + referenceOffset, sizeof(reference));
-  if (!TVQ_STRING_REFERENCE_PRESENT(reference)) {
-    return;
-  }
-  const UINTN start = sizeof(TVQ_INVENTORY_BLOB) + TVQ_STRING_REFERENCE_OFFSET(reference);
+/// Copies a text of the inventory blob. It ends with the blob even where its NUL is missing: a text
+/// that was placed behind the stated size is cut there.
+void CopyText(blobs::Bytes blob, blobs::Reference reference, CHAR8* buffer, UINTN size) {
   UINTN length = 0;
-  while (length + 1 < size && start + length < blob.Size() && blob[start + length] != 0) {
-    buffer[length] = static_cast<CHAR8>(blob[start + length]);
-    length++;
+  for (const UINT8 character : blobs::BytesOf(blob, reference).First(size - 1)) {
+    if (character == 0) {
+      break;
+    }
+    buffer[length++] = static_cast<CHAR8>(character);
   }
   buffer[length] = '\0';
 }
@@ -125,11 +117,13 @@ tvq::Span<const UINT8> BlobBytes(const DeviceInventory& device, UINTN slot) {
 }
 
 void CopyMarketingName(const DeviceInventory& device, CHAR8* buffer, UINTN size) {
-  CopyReferencedText(device, OFFSET_OF(TVQ_INVENTORY_BLOB, MktnameOffset), buffer, size);
+  const blobs::Bytes blob = BlobBytes(device, TVQ_SLOT_INVENTORY);
+  CopyText(blob, blobs::ReadInventory(blob).MarketingName, buffer, size);
 }
 
 void CopySerialNumber(const DeviceInventory& device, CHAR8* buffer, UINTN size) {
-  CopyReferencedText(device, OFFSET_OF(TVQ_INVENTORY_BLOB, wwnOffset), buffer, size);
+  const blobs::Bytes blob = BlobBytes(device, TVQ_SLOT_INVENTORY);
+  CopyText(blob, blobs::ReadInventory(blob).Wwn, buffer, size);
 }
 
 const CHAR8* ClassInWords(const DeviceInventory& device) {

@@ -6,68 +6,24 @@
 
 #include "stored_data.h"
 
+#include <Library/TvqBlobLib.h>
+
 namespace tvqplatform {
 
 StoredDataRegistry gStoredData;
 
-namespace {
-
-struct BlobKind {
-  UINT32 Type;
-  UINT32 Cookie;
-  UINT32 SmallestSize;
-};
-
-constexpr BlobKind kKinds[] = {
-    {TVQ_BLOB_TYPE_INVENTORY, TVQ_BLOB_COOKIE_INVENTORY, sizeof(TVQ_INVENTORY_BLOB)},
-    // The document has at least its terminator.
-    {TVQ_BLOB_TYPE_CONFIGURATION, TVQ_BLOB_COOKIE_CONFIGURATION,
-     sizeof(TVQ_CONFIGURATION_BLOB) + 1},
-    {TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_END_BLOB)},
-};
-
-bool IsSoundHeader(const TVQ_BLOB_HEADER& header, UINTN room) {
-  for (const BlobKind& kind : kKinds) {
-    if (header.type == kind.Type) {
-      return header.revision == TVQ_BLOB_REVISION && header.cookie == kind.Cookie &&
-             header.sizeInBytes >= kind.SmallestSize && header.sizeInBytes <= room;
-    }
-  }
-  return false;
-}
-
-/// Reads the header of the blob at the start of `data`. False: there is no sound blob.
-[[nodiscard]] bool ReadHeader(tvq::Span<const UINT8> data, TVQ_BLOB_HEADER* header) {
-  if (data.Size() < sizeof(*header)) {
-    return false;
-  }
-  CopyMem(header, data.Data(), sizeof(*header));
-  if (!IsSoundHeader(*header, data.Size())) {
-    return false;
-  }
-  return header->type != TVQ_BLOB_TYPE_CONFIGURATION || data[header->sizeInBytes - 1] == '\0';
-}
-
-}  // namespace
-
 EFI_STATUS FindBlob(tvq::Span<const UINT8> data, UINT32 type, UINTN index, const UINT8** blob) {
-  const UINT8* found = nullptr;
-  UINTN matches = 0;
-  TVQ_BLOB_HEADER header = {};
-  for (UINTN at = 0; at < data.Size() && header.type != TVQ_BLOB_TYPE_END;
-       at += header.sizeInBytes) {
-    if (!ReadHeader({data.Data() + at, data.Size() - at}, &header)) {
-      return EFI_VOLUME_CORRUPTED;
-    }
-    if (header.type == type && matches++ == index) {
-      found = data.Data() + at;
-    }
+  tvq::blobs::Bytes found;
+  switch (tvq::blobs::FindBlob(data, type, index, found)) {
+    case tvq::blobs::Search::kFound:
+      *blob = found.Data();
+      return EFI_SUCCESS;
+    case tvq::blobs::Search::kNotFound:
+      return EFI_NOT_FOUND;
+    case tvq::blobs::Search::kDamaged:
+      break;
   }
-  if (found == nullptr) {
-    return EFI_NOT_FOUND;
-  }
-  *blob = found;
-  return EFI_SUCCESS;
+  return EFI_VOLUME_CORRUPTED;
 }
 
 StoredDataRegistry::Entry* StoredDataRegistry::FindEntry(const VOID* buffer) const {

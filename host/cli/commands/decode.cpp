@@ -109,16 +109,16 @@ Json ToJson(const Decoded& decoded) {
 std::optional<DataError> Decode(Decoded& decoded) {
   const Blob& blob = decoded.blob;
   try {
-    if (blob.type == kInventoryType) {
+    if (blob.type == blobs::kInventory) {
       decoded.inventory = ReadInventoryBlob(blob);
-    } else if (blob.type == kEndType) {
+    } else if (blob.type == blobs::kEnd) {
       CheckEndBlob(blob);
     } else {
       decoded.document = ReadConfigurationBlob(blob);
       try {
         decoded.root = ReadDocument(*decoded.document);
       } catch (const DataError& error) {
-        return DataError(blob.offset + kDocumentOffset + error.Offset(), error.what());
+        return DataError(blob.offset + blobs::kDocument + error.Offset(), error.what());
       }
     }
   } catch (const DataError& error) {

@@ -69,7 +69,7 @@ std::vector<Device> ToDevices(const std::vector<session::SavedDevice>& saved) {
     device.trouble = "it has no configuration blob";
     const std::string_view bytes(reinterpret_cast<const char*>(one.blobs.data()), one.blobs.size());
     for (const Blob& blob : SplitBlobs(bytes).blobs) {
-      if (blob.type != kConfigurationType) {
+      if (blob.type != blobs::kConfiguration) {
         continue;
       }
       try {

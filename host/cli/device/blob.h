@@ -12,18 +12,11 @@
 #include <string_view>
 #include <vector>
 
+#include <Library/TvqBlobLib.h>
+
 #include "host/cli/device/document.h"
 
 namespace tvq::cli {
-
-// Positions and values of the format that TvqBlob.h describes.
-inline constexpr std::size_t kBlobHeaderSize = 16;
-inline constexpr std::size_t kStringAreaOffset = 126;
-inline constexpr std::size_t kDocumentOffset = 80;
-inline constexpr std::size_t kEndBlobSize = 148;
-inline constexpr uint32_t kInventoryType = 3;
-inline constexpr uint32_t kConfigurationType = 5;
-inline constexpr uint32_t kEndType = 7;
 
 // A blob in the bytes of a file.
 struct Blob {

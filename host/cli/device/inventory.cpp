@@ -96,7 +96,7 @@ void RequireSections(const Element& document, unsigned type) {
                                                 : nullptr;
   const Element* const configuration = document.Find("Configuration");
   if (configuration == nullptr || (wanted != nullptr && configuration->Find(wanted) == nullptr)) {
-    throw DataError(kDocumentOffset, "it is no document of this kind of device");
+    throw DataError(blobs::kDocument, "it is no document of this kind of device");
   }
 }
 
@@ -131,12 +131,12 @@ std::vector<Device> ToDevices(const std::vector<session::Record>& records) {
 }
 
 std::string_view DocumentText(const session::Bytes& configurationBlob) {
-  if (configurationBlob.size() <= kDocumentOffset) {
+  if (configurationBlob.size() <= blobs::kDocument) {
     throw DataError(configurationBlob.size(), "the blob ends before its document");
   }
   const std::string_view text(reinterpret_cast<const char*>(configurationBlob.data()),
                               configurationBlob.size());
-  return text.substr(kDocumentOffset, text.find('\0', kDocumentOffset) - kDocumentOffset);
+  return text.substr(blobs::kDocument, text.find('\0', blobs::kDocument) - blobs::kDocument);
 }
 
 std::string SizeInWords(uint64_t bytes) {

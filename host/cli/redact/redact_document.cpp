@@ -80,9 +80,9 @@ class BlobRedaction {
   void Run() {
     const BlobList list = SplitBlobs(AsText(mFile));
     for (const Blob& blob : list.blobs) {
-      if (blob.type == kInventoryType) {
+      if (blob.type == blobs::kInventory) {
         MaskInventory(blob);
-      } else if (blob.type == kConfigurationType) {
+      } else if (blob.type == blobs::kConfiguration) {
         MaskConfiguration(blob);
       }
     }
@@ -97,7 +97,7 @@ class BlobRedaction {
   };
 
   void PutText(const Blob& blob, const BlobText& text, const std::string& mask) {
-    Overwrite(mFile, blob.offset + kStringAreaOffset + text.offset, mask);
+    Overwrite(mFile, blob.offset + blobs::kStringArea + text.offset, mask);
   }
 
   // Where a reference is damaged, none of the texts is shown.
@@ -120,7 +120,7 @@ class BlobRedaction {
   }
 
   void MaskConfiguration(const Blob& blob) {
-    const std::size_t at = blob.offset + kDocumentOffset;
+    const std::size_t at = blob.offset + blobs::kDocument;
     try {
       Element root = ReadDocument(ReadConfigurationBlob(blob));
       MaskSecrets(root, mMasker, mSecrets);
@@ -136,7 +136,7 @@ class BlobRedaction {
       PutTexts(document.root, document.at, mFile);
     }
     for (const Blob& blob : list.blobs) {
-      if (blob.type == kInventoryType) {
+      if (blob.type == blobs::kInventory) {
         for (const BlobText& text : TextsOf(blob)) {
           PutText(blob, text, mSecrets.WithMasks(std::string(text.text)));
         }
@@ -147,14 +147,15 @@ class BlobRedaction {
   // A message tells the first numbers of what is no blob. They may be characters of a text, unless
   // a header begins there.
   void BlankRest(const BlobList& list) {
-    constexpr uint8_t kRevision[] = {1, 0, 0, 0};
+    constexpr uint8_t kRevision[] = {blobs::kRevision, 0, 0, 0};
     const std::size_t end =
         list.blobs.empty() ? 0 : list.blobs.back().offset + list.blobs.back().bytes.size();
     const auto rest = mFile.begin() + static_cast<std::ptrdiff_t>(end);
     const std::size_t size = mFile.size() - end;
     const bool isHeader =
-        size >= kBlobHeaderSize && std::equal(std::begin(kRevision), std::end(kRevision), rest);
-    std::fill(isHeader ? rest + kBlobHeaderSize : rest, mFile.end(), static_cast<uint8_t>(kBlank));
+        size >= blobs::kHeaderSize && std::equal(std::begin(kRevision), std::end(kRevision), rest);
+    std::fill(isHeader ? rest + blobs::kHeaderSize : rest, mFile.end(),
+              static_cast<uint8_t>(kBlank));
   }
 
   Bytes& mFile;

@@ -95,7 +95,7 @@ TEST_F(CliDecode, NamesTheHeaderThatIsWrong) {
   ExpectError(with(4, 4), "0x0004", "there is no blob of type 4");
   ExpectError(with(8, 0xCE), "0x0008",
               "the cookie of a blob of type 3 is 0x0F9B54CF, not 0x0F9B54CE");
-  ExpectError(with(12, 100), "0x000C", "the inventory blob states 100 bytes, and has at least 127");
+  ExpectError(with(12, 100), "0x000C", "the inventory blob states 100 bytes, and has at least 126");
   ExpectError(with(13, 0xFF), "0x000C", "the inventory blob states 65425 bytes, and ");
 }
 
@@ -141,9 +141,9 @@ bool IsWhole(const Bytes& bytes) {
   const BlobList list = SplitBlobs({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   try {
     for (const Blob& blob : list.blobs) {
-      if (blob.type == kInventoryType) {
+      if (blob.type == blobs::kInventory) {
         ReadInventoryBlob(blob);
-      } else if (blob.type == kConfigurationType) {
+      } else if (blob.type == blobs::kConfiguration) {
         ReadDocument(ReadConfigurationBlob(blob));
       } else {
         CheckEndBlob(blob);
