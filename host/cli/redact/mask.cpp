@@ -107,9 +107,9 @@ std::string Partner(const std::string& text, const std::vector<uint8_t>& number)
 }  // namespace
 
 std::string_view PpinOf(std::string_view oemString) {
-  const std::size_t tag = oemString.find(kPpinTag);
+  const std::size_t tag = oemString.find(kTag);
   return tag == std::string_view::npos ? std::string_view()
-                                       : oemString.substr(tag + kPpinTag.size(), kPpinSize);
+                                       : oemString.substr(tag + kTag.size(), devices::kPpinLength);
 }
 
 Masker::Masker(std::string_view key) : mKey(crypto_generichash_KEYBYTES) {
