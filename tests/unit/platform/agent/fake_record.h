@@ -12,7 +12,7 @@
 #include "host/firmware/firmware.h"
 #include "tests/unit/shared/table.h"
 
-#include <Library/TvqCpp.h>
+#include <TvqCpp.h>
 #include <Protocol/TvqInventory.h>
 #include <Protocol/ZvEntry.h>
 
@@ -21,14 +21,18 @@ namespace tvq::test {
 struct FakeDevice {
   std::optional<std::u16string> fqdd = u"DIMM.Socket.A1";
   UINT32 componentClass = TVQ_CLASS_DIMM;
-  std::string serial{};                       // of the inventory blob; without one when empty
-  std::string document = "<Configuration/>";  // of the configuration blob
-  EFI_STATUS getStatus = EFI_SUCCESS;         // of Get
-  EFI_STATUS verifyStatus = EFI_SUCCESS;      // of Verify
+  std::string serial{};  // of the inventory blob; without one when empty
+  std::string document = "<Configuration/>";
+  std::u16string name = u"name";
+  std::string marketingName{};  // of the inventory blob; without one when empty
+  EFI_STATUS identityStatus = EFI_SUCCESS;
+  EFI_STATUS getStatus = EFI_SUCCESS;
+  EFI_STATUS nameStatus = EFI_SUCCESS;
+  EFI_STATUS verifyStatus = EFI_SUCCESS;
   UINT32 verifyResult = 0;
 };
 
-// The blobs of a device as they are saved, one behind the other.
+// The inventory, configuration and end blob of a device as they are saved, one behind the other.
 Bytes InventoryBlob(const FakeDevice& device);
 Bytes ConfigurationBlob(const FakeDevice& device);
 Bytes EndBlob();

@@ -18,8 +18,8 @@ extern "C" {
 namespace tvq::test {
 namespace {
 
-constexpr char kFileA[] = "\\TVQ\\state-a.bin";
-constexpr char kFileB[] = "\\TVQ\\state-b.bin";
+constexpr char kStateA[] = "\\TVQ\\state-a.bin";
+constexpr char kStateB[] = "\\TVQ\\state-b.bin";
 constexpr size_t kLargestFile = 16 << 20;
 
 std::string Text(const Bytes& bytes) {
@@ -75,7 +75,7 @@ class AgentStateFiles : public AgentTest {
       return opened;
     }
     tvqplatform::StateFiles files(volume);
-    files.Load();
+    static_cast<void>(files.Load());  // There need be none.
     return files.Save(inventory);
   }
 
@@ -92,14 +92,14 @@ TEST_F(AgentStateFiles, HoldNoStateWhenThereAreNone) {
 
 TEST_F(AgentStateFiles, TakeTurns) {
   ASSERT_EQ(Save(u"first"), EFI_SUCCESS);
-  EXPECT_EQ(Files().Paths(), std::vector<std::string>({kFileA}));
-  EXPECT_EQ(Files().Get(kFileA), StateText(u"first", 1));
+  EXPECT_EQ(Files().Paths(), std::vector<std::string>({kStateA}));
+  EXPECT_EQ(Files().Get(kStateA), StateText(u"first", 1));
   ASSERT_EQ(Save(u"second"), EFI_SUCCESS);
-  EXPECT_EQ(Files().Get(kFileA), StateText(u"first", 1));
-  EXPECT_EQ(Files().Get(kFileB), StateText(u"second", 2));
+  EXPECT_EQ(Files().Get(kStateA), StateText(u"first", 1));
+  EXPECT_EQ(Files().Get(kStateB), StateText(u"second", 2));
   ASSERT_EQ(Save(u"third"), EFI_SUCCESS);
-  EXPECT_EQ(Files().Get(kFileA), StateText(u"third", 3));
-  EXPECT_EQ(Files().Get(kFileB), StateText(u"second", 2));
+  EXPECT_EQ(Files().Get(kStateA), StateText(u"third", 3));
+  EXPECT_EQ(Files().Get(kStateB), StateText(u"second", 2));
 }
 
 TEST_F(AgentStateFiles, HoldTheNewerStateInWhicheverFileItIs) {
@@ -114,27 +114,27 @@ TEST_F(AgentStateFiles, HoldTheNewerStateInWhicheverFileItIs) {
       {0xFFFFFFFF, 0x100000000, {EFI_SUCCESS, "b", 0x100000000}},
   };
   for (const auto& [a, b, expected] : kCases) {
-    Files().Put(kFileA, StateText(u"a", a));
-    Files().Put(kFileB, StateText(u"b", b));
+    Files().Put(kStateA, StateText(u"a", a));
+    Files().Put(kStateB, StateText(u"b", b));
     EXPECT_EQ(Load(), expected) << a << " and " << b;
   }
 }
 
 TEST_F(AgentStateFiles, AreWrittenWhereTheCurrentStateIsNot) {
-  Files().Put(kFileA, StateText(u"a", 5));
-  Files().Put(kFileB, StateText(u"b", 6));
+  Files().Put(kStateA, StateText(u"a", 5));
+  Files().Put(kStateB, StateText(u"b", 6));
   ASSERT_EQ(Save(u"new"), EFI_SUCCESS);
-  EXPECT_EQ(Files().Get(kFileA), StateText(u"new", 7));
-  EXPECT_EQ(Files().Get(kFileB), StateText(u"b", 6));
+  EXPECT_EQ(Files().Get(kStateA), StateText(u"new", 7));
+  EXPECT_EQ(Files().Get(kStateB), StateText(u"b", 6));
 }
 
 TEST_F(AgentStateFiles, GiveTheOlderStateWhenTheNewerOneIsDamaged) {
-  Files().Put(kFileA, StateText(u"a", 5));
-  Files().Put(kFileB, StateText(u"b", 6).substr(1));
+  Files().Put(kStateA, StateText(u"a", 5));
+  Files().Put(kStateB, StateText(u"b", 6).substr(1));
   EXPECT_EQ(Load(), (Loaded{EFI_SUCCESS, "a", 5}));
   ASSERT_EQ(Save(u"new"), EFI_SUCCESS);
-  EXPECT_EQ(Files().Get(kFileA), StateText(u"a", 5));
-  EXPECT_EQ(Files().Get(kFileB), StateText(u"new", 6));
+  EXPECT_EQ(Files().Get(kStateA), StateText(u"a", 5));
+  EXPECT_EQ(Files().Get(kStateB), StateText(u"new", 6));
 }
 
 TEST_F(AgentStateFiles, SayWhatIsWrongWhenNoneIsWhole) {
@@ -149,33 +149,33 @@ TEST_F(AgentStateFiles, SayWhatIsWrongWhenNoneIsWhole) {
       {later.c_str(), nullptr, EFI_VOLUME_CORRUPTED},  // cut at its first NUL
   };
   for (const auto& [a, b, expected] : kCases) {
-    Files().Remove(kFileA);
-    Files().Remove(kFileB);
+    Files().Remove(kStateA);
+    Files().Remove(kStateB);
     if (a != nullptr) {
-      Files().Put(kFileA, a);
+      Files().Put(kStateA, a);
     }
     if (b != nullptr) {
-      Files().Put(kFileB, b);
+      Files().Put(kStateB, b);
     }
     EXPECT_EQ(Load(), (Loaded{expected, "", 0}));
   }
-  Files().Put(kFileB, later);
+  Files().Put(kStateB, later);
   EXPECT_EQ(Load().status, EFI_INCOMPATIBLE_VERSION);
 }
 
 TEST_F(AgentStateFiles, ThatCannotBeReadAreNotTakenForMissing) {
-  Files().Put(kFileA, StateText(u"a", 5));
+  Files().Put(kStateA, StateText(u"a", 5));
   Files().Fail(FileCall::kRead, EFI_DEVICE_ERROR);
   EXPECT_EQ(Load().status, EFI_DEVICE_ERROR);
   Files().Recover();
-  Files().Fail(FileCall::kOpen, EFI_ACCESS_DENIED, kFileA);
+  Files().Fail(FileCall::kOpen, EFI_ACCESS_DENIED, kStateA);
   EXPECT_EQ(Load().status, EFI_ACCESS_DENIED);
 }
 
 TEST_F(AgentStateFiles, MayBeAsLargeAsSixteenMegabytes) {
-  Files().Put(kFileA, std::string(kLargestFile, 'x'));
+  Files().Put(kStateA, std::string(kLargestFile, 'x'));
   EXPECT_EQ(Load().status, EFI_VOLUME_CORRUPTED);
-  Files().Put(kFileA, std::string(kLargestFile + 1, 'x'));
+  Files().Put(kStateA, std::string(kLargestFile + 1, 'x'));
   EXPECT_EQ(Load().status, EFI_BAD_BUFFER_SIZE);
 }
 
@@ -189,13 +189,13 @@ TEST_F(AgentStateFiles, ReportAFailureOfEveryCallThatSavingMakes) {
                    {FileCall::kWrite, EFI_WRITE_PROTECTED},
                    {FileCall::kFlush, EFI_DEVICE_ERROR},
                    {FileCall::kRead, EFI_DEVICE_ERROR}};
-  Files().Put(kFileA, StateText(u"a", 5));
+  Files().Put(kStateA, StateText(u"a", 5));
   for (const auto& [call, status] : kFailures) {
-    Files().Fail(call, status, kFileB);
+    Files().Fail(call, status, kStateB);
     EXPECT_EQ(Save(u"new"), status) << static_cast<int>(call);
     Files().Recover();
-    EXPECT_EQ(Files().Get(kFileA), StateText(u"a", 5)) << static_cast<int>(call);
-    Files().Remove(kFileB);
+    EXPECT_EQ(Files().Get(kStateA), StateText(u"a", 5)) << static_cast<int>(call);
+    Files().Remove(kStateB);
   }
 }
 
@@ -205,20 +205,20 @@ TEST_F(AgentStateFiles, ReportAVolumeThatTakesOnlyAPart) {
 }
 
 TEST_F(AgentStateFiles, ReportAStateThatReadsBackOtherwise) {
-  Files().DamageWrites(kFileA);
+  Files().DamageWrites(kStateA);
   EXPECT_EQ(Save(u"new"), EFI_DEVICE_ERROR);
 }
 
 TEST_F(AgentStateFiles, ReportALongerFileThatCouldNotBeDeleted) {
-  Files().Put(kFileA, StateText(u"a", 6));
-  Files().Put(kFileB, StateText(u"a longer name than the new one", 5));
-  Files().Fail(FileCall::kDelete, EFI_WARN_DELETE_FAILURE, kFileB);
+  Files().Put(kStateA, StateText(u"a", 6));
+  Files().Put(kStateB, StateText(u"a longer name than the new one", 5));
+  Files().Fail(FileCall::kDelete, EFI_WARN_DELETE_FAILURE, kStateB);
   EXPECT_EQ(Save(u"new"), EFI_DEVICE_ERROR);
 }
 
 TEST_F(AgentStateFiles, NeedMemoryAndLeaveNone) {
-  Files().Put(kFileA, StateText(u"a", 5));
-  Files().Put(kFileB, StateText(u"b", 6));
+  Files().Put(kStateA, StateText(u"a", 5));
+  Files().Put(kStateB, StateText(u"b", 6));
   const size_t before = AgentBlocks();
   uint64_t n = 0;
   do {
@@ -254,8 +254,8 @@ TEST_F(AgentStateFiles, HoldAWholeStateWhateverMomentThePowerGoes) {
   bool wasCut = true;
   int kept = 0;
   for (uint64_t moment = 1; wasCut; ++moment) {
-    Files().Put(kFileA, StateText(u"old", 5));
-    Files().Put(kFileB, StateText(u"older, and longer than the new one", 4));
+    Files().Put(kStateA, StateText(u"old", 5));
+    Files().Put(kStateB, StateText(u"older, and longer than the new one", 4));
     Files().CutPowerDuring(moment);
     const EFI_STATUS saved = Save(u"new");
     wasCut = Files().Recover();
