@@ -11,8 +11,8 @@ import dataclasses
 import pathlib
 import sys
 
-import bench
 import run_test
+import virtual_machine
 
 
 @dataclasses.dataclass(frozen=True)
@@ -28,7 +28,7 @@ def case_of(options, text):
     """TABLE or TABLE=RECORDS."""
     path, _, records = text.partition("=")
     table = pathlib.Path(path)
-    return Case(table.stem, bench.dump_of(options, table), int(records) if records else None)
+    return Case(table.stem, virtual_machine.dump_of(options, table), int(records) if records else None)
 
 
 def script(cases):
@@ -44,7 +44,7 @@ def script(cases):
 
 
 def problems(case, tvq, folder):
-    report = bench.boot_qemu.read_report(folder)
+    report = virtual_machine.boot_qemu.read_report(folder)
     found = [
         *run_test.report_problems(report, None),
         *run_test.record_problems(
@@ -55,11 +55,11 @@ def problems(case, tvq, folder):
 
 
 def main(arguments):
-    parser = bench.argument_parser(__doc__.splitlines()[0])
+    parser = virtual_machine.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("--tvq", required=True, help="the program tvq")
     parser.add_argument("tables", nargs="+", metavar="TABLE[=RECORDS]", help="a dump, a bare table, or the source of one")
     options = parser.parse_args(arguments)
-    machine = bench.Machine(options)
+    machine = virtual_machine.VirtualMachine(options)
     cases = [case_of(options, text) for text in options.tables]
     machine.boot(None, script=tuple(script(cases)), tables={case.name: case.table for case in cases})
     found = [line for case in cases for line in problems(case, options.tvq, machine.out / case.name)]
