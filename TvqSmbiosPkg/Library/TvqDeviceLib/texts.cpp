@@ -61,7 +61,7 @@ constexpr U8 Plain(U8 character) {
   return counts ? character : U8{0};
 }
 
-/// Whether nothing in it counts, or one character several times. A lone one may count parts, but not 0.
+/// Whether nothing in it counts, or one character several times.
 bool IsMonotonous(Text text) {
   U8 first = 0;
   smbios::SizeType count = 0;
@@ -73,7 +73,7 @@ bool IsMonotonous(Text text) {
     }
     count += plain != 0 ? 1 : 0;
   }
-  return count != 1 || first == '0';
+  return count != 1;
 }
 
 /// Whether the text is the word, or enough of its beginning where it may have been cut.

@@ -229,7 +229,7 @@ TEST_F(AgentComparison, KnowsWhichSerialNumbersTellDevicesApart) {
        {"11223344", "0x", "10", "00000001", " 1", "serial1", "n/a1", "none1"}) {
     EXPECT_TRUE(tvqplatform::IsUsableSerial(serial)) << serial;
   }
-  for (const char* serial : {"", "0", "00000000", "FFFFFFFF", "    ", "Default string", "N/A", "NA",
+  for (const char* serial : {"", "00000000", "FFFFFFFF", "    ", "Default string", "N/A", "NA",
                              "NO DIMM", "None", "Not Available", "Not Specified", "NULL", "O.E.M",
                              "Serial", "To Be Filled B", "UNKNOWN", "undefined", "No Module"}) {
     EXPECT_FALSE(tvqplatform::IsUsableSerial(serial)) << serial;
