@@ -165,8 +165,7 @@ void BenchMachine::Publish(const Bytes& file) {
   }
   tvqplatform::SmbiosTable table = capture.Table;
   table.Structures = conformed.Structures();
-  table.StructureCount =
-      static_cast<UINT16>(tvqplatform::Summarize(table.Structures).StructureCount);
+  table.StructureCount = static_cast<UINT16>(smbios::Summarize(table.Structures).Count);
   Require(mImpl->publication.Publish(table), "publishing the table");
   mStructures.assign(table.Structures.begin(), table.Structures.end());
   mStructureCount = table.StructureCount;

@@ -40,11 +40,13 @@ Text TextAt(Bytes bytes) {
 }
 
 bool StringCursor::Next() {
-  if (mState == State::kBehindString && mNext != mEnd && *mNext == 0) {
-    mNext++;
-    mState = State::kEnded;
-  }
-  if (mState >= State::kEnded) {
+  if (mState == State::kBehindString) {
+    if (mNext != mEnd && *mNext == 0) {
+      mNext++;
+      mState = State::kEnded;
+      return false;
+    }
+  } else if (mState != State::kBegin) {
     return false;
   }
   const U8* nul = FindNul(mNext, mEnd);

@@ -30,12 +30,10 @@ static_assert(SMBIOS_FIELD(4, L3CacheHandle).Offset ==
 
 constexpr auto kStatus = SMBIOS_FIELD(4, Status);
 
-/// Deliberate: the search for PPIN texts begins at this byte of the first OEM-strings structure,
-/// not at its first string.
-constexpr UINTN kPpinSearchStart = 25;
-constexpr char kPpinTag[] = "17[";
+using devices::kPpinLength;
+using devices::kPpinTag;
+
 constexpr UINTN kPpinTagLength = sizeof(kPpinTag) - 1;
-constexpr UINTN kPpinLength = 16;
 
 constexpr UINT32 kVariableAttributes =
     EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
@@ -133,7 +131,7 @@ void CpuBuilder::FindFirstPpin() {
   }
   // Deliberate: the second value is the address of the sizes, not a length.
   kLog("Found %d OEM SMBIOS structures of len = %d\n", mOemStrings.Count(), mOemStrings.Sizes());
-  mPpinCursor = mOemStrings[0].Address() + kPpinSearchStart;
+  mPpinCursor = mOemStrings[0].Address() + devices::kPpinSearchStart;
   const CHAR8* text = TextAtCursor(mPpinCursor);
   kLog("First oem string: %s\n", Widened(text).Text());
   while (text[0] != '\0' && ZvAsciiStrStr(text, kPpinTag) == nullptr) {

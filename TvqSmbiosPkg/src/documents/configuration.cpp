@@ -6,6 +6,8 @@
 
 #include "configuration.h"
 
+#include <Library/TvqDeviceLib.h>
+
 #include "../log.h"
 
 namespace tvq {
@@ -16,7 +18,7 @@ namespace {
 constexpr UINTN kFirmwareVersionLength = 31;
 
 void WriteDimmIdentity(XmlWriter& xml, const TVQ_DIMM& dimm) {
-  xml.Limited("WWN", dimm.Generic.WWN, kKeptWwnLength);
+  xml.Limited("WWN", dimm.Generic.WWN, devices::kSerialLength);
   if (dimm.ComponentID != 0) {
     xml.Decimal("ComponentID", dimm.ComponentID);
   } else {

@@ -17,9 +17,6 @@
 
 namespace tvq {
 
-/// Characters of a module's serial number that blobs and documents keep.
-inline constexpr UINTN kKeptWwnLength = 14;
-
 /**
   Writes the document of a record.
 

@@ -6,11 +6,11 @@
 
 #include "blobs.h"
 
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
 #include "../text.h"
-#include "configuration.h"
 
 namespace tvq {
 
@@ -53,7 +53,7 @@ struct Texts {
 constexpr UINTN kAbsentSlots = 3;
 
 void CollectDimmTexts(Texts& texts, const smTVQ* record) {
-  texts.Identity.Narrow<kKeptWwnLength + 1>(record->device.generic.WWN);
+  texts.Identity.Narrow<devices::kSerialLength + 1>(record->device.generic.WWN);
   kLog("DIMM WWN = %a len = %d\n", texts.Identity.Text, texts.Identity.Length);
   texts.FirmwareVersion.Narrow(record->device.dimm.FirmwareVersion);
   kLog("DIMM FW = %a len = %d\n", texts.FirmwareVersion.Text, texts.FirmwareVersion.Length);

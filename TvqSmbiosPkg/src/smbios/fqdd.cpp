@@ -7,6 +7,7 @@
 #include "fqdd.h"
 
 #include <IndustryStandard/SmbiosFields.h>
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -24,12 +25,12 @@ UINT8 gFqddMapValid;
 namespace {
 
 constexpr auto kFormat = SMBIOS_FIELD(225, Format);
-constexpr UINTN kFirstGroup = kFormat.End();
 constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
 
 /// The number of groups that the structure's length byte promises, in 16-bit arithmetic.
 UINT16 GroupCount(const Structure& structure) {
-  return static_cast<UINT16>(static_cast<UINT16>(structure.StatedLength() - kFirstGroup) >> 2);
+  return static_cast<UINT16>(static_cast<UINT16>(structure.StatedLength() - devices::kFqddGroups) >>
+                             2);
 }
 
 [[nodiscard]] EFI_STATUS CountGroups() {
@@ -58,7 +59,7 @@ FQDD_MAP_ENTRY ReadGroup(const Structure& structure, UINTN offset, UINT16 index)
   UINT16 filled = 0;
   for (UINT16 i = 0; i < gType225Count && filled < gFqddMapCount; i++) {
     const Structure structure(&gType225Records[i]);
-    UINTN offset = kFirstGroup;
+    UINTN offset = devices::kFqddGroups;
     for (UINT16 left = GroupCount(structure); left != 0 && filled < gFqddMapCount; left--) {
       if (offset >= structure.Length()) {
         return EFI_NOT_FOUND;

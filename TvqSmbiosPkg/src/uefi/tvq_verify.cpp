@@ -7,11 +7,12 @@
 #include "tvq.h"
 
 #include <IndustryStandard/TvqBlob.h>
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 #include <Protocol/TvqManagement.h>
 
 #include "../common/cpu_dimm.h"
-#include "../documents/configuration.h"
+#include "../documents/xml_writer.h"
 #include "../log.h"
 
 namespace tvq {
@@ -113,7 +114,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
   kLog("dimmCache->PartNo = %a\n", stored->PartNo);
   kLog("tvq->device.generic.WWN = %s\n", dimm.Generic.WWN);
   kLog("tvq->device.dimm.PartNumber = %a\n", dimm.PartNumber);
-  if (!IsSameText<kKeptWwnLength>(stored->WWN, dimm.Generic.WWN) ||
+  if (!IsSameText<devices::kSerialLength>(stored->WWN, dimm.Generic.WWN) ||
       !IsSamePart(stored->PartNo, dimm.PartNumber)) {
     kLog("Part Replacement detected for DIMM Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
