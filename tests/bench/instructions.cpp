@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/bench/bench_machine.h"
+#include "tests/bench/measured_driver.h"
 #include "tests/unit/driver/model/reference_walk.h"
 
 namespace tvq::bench {
@@ -32,25 +32,25 @@ void Toggle() {
 
 const Meter kMeter = {Toggle, Toggle};
 
-void PrintTable(const BenchMachine& machine) {
-  std::printf("structures %u\nbytes %zu\n", machine.StructureCount(), machine.Structures().size());
+void PrintTable(const MeasuredDriver& driver) {
+  std::printf("structures %u\nbytes %zu\n", driver.StructureCount(), driver.Structures().size());
 }
 
 // Ends the profile of one phase; `phase` is a literal.
 #define END_PHASE(phase) CALLGRIND_DUMP_STATS_AT(phase)
 
-void MeasureStart(BenchMachine& machine) {
-  machine.Start(kMeter);
+void MeasureStart(MeasuredDriver& driver) {
+  driver.Start(kMeter);
   END_PHASE("start");
-  std::printf("records %zu\n", machine.RecordCount());
+  std::printf("records %zu\n", driver.RecordCount());
 }
 
-void MeasureOperations(BenchMachine& machine) {
-  const uint64_t bytes = machine.GetAll(kMeter);
+void MeasureOperations(MeasuredDriver& driver) {
+  const uint64_t bytes = driver.GetAll(kMeter);
   END_PHASE("get");
-  machine.GetAll(kMeter);
+  driver.GetAll(kMeter);
   END_PHASE("get again");
-  const size_t compared = machine.VerifyAll(kMeter);
+  const size_t compared = driver.VerifyAll(kMeter);
   END_PHASE("verify");
   std::printf("blob_bytes %" PRIu64 "\ncompared %zu\n", bytes, compared);
 }
@@ -111,13 +111,13 @@ struct Work {
 };
 
 void Run(const Bytes& file, DebugLog log, bool withOperations) {
-  BenchMachine machine(log);
-  machine.Publish(file);
-  PrintTable(machine);
+  MeasuredDriver driver(log);
+  driver.Publish(file);
+  PrintTable(driver);
   CALLGRIND_START_INSTRUMENTATION;
-  MeasureStart(machine);
+  MeasureStart(driver);
   if (withOperations) {
-    MeasureOperations(machine);
+    MeasureOperations(driver);
   }
 }
 
@@ -128,11 +128,11 @@ constexpr Work kWorks[] = {
     {"all-logged", [](const Bytes& file) { Run(file, DebugLog::kPresent, true); }},
     {"walks",
      [](const Bytes& file) {
-       BenchMachine machine(DebugLog::kAbsent);
-       machine.Publish(file);
-       PrintTable(machine);
+       MeasuredDriver driver(DebugLog::kAbsent);
+       driver.Publish(file);
+       PrintTable(driver);
        CALLGRIND_START_INSTRUMENTATION;
-       MeasureWalks(machine.Structures());
+       MeasureWalks(driver.Structures());
      }},
 };
 

@@ -15,7 +15,7 @@
 #include <string>
 
 #include "images/driver.h"
-#include "tests/bench/bench_machine.h"
+#include "tests/bench/measured_driver.h"
 #include "tests/unit/shared/driver_memory.h"
 #include "tests/unit/driver/model/start_model.h"
 
@@ -27,11 +27,11 @@ struct Blocks {
   size_t bytes = 0;
 };
 
-test::Table TableOf(const BenchMachine& machine) {
+test::Table TableOf(const MeasuredDriver& driver) {
   test::Table table;
-  table.majorVersion = machine.MajorVersion();
-  table.minorVersion = machine.MinorVersion();
-  table.Add(Raw{machine.Structures()});
+  table.majorVersion = driver.MajorVersion();
+  table.minorVersion = driver.MinorVersion();
+  table.Add(Raw{driver.Structures()});
   return table;
 }
 
@@ -50,12 +50,12 @@ size_t CountUnexpected(std::map<std::string, Blocks> held, const test::Table& ta
 
 void Measure(const char* path) {
   std::ifstream file(path, std::ios::binary);
-  BenchMachine machine(DebugLog::kAbsent);
-  machine.Publish(Bytes(std::istreambuf_iterator<char>(file), {}));
-  const host::Pool& memory = machine.Firmware().Memory();
+  MeasuredDriver driver(DebugLog::kAbsent);
+  driver.Publish(Bytes(std::istreambuf_iterator<char>(file), {}));
+  const host::Pool& memory = driver.Firmware().Memory();
   const uint64_t loaded = test::LastSerial(memory);
   const auto nothing = [] {};
-  machine.Start({nothing, nothing});
+  driver.Start({nothing, nothing});
 
   std::map<std::string, Blocks> held;
   Blocks all;
@@ -68,8 +68,8 @@ void Measure(const char* path) {
       }
     }
   }
-  std::printf("records %zu\nblocks %zu\nbytes %zu\nunexpected %zu\n", machine.RecordCount(),
-              all.count, all.bytes, CountUnexpected(held, TableOf(machine)));
+  std::printf("records %zu\nblocks %zu\nbytes %zu\nunexpected %zu\n", driver.RecordCount(),
+              all.count, all.bytes, CountUnexpected(held, TableOf(driver)));
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/bench/bench_machine.h"
+#include "tests/bench/measured_driver.h"
 
 namespace tvq::bench {
 namespace {
@@ -43,12 +43,12 @@ class Stopwatch {
 // A machine with a started driver; `watch` has the time that the start took.
 class Started {
  public:
-  explicit Started(Stopwatch& watch) : machine(DebugLog::kAbsent) {
-    machine.Publish(gFile);
-    machine.Start(watch.AsMeter());
+  explicit Started(Stopwatch& watch) : driver(DebugLog::kAbsent) {
+    driver.Publish(gFile);
+    driver.Start(watch.AsMeter());
   }
 
-  BenchMachine machine;
+  MeasuredDriver driver;
 };
 
 void Start(benchmark::State& state) {
@@ -65,7 +65,7 @@ void GetFirst(benchmark::State& state) {
   while (state.KeepRunning()) {
     Started started(watch);
     watch.TakeSeconds();
-    started.machine.GetAll(watch.AsMeter());
+    started.driver.GetAll(watch.AsMeter());
     state.SetIterationTime(watch.TakeSeconds());
   }
 }
@@ -74,10 +74,10 @@ BENCHMARK(GetFirst)->UseManualTime()->Unit(benchmark::kMicrosecond);
 void GetAgain(benchmark::State& state) {
   Stopwatch watch;
   Started started(watch);
-  started.machine.GetAll(watch.AsMeter());
+  started.driver.GetAll(watch.AsMeter());
   watch.TakeSeconds();
   while (state.KeepRunning()) {
-    started.machine.GetAll(watch.AsMeter());
+    started.driver.GetAll(watch.AsMeter());
     state.SetIterationTime(watch.TakeSeconds());
   }
 }
@@ -86,10 +86,10 @@ BENCHMARK(GetAgain)->UseManualTime()->Unit(benchmark::kMicrosecond);
 void Verify(benchmark::State& state) {
   Stopwatch watch;
   Started started(watch);
-  started.machine.GetAll(watch.AsMeter());
+  started.driver.GetAll(watch.AsMeter());
   watch.TakeSeconds();
   while (state.KeepRunning()) {
-    started.machine.VerifyAll(watch.AsMeter());
+    started.driver.VerifyAll(watch.AsMeter());
     state.SetIterationTime(watch.TakeSeconds());
   }
 }

@@ -5,7 +5,7 @@
  */
 #include "tests/fuzz/exercise.h"
 
-#include "tests/fuzz/started_machine.h"
+#include "tests/fuzz/started_driver.h"
 
 namespace tvq::fuzz {
 namespace {
@@ -16,18 +16,18 @@ constexpr unsigned kLongestEndingWalk = 0xFF;
 }  // namespace
 
 Outcome Exercise(const Table& table, host::Guard guard, DeviceSet* verified) {
-  StartedMachine machine(table, guard, verified);
-  for (const Record& record : machine.Records()) {
-    machine.Asking().AskRecord(record);
+  StartedDriver driver(table, guard, verified);
+  for (const Record& record : driver.Records()) {
+    driver.Asking().AskRecord(record);
   }
-  machine.Asking().AskAttributes();
-  machine.StartAgain();
-  machine.Unload();
-  machine.ExpectNoComplaints();
+  driver.Asking().AskAttributes();
+  driver.StartAgain();
+  driver.Unload();
+  driver.ExpectNoComplaints();
 
   Outcome outcome;
-  outcome.start = machine.StartStatus();
-  outcome.records = machine.Records().size();
+  outcome.start = driver.StartStatus();
+  outcome.records = driver.Records().size();
   outcome.wouldHang = !EFI_ERROR(outcome.start) && table.structureCount > kLongestEndingWalk;
   return outcome;
 }

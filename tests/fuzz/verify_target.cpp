@@ -15,7 +15,7 @@
 #include "images/driver.h"
 #include "images/platform.h"
 #include "tests/fuzz/small_server.h"
-#include "tests/fuzz/started_machine.h"
+#include "tests/fuzz/started_driver.h"
 #include "tests/fuzz/target.h"
 
 #include <IndustryStandard/TvqBlob.h>
@@ -24,24 +24,24 @@ namespace {
 
 using tvq::fuzz::Bytes;
 using tvq::fuzz::Expect;
-using tvq::fuzz::StartedMachine;
+using tvq::fuzz::StartedDriver;
 
 constexpr uint8_t kWhichRecord = 3;
 constexpr uint8_t kIsStoredData = 4;
 constexpr uint8_t kHasMode = 8;
 
-std::unique_ptr<StartedMachine> NewMachine() {
-  auto machine = std::make_unique<StartedMachine>(tvq::fuzz::SmallServer());
-  Expect(machine->Records().size() == kWhichRecord, "the small server has three records");
+std::unique_ptr<StartedDriver> StartNew() {
+  auto driver = std::make_unique<StartedDriver>(tvq::fuzz::SmallServer());
+  Expect(driver->Records().size() == kWhichRecord, "the small server has three records");
   // Get trims part numbers, and the platform keeps room for what is announced.
-  for (const tvq::fuzz::Record& record : machine->Records()) {
-    machine->Asking().AskRecord(record);
+  for (const tvq::fuzz::Record& record : driver->Records()) {
+    driver->Asking().AskRecord(record);
   }
-  return machine;
+  return driver;
 }
 
-StartedMachine& Machine() {
-  return tvq::fuzz::Renewed(NewMachine);
+StartedDriver& Driver() {
+  return tvq::fuzz::Renewed(StartNew);
 }
 
 // Stored data that is a configuration blob with this document.
@@ -73,11 +73,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string mode = (choice & kHasMode) != 0 ? TakeMode(input) : tvq::fuzz::kNormalMode;
   const Bytes stored = (choice & kIsStoredData) != 0 ? input : Wrap(input);
 
-  StartedMachine& machine = Machine();
-  const size_t blocks = machine.Firmware().Memory().LiveCount();
-  const auto& records = machine.Records();
-  machine.Asking().Verify(records[(choice & kWhichRecord) % records.size()], stored, mode);
-  Expect(machine.Firmware().Memory().LiveCount() == blocks, "Verify leaves blocks behind");
-  machine.ExpectNoComplaints();
+  StartedDriver& driver = Driver();
+  const size_t blocks = driver.Firmware().Memory().LiveCount();
+  const auto& records = driver.Records();
+  driver.Asking().Verify(records[(choice & kWhichRecord) % records.size()], stored, mode);
+  Expect(driver.Firmware().Memory().LiveCount() == blocks, "Verify leaves blocks behind");
+  driver.ExpectNoComplaints();
   return 0;
 }

@@ -29,7 +29,7 @@ class AgentTest : public testing::Test {
  protected:
   AgentTest() { mFirmware.ConstructImage(mFirmware.LoadImage(host::images::agent)); }
 
-  host::Firmware& Machine() { return mFirmware; }
+  host::Firmware& Firmware() { return mFirmware; }
   // Blocks of pool that the agent holds.
   size_t AgentBlocks() { return mFirmware.Memory().LiveCount(host::images::agent); }
 
@@ -42,7 +42,7 @@ class PlatformTest : public testing::Test {
  protected:
   PlatformTest() { EXPECT_EQ(Start(), EFI_SUCCESS); }
 
-  host::Firmware& Machine() { return mFirmware; }
+  host::Firmware& Firmware() { return mFirmware; }
   EFI_STATUS Start() { return mFirmware.StartImage(mFirmware.LoadImage(host::images::platform)); }
   EFI_STATUS Unload() { return mFirmware.UnloadImage(mFirmware.HandleOf(host::images::platform)); }
 

@@ -171,6 +171,29 @@ std::vector<RecordHandle> DriverHarness::Records() {
   return records;
 }
 
+Served DriverHarness::Get(const RecordHandle& record) {
+  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
+  TVQ_DATA result = {};
+  Served served;
+  served.status = record.protocol->SMTVQGet(record.protocol, &request, &result);
+  if (EFI_ERROR(served.status)) {
+    EXPECT_EQ(result.Buffer, nullptr);
+    return served;
+  }
+  auto* const slots = static_cast<TVQ_DATA*>(result.Buffer);
+  for (size_t slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
+    const auto* const bytes = static_cast<const uint8_t*>(slots[slot].Buffer);
+    EXPECT_EQ(bytes == nullptr, slots[slot].Length == 0) << "slot " << slot;
+    served.blobs.emplace_back(bytes, bytes + slots[slot].Length);
+    if (bytes != nullptr) {
+      EXPECT_EQ(slots[slot].Revision, UINT32{TVQ_DATA_REVISION}) << "slot " << slot;
+      BootServices()->FreePool(slots[slot].Buffer);
+    }
+  }
+  BootServices()->FreePool(slots);
+  return served;
+}
+
 std::vector<host::Block> DriverHarness::BlocksFrom(const std::string& function) {
   std::vector<host::Block> blocks = Blocks();
   blocks.erase(

@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -57,6 +58,16 @@ struct RecordHandle {
 
   // The object behind the device-list entry's interface.
   const ZVEP_ENTRY* Entry() const { return BASE_CR(entryInterface, ZVEP_ENTRY, Interface); }
+};
+
+// What Get of a record's inventory protocol gives: the bytes of each slot, none for a slot without a blob.
+struct Served {
+  EFI_STATUS status = EFI_SUCCESS;
+  std::vector<Bytes> blobs;
+
+  bool IsWhole() const {
+    return std::none_of(blobs.begin(), blobs.end(), [](const Bytes& blob) { return blob.empty(); });
+  }
 };
 
 class DriverHarness {
@@ -108,6 +119,9 @@ class DriverHarness {
   EFI_STATUS Unload() { return mFirmware.UnloadImage(ImageHandle()); }
   // The record handles in the order of installation.
   std::vector<RecordHandle> Records();
+
+  // Asks a record for its blobs, and gives them back to the pool.
+  Served Get(const RecordHandle& record);
 
   // --- Memory of the driver ---
 

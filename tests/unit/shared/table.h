@@ -331,6 +331,14 @@ class Table {
     return table;
   }
 
+  // The same table of another version of the standard.
+  Table OfVersion(uint8_t major, uint8_t minor) const {
+    Table table = *this;
+    table.majorVersion = major;
+    table.minorVersion = minor;
+    return table;
+  }
+
   // Returns the structure's handle.
   uint16_t Add(Structure structure);
   template <typename Builder>

@@ -116,22 +116,12 @@ std::string PreparedDriver::FqddOf(size_t n) {
 }
 
 std::string PreparedDriver::DocumentOf(size_t n) {
-  constexpr size_t kTextOffset = 80;
-  TVQ_INVENTORY_PROTOCOL* const protocol = harness.Records().at(n).protocol;
-  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
-  TVQ_DATA result = {};
-  EXPECT_EQ(protocol->SMTVQGet(protocol, &request, &result), EFI_SUCCESS);
-  TVQ_DATA* const slots = static_cast<TVQ_DATA*>(result.Buffer);
-  std::string document;
-  for (int slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
-    EXPECT_NE(slots[slot].Buffer, nullptr) << "slot " << slot;
-    if (slot == TVQ_SLOT_CONFIGURATION && slots[slot].Buffer != nullptr) {
-      document = static_cast<const char*>(slots[slot].Buffer) + kTextOffset;
-    }
-    harness.BootServices()->FreePool(slots[slot].Buffer);
-  }
-  harness.BootServices()->FreePool(slots);
-  return document;
+  constexpr ptrdiff_t kTextOffset = 80;
+  const Served served = harness.Get(harness.Records().at(n));
+  EXPECT_EQ(served.status, EFI_SUCCESS);
+  EXPECT_TRUE(served.IsWhole());
+  const Bytes& blob = served.blobs.at(TVQ_SLOT_CONFIGURATION);
+  return std::string(reinterpret_cast<const char*>(blob.data()) + kTextOffset);
 }
 
 void PreparedDriver::ExpectNothingBesides(size_t size) {

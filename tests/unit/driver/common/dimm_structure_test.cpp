@@ -32,10 +32,9 @@ struct AgeCase {
 class DimmAge : public Dimms, public testing::WithParamInterface<AgeCase> {};
 
 TEST_P(DimmAge, DecidesOnAttributesAndExtendedSize) {
-  Table table = Table::Of(OneModule().Build().CutTo(GetParam().length));
-  table.majorVersion = GetParam().major;
-  table.minorVersion = GetParam().minor;
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(GetParam().length))
+                     .OfVersion(GetParam().major, GetParam().minor)),
+            EFI_SUCCESS);
   EXPECT_EQ(Dimm().Attributes, GetParam().hasAttributes ? 2 : 0);
   EXPECT_EQ(Dimm().ExtendedSize, GetParam().isExtendedSizeWhole ? 0x00012345u : 0u);
   const std::string line = "MakeDIMMs: Adding Extended Size here\n";
@@ -60,10 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return info.param.name; });
 
 TEST_F(Dimms, OfVersion3_0HaveWhatTheirStandardKnows) {
-  Table table = Table::Of(OneModule().Build().CutTo(0x22));
-  table.majorVersion = 3;
-  table.minorVersion = 0;
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule().Build().CutTo(0x22)).OfVersion(3, 0)), EFI_SUCCESS);
   EXPECT_THAT(Dimm(), Is(record::Dimm{.MarketingName = "DDR5DIMM",
                                       .WWN = "0123ABCD",
                                       .DeviceType = 3,
@@ -157,10 +153,7 @@ TEST_F(Dimms, LateFieldsPastTheTableReadAsZero) {
 }
 
 TEST_F(Dimms, TheLateFieldsDoNotDependOnTheVersion) {
-  Table table = Table::Of(OneModule());
-  table.majorVersion = 2;
-  table.minorVersion = 3;
-  ASSERT_EQ(Make(table), EFI_SUCCESS);
+  ASSERT_EQ(Make(Table::Of(OneModule()).OfVersion(2, 3)), EFI_SUCCESS);
   EXPECT_EQ(Dimm().LogicalSize, 0x4000000000u);
 }
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/unit/driver/model/start_machine.h"
+#include "tests/unit/driver/model/firmware.h"
 
 namespace tvq::test::model {
 namespace {
@@ -19,7 +19,7 @@ bool IsHbmStructure(const View& device) {
 
 class Cpus {
  public:
-  explicit Cpus(Machine& machine) : m(machine) {}
+  explicit Cpus(Firmware& firmware) : m(firmware) {}
 
   EFI_STATUS Make();
 
@@ -43,7 +43,7 @@ class Cpus {
   void LogCoreCount() { m.Log(kCpus, "smTVQ->device.cpu.CoreCount: %d\n", mCoreCount); }
   void FreeCollections();
 
-  Machine& m;
+  Firmware& m;
   Collection mProcessors, mCaches, mOemStrings, mDevices, mArrays;
   size_t mPpin = 0;
   int mModules = 0;
@@ -290,8 +290,8 @@ bool Cpus::FillPpin() {
 
 }  // namespace
 
-EFI_STATUS MakeCpus(Machine& machine) {
-  return Cpus(machine).Make();
+EFI_STATUS MakeCpus(Firmware& firmware) {
+  return Cpus(firmware).Make();
 }
 
 }  // namespace tvq::test::model

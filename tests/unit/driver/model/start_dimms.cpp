@@ -5,7 +5,7 @@
  */
 #include <string>
 
-#include "tests/unit/driver/model/start_machine.h"
+#include "tests/unit/driver/model/firmware.h"
 
 namespace tvq::test::model {
 namespace {
@@ -24,7 +24,7 @@ struct Extension {
 
 class Dimms {
  public:
-  explicit Dimms(Machine& machine) : m(machine) {}
+  explicit Dimms(Firmware& firmware) : m(firmware) {}
 
   EFI_STATUS Make();
 
@@ -43,7 +43,7 @@ class Dimms {
   bool Hold(const char* failure);
   bool HoldText(const Text& text, const char* failure) { return !text || Hold(failure); }
 
-  Machine& m;
+  Firmware& m;
   Collection mDevices;
   std::vector<Extension> mExtensions;
   std::vector<BlockId> mHeld;
@@ -297,8 +297,8 @@ void Dimms::LogLateFields(const View& device) {
 
 }  // namespace
 
-EFI_STATUS MakeDimms(Machine& machine) {
-  return Dimms(machine).Make();
+EFI_STATUS MakeDimms(Firmware& firmware) {
+  return Dimms(firmware).Make();
 }
 
 }  // namespace tvq::test::model

@@ -5,50 +5,50 @@
  */
 #include "tests/unit/driver/model/start_model.h"
 
-#include "tests/unit/driver/model/start_machine.h"
+#include "tests/unit/driver/model/firmware.h"
 
 namespace tvq::test {
 namespace {
 
 using model::BlockId;
-using model::Machine;
+using model::Firmware;
 
 // What was collected for the firmware attribute stays, like the attribute itself.
-void StoreFirmwareAttribute(Machine& machine) {
+void StoreFirmwareAttribute(Firmware& firmware) {
   const std::string routine = "BiosAttributeGet";
-  const BlockId info = machine.Take(routine);
+  const BlockId info = firmware.Take(routine);
   if (info == 0) {
     return;
   }
   for (const uint8_t type : std::initializer_list<uint8_t>{0, 1}) {
-    if (machine.Collect(type, routine).records == 0) {
-      machine.Free(info);
+    if (firmware.Collect(type, routine).records == 0) {
+      firmware.Free(info);
       return;
     }
   }
 }
 
-EFI_STATUS Build(Machine& machine) {
-  if (const EFI_STATUS status = machine.BuildFqddMap(); EFI_ERROR(status)) {
+EFI_STATUS Build(Firmware& firmware) {
+  if (const EFI_STATUS status = firmware.BuildFqddMap(); EFI_ERROR(status)) {
     return status;
   }
-  model::MakeCpus(machine);
-  model::MakeDimms(machine);
-  model::MakeSystem(machine);
-  StoreFirmwareAttribute(machine);
-  const EFI_STATUS status = machine.Failures().loadedImageStatus;
+  model::MakeCpus(firmware);
+  model::MakeDimms(firmware);
+  model::MakeSystem(firmware);
+  StoreFirmwareAttribute(firmware);
+  const EFI_STATUS status = firmware.Failures().loadedImageStatus;
   if (EFI_ERROR(status)) {
-    machine.Log("SMBIOSInit", " before UninstallMultipleProtocolInterfaces, status %s \n",
-                model::StatusText(status).c_str());
+    firmware.Log("SMBIOSInit", " before UninstallMultipleProtocolInterfaces, status %s \n",
+                 model::StatusText(status).c_str());
   }
   return status;
 }
 
 // The index over the table lasts as long as the start, and nobody misses it.
-EFI_STATUS Start(Machine& machine) {
-  const BlockId index = machine.Take("TableIndex");
-  const EFI_STATUS status = Build(machine);
-  machine.Free(index);
+EFI_STATUS Start(Firmware& firmware) {
+  const BlockId index = firmware.Take("TableIndex");
+  const EFI_STATUS status = Build(firmware);
+  firmware.Free(index);
   return status;
 }
 
@@ -92,9 +92,9 @@ bool StartOutcome::LooksLike(const StartOutcome& other) const {
 }
 
 StartOutcome ModelStart(const Table& table, const StartFailures& failures) {
-  Machine machine(table, failures);
-  const EFI_STATUS status = Start(machine);
-  return machine.Outcome(status);
+  Firmware firmware(table, failures);
+  const EFI_STATUS status = Start(firmware);
+  return firmware.Outcome(status);
 }
 
 }  // namespace tvq::test

@@ -5,7 +5,7 @@
  */
 #include <string>
 
-#include "tests/unit/driver/model/start_machine.h"
+#include "tests/unit/driver/model/firmware.h"
 
 namespace tvq::test::model {
 namespace {
@@ -14,7 +14,7 @@ const std::string kSystem = "MakeSYSTEM";
 
 class System {
  public:
-  explicit System(Machine& machine) : m(machine) {}
+  explicit System(Firmware& firmware) : m(firmware) {}
 
   EFI_STATUS Make();
 
@@ -37,7 +37,7 @@ class System {
   void KeepEntry();
   void FreeAll();
 
-  Machine& m;
+  Firmware& m;
   std::vector<Collection> mCollections;
   std::vector<BlockId> mHeld;
   std::vector<BlockId> mEntry;
@@ -263,8 +263,8 @@ void System::FillSlots() {
 
 }  // namespace
 
-EFI_STATUS MakeSystem(Machine& machine) {
-  return System(machine).Make();
+EFI_STATUS MakeSystem(Firmware& firmware) {
+  return System(firmware).Make();
 }
 
 }  // namespace tvq::test::model

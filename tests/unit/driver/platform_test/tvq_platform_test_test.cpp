@@ -37,7 +37,7 @@ using testing::Not;
 class TvqPlatformTest : public PlatformTest {
  protected:
   TvqPlatformTest() {
-    EXPECT_EQ(Machine().StartImage(Machine().LoadImage(host::images::driver)), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().StartImage(Firmware().LoadImage(host::images::driver)), EFI_SUCCESS);
     PublishTable(MinimalServer());
   }
 
@@ -52,29 +52,29 @@ class TvqPlatformTest : public PlatformTest {
   }
   void SetChecksums() { FitChecksums(mEntry.Data()); }
   void Install(VOID* entry) {
-    EXPECT_EQ(Machine().BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
+    EXPECT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
               EFI_SUCCESS);
   }
   void Remove(EFI_GUID& guid) {
     EFI_HANDLE platform = nullptr;
     UINTN size = sizeof(platform);
-    EXPECT_EQ(Machine().BootServices()->LocateHandle(ByProtocol, &guid, nullptr, &size, &platform),
+    EXPECT_EQ(Firmware().BootServices()->LocateHandle(ByProtocol, &guid, nullptr, &size, &platform),
               EFI_SUCCESS);
     EXPECT_EQ(
-        Machine().BootServices()->UninstallProtocolInterface(platform, &guid, Find<VOID>(guid)),
+        Firmware().BootServices()->UninstallProtocolInterface(platform, &guid, Find<VOID>(guid)),
         EFI_SUCCESS);
   }
   ZV_LIBRARY_PROTOCOL& Zvi() { return *Find<ZV_LIBRARY_PROTOCOL>(gZvLibraryProtocolGuid); }
   ZV_SERVICES_TABLE& Services() {
-    return *static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Machine(), gZvServicesTableGuid));
+    return *static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Firmware(), gZvServicesTableGuid));
   }
   XML_PARSER_PROTOCOL& Xml() { return *Find<XML_PARSER_PROTOCOL>(gXmlParserProtocolGuid); }
 
   EFI_STATUS Run() {
-    const size_t before = Machine().ConsoleOutput().size();
+    const size_t before = Firmware().ConsoleOutput().size();
     const EFI_STATUS status =
-        Machine().StartImage(Machine().LoadImage(host::images::platform_test));
-    const std::u16string& console = Machine().ConsoleOutput();
+        Firmware().StartImage(Firmware().LoadImage(host::images::platform_test));
+    const std::u16string& console = Firmware().ConsoleOutput();
     mReport.clear();
     for (size_t i = before; i < console.size(); ++i) {
       if (console[i] != u'\r') {
@@ -123,7 +123,7 @@ TEST_F(TvqPlatformTest, IsContentWithTheReferencePlatform) {
 
 TEST_F(TvqPlatformTest, FreesWhatItAllocates) {
   EXPECT_EQ(Run(), EFI_SUCCESS);
-  EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform_test), 0u);
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::images::platform_test), 0u);
 }
 
 TEST_F(TvqPlatformTest, CanBeRunAgain) {
@@ -142,15 +142,15 @@ TEST_F(TvqPlatformTest, NamesEachPartThatTheDriverNeeds) {
     VOID* interface = Find<VOID>(*guid);
     Remove(*guid);
     EXPECT_EQ(OnlyFailure(), failure);
-    EFI_HANDLE handle = Machine().HandleOf(host::images::platform);
-    EXPECT_EQ(Machine().BootServices()->InstallProtocolInterface(&handle, guid,
-                                                                 EFI_NATIVE_INTERFACE, interface),
+    EFI_HANDLE handle = Firmware().HandleOf(host::images::platform);
+    EXPECT_EQ(Firmware().BootServices()->InstallProtocolInterface(&handle, guid,
+                                                                  EFI_NATIVE_INTERFACE, interface),
               EFI_SUCCESS);
   }
 }
 
 TEST_F(TvqPlatformTest, NamesAMissingServicesTable) {
-  Machine().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
+  Firmware().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
   EXPECT_EQ(OnlyFailure(), "Platform services table: is there");
 }
 
@@ -172,10 +172,10 @@ TEST_F(TvqPlatformTest, IsContentWithoutWhatIsOptionalAndSaysWhatThatMeans) {
 }
 
 TEST_F(TvqPlatformTest, NeedsNoDriver) {
-  const EFI_HANDLE driver = Machine().HandleOf(host::images::driver);
+  const EFI_HANDLE driver = Firmware().HandleOf(host::images::driver);
   EFI_HANDLE handle = driver;
   VOID* request = Find<VOID>(gTvqStartRequestProtocolGuid);
-  ASSERT_EQ(Machine().BootServices()->UninstallProtocolInterface(
+  ASSERT_EQ(Firmware().BootServices()->UninstallProtocolInterface(
                 handle, &gTvqStartRequestProtocolGuid, request),
             EFI_SUCCESS);
   EXPECT_EQ(Run(), EFI_SUCCESS);
@@ -427,7 +427,7 @@ TEST_F(TvqPlatformTest, TellsAStartRequestThatIsNone) {
 TEST_F(TvqPlatformTest, TellsTheStartRequestOfAnUnloadedDriver) {
   const auto* request = Find<TVQ_START_REQUEST>(gTvqStartRequestProtocolGuid);
   ASSERT_EQ(request->Start(nullptr), EFI_SUCCESS);
-  ASSERT_EQ(Machine().UnloadImage(Machine().HandleOf(host::images::driver)), EFI_SUCCESS);
+  ASSERT_EQ(Firmware().UnloadImage(Firmware().HandleOf(host::images::driver)), EFI_SUCCESS);
   EXPECT_EQ(OnlyFailure(),
             "Driver TVQSMBIOS: the start request is the only one, and stands on a loaded image");
 }

@@ -24,9 +24,7 @@ class Locate : public testing::Test {
 };
 
 TEST_F(Locate, ReadsAddressAndVersionFromTheEntryPoint) {
-  Table table = MinimalServer();
-  table.majorVersion = 2;
-  table.minorVersion = 7;
+  const Table table = MinimalServer().OfVersion(2, 7);
   mHarness.Publish(table);
   ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
   EXPECT_EQ(gSmbiosEntryPoint, reinterpret_cast<UINT8*>(&mHarness.EntryPoint()));

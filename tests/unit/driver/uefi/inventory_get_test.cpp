@@ -88,10 +88,10 @@ TEST_F(Get, LeavesNothingBehindButTheCachedDocumentOnceTheCallerFreesWhatItGot) 
   ASSERT_EQ(Ask(mProcessor), EFI_SUCCESS);
   for (int slot = 0; slot < 3; ++slot) {
     EXPECT_EQ(Memory().Find(Slots()[slot].Buffer)->type, EfiBootServicesData);
-    EXPECT_EQ(Machine().BootServices()->FreePool(Slots()[slot].Buffer), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().BootServices()->FreePool(Slots()[slot].Buffer), EFI_SUCCESS);
   }
   EXPECT_EQ(Memory().Find(mResult.Buffer)->size, 64u);
-  EXPECT_EQ(Machine().BootServices()->FreePool(mResult.Buffer), EFI_SUCCESS);
+  EXPECT_EQ(Firmware().BootServices()->FreePool(mResult.Buffer), EFI_SUCCESS);
   ASSERT_EQ(NewBlocks().size(), 1u);
   EXPECT_EQ(NewBlocks()[0].address, mProcessor->ConfigXml);
 }
@@ -160,7 +160,7 @@ TEST_F(Get, AssertsOnABadSignatureAndGoesOnWithTheProtocolAsTheRecord) {
   records.Inner()->ConfigXml = Ascii("inner");
   EXPECT_EQ(SMTVQGet(records.This(), &mRequest, &mResult), EFI_SUCCESS);
   EXPECT_EQ(HeaderIn(1).sizeInBytes, 81u + 5);
-  EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
+  EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
 }
 
 TEST_F(Get, DoesNotLookAtTheSignatureWithoutAssertions) {

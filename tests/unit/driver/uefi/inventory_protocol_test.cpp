@@ -100,7 +100,7 @@ TEST_F(Identify, AssertsOnABadSignatureAndGoesOnWithTheProtocolAsTheRecord) {
   RecordInPlaceOfTheProtocol records(TVQ_DEVICE_TYPE_CPU, TVQ_DEVICE_TYPE_SYSTEM);
   EXPECT_EQ(Ask(records.This()), EFI_SUCCESS);
   EXPECT_EQ(mAnswer, Identity(0x10));
-  EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
+  EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
 }
 
 TEST_F(Identify, ComparesAll64BitsOfTheSignature) {
@@ -108,7 +108,7 @@ TEST_F(Identify, ComparesAll64BitsOfTheSignature) {
                                      TVQ_RECORD_SIGNATURE | (1ULL << 32));
   EXPECT_EQ(Ask(records.This()), EFI_SUCCESS);
   EXPECT_EQ(mAnswer, Identity(6));
-  EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
+  EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
 }
 
 TEST_F(Identify, DoesNotLookAtTheSignatureWithoutAssertions) {

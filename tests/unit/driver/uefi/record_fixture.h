@@ -23,8 +23,8 @@ class RecordTest : public testing::Test {
  protected:
   RecordTest();
 
-  host::Firmware& Machine() { return mHarness.Firmware(); }
-  host::Pool& Memory() { return Machine().Memory(); }
+  host::Firmware& Firmware() { return mHarness.Firmware(); }
+  host::Pool& Memory() { return Firmware().Memory(); }
 
   // A record that knows nothing but its type, with its operations. It lives as long as the test.
   smTVQ* NewRecord(UINT8 deviceType);
@@ -43,7 +43,9 @@ class RecordTest : public testing::Test {
   std::vector<size_t> NewBlockSizes();
   // Makes one allocation of the driver fail: 1 is the next one.
   void FailAllocation(uint64_t n) { Memory().FailAllocation(n, host::images::driver); }
-  void EnableAssertions(bool enabled) { Machine().EnableAssertions(host::images::driver, enabled); }
+  void EnableAssertions(bool enabled) {
+    Firmware().EnableAssertions(host::images::driver, enabled);
+  }
 
   DriverHarness mHarness;
 

@@ -87,7 +87,7 @@ TEST_F(StoredDocument, NeedsItsArguments) {
 }
 
 TEST_F(StoredDocument, NeedsTheParser) {
-  Machine().FailCallsFrom(host::images::driver, host::Service::LocateProtocol, 1, EFI_UNSUPPORTED);
+  Firmware().FailCallsFrom(host::images::driver, host::Service::LocateProtocol, 1, EFI_UNSUPPORTED);
   EXPECT_EQ(ReadDimm(DimmDocument("1", "A")), EFI_NOT_FOUND);
   EXPECT_EQ(ReadCpu(CpuDocument("N", "1")), EFI_NOT_FOUND);
   EXPECT_THAT(TakeLog(), ElementsAre("ParseDIMMXMLBlob: Not able to locate the XML Protocol",
@@ -246,7 +246,7 @@ TEST_F(StoredDocument, NeedsThePartNumberSecondInDimmData) {
     EXPECT_EQ(mDimm, nullptr);
     EXPECT_EQ(mLength, kLength);
     EXPECT_THAT(TakeLog(), ElementsAre("ParseDIMMXMLBlob: Error Parsing Part Number"));
-    EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(NameMismatch()));
+    EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(NameMismatch()));
     EXPECT_THAT(NewBlockSizes(), IsEmpty());
   }
   EXPECT_EQ(mParser.freed, 3u);
@@ -440,7 +440,7 @@ TEST_F(NodeHelpers, NeedTheirArguments) {
 TEST_F(NodeHelpers, AssertThatTheNodeHasTheName) {
   EXPECT_EQ(GetPartNumberText(Node("partNumber", "A"), &mText), EFI_INVALID_PARAMETER);
   EXPECT_EQ(GetByteValue(Node("Count", "1"), "CoreCount", &mByte), EFI_INVALID_PARAMETER);
-  EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(NameMismatch(), NameMismatch()));
+  EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(NameMismatch(), NameMismatch()));
   EXPECT_EQ(mText, nullptr);
   EXPECT_EQ(mByte, 0xEE);
 }
@@ -456,14 +456,14 @@ TEST_F(NodeHelpers, TakeANodeWithoutAName) {
   EXPECT_EQ(mByte, 7);
   ASSERT_EQ(GetPartNumberText(Node(nullptr, "A"), &mText), EFI_SUCCESS);
   EXPECT_STREQ(mText, "A");
-  Machine().BootServices()->FreePool(mText);
+  Firmware().BootServices()->FreePool(mText);
 }
 
 TEST_F(NodeHelpers, CopyATextWithItsTerminator) {
   ASSERT_EQ(GetPartNumberText(Node("PartNumber", "ABC 123"), &mText), EFI_SUCCESS);
   EXPECT_STREQ(mText, "ABC 123");
   EXPECT_THAT(NewBlockSizes(), ElementsAre(8u));
-  Machine().BootServices()->FreePool(mText);
+  Firmware().BootServices()->FreePool(mText);
 }
 
 TEST_F(NodeHelpers, TakeAMissingTextForTheEmptyOne) {
@@ -471,7 +471,7 @@ TEST_F(NodeHelpers, TakeAMissingTextForTheEmptyOne) {
   EXPECT_EQ(mByte, 0);
   ASSERT_EQ(GetPartNumberText(Node("PartNumber", nullptr), &mText), EFI_SUCCESS);
   EXPECT_STREQ(mText, "");
-  Machine().BootServices()->FreePool(mText);
+  Firmware().BootServices()->FreePool(mText);
 }
 
 TEST_F(NodeHelpers, TakeAValueWithoutATextForTheEmptyText) {

@@ -65,7 +65,7 @@ EFI_STATUS ManagementDouble::LocateBlob(TVQ_MANAGEMENT_PROTOCOL* This, VOID* Sto
 }
 
 VerificationTest::VerificationTest() {
-  Machine().ConstructImage(Machine().LoadImage(host::images::platform));
+  Firmware().ConstructImage(Firmware().LoadImage(host::images::platform));
 }
 
 VerificationTest::~VerificationTest() {
@@ -76,8 +76,8 @@ VerificationTest::~VerificationTest() {
 
 void VerificationTest::Install(EFI_GUID& guid, VOID* interface) {
   EFI_HANDLE handle = nullptr;
-  EXPECT_EQ(Machine().BootServices()->InstallProtocolInterface(&handle, &guid, EFI_NATIVE_INTERFACE,
-                                                               interface),
+  EXPECT_EQ(Firmware().BootServices()->InstallProtocolInterface(&handle, &guid,
+                                                                EFI_NATIVE_INTERFACE, interface),
             EFI_SUCCESS);
 }
 

@@ -159,11 +159,11 @@ TEST_F(Verify, ComparesOnlyInTheNormalMode) {
 
 TEST_F(Verify, DoesNothingElseInAnotherMode) {
   SetMode("<Mode>Maintenance</Mode>");
-  const uint64_t locates = Machine().Calls(host::images::driver, host::Service::LocateProtocol);
+  const uint64_t locates = Firmware().Calls(host::images::driver, host::Service::LocateProtocol);
   EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_UNSUPPORTED);
   EXPECT_EQ(mResult, 0u);
   EXPECT_THAT(TakeLog(), ElementsAre(Line("Entering \n")));
-  EXPECT_EQ(Machine().Calls(host::images::driver, host::Service::LocateProtocol), locates);
+  EXPECT_EQ(Firmware().Calls(host::images::driver, host::Service::LocateProtocol), locates);
   EXPECT_THAT(mManagement.calls, IsEmpty());
 }
 
@@ -219,20 +219,20 @@ TEST_F(Verify, AssertsOnABadSignatureAndGoesOnWithTheProtocolAsTheRecord) {
   EXPECT_EQ(AskForeign(reinterpret_cast<TVQ_INVENTORY_PROTOCOL*>(inner)), EFI_SUCCESS);
   EXPECT_EQ(mResult, 0u);
   EXPECT_THAT(mParser.inputs, IsEmpty());
-  EXPECT_THAT(Machine().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
+  EXPECT_THAT(Firmware().TakeAssertions(), ElementsAre(BadSignatureIn("src/uefi/tvq")));
 }
 
 TEST_F(Verify, LooksAtTheModeBeforeTheRecord) {
   SetMode("<Mode>Maintenance</Mode>");
   alignas(8) UINT8 bytes[OFFSET_OF(smTVQ, Protocol) + sizeof(smTVQ)] = {};
   EXPECT_EQ(AskForeign(InventoryOf(reinterpret_cast<smTVQ*>(bytes))), EFI_UNSUPPORTED);
-  EXPECT_THAT(Machine().TakeAssertions(), IsEmpty());
+  EXPECT_THAT(Firmware().TakeAssertions(), IsEmpty());
 }
 
 // --- The management protocol ---
 
 TEST_F(Verify, NeedsTheManagementProtocol) {
-  Machine().FailCall(host::images::driver, host::Service::LocateProtocol, 1, EFI_NOT_FOUND);
+  Firmware().FailCall(host::images::driver, host::Service::LocateProtocol, 1, EFI_NOT_FOUND);
   EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_INVALID_PARAMETER);
   EXPECT_EQ(mResult, 0u);
   EXPECT_THAT(TakeLog(), ElementsAre(Line("Entering \n"),
@@ -243,7 +243,7 @@ TEST_F(Verify, LooksForTheManagementProtocolBeforeTheStoredData) {
   Slots()[0] = {};
   TVQ_DATA target = {};
   TVQ_DATA response = {1, sizeof(target), &target};
-  Machine().FailCallsFrom(host::images::driver, host::Service::LocateProtocol, 1, EFI_UNSUPPORTED);
+  Firmware().FailCallsFrom(host::images::driver, host::Service::LocateProtocol, 1, EFI_UNSUPPORTED);
   EXPECT_EQ(Ask(Cpu(u"", 0), &response), EFI_INVALID_PARAMETER);
   EXPECT_THAT(TakeLog(), ElementsAre(Line("Entering \n"),
                                      "error: " + Line("Error getting TVQ Mgmt protocol 3")));
@@ -527,11 +527,11 @@ TEST_F(Verify, NeverReportsTheSystemAsReplaced) {
 
 TEST_F(Verify, NeedsTheParserForModulesAndProcessors) {
   // The first look-up is for the management protocol.
-  Machine().FailCall(host::images::driver, host::Service::LocateProtocol, 2, EFI_NOT_FOUND);
+  Firmware().FailCall(host::images::driver, host::Service::LocateProtocol, 2, EFI_NOT_FOUND);
   EXPECT_EQ(Ask(Dimm(u"1", "A")), EFI_NOT_FOUND);
   EXPECT_EQ(mResult, 0u);
   EXPECT_EQ(TakeLog().back(), Line("Error Parsing XMLBlob"));
-  Machine().FailCall(host::images::driver, host::Service::LocateProtocol, 2, EFI_NOT_FOUND);
+  Firmware().FailCall(host::images::driver, host::Service::LocateProtocol, 2, EFI_NOT_FOUND);
   EXPECT_EQ(Ask(Cpu(u"", 0)), EFI_NOT_FOUND);
   EXPECT_EQ(TakeLog().back(), Line("ERROR Parsing CPUXMLBlob with Not Found\n"));
 }
@@ -568,7 +568,7 @@ TEST_F(Verify, RefusesAResponseWithABufferAndReturnsTheTextThroughIt) {
     EXPECT_STREQ(static_cast<const char*>(target.Buffer),
                  "<error>Configuration Unsupported</error>");
     EXPECT_THAT(NewBlockSizes(), ElementsAre(60u));
-    EXPECT_EQ(Machine().BootServices()->FreePool(target.Buffer), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().BootServices()->FreePool(target.Buffer), EFI_SUCCESS);
   }
   EXPECT_THAT(mManagement.calls, IsEmpty());
 }
@@ -579,7 +579,7 @@ TEST_F(Verify, LooksAtTheResponseBeforeTheStoredData) {
   TVQ_DATA response = {1, sizeof(target), &target};
   EXPECT_EQ(Ask(Cpu(u"", 0), &response), EFI_UNSUPPORTED);
   EXPECT_EQ(target.Length, 40u);
-  Machine().BootServices()->FreePool(target.Buffer);
+  Firmware().BootServices()->FreePool(target.Buffer);
 }
 
 TEST_F(Verify, RefusesAResponseWithoutATextWhenThereIsNoMemory) {

@@ -261,7 +261,7 @@ TEST_P(EveryDeviceEntry, AssertsOnABadSignatureAndGoesOnWithTheInterfaceAsTheEnt
   CHAR16* name = nullptr;
   EXPECT_EQ(AskThrough(NewEntry(GetParam()), entries.Interface(), path, &name, nullptr),
             EFI_SUCCESS);
-  EXPECT_THAT(Machine().TakeAssertions(),
+  EXPECT_THAT(Firmware().TakeAssertions(),
               ElementsAre(BadSignatureIn("src/uefi/zvep", GetParam().assertionLine)));
 }
 
@@ -461,8 +461,8 @@ TEST_P(EveryDeviceEntry, HandsOutNewTextsThatTheCallerFrees) {
     ASSERT_EQ(Ask(entry, OwnPath(GetParam()), &name, &fqdd), EFI_SUCCESS);
     EXPECT_THAT(NewBlockSizes(), ElementsAre(182, 30, GetParam().fqddSize));
     EXPECT_EQ(Memory().Find(name)->type, EfiBootServicesData);
-    EXPECT_EQ(Machine().BootServices()->FreePool(name), EFI_SUCCESS);
-    EXPECT_EQ(Machine().BootServices()->FreePool(fqdd), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().BootServices()->FreePool(name), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().BootServices()->FreePool(fqdd), EFI_SUCCESS);
   }
 }
 

@@ -26,19 +26,6 @@ struct Started {
   std::vector<Bytes> blobs;
 };
 
-void AddBlobs(DriverHarness& harness, const RecordHandle& record, std::vector<Bytes>& blobs) {
-  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
-  TVQ_DATA result = {};
-  ASSERT_EQ(record.protocol->SMTVQGet(record.protocol, &request, &result), EFI_SUCCESS);
-  auto* const slots = static_cast<TVQ_DATA*>(result.Buffer);
-  for (unsigned slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
-    const auto* const bytes = static_cast<const uint8_t*>(slots[slot].Buffer);
-    blobs.emplace_back(bytes, bytes + slots[slot].Length);
-    harness.BootServices()->FreePool(slots[slot].Buffer);
-  }
-  harness.BootServices()->FreePool(slots);
-}
-
 Started StartDriver(const Table& table, bool withIndex = true) {
   DriverHarness harness;
   harness.Publish(table);
@@ -55,7 +42,9 @@ Started StartDriver(const Table& table, bool withIndex = true) {
   for (const RecordHandle& record : harness.Records()) {
     const auto* const path = reinterpret_cast<const TVQ_DEVICE_PATH*>(record.devicePath);
     outcome.records.emplace_back(path->Data, path->Data + sizeof(path->Data));
-    AddBlobs(harness, record, started.blobs);
+    const Served served = harness.Get(record);
+    EXPECT_EQ(served.status, EFI_SUCCESS);
+    started.blobs.insert(started.blobs.end(), served.blobs.begin(), served.blobs.end());
   }
   return started;
 }

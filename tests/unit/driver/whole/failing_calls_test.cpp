@@ -45,29 +45,29 @@ class Life {
   explicit Life(bool hasLog)
       : mPlatform(hasLog ? std::initializer_list<Part>{}
                          : std::initializer_list<Part>{Part::kDebugLog}) {
-    mPlatform.Machine().Publish(MinimalServer());
+    mPlatform.Harness().Publish(MinimalServer());
   }
 
   FailingPlatform& Platform() { return mPlatform; }
-  DriverHarness& Machine() { return mPlatform.Machine(); }
-  host::Firmware& Firmware() { return Machine().Firmware(); }
+  DriverHarness& Harness() { return mPlatform.Harness(); }
+  host::Firmware& Firmware() { return Harness().Firmware(); }
 
   // Finds what the next step takes, so that nothing but the driver calls a service in it.
   void Look();
 
-  EFI_STATUS Enter() { return Machine().Load(); }
+  EFI_STATUS Enter() { return Harness().Load(); }
   EFI_STATUS Start() { return mRequest->Start(nullptr); }
   EFI_STATUS ShowLog() {
     EFI_HANDLE handle = nullptr;
-    return Machine().BootServices()->InstallProtocolInterface(
-        &handle, &gDebugLogProtocolGuid, EFI_NATIVE_INTERFACE, &Machine().platform.debugLog);
+    return Harness().BootServices()->InstallProtocolInterface(
+        &handle, &gDebugLogProtocolGuid, EFI_NATIVE_INTERFACE, &Harness().platform.debugLog);
   }
   EFI_STATUS Get();
   EFI_STATUS Verify() { return AskToVerify(false); }
   EFI_STATUS VerifyWithResponse() { return AskToVerify(true); }
   EFI_STATUS AskNames();
   // The image stays, so that its records can still be asked.
-  EFI_STATUS CallUnload() { return mUnload(Machine().ImageHandle()); }
+  EFI_STATUS CallUnload() { return mUnload(Harness().ImageHandle()); }
 
   // A document whose numbers could not be printed is kept, and compared as it is.
   void AllowMissingNumbers() { mMayLackNumbers = true; }
@@ -81,7 +81,7 @@ class Life {
   EFI_STATUS AskToVerify(bool withResponse);
   void Free(VOID* block) {
     if (block != nullptr) {
-      Machine().BootServices()->FreePool(block);
+      Harness().BootServices()->FreePool(block);
     }
   }
 
@@ -94,11 +94,11 @@ class Life {
 };
 
 void Life::Look() {
-  if (Machine().ImageHandle() != nullptr) {
-    mRequest = Machine().StartRequest();
-    mUnload = Machine().LoadedImage()->Unload;
+  if (Harness().ImageHandle() != nullptr) {
+    mRequest = Harness().StartRequest();
+    mUnload = Harness().LoadedImage()->Unload;
   }
-  mRecords = Machine().Records();
+  mRecords = Harness().Records();
   // In the call of the unload handler that it refuses, the firmware takes an interface off and puts it back, which takes
   // memory.
   mRecords.erase(
@@ -108,26 +108,13 @@ void Life::Look() {
 }
 
 EFI_STATUS Life::GetFrom(const RecordHandle& record) {
-  TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
-  TVQ_DATA result = {};
-  const EFI_STATUS status = record.protocol->SMTVQGet(record.protocol, &request, &result);
+  const Served served = Harness().Get(record);
   mStored.emplace_back();
-  if (EFI_ERROR(status)) {
-    EXPECT_EQ(result.Buffer, nullptr);
-    return status;
+  if (EFI_ERROR(served.status)) {
+    return served.status;
   }
-  auto* const slots = static_cast<TVQ_DATA*>(result.Buffer);
-  const TVQ_DATA& document = slots[TVQ_SLOT_CONFIGURATION];
-  const auto* const bytes = static_cast<const UINT8*>(document.Buffer);
-  mStored.back().assign(bytes, bytes + document.Length);
-  EFI_STATUS missing = EFI_SUCCESS;
-  for (int slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
-    missing = slots[slot].Buffer == nullptr ? EFI_OUT_OF_RESOURCES : missing;
-    EXPECT_EQ(slots[slot].Buffer == nullptr, slots[slot].Length == 0);
-    Free(slots[slot].Buffer);
-  }
-  Free(slots);
-  return missing;
+  mStored.back() = served.blobs.at(TVQ_SLOT_CONFIGURATION);
+  return served.IsWhole() ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
 }
 
 EFI_STATUS Life::Get() {

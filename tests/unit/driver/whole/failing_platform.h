@@ -34,7 +34,7 @@ class FailingPlatform {
   FailingPlatform(const FailingPlatform&) = delete;
   FailingPlatform& operator=(const FailingPlatform&) = delete;
 
-  DriverHarness& Machine() { return mHarness; }
+  DriverHarness& Harness() { return mHarness; }
   // The blob that the management protocol finds, whatever it is asked for.
   void Store(VOID* blob) { mBlob = blob; }
 

@@ -68,25 +68,15 @@ class StartRun {
   }
   void ExpectAllServe() {
     for (const RecordHandle& record : mRecords) {
-      ExpectServes(record);
+      const Served served = mHarness.Get(record);
+      EXPECT_EQ(served.status, EFI_SUCCESS);
+      EXPECT_TRUE(served.IsWhole());
     }
     EXPECT_TRUE(Firmware().Misuses().empty());
     EXPECT_TRUE(Firmware().Assertions().empty());
   }
 
  private:
-  void ExpectServes(const RecordHandle& record) {
-    TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
-    TVQ_DATA result = {};
-    ASSERT_EQ(record.protocol->SMTVQGet(record.protocol, &request, &result), EFI_SUCCESS);
-    TVQ_DATA* const slots = static_cast<TVQ_DATA*>(result.Buffer);
-    for (int slot = 0; slot < TVQ_SLOT_TERMINATOR; ++slot) {
-      EXPECT_NE(slots[slot].Buffer, nullptr) << "slot " << slot;
-      mHarness.BootServices()->FreePool(slots[slot].Buffer);
-    }
-    mHarness.BootServices()->FreePool(slots);
-  }
-
   DriverHarness mHarness;
   TVQ_START_REQUEST* mRequest = nullptr;
   uint64_t mSerial = 0;

@@ -32,13 +32,10 @@ class MovedTable : public testing::Test {
     mHarness.UnmapEarlierTables();
   }
 
-  std::vector<UINT8> Inventory(const RecordHandle& record) {
-    TVQ_REQUEST request = {TVQ_REQUEST_VERSION, 0};
-    TVQ_DATA result = {};
-    EXPECT_EQ(record.protocol->SMTVQGet(record.protocol, &request, &result), EFI_SUCCESS);
-    const auto* const slots = static_cast<const TVQ_DATA*>(result.Buffer);
-    const auto* const bytes = static_cast<const UINT8*>(slots[TVQ_SLOT_INVENTORY].Buffer);
-    return {bytes, bytes + slots[TVQ_SLOT_INVENTORY].Length};
+  Bytes Inventory(const RecordHandle& record) {
+    const Served served = mHarness.Get(record);
+    EXPECT_EQ(served.status, EFI_SUCCESS);
+    return served.blobs.at(TVQ_SLOT_INVENTORY);
   }
 
   DriverHarness mHarness;
@@ -68,7 +65,7 @@ TEST_F(MovedTable, AnswersForASlotThatWasAdded) {
 
 TEST_F(MovedTable, IsNotReadByTheRecords) {
   for (const RecordHandle& record : mHarness.Records()) {
-    const std::vector<UINT8> before = Inventory(record);
+    const Bytes before = Inventory(record);
     EXPECT_EQ(Inventory(record), before);
     CHAR8 language[] = "en-US";
     CHAR16* name = nullptr;

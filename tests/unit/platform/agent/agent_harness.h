@@ -31,7 +31,7 @@ class AgentHarness {
  public:
   AgentHarness() : mVolume(mMachine) {}
 
-  host::Firmware& Machine() { return mMachine; }
+  host::Firmware& Firmware() { return mMachine; }
   FakeVolume& Files() { return mVolume; }
 
   void LoadPlatform() {
@@ -89,11 +89,12 @@ class AgentHarness {
   std::u16string mCommandLine;
 };
 
-// Two processors and two modules that clash, and no type 225.
+// Two processors and two modules that clash, and no type 225; of version 2.8.
 inline Table ClashingServer() {
   return Table::Of(Bios{}, System{}, Processor{.designation = "SOCKET 0"},
                    Processor{.designation = "SOCKET 1"}, MemoryDevice{.locator = "DIMM 0"},
-                   MemoryDevice{.locator = "DIMM 1"}, End{});
+                   MemoryDevice{.locator = "DIMM 1"}, End{})
+      .OfVersion(2, 8);
 }
 
 }  // namespace tvq::test

@@ -37,25 +37,25 @@ class AgentEnd : public testing::Test, protected AgentHarness {
     UINTN count = 0;
     EFI_HANDLE* handles = nullptr;
     const EFI_STATUS status =
-        Machine().BootServices()->LocateHandleBuffer(ByProtocol, &guid, nullptr, &count, &handles);
+        Firmware().BootServices()->LocateHandleBuffer(ByProtocol, &guid, nullptr, &count, &handles);
     if (EFI_ERROR(status)) {
       return 0;
     }
     mFirst = handles[0];
-    Machine().BootServices()->FreePool(handles);
+    Firmware().BootServices()->FreePool(handles);
     return count;
   }
   EFI_HANDLE FirstRecord() {
     EXPECT_NE(Count(gTvqRecordGuid), 0u);
     return mFirst;
   }
-  bool DriverIsLoaded() { return Machine().HandleOf(host::images::driver) != nullptr; }
+  bool DriverIsLoaded() { return Firmware().HandleOf(host::images::driver) != nullptr; }
   void UnloadDriver() {
-    ASSERT_EQ(Machine().UnloadImage(Machine().HandleOf(host::images::driver)), EFI_SUCCESS);
+    ASSERT_EQ(Firmware().UnloadImage(Firmware().HandleOf(host::images::driver)), EFI_SUCCESS);
   }
   EFI_STATUS AskServiceTag(UINT64& value) {
     VOID* found = nullptr;
-    EXPECT_EQ(Machine().BootServices()->LocateProtocol(&gTvqPlatformProtocolGuid, nullptr, &found),
+    EXPECT_EQ(Firmware().BootServices()->LocateProtocol(&gTvqPlatformProtocolGuid, nullptr, &found),
               EFI_SUCCESS);
     auto* platform = static_cast<TVQ_PLATFORM_PROTOCOL*>(found);
     return platform->GetAttribute(platform, Wide(u"zorv.server"), Wide(u"SMBIOSServiceTagString"),
@@ -100,9 +100,9 @@ TEST_F(AgentEnd, StopTellsOfARecordThatSomebodyHolds) {
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
   const EFI_HANDLE record = FirstRecord();
   VOID* held = nullptr;
-  ASSERT_EQ(Machine().BootServices()->OpenProtocol(record, &gZvEntryProtocolGuid, &held,
-                                                   Machine().HandleOf(host::images::platform),
-                                                   record, EFI_OPEN_PROTOCOL_EXCLUSIVE),
+  ASSERT_EQ(Firmware().BootServices()->OpenProtocol(record, &gZvEntryProtocolGuid, &held,
+                                                    Firmware().HandleOf(host::images::platform),
+                                                    record, EFI_OPEN_PROTOCOL_EXCLUSIVE),
             EFI_SUCCESS);
   EXPECT_EQ(RunAgent(u"TvqAgent.efi stop unload"), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("\nStop: 4 records taken off\n"));
@@ -191,21 +191,21 @@ TEST_F(AgentEnd, ThePlatformForgetsTheGettersOfAnUnloadedDriver) {
   EXPECT_EQ(AskServiceTag(value), EFI_NOT_FOUND) << "the new driver was not started yet";
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   ASSERT_EQ(AskServiceTag(value), EFI_SUCCESS);
-  Machine().BootServices()->FreePool(reinterpret_cast<VOID*>(static_cast<UINTN>(value)));
+  Firmware().BootServices()->FreePool(reinterpret_cast<VOID*>(static_cast<UINTN>(value)));
 }
 
 TEST_F(AgentEnd, ThePlatformCanGoWhenTheDriverIsGone) {
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
-  const EFI_HANDLE platform = Machine().HandleOf(host::images::platform);
-  EXPECT_EQ(Machine().UnloadImage(platform), EFI_ACCESS_DENIED);
+  const EFI_HANDLE platform = Firmware().HandleOf(host::images::platform);
+  EXPECT_EQ(Firmware().UnloadImage(platform), EFI_ACCESS_DENIED);
   ASSERT_EQ(RunAgent(u"TvqAgent.efi stop unload"), EFI_SUCCESS);
-  EXPECT_EQ(Machine().UnloadImage(platform), EFI_SUCCESS);
+  EXPECT_EQ(Firmware().UnloadImage(platform), EFI_SUCCESS);
 }
 
 TEST_F(AgentEnd, ThePlatformStaysWhenItCannotTellWhetherTheDriverIsLoaded) {
-  Machine().FailCall(host::images::platform, host::Service::LocateHandleBuffer, 1,
-                     EFI_OUT_OF_RESOURCES);
-  EXPECT_EQ(Machine().UnloadImage(Machine().HandleOf(host::images::platform)), EFI_ACCESS_DENIED);
+  Firmware().FailCall(host::images::platform, host::Service::LocateHandleBuffer, 1,
+                      EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(Firmware().UnloadImage(Firmware().HandleOf(host::images::platform)), EFI_ACCESS_DENIED);
 }
 
 // --- A second start ---

@@ -96,9 +96,9 @@ TEST_F(AgentRun, PutsBackTheFirmwaresTable) {
 TEST_F(AgentRun, FreesWhatItAllocatedButThePublishedTable) {
   LoadDriver();
   PublishFirmwareTable(ClashingServer());
-  const size_t before = Machine().Memory().LiveCount(host::images::agent);
+  const size_t before = Firmware().Memory().LiveCount(host::images::agent);
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
-  EXPECT_EQ(Machine().Memory().LiveCount(host::images::agent), before + 1);
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::images::agent), before + 1);
 }
 
 TEST_F(AgentRun, LeavesATableThatNeedsNothingInPlace) {
@@ -192,10 +192,10 @@ TEST_F(AgentRun, SwitchesTheMachineOffWhenAsked) {
   LoadDriver();
   PublishFirmwareTable(MinimalServer());
   EXPECT_EQ(RunAgent(u"TvqAgent.efi"), EFI_SUCCESS);
-  EXPECT_EQ(Machine().Calls(host::images::agent, host::Service::ResetSystem), 0u);
+  EXPECT_EQ(Firmware().Calls(host::images::agent, host::Service::ResetSystem), 0u);
   EXPECT_EQ(RunAgent(u"TvqAgent.efi poweroff"), EFI_SUCCESS);
-  EXPECT_EQ(Machine().Calls(host::images::agent, host::Service::ResetSystem), 1u);
-  Machine().TakeMisuses();
+  EXPECT_EQ(Firmware().Calls(host::images::agent, host::Service::ResetSystem), 1u);
+  Firmware().TakeMisuses();
 }
 
 // --- The driver ---
@@ -214,7 +214,7 @@ TEST_F(AgentRun, ReportsADriverThatCannotBeLoaded) {
   LoadPlatform();
   PublishFirmwareTable(MinimalServer());
   Files().Put("\\TVQ\\TVQSMBIOS.efi", "MZ");
-  Machine().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_SECURITY_VIOLATION);
+  Firmware().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_SECURITY_VIOLATION);
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("Secure Boot"));
   EXPECT_THAT(Report(), EndsWith("TVQSMBIOS.efi cannot be loaded: Security Violation\n"));
@@ -300,10 +300,10 @@ TEST_F(AgentRun, ShowsARecordThatAnswersNothing) {
   EFI_HANDLE first = nullptr;
   EFI_HANDLE second = nullptr;
   ASSERT_EQ(
-      Machine().BootServices()->InstallMultipleProtocolInterfaces(
+      Firmware().BootServices()->InstallMultipleProtocolInterfaces(
           &first, &gTvqInventoryProtocolGuid, &inventory, &gZvEntryProtocolGuid, &entry, nullptr),
       EFI_SUCCESS);
-  ASSERT_EQ(Machine().BootServices()->InstallMultipleProtocolInterfaces(
+  ASSERT_EQ(Firmware().BootServices()->InstallMultipleProtocolInterfaces(
                 &second, &gTvqInventoryProtocolGuid, &inventory, nullptr),
             EFI_SUCCESS);
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
@@ -319,12 +319,12 @@ bool RunsShortOfMemory(uint64_t n) {
   AgentHarness machine;
   machine.LoadDriver();
   machine.PublishFirmwareTable(ClashingServer());
-  machine.Machine().Memory().FailAllocation(n, host::images::agent);
+  machine.Firmware().Memory().FailAllocation(n, host::images::agent);
   machine.RunAgent();
-  const bool failed = machine.Machine().Memory().FailedAllocations() != 0;
-  machine.Machine().Memory().StopFailing();
+  const bool failed = machine.Firmware().Memory().FailedAllocations() != 0;
+  machine.Firmware().Memory().StopFailing();
   // The published table stays, and nothing else.
-  EXPECT_LE(machine.Machine().Memory().LiveCount(host::images::agent), 1u) << n;
+  EXPECT_LE(machine.Firmware().Memory().LiveCount(host::images::agent), 1u) << n;
   EXPECT_TRUE(machine.FirmwareTableIsInPlace()) << n;
   EXPECT_THAT(machine.Console(), HasSubstr("TvqAgent: ")) << n;
   return failed;

@@ -54,7 +54,7 @@ TEST_F(AgentFileNames, CutLongTexts) {
 }
 
 TEST_F(AgentFileNames, ReportExhaustedMemory) {
-  Machine().Memory().FailAllocation(1, host::images::agent);
+  Firmware().Memory().FailAllocation(1, host::images::agent);
   FileNames::Name name;
   EXPECT_FALSE(mNames.Take(Wide(u"x"), name));
 }

@@ -106,9 +106,9 @@ TEST_F(PlatformLog, TakesMissingTexts) {
 TEST_F(PlatformLog, CountsLinesThatThereIsNoMemoryFor) {
   // A line takes the guarded format, room in the list (the first line only) and the line itself.
   for (uint64_t n = 1; n <= 3; ++n) {
-    Machine().Memory().FailAllocation(n, host::images::platform);
+    Firmware().Memory().FailAllocation(n, host::images::platform);
     Print(u"lost\n");
-    Machine().Memory().StopFailing();
+    Firmware().Memory().StopFailing();
     EXPECT_EQ(Platform()->CountLostLines(Platform()), n);
     EXPECT_EQ(LineCount(), 0u);
   }
@@ -119,9 +119,9 @@ TEST_F(PlatformLog, CountsLinesThatThereIsNoMemoryFor) {
 
 TEST_F(PlatformLog, HoldsOneBlockForEachLine) {
   Print(u"first\n");
-  const size_t before = Machine().Memory().LiveCount(host::images::platform);
+  const size_t before = Firmware().Memory().LiveCount(host::images::platform);
   Print(u"second %d\n", 2);
-  EXPECT_LE(Machine().Memory().LiveCount(host::images::platform), before + 1);
+  EXPECT_LE(Firmware().Memory().LiveCount(host::images::platform), before + 1);
 }
 
 TEST_F(PlatformLog, RefusesMissingArguments) {

@@ -230,7 +230,7 @@ TEST_F(Management, NeedsTheArgumentsOfAnnouncing) {
 
 TEST_F(Management, NeedsMemoryToRememberABuffer) {
   const std::vector<UINT8> data = DeviceData();
-  Machine().Memory().FailAllocation(1, host::images::platform);
+  Firmware().Memory().FailAllocation(1, host::images::platform);
   EXPECT_EQ(Announce(data.data(), data.size()), EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(Locate(data.data(), kConfiguration), EFI_NOT_FOUND);
   EXPECT_EQ(Announce(data.data(), data.size()), EFI_SUCCESS);
@@ -240,7 +240,7 @@ TEST_F(Management, ForgetsEverythingWhenThePlatformIsUnloaded) {
   const std::vector<UINT8> data = DeviceData();
   ASSERT_EQ(Announce(data.data(), data.size()), EFI_SUCCESS);
   ASSERT_EQ(Unload(), EFI_SUCCESS);
-  EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform), 0u);
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::images::platform), 0u);
 }
 
 }  // namespace

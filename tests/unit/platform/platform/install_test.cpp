@@ -23,7 +23,7 @@ EFI_GUID* const kProtocols[] = {&gTvqPlatformProtocolGuid,     &gDebugLogProtoco
 
 class PlatformInstall : public testing::Test {
  protected:
-  host::Firmware& Machine() { return mFirmware; }
+  host::Firmware& Firmware() { return mFirmware; }
   EFI_STATUS Start() { return mFirmware.StartImage(mFirmware.LoadImage(host::images::platform)); }
   EFI_STATUS Unload() { return mFirmware.UnloadImage(mFirmware.HandleOf(host::images::platform)); }
   size_t ProtocolCount() {
@@ -61,7 +61,7 @@ VOID EFIAPI OnProtocol(EFI_EVENT, VOID* context) {
 
 TEST_F(PlatformInstall, BringsTheTableBeforeTheProtocolsOfTheDependencyExpression) {
   for (EFI_GUID* guid : {&gZvAuxProtocolGuid, &gZvLibraryProtocolGuid}) {
-    host::Firmware& machine = Machine();
+    host::Firmware& machine = Firmware();
     Watch watch;
     watch.machine = &machine;
     EFI_EVENT event = nullptr;
@@ -81,24 +81,24 @@ TEST_F(PlatformInstall, BringsTheTableBeforeTheProtocolsOfTheDependencyExpressio
 
 TEST_F(PlatformInstall, LeavesTheServicesOfAnotherPlatformAlone) {
   UINT64 other = 0;
-  ASSERT_EQ(Machine().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, &other),
+  ASSERT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, &other),
             EFI_SUCCESS);
   EXPECT_EQ(Start(), EFI_ALREADY_STARTED);
-  EXPECT_EQ(ConfigurationTable(Machine(), gZvServicesTableGuid), &other);
+  EXPECT_EQ(ConfigurationTable(Firmware(), gZvServicesTableGuid), &other);
   EXPECT_EQ(ProtocolCount(), 0u);
 }
 
 TEST_F(PlatformInstall, LeavesNothingBehindWhenTheTableIsRefused) {
-  Machine().FailCall(host::images::platform, host::Service::InstallConfigurationTable, 1,
-                     EFI_OUT_OF_RESOURCES);
+  Firmware().FailCall(host::images::platform, host::Service::InstallConfigurationTable, 1,
+                      EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(Start(), EFI_OUT_OF_RESOURCES);
   EXPECT_FALSE(HasTable());
   EXPECT_EQ(ProtocolCount(), 0u);
 }
 
 TEST_F(PlatformInstall, LeavesNothingBehindWhenTheProtocolsAreRefused) {
-  Machine().FailCall(host::images::platform, host::Service::InstallMultipleProtocolInterfaces, 1,
-                     EFI_OUT_OF_RESOURCES);
+  Firmware().FailCall(host::images::platform, host::Service::InstallMultipleProtocolInterfaces, 1,
+                      EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(Start(), EFI_OUT_OF_RESOURCES);
   EXPECT_FALSE(HasTable());
   EXPECT_EQ(ProtocolCount(), 0u);
@@ -107,18 +107,18 @@ TEST_F(PlatformInstall, LeavesNothingBehindWhenTheProtocolsAreRefused) {
 TEST_F(PlatformInstall, TakesEverythingOffAgain) {
   ASSERT_EQ(Start(), EFI_SUCCESS);
   VOID* found = nullptr;
-  ASSERT_EQ(Machine().BootServices()->LocateProtocol(&gDebugLogProtocolGuid, nullptr, &found),
+  ASSERT_EQ(Firmware().BootServices()->LocateProtocol(&gDebugLogProtocolGuid, nullptr, &found),
             EFI_SUCCESS);
   static_cast<DEBUG_LOG_PROTOCOL*>(found)->Print(DEBUG_LOG_LEVEL_INFO, "Routine", Wide(u"line\n"));
   auto* services =
-      static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Machine(), gZvServicesTableGuid));
+      static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Firmware(), gZvServicesTableGuid));
   ASSERT_EQ(services->RegisterAttribute(nullptr, Wide(u"a"), nullptr, nullptr), EFI_SUCCESS);
   ASSERT_EQ(services->SetAttributeValue(Wide(u"a"), Wide(u"n"), 1), EFI_SUCCESS);
 
   EXPECT_EQ(Unload(), EFI_SUCCESS);
   EXPECT_FALSE(HasTable());
   EXPECT_EQ(ProtocolCount(), 0u);
-  EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform), 0u);
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::images::platform), 0u);
 }
 
 TEST_F(PlatformInstall, CanBeLoadedAgain) {
@@ -130,16 +130,16 @@ TEST_F(PlatformInstall, CanBeLoadedAgain) {
 
 TEST_F(PlatformInstall, StaysWhileTheDriverIsLoaded) {
   ASSERT_EQ(Start(), EFI_SUCCESS);
-  EFI_HANDLE driver = Machine().LoadImage(host::images::agent);
+  EFI_HANDLE driver = Firmware().LoadImage(host::images::agent);
   TVQ_START_REQUEST request = {};
-  ASSERT_EQ(Machine().BootServices()->InstallProtocolInterface(
+  ASSERT_EQ(Firmware().BootServices()->InstallProtocolInterface(
                 &driver, &gTvqStartRequestProtocolGuid, EFI_NATIVE_INTERFACE, &request),
             EFI_SUCCESS);
   EXPECT_EQ(Unload(), EFI_ACCESS_DENIED);
   EXPECT_TRUE(HasTable());
   EXPECT_EQ(ProtocolCount(), std::size(kProtocols));
   // What an unloaded driver leaves on its handle keeps nobody from going.
-  ASSERT_EQ(Machine().UnloadImage(driver), EFI_SUCCESS);
+  ASSERT_EQ(Firmware().UnloadImage(driver), EFI_SUCCESS);
   EXPECT_EQ(Unload(), EFI_SUCCESS);
 }
 

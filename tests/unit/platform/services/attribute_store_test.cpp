@@ -36,7 +36,7 @@ class PlatformServices : public PlatformTest {
   PlatformServices() { gCalls.clear(); }
 
   ZV_SERVICES_TABLE& Services() {
-    return *static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Machine(), gZvServicesTableGuid));
+    return *static_cast<ZV_SERVICES_TABLE*>(ConfigurationTable(Firmware(), gZvServicesTableGuid));
   }
   EFI_STATUS Register(const char16_t* nameSpace, ZV_ATTRIBUTE_GETTER getter,
                       ZV_ATTRIBUTE_SETTER setter = nullptr) {
@@ -182,18 +182,18 @@ TEST_F(PlatformServices, SurviveEveryFailedAllocation) {
   for (uint64_t n = 1; n <= 4; ++n) {
     ASSERT_EQ(Unload(), EFI_SUCCESS);
     ASSERT_EQ(Start(), EFI_SUCCESS);
-    const size_t before = Machine().Memory().LiveCount(host::images::platform);
-    Machine().Memory().FailAllocation(n, host::images::platform);
+    const size_t before = Firmware().Memory().LiveCount(host::images::platform);
+    Firmware().Memory().FailAllocation(n, host::images::platform);
     const EFI_STATUS registered = Register(u"a", nullptr);
     const EFI_STATUS stored = Store(u"a", u"One", 1);
-    Machine().Memory().StopFailing();
+    Firmware().Memory().StopFailing();
     EXPECT_EQ(registered, n <= 2 ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS) << n;
     EXPECT_EQ(stored, n <= 2 ? EFI_NOT_FOUND : EFI_OUT_OF_RESOURCES) << n;
     EXPECT_EQ(Register(u"a", nullptr), EFI_SUCCESS);
     EXPECT_EQ(Store(u"a", u"One", 1), EFI_SUCCESS);
     EXPECT_THAT(StoredValues(), testing::ElementsAre("a/One=1"));
     // Two texts and two lists.
-    EXPECT_EQ(Machine().Memory().LiveCount(host::images::platform), before + 4) << n;
+    EXPECT_EQ(Firmware().Memory().LiveCount(host::images::platform), before + 4) << n;
   }
 }
 

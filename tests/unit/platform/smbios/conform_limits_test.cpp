@@ -154,10 +154,10 @@ TEST_F(ConformLimits, SurvivesEveryFailedAllocation) {
   const Bytes table = ServerToConform().Bytes();
   bool succeeded = false;
   for (uint64_t n = 1; !succeeded && n < 1000; ++n) {
-    Machine().Memory().FailAllocation(n, host::images::agent);
+    Firmware().Memory().FailAllocation(n, host::images::agent);
     const Conformed conformed = Conform(table);
-    succeeded = Machine().Memory().FailedAllocations() < n;
-    Machine().Memory().StopFailing();
+    succeeded = Firmware().Memory().FailedAllocations() < n;
+    Firmware().Memory().StopFailing();
     if (!succeeded) {
       EXPECT_EQ(conformed.result, ConformResult::kOutOfMemory) << n;
       EXPECT_EQ(conformed.table, table) << n;

@@ -30,11 +30,11 @@ class AgentPublication : public AgentTest {
   }
   SMBIOS_TABLE_ENTRY_POINT* Published() {
     return static_cast<SMBIOS_TABLE_ENTRY_POINT*>(
-        ConfigurationTable(Machine(), gEfiSmbiosTableGuid));
+        ConfigurationTable(Firmware(), gEfiSmbiosTableGuid));
   }
   void Install(const EFI_GUID& guid, VOID* table) {
     EXPECT_EQ(
-        Machine().BootServices()->InstallConfigurationTable(const_cast<EFI_GUID*>(&guid), table),
+        Firmware().BootServices()->InstallConfigurationTable(const_cast<EFI_GUID*>(&guid), table),
         EFI_SUCCESS);
   }
   static int Sum(const VOID* bytes, size_t size) {
@@ -112,7 +112,7 @@ TEST_F(AgentPublication, KeepsTheMemoryForTheBoot) {
     entry = publication.EntryPoint();
   }
   EXPECT_EQ(Sum(entry, 0x1F), 0) << "a driver may still read it";
-  EXPECT_TRUE(Machine().Memory().Find(entry).has_value());
+  EXPECT_TRUE(Firmware().Memory().Find(entry).has_value());
 }
 
 TEST_F(AgentPublication, LeavesAnEntryThatSomebodyElseInstalledSince) {
@@ -137,10 +137,10 @@ TEST_F(AgentPublication, RefusesATableThatA32BitEntryPointCannotState) {
 
 TEST_F(AgentPublication, LeavesNothingBehindWhenItFails) {
   Publication publication;
-  Machine().FailCall(host::images::agent, host::Service::AllocatePages, 1, EFI_OUT_OF_RESOURCES);
+  Firmware().FailCall(host::images::agent, host::Service::AllocatePages, 1, EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(publication.Publish(ServerTable()), EFI_OUT_OF_RESOURCES);
-  Machine().FailCall(host::images::agent, host::Service::InstallConfigurationTable, 1,
-                     EFI_OUT_OF_RESOURCES);
+  Firmware().FailCall(host::images::agent, host::Service::InstallConfigurationTable, 1,
+                      EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(publication.Publish(ServerTable()), EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(Published(), nullptr);
   EXPECT_EQ(AgentBlocks(), 0u);

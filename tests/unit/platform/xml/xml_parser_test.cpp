@@ -22,7 +22,7 @@ class XmlParser : public PlatformTest {
   }
 
   XML_PARSER_PROTOCOL* Protocol() { return Find<XML_PARSER_PROTOCOL>(gXmlParserProtocolGuid); }
-  size_t Blocks() { return Machine().Memory().LiveCount(host::images::platform); }
+  size_t Blocks() { return Firmware().Memory().LiveCount(host::images::platform); }
 
   EFI_STATUS Parse(const std::string& text) {
     Free();
@@ -249,9 +249,9 @@ class XmlParserWithoutMemory : public XmlParser {
     Free();
     const size_t before = Blocks();
     for (uint64_t n = 1; n < 10'000 && !HasFailure(); ++n) {
-      Machine().Memory().FailAllocation(n, host::images::platform);
+      Firmware().Memory().FailAllocation(n, host::images::platform);
       const EFI_STATUS status = Parse(text);
-      Machine().Memory().StopFailing();
+      Firmware().Memory().StopFailing();
       if (status == EFI_SUCCESS) {
         return n - 1;
       }
@@ -302,11 +302,11 @@ struct Random {
 TEST_F(XmlParser, SaltsItsHashTablesWithRandomNumbersWhereThereAreAny) {
   Random random;
   EFI_HANDLE handle = nullptr;
-  ASSERT_EQ(Machine().BootServices()->InstallProtocolInterface(
+  ASSERT_EQ(Firmware().BootServices()->InstallProtocolInterface(
                 &handle, &gEfiRngProtocolGuid, EFI_NATIVE_INTERFACE, &random.protocol),
             EFI_SUCCESS);
   const auto counts = [&] {
-    return Machine().Calls(host::images::platform, host::Service::GetNextMonotonicCount);
+    return Firmware().Calls(host::images::platform, host::Service::GetNextMonotonicCount);
   };
   EXPECT_EQ(Parse("<a/>"), EFI_SUCCESS);
   EXPECT_EQ(random.calls, 1u);

@@ -4,8 +4,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_TESTS_UNIT_DRIVER_MODEL_START_MACHINE_H_
-#define TVQ_TESTS_UNIT_DRIVER_MODEL_START_MACHINE_H_
+#ifndef TVQ_TESTS_UNIT_DRIVER_MODEL_FIRMWARE_H_
+#define TVQ_TESTS_UNIT_DRIVER_MODEL_FIRMWARE_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -56,9 +56,9 @@ struct Collection {
   bool Any() const { return !structures.empty(); }
 };
 
-class Machine {
+class Firmware {
  public:
-  Machine(const Table& table, const StartFailures& failures);
+  Firmware(const Table& table, const StartFailures& failures);
 
   // --- Table ---
   const Bytes& Data() const { return mTable; }
@@ -111,10 +111,10 @@ std::string StatusText(EFI_STATUS status);
 
 // The three builders and the firmware attribute. Each returns what the driver's function of that
 // name does.
-EFI_STATUS MakeCpus(Machine& machine);
-EFI_STATUS MakeDimms(Machine& machine);
-EFI_STATUS MakeSystem(Machine& machine);
+EFI_STATUS MakeCpus(Firmware& firmware);
+EFI_STATUS MakeDimms(Firmware& firmware);
+EFI_STATUS MakeSystem(Firmware& firmware);
 
 }  // namespace tvq::test::model
 
-#endif  // TVQ_TESTS_UNIT_DRIVER_MODEL_START_MACHINE_H_
+#endif  // TVQ_TESTS_UNIT_DRIVER_MODEL_FIRMWARE_H_

@@ -2,14 +2,14 @@
  * A machine with the reference platform and the driver on it, for measurements: each operation of
  * the driver can be run alone, with something done directly before and after it.
  *
- *     BenchMachine machine(DebugLog::kAbsent);
- *     machine.Publish(file);
- *     machine.Start();
+ *     MeasuredDriver driver(DebugLog::kAbsent);
+ *     driver.Publish(file);
+ *     driver.Start();
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_TESTS_BENCH_BENCH_MACHINE_H_
-#define TVQ_TESTS_BENCH_BENCH_MACHINE_H_
+#ifndef TVQ_TESTS_BENCH_MEASURED_DRIVER_H_
+#define TVQ_TESTS_BENCH_MEASURED_DRIVER_H_
 
 #include <cstdint>
 #include <functional>
@@ -33,12 +33,12 @@ struct Meter {
   std::function<void()> end;
 };
 
-class BenchMachine {
+class MeasuredDriver {
  public:
-  explicit BenchMachine(DebugLog log);
-  ~BenchMachine();
-  BenchMachine(const BenchMachine&) = delete;
-  BenchMachine& operator=(const BenchMachine&) = delete;
+  explicit MeasuredDriver(DebugLog log);
+  ~MeasuredDriver();
+  MeasuredDriver(const MeasuredDriver&) = delete;
+  MeasuredDriver& operator=(const MeasuredDriver&) = delete;
 
   // Publishes the table of a file that dmidecode could read, conformed. Throws std::runtime_error.
   void Publish(const Bytes& file);
@@ -72,4 +72,4 @@ class BenchMachine {
 
 }  // namespace tvq::bench
 
-#endif  // TVQ_TESTS_BENCH_BENCH_MACHINE_H_
+#endif  // TVQ_TESTS_BENCH_MEASURED_DRIVER_H_

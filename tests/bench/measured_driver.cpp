@@ -3,7 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/bench/bench_machine.h"
+#include "tests/bench/measured_driver.h"
 
 #include <stdexcept>
 #include <string>
@@ -45,7 +45,7 @@ Bytes Join(const TVQ_DATA* slots) {
 
 }  // namespace
 
-struct BenchMachine::Impl {
+struct MeasuredDriver::Impl {
   struct Record {
     TVQ_INVENTORY_PROTOCOL* protocol;
     Bytes stored;
@@ -148,10 +148,10 @@ struct BenchMachine::Impl {
   std::vector<Record> records;
 };
 
-BenchMachine::BenchMachine(DebugLog log) : mImpl(std::make_unique<Impl>(log)) {}
-BenchMachine::~BenchMachine() = default;
+MeasuredDriver::MeasuredDriver(DebugLog log) : mImpl(std::make_unique<Impl>(log)) {}
+MeasuredDriver::~MeasuredDriver() = default;
 
-void BenchMachine::Publish(const Bytes& file) {
+void MeasuredDriver::Publish(const Bytes& file) {
   tvqplatform::Capture capture;
   tvqplatform::ReadCapturedFile({file.data(), file.size()}, capture);
   if (capture.Error != tvqplatform::CaptureError::kNone) {
@@ -173,7 +173,7 @@ void BenchMachine::Publish(const Bytes& file) {
   mMinorVersion = table.Minor;
 }
 
-void BenchMachine::Start(const Meter& meter) {
+void MeasuredDriver::Start(const Meter& meter) {
   void* found = nullptr;
   Require(mImpl->services->LocateProtocol(&gTvqStartRequestProtocolGuid, nullptr, &found),
           "finding the start request");
@@ -185,11 +185,11 @@ void BenchMachine::Start(const Meter& meter) {
   mImpl->FindRecords();
 }
 
-size_t BenchMachine::RecordCount() const {
+size_t MeasuredDriver::RecordCount() const {
   return mImpl->records.size();
 }
 
-uint64_t BenchMachine::GetAll(const Meter& meter) {
+uint64_t MeasuredDriver::GetAll(const Meter& meter) {
   uint64_t bytes = 0;
   for (Impl::Record& record : mImpl->records) {
     mImpl->Get(record, meter);
@@ -198,7 +198,7 @@ uint64_t BenchMachine::GetAll(const Meter& meter) {
   return bytes;
 }
 
-size_t BenchMachine::VerifyAll(const Meter& meter) {
+size_t MeasuredDriver::VerifyAll(const Meter& meter) {
   size_t compared = 0;
   for (Impl::Record& record : mImpl->records) {
     compared += mImpl->Verify(record, meter) ? 1 : 0;
@@ -206,7 +206,7 @@ size_t BenchMachine::VerifyAll(const Meter& meter) {
   return compared;
 }
 
-host::Firmware& BenchMachine::Firmware() {
+host::Firmware& MeasuredDriver::Firmware() {
   return mImpl->firmware;
 }
 

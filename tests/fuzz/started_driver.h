@@ -3,8 +3,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_TESTS_FUZZ_STARTED_MACHINE_H_
-#define TVQ_TESTS_FUZZ_STARTED_MACHINE_H_
+#ifndef TVQ_TESTS_FUZZ_STARTED_DRIVER_H_
+#define TVQ_TESTS_FUZZ_STARTED_DRIVER_H_
 
 #include <vector>
 
@@ -14,10 +14,10 @@
 
 namespace tvq::fuzz {
 
-class StartedMachine {
+class StartedDriver {
  public:
-  explicit StartedMachine(Table table, host::Guard guard = host::Guard::kBehind,
-                          DeviceSet* verified = nullptr);
+  explicit StartedDriver(Table table, host::Guard guard = host::Guard::kBehind,
+                         DeviceSet* verified = nullptr);
 
   host::Firmware& Firmware() { return mFirmware; }
   Operations& Asking() { return mOperations; }
@@ -43,4 +43,4 @@ class StartedMachine {
 
 }  // namespace tvq::fuzz
 
-#endif  // TVQ_TESTS_FUZZ_STARTED_MACHINE_H_
+#endif  // TVQ_TESTS_FUZZ_STARTED_DRIVER_H_

@@ -3,7 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/unit/driver/model/start_machine.h"
+#include "tests/unit/driver/model/firmware.h"
 
 #include <gtest/gtest.h>
 
@@ -57,12 +57,12 @@ size_t View::End() const {
   return position + 2;
 }
 
-Machine::Machine(const Table& table, const StartFailures& failures)
+Firmware::Firmware(const Table& table, const StartFailures& failures)
     : mTable(table.Bytes()),
       mVersion(static_cast<uint16_t>(table.majorVersion << 8 | table.minorVersion)),
       mFailures(failures) {}
 
-std::vector<View> Machine::Structures(uint8_t type) const {
+std::vector<View> Firmware::Structures(uint8_t type) const {
   std::vector<View> found;
   for (size_t offset = 0; offset + kHeaderSize <= mTable.size();) {
     const View view(mTable, offset);
@@ -74,7 +74,7 @@ std::vector<View> Machine::Structures(uint8_t type) const {
   return found;
 }
 
-Collection Machine::Collect(uint8_t type, const std::string& routine) {
+Collection Firmware::Collect(uint8_t type, const std::string& routine) {
   const std::string site = "SmbiosGetStructuresByType < " + routine;
   Collection collection;
   const std::vector<View> structures = Structures(type);
@@ -93,12 +93,12 @@ Collection Machine::Collect(uint8_t type, const std::string& routine) {
   return collection;
 }
 
-void Machine::Free(const Collection& collection) {
+void Firmware::Free(const Collection& collection) {
   Free(collection.sizes);
   Free(collection.records);
 }
 
-BlockId Machine::Take(const std::string& routine) {
+BlockId Firmware::Take(const std::string& routine) {
   const BlockId block = ++mOutcome.allocations;
   if (mFailures.allocations.Fails(block)) {
     return 0;
@@ -107,33 +107,33 @@ BlockId Machine::Take(const std::string& routine) {
   return block;
 }
 
-void Machine::Free(BlockId block) {
+void Firmware::Free(BlockId block) {
   if (block != 0) {
     EXPECT_EQ(mBlocks.erase(block), 1u) << "the model frees block " << block << " twice";
   }
 }
 
-void Machine::Free(const std::vector<BlockId>& blocks) {
+void Firmware::Free(const std::vector<BlockId>& blocks) {
   for (const BlockId block : blocks) {
     Free(block);
   }
 }
 
-void Machine::Log(const std::string& routine, const char* format, ...) {
+void Firmware::Log(const std::string& routine, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   mOutcome.log.push_back({DEBUG_LOG_LEVEL_INFO, routine, Format(format, arguments)});
   va_end(arguments);
 }
 
-void Machine::LogError(const std::string& routine, const char* format, ...) {
+void Firmware::LogError(const std::string& routine, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   mOutcome.log.push_back({DEBUG_LOG_LEVEL_ERROR, routine, Format(format, arguments)});
   va_end(arguments);
 }
 
-EFI_STATUS Machine::Install(const Bytes& devicePath) {
+EFI_STATUS Firmware::Install(const Bytes& devicePath) {
   mOutcome.allocationsBeforeInstall.push_back(mOutcome.allocations);
   if (mFailures.installs.Fails(++mOutcome.installs)) {
     return mFailures.installStatus;
@@ -147,7 +147,7 @@ EFI_STATUS Machine::Install(const Bytes& devicePath) {
 
 // The collection's second array is dropped on the floor on every way out, and an error keeps the
 // first one too.
-EFI_STATUS Machine::BuildFqddMap() {
+EFI_STATUS Firmware::BuildFqddMap() {
   const Collection maps = Collect(kFqddMapType, "BuildFqddMap");
   if (!maps.Any()) {
     return EFI_NOT_FOUND;
@@ -162,7 +162,7 @@ EFI_STATUS Machine::BuildFqddMap() {
   return Take("BuildFqddMap") == 0 ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
-bool Machine::FindFqdd(uint16_t handle, Text* fqdd) {
+bool Firmware::FindFqdd(uint16_t handle, Text* fqdd) {
   for (const FqddEntry& entry : mFqddMap) {
     if (entry.handle == handle) {
       *fqdd = entry.text;
@@ -173,7 +173,7 @@ bool Machine::FindFqdd(uint16_t handle, Text* fqdd) {
   return false;
 }
 
-StartOutcome Machine::Outcome(EFI_STATUS status) const {
+StartOutcome Firmware::Outcome(EFI_STATUS status) const {
   StartOutcome outcome = mOutcome;
   outcome.status = status;
   for (const auto& [block, routine] : mBlocks) {

@@ -3,7 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/fuzz/started_machine.h"
+#include "tests/fuzz/started_driver.h"
 
 #include <string>
 #include <utility>
@@ -24,12 +24,12 @@ void Load(host::Firmware& firmware, const host::Image& image) {
 
 }  // namespace
 
-StartedMachine::StartedMachine(Table table, host::Guard guard, DeviceSet* verified)
+StartedDriver::StartedDriver(Table table, host::Guard guard, DeviceSet* verified)
     : mTable(std::move(table), guard), mStatus(Start()), mOperations(mFirmware, verified) {
   mRecords = mOperations.FindRecords();
 }
 
-EFI_STATUS StartedMachine::Start() {
+EFI_STATUS StartedDriver::Start() {
   mFirmware.Memory().KeepCallSites(false);
   // A slot query that firmware would never return from ends here, too.
   mFirmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
@@ -40,19 +40,19 @@ EFI_STATUS StartedMachine::Start() {
   return RequestStart();
 }
 
-EFI_STATUS StartedMachine::RequestStart() {
+EFI_STATUS StartedDriver::RequestStart() {
   VOID* request = nullptr;
   mFirmware.BootServices()->LocateProtocol(&gTvqStartRequestProtocolGuid, nullptr, &request);
   return static_cast<TVQ_START_REQUEST*>(request)->Start(nullptr);
 }
 
-void StartedMachine::StartAgain() {
+void StartedDriver::StartAgain() {
   Expect(RequestStart() == mStatus, "a second start ends with another status");
   Expect(mOperations.FindRecords().size() == mRecords.size(),
          "a second start publishes another number of records");
 }
 
-void StartedMachine::Unload() {
+void StartedDriver::Unload() {
   EFI_LOADED_IMAGE_PROTOCOL* image = nullptr;
   const EFI_HANDLE handle = mFirmware.HandleOf(host::images::driver);
   mFirmware.BootServices()->HandleProtocol(handle, &gEfiLoadedImageProtocolGuid,
@@ -65,7 +65,7 @@ void StartedMachine::Unload() {
   Expect(mFirmware.UnloadImage(handle) == expected, "unloading ends with another status");
 }
 
-void StartedMachine::ExpectNoComplaints() const {
+void StartedDriver::ExpectNoComplaints() const {
   for (const host::Assertion& assertion : mFirmware.Assertions()) {
     Expect(false, "assertion in " + assertion.file + ": " + assertion.text);
   }
