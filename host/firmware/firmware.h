@@ -31,7 +31,7 @@ struct TvqHostImage;
 
 namespace tvq::host {
 
-class Machine;
+class FirmwareState;
 
 // A firmware image that is linked into this program. The build generates one per tvq_efi_image() as
 // `tvq::host::images::<name>`, declared in "images/<name>.h".
@@ -121,7 +121,7 @@ struct Block {
 class Pool {
  public:
   class Store;
-  explicit Pool(Machine& machine);
+  explicit Pool(FirmwareState& state);
   ~Pool();
 
   // Live blocks, oldest first.
@@ -129,7 +129,7 @@ class Pool {
   std::vector<Block> LiveBlocks(const Owner& owner) const;
   // The live block that contains the address.
   std::optional<Block> Find(const void* address) const;
-  // Whether blocks know their call site; on in a fresh machine. Finding it is a good part of an
+  // Whether blocks know their call site; on in a fresh state. Finding it is a good part of an
   // allocation.
   void KeepCallSites(bool keep);
   // What AllocatePool makes of zero bytes: a block of their own, as in a fresh machine and in EDK II's
@@ -156,7 +156,7 @@ class Pool {
   uint64_t FailedAllocations() const;
 
  private:
-  friend class Machine;
+  friend class FirmwareState;
   std::unique_ptr<Store> mStore;
 };
 
@@ -263,7 +263,7 @@ class Firmware {
 
   // --- Assertions, misuse, debug output ---
 
-  // DebugAssertEnabled() of one image or of the core; on in a fresh machine. A failed assertion is
+  // DebugAssertEnabled() of one image or of the core; on in a fresh state. A failed assertion is
   // recorded and the code goes on.
   void EnableAssertions(const Owner& owner, bool enabled);
   const std::vector<Assertion>& Assertions() const;
@@ -290,11 +290,11 @@ class Firmware {
   void AdvanceTime(uint64_t microseconds);
 
  private:
-  std::unique_ptr<Machine> mMachine;
+  std::unique_ptr<FirmwareState> mState;
 };
 
 // Memory below 4 GiB, for tables whose entry point holds a 32-bit address. It belongs to no
-// machine.
+// state.
 enum class Guard {
   kNone,
   kBehind,  // the page directly behind the last byte is inaccessible

@@ -16,7 +16,7 @@ extern "C" {
 
 #include "host/firmware/host_interface.h"
 #include "host/firmware/image_registry.h"
-#include "host/firmware/machine.h"
+#include "host/firmware/firmware_state.h"
 #include "host/firmware/pool_store.h"
 
 namespace tvq::host {
@@ -112,7 +112,7 @@ void ImageLoader::GiveFreshData(const Image& image) {
 
 // Fills in the image's EFI_LOADED_IMAGE_PROTOCOL; false if the pool has no room for it.
 bool ImageLoader::Describe(LoadedImage& loaded) {
-  Pool::Store& memory = mMachine.Memory();
+  Pool::Store& memory = mState.Memory();
   const TvqHostImage& record = loaded.image->Record();
   void* info = nullptr;
   void* path = nullptr;
@@ -128,7 +128,7 @@ bool ImageLoader::Describe(LoadedImage& loaded) {
   *loaded.info = {};
   loaded.info->Revision = EFI_LOADED_IMAGE_PROTOCOL_REVISION;
   loaded.info->ParentHandle = gTvqHostCore.ImageHandle();
-  loaded.info->SystemTable = mMachine.calls.TableOf(*loaded.image);
+  loaded.info->SystemTable = mState.calls.TableOf(*loaded.image);
   loaded.info->FilePath = loaded.path;
   // Code and data lie apart in this program; whoever looks at the bounds wants to know whose code
   // an address is.
@@ -140,8 +140,8 @@ bool ImageLoader::Describe(LoadedImage& loaded) {
 }
 
 void ImageLoader::FreeDescription(const LoadedImage& loaded) {
-  mMachine.Memory().Free(loaded.info);
-  mMachine.Memory().Free(loaded.path);
+  mState.Memory().Free(loaded.info);
+  mState.Memory().Free(loaded.path);
 }
 
 EFI_HANDLE ImageLoader::Load(const Image& image) {
@@ -150,7 +150,7 @@ EFI_HANDLE ImageLoader::Load(const Image& image) {
   }
   GiveFreshData(image);
   LoadedImage loaded = {&image, nullptr, nullptr, nullptr, false};
-  const EFI_BOOT_SERVICES& services = mMachine.bootServices;
+  const EFI_BOOT_SERVICES& services = mState.bootServices;
   if (!Describe(loaded) || EFI_ERROR(services.InstallMultipleProtocolInterfaces(
                                &loaded.handle, &gEfiLoadedImageProtocolGuid, loaded.info,
                                &gEfiLoadedImageDevicePathProtocolGuid, loaded.path, nullptr))) {
@@ -175,9 +175,9 @@ EFI_STATUS ImageLoader::RunEntryPoint(const LoadedImage& loaded) {
   const TvqHostImage& record = loaded.image->Record();
   const EFI_STATUS status = record.EntryPoint(loaded.handle, loaded.info->SystemTable);
   if (gTvqHostCore.CurrentTpl() != tpl) {
-    mMachine.reports.AddMisuse("the entry point of image '" + loaded.image->Name() +
+    mState.reports.AddMisuse("the entry point of image '" + loaded.image->Name() +
                                "' returned at another task priority level");
-    mMachine.bootServices.RestoreTPL(tpl);
+    mState.bootServices.RestoreTPL(tpl);
   }
   return status;
 }
@@ -219,7 +219,7 @@ EFI_STATUS ImageLoader::Unload(EFI_HANDLE handle) {
 }
 
 void ImageLoader::CloseProtocolOpenedBy(EFI_HANDLE agent, EFI_HANDLE handle, EFI_GUID* protocol) {
-  const EFI_BOOT_SERVICES& services = mMachine.bootServices;
+  const EFI_BOOT_SERVICES& services = mState.bootServices;
   EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* entries = nullptr;
   UINTN count = 0;
   if (EFI_ERROR(services.OpenProtocolInformation(handle, protocol, &entries, &count))) {
@@ -230,12 +230,12 @@ void ImageLoader::CloseProtocolOpenedBy(EFI_HANDLE agent, EFI_HANDLE handle, EFI
       services.CloseProtocol(handle, protocol, agent, entries[index].ControllerHandle);
     }
   }
-  mMachine.Memory().Free(entries);
+  mState.Memory().Free(entries);
 }
 
 // What the DXE core does for an image that goes: it closes everything that the image has opened.
 void ImageLoader::CloseProtocolsOpenedBy(EFI_HANDLE agent) {
-  const EFI_BOOT_SERVICES& services = mMachine.bootServices;
+  const EFI_BOOT_SERVICES& services = mState.bootServices;
   EFI_HANDLE* handles = nullptr;
   UINTN handleCount = 0;
   if (EFI_ERROR(
@@ -249,15 +249,15 @@ void ImageLoader::CloseProtocolsOpenedBy(EFI_HANDLE agent) {
       for (UINTN which = 0; which < protocolCount; ++which) {
         CloseProtocolOpenedBy(agent, handles[index], protocols[which]);
       }
-      mMachine.Memory().Free(protocols);
+      mState.Memory().Free(protocols);
     }
   }
-  mMachine.Memory().Free(handles);
+  mState.Memory().Free(handles);
 }
 
 void ImageLoader::Remove(EFI_HANDLE handle) {
   const LoadedImage loaded = *Find(handle);
-  const EFI_BOOT_SERVICES& services = mMachine.bootServices;
+  const EFI_BOOT_SERVICES& services = mState.bootServices;
   CloseProtocolsOpenedBy(handle);
   services.UninstallProtocolInterface(handle, &gEfiLoadedImageDevicePathProtocolGuid, loaded.path);
   services.UninstallProtocolInterface(handle, &gEfiLoadedImageProtocolGuid, loaded.info);

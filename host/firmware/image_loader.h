@@ -18,7 +18,7 @@ namespace tvq::host {
 
 class ImageLoader {
  public:
-  explicit ImageLoader(Machine& machine) : mMachine(machine) {}
+  explicit ImageLoader(FirmwareState& state) : mState(state) {}
   ImageLoader(const ImageLoader&) = delete;
   ImageLoader& operator=(const ImageLoader&) = delete;
 
@@ -57,7 +57,7 @@ class ImageLoader {
   void Remove(EFI_HANDLE handle);
   void FreeDescription(const LoadedImage& loaded);
 
-  Machine& mMachine;
+  FirmwareState& mState;
   std::vector<LoadedImage> mLoaded;
   std::vector<const Image*> mUsed;
   std::multimap<unsigned, PcdValue> mPcdValues;

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "host/firmware/host_interface.h"
-#include "host/firmware/machine.h"
+#include "host/firmware/firmware_state.h"
 #include "host/firmware/pool_store.h"
 
 #if defined(__has_feature)
@@ -166,7 +166,7 @@ void Pool::Store::RefuseFree(const char* service, const void* address) {
   } else {
     what += "no such block";
   }
-  mMachine.reports.AddMisuse(std::move(what));
+  mState.reports.AddMisuse(std::move(what));
 }
 
 EFI_STATUS Pool::Store::Free(void* buffer) {
@@ -182,7 +182,7 @@ EFI_STATUS Pool::Store::Free(void* buffer) {
   UINT8* const block = static_cast<UINT8*>(buffer);
   const size_t size = found->second.size;
   if (!IsFilledWith(block + size, kTailSize, kTail)) {
-    mMachine.reports.AddMisuse("FreePool (" + Hex(found->first) +
+    mState.reports.AddMisuse("FreePool (" + Hex(found->first) +
                                "): a write went past the end of the block");
   }
   Forget(found);
@@ -198,7 +198,7 @@ EFI_STATUS Pool::Store::Free(void* buffer) {
 
 void Pool::Store::ReleaseFreed(const FreedBlock& freed) {
   if (!IsFilledWith(freed.address, freed.size, kPoison)) {
-    mMachine.reports.AddMisuse("a block was written to after it had been freed");
+    mState.reports.AddMisuse("a block was written to after it had been freed");
   }
   mQuarantineSize -= freed.size;
   std::free(freed.address);
@@ -208,13 +208,13 @@ void Pool::Store::CheckForOverruns() {
   for (const auto& [address, block] : mLive) {
     const UINT8* const bytes = static_cast<const UINT8*>(block.address);
     if (!block.isPages && !IsFilledWith(bytes + block.size, kTailSize, kTail)) {
-      mMachine.reports.AddMisuse("a write went past the end of the block that was allocated at " +
+      mState.reports.AddMisuse("a write went past the end of the block that was allocated at " +
                                  block.callSite.ToString());
     }
   }
   for (const FreedBlock& freed : mQuarantine) {
     if (!IsFilledWith(freed.address, freed.size, kPoison)) {
-      mMachine.reports.AddMisuse("a block was written to after it had been freed");
+      mState.reports.AddMisuse("a block was written to after it had been freed");
     }
   }
 }
@@ -322,7 +322,7 @@ void Pool::Store::Fail(uint64_t n, std::optional<Owner> owner, bool following) {
   mFaults.push_back({owner, Allocations(owner) + n, following});
 }
 
-Pool::Pool(Machine& machine) : mStore(std::make_unique<Store>(machine)) {}
+Pool::Pool(FirmwareState& state) : mStore(std::make_unique<Store>(state)) {}
 
 Pool::~Pool() = default;
 
@@ -384,22 +384,22 @@ uint64_t Pool::FailedAllocations() const {
 
 }  // namespace tvq::host
 
-using tvq::host::Machine;
+using tvq::host::FirmwareState;
 using tvq::host::Owner;
 
 EFI_STATUS TvqHostAllocatePool(EFI_MEMORY_TYPE Type, UINTN Size, VOID** Buffer) {
-  return Machine::Current().Memory().Allocate(Owner::Core(), Type, Size, Buffer);
+  return FirmwareState::Current().Memory().Allocate(Owner::Core(), Type, Size, Buffer);
 }
 
 EFI_STATUS TvqHostFreePool(VOID* Buffer) {
-  return Machine::Current().Memory().Free(Buffer);
+  return FirmwareState::Current().Memory().Free(Buffer);
 }
 
 EFI_STATUS TvqHostAllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryType, UINTN Pages,
                                 EFI_PHYSICAL_ADDRESS* Memory) {
-  return Machine::Current().Memory().AllocatePages(Owner::Core(), Type, MemoryType, Pages, Memory);
+  return FirmwareState::Current().Memory().AllocatePages(Owner::Core(), Type, MemoryType, Pages, Memory);
 }
 
 EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages) {
-  return Machine::Current().Memory().FreePages(Memory, Pages);
+  return FirmwareState::Current().Memory().FreePages(Memory, Pages);
 }

@@ -18,7 +18,7 @@ namespace tvq::host {
 
 class Pool::Store {
  public:
-  explicit Store(Machine& machine) : mMachine(machine) {}
+  explicit Store(FirmwareState& state) : mState(state) {}
   // Gives everything back, blocks that are still live included.
   ~Store();
   Store(const Store&) = delete;
@@ -66,7 +66,7 @@ class Pool::Store {
   void ReleaseFreed(const FreedBlock& freed);
   void Release(const Block& block);
 
-  Machine& mMachine;
+  FirmwareState& mState;
   LiveBlocks mLive;
   std::array<size_t, Owner::kMaxOwners> mLiveCounts = {};
   // Every address that was ever freed; one that is live again is none of them.

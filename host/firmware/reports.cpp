@@ -10,7 +10,7 @@
 #include <string>
 
 #include "host/firmware/host_interface.h"
-#include "host/firmware/machine.h"
+#include "host/firmware/firmware_state.h"
 
 namespace tvq::host {
 namespace {
@@ -69,14 +69,14 @@ void Reports::ReportUntaken() const {
 }  // namespace tvq::host
 
 using tvq::host::CallSite;
-using tvq::host::Machine;
+using tvq::host::FirmwareState;
 
 // Functions of an image can be called without a machine as long as they call no services; their
 // assertions count all the same.
 VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR8* Text) {
   tvq::host::Assertion assertion{Image, File, Line, Text, CallSite::Here(1)};
-  if (Machine* machine = Machine::CurrentOrNull(); machine != nullptr) {
-    machine->reports.AddAssertion(std::move(assertion));
+  if (FirmwareState* state = FirmwareState::CurrentOrNull(); state != nullptr) {
+    state->reports.AddAssertion(std::move(assertion));
   } else {
     tvq::host::ReportFailure("an assertion failed outside any machine: " +
                              tvq::host::Describe(assertion));
@@ -84,12 +84,12 @@ VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR
 }
 
 BOOLEAN TvqHostDebugOutputKept(VOID) {
-  Machine* machine = Machine::CurrentOrNull();
-  return machine != nullptr && machine->reports.mKeepOutput;
+  FirmwareState* state = FirmwareState::CurrentOrNull();
+  return state != nullptr && state->reports.mKeepOutput;
 }
 
 VOID TvqHostDebugOutput(const CHAR8* Text) {
   if (TvqHostDebugOutputKept()) {
-    Machine::Current().reports.mOutput += Text;
+    FirmwareState::Current().reports.mOutput += Text;
   }
 }

@@ -1,5 +1,5 @@
 /*
- * Assertions, misuse and debug output of a machine.
+ * Assertions, misuse and debug output of a state.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -13,7 +13,7 @@
 
 namespace tvq::host {
 
-// Prints a message and ends the process: for mistakes of the program around the machine.
+// Prints a message and ends the process: for mistakes of the program around the state.
 [[noreturn]] void Die(const std::string& message);
 // Hands a message to the failure handler.
 void ReportFailure(const std::string& message);

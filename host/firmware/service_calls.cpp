@@ -12,7 +12,7 @@
 
 #include "host/firmware/host_interface.h"
 #include "host/firmware/image_registry.h"
-#include "host/firmware/machine.h"
+#include "host/firmware/firmware_state.h"
 
 namespace tvq::host {
 namespace {
@@ -33,7 +33,7 @@ constexpr ServiceInfo kServices[] = {
 static_assert(std::size(kServices) == static_cast<size_t>(Service::kCount));
 
 EFI_STATUS Unsupported(Service service) {
-  Machine::Current().reports.AddMisuse(std::string(ServiceName(service)) +
+  FirmwareState::Current().reports.AddMisuse(std::string(ServiceName(service)) +
                                        " was called, which this machine does not have");
   return EFI_UNSUPPORTED;
 }
@@ -71,13 +71,13 @@ struct Entry {
     if (call.Refusal().has_value()) {                                           \
       return *call.Refusal();                                                   \
     }                                                                           \
-    const auto service = Machine::Current().table.name;                         \
+    const auto service = FirmwareState::Current().table.name;                         \
     return service != nullptr ? service arguments : Unsupported(Service::name); \
   }
 #define TVQ_PASS(table, type, name, parameters, arguments) \
   static type EFIAPI name parameters {                     \
     const ServiceCalls::Call call(kOwner, Service::name);  \
-    return Machine::Current().table.name arguments;        \
+    return FirmwareState::Current().table.name arguments;        \
   }
 #define BOOT_SERVICE(name, parameters, arguments) \
   TVQ_FORWARD(bootServices, name, parameters, arguments)
@@ -102,7 +102,7 @@ struct Entry {
       complete = list.Add(guid) && list.Add(VA_ARG(arguments, void*));                  \
     }                                                                                   \
     VA_END(arguments);                                                                  \
-    return complete ? Machine::Current().bootServices.name(handle, TVQ_ALL_ITEMS(list)) \
+    return complete ? FirmwareState::Current().bootServices.name(handle, TVQ_ALL_ITEMS(list)) \
                     : Unsupported(Service::name);                                       \
   }
 #include "host/firmware/services.def"
@@ -142,13 +142,13 @@ const char* ServiceName(Service service) {
   return kServices[static_cast<size_t>(service)].name;
 }
 
-void ServiceCalls::MakeTables(Machine& machine) {
+void ServiceCalls::MakeTables(FirmwareState& state) {
   for (unsigned owner = Owner::Host().Number(); owner < OwnerCount(); ++owner) {
     Tables& tables = mTables[owner];
-    tables.boot = machine.bootServices;
-    tables.runtime = machine.runtimeServices;
+    tables.boot = state.bootServices;
+    tables.runtime = state.runtimeServices;
     kFillers[owner](tables.boot, tables.runtime);
-    tables.system = machine.systemTable;
+    tables.system = state.systemTable;
     tables.system.BootServices = &tables.boot;
     tables.system.RuntimeServices = &tables.runtime;
     UpdateChecksum(tables.boot.Hdr);
@@ -192,11 +192,11 @@ std::optional<EFI_STATUS> ServiceCalls::FaultOf(const Owner& owner, Service serv
 }
 
 ServiceCalls::Call::Call(unsigned owner, Service service)
-    : mCalls(Machine::Current().calls), mOuterCaller(mCalls.mCaller) {
-  Machine& machine = Machine::Current();
+    : mCalls(FirmwareState::Current().calls), mOuterCaller(mCalls.mCaller) {
+  FirmwareState& state = FirmwareState::Current();
   const Owner caller = Owner::FromNumber(owner);
-  if (!machine.images.MayCall(caller)) {
-    machine.reports.AddMisuse(std::string(ServiceName(service)) + " was called by image '" +
+  if (!state.images.MayCall(caller)) {
+    state.reports.AddMisuse(std::string(ServiceName(service)) + " was called by image '" +
                               caller.Name() + "', which is not loaded");
   }
   ++mCalls.mCalls[owner][static_cast<size_t>(service)];
@@ -211,5 +211,5 @@ ServiceCalls::Call::~Call() {
 }  // namespace tvq::host
 
 VOID TvqHostSystemTableChanged(const EFI_SYSTEM_TABLE* SystemTable) {
-  tvq::host::Machine::Current().calls.FollowConfigurationTable(*SystemTable);
+  tvq::host::FirmwareState::Current().calls.FollowConfigurationTable(*SystemTable);
 }

@@ -18,7 +18,7 @@ namespace tvq::host {
 class ServiceCalls {
  public:
   // Makes the tables of all owners from the machine's.
-  void MakeTables(Machine& machine);
+  void MakeTables(FirmwareState& state);
   // Lets the configuration table of every owner's system table be the one in `table`.
   void FollowConfigurationTable(const EFI_SYSTEM_TABLE& table);
 

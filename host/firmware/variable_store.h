@@ -1,5 +1,5 @@
 /*
- * The UEFI variables of a machine.
+ * The UEFI variables of a state.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 #include "host/table/dump.h"
 #include "host/table/source.h"
 #include "tests/fuzz/operations.h"
@@ -16,47 +16,47 @@
 namespace {
 
 using tvq::fuzz::Expect;
-using tvq::session::Session;
+using tvq::run::DriverRun;
 using tvq::table::Bytes;
 
 // Where an entry point ends in a dump; the files of a Linux system have it apart.
 constexpr size_t kEntryPointArea = 0x20;
 
-Session& CurrentSession() {
-  return tvq::fuzz::Renewed([] { return std::make_unique<Session>(); });
+DriverRun& CurrentRun() {
+  return tvq::fuzz::Renewed([] { return std::make_unique<DriverRun>(); });
 }
 
 // What a 32-bit entry point can state.
 constexpr size_t kMaxTableSize = 0xFFFF;
 
 // What was conformed conforms, and fits an entry point.
-void Conform(Session& session, const tvq::session::Table& table) {
-  const tvq::session::Conformed conformed = session.Conform(table);
+void Conform(DriverRun& driver, const tvq::run::Table& table) {
+  const tvq::run::Conformed conformed = driver.Conform(table);
   if (conformed.isRefused || conformed.changes.empty()) {
     return;
   }
   Expect(conformed.table.structures.size() <= kMaxTableSize,
          "a conformed table is larger than an entry point can state");
-  const tvq::session::Conformed again = session.Conform(conformed.table);
+  const tvq::run::Conformed again = driver.Conform(conformed.table);
   Expect(!again.isRefused && again.changes.empty(), "a conformed table is conformed once more");
 }
 
 template <typename Read>
-void ReadAndConform(Session& session, Read read) {
+void ReadAndConform(DriverRun& driver, Read read) {
   try {
-    Conform(session, read());
-  } catch (const tvq::session::TableError&) {
+    Conform(driver, read());
+  } catch (const tvq::run::TableError&) {
     // The bytes are no table.
   }
 }
 
 void ReadAsTheDriversInput(const Bytes& file) {
-  Session& session = CurrentSession();
-  ReadAndConform(session, [&] { return session.ReadCapturedFile(file); });
+  DriverRun& driver = CurrentRun();
+  ReadAndConform(driver, [&] { return driver.ReadCapturedFile(file); });
   const auto middle =
       file.begin() + static_cast<std::ptrdiff_t>(std::min(kEntryPointArea, file.size()));
-  ReadAndConform(session, [&] {
-    return session.ReadSeparateTable({file.begin(), middle}, {middle, file.end()});
+  ReadAndConform(driver, [&] {
+    return driver.ReadSeparateTable({file.begin(), middle}, {middle, file.end()});
   });
 }
 

@@ -4,7 +4,7 @@
 #? usage: ./dev mutate [--changed[=REV]] [--sample N] [--tests REGEX] [--json FILE] [--again FILE] [--sanitize] [-v]
 #?                     [NAME...]
 #?
-#?   NAME             an area (driver, platform, agent, table, session, lint, cli) or a source, as src/smbios/fqdd.cpp
+#?   NAME             an area (driver, platform, agent, table, run, lint, cli) or a source, as src/smbios/fqdd.cpp
 #?                    (default: everything)
 #?   --changed[=REV]  only lines that differ from a revision (default: HEAD)
 #?   --sample N       only N changes of each area, the same ones every time: what share survives shows in a minute

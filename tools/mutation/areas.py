@@ -20,7 +20,7 @@ AREAS = {
     "platform": Area(("TvqPlatformPkg/src", "TvqSmbiosPkg/Application"), frozenset({"platform", "platform_test", "agent"})),
     "agent": Area(("TvqPlatformPkg/src/agent",), frozenset({"agent"})),
     "table": Area(("host/table",), frozenset({"tvq_table", "tvq_lint", "tvq_cli"})),
-    "session": Area(("host/session",), frozenset({"tvq_cli"})),
+    "run": Area(("host/run",), frozenset({"tvq_cli"})),
     "lint": Area(("host/lint",), frozenset({"tvq_lint", "tvq_cli"})),
     "cli": Area(("host/cli",), frozenset({"tvq_cli"})),
 }

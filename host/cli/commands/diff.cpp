@@ -50,18 +50,18 @@ struct DiffOptions {
 struct Side {
   std::string name;
   bool isState = false;
-  session::Bytes state;  // of a table: after it ran
-  session::Table table;  // as it was read; of a state: one with its devices
+  run::Bytes state;  // of a table: after it ran
+  run::Table table;  // as it was read; of a state: one with its devices
   std::vector<Device> devices;
 };
 
 struct DeviceChange {
-  session::Finding finding;
+  run::Finding finding;
   std::vector<FieldChange> fields;
 };
 
 struct Difference {
-  session::Comparison comparison;
+  run::Comparison comparison;
   std::vector<DeviceChange> devices;
   std::vector<StructureChange> structures;
 };
@@ -71,66 +71,66 @@ bool IsFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool IsState(const session::Bytes& file) {
+bool IsState(const run::Bytes& file) {
   return file.size() >= kStateMagic.size() &&
          std::equal(kStateMagic.begin(), kStateMagic.end(), file.begin());
 }
 
 // The state in a folder or a file; nothing where the path names a table.
-std::optional<session::Bytes> LoadState(const std::string& path) {
+std::optional<run::Bytes> LoadState(const std::string& path) {
   if (path == "-") {
     return std::nullopt;
   }
   if (IsFolder(path)) {
     return LoadStateFile(path);
   }
-  session::Bytes file = ReadFile(path, kTableHint);
+  run::Bytes file = ReadFile(path, kTableHint);
   return IsState(file) ? std::optional(std::move(file)) : std::nullopt;
 }
 
 // Runs the driver on the side's table.
-void Run(session::Session& session, Side& side, const DiffOptions& options,
+void Run(run::DriverRun& driver, Side& side, const DiffOptions& options,
          const Console& console) {
   TableOptions table;
   table.file = side.name;
   table.conform = options.conform;
-  session::Table ran = side.table;
+  run::Table ran = side.table;
   if (options.conform && !side.isState) {
-    session::Conformed conformed = session.Conform(ran);
+    run::Conformed conformed = driver.Conform(ran);
     if (conformed.isRefused) {
       throw InputError(fmt::format("{} cannot be conformed: {}", side.name, conformed.summary),
                        "run without --conform");
     }
     ran = std::move(conformed.table);
   }
-  const session::Results results = RunDriver(session, ran, table, console);
+  const run::Results results = RunDriver(driver, ran, table, console);
   if (results.records.empty()) {
     throw InputError(
         fmt::format("the driver made no record of {}", side.name),
         options.conform ? "`tvq show` tells why" : "--conform makes a table fit for the driver");
   }
   if (!side.isState) {
-    side.state = session.State();
-    side.devices = ToDevices(session.ReadState(side.state));
+    side.state = driver.State();
+    side.devices = ToDevices(driver.ReadState(side.state));
   }
 }
 
-Side Load(session::Session& session, const std::string& path, const Console& console) {
+Side Load(run::DriverRun& driver, const std::string& path, const Console& console) {
   Side side;
   side.name = path;
-  if (std::optional<session::Bytes> state = LoadState(path)) {
+  if (std::optional<run::Bytes> state = LoadState(path)) {
     side.isState = true;
     side.state = std::move(*state);
     try {
-      side.devices = ToDevices(session.ReadState(side.state));
-    } catch (const session::StateError& error) {
+      side.devices = ToDevices(driver.ReadState(side.state));
+    } catch (const run::StateError& error) {
       throw InputError(fmt::format("{} {}", path, error.what()), "save a new one with `tvq save`");
     }
     side.table = TableOf(side.devices);
   } else {
     TableOptions options;
     options.file = path;
-    side.table = ReadTable(session, options, console);
+    side.table = ReadTable(driver, options, console);
   }
   return side;
 }
@@ -146,9 +146,9 @@ const Device* FindDevice(const std::vector<Device>& devices, const std::string& 
 }
 
 std::vector<DeviceChange> DiffDevices(const Side& before, const Side& after,
-                                      const session::Comparison& comparison) {
+                                      const run::Comparison& comparison) {
   std::vector<DeviceChange> changes;
-  for (const session::Finding& finding : comparison.findings) {
+  for (const run::Finding& finding : comparison.findings) {
     DeviceChange change = {finding, {}};
     const std::string fqdd = Printable(finding.fqdd);
     const auto n = static_cast<size_t>(std::count_if(
@@ -184,17 +184,17 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   Side before;
   {
-    session::Session session;
-    before = Load(session, options.before, console);
+    run::DriverRun driver;
+    before = Load(driver, options.before, console);
     if (!before.isState) {
-      Run(session, before, options, console);
+      Run(driver, before, options, console);
     }
   }
-  session::Session session;
-  Side after = Load(session, options.after, console);
-  Run(session, after, options, console);
+  run::DriverRun driver;
+  Side after = Load(driver, options.after, console);
+  Run(driver, after, options, console);
   Difference difference;
-  difference.comparison = session.Compare(before.state);
+  difference.comparison = driver.Compare(before.state);
   if (masker) {
     Redact(before, after, *masker);
   }

@@ -25,10 +25,10 @@ constexpr CommandText kText = {
     "conformed; 2 there is no table that can be used, or the command line is wrong."};
 
 ExitStatus Export(const TableOptions& options, Console& console) {
-  session::Session session;
-  session::Table table = ReadTable(session, options, console);
-  const bool isConformed = !options.conform || ConformTable(session, table, console);
-  const session::Results results = RunDriver(session, table, options, console);
+  run::DriverRun driver;
+  run::Table table = ReadTable(driver, options, console);
+  const bool isConformed = !options.conform || ConformTable(driver, table, console);
+  const run::Results results = RunDriver(driver, table, options, console);
   console.out << ToJson(table, results).dump(1) << '\n';
   return isConformed ? kExitNothingFound : kExitFound;
 }

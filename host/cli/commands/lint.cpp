@@ -82,10 +82,10 @@ std::uint8_t StructureTypeOf(unsigned deviceType) {
   return kTypes[deviceType - kFirstDeviceType];
 }
 
-std::vector<lint::Document> DocumentsOf(const session::Results& results) {
+std::vector<lint::Document> DocumentsOf(const run::Results& results) {
   std::vector<lint::Document> documents;
   std::map<unsigned, std::size_t> devices;
-  for (const session::Record& record : results.records) {
+  for (const run::Record& record : results.records) {
     const auto& blob = record.blobs[kConfigurationBlob];
     documents.push_back({StructureTypeOf(record.deviceType), devices[record.deviceType]++,
                          blob && blob->size() > kBlobFrame ? blob->size() - kBlobFrame : 0});
@@ -98,17 +98,17 @@ std::vector<lint::Document> DocumentsOf(const session::Results& results) {
 std::vector<lint::Document> WriteDocuments(const TableBytes& bytes, const TableOptions& options,
                                            const Console& console) {
   for (const bool isConformed : {false, true}) {
-    session::Session session;
-    session::Table table = TableOf(session, bytes, options, console);
+    run::DriverRun driver;
+    run::Table table = TableOf(driver, bytes, options, console);
     if (isConformed) {
-      table = session.Conform(table).table;
+      table = driver.Conform(table).table;
     }
     try {
-      const session::Results results = session.Run(table);
+      const run::Results results = driver.Run(table);
       if (!results.records.empty()) {
         return DocumentsOf(results);
       }
-    } catch (const session::TableError&) {
+    } catch (const run::TableError&) {
       return {};  // Too large to be published, which is a finding of its own.
     }
   }

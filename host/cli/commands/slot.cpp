@@ -51,8 +51,8 @@ bool TakeNumber(std::string_view& text, unsigned limit, std::string_view behind,
   return true;
 }
 
-session::SlotQuery ParseAddress(const SlotOptions& options) {
-  session::SlotQuery query;
+run::SlotQuery ParseAddress(const SlotOptions& options) {
+  run::SlotQuery query;
   query.isById = options.isById;
   std::string_view rest = options.address;
   if (!TakeNumber(rest, 0xFF, ":", query.bus) || !TakeNumber(rest, 0x1F, ".", query.device) ||
@@ -63,7 +63,7 @@ session::SlotQuery ParseAddress(const SlotOptions& options) {
   return query;
 }
 
-std::string InWords(const session::SlotAnswer& answer, const SlotOptions& options) {
+std::string InWords(const run::SlotAnswer& answer, const SlotOptions& options) {
   if (answer.neverEnds) {
     return fmt::format(
         "{}: firmware would hang: nothing matches, and the search never ends in a table of more "
@@ -83,7 +83,7 @@ std::string InWords(const session::SlotAnswer& answer, const SlotOptions& option
       options.address, answer.slotId, answer.slotType, answer.slotLength, answer.dataBusWidth);
 }
 
-nlohmann::ordered_json ToJson(const session::SlotAnswer& answer, const SlotOptions& options) {
+nlohmann::ordered_json ToJson(const run::SlotAnswer& answer, const SlotOptions& options) {
   using Json = nlohmann::ordered_json;
   const auto ofSlot = [&answer](unsigned value) {
     return answer.isFound && !answer.isOnboard ? Json(value) : Json();
@@ -100,14 +100,14 @@ nlohmann::ordered_json ToJson(const session::SlotAnswer& answer, const SlotOptio
 }
 
 ExitStatus Slot(const SlotOptions& options, Console& console) {
-  const session::SlotQuery query = ParseAddress(options);
-  session::Session session;
-  session::Table table = ReadTable(session, options.table, console);
+  const run::SlotQuery query = ParseAddress(options);
+  run::DriverRun driver;
+  run::Table table = ReadTable(driver, options.table, console);
   if (options.table.conform) {
-    ConformTable(session, table, console);
+    ConformTable(driver, table, console);
   }
-  RunDriver(session, table, options.table, console);
-  const session::SlotAnswer answer = session.AskSlot(query);
+  RunDriver(driver, table, options.table, console);
+  const run::SlotAnswer answer = driver.AskSlot(query);
   console.out << (options.json ? ToJson(answer, options).dump(1) + '\n' : InWords(answer, options));
   return answer.isFound ? kExitNothingFound : kExitFound;
 }

@@ -48,13 +48,13 @@ struct StateOptions {
 };
 
 // Runs the driver, and insists on records.
-session::Results CollectRecords(session::Session& session, const StateOptions& options,
+run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
                                 const Console& console) {
-  session::Table table = ReadTable(session, options.table, console);
-  if (options.table.conform && !ConformTable(session, table, console)) {
+  run::Table table = ReadTable(driver, options.table, console);
+  if (options.table.conform && !ConformTable(driver, table, console)) {
     throw InputError("the table cannot be conformed", "run without --conform");
   }
-  session::Results results = RunDriver(session, table, options.table, console);
+  run::Results results = RunDriver(driver, table, options.table, console);
   if (results.records.empty()) {
     throw InputError("the driver made no record of this table",
                      options.table.conform ? "`tvq export` shows the driver's log"
@@ -63,25 +63,25 @@ session::Results CollectRecords(session::Session& session, const StateOptions& o
   return results;
 }
 
-std::string FqddText(const session::Finding& finding) {
+std::string FqddText(const run::Finding& finding) {
   return finding.fqdd.empty() ? "-" : Utf8OfWide(finding.fqdd);
 }
 
-void PrintFindings(const session::Comparison& comparison, std::ostream& out) {
+void PrintFindings(const run::Comparison& comparison, std::ostream& out) {
   size_t width = 4;
-  for (const session::Finding& finding : comparison.findings) {
+  for (const run::Finding& finding : comparison.findings) {
     width = std::max(width, finding.fqdd.size());
   }
-  for (const session::Finding& finding : comparison.findings) {
+  for (const run::Finding& finding : comparison.findings) {
     out << fmt::format("{:<{}}  {}{}{}\n", FqddText(finding), width, finding.verdict,
                        finding.detail.empty() ? "" : ": ", finding.detail);
   }
   out << "Summary: " << SummaryInWords(comparison) << '\n';
 }
 
-Json ToJson(const session::Comparison& comparison) {
+Json ToJson(const run::Comparison& comparison) {
   Json findings = Json::array();
-  for (const session::Finding& finding : comparison.findings) {
+  for (const run::Finding& finding : comparison.findings) {
     findings.push_back(
         {{"fqdd", Utf8OfWide(finding.fqdd)},
          {"verdict", finding.verdict},
@@ -92,18 +92,18 @@ Json ToJson(const session::Comparison& comparison) {
   return {{"findings", findings}, {"summary", SummaryJson(comparison)}};
 }
 
-Json SavedJson(const std::string& folder, const session::Results& results) {
+Json SavedJson(const std::string& folder, const run::Results& results) {
   Json devices = Json::array();
-  for (const session::Record& record : results.records) {
+  for (const run::Record& record : results.records) {
     devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
   }
   return {{"state", StatePath(folder)}, {"devices", devices}};
 }
 
 ExitStatus Save(const StateOptions& options, Console& console) {
-  session::Session session;
-  const session::Results results = CollectRecords(session, options, console);
-  SaveStateFile(options.folder, session.State());
+  run::DriverRun driver;
+  const run::Results results = CollectRecords(driver, options, console);
+  SaveStateFile(options.folder, driver.State());
   if (options.json) {
     console.out << SavedJson(options.folder, results).dump(1) << '\n';
   } else {
@@ -113,13 +113,13 @@ ExitStatus Save(const StateOptions& options, Console& console) {
 }
 
 ExitStatus Verify(const StateOptions& options, Console& console) {
-  const session::Bytes state = LoadStateFile(options.folder);
-  session::Session session;
-  CollectRecords(session, options, console);
-  session::Comparison comparison;
+  const run::Bytes state = LoadStateFile(options.folder);
+  run::DriverRun driver;
+  CollectRecords(driver, options, console);
+  run::Comparison comparison;
   try {
-    comparison = session.Compare(state);
-  } catch (const session::StateError& error) {
+    comparison = driver.Compare(state);
+  } catch (const run::StateError& error) {
     throw InputError(fmt::format("{} {}", StatePath(options.folder), error.what()),
                      "save a new state with `tvq save " + options.folder + "`");
   }

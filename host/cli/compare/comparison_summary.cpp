@@ -11,7 +11,7 @@
 
 namespace tvq::cli {
 
-std::string SummaryInWords(const session::Comparison& comparison) {
+std::string SummaryInWords(const run::Comparison& comparison) {
   std::string summary;
   for (const auto& [verdict, count] : comparison.counts) {
     if (count != 0) {
@@ -21,7 +21,7 @@ std::string SummaryInWords(const session::Comparison& comparison) {
   return summary;
 }
 
-nlohmann::ordered_json SummaryJson(const session::Comparison& comparison) {
+nlohmann::ordered_json SummaryJson(const run::Comparison& comparison) {
   nlohmann::ordered_json counts = nlohmann::ordered_json::object();
   for (const auto& [verdict, count] : comparison.counts) {
     counts[verdict] = count;
@@ -29,7 +29,7 @@ nlohmann::ordered_json SummaryJson(const session::Comparison& comparison) {
   return counts;
 }
 
-ExitStatus StatusOf(const session::Comparison& comparison) {
+ExitStatus StatusOf(const run::Comparison& comparison) {
   return comparison.foundTrouble     ? kExitTrouble
          : comparison.foundSomething ? kExitFound
                                      : kExitNothingFound;

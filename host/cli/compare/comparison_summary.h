@@ -10,15 +10,15 @@
 #include <string>
 
 #include "host/cli/command.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
 // "3 same, 1 replaced"
-std::string SummaryInWords(const session::Comparison& comparison);
-nlohmann::ordered_json SummaryJson(const session::Comparison& comparison);
+std::string SummaryInWords(const run::Comparison& comparison);
+nlohmann::ordered_json SummaryJson(const run::Comparison& comparison);
 
-ExitStatus StatusOf(const session::Comparison& comparison);
+ExitStatus StatusOf(const run::Comparison& comparison);
 
 }  // namespace tvq::cli
 

@@ -96,7 +96,7 @@ std::string NameOf(const table::Structure& structure) {
                      name.empty() ? "" : fmt::format(" ({})", name));
 }
 
-table::Version VersionOf(const session::Table& table) {
+table::Version VersionOf(const run::Table& table) {
   return {static_cast<uint8_t>(table.major), static_cast<uint8_t>(table.minor)};
 }
 
@@ -112,7 +112,7 @@ std::vector<FieldChange> DiffDocuments(const Element& before, const Element& aft
   return DiffFields(FieldsOf(before), FieldsOf(after));
 }
 
-std::vector<StructureChange> DiffTables(const session::Table& before, const session::Table& after) {
+std::vector<StructureChange> DiffTables(const run::Table& before, const run::Table& after) {
   const auto old = Keyed(table::SplitTable(before.structures));
   const auto now = Keyed(table::SplitTable(after.structures));
   const std::map<Key, table::Structure> oldByKey(old.begin(), old.end());

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/cli/device/document.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
@@ -33,7 +33,7 @@ struct StructureChange {
 };
 
 // Structures of equal type and handle are the same structure.
-std::vector<StructureChange> DiffTables(const session::Table& before, const session::Table& after);
+std::vector<StructureChange> DiffTables(const run::Table& before, const run::Table& after);
 
 }  // namespace tvq::cli
 

@@ -61,9 +61,9 @@ std::string SourceOf(const Device& device, unsigned handle) {
 
 }  // namespace
 
-std::vector<Device> ToDevices(const std::vector<session::SavedDevice>& saved) {
+std::vector<Device> ToDevices(const std::vector<run::SavedDevice>& saved) {
   std::vector<Device> devices;
-  for (const session::SavedDevice& one : saved) {
+  for (const run::SavedDevice& one : saved) {
     Device device;
     device.fqdd = Printable(one.fqdd);
     device.trouble = "it has no configuration blob";
@@ -84,7 +84,7 @@ std::vector<Device> ToDevices(const std::vector<session::SavedDevice>& saved) {
   return devices;
 }
 
-session::Table TableOf(const std::vector<Device>& devices) {
+run::Table TableOf(const std::vector<Device>& devices) {
   std::string source = "version = 3.3\n";
   std::string names;
   std::size_t count = 0;
@@ -104,7 +104,7 @@ session::Table TableOf(const std::vector<Device>& devices) {
   if (!parsed) {
     throw std::logic_error("the state's devices are no table: " + parsed.Failure().message);
   }
-  session::Table table;
+  run::Table table;
   table.major = parsed->version.majorNumber;
   table.minor = parsed->version.minorNumber;
   table.structures = parsed->structures;

@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "host/cli/device/inventory.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
 // The devices of a state with their documents.
-std::vector<Device> ToDevices(const std::vector<session::SavedDevice>& saved);
+std::vector<Device> ToDevices(const std::vector<run::SavedDevice>& saved);
 
 // A table of which the driver makes records with the same names, serial and part numbers, models and
 // core counts: all that it compares. Devices whose document cannot be read are left out.
-session::Table TableOf(const std::vector<Device>& devices);
+run::Table TableOf(const std::vector<Device>& devices);
 
 }  // namespace tvq::cli
 

@@ -102,7 +102,7 @@ void RequireSections(const Element& document, unsigned type) {
 
 }  // namespace
 
-Device ToDevice(const session::Record& record) {
+Device ToDevice(const run::Record& record) {
   Device device;
   device.type = record.deviceType;
   device.name = OrDash(record.name);
@@ -124,13 +124,13 @@ Device ToDevice(const session::Record& record) {
   return device;
 }
 
-std::vector<Device> ToDevices(const std::vector<session::Record>& records) {
+std::vector<Device> ToDevices(const std::vector<run::Record>& records) {
   std::vector<Device> devices;
   std::transform(records.begin(), records.end(), std::back_inserter(devices), ToDevice);
   return devices;
 }
 
-std::string_view DocumentText(const session::Bytes& configurationBlob) {
+std::string_view DocumentText(const run::Bytes& configurationBlob) {
   if (configurationBlob.size() <= blobs::kDocument) {
     throw DataError(configurationBlob.size(), "the blob ends before its document");
   }

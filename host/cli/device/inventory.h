@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/cli/device/document.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
@@ -32,11 +32,11 @@ struct Device {
   std::string trouble;
 };
 
-Device ToDevice(const session::Record& record);
-std::vector<Device> ToDevices(const std::vector<session::Record>& records);
+Device ToDevice(const run::Record& record);
+std::vector<Device> ToDevices(const std::vector<run::Record>& records);
 
 // The text of the document in a configuration blob. Throws DataError.
-std::string_view DocumentText(const session::Bytes& configurationBlob);
+std::string_view DocumentText(const run::Bytes& configurationBlob);
 
 // A number of bytes in the largest unit that leaves no rest: "32 GB", "1536 MB".
 std::string SizeInWords(uint64_t bytes);

@@ -30,7 +30,7 @@ constexpr Kind kKinds[] = {
     {devices::Kind::kProcessor, "processor", "the same fourth character of the socket designation"},
     {devices::Kind::kModule, "memory module", "the same three characters of the locator"}};
 
-smbios::Bytes ViewOf(const session::Bytes& bytes) {
+smbios::Bytes ViewOf(const run::Bytes& bytes) {
   return {bytes.data(), bytes.size()};
 }
 
@@ -86,7 +86,7 @@ void Add(std::vector<Missing>& missing, const std::string& what, unsigned handle
 }
 
 // Devices of one kind after a start that worked.
-void AddOfKind(const Kind& kind, const session::Table& table,
+void AddOfKind(const Kind& kind, const run::Table& table,
                const std::vector<devices::Key>& served, std::vector<Missing>& missing) {
   devices::UnservedDevices found(ViewOf(table.structures), kind.kind,
                                  {served.data(), served.size()});
@@ -96,20 +96,20 @@ void AddOfKind(const Kind& kind, const session::Table& table,
 }
 
 // The keys of the records of one kind.
-std::vector<devices::Key> KeysOf(const session::Results& results, const Kind& kind) {
+std::vector<devices::Key> KeysOf(const run::Results& results, const Kind& kind) {
   const uint8_t type = devices::RecordTypeOf(kind.kind);
   std::vector<devices::Key> keys;
-  for (const session::Record& record : results.records) {
+  for (const run::Record& record : results.records) {
     if (record.deviceType == type) {
-      keys.push_back(devices::KeyOfPath(ViewOf(record.devicePath.value_or(session::Bytes()))));
+      keys.push_back(devices::KeyOfPath(ViewOf(record.devicePath.value_or(run::Bytes()))));
     }
   }
   return keys;
 }
 
-void AddSystem(const session::Table& table, const session::Results& results,
+void AddSystem(const run::Table& table, const run::Results& results,
                std::vector<Missing>& missing) {
-  for (const session::Record& record : results.records) {
+  for (const run::Record& record : results.records) {
     if (record.deviceType == kSystemRecord) {
       return;
     }
@@ -124,7 +124,7 @@ void AddSystem(const session::Table& table, const session::Results& results,
                          count)});
 }
 
-std::string WhyNoNames(const session::Table& table) {
+std::string WhyNoNames(const run::Table& table) {
   switch (devices::FindFqddMap(ViewOf(table.structures))) {
     case devices::FqddMap::kMissing:
       return ": there is no structure of type 225, which names the devices";
@@ -140,7 +140,7 @@ std::string WhyNoNames(const session::Table& table) {
 }
 
 // Everything after a start that failed.
-void AddAll(const session::Table& table, const std::string& why, std::vector<Missing>& missing) {
+void AddAll(const run::Table& table, const std::string& why, std::vector<Missing>& missing) {
   for (const Kind& kind : kKinds) {
     for (const smbios::Structure& structure : smbios::Walk(ViewOf(table.structures))) {
       if (devices::KindOf(structure) == kind.kind) {
@@ -153,7 +153,7 @@ void AddAll(const session::Table& table, const std::string& why, std::vector<Mis
 
 }  // namespace
 
-std::vector<Missing> FindMissing(const session::Table& table, const session::Results& results) {
+std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results) {
   std::vector<Missing> missing;
   if (results.start != kSuccess) {
     AddAll(table,
@@ -168,7 +168,7 @@ std::vector<Missing> FindMissing(const session::Table& table, const session::Res
   return missing;
 }
 
-std::string DescribeEmpty(const session::Table& table) {
+std::string DescribeEmpty(const run::Table& table) {
   constexpr std::pair<devices::Kind, const char*> kEmpty[] = {
       {devices::Kind::kEmptySocket, "empty processor sockets"},
       {devices::Kind::kEmptySlot, "empty memory slots"},

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
@@ -20,10 +20,10 @@ struct Missing {
   std::string why;
 };
 
-std::vector<Missing> FindMissing(const session::Table& table, const session::Results& results);
+std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results);
 
 // What is no device of its own, such as "3 empty memory slots, 8 HBM stacks"; may be empty.
-std::string DescribeEmpty(const session::Table& table);
+std::string DescribeEmpty(const run::Table& table);
 
 }  // namespace tvq::cli
 

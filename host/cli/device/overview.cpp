@@ -26,18 +26,18 @@ Json ToJson(const Missing& missing) {
 }  // namespace
 
 Overview MakeOverview(const TableOptions& options, const Console& console) {
-  session::Session session;
+  run::DriverRun driver;
   Overview overview;
-  overview.table = ReadTable(session, options, console);
+  overview.table = ReadTable(driver, options, console);
   if (options.conform) {
-    ConformTable(session, overview.table, console);
+    ConformTable(driver, overview.table, console);
   }
-  overview.results = RunDriver(session, overview.table, options, console);
+  overview.results = RunDriver(driver, overview.table, options, console);
   overview.devices = ToDevices(overview.results.records);
   overview.missing = FindMissing(overview.table, overview.results);
   overview.empty = DescribeEmpty(overview.table);
   if (!overview.missing.empty()) {
-    overview.conformable = session.Conform(overview.table);
+    overview.conformable = driver.Conform(overview.table);
   }
   return overview;
 }

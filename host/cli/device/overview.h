@@ -15,12 +15,12 @@
 namespace tvq::cli {
 
 struct Overview {
-  session::Table table;  // conformed where that was asked for
-  session::Results results;
+  run::Table table;  // conformed where that was asked for
+  run::Results results;
   std::vector<Device> devices;
   std::vector<Missing> missing;
   std::string empty;               // DescribeEmpty
-  session::Conformed conformable;  // what conforming would do, where something is missing
+  run::Conformed conformable;  // what conforming would do, where something is missing
 };
 
 // Runs the driver on the table.

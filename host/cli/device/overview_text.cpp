@@ -73,7 +73,7 @@ std::string MissingText(const Overview& overview, const Terminal& terminal) {
     }
     text += Wrapped(WhatInWords(entry), terminal, 4);
   }
-  const session::Conformed& conformable = overview.conformable;
+  const run::Conformed& conformable = overview.conformable;
   if (conformable.changes.empty()) {
     return text + Wrapped("--conform would not help: " + conformable.summary, terminal, 2);
   }
@@ -89,7 +89,7 @@ std::string MissingText(const Overview& overview, const Terminal& terminal) {
   return text;
 }
 
-std::string ValueOf(const session::Attribute& attribute) {
+std::string ValueOf(const run::Attribute& attribute) {
   if (attribute.biosInfo) {
     const auto text = [](const std::optional<std::string>& value) {
       return value ? Printable(*value) : "-";
@@ -103,7 +103,7 @@ std::string ValueOf(const session::Attribute& attribute) {
 
 std::string AttributesText(const Overview& overview, const Terminal& terminal) {
   TextTable table({"NAMESPACE", "NAME", "VALUE"});
-  for (const session::Attribute& attribute : overview.results.attributes) {
+  for (const run::Attribute& attribute : overview.results.attributes) {
     table.Add({Printable(attribute.nameSpace), Printable(attribute.name), ValueOf(attribute)});
   }
   return Heading(terminal, "Attributes") + table.Render(terminal);
@@ -112,7 +112,7 @@ std::string AttributesText(const Overview& overview, const Terminal& terminal) {
 }  // namespace
 
 std::string OverviewText(const Overview& overview, const Terminal& terminal) {
-  const session::Table& table = overview.table;
+  const run::Table& table = overview.table;
   std::string text = fmt::format("SMBIOS {}.{}, {} structures, {} bytes; the driver's start: {}\n",
                                  table.major, table.minor, table.structureCount,
                                  table.structures.size(), overview.results.start);

@@ -41,7 +41,7 @@ std::optional<Version> ParseVersion(const std::string& text) {
 }
 
 // The bytes of a captured table, also where `dmidecode -u` spelled them out.
-session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
+run::Bytes DumpOf(const TableOptions& options, run::Bytes file) {
   if (!table::IsHexText(file)) {
     return file;
   }
@@ -57,9 +57,9 @@ session::Bytes DumpOf(const TableOptions& options, session::Bytes file) {
 }
 
 // The same file, but for what names the machine and its parts.
-session::Bytes RedactedFile(const TableOptions& options, session::Bytes file, const Masker& masker,
+run::Bytes RedactedFile(const TableOptions& options, run::Bytes file, const Masker& masker,
                             const Console& console) {
-  session::Bytes dump = DumpOf(options, std::move(file));
+  run::Bytes dump = DumpOf(options, std::move(file));
   const auto blanked = RedactDump(dump, masker);
   if (!blanked) {
     ThrowUnusable(options, blanked.Failure());
@@ -68,9 +68,9 @@ session::Bytes RedactedFile(const TableOptions& options, session::Bytes file, co
   return dump;
 }
 
-session::Table FileTable(session::Session& session, const session::Bytes& file,
+run::Table FileTable(run::DriverRun& driver, const run::Bytes& file,
                          const TableOptions& options, const Console& console) {
-  session::Table table = session.ReadCapturedFile(DumpOf(options, file));
+  run::Table table = driver.ReadCapturedFile(DumpOf(options, file));
   if (options.version && table.isBare) {
     table.major = options.version->first;
     table.minor = options.version->second;
@@ -81,7 +81,7 @@ session::Table FileTable(session::Session& session, const session::Bytes& file,
   return table;
 }
 
-[[noreturn]] void ThrowNoTable(const TableOptions& options, const session::TableError& error) {
+[[noreturn]] void ThrowNoTable(const TableOptions& options, const run::TableError& error) {
   throw InputError(
       fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options), error.what()),
       kTableHint);
@@ -141,39 +141,39 @@ std::string NameOf(const TableOptions& options) {
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   if (!options.file.empty()) {
-    session::Bytes file = ReadInput(options.file, kTableHint, console);
+    run::Bytes file = ReadInput(options.file, kTableHint, console);
     return {masker ? RedactedFile(options, std::move(file), *masker, console) : std::move(file),
             {}};
   }
-  session::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
-  session::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
+  run::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
+  run::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
   if (masker) {
     SayBlanked(RedactTable(structures, *masker), console);
   }
   return {std::move(structures), std::move(entryPoint)};
 }
 
-session::Table TableOf(session::Session& session, const TableBytes& bytes,
+run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes,
                        const TableOptions& options, const Console& console) {
   try {
-    return options.file.empty() ? session.ReadSeparateTable(bytes.entryPoint, bytes.file)
-                                : FileTable(session, bytes.file, options, console);
-  } catch (const session::TableError& error) {
+    return options.file.empty() ? driver.ReadSeparateTable(bytes.entryPoint, bytes.file)
+                                : FileTable(driver, bytes.file, options, console);
+  } catch (const run::TableError& error) {
     ThrowNoTable(options, error);
   }
 }
 
-session::Table ReadTable(session::Session& session, const TableOptions& options,
+run::Table ReadTable(run::DriverRun& driver, const TableOptions& options,
                          const Console& console) {
-  session::Table table = TableOf(session, ReadTableBytes(options, console), options, console);
+  run::Table table = TableOf(driver, ReadTableBytes(options, console), options, console);
   for (const std::string& warning : table.warnings) {
     console.Warning(warning);
   }
   return table;
 }
 
-bool ConformTable(session::Session& session, session::Table& table, const Console& console) {
-  session::Conformed conformed = session.Conform(table);
+bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& console) {
+  run::Conformed conformed = driver.Conform(table);
   if (conformed.isRefused) {
     console.Error("the table cannot be conformed: " + conformed.summary,
                   "the driver runs on the table as it is");
@@ -190,10 +190,10 @@ bool ConformTable(session::Session& session, session::Table& table, const Consol
   return true;
 }
 
-session::Results RunDriver(session::Session& session, const session::Table& table,
+run::Results RunDriver(run::DriverRun& driver, const run::Table& table,
                            const TableOptions& options, const Console& console) {
   try {
-    session::Results results = session.Run(table);
+    run::Results results = driver.Run(table);
     for (const std::string& complaint : results.complaints) {
       console.Warning(complaint);
     }
@@ -202,7 +202,7 @@ session::Results RunDriver(session::Session& session, const session::Table& tabl
                                   options.conform ? "" : "; --conform makes a table fit for it"));
     }
     return results;
-  } catch (const session::TableError& error) {
+  } catch (const run::TableError& error) {
     ThrowNoTable(options, error);
   }
 }

@@ -12,7 +12,7 @@
 
 #include "host/cli/command.h"
 #include "host/cli/redact/redact.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
@@ -40,23 +40,23 @@ std::string NameOf(const TableOptions& options);
 // What a table is read from: a file, or the structures with an entry point apart from them;
 // redacted where that is wanted.
 struct TableBytes {
-  session::Bytes file;
-  session::Bytes entryPoint;  // empty where the file holds everything
+  run::Bytes file;
+  run::Bytes entryPoint;  // empty where the file holds everything
 };
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
 // The table in these bytes. Throws InputError.
-session::Table TableOf(session::Session& session, const TableBytes& bytes,
+run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes,
                        const TableOptions& options, const Console& console);
 
 // Reads the table that the options name; what is odd about it is said. Throws InputError.
-session::Table ReadTable(session::Session& session, const TableOptions& options,
+run::Table ReadTable(run::DriverRun& driver, const TableOptions& options,
                          const Console& console);
 
 // Puts the conformed table in place of the table, and reports. False: it could not be conformed.
-bool ConformTable(session::Session& session, session::Table& table, const Console& console);
+bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& console);
 
 // Runs the driver on a table; what it complains about is said. Throws InputError.
-session::Results RunDriver(session::Session& session, const session::Table& table,
+run::Results RunDriver(run::DriverRun& driver, const run::Table& table,
                            const TableOptions& options, const Console& console);
 
 }  // namespace tvq::cli

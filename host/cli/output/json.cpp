@@ -22,11 +22,11 @@ ordered_json ToJson(const std::optional<std::string>& text) {
   return text ? ordered_json(Utf8OfBytes(*text)) : ordered_json(nullptr);
 }
 
-ordered_json ToJson(const std::optional<session::Bytes>& bytes) {
+ordered_json ToJson(const std::optional<run::Bytes>& bytes) {
   return bytes ? ordered_json(Hex(*bytes)) : ordered_json(nullptr);
 }
 
-ordered_json ToJson(const session::Record& record) {
+ordered_json ToJson(const run::Record& record) {
   return {{"deviceType", record.deviceType},
           {"name", ToJson(record.name)},
           {"fqdd", ToJson(record.fqdd)},
@@ -37,7 +37,7 @@ ordered_json ToJson(const session::Record& record) {
           {"endBlob", ToJson(record.blobs[2])}};
 }
 
-ordered_json ValueOf(const session::Attribute& attribute) {
+ordered_json ValueOf(const run::Attribute& attribute) {
   if (!attribute.biosInfo) {
     return ToJson(attribute.text);
   }
@@ -46,21 +46,21 @@ ordered_json ValueOf(const session::Attribute& attribute) {
           {"ProductName", ToJson(attribute.biosInfo->productName)}};
 }
 
-ordered_json ToJson(const session::Attribute& attribute) {
+ordered_json ToJson(const run::Attribute& attribute) {
   return {{"namespace", Utf8OfWide(attribute.nameSpace)},
           {"name", Utf8OfWide(attribute.name)},
           {"status", attribute.status},
           {"value", ValueOf(attribute)}};
 }
 
-ordered_json ToJson(const session::Variable& variable) {
+ordered_json ToJson(const run::Variable& variable) {
   return {{"name", Utf8OfWide(variable.name)},
           {"guid", variable.guid},
           {"attributes", variable.attributes},
           {"data", Hex(variable.data)}};
 }
 
-ordered_json ToJson(const session::LogLine& line) {
+ordered_json ToJson(const run::LogLine& line) {
   return {{"level", fmt::format("0x{:08x}", line.level)},
           {"function", Utf8OfBytes(line.function)},
           {"text", Utf8OfWide(line.text)}};
@@ -77,18 +77,18 @@ ordered_json ToJson(const std::vector<Item>& items) {
 
 }  // namespace
 
-ordered_json SmbiosJson(const session::Table& table) {
+ordered_json SmbiosJson(const run::Table& table) {
   return {{"major", table.major},
           {"minor", table.minor},
           {"structureCount", table.structureCount},
           {"tableLength", table.structures.size()}};
 }
 
-ordered_json AttributesJson(const std::vector<session::Attribute>& attributes) {
+ordered_json AttributesJson(const std::vector<run::Attribute>& attributes) {
   return ToJson(attributes);
 }
 
-ordered_json ToJson(const session::Table& table, const session::Results& results) {
+ordered_json ToJson(const run::Table& table, const run::Results& results) {
   return {{"smbios", SmbiosJson(table)},
           {"start", results.start},
           {"records", ToJson(results.records)},

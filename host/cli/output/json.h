@@ -8,15 +8,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
-nlohmann::ordered_json SmbiosJson(const session::Table& table);
-nlohmann::ordered_json AttributesJson(const std::vector<session::Attribute>& attributes);
+nlohmann::ordered_json SmbiosJson(const run::Table& table);
+nlohmann::ordered_json AttributesJson(const std::vector<run::Attribute>& attributes);
 
 // The document of `tvq export`.
-nlohmann::ordered_json ToJson(const session::Table& table, const session::Results& results);
+nlohmann::ordered_json ToJson(const run::Table& table, const run::Results& results);
 
 }  // namespace tvq::cli
 

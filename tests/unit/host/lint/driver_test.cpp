@@ -15,20 +15,20 @@
 #include "host/lint/devices.h"
 #include "host/lint/document_texts.h"
 #include "host/lint/fqdd_map.h"
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 #include "tests/unit/host/lint/lint_fixture.h"
 #include "tests/unit/host/table/table_bytes.h"
 
 namespace tvq::lint {
 namespace {
 
-using session::Record;
+using run::Record;
 using testing::HasSubstr;
 
 constexpr unsigned kProcessorRecord = 2;
 constexpr unsigned kModuleRecord = 3;
 
-std::vector<Record> OfKind(const session::Results& results, unsigned deviceType) {
+std::vector<Record> OfKind(const run::Results& results, unsigned deviceType) {
   std::vector<Record> records;
   std::copy_if(results.records.begin(), results.records.end(), std::back_inserter(records),
                [&](const Record& record) { return record.deviceType == deviceType; });
@@ -36,12 +36,12 @@ std::vector<Record> OfKind(const session::Results& results, unsigned deviceType)
 }
 
 std::string DocumentOf(const Record& record) {
-  const session::Bytes blob = record.blobs[1].value_or(session::Bytes(81));
+  const run::Bytes blob = record.blobs[1].value_or(run::Bytes(81));
   return {blob.begin() + 80, blob.end() - 1};
 }
 
 // The documents of all records, one behind the other.
-std::string AllDocuments(const session::Results& results) {
+std::string AllDocuments(const run::Results& results) {
   std::string documents;
   for (const Record& record : results.records) {
     documents += DocumentOf(record);
@@ -79,12 +79,12 @@ bool MixesStructures(const Subject& subject) {
 }
 
 void ExpectDriverToAgree(const Bytes& dump, bool isConformed) {
-  session::Session session;
-  session::Table table = session.ReadCapturedFile(dump);
+  run::DriverRun driver;
+  run::Table table = driver.ReadCapturedFile(dump);
   if (isConformed) {
-    table = session.Conform(table).table;
+    table = driver.Conform(table).table;
   }
-  const session::Results results = session.Run(table);
+  const run::Results results = driver.Run(table);
   const auto subject = Subject::Read(table.structures);
   ASSERT_TRUE(subject);
 

@@ -29,13 +29,13 @@ constexpr char kSuccess[] = "\nTvqAgent: success\n";
 // A machine with a volume that the agent is started from.
 class AgentHarness {
  public:
-  AgentHarness() : mVolume(mMachine) {}
+  AgentHarness() : mVolume(mFirmware) {}
 
-  host::Firmware& Firmware() { return mMachine; }
+  host::Firmware& Firmware() { return mFirmware; }
   FakeVolume& Files() { return mVolume; }
 
   void LoadPlatform() {
-    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::platform)), EFI_SUCCESS);
+    ASSERT_EQ(mFirmware.StartImage(mFirmware.LoadImage(host::images::platform)), EFI_SUCCESS);
   }
   void LoadDriver() {
     LoadPlatform();
@@ -43,7 +43,7 @@ class AgentHarness {
   }
   // On a machine whose platform is there.
   void LoadDriverAgain() {
-    ASSERT_EQ(mMachine.StartImage(mMachine.LoadImage(host::images::driver)), EFI_SUCCESS);
+    ASSERT_EQ(mFirmware.StartImage(mFirmware.LoadImage(host::images::driver)), EFI_SUCCESS);
   }
 
   // The firmware's own table, behind a 32-bit entry point.
@@ -53,35 +53,35 @@ class AgentHarness {
     mEntry = host::MapBelow4G(0x1F);
     auto* const entry = EntryPointBytes::Of32Bits(table, mTable.Address32())
                             .PlaceAt(reinterpret_cast<SMBIOS_TABLE_ENTRY_POINT*>(mEntry.Data()));
-    ASSERT_EQ(mMachine.BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
+    ASSERT_EQ(mFirmware.BootServices()->InstallConfigurationTable(&gEfiSmbiosTableGuid, entry),
               EFI_SUCCESS);
   }
   bool FirmwareTableIsInPlace() {
-    return ConfigurationTable(mMachine, gEfiSmbiosTableGuid) == static_cast<VOID*>(mEntry.Data());
+    return ConfigurationTable(mFirmware, gEfiSmbiosTableGuid) == static_cast<VOID*>(mEntry.Data());
   }
 
   // Runs the agent as if it had been started from the volume, with this command line.
   EFI_STATUS RunAgent(const std::u16string& commandLine = u"TvqAgent.efi") {
-    const EFI_HANDLE image = mMachine.LoadImage(host::images::agent);
+    const EFI_HANDLE image = mFirmware.LoadImage(host::images::agent);
     VOID* found = nullptr;
-    EXPECT_EQ(mMachine.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
+    EXPECT_EQ(mFirmware.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
               EFI_SUCCESS);
     auto* loaded = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(found);
     mCommandLine = commandLine;
     loaded->DeviceHandle = mHasVolume ? mVolume.Device() : nullptr;
     loaded->LoadOptions = mCommandLine.data();
     loaded->LoadOptionsSize = static_cast<UINT32>((mCommandLine.size() + 1) * sizeof(char16_t));
-    return mMachine.StartImage(image);
+    return mFirmware.StartImage(image);
   }
   void RemoveVolume() { mHasVolume = false; }
 
   std::string Report() { return mVolume.Get("\\TVQ\\report.txt"); }
   std::string Console() {
-    return std::string(mMachine.ConsoleOutput().begin(), mMachine.ConsoleOutput().end());
+    return std::string(mFirmware.ConsoleOutput().begin(), mFirmware.ConsoleOutput().end());
   }
 
  private:
-  host::Firmware mMachine;
+  host::Firmware mFirmware;
   FakeVolume mVolume;
   bool mHasVolume = true;
   host::LowMapping mTable;

@@ -36,7 +36,7 @@ class AgentComparison : public AgentTest {
   // The devices of this boot, and those of the saved state.
   void Now(const std::vector<FakeDevice>& devices) {
     for (const FakeDevice& device : devices) {
-      mRecords.push_back(std::make_unique<FakeRecord>(Machine(), device));
+      mRecords.push_back(std::make_unique<FakeRecord>(Firmware(), device));
     }
   }
   void Then(const std::vector<FakeDevice>& devices) {
@@ -64,7 +64,7 @@ class AgentComparison : public AgentTest {
                                       const std::vector<StateDevice>& then) {
     std::vector<std::unique_ptr<FakeRecord>> records;
     for (const FakeDevice& device : now) {
-      records.push_back(std::make_unique<FakeRecord>(Machine(), device));
+      records.push_back(std::make_unique<FakeRecord>(Firmware(), device));
     }
     const Bytes file = test::State{.devices = then}.Encode();
     tvqplatform::SavedState saved;
@@ -83,10 +83,10 @@ class AgentComparison : public AgentTest {
   const tvqplatform::SavedState& State() const { return mSaved; }
   const FakeRecord& Record(size_t i) const { return *mRecords[i]; }
   TVQ_PLATFORM_PROTOCOL* LoadPlatform() {
-    EXPECT_EQ(Machine().StartImage(Machine().LoadImage(host::images::platform)), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().StartImage(Firmware().LoadImage(host::images::platform)), EFI_SUCCESS);
     VOID* platform = nullptr;
     EXPECT_EQ(
-        Machine().BootServices()->LocateProtocol(&gTvqPlatformProtocolGuid, nullptr, &platform),
+        Firmware().BootServices()->LocateProtocol(&gTvqPlatformProtocolGuid, nullptr, &platform),
         EFI_SUCCESS);
     return static_cast<TVQ_PLATFORM_PROTOCOL*>(platform);
   }
@@ -417,7 +417,7 @@ TEST_F(AgentComparison, ReportsExhaustedMemory) {
   ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
   tvqplatform::SavedState saved;
   ASSERT_EQ(saved.Read(View(file)), EFI_SUCCESS);
-  Machine().Memory().FailAllocation(1, host::images::agent);
+  Firmware().Memory().FailAllocation(1, host::images::agent);
   tvqplatform::Comparison comparison;
   EXPECT_EQ(comparison.Run(inventory, saved), EFI_OUT_OF_RESOURCES);
 }

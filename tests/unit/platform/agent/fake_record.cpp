@@ -55,7 +55,7 @@ Bytes BlobsOf(const FakeDevice& device) {
 
 FakeRecord::FakeRecord(host::Firmware& machine, const FakeDevice& answers)
     : device(answers),
-      mMachine(machine),
+      mFirmware(machine),
       mInventory{{Identify, Get, nullptr, Verify}, this},
       mNames{{GetName, nullptr, nullptr}, this} {
   EXPECT_EQ(machine.BootServices()->InstallMultipleProtocolInterfaces(
@@ -65,7 +65,7 @@ FakeRecord::FakeRecord(host::Firmware& machine, const FakeDevice& answers)
 }
 
 FakeRecord::~FakeRecord() {
-  EXPECT_EQ(mMachine.BootServices()->UninstallMultipleProtocolInterfaces(
+  EXPECT_EQ(mFirmware.BootServices()->UninstallMultipleProtocolInterfaces(
                 mHandle, &gTvqInventoryProtocolGuid, &mInventory.inventory, &gZvEntryProtocolGuid,
                 &mNames.entry, nullptr),
             EFI_SUCCESS);
@@ -73,7 +73,7 @@ FakeRecord::~FakeRecord() {
 
 VOID* FakeRecord::Copy(const VOID* bytes, UINTN size) {
   VOID* copy = nullptr;
-  EXPECT_EQ(mMachine.BootServices()->AllocatePool(EfiBootServicesData, size, &copy), EFI_SUCCESS);
+  EXPECT_EQ(mFirmware.BootServices()->AllocatePool(EfiBootServicesData, size, &copy), EFI_SUCCESS);
   return std::memcpy(copy, bytes, size);
 }
 

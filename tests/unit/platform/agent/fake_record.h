@@ -69,7 +69,7 @@ class FakeRecord {
     FakeRecord* record;
   };
 
-  host::Firmware& mMachine;
+  host::Firmware& mFirmware;
   Interfaces mInventory;
   Names mNames;
   EFI_HANDLE mHandle = nullptr;

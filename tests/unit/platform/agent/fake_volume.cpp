@@ -61,7 +61,7 @@ EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL* self) {
 
 }  // namespace
 
-FakeVolume::FakeVolume(host::Firmware& machine) : mMachine(machine), mFolders{"\\", "\\TVQ"} {
+FakeVolume::FakeVolume(host::Firmware& machine) : mFirmware(machine), mFolders{"\\", "\\TVQ"} {
   gVolume = this;
   mFileSystem.Revision = EFI_SIMPLE_FILE_SYSTEM_PROTOCOL_REVISION;
   mFileSystem.OpenVolume = OpenVolume;
@@ -72,7 +72,7 @@ FakeVolume::FakeVolume(host::Firmware& machine) : mMachine(machine), mFolders{"\
 
 FakeVolume::~FakeVolume() {
   EXPECT_TRUE(mOpen.empty()) << "a file was left open";
-  mMachine.BootServices()->UninstallProtocolInterface(mDevice, &gEfiSimpleFileSystemProtocolGuid,
+  mFirmware.BootServices()->UninstallProtocolInterface(mDevice, &gEfiSimpleFileSystemProtocolGuid,
                                                       &mFileSystem);
   gVolume = nullptr;
 }

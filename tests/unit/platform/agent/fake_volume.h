@@ -86,7 +86,7 @@ class FakeVolume {
   // What the call comes to before it does anything.
   EFI_STATUS Begin(FileCall call, const std::string& path);
 
-  host::Firmware& mMachine;
+  host::Firmware& mFirmware;
   EFI_HANDLE mDevice = nullptr;
   EFI_SIMPLE_FILE_SYSTEM_PROTOCOL mFileSystem = {};
   std::map<std::string, std::string> mFiles;

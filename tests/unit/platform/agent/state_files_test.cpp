@@ -33,11 +33,11 @@ std::string StateText(const std::u16string& fqdd, uint64_t generation) {
 
 class AgentStateFiles : public AgentTest {
  protected:
-  AgentStateFiles() : mFiles(Machine()) {
-    const EFI_HANDLE image = Machine().HandleOf(host::images::agent);
+  AgentStateFiles() : mFiles(Firmware()) {
+    const EFI_HANDLE image = Firmware().HandleOf(host::images::agent);
     VOID* loaded = nullptr;
     EXPECT_EQ(
-        Machine().BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &loaded),
+        Firmware().BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &loaded),
         EFI_SUCCESS);
     static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded)->DeviceHandle = mFiles.Device();
     mImage = image;
@@ -66,7 +66,7 @@ class AgentStateFiles : public AgentTest {
   }
   // What becomes of saving a device's state, by an agent that has loaded what is there.
   EFI_STATUS Save(const std::u16string& fqdd) {
-    const FakeRecord record(Machine(), {.fqdd = fqdd, .getStatus = EFI_OUT_OF_RESOURCES});
+    const FakeRecord record(Firmware(), {.fqdd = fqdd, .getStatus = EFI_OUT_OF_RESOURCES});
     tvqplatform::Inventory inventory;
     EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
     tvqplatform::Volume volume;
@@ -222,27 +222,27 @@ TEST_F(AgentStateFiles, NeedMemoryAndLeaveNone) {
   const size_t before = AgentBlocks();
   uint64_t n = 0;
   do {
-    Machine().Memory().FailAllocation(++n, host::images::agent);
+    Firmware().Memory().FailAllocation(++n, host::images::agent);
     const EFI_STATUS status = Load().status;
-    Machine().Memory().StopFailing();
+    Firmware().Memory().StopFailing();
     // Were it not found, a new state would replace it.
     EXPECT_THAT(status, testing::AnyOf(EFI_SUCCESS, EFI_OUT_OF_RESOURCES)) << n;
     EXPECT_EQ(AgentBlocks(), before) << n;
-  } while (Machine().Memory().FailedAllocations() == n);
+  } while (Firmware().Memory().FailedAllocations() == n);
   EXPECT_GE(n, 4u);
 }
 
 TEST_F(AgentStateFiles, AreNotSavedWithoutMemory) {
   uint64_t failures = 0;
   for (EFI_STATUS status = EFI_ABORTED; status != EFI_SUCCESS; ++failures) {
-    const FakeRecord record(Machine(), {.getStatus = EFI_OUT_OF_RESOURCES});
+    const FakeRecord record(Firmware(), {.getStatus = EFI_OUT_OF_RESOURCES});
     tvqplatform::Inventory inventory;
     ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
     tvqplatform::Volume volume;
-    ASSERT_EQ(volume.Open(Machine().HandleOf(host::images::agent)), EFI_SUCCESS);
-    Machine().Memory().FailAllocation(failures + 1, host::images::agent);
+    ASSERT_EQ(volume.Open(Firmware().HandleOf(host::images::agent)), EFI_SUCCESS);
+    Firmware().Memory().FailAllocation(failures + 1, host::images::agent);
     status = tvqplatform::StateFiles(volume).Save(inventory);
-    Machine().Memory().StopFailing();
+    Firmware().Memory().StopFailing();
     EXPECT_THAT(status, testing::AnyOf(EFI_SUCCESS, EFI_OUT_OF_RESOURCES)) << failures;
   }
   EXPECT_GE(failures, 2u);
@@ -250,7 +250,7 @@ TEST_F(AgentStateFiles, AreNotSavedWithoutMemory) {
 
 // Power may go at any moment: at the next start one of the two states is whole.
 TEST_F(AgentStateFiles, HoldAWholeStateWhateverMomentThePowerGoes) {
-  const FakeRecord record(Machine(), {});
+  const FakeRecord record(Firmware(), {});
   bool wasCut = true;
   int kept = 0;
   for (uint64_t moment = 1; wasCut; ++moment) {

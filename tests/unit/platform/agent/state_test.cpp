@@ -127,7 +127,7 @@ TEST_F(ReadingAState, TellsOfAnotherVersion) {
 }
 
 TEST_F(ReadingAState, ReportsExhaustedMemory) {
-  Machine().Memory().FailAllocation(1, host::images::agent);
+  Firmware().Memory().FailAllocation(1, host::images::agent);
   EXPECT_EQ(Read({.devices = {kModule}}), EFI_OUT_OF_RESOURCES);
 }
 
@@ -148,7 +148,7 @@ class WritingAState : public AgentTest {
   Bytes Write(const std::vector<FakeDevice>& devices, uint64_t generation = 1) {
     std::vector<std::unique_ptr<FakeRecord>> records;
     for (const FakeDevice& device : devices) {
-      records.push_back(std::make_unique<FakeRecord>(Machine(), device));
+      records.push_back(std::make_unique<FakeRecord>(Firmware(), device));
     }
     tvqplatform::Inventory inventory;
     EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
@@ -189,22 +189,22 @@ TEST_F(WritingAState, HoldsNothingOfAStateThatWasWrittenBefore) {
 }
 
 TEST_F(WritingAState, FailsWithoutMemoryAndKeepsNone) {
-  const FakeRecord first(Machine(), {});
-  const FakeRecord second(Machine(), {.fqdd = u"DIMM.Socket.A2"});
+  const FakeRecord first(Firmware(), {});
+  const FakeRecord second(Firmware(), {.fqdd = u"DIMM.Socket.A2"});
   tvqplatform::Inventory inventory;
   ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
   const size_t before = AgentBlocks();
   uint64_t failures = 0;
   while (true) {
-    Machine().Memory().FailAllocation(failures + 1, host::images::agent);
+    Firmware().Memory().FailAllocation(failures + 1, host::images::agent);
     const bool isWritten = tvqplatform::StateBytes().Write(inventory, 1);
-    Machine().Memory().StopFailing();
+    Firmware().Memory().StopFailing();
     EXPECT_EQ(AgentBlocks(), before) << failures;
     if (isWritten) {
       break;
     }
     ++failures;
-    ASSERT_EQ(Machine().Memory().FailedAllocations(), failures);
+    ASSERT_EQ(Firmware().Memory().FailedAllocations(), failures);
   }
   EXPECT_GE(failures, 3u);
 }

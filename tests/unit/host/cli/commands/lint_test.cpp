@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 #include "tests/unit/host/lint/lint_fixture.h"
 #include "tests/unit/host/table/table_bytes.h"

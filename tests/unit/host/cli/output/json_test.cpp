@@ -13,12 +13,12 @@ namespace {
 using nlohmann::ordered_json;
 
 TEST(CliJson, HasTheMembersInTheirOrder) {
-  session::Table table;
+  run::Table table;
   table.major = 2;
   table.minor = 7;
   table.structureCount = 115;
   table.structures.resize(4631);
-  session::Results results;
+  run::Results results;
   results.start = "Not Found";
   EXPECT_EQ(ToJson(table, results).dump(),
             R"({"smbios":{"major":2,"minor":7,"structureCount":115,"tableLength":4631},)"
@@ -26,18 +26,18 @@ TEST(CliJson, HasTheMembersInTheirOrder) {
 }
 
 TEST(CliJson, ShowsARecord) {
-  session::Record record;
+  run::Record record;
   record.deviceType = 4;
   record.name = u"SYSTEM";
   record.fqdd = u"System.Embedded.1";
-  record.devicePath = session::Bytes{0x01, 0x04, 0x1B};
-  record.identity = session::Bytes{0x02, 0xDC};
-  record.blobs[0] = session::Bytes{0xAB};
-  record.blobs[2] = session::Bytes{};
-  session::Results results;
+  record.devicePath = run::Bytes{0x01, 0x04, 0x1B};
+  record.identity = run::Bytes{0x02, 0xDC};
+  record.blobs[0] = run::Bytes{0xAB};
+  record.blobs[2] = run::Bytes{};
+  run::Results results;
   results.records.push_back(record);
   results.records.emplace_back();
-  const ordered_json records = ToJson(session::Table(), results)["records"];
+  const ordered_json records = ToJson(run::Table(), results)["records"];
   EXPECT_EQ(
       records[0].dump(),
       R"({"deviceType":4,"name":"SYSTEM","fqdd":"System.Embedded.1","devicePath":"01041b","identity":"02dc",)"
@@ -48,12 +48,12 @@ TEST(CliJson, ShowsARecord) {
 }
 
 TEST(CliJson, ShowsAttributes) {
-  session::Results results;
+  run::Results results;
   results.attributes = {
       {u"zorv.server", u"Tag", "Success", u"ABC\u00FF", {}},
       {u"zorv.server", u"Name", "Invalid Parameter", {}, {}},
-      {u"zorv.smbios.bios", u"Info", "Success", {}, session::BiosInfo{"A\xFF", {}, "P"}}};
-  const ordered_json attributes = ToJson(session::Table(), results)["attributes"];
+      {u"zorv.smbios.bios", u"Info", "Success", {}, run::BiosInfo{"A\xFF", {}, "P"}}};
+  const ordered_json attributes = ToJson(run::Table(), results)["attributes"];
   EXPECT_EQ(attributes[0].dump(),
             "{\"namespace\":\"zorv.server\",\"name\":\"Tag\",\"status\":\"Success\",\"value\":"
             "\"ABC\xC3\xBF\"}");
@@ -65,10 +65,10 @@ TEST(CliJson, ShowsAttributes) {
 }
 
 TEST(CliJson, ShowsVariablesAndLogLines) {
-  session::Results results;
+  run::Results results;
   results.variables = {{u"NAME", "4F6B6541-ADD6-4B0F-A503-D78ABDA0851E", 7, {0xB3}}};
   results.log = {{0x00800000, "MakeSYSTEM", u"Entry MakeSYSTEM\n"}};
-  const ordered_json document = ToJson(session::Table(), results);
+  const ordered_json document = ToJson(run::Table(), results);
   EXPECT_EQ(
       document["variables"][0].dump(),
       R"({"name":"NAME","guid":"4F6B6541-ADD6-4B0F-A503-D78ABDA0851E","attributes":7,"data":"b3"})");
@@ -85,10 +85,10 @@ TEST(CliJson, IsValidWhateverTheTextsHold) {
   for (int byte = 1; byte <= 0xFF; ++byte) {
     bytes.push_back(static_cast<char>(byte));
   }
-  session::Results results;
+  run::Results results;
   results.log = {{0, bytes, units}};
-  results.attributes = {{units, units, "Success", {}, session::BiosInfo{bytes, bytes, bytes}}};
-  const std::string text = ToJson(session::Table(), results).dump();
+  results.attributes = {{units, units, "Success", {}, run::BiosInfo{bytes, bytes, bytes}}};
+  const std::string text = ToJson(run::Table(), results).dump();
   EXPECT_TRUE(ordered_json::accept(text));
 }
 

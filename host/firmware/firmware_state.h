@@ -1,10 +1,10 @@
 /*
- * The machine behind Firmware: what its parts know of each other. For the host library only.
+ * What the parts of Firmware know of each other. For the host library only.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_HOST_FIRMWARE_MACHINE_H_
-#define TVQ_HOST_FIRMWARE_MACHINE_H_
+#ifndef TVQ_HOST_FIRMWARE_FIRMWARE_STATE_H_
+#define TVQ_HOST_FIRMWARE_FIRMWARE_STATE_H_
 
 #include <array>
 #include <string>
@@ -19,16 +19,16 @@
 
 namespace tvq::host {
 
-class Machine {
+class FirmwareState {
  public:
-  Machine();
-  ~Machine();
-  Machine(const Machine&) = delete;
-  Machine& operator=(const Machine&) = delete;
+  FirmwareState();
+  ~FirmwareState();
+  FirmwareState(const FirmwareState&) = delete;
+  FirmwareState& operator=(const FirmwareState&) = delete;
 
   // The one machine that exists. Ends the process with a message when there is none.
-  static Machine& Current();
-  static Machine* CurrentOrNull();
+  static FirmwareState& Current();
+  static FirmwareState* CurrentOrNull();
 
   Pool::Store& Memory() { return *pool.mStore; }
 
@@ -54,4 +54,4 @@ class Machine {
 
 }  // namespace tvq::host
 
-#endif  // TVQ_HOST_FIRMWARE_MACHINE_H_
+#endif  // TVQ_HOST_FIRMWARE_FIRMWARE_STATE_H_

@@ -3,14 +3,14 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "host/firmware/firmware.h"
-#include "host/session/convert.h"
+#include "host/run/convert.h"
 #include "images/agent.h"
 #include "images/driver.h"
 #include "images/platform.h"
@@ -24,7 +24,7 @@
 #include "TvqPlatformPkg/src/smbios/conform.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
 
-namespace tvq::session {
+namespace tvq::run {
 namespace {
 
 // The walk of a slot query counts structures in eight bits.
@@ -43,7 +43,7 @@ void ReadSavedState(const Bytes& state, tvqplatform::SavedState& saved) {
 
 }  // namespace
 
-struct Session::Impl {
+struct DriverRun::Impl {
   Impl() {
     // A slot query that firmware would never return from ends here.
     firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
@@ -148,22 +148,22 @@ struct Session::Impl {
   unsigned structureCount = 0;
 };
 
-Session::Session() : mImpl(std::make_unique<Impl>()) {}
-Session::~Session() = default;
+DriverRun::DriverRun() : mImpl(std::make_unique<Impl>()) {}
+DriverRun::~DriverRun() = default;
 
-Table Session::ReadCapturedFile(const Bytes& file) {
+Table DriverRun::ReadCapturedFile(const Bytes& file) {
   tvqplatform::Capture capture;
   tvqplatform::ReadCapturedFile(ViewOf(file), capture);
   return ToTable(capture);
 }
 
-Table Session::ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures) {
+Table DriverRun::ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures) {
   tvqplatform::Capture capture;
   tvqplatform::ReadSeparateTable(ViewOf(entryPoint), ViewOf(structures), capture);
   return ToTable(capture);
 }
 
-Conformed Session::Conform(const Table& table) {
+Conformed DriverRun::Conform(const Table& table) {
   Conformed conformed;
   conformed.table = table;
   tvqplatform::ConformedTable result;
@@ -183,7 +183,7 @@ Conformed Session::Conform(const Table& table) {
   return conformed;
 }
 
-Results Session::Run(const Table& table) {
+Results DriverRun::Run(const Table& table) {
   tvqplatform::Publication publication;
   mImpl->Publish(table, publication);
   Results results;
@@ -205,7 +205,7 @@ Results Session::Run(const Table& table) {
   return results;
 }
 
-SlotAnswer Session::AskSlot(const SlotQuery& query) {
+SlotAnswer DriverRun::AskSlot(const SlotQuery& query) {
   SMBIOS_SLOT_QUERY reply;
   SMBIOS_SLOT_QUERY other;
   const EFI_STATUS status = Impl::Ask(query, 0x00, reply);
@@ -226,7 +226,7 @@ SlotAnswer Session::AskSlot(const SlotQuery& query) {
   return answer;
 }
 
-Bytes Session::State() {
+Bytes DriverRun::State() {
   tvqplatform::Inventory inventory;
   Impl::Collect(inventory);
   tvqplatform::StateBytes state;
@@ -236,7 +236,7 @@ Bytes Session::State() {
   return CopyOf(state.Bytes());
 }
 
-std::vector<SavedDevice> Session::ReadState(const Bytes& state) {
+std::vector<SavedDevice> DriverRun::ReadState(const Bytes& state) {
   tvqplatform::SavedState saved;
   ReadSavedState(state, saved);
   std::vector<SavedDevice> devices;
@@ -246,7 +246,7 @@ std::vector<SavedDevice> Session::ReadState(const Bytes& state) {
   return devices;
 }
 
-Comparison Session::Compare(const Bytes& state) {
+Comparison DriverRun::Compare(const Bytes& state) {
   tvqplatform::SavedState saved;
   ReadSavedState(state, saved);
   tvqplatform::Inventory inventory;
@@ -268,4 +268,4 @@ Comparison Session::Compare(const Bytes& state) {
   return comparison;
 }
 
-}  // namespace tvq::session
+}  // namespace tvq::run

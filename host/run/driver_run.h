@@ -2,17 +2,17 @@
  * One run of the driver in this process, in types of the standard library: the command line and its
  * tests see nothing of EDK II.
  *
- *     tvq::session::Session session;
- *     tvq::session::Table table = session.ReadCapturedFile(bytes);   // throws TableError
- *     tvq::session::Results results = session.Run(table);
+ *     tvq::run::DriverRun driver;
+ *     tvq::run::Table table = driver.ReadCapturedFile(bytes);   // throws TableError
+ *     tvq::run::Results results = driver.Run(table);
  *
- * The machine, its platform and the driver are made with the session. Reading, conforming,
+ * The machine, its platform and the driver are made with it. Reading, conforming,
  * publishing and collecting is the agent's own code.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_HOST_SESSION_SESSION_H_
-#define TVQ_HOST_SESSION_SESSION_H_
+#ifndef TVQ_HOST_RUN_DRIVER_RUN_H_
+#define TVQ_HOST_RUN_DRIVER_RUN_H_
 
 #include <cstdint>
 #include <memory>
@@ -22,7 +22,7 @@
 #include <utility>
 #include <vector>
 
-namespace tvq::session {
+namespace tvq::run {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -146,13 +146,13 @@ struct SlotAnswer {
   unsigned dataBusWidth = 0;
 };
 
-// There is one session at a time.
-class Session {
+// There is one at a time.
+class DriverRun {
  public:
-  Session();
-  ~Session();
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
+  DriverRun();
+  ~DriverRun();
+  DriverRun(const DriverRun&) = delete;
+  DriverRun& operator=(const DriverRun&) = delete;
 
   // A file of `dmidecode --dump-bin`, or a bare table.
   Table ReadCapturedFile(const Bytes& file);
@@ -161,7 +161,7 @@ class Session {
 
   Conformed Conform(const Table& table);
 
-  // Publishes the table, starts the driver and collects everything. Once in the life of a session.
+  // Publishes the table, starts the driver and collects everything. Once in its life.
   Results Run(const Table& table);
 
   // The devices of a saved state. Throws StateError.
@@ -180,6 +180,6 @@ class Session {
   std::unique_ptr<Impl> mImpl;
 };
 
-}  // namespace tvq::session
+}  // namespace tvq::run
 
-#endif  // TVQ_HOST_SESSION_SESSION_H_
+#endif  // TVQ_HOST_RUN_DRIVER_RUN_H_

@@ -3,12 +3,12 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_HOST_SESSION_CONVERT_H_
-#define TVQ_HOST_SESSION_CONVERT_H_
+#ifndef TVQ_HOST_RUN_CONVERT_H_
+#define TVQ_HOST_RUN_CONVERT_H_
 
 #include <string>
 
-#include "host/session/session.h"
+#include "host/run/driver_run.h"
 
 #include "host/firmware/firmware.h"
 
@@ -17,7 +17,7 @@
 #include "TvqPlatformPkg/src/agent/inventory.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
 
-namespace tvq::session {
+namespace tvq::run {
 
 // Room for a sentence of the agent.
 inline constexpr size_t kSentence = 256;
@@ -35,6 +35,6 @@ Record ToRecord(const tvqplatform::DeviceInventory& device);
 Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
 Finding ToFinding(const tvqplatform::Finding& found);
 
-}  // namespace tvq::session
+}  // namespace tvq::run
 
-#endif  // TVQ_HOST_SESSION_CONVERT_H_
+#endif  // TVQ_HOST_RUN_CONVERT_H_

@@ -3,7 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "host/firmware/machine.h"
+#include "host/firmware/firmware_state.h"
 
 #include "host/firmware/host_interface.h"
 #include "host/firmware/image_registry.h"
@@ -12,29 +12,29 @@
 namespace tvq::host {
 namespace {
 
-Machine* gMachine = nullptr;
+FirmwareState* gState = nullptr;
 char16_t gVendor[] = u"Firmware on Linux";
 
 // The services that are not the DXE core's: memory, which the caller owns, images, time and
 // variables.
 
 EFI_STATUS EFIAPI AllocatePool(EFI_MEMORY_TYPE type, UINTN size, VOID** buffer) {
-  Machine& machine = Machine::Current();
-  return machine.Memory().Allocate(machine.calls.Caller(), type, size, buffer);
+  FirmwareState& state = FirmwareState::Current();
+  return state.Memory().Allocate(state.calls.Caller(), type, size, buffer);
 }
 
 EFI_STATUS EFIAPI FreePool(VOID* buffer) {
-  return Machine::Current().Memory().Free(buffer);
+  return FirmwareState::Current().Memory().Free(buffer);
 }
 
 EFI_STATUS EFIAPI AllocatePages(EFI_ALLOCATE_TYPE how, EFI_MEMORY_TYPE type, UINTN pages,
                                 EFI_PHYSICAL_ADDRESS* memory) {
-  Machine& machine = Machine::Current();
-  return machine.Memory().AllocatePages(machine.calls.Caller(), how, type, pages, memory);
+  FirmwareState& state = FirmwareState::Current();
+  return state.Memory().AllocatePages(state.calls.Caller(), how, type, pages, memory);
 }
 
 EFI_STATUS EFIAPI FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages) {
-  return Machine::Current().Memory().FreePages(memory, pages);
+  return FirmwareState::Current().Memory().FreePages(memory, pages);
 }
 
 EFI_STATUS EFIAPI StartImage(EFI_HANDLE image, UINTN* exitDataSize, CHAR16** exitData) {
@@ -42,11 +42,11 @@ EFI_STATUS EFIAPI StartImage(EFI_HANDLE image, UINTN* exitDataSize, CHAR16** exi
     *exitDataSize = 0;
     *exitData = nullptr;
   }
-  return Machine::Current().images.Start(image);
+  return FirmwareState::Current().images.Start(image);
 }
 
 EFI_STATUS EFIAPI UnloadImage(EFI_HANDLE image) {
-  return Machine::Current().images.Unload(image);
+  return FirmwareState::Current().images.Unload(image);
 }
 
 EFI_STATUS EFIAPI Stall(UINTN microseconds) {
@@ -62,7 +62,7 @@ EFI_STATUS EFIAPI GetNextMonotonicCount(UINT64* count) {
   if (count == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  *count = ++Machine::Current().monotonicCount;
+  *count = ++FirmwareState::Current().monotonicCount;
   return EFI_SUCCESS;
 }
 
@@ -76,39 +76,39 @@ EFI_STATUS EFIAPI CalculateCrc32(VOID* data, UINTN size, UINT32* crc) {
 
 EFI_STATUS EFIAPI GetVariable(CHAR16* name, EFI_GUID* vendor, UINT32* attributes, UINTN* size,
                               VOID* data) {
-  return Machine::Current().variables.Get(name, vendor, attributes, size, data);
+  return FirmwareState::Current().variables.Get(name, vendor, attributes, size, data);
 }
 
 EFI_STATUS EFIAPI GetNextVariableName(UINTN* size, CHAR16* name, EFI_GUID* vendor) {
-  return Machine::Current().variables.GetNextName(size, name, vendor);
+  return FirmwareState::Current().variables.GetNextName(size, name, vendor);
 }
 
 EFI_STATUS EFIAPI SetVariable(CHAR16* name, EFI_GUID* vendor, UINT32 attributes, UINTN size,
                               VOID* data) {
-  return Machine::Current().variables.Set(name, vendor, attributes, size, data);
+  return FirmwareState::Current().variables.Set(name, vendor, attributes, size, data);
 }
 
 EFI_STATUS EFIAPI QueryVariableInfo(UINT32 attributes, UINT64* storage, UINT64* remaining,
                                     UINT64* largest) {
-  return Machine::Current().variables.QueryInfo(attributes, storage, remaining, largest);
+  return FirmwareState::Current().variables.QueryInfo(attributes, storage, remaining, largest);
 }
 
 VOID EFIAPI ResetSystem(EFI_RESET_TYPE, EFI_STATUS, UINTN, VOID*) {
-  Machine::Current().reports.AddMisuse("ResetSystem was called, which this machine does not have");
+  FirmwareState::Current().reports.AddMisuse("ResetSystem was called, which this machine does not have");
 }
 
 // Three services of the core return a buffer that the caller is to free: it becomes the caller's
 // own.
 
 void HandOver(const void* buffer) {
-  Machine& machine = Machine::Current();
-  machine.Memory().GiveTo(machine.calls.Caller(), buffer);
+  FirmwareState& state = FirmwareState::Current();
+  state.Memory().GiveTo(state.calls.Caller(), buffer);
 }
 
 EFI_STATUS EFIAPI LocateHandleBuffer(EFI_LOCATE_SEARCH_TYPE type, EFI_GUID* protocol, VOID* key,
                                      UINTN* count, EFI_HANDLE** buffer) {
   const EFI_STATUS status =
-      Machine::Current().coreServices.LocateHandleBuffer(type, protocol, key, count, buffer);
+      FirmwareState::Current().coreServices.LocateHandleBuffer(type, protocol, key, count, buffer);
   if (!EFI_ERROR(status)) {
     HandOver(*buffer);
   }
@@ -117,7 +117,7 @@ EFI_STATUS EFIAPI LocateHandleBuffer(EFI_LOCATE_SEARCH_TYPE type, EFI_GUID* prot
 
 EFI_STATUS EFIAPI ProtocolsPerHandle(EFI_HANDLE handle, EFI_GUID*** protocols, UINTN* count) {
   const EFI_STATUS status =
-      Machine::Current().coreServices.ProtocolsPerHandle(handle, protocols, count);
+      FirmwareState::Current().coreServices.ProtocolsPerHandle(handle, protocols, count);
   if (!EFI_ERROR(status)) {
     HandOver(*protocols);
   }
@@ -128,7 +128,7 @@ EFI_STATUS EFIAPI OpenProtocolInformation(EFI_HANDLE handle, EFI_GUID* protocol,
                                           EFI_OPEN_PROTOCOL_INFORMATION_ENTRY** entries,
                                           UINTN* count) {
   const EFI_STATUS status =
-      Machine::Current().coreServices.OpenProtocolInformation(handle, protocol, entries, count);
+      FirmwareState::Current().coreServices.OpenProtocolInformation(handle, protocol, entries, count);
   if (!EFI_ERROR(status)) {
     HandOver(*entries);
   }
@@ -141,27 +141,27 @@ EFI_TABLE_HEADER Header(UINT64 signature, size_t size) {
 
 }  // namespace
 
-Machine& Machine::Current() {
-  if (gMachine == nullptr) {
+FirmwareState& FirmwareState::Current() {
+  if (gState == nullptr) {
     Die("code of an image needs a Firmware, and none exists");
   }
-  return *gMachine;
+  return *gState;
 }
 
-Machine* Machine::CurrentOrNull() {
-  return gMachine;
+FirmwareState* FirmwareState::CurrentOrNull() {
+  return gState;
 }
 
-Machine::Machine() : pool(*this), images(*this) {
-  if (gMachine != nullptr) {
+FirmwareState::FirmwareState() : pool(*this), images(*this) {
+  if (gState != nullptr) {
     Die("a second Firmware was made while one exists; there is only one DXE core");
   }
-  gMachine = this;
+  gState = this;
   RestoreImages();
   MakeTables();
 }
 
-Machine::~Machine() {
+FirmwareState::~FirmwareState() {
   if (gTvqHostCore.CurrentTpl() != TPL_APPLICATION) {
     reports.AddMisuse("the task priority level was left raised");
   }
@@ -169,17 +169,17 @@ Machine::~Machine() {
   reports.ReportUntaken();
   // Nobody finds pointers to this machine in an image.
   RestoreImages();
-  gMachine = nullptr;
+  gState = nullptr;
 }
 
-void Machine::RestoreImages() {
+void FirmwareState::RestoreImages() {
   CoreImage().RestoreData();
   for (const Image* image : LinkedImages()) {
     image->RestoreData();
   }
 }
 
-void Machine::MakeTables() {
+void FirmwareState::MakeTables() {
   systemTable.Hdr = Header(EFI_SYSTEM_TABLE_SIGNATURE, sizeof(systemTable));
   systemTable.FirmwareVendor = reinterpret_cast<CHAR16*>(gVendor);
   systemTable.ConOut = console.Protocol();

@@ -3,14 +3,14 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "host/session/convert.h"
+#include "host/run/convert.h"
 
 #include <cstdio>
 
 #include "TvqPlatformPkg/src/agent/show_comparison.h"
 #include "TvqPlatformPkg/src/agent/start.h"
 
-namespace tvq::session {
+namespace tvq::run {
 namespace {
 
 template <typename T>
@@ -129,4 +129,4 @@ std::string GuidText(const EFI_GUID& guid) {
   return text;
 }
 
-}  // namespace tvq::session
+}  // namespace tvq::run
