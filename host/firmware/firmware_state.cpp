@@ -94,7 +94,8 @@ EFI_STATUS EFIAPI QueryVariableInfo(UINT32 attributes, UINT64* storage, UINT64* 
 }
 
 VOID EFIAPI ResetSystem(EFI_RESET_TYPE, EFI_STATUS, UINTN, VOID*) {
-  FirmwareState::Current().reports.AddMisuse("ResetSystem was called, which this machine does not have");
+  FirmwareState::Current().reports.AddMisuse(
+      "ResetSystem was called, which this machine does not have");
 }
 
 // Three services of the core return a buffer that the caller is to free: it becomes the caller's
@@ -127,8 +128,8 @@ EFI_STATUS EFIAPI ProtocolsPerHandle(EFI_HANDLE handle, EFI_GUID*** protocols, U
 EFI_STATUS EFIAPI OpenProtocolInformation(EFI_HANDLE handle, EFI_GUID* protocol,
                                           EFI_OPEN_PROTOCOL_INFORMATION_ENTRY** entries,
                                           UINTN* count) {
-  const EFI_STATUS status =
-      FirmwareState::Current().coreServices.OpenProtocolInformation(handle, protocol, entries, count);
+  const EFI_STATUS status = FirmwareState::Current().coreServices.OpenProtocolInformation(
+      handle, protocol, entries, count);
   if (!EFI_ERROR(status)) {
     HandOver(*entries);
   }

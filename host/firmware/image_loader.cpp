@@ -176,7 +176,7 @@ EFI_STATUS ImageLoader::RunEntryPoint(const LoadedImage& loaded) {
   const EFI_STATUS status = record.EntryPoint(loaded.handle, loaded.info->SystemTable);
   if (gTvqHostCore.CurrentTpl() != tpl) {
     mState.reports.AddMisuse("the entry point of image '" + loaded.image->Name() +
-                               "' returned at another task priority level");
+                             "' returned at another task priority level");
     mState.bootServices.RestoreTPL(tpl);
   }
   return status;

@@ -183,7 +183,7 @@ EFI_STATUS Pool::Store::Free(void* buffer) {
   const size_t size = found->second.size;
   if (!IsFilledWith(block + size, kTailSize, kTail)) {
     mState.reports.AddMisuse("FreePool (" + Hex(found->first) +
-                               "): a write went past the end of the block");
+                             "): a write went past the end of the block");
   }
   Forget(found);
   std::memset(block, kPoison, size);
@@ -209,7 +209,7 @@ void Pool::Store::CheckForOverruns() {
     const UINT8* const bytes = static_cast<const UINT8*>(block.address);
     if (!block.isPages && !IsFilledWith(bytes + block.size, kTailSize, kTail)) {
       mState.reports.AddMisuse("a write went past the end of the block that was allocated at " +
-                                 block.callSite.ToString());
+                               block.callSite.ToString());
     }
   }
   for (const FreedBlock& freed : mQuarantine) {
@@ -397,7 +397,8 @@ EFI_STATUS TvqHostFreePool(VOID* Buffer) {
 
 EFI_STATUS TvqHostAllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryType, UINTN Pages,
                                 EFI_PHYSICAL_ADDRESS* Memory) {
-  return FirmwareState::Current().Memory().AllocatePages(Owner::Core(), Type, MemoryType, Pages, Memory);
+  return FirmwareState::Current().Memory().AllocatePages(Owner::Core(), Type, MemoryType, Pages,
+                                                         Memory);
 }
 
 EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages) {

@@ -34,7 +34,7 @@ static_assert(std::size(kServices) == static_cast<size_t>(Service::kCount));
 
 EFI_STATUS Unsupported(Service service) {
   FirmwareState::Current().reports.AddMisuse(std::string(ServiceName(service)) +
-                                       " was called, which this machine does not have");
+                                             " was called, which this machine does not have");
   return EFI_UNSUPPORTED;
 }
 
@@ -71,13 +71,13 @@ struct Entry {
     if (call.Refusal().has_value()) {                                           \
       return *call.Refusal();                                                   \
     }                                                                           \
-    const auto service = FirmwareState::Current().table.name;                         \
+    const auto service = FirmwareState::Current().table.name;                   \
     return service != nullptr ? service arguments : Unsupported(Service::name); \
   }
 #define TVQ_PASS(table, type, name, parameters, arguments) \
   static type EFIAPI name parameters {                     \
     const ServiceCalls::Call call(kOwner, Service::name);  \
-    return FirmwareState::Current().table.name arguments;        \
+    return FirmwareState::Current().table.name arguments;  \
   }
 #define BOOT_SERVICE(name, parameters, arguments) \
   TVQ_FORWARD(bootServices, name, parameters, arguments)
@@ -87,23 +87,23 @@ struct Entry {
   TVQ_PASS(bootServices, type, name, parameters, arguments)
 #define RUNTIME_SERVICE_VALUE(type, name, parameters, arguments) \
   TVQ_PASS(runtimeServices, type, name, parameters, arguments)
-#define BOOT_SERVICE_LIST(name, handle_parameter)                                       \
-  static EFI_STATUS EFIAPI name(handle_parameter, ...) {                                \
-    const ServiceCalls::Call call(kOwner, Service::name);                               \
-    if (call.Refusal().has_value()) {                                                   \
-      return *call.Refusal();                                                           \
-    }                                                                                   \
-    InterfaceList list;                                                                 \
-    bool complete = true;                                                               \
-    VA_LIST arguments;                                                                  \
-    VA_START(arguments, handle);                                                        \
-    void* guid;                                                                         \
-    while (complete && (guid = VA_ARG(arguments, void*)) != nullptr) {                  \
-      complete = list.Add(guid) && list.Add(VA_ARG(arguments, void*));                  \
-    }                                                                                   \
-    VA_END(arguments);                                                                  \
+#define BOOT_SERVICE_LIST(name, handle_parameter)                                             \
+  static EFI_STATUS EFIAPI name(handle_parameter, ...) {                                      \
+    const ServiceCalls::Call call(kOwner, Service::name);                                     \
+    if (call.Refusal().has_value()) {                                                         \
+      return *call.Refusal();                                                                 \
+    }                                                                                         \
+    InterfaceList list;                                                                       \
+    bool complete = true;                                                                     \
+    VA_LIST arguments;                                                                        \
+    VA_START(arguments, handle);                                                              \
+    void* guid;                                                                               \
+    while (complete && (guid = VA_ARG(arguments, void*)) != nullptr) {                        \
+      complete = list.Add(guid) && list.Add(VA_ARG(arguments, void*));                        \
+    }                                                                                         \
+    VA_END(arguments);                                                                        \
     return complete ? FirmwareState::Current().bootServices.name(handle, TVQ_ALL_ITEMS(list)) \
-                    : Unsupported(Service::name);                                       \
+                    : Unsupported(Service::name);                                             \
   }
 #include "host/firmware/services.def"
 
@@ -197,7 +197,7 @@ ServiceCalls::Call::Call(unsigned owner, Service service)
   const Owner caller = Owner::FromNumber(owner);
   if (!state.images.MayCall(caller)) {
     state.reports.AddMisuse(std::string(ServiceName(service)) + " was called by image '" +
-                              caller.Name() + "', which is not loaded");
+                            caller.Name() + "', which is not loaded");
   }
   ++mCalls.mCalls[owner][static_cast<size_t>(service)];
   mRefusal = mCalls.FaultOf(caller, service);

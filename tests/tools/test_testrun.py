@@ -6,6 +6,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import io
 import json
+import os
 import pathlib
 import stat
 import subprocess
@@ -71,6 +72,8 @@ class WithProgram(unittest.TestCase):
 
 class ProgramTest(WithProgram):
     def run_script(self, program, *options, environment=None):
+        # What selects the tests of this run selects none of the program's.
+        environment = environment or {name: value for name, value in os.environ.items() if name != gtest_program.REGEX}
         results = self.folder / "results.json"
         result = subprocess.run(
             [sys.executable, "-B", gtest_program.__file__, "--results", str(results), *options, program],

@@ -89,8 +89,7 @@ std::optional<run::Bytes> LoadState(const std::string& path) {
 }
 
 // Runs the driver on the side's table.
-void Run(run::DriverRun& driver, Side& side, const DiffOptions& options,
-         const Console& console) {
+void Run(run::DriverRun& driver, Side& side, const DiffOptions& options, const Console& console) {
   TableOptions table;
   table.file = side.name;
   table.conform = options.conform;

@@ -49,7 +49,7 @@ struct StateOptions {
 
 // Runs the driver, and insists on records.
 run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
-                                const Console& console) {
+                            const Console& console) {
   run::Table table = ReadTable(driver, options.table, console);
   if (options.table.conform && !ConformTable(driver, table, console)) {
     throw InputError("the table cannot be conformed", "run without --conform");

@@ -86,8 +86,8 @@ void Add(std::vector<Missing>& missing, const std::string& what, unsigned handle
 }
 
 // Devices of one kind after a start that worked.
-void AddOfKind(const Kind& kind, const run::Table& table,
-               const std::vector<devices::Key>& served, std::vector<Missing>& missing) {
+void AddOfKind(const Kind& kind, const run::Table& table, const std::vector<devices::Key>& served,
+               std::vector<Missing>& missing) {
   devices::UnservedDevices found(ViewOf(table.structures), kind.kind,
                                  {served.data(), served.size()});
   for (Unserved device; found.Next(device);) {

@@ -19,7 +19,7 @@ struct Overview {
   run::Results results;
   std::vector<Device> devices;
   std::vector<Missing> missing;
-  std::string empty;               // DescribeEmpty
+  std::string empty;           // DescribeEmpty
   run::Conformed conformable;  // what conforming would do, where something is missing
 };
 

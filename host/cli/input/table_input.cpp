@@ -58,7 +58,7 @@ run::Bytes DumpOf(const TableOptions& options, run::Bytes file) {
 
 // The same file, but for what names the machine and its parts.
 run::Bytes RedactedFile(const TableOptions& options, run::Bytes file, const Masker& masker,
-                            const Console& console) {
+                        const Console& console) {
   run::Bytes dump = DumpOf(options, std::move(file));
   const auto blanked = RedactDump(dump, masker);
   if (!blanked) {
@@ -68,8 +68,8 @@ run::Bytes RedactedFile(const TableOptions& options, run::Bytes file, const Mask
   return dump;
 }
 
-run::Table FileTable(run::DriverRun& driver, const run::Bytes& file,
-                         const TableOptions& options, const Console& console) {
+run::Table FileTable(run::DriverRun& driver, const run::Bytes& file, const TableOptions& options,
+                     const Console& console) {
   run::Table table = driver.ReadCapturedFile(DumpOf(options, file));
   if (options.version && table.isBare) {
     table.major = options.version->first;
@@ -153,8 +153,8 @@ TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   return {std::move(structures), std::move(entryPoint)};
 }
 
-run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes,
-                       const TableOptions& options, const Console& console) {
+run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
+                   const Console& console) {
   try {
     return options.file.empty() ? driver.ReadSeparateTable(bytes.entryPoint, bytes.file)
                                 : FileTable(driver, bytes.file, options, console);
@@ -163,8 +163,7 @@ run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes,
   }
 }
 
-run::Table ReadTable(run::DriverRun& driver, const TableOptions& options,
-                         const Console& console) {
+run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console) {
   run::Table table = TableOf(driver, ReadTableBytes(options, console), options, console);
   for (const std::string& warning : table.warnings) {
     console.Warning(warning);
@@ -190,8 +189,8 @@ bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& cons
   return true;
 }
 
-run::Results RunDriver(run::DriverRun& driver, const run::Table& table,
-                           const TableOptions& options, const Console& console) {
+run::Results RunDriver(run::DriverRun& driver, const run::Table& table, const TableOptions& options,
+                       const Console& console) {
   try {
     run::Results results = driver.Run(table);
     for (const std::string& complaint : results.complaints) {

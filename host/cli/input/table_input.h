@@ -45,19 +45,18 @@ struct TableBytes {
 };
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
 // The table in these bytes. Throws InputError.
-run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes,
-                       const TableOptions& options, const Console& console);
+run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
+                   const Console& console);
 
 // Reads the table that the options name; what is odd about it is said. Throws InputError.
-run::Table ReadTable(run::DriverRun& driver, const TableOptions& options,
-                         const Console& console);
+run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console);
 
 // Puts the conformed table in place of the table, and reports. False: it could not be conformed.
 bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& console);
 
 // Runs the driver on a table; what it complains about is said. Throws InputError.
-run::Results RunDriver(run::DriverRun& driver, const run::Table& table,
-                           const TableOptions& options, const Console& console);
+run::Results RunDriver(run::DriverRun& driver, const run::Table& table, const TableOptions& options,
+                       const Console& console);
 
 }  // namespace tvq::cli
 

@@ -73,7 +73,7 @@ FakeVolume::FakeVolume(host::Firmware& machine) : mFirmware(machine), mFolders{"
 FakeVolume::~FakeVolume() {
   EXPECT_TRUE(mOpen.empty()) << "a file was left open";
   mFirmware.BootServices()->UninstallProtocolInterface(mDevice, &gEfiSimpleFileSystemProtocolGuid,
-                                                      &mFileSystem);
+                                                       &mFileSystem);
   gVolume = nullptr;
 }
 
