@@ -30,7 +30,7 @@ TEST_F(AgentRun, ShowsAndSavesTheInventory) {
   PublishFirmwareTable(ClashingServer());
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Report(), EndsWith(kSuccess));
-  EXPECT_THAT(Report(), HasSubstr("Table: SMBIOS 3.3, 7 structures"));
+  EXPECT_THAT(Report(), HasSubstr("Table: SMBIOS 2.8, 7 structures"));
   EXPECT_THAT(Report(), HasSubstr("socket designation: \"SOCKET 1\" -> \"CPU2\""));
   EXPECT_THAT(Report(), HasSubstr("Start: Success"));
   EXPECT_THAT(Report(), HasSubstr("Records: 5"));
