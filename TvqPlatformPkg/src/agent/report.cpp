@@ -6,7 +6,7 @@
 
 #include "report.h"
 
-#include "../formatted_length.h"
+#include "../formatted_text.h"
 
 namespace tvqplatform {
 
@@ -47,13 +47,11 @@ Report::~Report() {
 }
 
 void Report::Add(const CHAR8* format, VA_LIST marker) {
-  CHAR8 shortLine[kShortLine];
-  const UINTN size = FormattedLength(format, marker) + 1;
-  const tvq::PoolPtr<CHAR8> longLine(static_cast<CHAR8*>(AllocatePool(size)));
-  if (longLine) {
-    AsciiVSPrint(longLine.Get(), size, format, marker);
-    AddText(longLine.Get());
+  const FormattedText<CHAR8> line = Format(format, marker);
+  if (line.Text) {
+    AddText(line.Text.Get());
   } else {
+    CHAR8 shortLine[kShortLine];
     AsciiVSPrint(shortLine, sizeof(shortLine), format, marker);
     AddText(shortLine);
     mLost++;

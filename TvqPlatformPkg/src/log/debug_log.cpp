@@ -6,7 +6,7 @@
 
 #include "debug_log.h"
 
-#include "../formatted_length.h"
+#include "../formatted_text.h"
 #include "../text.h"
 
 namespace tvqplatform {
@@ -70,15 +70,14 @@ bool DebugLog::Keep(UINT32 level, const CHAR8* function, const CHAR16* format, V
   if (!guarded || !mLines.Reserve(1)) {
     return false;
   }
-  const UINTN textSize = (FormattedLength(guarded.Get(), marker) + 1) * sizeof(CHAR16);
-  CHAR16* text = static_cast<CHAR16*>(AllocatePool(textSize + Size(function)));
-  if (text == nullptr) {
+  FormattedText<CHAR16> formatted = Format<CHAR16>(guarded.Get(), marker, Size(function));
+  if (!formatted.Text) {
     return false;
   }
-  UnicodeVSPrint(text, textSize, guarded.Get(), marker);
+  CHAR16* text = formatted.Text.Release();
   Exchange(text, kLineFeed, '\n');
   Exchange(text, kCarriageReturn, '\r');
-  CHAR8* name = reinterpret_cast<CHAR8*>(text) + textSize;
+  CHAR8* name = reinterpret_cast<CHAR8*>(text + formatted.Length + 1);
   CopyMem(name, function, Size(function));
   return mLines.Append(TVQ_LOG_LINE{level, name, text});
 }

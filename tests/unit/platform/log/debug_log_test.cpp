@@ -78,6 +78,13 @@ TEST_F(PlatformLog, KeepsLinesOfAnyLength) {
   EXPECT_EQ(Text(0), "<" + std::string(longText.size(), 'x') + ">");
 }
 
+TEST_F(PlatformLog, KeepsTheEndOfALineWhoseTextsAreWiderThanTheirColumns) {
+  Print(u"%-2a|%2a|%a", "wide", "wide", "end");
+  Print(u"%-2s|", Wide(std::u16string(1000, u'x').c_str()));
+  EXPECT_EQ(Text(0), "wide|wide|end");
+  EXPECT_EQ(Text(1), std::string(1000, 'x') + "|");
+}
+
 TEST_F(PlatformLog, KeepsAnyNumberOfLines) {
   for (int i = 0; i < 5000; ++i) {
     Print(u"line %d\n", i);
