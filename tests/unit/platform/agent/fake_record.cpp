@@ -31,9 +31,11 @@ std::string WithTerminator(const std::string& text) {
 
 Bytes InventoryBlob(const FakeDevice& device) {
   TVQ_INVENTORY_BLOB blob = {};
+  const std::string serial = WithTerminator(device.serial);
   blob.wwnOffset = device.serial.empty() ? 0 : TVQ_STRING_REFERENCE(0);
-  return BlobOf(TVQ_BLOB_TYPE_INVENTORY, TVQ_BLOB_COOKIE_INVENTORY, WithTerminator(device.serial),
-                blob);
+  blob.MktnameOffset = device.marketingName.empty() ? 0 : TVQ_STRING_REFERENCE(serial.size());
+  return BlobOf(TVQ_BLOB_TYPE_INVENTORY, TVQ_BLOB_COOKIE_INVENTORY,
+                serial + WithTerminator(device.marketingName), blob);
 }
 
 Bytes ConfigurationBlob(const FakeDevice& device) {
@@ -81,7 +83,7 @@ EFI_STATUS EFIAPI FakeRecord::Identify(TVQ_INVENTORY_PROTOCOL* self, TVQ_IDENTIT
   const FakeDevice& device = reinterpret_cast<Interfaces*>(self)->record->device;
   *identity = {TVQ_IDENTITY_VERSION, device.componentClass, TVQ_IDENTITY_QUALIFIER,
                TVQ_IDENTITY_SIGNATURE, 0};
-  return EFI_SUCCESS;
+  return device.identityStatus;
 }
 
 EFI_STATUS EFIAPI FakeRecord::Get(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST* request,
@@ -117,10 +119,13 @@ EFI_STATUS EFIAPI FakeRecord::Verify(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST*,
 EFI_STATUS EFIAPI FakeRecord::GetName(ZVEP_PROTOCOL* self, EFI_DEVICE_PATH_PROTOCOL*, CHAR8*,
                                       CHAR16** name, CHAR16** fqdd) {
   FakeRecord& record = *reinterpret_cast<Names*>(self)->record;
+  if (record.device.nameStatus != EFI_SUCCESS) {
+    return record.device.nameStatus;
+  }
   const auto copy = [&record](const std::u16string& text) {
     return static_cast<CHAR16*>(record.Copy(text.c_str(), (text.size() + 1) * sizeof(CHAR16)));
   };
-  *name = copy(u"name");
+  *name = copy(record.device.name);
   *fqdd = record.device.fqdd ? copy(*record.device.fqdd) : nullptr;
   return EFI_SUCCESS;
 }

@@ -1,0 +1,172 @@
+/*
+ * Files on the agent's volume: read and written whole or reported.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "tests/unit/platform/agent/fake_volume.h"
+#include "tests/unit/platform/platform_fixture.h"
+
+#include "TvqPlatformPkg/src/agent/volume.h"
+
+extern "C" {
+#include <Library/DevicePathLib.h>
+#include <Protocol/LoadedImage.h>
+}
+
+namespace tvq::test {
+namespace {
+
+constexpr char kPath[] = "\\TVQ\\a.bin";
+constexpr UINTN kNoLimit = SIZE_1MB;
+
+std::string Pattern(size_t size) {
+  std::string text(size, 0);
+  for (size_t i = 0; i < size; ++i) {
+    text[i] = static_cast<char>(i % 251);
+  }
+  return text;
+}
+
+class AgentVolume : public AgentTest {
+ protected:
+  AgentVolume() : mFiles(Firmware()) {
+    SetDevice(mFiles.Device());
+    EXPECT_EQ(mVolume.Open(Image()), EFI_SUCCESS);
+  }
+
+  EFI_HANDLE Image() { return Firmware().HandleOf(host::images::agent); }
+  void SetDevice(EFI_HANDLE device) {
+    VOID* loaded = nullptr;
+    ASSERT_EQ(
+        Firmware().BootServices()->HandleProtocol(Image(), &gEfiLoadedImageProtocolGuid, &loaded),
+        EFI_SUCCESS);
+    static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded)->DeviceHandle = device;
+  }
+  FakeVolume& Files() { return mFiles; }
+  tvqplatform::Volume& Volume() { return mVolume; }
+
+  struct Content {
+    EFI_STATUS status;
+    std::string text;
+
+    bool operator==(const Content& other) const {
+      return status == other.status && text == other.text;
+    }
+  };
+  Content Read(UINTN limit = kNoLimit) {
+    tvqplatform::GrowingArray<UINT8> bytes;
+    const EFI_STATUS status = mVolume.Read(Wide(u"\\TVQ\\a.bin"), limit, bytes);
+    Content content = {status, EFI_ERROR(status) ? "" : std::string(bytes.begin(), bytes.end())};
+    Firmware().BootServices()->FreePool(bytes.Data());
+    return content;
+  }
+  EFI_STATUS Write(const std::string& text) {
+    return mVolume.Write(Wide(u"\\TVQ\\a.bin"),
+                         {reinterpret_cast<const UINT8*>(text.data()), text.size()});
+  }
+
+ private:
+  FakeVolume mFiles;
+  tvqplatform::Volume mVolume;
+};
+
+TEST_F(AgentVolume, ReadsFilesOfAnySize) {
+  for (const size_t size : {0u, 1u, 4095u, 4096u, 4097u, 8192u, 100000u}) {
+    Files().Put(kPath, Pattern(size));
+    EXPECT_EQ(Read(), (Content{EFI_SUCCESS, Pattern(size)})) << size;
+  }
+}
+
+TEST_F(AgentVolume, ReadsNoFileThatIsLargerThanAllowed) {
+  for (const size_t limit : {0u, 1u, 4096u, 5000u}) {
+    Files().Put(kPath, Pattern(limit));
+    EXPECT_EQ(Read(limit).status, EFI_SUCCESS) << limit;
+    Files().Put(kPath, Pattern(limit + 1));
+    EXPECT_EQ(Read(limit).status, EFI_BAD_BUFFER_SIZE) << limit;
+  }
+}
+
+TEST_F(AgentVolume, SaysWhyAFileCannotBeRead) {
+  EXPECT_EQ(Read().status, EFI_NOT_FOUND);
+  Files().Put(kPath, "x");
+  Files().Fail(FileCall::kOpen, EFI_ACCESS_DENIED);
+  EXPECT_EQ(Read().status, EFI_ACCESS_DENIED);
+  Files().Recover();
+  Files().Fail(FileCall::kRead, EFI_DEVICE_ERROR);
+  EXPECT_EQ(Read().status, EFI_DEVICE_ERROR);
+  Files().Recover();
+  Firmware().Memory().FailAllocation(1, host::images::agent);
+  EXPECT_EQ(Read().status, EFI_OUT_OF_RESOURCES);
+}
+
+TEST_F(AgentVolume, WritesFilesOfAnySize) {
+  for (const size_t size : {0u, 1u, 5000u}) {
+    EXPECT_EQ(Write(Pattern(size)), EFI_SUCCESS);
+    EXPECT_EQ(Files().Get(kPath), Pattern(size)) << size;
+  }
+}
+
+TEST_F(AgentVolume, ReplacesALongerFile) {
+  Files().Put(kPath, Pattern(100));
+  EXPECT_EQ(Write("short"), EFI_SUCCESS);
+  EXPECT_EQ(Files().Get(kPath), "short");
+}
+
+TEST_F(AgentVolume, SaysWhyAFileCannotBeWritten) {
+  const struct {
+    FileCall call;
+    EFI_STATUS status;
+  } kFailures[] = {{FileCall::kOpen, EFI_WRITE_PROTECTED},
+                   {FileCall::kWrite, EFI_DEVICE_ERROR},
+                   {FileCall::kFlush, EFI_VOLUME_FULL}};
+  for (const auto& [call, status] : kFailures) {
+    Files().Fail(call, status);
+    EXPECT_EQ(Write("text"), status) << static_cast<int>(call);
+    Files().Recover();
+  }
+  Files().LimitWrites(3);
+  EXPECT_EQ(Write("text"), EFI_VOLUME_FULL);
+}
+
+TEST_F(AgentVolume, MakesAFolder) {
+  EXPECT_EQ(Volume().MakeFolder(Wide(u"\\new")), EFI_SUCCESS);
+  EXPECT_EQ(Volume().Write(Wide(u"\\new\\file"), {}), EFI_SUCCESS);
+  EXPECT_EQ(Volume().MakeFolder(Wide(u"\\new")), EFI_SUCCESS) << "it may be there";
+  EXPECT_EQ(Volume().MakeFolder(Wide(u"\\missing\\new")), EFI_NOT_FOUND);
+}
+
+TEST_F(AgentVolume, KnowsWhichFilesAreThere) {
+  EXPECT_FALSE(Volume().Exists(Wide(u"\\TVQ\\a.bin")));
+  Files().Put(kPath, "");
+  EXPECT_TRUE(Volume().Exists(Wide(u"\\TVQ\\a.bin")));
+}
+
+TEST_F(AgentVolume, NamesAFileByItsDevicePath) {
+  EFI_DEVICE_PATH_PROTOCOL* path = Volume().PathOf(Wide(u"\\TVQ\\a.bin"));
+  ASSERT_NE(path, nullptr);
+  EXPECT_EQ(path->Type, MEDIA_DEVICE_PATH);
+  EXPECT_EQ(path->SubType, MEDIA_FILEPATH_DP);
+  EXPECT_EQ(Utf8(reinterpret_cast<FILEPATH_DEVICE_PATH*>(path)->PathName), kPath);
+  Firmware().BootServices()->FreePool(path);
+}
+
+TEST_F(AgentVolume, ThatIsNotOpenHasNoFiles) {
+  tvqplatform::Volume closed;
+  tvqplatform::GrowingArray<UINT8> bytes;
+  EXPECT_EQ(closed.Read(Wide(u"\\TVQ\\a.bin"), kNoLimit, bytes), EFI_NO_MEDIA);
+  EXPECT_EQ(closed.Write(Wide(u"\\TVQ\\a.bin"), {}), EFI_NO_MEDIA);
+  EXPECT_EQ(closed.MakeFolder(Wide(u"\\new")), EFI_NO_MEDIA);
+  EXPECT_FALSE(closed.Exists(Wide(u"\\TVQ\\a.bin")));
+}
+
+TEST_F(AgentVolume, CannotBeOpenedWithoutADeviceOrAFileSystem) {
+  tvqplatform::Volume volume;
+  SetDevice(nullptr);
+  EXPECT_EQ(volume.Open(Image()), EFI_NO_MEDIA);
+  SetDevice(Image());
+  EXPECT_EQ(volume.Open(Image()), EFI_UNSUPPORTED);
+  EXPECT_EQ(volume.Open(Files().Device()), EFI_UNSUPPORTED) << "it is no image";
+}
+
+}  // namespace
+}  // namespace tvq::test
