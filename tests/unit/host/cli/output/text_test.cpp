@@ -42,5 +42,50 @@ TEST(CliText, ShowsBytesAsLowerCaseDigits) {
   EXPECT_EQ(Hex({}), "");
 }
 
+// The first and the last code of each length, and those around the surrogates.
+TEST(CliText, EncodesEachCodeAsUtf8DoesIt) {
+  const std::pair<std::u16string, std::string> kCodes[] = {{u"\x7F", "\x7F"},
+                                                           {u"\x80", "\xC2\x80"},
+                                                           {u"\x7FF", "\xDF\xBF"},
+                                                           {u"\x800", "\xE0\xA0\x80"},
+                                                           {u"\xD7FF", "\xED\x9F\xBF"},
+                                                           {u"\xD800", "\xEF\xBF\xBD"},
+                                                           {u"\xDBFF", "\xEF\xBF\xBD"},
+                                                           {u"\xDC00", "\xEF\xBF\xBD"},
+                                                           {u"\xDFFF", "\xEF\xBF\xBD"},
+                                                           {u"\xE000", "\xEE\x80\x80"},
+                                                           {u"\xFFFF", "\xEF\xBF\xBF"},
+                                                           {u"\U00010000", "\xF0\x90\x80\x80"},
+                                                           {u"\U0010FFFF", "\xF4\x8F\xBF\xBF"},
+                                                           {u"\U0010FC00", "\xF4\x8F\xB0\x80"},
+                                                           {u"\U000103FF", "\xF0\x90\x8F\xBF"}};
+  for (const auto& [wide, utf8] : kCodes) {
+    EXPECT_EQ(Utf8OfWide(wide), utf8);
+    EXPECT_EQ(Utf8OfWide(u"a" + wide + u"b"), "a" + utf8 + "b");
+  }
+}
+
+TEST(CliText, DoesNotJoinHalvesInTheWrongOrder) {
+  const std::string replaced = "\xEF\xBF\xBD";
+  EXPECT_EQ(Utf8OfWide(u"\xDC00\xD800"), replaced + replaced);
+  EXPECT_EQ(Utf8OfWide(u"\xD800\xE000"), replaced + "\xEE\x80\x80");
+  EXPECT_EQ(Utf8OfWide(u"\xD800\xDBFF\xDC00"), replaced + "\xF4\x8F\xB0\x80");
+}
+
+TEST(CliText, PrintsControlCharactersByTheirCodes) {
+  const std::pair<std::u16string, std::string> kCodes[] = {
+      {u"\x1", "\\x01"},  {u"\x1F", "\\x1F"}, {u" ", " "},          {u"~", "~"},
+      {u"\x7F", "\\x7F"}, {u"\x9F", "\\x9F"}, {u"\xA0", "\xC2\xA0"}};
+  for (const auto& [wide, printed] : kCodes) {
+    EXPECT_EQ(Printable(wide), printed);
+    EXPECT_EQ(Printable(u"a" + wide + u"b"), "a" + printed + "b");
+    const std::string bytes(1, static_cast<char>(wide[0]));
+    EXPECT_EQ(Printable(bytes), printed);
+    EXPECT_EQ(Printable("a" + bytes + "b"), "a" + printed + "b");
+  }
+  EXPECT_EQ(Printable(std::u16string()), "");
+  EXPECT_EQ(Printable(std::u16string(u"\x1\x2")), "\\x01\\x02");
+}
+
 }  // namespace
 }  // namespace tvq::cli
