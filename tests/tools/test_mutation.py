@@ -10,12 +10,14 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 from scripts import ROOT
 
 sys.path.insert(0, str(ROOT / "tools" / "mutation"))
 
 import areas  # noqa: E402
+import mutate  # noqa: E402
 import programs  # noqa: E402
 import report  # noqa: E402
 import selection  # noqa: E402
@@ -209,15 +211,26 @@ class Tests(unittest.TestCase):
         return program
 
     def test_only_those_that_reach_a_mutant_run_with_it(self):
-        self.assertEqual(self.program().lines_for(mutant(2)), ["2 7 A.Long\n"])
-        self.assertEqual(self.program().lines_for(mutant(3)), [])
+        self.assertEqual(self.program().lines_for(mutant(1), slow=False), ["1 1 A.Q0\n"])
+        self.assertEqual(self.program().lines_for(mutant(2), slow=False), [])
+        self.assertEqual(self.program().lines_for(mutant(3), slow=True), [])
 
-    def test_quick_ones_run_first_and_with_less_time(self):
-        self.assertEqual(self.program().lines_for(mutant(1)), ["1 1 A.Q0\n", "1 7 A.Long\n"])
+    def test_slow_ones_run_apart_from_the_others_and_have_more_time(self):
+        self.assertEqual(self.program().lines_for(mutant(1), slow=True), ["1 7 A.Long\n"])
+        self.assertEqual((self.program().seconds(slow=True), self.program().seconds(slow=False)), (1.5, 0.1))
 
     def test_a_few_of_the_quickest_run_before_the_others(self):
-        self.assertEqual(self.program(10).lines_for(mutant(1)),
-                         ["1 1 A.Q9:A.Q8:A.Q7:A.Q6:A.Q5:A.Q4:A.Q3:A.Q2\n", "1 1 A.Q1:A.Q0\n", "1 7 A.Long\n"])
+        self.assertEqual(self.program(10).lines_for(mutant(1), slow=False),
+                         ["1 1 A.Q9:A.Q8:A.Q7:A.Q6:A.Q5:A.Q4:A.Q3:A.Q2\n", "1 1 A.Q1:A.Q0\n"])
+
+    def test_an_explained_change_does_not_wait_for_slow_ones(self):
+        run = mutate.Run([mutant(1), mutant(2)], killed={}, explained={2}, jobs=1)
+        taken = []
+        with unittest.mock.patch.object(programs, "run_mutants", lambda _, slow, mutants, *more: taken.append(
+                (slow, [each.number for each in mutants]))):
+            run.through(self.program(), False, "")
+            run.through(self.program(), True, "")
+        self.assertEqual(taken, [(False, [1, 2]), (True, [1])])
 
 
 if __name__ == "__main__":

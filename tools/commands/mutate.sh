@@ -53,7 +53,7 @@ Mutate() { /usr/bin/python3 -B "$TOOLS/mutation/mutate.py" "$@"; }
 
 # How the sources are compiled is asked of a tree of its own, which nobody builds.
 ChangeSources() {
-  ConfigureHost mutate-plain && Mutate write "$ROOT" "$BUILD/mutate-plain" "$TREE" --jobs "$JOBS"
+  ConfigureHost mutate-plain && Mutate write "$ROOT" "$BUILD/mutate-plain" "$TREE" "${names[@]}" --jobs "$JOBS"
 }
 
 # BuildPrograms: the test programs that contain what is named.

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Changes the code one operator, constant or status at a time, and runs the tests that reach the change.
 
-usage: mutate.py write ROOT PLAIN-BUILD TREE [--jobs N]
-                         copies the repository with all changes in it, and writes TREE.json
+usage: mutate.py write ROOT PLAIN-BUILD TREE [NAME...] [--jobs N]
+                         copies the repository with all changes of what is named in it, and writes TREE.json
        mutate.py targets TREE BUILD [NAME...] [--tests REGEX]
                          names the test programs that contain what is named
        mutate.py run ROOT TREE BUILD [NAME...] [--jobs N] [--changed[=REV]] [--sample N] [--tests REGEX] [--json FILE]
@@ -38,7 +38,8 @@ def write(arguments):
     import sources  # libclang is wanted here alone
 
     root, tree = arguments.root.resolve(), arguments.tree.resolve()
-    changed, uncompiled = sources.write_changed(root, arguments.plain.resolve(), tree, arguments.jobs)
+    changed, uncompiled = sources.write_changed(root, arguments.plain.resolve(), tree, arguments.jobs,
+                                                lambda file: selection.is_named(file, arguments.names))
     mutants = [dataclasses.asdict(mutant) for file in changed.values() for mutant in file.mutants]
     left = {name: file.left for name, file in changed.items()}
     _list_of(tree).write_text(json.dumps({"mutants": mutants, "left": left, "uncompiled": uncompiled}, indent=1),
@@ -52,23 +53,26 @@ def note(text):
 
 
 class Run:
-    """Takes the mutants through the programs, the quickest first; a mutant that is killed leaves."""
+    """Takes the mutants through the programs, the quickest first; a mutant that is killed leaves. Those that are explained
+    do not wait for slow tests."""
 
-    def __init__(self, mutants, killed, jobs):
+    def __init__(self, mutants, killed, explained, jobs):
         self._alive = [mutant for mutant in mutants if mutant.number not in killed]
+        self._explained = explained
         self._jobs = jobs
         self.outcomes = {mutant.number: programs.Outcome("unreached") for mutant in mutants} | killed
 
     def _take(self, mutant, outcome):
         self.outcomes[mutant.number] = outcome
 
-    def through(self, program, scratch):
+    def through(self, program, slow, scratch):
         start = time.monotonic()
-        reached = programs.run_mutants(program, self._alive, self._jobs, scratch, self._take)
+        mutants = [mutant for mutant in self._alive if not (slow and mutant.number in self._explained)]
+        reached = programs.run_mutants(program, slow, mutants, self._jobs, scratch, self._take)
         before = len(self._alive)
         self._alive = [mutant for mutant in self._alive if self.outcomes[mutant.number].result not in report.KILLED]
         if reached:
-            note(f"{program.name}: {before - len(self._alive)} of {reached} killed, "
+            note(f"{program.name}{', slow tests' if slow else ''}: {before - len(self._alive)} of {reached} killed, "
                  f"{before} were alive ({time.monotonic() - start:.0f} s)")
 
 
@@ -99,10 +103,11 @@ def _programs(paths, scratch, jobs):
     found = [programs.Program(path, scratch) for path in paths]
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         list(pool.map(programs.Program.reach, found))
-    return sorted(found, key=lambda program: program.seconds)
+    return found
 
 
 def run(arguments):
+    start = time.monotonic()
     everything = _listed(arguments.tree)
     mutants = _mutants(everything, arguments.names)
     paths = _program_paths(arguments.build, mutants, arguments.tests)
@@ -118,17 +123,19 @@ def run(arguments):
     all_programs = _programs(paths, scratch, arguments.jobs)
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
     killed = report.killed_before(arguments.again, mutants) if arguments.again else {}
-    progress = Run(mutants, killed, arguments.jobs)
-    for program in all_programs:
-        # What a mutant leaves behind goes with the folder.
-        with tempfile.TemporaryDirectory(dir=scratch, ignore_cleanup_errors=True) as folder:
-            progress.through(program, folder)
-    is_part = arguments.changed is not None or bool(arguments.sample)
     explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
+    progress = Run(mutants, killed, report.explained(explanations, mutants), arguments.jobs)
+    for slow in (False, True):
+        for program in sorted(all_programs, key=lambda program: program.seconds(slow)):
+            # What a mutant leaves behind goes with the folder.
+            with tempfile.TemporaryDirectory(dir=scratch, ignore_cleanup_errors=True) as folder:
+                progress.through(program, slow, folder)
+    note(f"took {time.monotonic() - start:.0f} s")
+    is_part = arguments.changed is not None or bool(arguments.sample)
     result = report.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     if arguments.json:
         arguments.json.write_text(json.dumps(result.as_json(), indent=1) + "\n", encoding="utf-8")
-    for part in (result.details(), result.table(), selection.uncompiled(everything["uncompiled"], arguments.names)):
+    for part in (result.details(), result.table(), selection.uncompiled(everything["uncompiled"])):
         if part:
             print(part)
     return 0 if result.is_good() else 1
@@ -141,6 +148,7 @@ def main():
     for name in ("root", "plain", "tree"):
         action.add_argument(name, type=pathlib.Path)
     action.add_argument("--jobs", type=int, default=1)
+    action.add_argument("names", nargs="*")
     action.set_defaults(action=write)
     action = actions.add_parser("targets")
     for name in ("tree", "build"):

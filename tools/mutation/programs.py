@@ -15,6 +15,8 @@ import subprocess
 _QUICK = 0.2
 # So many of the quickest tests run before the others: most mutants do not survive them.
 _FIRST = 8
+# Seconds. Tests that take longer wait until the others of all programs have run.
+_SLOW = 1.0
 
 
 class TestFailure(Exception):
@@ -45,7 +47,6 @@ class Program:
         self._record = scratch / f"{self.name}.reach"
         self._log = scratch / f"{self.name}.log"
         self.tests = []
-        self.seconds = 0.0
 
     def reach(self):
         """Runs all tests once, without a mutant, unless that was done since the program was built."""
@@ -54,7 +55,13 @@ class Program:
         for line in self._record.read_text(encoding="utf-8").splitlines():
             name, microseconds, _, *points = line.split()
             self.tests.append(Test(name, int(microseconds) / 1e6, frozenset(map(int, points))))
-        self.seconds = sum(test.seconds for test in self.tests)
+
+    def _of_pace(self, slow):
+        return [test for test in self.tests if (test.seconds > _SLOW) == slow]
+
+    def seconds(self, slow):
+        """What its slow tests take, or the others."""
+        return sum(test.seconds for test in self._of_pace(slow))
 
     def _run_tests(self):
         fresh = self._record.with_suffix(".new")
@@ -67,9 +74,9 @@ class Program:
             raise TestFailure(f"{self.name} fails without a mutant ({', '.join(failed[:3]) or status}); see {self._log}")
         fresh.replace(self._record)
 
-    def lines_for(self, mutant):
-        """What the program is told to run: the quickest tests that reach the mutant, then the others."""
-        tests = sorted((test for test in self.tests if mutant.point in test.points), key=lambda test: test.seconds)
+    def lines_for(self, mutant, slow):
+        """What the program is told to run: of its slow tests that reach the mutant, or of the others, the quickest first."""
+        tests = sorted((test for test in self._of_pace(slow) if mutant.point in test.points), key=lambda test: test.seconds)
         quick = sum(test.seconds < _QUICK for test in tests)
         first = min(quick, _FIRST)
         lines = []
@@ -110,10 +117,10 @@ class _Worker:
         self._process.wait()
 
 
-def run_mutants(program, mutants, jobs, folder, report):
-    """Runs the mutants that the program reaches, its files going to a folder of each worker's own; calls
-    report(mutant, outcome) for each, and returns how many there were."""
-    lines = [(mutant, found) for mutant in mutants if (found := program.lines_for(mutant))]
+def run_mutants(program, slow, mutants, jobs, folder, report):
+    """Runs the mutants that the program's slow tests reach, or its others, its files going to a folder of each worker's
+    own; calls report(mutant, outcome) for each, and returns how many there were."""
+    lines = [(mutant, found) for mutant in mutants if (found := program.lines_for(mutant, slow))]
     workers = queue.SimpleQueue()
     for number in range(min(jobs, len(lines))):
         own = pathlib.Path(folder, f"{number}")

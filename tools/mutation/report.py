@@ -37,6 +37,11 @@ def read_explanations(folder):
     return [explanation for path in sorted(folder.glob("*.toml")) for explanation in _read_file(path)]
 
 
+def explained(explanations, mutants):
+    """The numbers of the mutants that are none."""
+    return {mutant.number for mutant in mutants for explanation in explanations if explanation.covers(mutant)}
+
+
 def _read_file(path):
     try:
         with open(path, "rb") as file:
@@ -82,8 +87,7 @@ class Report:
         self._left = left
         self._is_part = is_part
         self._outcomes = outcomes
-        self._explained = {mutant.number: explanation.why for mutant in mutants for explanation in explanations
-                           if explanation.covers(mutant)}
+        self._explained = explained(explanations, mutants)
         self._explanations = explanations
 
     def result(self, mutant):

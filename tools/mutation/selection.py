@@ -18,17 +18,21 @@ def _is_meant(file, name):
     return area_of(file) == name if name in AREAS else file.endswith(name)
 
 
+def is_named(file, names):
+    """Whether a file is among the areas and sources that are named; without names every one is."""
+    return not names or any(_is_meant(file, name) for name in names)
+
+
 def named(mutants, names):
     """Those of the areas and sources that are named, or of all."""
     for name in names:
         if not any(_is_meant(mutant.file, name) for mutant in mutants):
             raise SelectionError(f"there is nothing to change in '{name}'")
-    return [mutant for mutant in mutants if not names or any(_is_meant(mutant.file, name) for name in names)]
+    return [mutant for mutant in mutants if is_named(mutant.file, names)]
 
 
-def uncompiled(files, names):
+def uncompiled(files):
     """What the table does not hold, in a sentence."""
-    files = [file for file in files if not names or any(_is_meant(file, name) for name in names)]
     return f"not changed, as no unit test contains it: {', '.join(files)}" if files else ""
 
 

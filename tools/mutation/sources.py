@@ -72,8 +72,7 @@ def _digest(text):
 
 @functools.cache
 def _tool_digest():
-    return _digest("".join(pathlib.Path(module.__file__).read_text(encoding="utf-8") for module in (schema, cindex)) +
-                   pathlib.Path(__file__).read_text(encoding="utf-8"))
+    return _digest(pathlib.Path(schema.__file__).read_text(encoding="utf-8"))
 
 
 class Sources:
@@ -157,6 +156,9 @@ class _Cache:
         entry = json.loads(path.read_text(encoding="utf-8"))
         return Changed(**entry | {"mutants": [Mutant(**mutant) for mutant in entry["mutants"]]})
 
+    def forget(self, relative):
+        self._path(relative).unlink()
+
     def write(self, relative, changed):
         self._path(relative).write_text(json.dumps(dataclasses.asdict(changed), indent=1), encoding="utf-8")
 
@@ -185,29 +187,35 @@ def _copy_others(root, tree, files, changed):
         target.parent.mkdir(parents=True, exist_ok=True)
         shutil.copyfile(root / relative, target)
     known = set(files)
-    for path in list(tree.rglob("*")):
-        if path.is_file() and path.relative_to(tree).parts[0] != "build" and str(path.relative_to(tree)) not in known:
-            path.unlink()
+    for folder in (path for path in tree.iterdir() if path.name != "build"):
+        for path in list(folder.rglob("*")):
+            if path.is_file() and str(path.relative_to(tree)) not in known:
+                path.unlink()
 
 
-def write_changed(root, build, tree, jobs):
-    """Writes the changed repository into `tree`, and keeps beside it what was made of each file. Returns that by file,
-    and the files that are not compiled, whose code nothing can change."""
+def write_changed(root, build, tree, jobs, is_wanted):
+    """Writes the changed repository into `tree`, and keeps beside it what was made of each file. A file that is not wanted
+    is changed only where that was done before and holds. Returns what was made of the files that are wanted, and those
+    among them that are not compiled, whose code nothing can change."""
     files = repository_files(root)
     sources = _sources(root, build)
     cache = _Cache(tree.with_name(f"{tree.name}-files"))
-    wanted = [file for file in files if pathlib.Path(file).suffix in (".cpp", ".h") and area_of(file)]
-    known = {file: found for file in wanted if sources.options(file) and (found := cache.read(file))}
-    free = iter(sorted(set(range(_BLOCK, _BLOCK * (2 * len(wanted) + 1), _BLOCK)) - {found.first for found in known.values()}))
-    stale = [file for file in wanted if sources.options(file) and not (
-        file in known and (tree / file).is_file() and
-        known[file].inputs == sources.digests(known[file].inputs.keys() - {"options", "tool"}, file))]
+    ours = [file for file in files if pathlib.Path(file).suffix in (".cpp", ".h") and area_of(file)]
+    compiled = [file for file in ours if sources.options(file)]
+    known = {file: found for file in compiled if (found := cache.read(file))}
+    used = {found.first for found in known.values()}
+    free = (first for first in range(_BLOCK, _BLOCK * 512, _BLOCK) if first not in used)
+    valid = {file: found for file, found in known.items() if (tree / file).is_file() and
+             found.inputs == sources.digests(found.inputs.keys() - {"options", "tool"}, file)}
     with concurrent.futures.ProcessPoolExecutor(jobs) as pool:
         started = [pool.submit(_change, root, build, file, known[file].first if file in known else next(free))
-                   for file in stale]
+                   for file in compiled if file not in valid and is_wanted(file)]
         for done in concurrent.futures.as_completed(started):
-            file, text, known[file] = done.result()
-            cache.write(file, known[file])
+            file, text, valid[file] = done.result()
+            cache.write(file, valid[file])
             _write_if_new(tree / file, text)
-    _copy_others(root, tree, files, known)
-    return {file: known[file] for file in wanted if file in known}, [file for file in wanted if file not in known]
+    for file in known.keys() - valid.keys():
+        cache.forget(file)
+    _copy_others(root, tree, files, valid)
+    return ({file: valid[file] for file in compiled if is_wanted(file)},
+            [file for file in ours if file not in compiled and is_wanted(file)])
