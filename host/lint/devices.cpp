@@ -24,6 +24,11 @@ std::vector<const Structure*> UpToRepeatedKey(std::vector<const Structure*> devi
 
 }  // namespace
 
+bool IsDummy(std::string_view text) {
+  return devices::IsDummy(
+      smbios::Text(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+}
+
 Key KeyOf(const Structure& device) {
   const devices::Key key = devices::KeyOf(device);
   Key copy;

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <Library/TvqDeviceLib.h>
@@ -15,6 +16,9 @@
 #include "host/lint/subject.h"
 
 namespace tvq::lint {
+
+// Whether a serial number, part number or tag of the table tells no part from another.
+bool IsDummy(std::string_view text);
 
 // What tells a device from others of its kind.
 using Key = std::array<std::uint8_t, sizeof(devices::Key::Data)>;

@@ -5,13 +5,33 @@
  */
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
+#include <vector>
 
 #include "host/lint/families.h"
+#include "host/lint/fqdd_map.h"
 #include "host/lint/smbios.h"
 
 namespace tvq::lint {
 namespace {
+
+// Other makers use the type for other things. It is ours in a table with our FQDD map, and where it
+// begins as an extension does.
+bool IsOurs(const Subject& subject, const Structure& structure) {
+  const Structure* device =
+      subject.FindHandle(structure.GetHandle(SMBIOS_FIELD(226, Type17Handle)));
+  return HasFqddMap(subject) || (device != nullptr && device->Type() == kMemoryDevice);
+}
+
+std::vector<const Structure*> Extensions(const Subject& subject) {
+  std::vector<const Structure*> extensions = subject.SeenOfType(kDimmExtension);
+  extensions.erase(
+      std::remove_if(extensions.begin(), extensions.end(),
+                     [&](const Structure* structure) { return !IsOurs(subject, *structure); }),
+      extensions.end());
+  return extensions;
+}
 
 bool IsLongEnough(const Structure& extension) {
   return extension.Length() >= SMBIOS_FIELD(226, ProductID).End();
@@ -23,12 +43,12 @@ bool IsListed(const Structure& extension) {
 }
 
 void CheckLayout(const Subject& subject, Report& report) {
-  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+  for (const Structure* extension : Extensions(subject)) {
     if (extension->Length() >= smbios::kHeaderSize && !IsLongEnough(*extension)) {
       report.At(
           *extension,
           fmt::format("the structure has {} bytes, and the driver reads 13, the last ones out "
-                      "of its texts; it may be another maker's",
+                      "of its texts",
                       extension->Length()),
           "use type 226 for the extension of memory devices alone, with 13 bytes");
     }
@@ -36,7 +56,7 @@ void CheckLayout(const Subject& subject, Report& report) {
 }
 
 void CheckFirmware(const Subject& subject, Report& report) {
-  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+  for (const Structure* extension : Extensions(subject)) {
     if (IsLongEnough(*extension) && !IsListed(*extension)) {
       report.At(*extension,
                 fmt::format("string {} for the firmware version is not there: the driver ignores "
@@ -62,13 +82,12 @@ std::string ReasonUnread(const Subject& subject, const Structure* device) {
 }
 
 void CheckDevice(const Subject& subject, Report& report) {
-  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+  for (const Structure* extension : Extensions(subject)) {
     const std::uint16_t handle = extension->GetHandle(SMBIOS_FIELD(226, Type17Handle));
     const std::string reason = ReasonUnread(subject, subject.FindHandle(handle));
     if (IsListed(*extension) && !reason.empty()) {
       report.At(*extension,
-                fmt::format("{} is {}: no record takes anything from this structure, which may be "
-                            "another maker's",
+                fmt::format("{} is {}: no record takes anything from this structure",
                             HandleName(handle), reason),
                 "name the handle of a populated memory device (type 17)");
     }
@@ -77,7 +96,7 @@ void CheckDevice(const Subject& subject, Report& report) {
 
 void CheckRepeated(const Subject& subject, Report& report) {
   std::map<std::uint16_t, const Structure*> owners;
-  for (const Structure* extension : subject.SeenOfType(kDimmExtension)) {
+  for (const Structure* extension : Extensions(subject)) {
     if (!IsListed(*extension)) {
       continue;
     }
@@ -98,8 +117,10 @@ constexpr Rule kRules[] = {
      "A structure of type 226 is shorter than an extension of a memory device.",
      "The driver takes every structure of type 226 for an extension: the handle of the memory "
      "device at 04h, the number of the firmware version's string at 06h, component ID at 07h and "
-     "product ID at 0Bh. It does not test the length; in a shorter structure, which other makers "
-     "use for other things, it reads texts as numbers.",
+     "product ID at 0Bh. It does not test the length; in a shorter structure it reads texts as "
+     "numbers. Other makers use the type for other things: a structure that does not begin with "
+     "the "
+     "handle of a memory device is left alone where the table has no FQDD map.",
      "Use type 226 for extensions of memory devices alone.",
      "[dimm-extension]\nlength = 0x08\ndevice = @dimm1\nfirmware-version = \"1.0\"\n", CheckLayout},
     {"extension-firmware", Severity::kWarning, kDriver,

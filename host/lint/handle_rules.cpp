@@ -157,12 +157,14 @@ constexpr Rule kRules[] = {
      "Fields such as the memory array of a memory device hold the handle of another structure. "
      "Readers that follow one that is not there show nothing, or fail.",
      "Name the structure, or FFFFh for none.",
-     "[memory-device like @dimm1]\nlocator = \"A2\"\narray = 0x0DEA\n", CheckMissing},
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial = \"7A2C0002\"\narray = 0x0DEA\n",
+     CheckMissing},
     {"reference-type", Severity::kError, kTable,
      "A field refers to a structure of another type than it should.",
      "The standard says for each field of what type the structure is that it refers to.",
      "Name a structure of the right type, or FFFFh for none.",
-     "[memory-device like @dimm1]\nlocator = \"A2\"\narray = @cpu1\n", CheckType},
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial = \"7A2C0002\"\narray = @cpu1\n",
+     CheckType},
 };
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include "host/lint/lint.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "host/lint/causes.h"
 #include "host/lint/families.h"
 
 namespace tvq::lint {
@@ -16,8 +18,8 @@ std::vector<const Rule*> CollectRules() {
   std::vector<const Rule*> rules;
   for (const Rules& family :
        {EntryPointRules(), StructureRules(), HandleRules(), StringRules(), StandardRules(),
-        FqddRules(), SystemRules(), ProcessorRules(), PpinRules(), LocatorRules(), ModuleRules(),
-        ExtensionRules(), DocumentRules()}) {
+        FqddRules(), SystemRules(), IdentityRules(), ProcessorRules(), PpinRules(), LocatorRules(),
+        ModuleRules(), SlotRules(), ExtensionRules(), DocumentRules()}) {
     for (const Rule& rule : family) {
       rules.push_back(&rule);
     }
@@ -69,10 +71,13 @@ std::vector<Finding> Examine(const Subject& subject, const Selection& selection)
     }
   }
   std::vector<Finding> findings = report.Take();
-  std::stable_sort(findings.begin(), findings.end(), [](const Finding& left, const Finding& right) {
-    return left.place.offset < right.place.offset;
-  });
-  return findings;
+  const auto order = [](const Finding& finding) {
+    return std::pair(!IsAboutStandard(*finding.rule), finding.place.offset);
+  };
+  std::stable_sort(
+      findings.begin(), findings.end(),
+      [&](const Finding& left, const Finding& right) { return order(left) < order(right); });
+  return ArrangeByFault(std::move(findings));
 }
 
 }  // namespace tvq::lint

@@ -37,7 +37,8 @@ class Selection {
   std::vector<bool> mIsSelected;  // in the order of AllRules
 };
 
-// The findings in the order of their places, those about the whole table first.
+// The findings in the order of their places, those about the whole table first; what goes against
+// the standard comes before what matters to the driver alone.
 std::vector<Finding> Examine(const Subject& subject, const Selection& selection);
 
 }  // namespace tvq::lint

@@ -92,7 +92,7 @@ constexpr Rule kRules[] = {
     {"locator-prefix", Severity::kWarning, kDriver,
      "\"DIMM_\" stands in a locator, but not at its start.",
      "Where \"DIMM_\" is found anywhere in the locator, the driver skips five characters from the "
-     "start of the locator, not from where it was found: \"CPU1_DIMM_A1\" becomes \"_DI\".",
+     "start of the locator, not from where it was found: \"CPU1_DIMM_A1\" becomes \"DIM\".",
      "Begin the locator with \"DIMM_\", or leave it out.",
      "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_A2\"\nserial  = \"7A2C0002\"\n",
      CheckLocatorPrefix},

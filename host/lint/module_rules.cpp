@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <map>
+#include <utility>
 
 #include "host/lint/devices.h"
 #include "host/lint/families.h"
@@ -33,13 +34,8 @@ std::string_view Trimmed(std::string_view text) {
              : text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-bool IsPlaceholder(std::string_view text) {
-  return devices::IsDummy(
-      smbios::Text(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
-}
-
-bool IsPlaceholderAt(const Structure& module, StringField field) {
-  return !module.IsStringMissing(field) && IsPlaceholder(module.TextOrEmpty(field));
+bool IsDummyAt(const Structure& module, StringField field) {
+  return !module.IsStringMissing(field) && IsDummy(module.TextOrEmpty(field));
 }
 
 std::string Value(const Structure& module, StringField field) {
@@ -49,7 +45,7 @@ std::string Value(const Structure& module, StringField field) {
 
 void CheckSerialPlaceholder(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    if (IsPlaceholderAt(*module, kSerial)) {
+    if (IsDummyAt(*module, kSerial)) {
       report.At(*module,
                 fmt::format("the serial number {}: a replacement by a module of the same part "
                             "number cannot be told",
@@ -61,7 +57,7 @@ void CheckSerialPlaceholder(const Subject& subject, Report& report) {
 
 void CheckPartPlaceholder(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
-    if (IsPlaceholderAt(*module, kPartNumber)) {
+    if (IsDummyAt(*module, kPartNumber)) {
       report.At(*module,
                 fmt::format("the part number {}: a replacement can be told by the serial number "
                             "alone",
@@ -74,7 +70,7 @@ void CheckPartPlaceholder(const Subject& subject, Report& report) {
 void CheckSerialLong(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
     const std::string_view serial = module->TextOrEmpty(kSerial);
-    if (serial.size() > kSerialLength && !IsPlaceholder(serial)) {
+    if (serial.size() > kSerialLength && !IsDummy(serial)) {
       report.At(*module,
                 fmt::format("serial number {} has {} characters: blob and document keep the first "
                             "{}, {}",
@@ -85,15 +81,42 @@ void CheckSerialLong(const Subject& subject, Report& report) {
   }
 }
 
+// Makers number their modules each for themselves.
+using Identity = std::pair<std::string_view, std::string_view>;
+
+Identity IdentityOf(const Structure& module) {
+  return {module.TextOrEmpty(SMBIOS_FIELD(17, Manufacturer)), module.TextOrEmpty(kSerial)};
+}
+
+void CheckSerialRepeated(const Subject& subject, Report& report) {
+  std::map<Identity, const Structure*> owners;
+  for (const Structure* module : subject.Modules()) {
+    const Identity identity = IdentityOf(*module);
+    if (IsDummy(identity.second)) {
+      continue;
+    }
+    const auto [owner, isNew] = owners.emplace(identity, module);
+    if (!isNew) {
+      report.At(
+          *module,
+          fmt::format("serial number {} is that of {}, too, of the same maker: the two cannot "
+                      "be told apart",
+                      Quote(identity.second), HandleName(owner->second->Handle())),
+          "write the serial number of each module's SPD");
+    }
+  }
+}
+
+// Modules with the same serial number have a rule of their own.
 void CheckSerialAlike(const Subject& subject, Report& report) {
   std::map<std::string_view, const Structure*> owners;
   for (const Structure* module : subject.Modules()) {
     const std::string_view serial = module->TextOrEmpty(kSerial);
-    if (IsPlaceholder(serial)) {
+    if (IsDummy(serial)) {
       continue;
     }
     const auto [owner, isNew] = owners.emplace(serial.substr(0, kSerialLength), module);
-    if (!isNew) {
+    if (!isNew && IdentityOf(*owner->second) != IdentityOf(*module)) {
       report.At(*module,
                 fmt::format("serial number {} and that of {} are alike in their first {} "
                             "characters: an exchange of the two cannot be told",
@@ -107,7 +130,7 @@ void CheckPartBlank(const Subject& subject, Report& report) {
   for (const Structure* module : subject.Modules()) {
     const std::string_view part = Trimmed(module->TextOrEmpty(kPartNumber));
     const std::size_t blank = part.find(' ');
-    if (blank != std::string_view::npos && !IsPlaceholder(part)) {
+    if (blank != std::string_view::npos && !IsDummy(part)) {
       report.At(*module,
                 fmt::format("part number {} has a blank inside: the document keeps {}, and only "
                             "that is compared later",
@@ -146,6 +169,28 @@ void CheckMemoryShort(const Subject& subject, Report& report) {
   }
 }
 
+// In MT/s; 0 where the module does not say.
+std::uint32_t SpeedOf(const Structure& module, smbios::Field<std::uint16_t> speed,
+                      smbios::Field<std::uint32_t> extended) {
+  constexpr std::uint16_t kTooFast = 0xFFFF;
+  const std::uint16_t value = module.Get(speed);
+  return value == kTooFast ? module.Get(extended) & 0x7FFFFFFF : value;
+}
+
+void CheckSpeed(const Subject& subject, Report& report) {
+  for (const Structure* module : subject.Modules()) {
+    const std::uint32_t rated =
+        SpeedOf(*module, SMBIOS_FIELD(17, Speed), SMBIOS_FIELD(17, ExtendedSpeed));
+    const std::uint32_t configured = SpeedOf(*module, SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed),
+                                             SMBIOS_FIELD(17, ExtendedConfiguredMemorySpeed));
+    if (rated != 0 && configured > rated) {
+      report.At(
+          *module, fmt::format("the module runs at {} MT/s, and is made for {}", configured, rated),
+          "write the speed that the module is made for at 15h, and the one it runs at at 20h");
+    }
+  }
+}
+
 constexpr Rule kRules[] = {
     {"serial-placeholder", Severity::kWarning, kDriver,
      "A module has no serial number, or one that stands for none.",
@@ -170,12 +215,20 @@ constexpr Rule kRules[] = {
      "Use shorter serial numbers, or make sure that they differ in the first 14 characters.",
      "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"S/N 2024-11-7A2C0002\"\n",
      CheckSerialLong},
+    {"serial-repeated", Severity::kWarning, kBoth,
+     "Two modules of a maker have the same serial number.",
+     "A serial number is one part's. Inventories take the two modules for one, and when they "
+     "change "
+     "places, or one takes the place of the other, both look the same as before.",
+     "Write the serial number that each module's SPD has.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"  # and the serial number of A1\n",
+     CheckSerialRepeated},
     {"serial-alike", Severity::kWarning, kDriver,
      "The serial numbers of two modules are alike in the first 14 characters.",
      "Only 14 characters reach the stored document. When the two modules change places, or one "
      "takes the place of the other, both look the same as before.",
      "Write the serial number that each module's SPD has.",
-     "[memory-device like @dimm1]\nlocator = \"A2\"  # and the serial number of A1\n",
+     "[memory-device like @dimm1]\nlocator      = \"A2\"\nmanufacturer = \"Another Maker\"\n",
      CheckSerialAlike},
     {"part-blank", Severity::kWarning, kDriver, "The part number of a module has a blank inside.",
      "Blanks at both ends are trimmed, and of the rest the document keeps what stands before the "
@@ -194,6 +247,16 @@ constexpr Rule kRules[] = {
      "[memory-device like @dimm1]\nlocator     = \"A2\"\nserial      = \"7A2C0002\"\n"
      "part-number = \" TVQ-D5-64G\"\n",
      CheckPartLeadingBlank},
+    {"speed-above-rated", Severity::kWarning, kTable, "A module runs faster than it is made for.",
+     "The configured speed at 20h is above the speed at 15h, which is the highest that the module "
+     "is "
+     "made for (SMBIOS 7.18). Either the module is overclocked, or one of the two is something "
+     "else: "
+     "a clock in MHz beside a rate in MT/s, say.",
+     "Write the speed that the module is made for at 15h, and the one that it runs at at 20h.",
+     "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"7A2C0002\"\n"
+     "array   = 0xFFFF\nspeed   = 2400\nconfigured-speed = 2666\n",
+     CheckSpeed},
     {"memory-short", Severity::kWarning, kDriver,
      "A memory device is too short for the fields that the driver reads from it.",
      "The configured speed at 20h is read whatever the length of the structure, and ten fields "

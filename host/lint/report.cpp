@@ -5,27 +5,42 @@
  */
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "host/lint/rule.h"
 #include "host/table/layout.h"
 #include "host/table/text.h"
 
 namespace tvq::lint {
 
+Severity SeverityOf(const Finding& finding) {
+  Severity gravest = finding.rule->severity;
+  for (const Finding& consequence : finding.consequences) {
+    gravest = std::max(gravest, SeverityOf(consequence));
+  }
+  return gravest;
+}
+
+bool IsAboutStandard(const Rule& rule) {
+  return (rule.profiles & kTable) != 0;
+}
+
 void Report::Add(Place place, std::string message, std::string advice) {
-  mFindings.push_back({mRule, place, std::move(message), std::move(advice)});
+  mFindings.push_back({mRule, place, std::move(message), std::move(advice), {}, {}});
 }
 
 void Report::At(const Structure& structure, std::string message, std::string advice) {
-  Add({mBase + structure.Offset(), false, structure.Type(), structure.Handle()}, std::move(message),
-      std::move(advice));
+  Add({mBase + structure.Offset(), false, structure.Type(), structure.Handle(), structure.Size()},
+      std::move(message), std::move(advice));
 }
 
 void Report::AtEntryPoint(std::size_t offset, std::string message, std::string advice) {
-  Add({offset, true, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+  Add({offset, true, std::nullopt, std::nullopt, 0}, std::move(message), std::move(advice));
 }
 
 void Report::AtByte(std::size_t offset, std::string message, std::string advice) {
-  Add({mBase + offset, false, std::nullopt, std::nullopt}, std::move(message), std::move(advice));
+  Add({mBase + offset, false, std::nullopt, std::nullopt, 0}, std::move(message),
+      std::move(advice));
 }
 
 void Report::OnTable(std::string message, std::string advice) {

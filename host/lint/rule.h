@@ -49,14 +49,30 @@ struct Place {
   bool isInEntryPoint = false;
   std::optional<std::uint8_t> type;  // of the structure
   std::optional<std::uint16_t> handle;
+  std::size_t size = 0;  // of the structure in bytes, its strings included
 };
 
+// The same fault at another place.
+struct Occurrence {
+  Place place;
+  std::string message;
+};
+
+// One fault, however often it shows.
 struct Finding {
   const Rule* rule;
   Place place;
   std::string message;  // what is the case, and what will happen
   std::string advice;   // what to change
+  std::vector<Occurrence> alike = {};
+  std::vector<Finding> consequences = {};  // what would not be there without it
 };
+
+// As grave as the gravest of its consequences.
+Severity SeverityOf(const Finding& finding);
+// Whether any table with this fault goes against the standard; otherwise it matters to the driver
+// alone.
+bool IsAboutStandard(const Rule& rule);
 
 // Takes the findings of one rule after the other.
 class Report {

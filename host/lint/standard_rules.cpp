@@ -5,20 +5,21 @@
  */
 #include <fmt/format.h>
 
+#include "host/lint/devices.h"
 #include "host/lint/families.h"
-#include "host/table/layout.h"
 #include "host/lint/smbios.h"
+#include "host/table/layout.h"
 
 namespace tvq::lint {
 namespace {
 
-// Types that every table has to have (SMBIOS 6.2).
+// Types that every table has to have (SMBIOS 6.2). The standard lists slots (type 9) among them, of
+// which there are as many as the machine has: none, in many.
 constexpr std::uint8_t kRequired[] = {kBios,
                                       kSystem,
                                       kChassis,
                                       kProcessor,
                                       kCache,
-                                      kSlot,
                                       kMemoryArray,
                                       kMemoryDevice,
                                       SMBIOS_TYPE_MEMORY_ARRAY_MAPPED_ADDRESS,
@@ -46,87 +47,152 @@ void CheckEnd(const Subject& subject, Report& report) {
   }
 }
 
-// The field that a structure goes up to at least, from a version of the standard on. The last line
-// that applies counts.
+// The field that structures of a type go up to at least, in the first version of the standard that
+// has the type.
 struct MinimumLength {
-  table::Version since;
   std::uint8_t type;
   std::size_t length;
 
   template <typename Value>
-  constexpr MinimumLength(table::Version version, smbios::Field<Value> lastField)
-      : since(version), type(lastField.Type), length(lastField.End()) {}
+  constexpr MinimumLength(smbios::Field<Value> lastField)
+      : type(lastField.Type), length(lastField.End()) {}
 };
 
 constexpr MinimumLength kMinimumLengths[] = {
-    {{2, 0}, SMBIOS_FIELD(0, BiosCharacteristics)},
-    {{2, 4}, SMBIOS_FIELD(0, EmbeddedControllerFirmwareMinorRelease)},
-    {{3, 1}, SMBIOS_FIELD(0, ExtendedBiosSize)},
-    {{2, 0}, SMBIOS_FIELD(1, SerialNumber)},
-    {{2, 1}, SMBIOS_FIELD(1, WakeUpType)},
-    {{2, 4}, SMBIOS_FIELD(1, Family)},
-    {{2, 0}, SMBIOS_FIELD(2, SerialNumber)},
-    {{2, 0}, SMBIOS_FIELD(3, AssetTag)},
-    {{2, 1}, SMBIOS_FIELD(3, SecurityStatus)},
-    {{2, 0}, SMBIOS_FIELD(4, ProcessorUpgrade)},
-    {{2, 1}, SMBIOS_FIELD(4, L3CacheHandle)},
-    {{2, 3}, SMBIOS_FIELD(4, PartNumber)},
-    {{2, 5}, SMBIOS_FIELD(4, ProcessorCharacteristics)},
-    {{2, 6}, SMBIOS_FIELD(4, ProcessorFamily2)},
-    {{3, 0}, SMBIOS_FIELD(4, ThreadCount2)},
-    {{2, 0}, SMBIOS_FIELD(7, CurrentSRAMType)},
-    {{2, 1}, SMBIOS_FIELD(7, Associativity)},
-    {{3, 1}, SMBIOS_FIELD(7, InstalledSize2)},
-    {{2, 0}, SMBIOS_FIELD(8, PortType)},
-    {{2, 0}, SMBIOS_FIELD(9, SlotCharacteristics1)},
-    {{2, 1}, SMBIOS_FIELD(9, SlotCharacteristics2)},
-    {{2, 6}, SMBIOS_FIELD(9, DevFuncNum)},
-    {{3, 2}, SMBIOS_FIELD(9, PeerGroupingCount)},
-    {{2, 0}, SMBIOS_FIELD(11, StringCount)},
-    {{2, 0}, SMBIOS_FIELD(12, StringCount)},
-    {{2, 0}, SMBIOS_FIELD(13, CurrentLanguages)},
-    {{2, 0}, SMBIOS_FIELD(14, GroupName)},
-    {{2, 1}, SMBIOS_FIELD(16, NumberOfMemoryDevices)},
-    {{2, 7}, SMBIOS_FIELD(16, ExtendedMaximumCapacity)},
-    {{2, 1}, SMBIOS_FIELD(17, TypeDetail)},
-    {{2, 3}, SMBIOS_FIELD(17, PartNumber)},
-    {{2, 6}, SMBIOS_FIELD(17, Attributes)},
-    {{2, 7}, SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed)},
-    {{2, 8}, SMBIOS_FIELD(17, ConfiguredVoltage)},
-    {{3, 2}, SMBIOS_FIELD(17, LogicalSize)},
-    {{3, 3}, SMBIOS_FIELD(17, ExtendedConfiguredMemorySpeed)},
-    {{3, 7}, smbios::kRcdRevisionNumber},
-    {{2, 1}, SMBIOS_FIELD(19, PartitionWidth)},
-    {{2, 7}, SMBIOS_FIELD(19, ExtendedEndingAddress)},
-    {{2, 1}, SMBIOS_FIELD(20, InterleavedDataDepth)},
-    {{2, 7}, SMBIOS_FIELD(20, ExtendedEndingAddress)},
-    {{2, 3}, SMBIOS_FIELD(32, BootStatus)},
-    {{2, 3}, SMBIOS_FIELD(38, BaseAddress)},
-    {{2, 3}, SMBIOS_FIELD(39, PowerSupplyCharacteristics)},
-    {{2, 6}, SMBIOS_FIELD(41, DevFuncNum)},
-    {{2, 2}, SMBIOS_FIELD(127, Hdr)},
+    SMBIOS_FIELD(0, BiosCharacteristics),
+    SMBIOS_FIELD(1, SerialNumber),
+    SMBIOS_FIELD(2, SerialNumber),
+    SMBIOS_FIELD(3, AssetTag),
+    SMBIOS_FIELD(4, ProcessorUpgrade),
+    SMBIOS_FIELD(7, CurrentSRAMType),
+    SMBIOS_FIELD(8, PortType),
+    SMBIOS_FIELD(9, SlotCharacteristics1),
+    SMBIOS_FIELD(11, StringCount),
+    SMBIOS_FIELD(12, StringCount),
+    SMBIOS_FIELD(13, CurrentLanguages),
+    SMBIOS_FIELD(14, GroupName),
+    SMBIOS_FIELD(16, NumberOfMemoryDevices),
+    SMBIOS_FIELD(17, TypeDetail),
+    SMBIOS_FIELD(19, PartitionWidth),
+    SMBIOS_FIELD(20, InterleavedDataDepth),
+    SMBIOS_FIELD(32, BootStatus),
+    SMBIOS_FIELD(38, BaseAddress),
+    SMBIOS_FIELD(39, PowerSupplyCharacteristics),
+    SMBIOS_FIELD(41, DevFuncNum),
+    SMBIOS_FIELD(127, Hdr),
 };
 
-std::size_t MinimumOf(std::uint8_t type, table::Version version) {
-  std::size_t length = 0;
-  for (const MinimumLength& minimum : kMinimumLengths) {
-    if (minimum.type == type && minimum.since <= version) {
-      length = minimum.length;
+void CheckShort(const Subject& subject, Report& report) {
+  for (const Structure& structure : subject.Structures()) {
+    for (const MinimumLength& minimum : kMinimumLengths) {
+      if (minimum.type == structure.Type() && structure.IsWellFormed() &&
+          structure.Length() < minimum.length) {
+        report.At(structure,
+                  fmt::format("the structure has {:02X}h bytes, and the first version of the "
+                              "standard that has this type asks for {:02X}h",
+                              structure.Length(), minimum.length),
+                  "add the missing fields");
+      }
     }
   }
-  return length;
 }
 
-void CheckShort(const Subject& subject, Report& report) {
+// What a later version of the standard added to a type, for those machines that have it.
+struct Addition {
+  table::Version since;
+  std::uint8_t type;
+  std::size_t end;
+  std::string_view subject;
+  bool (*isWanted)(const Structure& structure);
+
+  template <typename Value>
+  constexpr Addition(table::Version version, smbios::Field<Value> lastField,
+                     std::string_view whatItSays, bool (*condition)(const Structure&))
+      : since(version),
+        type(lastField.Type),
+        end(lastField.End()),
+        subject(whatItSays),
+        isWanted(condition) {}
+};
+
+// Where the older field says that the newer one has the value.
+template <typename Value>
+bool Says(const Structure& structure, smbios::Field<Value> field, Value value) {
+  return structure.Has(field) && structure.Get(field) == value;
+}
+
+bool HasLargeRom(const Structure& bios) {
+  return Says(bios, SMBIOS_FIELD(0, BiosSize), UINT8{0xFF});
+}
+bool IsPopulated(const Structure& processor) {
+  return devices::IsSocketPopulated(processor.Get(SMBIOS_FIELD(4, Status)));
+}
+bool HasManyCores(const Structure& processor) {
+  return Says(processor, SMBIOS_FIELD(4, CoreCount), UINT8{0xFF}) ||
+         Says(processor, SMBIOS_FIELD(4, ThreadCount), UINT8{0xFF});
+}
+bool HasLargeCache(const Structure& cache) {
+  return Says(cache, SMBIOS_FIELD(7, InstalledSize), UINT16{0xFFFF});
+}
+bool IsInUse(const Structure& slot) {
+  return Says(slot, SMBIOS_FIELD(9, CurrentUsage), UINT8{0x04});
+}
+bool HasLargeArray(const Structure& array) {
+  return Says(array, SMBIOS_FIELD(16, MaximumCapacity), UINT32{0x80000000});
+}
+bool IsModule(const Structure& device) {
+  return devices::KindOf(device) == devices::Kind::kModule;
+}
+bool IsLargeModule(const Structure& device) {
+  return Says(device, SMBIOS_FIELD(17, Size), UINT16{0x7FFF});
+}
+bool IsFastModule(const Structure& device) {
+  return IsModule(device) && Says(device, SMBIOS_FIELD(17, Speed), UINT16{0xFFFF});
+}
+bool IsHighArray(const Structure& address) {
+  return Says(address, SMBIOS_FIELD(19, StartingAddress), UINT32{0xFFFFFFFF});
+}
+bool IsHighDevice(const Structure& address) {
+  return Says(address, SMBIOS_FIELD(20, StartingAddress), UINT32{0xFFFFFFFF});
+}
+bool Always(const Structure& structure) {
+  return static_cast<bool>(structure);
+}
+
+constexpr Addition kAdditions[] = {
+    {{3, 1}, SMBIOS_FIELD(0, ExtendedBiosSize), "the size of the ROM", HasLargeRom},
+    {{2, 1}, SMBIOS_FIELD(1, WakeUpType), "the UUID", Always},
+    {{2, 5}, SMBIOS_FIELD(4, ThreadCount), "the numbers of cores and threads", IsPopulated},
+    {{3, 0}, SMBIOS_FIELD(4, ThreadCount2), "the numbers of cores and threads", HasManyCores},
+    {{3, 1}, SMBIOS_FIELD(7, InstalledSize2), "the size", HasLargeCache},
+    {{2, 6}, SMBIOS_FIELD(9, DevFuncNum), "the PCI address", IsInUse},
+    {{2, 7}, SMBIOS_FIELD(16, ExtendedMaximumCapacity), "the capacity", HasLargeArray},
+    {{2, 3}, SMBIOS_FIELD(17, PartNumber), "speed, maker, serial and part number", IsModule},
+    {{2, 7}, SMBIOS_FIELD(17, ExtendedSize), "the size", IsLargeModule},
+    {{2, 7}, SMBIOS_FIELD(17, ConfiguredMemoryClockSpeed), "the configured speed", IsModule},
+    {{3, 3}, SMBIOS_FIELD(17, ExtendedConfiguredMemorySpeed), "the speed", IsFastModule},
+    {{2, 7}, SMBIOS_FIELD(19, ExtendedEndingAddress), "the addresses", IsHighArray},
+    {{2, 7}, SMBIOS_FIELD(20, ExtendedEndingAddress), "the addresses", IsHighDevice},
+};
+
+void CheckOlder(const Subject& subject, Report& report) {
   const table::Version version = subject.Version();
   for (const Structure& structure : subject.Structures()) {
-    const std::size_t minimum = MinimumOf(structure.Type(), version);
-    if (structure.IsWellFormed() && structure.Length() < minimum) {
+    std::string missed;
+    std::size_t end = 0;
+    for (const Addition& addition : kAdditions) {
+      if (addition.type == structure.Type() && addition.since <= version &&
+          structure.Length() < addition.end && addition.isWanted(structure)) {
+        missed += (missed.empty() ? "" : ", ") + std::string(addition.subject);
+        end = addition.end;
+      }
+    }
+    if (!missed.empty() && structure.IsWellFormed()) {
       report.At(structure,
-                fmt::format("the structure has {:02X}h bytes, and version {}.{} of the standard "
-                            "asks for {:02X}h",
-                            structure.Length(), version.majorNumber, version.minorNumber, minimum),
-                "add the missing fields, or state the version that the table follows");
+                fmt::format("the structure has {:02X}h bytes, fewer than version {}.{} of the "
+                            "standard has: readers miss {}",
+                            structure.Length(), version.majorNumber, version.minorNumber, missed),
+                fmt::format("add the fields up to {:02X}h", end));
     }
   }
 }
@@ -180,7 +246,8 @@ void CheckGroups(const Subject& subject, Report& report) {
 constexpr Rule kRules[] = {
     {"required-structure", Severity::kError, kTable,
      "A structure is missing that every table has to have.",
-     "The standard requires types 0, 1, 3, 4, 7, 9, 16, 17, 19 and 32 (and 127 at the end).",
+     "The standard requires types 0, 1, 3, 4, 7, 16, 17, 19 and 32 (and 127 at the end), and type "
+     "9 of machines that have slots.",
      "Add the structure.", "", CheckRequired},
     {"end-of-table-missing", Severity::kError, kTable, "The table has no end.",
      "Since version 2.2 of the standard the table ends with a structure of type 127. A 64-bit "
@@ -188,11 +255,17 @@ constexpr Rule kRules[] = {
      "what lies behind.",
      "Add a structure of type 127 as the last.", "", CheckEnd},
     {"structure-short", Severity::kWarning, kTable,
-     "A structure is shorter than the version of the table has it.",
-     "Readers take the version of the entry point for what all structures follow, and may look for "
-     "fields that are not there.",
-     "Add the missing fields, or state the version that the table follows.",
-     "[cache like @l1]\nlength = 0x13\n", CheckShort},
+     "A structure is shorter than any version of the standard has it.",
+     "Readers look for fields that are not there, some without a look at the length: they take "
+     "texts for numbers.",
+     "Add the missing fields.", "[cache like @l1]\nlength = 0x0D\n", CheckShort},
+    {"structure-older", Severity::kNote, kTable,
+     "A structure has the length of an earlier version, and readers miss something.",
+     "A structure may be shorter than the version of the table has it: readers go by its length. "
+     "This one leaves out what people look for, such as the configured speed of a module, or a "
+     "size "
+     "that its older field is too small for.",
+     "Add the fields.", "[processor like @cpu1]\nsocket = \"CPU2\"\nlength = 0x24\n", CheckOlder},
     {"string-count", Severity::kWarning, kTable,
      "A structure states another number of strings than it has.",
      "OEM strings (type 11) and configuration options (type 12) say how many strings they have. "

@@ -58,10 +58,22 @@ void CheckCut(const Subject& subject, Report& report) {
               kCapture);
   }
   const std::size_t end = structures.empty() ? 0 : structures.back().End();
-  if (end < subject.Table().size()) {
+  if (end < subject.End()) {
     report.AtByte(end,
                   fmt::format("{} behind the last structure: too few for another one",
-                              Counted(subject.Table().size() - end, "byte")),
+                              Counted(subject.End() - end, "byte")),
+                  kCapture);
+  }
+}
+
+// A header of zeros has type 0.
+void CheckPadding(const Subject& subject, Report& report) {
+  const std::size_t padding = subject.Table().size() - subject.End();
+  if (padding != 0) {
+    report.AtByte(subject.End(),
+                  fmt::format("the last {} of the table {} 0, which no structure has: readers stop "
+                              "here, and the driver goes on, with structures of type 0",
+                              Counted(padding, "byte"), padding == 1 ? "is" : "are"),
                   kCapture);
   }
 }
@@ -124,6 +136,13 @@ constexpr Rule kRules[] = {
      "The driver reads fields that are missing as 0, and strings as none. A structure of type 225 "
      "that is cut spoils the whole FQDD map.",
      "Check the length that the entry point states, or capture the table again.", "", CheckCut},
+    {"zero-padding", Severity::kError, kBoth, "The table ends in zeros.",
+     "A capture that was cut is often filled up with zeros to its full length. Readers stop there. "
+     "The driver takes zeros for structures of type 0 with handle 0: it finds more than one of "
+     "that "
+     "type, and the system's document says nothing about the firmware.",
+     "Capture the table again, or state the length that the structures have.",
+     "[end]\n[raw]\nbytes 0x00 = 00 00 00 00 00 00\n", CheckPadding},
     {"structure-unterminated", Severity::kError, kBoth,
      "The strings of the last structure have no end.",
      "The end of the table ends the search for strings: one that has no NUL is missing.",

@@ -92,8 +92,22 @@ Subject::Subject(EntryPointFacts entryPoint, table::Version version, Bytes struc
       mVersion(version),
       mTable(std::move(structures)),
       mBase(base),
+      mEnd(mTable.size()),
       mStructures(table::SplitTable(mTable, smbios::Reading::kLenient)) {
+  LeavePaddingOut();
   Survey();
+}
+
+void Subject::LeavePaddingOut() {
+  const auto lastByte =
+      std::find_if(mTable.rbegin(), mTable.rend(), [](std::uint8_t byte) { return byte != 0; });
+  const auto zeros = static_cast<std::size_t>(mTable.rend() - lastByte);
+  const auto padding =
+      std::find_if(mStructures.begin(), mStructures.end(),
+                   [&](const Structure& structure) { return structure.Offset() >= zeros; });
+  mStructures.erase(padding, mStructures.end());
+  const std::size_t end = mStructures.empty() ? 0 : mStructures.back().End();
+  mEnd = end >= zeros ? end : mTable.size();
 }
 
 void Subject::Survey() {
@@ -112,6 +126,12 @@ void Subject::Survey() {
       mModules.push_back(&structure);
     }
   }
+}
+
+Bytes Subject::BytesAt(std::size_t offset, std::size_t size) const {
+  const std::size_t at = std::min(offset - std::min(offset, mBase), mEnd);
+  const auto begin = mTable.begin() + static_cast<std::ptrdiff_t>(at);
+  return {begin, begin + static_cast<std::ptrdiff_t>(std::min(size, mEnd - at))};
 }
 
 std::vector<const Structure*> Subject::SeenOfType(std::uint8_t type) const {

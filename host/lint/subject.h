@@ -51,8 +51,14 @@ class Subject {
   const EntryPointFacts& EntryPoint() const { return mEntryPoint; }
   table::Version Version() const { return mVersion; }
   const Bytes& Table() const { return mTable; }
+  // Where zeros begin that fill the rest of the table, which are no structures; the size of the table
+  // where there are none.
+  std::size_t End() const { return mEnd; }
   // What to add to an offset in the table to have it in the file.
   std::size_t Base() const { return mBase; }
+
+  // What is examined, zeros at the end left out: bytes of the file from `offset` on.
+  Bytes BytesAt(std::size_t offset, std::size_t size) const;
 
   // All structures.
   const std::vector<Structure>& Structures() const { return mStructures; }
@@ -70,12 +76,14 @@ class Subject {
   const std::vector<Document>& Documents() const { return mDocuments; }
 
  private:
+  void LeavePaddingOut();
   void Survey();
 
   EntryPointFacts mEntryPoint;
   table::Version mVersion;
   Bytes mTable;
   std::size_t mBase;
+  std::size_t mEnd;
   std::vector<Structure> mStructures;
   std::vector<const Structure*> mSeen;
   std::vector<const Structure*> mProcessors;

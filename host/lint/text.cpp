@@ -54,6 +54,19 @@ std::string Indent(std::string_view text, std::string_view indent) {
   return indented;
 }
 
+// "dump.bin:0x0314"
+std::string Where(const FileNames& files, const Place& place) {
+  const std::string& file = place.isInEntryPoint ? files.entryPoint : files.table;
+  return place.offset ? fmt::format("{}:0x{:04X}", file, *place.offset) : file;
+}
+
+// "type 17, handle 0x000C: "; empty for what is no structure's.
+std::string Whose(const Place& place) {
+  return place.type && place.handle
+             ? fmt::format("type {}, {}: ", *place.type, HandleName(*place.handle))
+             : "";
+}
+
 }  // namespace
 
 std::string_view NameOf(Severity severity) {
@@ -69,28 +82,53 @@ std::string_view NameOf(Severity severity) {
 }
 
 std::string_view NameOf(Profile profile) {
-  return profile == kTable ? "table" : "driver";
+  return profile == kBoth ? "all" : profile == kTable ? "table" : "driver";
+}
+
+Profile LeftOut(Profile profile) {
+  return profile == kTable ? kDriver : kTable;
 }
 
 std::string FormatFinding(const FileNames& files, const Finding& finding,
                           std::string_view severity) {
-  const Place& place = finding.place;
-  std::string line = place.isInEntryPoint ? files.entryPoint : files.table;
-  if (place.offset) {
-    line += fmt::format(":0x{:04X}", *place.offset);
+  return fmt::format("{}: {}: {}{}; {} [{}]", Where(files, finding.place), severity,
+                     Whose(finding.place), finding.message, finding.advice, finding.rule->name);
+}
+
+std::string FormatConsequence(const FileNames& files, const Finding& finding,
+                              std::string_view severity) {
+  return fmt::format("{}: {}: {}{} [{}]", Where(files, finding.place), severity,
+                     Whose(finding.place), finding.message, finding.rule->name);
+}
+
+std::string FormatOccurrence(const FileNames& files, const Occurrence& occurrence) {
+  return fmt::format("{}: {}{}", Where(files, occurrence.place), Whose(occurrence.place),
+                     occurrence.message);
+}
+
+std::string FormatAlike(const Finding& finding, std::size_t limit) {
+  std::vector<std::uint16_t> handles;
+  std::size_t here = 0;
+  for (const Occurrence& occurrence : finding.alike) {
+    if (occurrence.place.offset == finding.place.offset) {
+      ++here;
+    } else if (handles.empty() || handles.back() != occurrence.place.handle) {
+      handles.push_back(*occurrence.place.handle);
+    }
   }
-  line += fmt::format(": {}: ", severity);
-  if (place.type && place.handle) {
-    line += fmt::format("type {}, {}: ", *place.type, HandleName(*place.handle));
+  std::string text = here == 0 ? "" : fmt::format("{} more in this structure", here);
+  for (std::size_t i = 0; i < std::min(limit, handles.size()); ++i) {
+    text += (text.empty() ? "" : ", ") + HandleName(handles[i]);
   }
-  return line + fmt::format("{}; {} [{}]", finding.message, finding.advice, finding.rule->name);
+  return handles.size() <= limit ? text
+                                 : text + fmt::format(" and {} more", handles.size() - limit);
 }
 
 std::string FormatCounts(const std::vector<Finding>& findings) {
   std::string counts;
   for (const Severity severity : kSeverities) {
     const auto count = std::count_if(findings.begin(), findings.end(), [&](const Finding& finding) {
-      return finding.rule->severity == severity;
+      return SeverityOf(finding) == severity;
     });
     if (count != 0) {
       counts +=

@@ -19,6 +19,8 @@ constexpr std::array<Severity, 3> kSeverities = {Severity::kError, Severity::kWa
                                                  Severity::kNote};
 std::string_view NameOf(Severity severity);
 std::string_view NameOf(Profile profile);
+// The profile whose rules a run for this one leaves out.
+Profile LeftOut(Profile profile);
 
 // Where a finding says that it is.
 struct FileNames {
@@ -26,12 +28,21 @@ struct FileNames {
   std::string entryPoint;
 };
 
-// One line, as compilers print them, without a line feed. `severity` is the word for how grave it is,
-// which a terminal may show in colour.
+// One line, as compilers print them, without a line feed: the fault where it shows first. `severity`
+// is the word for how grave it is, which a terminal may show in colour.
 std::string FormatFinding(const FileNames& files, const Finding& finding,
                           std::string_view severity);
+// The same, without what to change: mending the cause mends it.
+std::string FormatConsequence(const FileNames& files, const Finding& finding,
+                              std::string_view severity);
+// The same fault at another place.
+std::string FormatOccurrence(const FileNames& files, const Occurrence& occurrence);
 
-// How many findings there are of each severity: "1 error, 2 warnings"; empty for none.
+// Where else the fault shows, with up to so many handles: "handle 0x0012, handle 0x0013 and 5 more".
+std::string FormatAlike(const Finding& finding, std::size_t limit);
+
+// How many findings there are of each severity, without their consequences: "1 error, 2 warnings";
+// empty for none.
 std::string FormatCounts(const std::vector<Finding>& findings);
 
 // One line for each rule.

@@ -12,6 +12,7 @@
 #include <ostream>
 
 #include "host/cli/input/input.h"
+#include "host/cli/commands/lint_baseline.h"
 #include "host/cli/commands/lint_report.h"
 #include "host/cli/input/table_input.h"
 #include "host/lint/lint.h"
@@ -22,13 +23,20 @@ namespace {
 
 constexpr CommandText kText = {
     "lint", "Says what in a table the driver or its agent will trip over",
-    "One line for each finding: where it is in the file, how grave it is, which structure, what\n"
-    "will happen, what to change, and the rule. The profile says who reads the table: the driver,\n"
-    "or anybody who goes by the SMBIOS standard (table). RULE is the name of a rule or 'all';\n"
-    "--disable all --enable RULE looks for one thing alone.",
+    "One line for each fault: where it is in the file, how grave it is, which structure, what "
+    "will\n"
+    "happen, what to change, and the rule. Below it stands where else it shows, and what follows "
+    "from\n"
+    "it. The profile says who reads the table: the driver, anybody who goes by the SMBIOS "
+    "standard\n"
+    "(table), or both (all). RULE is the name of a rule or 'all'; --disable all --enable RULE "
+    "looks\n"
+    "for one thing alone.",
     "  sudo tvq lint\n"
     "  tvq lint dump.bin\n"
     "  tvq lint --profile table --fail-on error dump.bin\n"
+    "  tvq lint --json dump.bin > known.json; tvq lint --baseline known.json dump.bin\n"
+    "  tvq lint --profile all --format sarif dump.bin > dump.sarif\n"
     "  tvq lint --explain locator-clash\n",
     "0 nothing was found; 1 something was, that is as grave as --fail-on says;\n"
     "2 there is no table that can be used, or the command line is wrong."};
@@ -39,6 +47,12 @@ constexpr std::size_t kUsualMaximum = 8;
 constexpr std::size_t kBlobFrame = 81;
 constexpr std::size_t kConfigurationBlob = 1;
 
+enum class Format {
+  kText,
+  kJson,
+  kSarif,
+};
+
 struct LintOptions {
   TableOptions table;
   lint::Profile profile = lint::kDriver;
@@ -47,8 +61,11 @@ struct LintOptions {
   std::vector<std::string> disable;
   std::size_t maximum = kUsualMaximum;
   std::string explain;
+  std::string baseline;
+  Format format = Format::kText;
   bool list = false;
   bool json = false;
+  bool hex = false;
 };
 
 [[noreturn]] void ThrowUnknownRule(const std::string& name) {
@@ -128,6 +145,31 @@ lint::Subject ReadSubject(const TableBytes& bytes, const TableOptions& options,
   return std::move(*subject);
 }
 
+void LeaveKnownOut(const LintOptions& options, LintReport& report) {
+  if (options.baseline.empty()) {
+    return;
+  }
+  const std::vector<uint8_t> text =
+      ReadFile(options.baseline, "`tvq lint --json TABLE > FILE` writes what is known into a file");
+  LintBaseline baseline({text.begin(), text.end()}, options.baseline);
+  report.baseline = options.baseline;
+  report.findings = baseline.KeepNew(std::move(report.findings), report.known);
+}
+
+void Print(const LintReport& report, const LintOptions& options, const Console& console) {
+  switch (options.json ? Format::kJson : options.format) {
+    case Format::kText:
+      PrintLines(report, options.maximum, console);
+      break;
+    case Format::kJson:
+      PrintJson(report, console);
+      break;
+    case Format::kSarif:
+      PrintSarif(report, console);
+      break;
+  }
+}
+
 ExitStatus Examine(const LintOptions& options, Console& console) {
   const lint::Selection selection = Select(options);
   const TableBytes bytes = ReadTableBytes(options.table, console);
@@ -140,14 +182,12 @@ ExitStatus Examine(const LintOptions& options, Console& console) {
                                        options.table.systemFolder + "/smbios_entry_point"}
                      : lint::FileNames{report.name, report.name};
   report.findings = lint::Examine(subject, selection);
-  if (options.json) {
-    PrintJson(report, console);
-  } else {
-    PrintLines(report, options.maximum, console);
-  }
+  report.bytes = options.hex ? &subject : nullptr;
+  LeaveKnownOut(options, report);
+  Print(report, options, console);
   const bool isGrave = std::any_of(
       report.findings.begin(), report.findings.end(),
-      [&](const lint::Finding& finding) { return finding.rule->severity >= options.failOn; });
+      [&](const lint::Finding& finding) { return SeverityOf(finding) >= options.failOn; });
   return isGrave ? kExitFound : kExitNothingFound;
 }
 
@@ -197,9 +237,10 @@ void AddLint(Commands& commands) {
       commands.Add(kText, [options](Console& console) { return Lint(*options, console); });
   AddTableOptions(app, options->table);
   AddTableFile(app, options->table);
-  AddChoice<lint::Profile>(app, "--profile", options->profile,
-                           {{"driver", lint::kDriver}, {"table", lint::kTable}},
-                           "Who reads the table (driver)");
+  AddChoice<lint::Profile>(
+      app, "--profile", options->profile,
+      {{"driver", lint::kDriver}, {"table", lint::kTable}, {"all", lint::kBoth}},
+      "Who reads the table (driver)");
   app.add_option("--enable", options->enable, "Look for what this rule is about, too")
       ->type_name("RULE")
       ->delimiter(',')
@@ -213,9 +254,17 @@ void AddLint(Commands& commands) {
                              {"warning", lint::Severity::kWarning},
                              {"note", lint::Severity::kNote}},
                             "End with status 1 only for findings as grave as that (note)");
-  app.add_option("--max", options->maximum, "Print no more findings of each rule, 0 for all (8)")
+  app.add_option("--max", options->maximum,
+                 "Show no more places and consequences of each fault, 0 for all (8)")
       ->type_name("N");
-  app.add_flag("--json", options->json, "Print one JSON document, with all findings");
+  app.add_option("--baseline", options->baseline,
+                 "Leave out what this document has, which --json wrote earlier")
+      ->type_name("FILE");
+  AddChoice<Format>(app, "--format", options->format,
+                    {{"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}},
+                    "How the findings are printed (text)");
+  app.add_flag("--json", options->json, "The same as --format json");
+  app.add_flag("--hex", options->hex, "Show the bytes of the structures, too");
   app.add_option("--explain", options->explain,
                  "Tell all about a rule; 'all' prints the manual of all rules in Markdown")
       ->type_name("RULE");

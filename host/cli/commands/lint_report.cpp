@@ -8,19 +8,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "host/cli/commands/lint_baseline.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// The version of the JSON document. It changes when a reader has to.
-constexpr int kSchema = 1;
+using lint::Finding;
 
 Ink InkOf(lint::Severity severity) {
   switch (severity) {
@@ -34,66 +32,182 @@ Ink InkOf(lint::Severity severity) {
   return Ink::kRed;
 }
 
+// -------------------------------------------------------------------------------------------------
+// Lines
+// -------------------------------------------------------------------------------------------------
+
+constexpr std::size_t kStep = 4;  // Blanks before what belongs to the line above.
+
+class LinePrinter {
+ public:
+  LinePrinter(const LintReport& report, std::size_t limit, const Console& console)
+      : mReport(report), mLimit(limit), mConsole(console) {}
+
+  void Print(const Finding& finding) const {
+    Line(0, FormatFinding(mReport.files, finding, Word(finding)));
+    PrintBelow(kStep, finding);
+  }
+
+ private:
+  std::string Word(const Finding& finding) const {
+    const lint::Severity severity = SeverityOf(finding);
+    return Painted(mConsole.terminal, InkOf(severity), NameOf(severity));
+  }
+
+  void Line(std::size_t indent, const std::string& text) const {
+    mConsole.out << std::string(indent, ' ') << text << '\n';
+  }
+
+  void PrintBelow(std::size_t indent, const Finding& finding) const {
+    PrintBytes(indent, finding.place);
+    PrintAlike(indent, finding);
+    const std::size_t shown =
+        mLimit == 0 ? finding.consequences.size() : std::min(mLimit, finding.consequences.size());
+    for (std::size_t i = 0; i < shown; ++i) {
+      const Finding& consequence = finding.consequences[i];
+      Line(indent, "leads to " + FormatConsequence(mReport.files, consequence, Word(consequence)));
+      PrintBelow(indent + kStep, consequence);
+    }
+    if (shown < finding.consequences.size()) {
+      Line(indent,
+           fmt::format("leads to {} more; --max 0 shows all", finding.consequences.size() - shown));
+    }
+  }
+
+  void PrintAlike(std::size_t indent, const Finding& finding) const {
+    if (mLimit != 0 && !finding.alike.empty()) {
+      Line(indent, "alike: " + FormatAlike(finding, mLimit));
+      return;
+    }
+    for (const lint::Occurrence& occurrence : finding.alike) {
+      Line(indent, "alike: " + FormatOccurrence(mReport.files, occurrence));
+      PrintBytes(indent + kStep, occurrence.place);
+    }
+  }
+
+  // Sixteen in a line, with their offset in the file and as text.
+  void PrintBytes(std::size_t indent, const lint::Place& place) const {
+    constexpr std::size_t kPerLine = 16;
+    const std::vector<std::uint8_t> bytes = BytesOf(mReport, place);
+    for (std::size_t at = 0; at < bytes.size(); at += kPerLine) {
+      std::string digits;
+      std::string text;
+      for (std::size_t i = at; i < std::min(at + kPerLine, bytes.size()); ++i) {
+        digits += fmt::format("{:02X} ", bytes[i]);
+        text += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+      }
+      Line(indent, fmt::format("0x{:04X}  {:48} {}", *place.offset + at, digits, text));
+    }
+  }
+
+  const LintReport& mReport;
+  std::size_t mLimit;
+  const Console& mConsole;
+};
+
+void PrintSummary(const LintReport& report, const Console& console) {
+  const auto line = [&](std::string_view text) {
+    console.out << fmt::format("{}: {}\n", report.name, text);
+  };
+  std::vector<Finding> groups[2];
+  for (const Finding& finding : report.findings) {
+    groups[IsAboutStandard(*finding.rule) ? 0 : 1].push_back(finding);
+  }
+  if (report.findings.empty()) {
+    line(report.baseline.empty() ? "nothing found" : "nothing new found");
+  }
+  constexpr std::string_view kTitles[] = {"against the standard: ", "for the driver alone: "};
+  for (const std::size_t group : {0, 1}) {
+    if (!groups[group].empty()) {
+      line(std::string(kTitles[group]) + lint::FormatCounts(groups[group]));
+    }
+  }
+  if (report.known != 0) {
+    line(fmt::format("{} in {} left out", report.known, report.baseline));
+  }
+  if (report.profile != lint::kBoth) {
+    line(fmt::format("profile {} left out; --profile all looks for both",
+                     NameOf(lint::LeftOut(report.profile))));
+  }
+}
+
+// -------------------------------------------------------------------------------------------------
+// JSON
+// -------------------------------------------------------------------------------------------------
+
 template <typename Value>
 Json ValueOrNull(const std::optional<Value>& value) {
   return value ? Json(*value) : Json();
 }
 
-Json ToJson(const lint::Finding& finding) {
-  const lint::Place& place = finding.place;
-  return {{"rule", std::string(finding.rule->name)},
-          {"severity", std::string(lint::NameOf(finding.rule->severity))},
-          {"in", place.isInEntryPoint ? "entry point" : "table"},
-          {"offset", ValueOrNull(place.offset)},
-          {"type", ValueOrNull(place.type)},
-          {"handle", ValueOrNull(place.handle)},
-          {"message", finding.message},
-          {"advice", finding.advice}};
+Json PlaceToJson(const LintReport& report, const lint::Place& place) {
+  Json json = {{"in", place.isInEntryPoint ? "entry point" : "table"},
+               {"offset", ValueOrNull(place.offset)},
+               {"type", ValueOrNull(place.type)},
+               {"handle", ValueOrNull(place.handle)}};
+  if (const auto bytes = BytesOf(report, place); !bytes.empty()) {
+    json["bytes"] = Hex(bytes);
+  }
+  return json;
 }
 
-std::size_t CountOf(const std::vector<lint::Finding>& findings, lint::Severity severity) {
-  return static_cast<std::size_t>(std::count_if(
-      findings.begin(), findings.end(),
-      [&](const lint::Finding& finding) { return finding.rule->severity == severity; }));
+Json ToJson(const LintReport& report, const std::vector<Finding>& findings) {
+  Json array = Json::array();
+  for (const Finding& finding : findings) {
+    Json json = {{"rule", std::string(finding.rule->name)},
+                 {"severity", std::string(NameOf(SeverityOf(finding)))},
+                 {"about", IsAboutStandard(*finding.rule) ? "standard" : "driver"}};
+    json.update(PlaceToJson(report, finding.place));
+    json["message"] = finding.message;
+    json["advice"] = finding.advice;
+    json["alike"] = Json::array();
+    for (const lint::Occurrence& occurrence : finding.alike) {
+      Json place = PlaceToJson(report, occurrence.place);
+      place["message"] = occurrence.message;
+      json["alike"].push_back(place);
+    }
+    json["consequences"] = ToJson(report, finding.consequences);
+    array.push_back(json);
+  }
+  return array;
+}
+
+std::size_t CountOf(const std::vector<Finding>& findings, lint::Severity severity) {
+  return static_cast<std::size_t>(
+      std::count_if(findings.begin(), findings.end(),
+                    [&](const Finding& finding) { return SeverityOf(finding) == severity; }));
 }
 
 }  // namespace
 
+std::vector<std::uint8_t> BytesOf(const LintReport& report, const lint::Place& place) {
+  const bool areWanted = report.bytes != nullptr && place.offset && place.size != 0;
+  return areWanted ? report.bytes->BytesAt(*place.offset, place.size) : std::vector<std::uint8_t>();
+}
+
 void PrintLines(const LintReport& report, std::size_t limit, const Console& console) {
-  std::map<const lint::Rule*, std::size_t> printed;
-  for (const lint::Finding& finding : report.findings) {
-    if (++printed[finding.rule] <= limit || limit == 0) {
-      const lint::Severity severity = finding.rule->severity;
-      console.out << lint::FormatFinding(
-                         report.files, finding,
-                         Painted(console.terminal, InkOf(severity), lint::NameOf(severity)))
-                  << '\n';
-    }
+  const LinePrinter printer(report, limit, console);
+  for (const Finding& finding : report.findings) {
+    printer.Print(finding);
   }
-  for (const auto& [rule, count] : printed) {
-    if (limit != 0 && count > limit) {
-      console.out << fmt::format("{}: {} more of [{}]; --max 0 shows them all\n", report.name,
-                                 count - limit, rule->name);
-    }
-  }
-  const std::string counts = lint::FormatCounts(report.findings);
-  console.out << fmt::format("{}: {}\n", report.name, counts.empty() ? "nothing found" : counts);
+  PrintSummary(report, console);
 }
 
 void PrintJson(const LintReport& report, const Console& console) {
-  Json findings = Json::array();
-  for (const lint::Finding& finding : report.findings) {
-    findings.push_back(ToJson(finding));
-  }
   Json summary = Json::object();
   for (const lint::Severity severity : lint::kSeverities) {
-    summary[std::string(lint::NameOf(severity))] = CountOf(report.findings, severity);
+    summary[std::string(NameOf(severity))] = CountOf(report.findings, severity);
   }
-  const Json document = {{"schema", kSchema},
-                         {"table", report.name},
-                         {"profile", std::string(lint::NameOf(report.profile))},
-                         {"findings", findings},
-                         {"summary", summary}};
+  Json document = {{"schema", kLintSchema},    {"version", kLintSchemaVersion},
+                   {"table", report.name},     {"profile", std::string(NameOf(report.profile))},
+                   {"leftOut", Json::array()}, {"findings", ToJson(report, report.findings)},
+                   {"summary", summary}};
+  if (report.profile != lint::kBoth) {
+    document["leftOut"].push_back(std::string(NameOf(lint::LeftOut(report.profile))));
+  }
+  if (!report.baseline.empty()) {
+    document["baseline"] = {{"file", report.baseline}, {"known", report.known}};
+  }
   console.out << document.dump(1) << '\n';
 }
 

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,12 +24,29 @@ struct Boundary {
   std::vector<std::string> said;  // by the rule: a piece of each finding
 };
 
+// One finding for each place of a fault, in their order.
+inline std::vector<Finding> EachPlace(const std::vector<Finding>& findings) {
+  std::vector<Finding> places;
+  for (const Finding& finding : findings) {
+    places.push_back(finding);
+    for (const Occurrence& occurrence : finding.alike) {
+      places.push_back(finding);
+      places.back().place = occurrence.place;
+      places.back().message = occurrence.message;
+    }
+  }
+  std::stable_sort(places.begin(), places.end(), [](const Finding& left, const Finding& right) {
+    return left.place.offset < right.place.offset;
+  });
+  return places;
+}
+
 // What one rule has to say.
 inline std::vector<std::string> LinesOf(std::string_view rule, const Subject& subject) {
   Selection alone(kDriver);
   alone.Disable("all");
   EXPECT_TRUE(alone.Enable(rule)) << rule;
-  return Lines(Examine(subject, alone));
+  return Lines(EachPlace(Examine(subject, alone)));
 }
 
 inline std::vector<std::string> LinesOf(std::string_view rule, const Bytes& dump) {

@@ -95,13 +95,69 @@ TEST(LintBytes, TheTableIsTooLongForA32BitEntryPoint) {
   EXPECT_THAT(LinesAbout(SoundWith(blocks, kBare)), ElementsAre(EndsWith("[table-too-long]")));
 }
 
+std::string WithoutBlock(std::string source, const std::string& begin, const std::string& next) {
+  const std::size_t at = source.find(begin);
+  return source.erase(at, source.find(next) - at);
+}
+
 TEST(LintBytes, AStructureIsMissingThatEveryTableHasToHave) {
-  std::string source = SoundWith("");
-  const std::size_t slot = source.find("[slot");
-  source.erase(slot, source.find("[memory-array") - slot);
-  EXPECT_THAT(LinesAbout(source, kTable),
-              ElementsAre("table: error: there is no structure of type 9 (slot), which every table "
-                          "has to have; add one [required-structure]"));
+  EXPECT_THAT(
+      LinesAbout(WithoutBlock(SoundWith(""), "[boot-status", "[fqdd-map"), kTable),
+      ElementsAre("table: error: there is no structure of type 32 (boot-status), which every "
+                  "table has to have; add one [required-structure]"));
+}
+
+TEST(LintBytes, AMachineNeedNotHaveSlots) {
+  EXPECT_THAT(LinesAbout(WithoutBlock(SoundWith(""), "[slot", "[memory-array"), kTable),
+              testing::IsEmpty());
+}
+
+// A bare table with zeros behind its last byte.
+Bytes PaddedWith(std::size_t zeros) {
+  Bytes table = Dump(SoundWith("", kBare));
+  table.resize(table.size() + zeros);
+  return table;
+}
+
+TEST(LintBytes, ZerosAtTheEndAreOneFinding) {
+  for (const std::size_t zeros : {2, 3, 4, 5, 1000}) {
+    EXPECT_THAT(About(PaddedWith(zeros), kTable),
+                ElementsAre(AllOf(
+                    StartsWith("table:0x026D: error: the last " + std::to_string(zeros) + " bytes"),
+                    EndsWith("[zero-padding]"))));
+  }
+  EXPECT_THAT(About(PaddedWith(1)), ElementsAre(HasSubstr("the last 1 byte of the table is 0")));
+  EXPECT_THAT(About(PaddedWith(0)), testing::IsEmpty());
+}
+
+TEST(LintBytes, ZerosAreNoPaddingInFrontOfAStructure) {
+  Bytes table = PaddedWith(6);
+  const Bytes end = {127, 4, 0xEE, 0xEE, 0, 0};
+  table.insert(table.end(), end.begin(), end.end());
+  EXPECT_THAT(About(table), testing::Not(testing::Contains(HasSubstr("[zero-padding]"))));
+}
+
+TEST(LintBytes, ATableOfZerosHasNoStructures) {
+  EXPECT_THAT(About(Bytes(64), kDriver), testing::Contains(HasSubstr("the last 64 bytes")));
+}
+
+// What was cut off is missed in many places, and there is one thing to do about it.
+TEST(LintBytes, WhatACutCaptureLacksFollowsFromIt) {
+  const Bytes whole = Dump(SoundWith(""));
+  Bytes dump(whole.begin(), whole.begin() + 0x190);  // up to the memory array
+  dump.resize(whole.size());
+  const auto findings = ExamineDump(dump, Selection(kBoth));
+  const auto cut = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.rule->name == "zero-padding";
+  });
+  ASSERT_NE(cut, findings.end());
+  std::vector<std::string_view> names;
+  for (const Finding& consequence : cut->consequences) {
+    names.push_back(consequence.rule->name);
+  }
+  EXPECT_THAT(names, testing::UnorderedElementsAre("entry-point-count", "end-of-table-missing",
+                                                   "required-structure", "required-structure",
+                                                   "required-structure", "required-structure"));
 }
 
 TEST(LintBytes, TheTableHasNoEnd) {

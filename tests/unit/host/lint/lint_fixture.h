@@ -52,8 +52,11 @@ core-count    = 32
 socket = "L1"
 
 [slot @slot1]
-designation = "Slot 1"
-id          = 1
+designation     = "Slot 1"
+id              = 1
+segment         = 0xFFFF
+bus             = 0xFF
+device-function = 0xFF
 
 [memory-array @array]
 use          = 3

@@ -151,7 +151,6 @@ TEST(LintStructureBoundaries, EveryTableHasTheTypesThatTheStandardRequires) {
       {"chassis", "type 3 (chassis)"},
       {"processor", "type 4 (processor)"},
       {"cache", "type 7 (cache)"},
-      {"slot", "type 9 (slot)"},
       {"memory-array", "type 16 (memory-array)"},
       {"memory-device", "type 17 (memory-device)"},
       {"memory-array-address", "type 19 (memory-array-address)"},
@@ -170,40 +169,77 @@ TEST(LintStructureBoundaries, EveryTableHasTheTypesThatTheStandardRequires) {
   }
 }
 
-// The lengths that each version of the standard gives structures.
-TEST(LintStructureBoundaries, StructuresAreAsLongAsTheirVersionHasThem) {
+// The lengths that the first version of the standard gives structures.
+TEST(LintStructureBoundaries, StructuresAreAsLongAsTheFirstVersionHasThem) {
   constexpr struct {
     int type;
-    int minor;  // of version 2, or of version 3 from 10 on
     int length;
-  } kLengths[] = {
-      {0, 0, 0x12},   {0, 4, 0x18},  {0, 11, 0x1A}, {1, 0, 0x08},  {1, 1, 0x19},   {1, 4, 0x1B},
-      {2, 0, 0x08},   {3, 0, 0x09},  {3, 1, 0x0D},  {4, 0, 0x1A},  {4, 1, 0x20},   {4, 3, 0x23},
-      {4, 5, 0x28},   {4, 6, 0x2A},  {4, 10, 0x30}, {7, 0, 0x0F},  {7, 1, 0x13},   {7, 11, 0x1B},
-      {8, 0, 0x09},   {9, 0, 0x0C},  {9, 1, 0x0D},  {9, 6, 0x11},  {9, 12, 0x13},  {11, 0, 0x05},
-      {12, 0, 0x05},  {13, 0, 0x16}, {14, 0, 0x05}, {16, 1, 0x0F}, {16, 7, 0x17},  {17, 1, 0x15},
-      {17, 3, 0x1B},  {17, 6, 0x1C}, {17, 7, 0x22}, {17, 8, 0x28}, {17, 12, 0x54}, {17, 13, 0x5C},
-      {17, 17, 0x64}, {19, 1, 0x0F}, {19, 7, 0x1F}, {20, 1, 0x13}, {20, 7, 0x23},  {32, 3, 0x0B},
-      {38, 3, 0x10},  {39, 3, 0x10}, {41, 6, 0x0B},
+  } kLengths[] = {{0, 0x12},  {1, 0x08},  {2, 0x08},  {3, 0x09},  {4, 0x1A},
+                  {7, 0x0F},  {8, 0x09},  {9, 0x0C},  {11, 0x05}, {12, 0x05},
+                  {13, 0x16}, {14, 0x05}, {16, 0x0F}, {17, 0x15}, {19, 0x0F},
+                  {20, 0x13}, {32, 0x0B}, {38, 0x10}, {39, 0x10}, {41, 0x0B}};
+  const auto ofLength = [](int type, int length) {
+    return fmt::format("version = 3.7\n[type {}]\nlength = {}\n", type, length);
   };
-  const auto version = [](int minor) {
-    return minor < 10 ? fmt::format("2.{}", minor) : fmt::format("3.{}", minor - 10);
-  };
-  const auto ofLength = [](int type, const std::string& inVersion, int length) {
-    return fmt::format("version = {}\n[type {}]\nlength = {}\n", inVersion, type, length);
-  };
-  for (const auto& [type, minor, length] : kLengths) {
-    const std::string now = version(minor);
-    const std::string before = version(minor == 10 ? 8 : minor - 1);
+  for (const auto& [type, length] : kLengths) {
     const std::string said = fmt::format(
-        "the structure has {:02X}h bytes, and version {} of the standard asks for {:02X}h",
-        length - 1, now, length);
-    std::vector<Boundary> boundaries = {{ofLength(type, now, length), {}},
-                                        {ofLength(type, now, length - 1), {said}}};
-    if (minor != 0) {
-      boundaries.push_back({ofLength(type, before, length - 1), {}});
+        "the structure has {:02X}h bytes, and the first version of the standard that "
+        "has this type asks for {:02X}h",
+        length - 1, length);
+    ExpectBoundaries("structure-short",
+                     {{ofLength(type, length), {}}, {ofLength(type, length - 1), {said}}});
+  }
+}
+
+// What later versions added, where a structure says that it is there.
+TEST(LintStructureBoundaries, ShorterStructuresLeaveSomethingOut) {
+  const struct {
+    std::string wanted;  // a block that has what the field says
+    std::string other;   // one that has not; empty where every structure of the type has it
+    int minor;           // of version 2, or of version 3 from 10 on
+    int length;
+    std::string missed;
+  } kFields[] = {
+      {"[bios]\nrom-size = 0xFF", "[bios]\nrom-size = 0xFE", 11, 0x1A, "the size of the ROM"},
+      {"[system]", "", 1, 0x19, "the UUID"},
+      {"[processor]\nstatus = 0x41", "[processor]\nstatus = 0", 5, 0x26,
+       "the numbers of cores and threads"},
+      {"[processor]\ncore-count = 255", "[processor]\ncore-count = 254", 10, 0x30,
+       "the numbers of cores and threads"},
+      {"[processor]\nthread-count = 255", "[processor]\nthread-count = 254", 10, 0x30,
+       "the numbers of cores and threads"},
+      {"[cache]\ninstalled-size = 0xFFFF", "[cache]\ninstalled-size = 0xFFFE", 11, 0x1B,
+       "the size"},
+      {"[slot]\nusage = 4", "[slot]\nusage = 3", 6, 0x11, "the PCI address"},
+      {"[memory-array]\nmaximum-capacity = 0x80000000",
+       "[memory-array]\nmaximum-capacity = 0x7FFFFFFF", 7, 0x17, "the capacity"},
+      {"[memory-device]\nsize = 1", "[memory-device]\nsize = 0", 3, 0x1B,
+       "speed, maker, serial and part number"},
+      {"[memory-device]\nsize = 1", "[memory-device]\nsize = 0", 7, 0x22, "the configured speed"},
+      {"[memory-device]\nsize = 0x7FFF", "[memory-device]\nsize = 0", 7, 0x20,
+       "the size, the configured speed"},
+      {"[memory-device]\nsize = 1\nspeed = 0xFFFF", "[memory-device]\nsize = 1\nspeed = 0xFFFE", 13,
+       0x5C, "the speed"},
+      {"[memory-array-address]\nstart = 0xFFFFFFFF", "[memory-array-address]\nstart = 0xFFFFFFFE",
+       7, 0x1F, "the addresses"},
+      {"[memory-device-address]\nstart = 0xFFFFFFFF", "[memory-device-address]\nstart = 0xFFFFFFFE",
+       7, 0x23, "the addresses"},
+  };
+  const auto table = [](const std::string& block, int minor, int length) {
+    return fmt::format("version = {}.{}\n{}\nlength = {}\n", minor < 10 ? 2 : 3,
+                       minor < 10 ? minor : minor - 10, block, length);
+  };
+  for (const auto& [wanted, other, minor, length, missed] : kFields) {
+    std::vector<Boundary> boundaries = {
+        {table(wanted, minor, length - 1), {"readers miss " + missed + "; add"}},
+        {table(wanted, minor == 10 ? 8 : minor - 1, length - 1), {}}};
+    if (length != 0x20) {  // the fields behind are missing, too
+      boundaries.push_back({table(wanted, minor, length), {}});
     }
-    ExpectBoundaries("structure-short", boundaries);
+    if (!other.empty()) {
+      boundaries.push_back({table(other, minor, length - 1), {}});
+    }
+    ExpectBoundaries("structure-older", boundaries);
   }
 }
 

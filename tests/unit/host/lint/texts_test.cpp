@@ -27,8 +27,7 @@ TEST(LintTexts, AClashNamesTheOtherDeviceAndCountsWhatIsLost) {
   EXPECT_THAT(LinesAbout(SoundWith(module + "serial = \"2\"\n" + module + "serial = \"3\"\n")),
               ElementsAre(HasSubstr("locator \"A1\" gives \"A1\", as \"A1\" of handle 0x0007 does: "
                                     "the driver builds no more modules: this one gets no record, "
-                                    "nor does the one behind it"),
-                          HasSubstr("the same device path again")));
+                                    "nor does the one behind it")));
 }
 
 TEST(LintTexts, ASocketNameIsCutAsTheDriverCutsIt) {
@@ -71,11 +70,24 @@ TEST(LintTexts, PlaceholdersAreKnownInTheFormsThatFirmwareWrites) {
   }
 }
 
-TEST(LintTexts, SerialNumbersAreAlikeInTheirFirst14Characters) {
-  EXPECT_THAT(LinesAbout(SoundWith(
-                  "[memory-device like @dimm1]\nlocator = \"A2\"\nserial = \"AAAABBBBCCCCDD1\"\n"
-                  "[memory-device like @dimm1]\nlocator = \"A3\"\nserial = \"AAAABBBBCCCCDD2\"\n")),
-              Contains(HasSubstr("and that of handle 0x000B are alike")));
+TEST(LintTexts, SerialNumbersAreAlikeBecauseTheyAreCut) {
+  const auto findings = ExamineDump(
+      Dump(SoundWith(
+          "[memory-device like @dimm1]\nlocator = \"A2\"\nserial = \"AAAABBBBCCCCDD1\"\n"
+          "[memory-device like @dimm1]\nlocator = \"A3\"\nserial = \"AAAABBBBCCCCDD2\"\n")),
+      Selection(kDriver));
+  ASSERT_EQ(findings.size(), 1u);
+  EXPECT_EQ(findings[0].rule->name, "serial-long");
+  ASSERT_EQ(findings[0].consequences.size(), 1u);
+  EXPECT_THAT(findings[0].consequences[0].message,
+              HasSubstr("and that of handle 0x000B are alike"));
+}
+
+TEST(LintTexts, MakersNumberTheirModulesEachForThemselves) {
+  EXPECT_THAT(LinesAbout(Module("")), ElementsAre(HasSubstr("[serial-repeated]")));
+  EXPECT_THAT(LinesAbout(Module("manufacturer = \"Another\"\n")),
+              ElementsAre(HasSubstr("[serial-alike]")));
+  EXPECT_THAT(LinesAbout(Module("serial = \"7A2C0002\"\n")), IsEmpty());
 }
 
 TEST(LintTexts, APpinSaysWhyItIsNotRead) {
@@ -119,6 +131,135 @@ TEST(LintTexts, TextsAreReadAsTheDocumentHasThem) {
               ElementsAre(HasSubstr("[part-blank]")));
   EXPECT_THAT(LinesAbout(Module("serial = \"0123456789ABC\\xC3\\xA9\"\n")),
               Contains(HasSubstr("is not UTF-8 any more, as a character is cut in two")));
+}
+
+TEST(LintTexts, AModuleMayRunAsFastAsItIsMadeFor) {
+  const auto speeds = [](const std::string& rated, const std::string& configured) {
+    return LinesAbout(Module("serial = \"2\"\narray = 0xFFFF\nspeed = " + rated +
+                             "\nconfigured-speed = " + configured + "\n"),
+                      kTable);
+  };
+  EXPECT_THAT(speeds("2666", "2666"), IsEmpty());
+  EXPECT_THAT(speeds("2666", "2667"),
+              ElementsAre(HasSubstr("the module runs at 2667 MT/s, and is made for 2666")));
+  EXPECT_THAT(speeds("0", "2667"), IsEmpty());  // not known
+  const std::string fast = "0xFFFF\nextended-speed = 70000\nextended-configured-speed = ";
+  EXPECT_THAT(speeds(fast + "70000", "0xFFFF"), IsEmpty());
+  EXPECT_THAT(speeds(fast + "70001", "0xFFFF"), ElementsAre(HasSubstr("at 70001 MT/s")));
+}
+
+// A slot beside one at 0000:17:00.0.
+std::vector<std::string> AboutSlotAt(const std::string& segment, const std::string& bus,
+                                     const std::string& device, const std::string& more = "") {
+  return LinesAbout(
+      SoundWith("[slot like @slot1]\nid = 2\nsegment = 0\nbus = 0x17\n"
+                "device-function = 0\n[slot like @slot1]\nid = 3\nsegment = " +
+                segment + "\nbus = " + bus + "\ndevice-function = " + device + "\n" + more));
+}
+
+TEST(LintTexts, SlotsAreToldApartByTheirWholeAddress) {
+  EXPECT_THAT(
+      AboutSlotAt("0", "0x17", "0"),
+      ElementsAre(AllOf(HasSubstr("is at 0000:17:00.0, as slot \"Slot 1\" of handle 0x000B"),
+                        HasSubstr("[slot-address]"))));
+  EXPECT_THAT(AboutSlotAt("0", "0x17", "1"), IsEmpty());
+  EXPECT_THAT(AboutSlotAt("0", "0x18", "0"), IsEmpty());
+  EXPECT_THAT(AboutSlotAt("1", "0x17", "0"), IsEmpty());
+}
+
+TEST(LintTexts, SlotsWithoutAnAddressAreNotAtOne) {
+  const std::string without = "[slot like @slot1]\nid = 4\n";
+  const auto twice = [&](const std::string& address) {
+    return LinesAbout(SoundWith(without + address + without + address));
+  };
+  EXPECT_THAT(twice("segment = 0xFFFF\nbus = 1\ndevice-function = 0\n"), IsEmpty());
+  EXPECT_THAT(twice("segment = 0\nbus = 0xFF\ndevice-function = 0\n"), IsEmpty());
+  EXPECT_THAT(twice("segment = 0\nbus = 1\ndevice-function = 0xFF\n"), IsEmpty());
+  EXPECT_THAT(LinesAbout(SoundWith("[slot]\nlength = 0x0D\n[slot]\nlength = 0x0D\n")), IsEmpty());
+}
+
+std::vector<std::string> AboutSystem(const std::string& fields) {
+  return LinesAbout("version = 3.3\n[bios]\n[system]\nproduct = \"Node\"\n" + fields +
+                    "[fqdd-map]\nformat = 1\n[end]\n");
+}
+
+TEST(LintTexts, ASystemMayHaveNoSerialNumberAndNoPlaceholder) {
+  EXPECT_THAT(AboutSystem(""), IsEmpty());
+  EXPECT_THAT(AboutSystem("serial = \"7A2C001\"\n"), IsEmpty());
+  for (const std::string serial :
+       {"Default string", "System Serial Number", "   ", "0123456789", "To be filled by O.E.M."}) {
+    EXPECT_THAT(AboutSystem("serial = \"" + serial + "\"\n"),
+                ElementsAre(HasSubstr("[system-serial]")))
+        << serial;
+  }
+}
+
+TEST(LintTexts, AUuidMayBeMissingButNotMadeUp) {
+  for (const std::string uuid :
+       {"00000000-0000-0000-0000-000000000000", "ffffffff-ffff-ffff-ffff-ffffffffffff",
+        "7d3f2a10-5b64-4c8e-9a21-0c5e1f2b3a41", "03000200-0400-0500-0006-00070008000a",
+        "00010203-0405-0607-0809-0a0b0c0d0e10", "11111111-1111-1111-1111-111111111112"}) {
+    EXPECT_THAT(AboutSystem("uuid = " + uuid + "\n"), IsEmpty()) << uuid;
+  }
+  for (const std::string uuid :
+       {"03000200-0400-0500-0006-000700080009", "00020003-0004-0005-0006-000700080009",
+        "00010203-0405-0607-0809-0a0b0c0d0e0f", "03020100-0504-0706-0809-0a0b0c0d0e0f",
+        "11111111-1111-1111-1111-111111111111", "fefefefe-fefe-fefe-fefe-fefefefefefe",
+        "12345678-1234-5678-90ab-cddeefaabbcc", "78563412-3412-7856-90ab-cddeefaabbcc"}) {
+    EXPECT_THAT(AboutSystem("uuid = " + uuid + "\n"), ElementsAre(HasSubstr("the UUID is " + uuid)))
+        << uuid;
+  }
+  EXPECT_THAT(AboutSystem("length = 0x08\n"), IsEmpty());
+}
+
+TEST(LintTexts, OnlyTextsOfTheBoardStandForNoSerialNumber) {
+  const auto board = [](const std::string& fields) {
+    return LinesAbout(SoundWith("[board]\nchassis = 0xFFFF\n" + fields), kTable);
+  };
+  EXPECT_THAT(board(""), IsEmpty());
+  EXPECT_THAT(board("serial = \"PLANAR-000101\"\n"), IsEmpty());
+  EXPECT_THAT(board("serial = \"Base Board Serial Number\"\n"),
+              ElementsAre(HasSubstr("[board-serial]")));
+}
+
+TEST(LintTexts, AShortStructureMattersWhereAReaderMissesSomething) {
+  const auto cache = [](const std::string& fields) {
+    return LinesAbout(SoundWith("[cache]\n" + fields), kTable);
+  };
+  EXPECT_THAT(cache("length = 0x13\n"), IsEmpty());
+  EXPECT_THAT(cache("installed-size = 0xFFFE\nlength = 0x13\n"), IsEmpty());
+  EXPECT_THAT(
+      cache("installed-size = 0xFFFF\nlength = 0x13\n"),
+      ElementsAre(AllOf(HasSubstr(": note: "), HasSubstr("13h bytes, fewer than version 3.3"),
+                        HasSubstr("readers miss the size; add the fields up to 1Bh"))));
+  EXPECT_THAT(cache("installed-size = 0xFFFF\nlength = 0x1B\n"), IsEmpty());
+  EXPECT_THAT(cache("length = 0x0F\n"), IsEmpty());
+  EXPECT_THAT(cache("length = 0x0E\n"), ElementsAre(HasSubstr("[structure-short]")));
+}
+
+TEST(LintTexts, AnOlderTableNeedNotHaveWhatCameLater) {
+  const std::string second =
+      "[memory-device like @dimm1]\nlocator = \"A2\"\nserial = \"2\"\narray = 0xFFFF\n";
+  const auto ofVersion = [&](const std::string& version, const std::string& fields) {
+    std::string source = SoundWith(second + fields);
+    return LinesAbout(source.replace(source.find("3.3"), 3, version), kTable);
+  };
+  EXPECT_THAT(ofVersion("2.6", "length = 0x1C\n"), IsEmpty());
+  EXPECT_THAT(ofVersion("2.7", "length = 0x1C\n"),
+              ElementsAre(HasSubstr("readers miss the configured speed")));
+  EXPECT_THAT(ofVersion("2.7", "length = 0x22\n"), IsEmpty());
+  EXPECT_THAT(ofVersion("2.7", "size = 0\nlength = 0x1C\n"), IsEmpty());  // an empty slot
+}
+
+TEST(LintTexts, AnotherMakersType226IsLeftAlone) {
+  std::string source = SoundWith("[dimm-extension]\nlength = 0x08\ndevice = 0x0DEA\n");
+  EXPECT_THAT(LinesAbout(source), ElementsAre(HasSubstr("[extension-layout]")));
+  const std::size_t map = source.find("[fqdd-map]");
+  source.erase(map, source.find("[dimm-extension]") - map);
+  EXPECT_THAT(LinesAbout(source), ElementsAre(HasSubstr("[fqdd-map-missing]")));
+  source.replace(source.find("0x0DEA"), 6, "@dimm1");
+  EXPECT_THAT(LinesAbout(source),
+              ElementsAre(HasSubstr("[fqdd-map-missing]"), HasSubstr("[extension-layout]")));
 }
 
 }  // namespace

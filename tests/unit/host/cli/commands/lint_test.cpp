@@ -34,13 +34,21 @@ std::string ManySlots(int slots) {
   std::string blocks;
   for (int i = 0; i < slots; ++i) {
     blocks += "[slot]\ndesignation = \"Slot " + std::to_string(i) +
-              " of the riser behind the second power supply\"\nid = " + std::to_string(i) + "\n";
+              " of the riser behind the second power supply\"\nid = " + std::to_string(i) +
+              "\nbus = " + std::to_string(i) + "\n";
   }
   return SoundWith(blocks);
 }
 
 class LintCommand : public CliTest {
  protected:
+  void WriteText(const std::string& name, const std::string& text) {
+    Write(name, {text.begin(), text.end()});
+  }
+  // The line about the profile that was not asked for.
+  static std::string LeftOut(const std::string& file) {
+    return file + ": profile table left out; --profile all looks for both\n";
+  }
   std::string Sound() { return Write("sound.bin", Dump(SoundWith(""))); }
   std::string Clashing() { return Write("clash.bin", Dump(SoundWith(kClash))); }
 };
@@ -49,7 +57,7 @@ TEST_F(LintCommand, FindsNothingInASoundTable) {
   const std::string file = Sound();
   const Outcome outcome = RunTvq({"lint", file});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, file + ": nothing found\n");
+  EXPECT_EQ(outcome.out, file + ": nothing found\n" + LeftOut(file));
   EXPECT_EQ(outcome.diagnostics, "");
 }
 
@@ -63,7 +71,7 @@ TEST_F(LintCommand, PrintsALineForEachFinding) {
                 "\"P1-DIMMA1\" of handle 0x000B does: the driver builds no more modules: this one "
                 "gets no record; make the three characters differ: \"A1\", or \"DIMM_A1\", whose "
                 "\"DIMM_\" is skipped [locator-clash]\n" +
-                file + ": 1 error\n");
+                file + ": for the driver alone: 1 error\n" + LeftOut(file));
 }
 
 TEST_F(LintCommand, OffsetsAreThoseOfTheFile) {
@@ -92,19 +100,59 @@ TEST_F(LintCommand, NamesTheFileOfTheEntryPointOfThisMachine) {
                                      "64-bit one"));
 }
 
-TEST_F(LintCommand, PrintsAFewFindingsOfEachRule) {
+TEST_F(LintCommand, NamesAFewPlacesOfAFault) {
   std::string blocks;
   for (int i = 0; i < 12; ++i) {
     blocks +=
         "[memory-device like @dimm1]\nlocator = \"A1\"\nserial = \"S" + std::to_string(i) + "\"\n";
   }
   const std::string file = Write("many.bin", Dump(SoundWith(blocks)));
-  const Outcome few = RunTvq({"lint", file});
-  EXPECT_EQ(std::count(few.out.begin(), few.out.end(), '\n'), 10);
-  EXPECT_THAT(few.out, HasSubstr("many.bin: 4 more of [locator-clash]; --max 0 shows them all\n"));
-  EXPECT_THAT(few.out, EndsWith("many.bin: 12 errors\n"));
+  const Outcome few = RunTvq({"lint", "--max", "2", file});
+  EXPECT_EQ(std::count(few.out.begin(), few.out.end(), '\n'), 4);
+  EXPECT_THAT(few.out, HasSubstr("\n    alike: handle 0x000C, handle 0x000D and 9 more\n"));
+  EXPECT_THAT(few.out, HasSubstr("many.bin: for the driver alone: 1 error\n"));
   const Outcome all = RunTvq({"lint", "--max", "0", file});
-  EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 13);
+  EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 14);
+  EXPECT_THAT(all.out, HasSubstr("many.bin:0x0307: type 17, handle 0x000C: locator \"A1\" gives"));
+}
+
+TEST_F(LintCommand, ShowsWhatFollowsBelowItsCause) {
+  const std::string file = Write(
+      "a.bin", Dump(SoundWith(
+                   "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_A2\"\nserial = \"S2\"\n"
+                   "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_B2\"\nserial = \"S3\"\n")));
+  const Outcome outcome = RunTvq({"lint", file});
+  EXPECT_THAT(outcome.out,
+              AllOf(StartsWith(file + ":0x0287: error: type 17, handle 0x000B: locator "),
+                    HasSubstr("[locator-prefix]\n    alike: handle 0x000C\n    leads to " + file +
+                              ":0x0311: error: type 17, handle 0x000C: locator \"CPU1_DIMM_B2\" "
+                              "gives \"DIM\""),
+                    HasSubstr("this one gets no record [locator-clash]\n"),
+                    HasSubstr("for the driver alone: 1 error\n")));
+}
+
+TEST_F(LintCommand, NamesAFewConsequences) {
+  std::string blocks = "[end]\n";
+  for (int i = 0; i < 4; ++i) {
+    blocks +=
+        "[slot]\nbus = " + std::to_string(i) + "\ndesignation = \"A & B\"\n[cache]\nsocket = 9\n";
+  }
+  const std::string file = Write("a.bin", Dump(SoundWith(blocks)));
+  const Outcome few = RunTvq({"lint", "--profile", "all", "--max", "1", file});
+  EXPECT_THAT(few.out, HasSubstr("[behind-end-of-table]\n    alike: handle 0x000E and 2 more\n"
+                                 "    leads to "));
+  EXPECT_THAT(few.out, Not(HasSubstr("profile table left out")));
+}
+
+TEST_F(LintCommand, TellsTheStandardFromTheDriver) {
+  const std::string file =
+      Write("a.bin", Dump(SoundWith("[oem-strings]\ncount = 3\nstring = \"9 strings\"\n")));
+  const Outcome outcome = RunTvq({"lint", "--profile", "all", file});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, EndsWith(file + ": against the standard: 1 warning\n" + file +
+                                    ": for the driver alone: 1 warning\n"));
+  EXPECT_THAT(RunTvq({"lint", "--profile", "table", file}).out,
+              EndsWith(file + ": profile driver left out; --profile all looks for both\n"));
 }
 
 TEST_F(LintCommand, ExaminesForTheProfile) {
@@ -139,24 +187,160 @@ TEST_F(LintCommand, PrintsJson) {
   const Outcome outcome = RunTvq({"lint", "--json", file});
   EXPECT_EQ(outcome.status, 1);
   const auto json = outcome.Json();
-  EXPECT_EQ(json["schema"], 1);
+  EXPECT_EQ(json["schema"], "tvq-lint");
+  EXPECT_EQ(json["version"], 2);
   EXPECT_EQ(json["table"], file);
   EXPECT_EQ(json["profile"], "driver");
+  EXPECT_EQ(json["leftOut"].dump(), R"(["table"])");
   ASSERT_EQ(json["findings"].size(), 1u);
   const auto& finding = json["findings"][0];
   std::vector<std::string> keys;
   for (const auto& [key, ignored] : finding.items()) {
     keys.push_back(key);
   }
-  EXPECT_THAT(
-      keys, ElementsAre("rule", "severity", "in", "offset", "type", "handle", "message", "advice"));
+  EXPECT_THAT(keys, ElementsAre("rule", "severity", "about", "in", "offset", "type", "handle",
+                                "message", "advice", "alike", "consequences"));
   EXPECT_EQ(finding["rule"], "locator-clash");
   EXPECT_EQ(finding["severity"], "error");
+  EXPECT_EQ(finding["about"], "driver");
   EXPECT_EQ(finding["in"], "table");
   EXPECT_EQ(finding["offset"], 0x314);
   EXPECT_EQ(finding["type"], 17);
   EXPECT_EQ(finding["handle"], 12);
   EXPECT_EQ(json["summary"].dump(), R"({"error":1,"warning":0,"note":0})");
+  EXPECT_EQ(RunTvq({"lint", "--format", "json", file}).out, outcome.out);
+}
+
+constexpr std::string_view kCauseAndEffect =
+    "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_A2\"\nserial = \"S2\"\n"
+    "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_B2\"\nserial = \"S3\"\n";
+
+TEST_F(LintCommand, JsonIsATreeToo) {
+  const std::string file = Write("a.bin", Dump(SoundWith(kCauseAndEffect)));
+  const auto json = RunTvq({"lint", "--json", file}).Json();
+  ASSERT_EQ(json["findings"].size(), 1u);
+  const auto& cause = json["findings"][0];
+  EXPECT_EQ(cause["rule"], "locator-prefix");
+  ASSERT_EQ(cause["alike"].size(), 1u);
+  EXPECT_EQ(cause["alike"][0]["handle"], 12);
+  EXPECT_THAT(cause["alike"][0]["message"].get<std::string>(), HasSubstr("CPU1_DIMM_B2"));
+  ASSERT_EQ(cause["consequences"].size(), 1u);
+  EXPECT_EQ(cause["consequences"][0]["rule"], "locator-clash");
+}
+
+// What the schema of SARIF requires of each object that is there.
+TEST_F(LintCommand, PrintsSarif) {
+  const std::string file = Write("a b.bin", Dump(SoundWith(kCauseAndEffect)));
+  const Outcome outcome = RunTvq({"lint", "--format", "sarif", file});
+  EXPECT_EQ(outcome.status, 1);
+  const auto log = outcome.Json();
+  EXPECT_EQ(log["version"], "2.1.0");
+  EXPECT_THAT(log["$schema"].get<std::string>(), EndsWith("/sarif-schema-2.1.0.json"));
+  ASSERT_EQ(log["runs"].size(), 1u);
+  const auto& driver = log["runs"][0]["tool"]["driver"];
+  EXPECT_EQ(driver["name"], "tvq lint");
+  ASSERT_EQ(driver["rules"].size(), lint::AllRules().size());
+  for (const auto& rule : driver["rules"]) {
+    EXPECT_NE(lint::FindRule(rule["id"].get<std::string>()), nullptr);
+    for (const char* const text : {"shortDescription", "fullDescription", "help"}) {
+      EXPECT_NE(rule[text]["text"].get<std::string>(), "") << rule["id"];
+    }
+    EXPECT_THAT(rule["defaultConfiguration"]["level"].get<std::string>(),
+                testing::AnyOf("error", "warning", "note"));
+  }
+  ASSERT_EQ(log["runs"][0]["results"].size(), 1u);
+  const auto& result = log["runs"][0]["results"][0];
+  EXPECT_EQ(result["ruleId"], "locator-prefix");
+  EXPECT_EQ(driver["rules"][result["ruleIndex"].get<std::size_t>()]["id"], "locator-prefix");
+  EXPECT_EQ(result["level"], "error");
+  EXPECT_THAT(result["message"]["text"].get<std::string>(), HasSubstr("CPU1_DIMM_A2"));
+  EXPECT_EQ(result["partialFingerprints"]["tvqLint/v1"], "locator-prefix/table/17/11");
+  EXPECT_FALSE(result.contains("baselineState"));
+
+  ASSERT_EQ(result["locations"].size(), 2u);
+  const auto& place = result["locations"][0]["physicalLocation"];
+  EXPECT_THAT(place["artifactLocation"]["uri"].get<std::string>(),
+              AllOf(StartsWith("file:///"), EndsWith("/a%20b.bin")));
+  EXPECT_EQ(place["region"].dump(), R"({"byteOffset":647,"byteLength":138})");
+  EXPECT_EQ(result["locations"][1]["logicalLocations"][0]["fullyQualifiedName"],
+            "type 17, handle 0x000C");
+
+  ASSERT_EQ(result["relatedLocations"].size(), 1u);
+  const auto& consequence = result["relatedLocations"][0];
+  EXPECT_THAT(consequence["message"]["text"].get<std::string>(), EndsWith("[locator-clash]"));
+  EXPECT_EQ(consequence["relationships"][0]["target"], result["locations"][0]["id"]);
+  EXPECT_NE(consequence["id"], result["locations"][0]["id"]);
+}
+
+TEST_F(LintCommand, LeavesOutWhatABaselineHas) {
+  const std::string before = Write("before.bin", Dump(SoundWith(kClash)));
+  const std::string known = Path("known.json");
+  WriteText("known.json", RunTvq({"lint", "--json", before}).out);
+  const Outcome same = RunTvq({"lint", "--baseline", known, before});
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(same.out, before + ": nothing new found\n" + before + ": 1 in " + known +
+                          " left out\n" + LeftOut(before));
+
+  // The clash has moved with what was put in front of it, and an OEM string is new.
+  std::string source = SoundWith(std::string(kClash) + "[oem-strings]\nstring = \"9DF3\"\n");
+  source.replace(source.find("2.4.1"), 5, "2.4.1-rc1");
+  const std::string after = Write("after.bin", Dump(source));
+  const Outcome outcome = RunTvq({"lint", "--json", "--baseline", known, after});
+  EXPECT_EQ(outcome.status, 1);
+  const auto json = outcome.Json();
+  ASSERT_EQ(json["findings"].size(), 1u);
+  EXPECT_EQ(json["findings"][0]["rule"], "oem-system-name");
+  EXPECT_EQ(json["baseline"]["known"], 1);
+  const auto sarif = RunTvq({"lint", "--format", "sarif", "--baseline", known, after}).Json();
+  EXPECT_EQ(sarif["runs"][0]["results"][0]["baselineState"], "new");
+}
+
+TEST_F(LintCommand, WhatABaselineLacksShowsWhereItIsNew) {
+  const std::string known = Path("known.json");
+  WriteText("known.json", RunTvq({"lint", "--json", "--disable", "locator-clash",
+                                  Write("a.bin", Dump(SoundWith(kCauseAndEffect)))})
+                              .out);
+  const auto consequence = RunTvq({"lint", "--json", "--baseline", known, Path("a.bin")}).Json();
+  ASSERT_EQ(consequence["findings"].size(), 1u);
+  EXPECT_EQ(consequence["findings"][0]["rule"], "locator-clash");
+
+  const std::string more =
+      Write("more.bin", Dump(SoundWith(std::string(kCauseAndEffect) +
+                                       "[memory-device like @dimm1]\nlocator = \"CPU2_DIMM_C2\"\n"
+                                       "serial = \"S4\"\n")));
+  const auto place =
+      RunTvq({"lint", "--json", "--disable", "locator-clash", "--baseline", known, more}).Json();
+  ASSERT_EQ(place["findings"].size(), 1u);
+  EXPECT_EQ(place["findings"][0]["handle"], 13);
+  EXPECT_TRUE(place["findings"][0]["alike"].empty());
+}
+
+TEST_F(LintCommand, RefusesABaselineThatIsNone) {
+  for (const std::string text : {"", "[]", "{\"schema\": 1, \"findings\": []}",
+                                 "{\"schema\": \"tvq-lint\", \"version\": 2, \"findings\": [1]}"}) {
+    WriteText("known.json", text);
+    const Outcome outcome = RunTvq({"lint", "--baseline", Path("known.json"), Sound()});
+    EXPECT_EQ(outcome.status, 2) << text;
+    EXPECT_THAT(outcome.diagnostics,
+                HasSubstr("known.json has no findings that could be left out"));
+  }
+  EXPECT_EQ(RunTvq({"lint", "--baseline", Path("missing.json"), Sound()}).status, 2);
+}
+
+TEST_F(LintCommand, ShowsTheBytesOfStructures) {
+  const std::string file =
+      Write("a.bin", Dump(SoundWith("[oem-strings]\nstring = \"9DF3 TVQ\"\n")));
+  const Outcome outcome = RunTvq({"lint", "--hex", file});
+  EXPECT_THAT(outcome.out,
+              HasSubstr("[oem-system-name]\n    0x0287  0B 05 0B 00 01 39 44 46 33 20 54 "
+                        "56 51 00 00     .....9DF3 TVQ..\n"));
+  EXPECT_EQ(RunTvq({"lint", "--hex", "--json", file}).Json()["findings"][0]["bytes"],
+            "0b050b000139444633205456510000");
+  const auto sarif = RunTvq({"lint", "--hex", "--format", "sarif", file}).Json();
+  EXPECT_EQ(sarif["runs"][0]["results"][0]["locations"][0]["physicalLocation"]["region"]["snippet"]
+                 ["binary"],
+            "CwULAAE5REYzIFRWUQAA");
+  EXPECT_THAT(RunTvq({"lint", file}).out, Not(HasSubstr("0B 05")));
 }
 
 TEST_F(LintCommand, ShowsSeveritiesInColourOnATerminal) {
@@ -192,14 +376,16 @@ TEST_F(LintCommand, RefusesWhatIsNoTable) {
   EXPECT_EQ(RunTvq({"lint", Path("missing.bin")}).status, 2);
   EXPECT_EQ(RunTvq({"lint", "--fail-on", "panic", Sound()}).status, 2);
   EXPECT_EQ(RunTvq({"lint", "--profile", "reader", Sound()}).status, 2);
+  EXPECT_EQ(RunTvq({"lint", "--format", "html", Sound()}).status, 2);
 }
 
 TEST_F(LintCommand, MeasuresTheDocumentsThatTheDriverWrites) {
   EXPECT_EQ(RunTvq({"lint", Write("few.bin", Dump(ManySlots(30)))}).status, 0);
   const Outcome outcome = RunTvq({"lint", Write("many.bin", Dump(ManySlots(60)))});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, AllOf(HasSubstr("warning: type 1, handle 0x0001: its document has "),
-                                 HasSubstr("[document-size]"), EndsWith("many.bin: 1 warning\n")));
+  EXPECT_THAT(outcome.out,
+              AllOf(HasSubstr("warning: type 1, handle 0x0001: its document has "),
+                    HasSubstr("[document-size]"), HasSubstr("driver alone: 1 warning\n")));
 }
 
 TEST_F(LintCommand, MeasuresTheDocumentsOfAConformedTableWhereThereAreNone) {
