@@ -150,7 +150,7 @@ Check_clang() {
     ChooseFiles clang --commands || return
     ((${#CHOSEN[@]} == 0)) || printf '%s\0' "${CHOSEN[@]}" | xargs -0 -P "$JOBS" -I COMMAND bash -c COMMAND
   else
-    BuildHost clang all
+    BuildHost clang all tvq_bench
   fi
 }
 

@@ -157,7 +157,7 @@ TEST(BlobInventory, HasFlagsNumbersAndReferences) {
   data[21] = 0x12;
   data[38] = 0xA1;
   Put32(data, 46, 1 | 2 << 1);
-  Put32(data, 50, 1 | 0 << 1);
+  Put32(data, 50, 1);
   Put32(data, 54, 8);
   data[126] = 'M';
   data[128] = 'S';
