@@ -31,7 +31,7 @@ test::Table TableOf(const MeasuredDriver& driver) {
   test::Table table;
   table.majorVersion = driver.MajorVersion();
   table.minorVersion = driver.MinorVersion();
-  table.Add(Raw{driver.Structures()});
+  table.Add(tvq::test::Raw{driver.Structures()});
   return table;
 }
 
