@@ -43,7 +43,7 @@ void CutBehindEndOfTable(Bytes& table) {
   }
 }
 
-Result<Subject> Behind(EntryPointFacts facts, Bytes available, std::size_t base) {
+Result<Subject> Behind(const EntryPointFacts& facts, Bytes available, std::size_t base) {
   available.resize(std::min<std::size_t>(available.size(), facts.values.TableLength));
   if (facts.kind == EntryPoint::k64Bit) {
     CutBehindEndOfTable(available);
@@ -52,18 +52,18 @@ Result<Subject> Behind(EntryPointFacts facts, Bytes available, std::size_t base)
     return Error{"there is an entry point, and no table behind it", ""};
   }
   const table::Version version = {facts.values.Major, facts.values.Minor};
-  return Subject(std::move(facts), version, std::move(available), base);
+  return Subject(facts, version, std::move(available), base);
 }
 
 }  // namespace
 
 Result<Subject> Subject::Read(const Bytes& file) {
   if (smbios::ReadEntryPoint(table::ViewOf(file))) {
-    EntryPointFacts facts = FactsOf(file);
+    const EntryPointFacts facts = FactsOf(file);
     const std::size_t stated = facts.values.TableAddress;
     const std::size_t base =
         stated < file.size() ? stated : std::min(smbios::kDumpedTableOffset, file.size());
-    return Behind(std::move(facts), Bytes(file.begin() + base, file.end()), base);
+    return Behind(facts, Bytes(file.begin() + base, file.end()), base);
   }
   const bool isText = table::IsHexText(file);
   auto table = isText
@@ -88,7 +88,7 @@ Result<Subject> Subject::Read(const Bytes& entryPoint, const Bytes& structures) 
 
 Subject::Subject(EntryPointFacts entryPoint, table::Version version, Bytes structures,
                  std::size_t base)
-    : mEntryPoint(std::move(entryPoint)),
+    : mEntryPoint(entryPoint),
       mVersion(version),
       mTable(std::move(structures)),
       mBase(base),

@@ -29,6 +29,7 @@ namespace tvq::test::record {
 // The names of a structure's fields, and their values as texts.
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names of types and members take no parentheses.
 // clang-format off
 #define RECORD(name, raw) struct name { using Raw = raw;
 #define NUMBER(field) decltype(Raw::field) field = 0;
@@ -41,6 +42,7 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 #define BYTES(field) std::array<uint8_t, sizeof(Raw::field)> field = {};
 #define END };
 #include "tests/unit/driver/common/record_values.def"
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define RECORD(name, raw)                                  \
   name Decode(const raw& from);                            \

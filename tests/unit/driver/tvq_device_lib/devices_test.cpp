@@ -81,7 +81,7 @@ TEST(DeviceKind, SaysOfWhatTypeTheRecordIs) {
 TEST(DeviceName, IsTheSocketDesignationOrTheLocator) {
   Table table = Table::Of(Processor{.designation = "CPU1"}, MemoryDevice{.locator = "DIMM_A1"},
                           MemoryDevice{.locator = std::nullopt});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   EXPECT_EQ(NameOf(At(bytes, 0)), "CPU1");
   EXPECT_EQ(NameOf(At(bytes, 1)), "DIMM_A1");
   EXPECT_FALSE(devices::NameOf(At(bytes, 2)));
@@ -91,7 +91,7 @@ TEST(DeviceName, IsTheStringOfADeviceWithOneNumber) {
   Table table =
       Table::Of(Processor{}, MemoryDevice{.bankLocator = std::nullopt},
                 Structure{17, 7, Bytes(0x10, 0), {}}, Structure{1, 8, Bytes(0x20, 1), {"one"}});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   for (size_t i = 0; i < 2; ++i) {
     const smbios::Structure device = At(bytes, i);
     for (uint16_t number = 0; number < 9; ++number) {
@@ -114,7 +114,7 @@ class SocketNumber : public testing::TestWithParam<SocketCase> {};
 TEST_P(SocketNumber, IsTheFourthCharacterLessTheCodeOfZero) {
   Table table =
       Table::Of(Processor{.designation = GetParam().designation, .manufacturer = "7 makers"});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   EXPECT_EQ(devices::SocketNumber(At(bytes, 0)), GetParam().number);
   const uint8_t data[] = {TVQ_DEVICE_TYPE_CPU, GetParam().number, 0, 0, 0, 0, 0};
   EXPECT_THAT(BytesOf(devices::KeyOf(At(bytes, 0))), testing::ElementsAreArray(data));
@@ -138,7 +138,7 @@ class LocatorKey : public testing::TestWithParam<LocatorCase> {};
 
 TEST_P(LocatorKey, IsThreeBytesOfTheLocator) {
   Table table = Table::Of(Structure{17, 7, Bytes(0x13 - 4, 1), {GetParam().locator, "next"}});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   EXPECT_EQ(CharactersOf(At(bytes, 0)), GetParam().characters);
 }
 
@@ -153,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(LocatorKey, IsZerosWithoutALocatorAndBehindTheTable) {
   Table table = Table::Of(MemoryDevice{.locator = std::nullopt});
-  const Bytes without = table.Bytes();
+  const Bytes& without = table.Bytes();
   EXPECT_EQ(CharactersOf(At(without, 0)), std::string(3, '\0'));
   Bytes cut = {17, 0x11, 0, 0};
   cut.resize(0x10);
@@ -170,7 +170,7 @@ TEST(LocatorKey, HasCharactersUpToItsFirstNul) {
 
 TEST(DeviceKey, OfAModuleHasItsCharactersWidenedWithTheirSign) {
   Table table = Table::Of(MemoryDevice{.locator = "\x80-\x7F"});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   EXPECT_THAT(BytesOf(devices::KeyOf(At(bytes, 0))),
               ElementsAre(TVQ_DEVICE_TYPE_DIMM, 0x80, 0xFF, '-', 0, 0x7F, 0));
 }
@@ -238,7 +238,7 @@ TEST(FqddMap, IsMissingWithoutAStructureOfItsType) {
 
 TEST(TableEnd, IsAReservedHandleThatIsNotTheFirst) {
   Table table = Table::Of(Structure{1, 0xFFFF}, Structure{1, 0xFFFE}, Structure{1, 0xFFFF});
-  const Bytes bytes = table.Bytes();
+  const Bytes& bytes = table.Bytes();
   EXPECT_FALSE(devices::EndsTable(At(bytes, 0)));
   EXPECT_FALSE(devices::EndsTable(At(bytes, 1)));
   EXPECT_TRUE(devices::EndsTable(At(bytes, 2)));

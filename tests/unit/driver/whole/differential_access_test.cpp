@@ -65,13 +65,8 @@ class DifferentialAccess : public SmbiosTest {
 
   // With an index of the table, as during a start, or without.
   void Compare(bool withIndex) {
-    EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
-    ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
     std::optional<TableIndex> index;
-    if (withIndex) {
-      index.emplace();
-      ASSERT_NE(TableIndex::Current(), nullptr);
-    }
+    ASSERT_NO_FATAL_FAILURE(Locate(withIndex, index));
     ASSERT_NO_FATAL_FAILURE(CompareAccess());
     ASSERT_NO_FATAL_FAILURE(CompareMap());
     ASSERT_NO_FATAL_FAILURE(CompareAttributes());
@@ -125,6 +120,15 @@ class DifferentialAccess : public SmbiosTest {
   }
 
  private:
+  void Locate(bool withIndex, std::optional<TableIndex>& index) {
+    EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
+    ASSERT_EQ(LocateSmbiosTable(), EFI_SUCCESS);
+    if (withIndex) {
+      index.emplace();
+      ASSERT_NE(TableIndex::Current(), nullptr);
+    }
+  }
+
   UINT16 HandleAt(size_t structure) const {
     return static_cast<UINT16>(mBase[structure + 2] | mBase[structure + 3] << 8);
   }
