@@ -139,7 +139,7 @@ TEST_F(AnInventoryBlob, HasNumbersThatItsFlagsVouchFor) {
 
 TEST_F(AnInventoryBlob, RefersToItsTexts) {
   EXPECT_THAT(Read().texts, SizeIs(0));
-  Set(46, 4, 0 << 1 | 1);
+  Set(46, 4, 1);
   Set(50, 4, 4 << 1 | 1);
   Set(54, 4, 5 << 1 | 1);
   Set(58, 4, 7 << 1 | 1);
