@@ -4,7 +4,8 @@
 usage: check_lists.py ROOT
 
 Every INF is named in a DSC (or a file that DSCs include), and every C and C++ file of a package is in the [Sources] of an INF
-or lies under an Include folder. A file that nobody builds is a file that nobody tests.
+or lies under an Include folder. A file that nobody builds is a file that nobody tests. No comment of a build file holds an
+!include: EDK II's parser of FDF files obeys it.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -40,13 +41,24 @@ def listed_modules(build_file):
         yield from re.findall(r"[\w./-]+\.inf\b", line)
 
 
+def commented_includes(build_file):
+    """The lines with an !include behind a comment's sign."""
+    for number, line in enumerate(build_file.read_text(encoding="utf-8", errors="replace").splitlines(), 1):
+        if "!include" in line.partition("#")[2].lower():
+            yield number
+
+
 def packages(root):
     """The folders with a package declaration."""
     return sorted({declaration.parent for declaration in root.glob("*/*.dec")})
 
 
 def findings(root):
-    """Yields one line for every file that no list names."""
+    """Yields one line for every file that no list names, and for every include in a comment."""
+    for pattern in ("*/*.dsc*", "*/*.fdf*"):
+        for file in sorted(root.glob(pattern)):
+            for number in commented_includes(file):
+                yield f"{file.relative_to(root)}:{number}: a comment holds an !include, which EDK II obeys in an FDF"
     for package in packages(root):
         infs = sorted(package.rglob("*.inf"))
         listed = {source for inf in infs for source in listed_sources(inf)}

@@ -36,6 +36,11 @@ class BuildLists(unittest.TestCase):
     def test_complete_lists_have_no_findings(self):
         self.assertEqual(self.findings(), [])
 
+    def test_an_include_in_a_comment_is_found(self):
+        self.write("OnePkg/OnePkg.fdf.inc", "#\n#  !include OnePkg/OnePkg.fdf.inc\n!include OnePkg/Other.inc  # the rest\n")
+        self.assertEqual(self.findings(),
+                         ["OnePkg/OnePkg.fdf.inc:2: a comment holds an !include, which EDK II obeys in an FDF"])
+
     def test_a_source_file_in_no_inf_is_found(self):
         self.write("OnePkg/Thing/forgotten.cpp")
         self.assertEqual(self.findings(), ["OnePkg/Thing/forgotten.cpp is in no INF"])
