@@ -66,6 +66,9 @@ class Commands {
   // The body of the command that the arguments named.
   const CommandBody& Chosen() const { return mChosen; }
 
+  // Whether --quiet was given.
+  bool IsQuiet() const { return mIsQuiet; }
+
   // Everything that was added.
   CommandTree Tree() const;
 
@@ -73,6 +76,7 @@ class Commands {
   CLI::App& mApp;
   std::vector<AddedCommand> mAdded;
   CommandBody mChosen;
+  bool mIsQuiet = false;
 };
 
 // Declares the function of every command.

@@ -54,6 +54,7 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
   CLI::App* command = mApp.add_subcommand(text.name, text.summary);
   command->footer(fmt::format("{}\n\nExamples:\n{}\nExit status: {}", text.details, text.examples,
                               text.statuses));
+  command->add_flag("-q,--quiet", mIsQuiet, "Print no warnings and remarks, errors alone");
   command->callback([this, body = std::move(body)] { mChosen = body; });
   mAdded.push_back({text, command});
   return *command;
@@ -62,6 +63,21 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
 CommandTree Commands::Tree() const {
   return ReadCommandTree(mApp, mAdded);
 }
+
+namespace {
+
+// The parser's own message may be of several lines, of which the first tells what is wrong.
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const Console& console) {
+  const std::string message = error.what();
+  const std::vector<CLI::App*> named = app.get_subcommands();
+  const std::string command = named.empty() ? "" : named.front()->get_name() + ' ';
+  console.Error(message.substr(0, message.find('\n')),
+                fmt::format("`tvq {}--help` lists the {}", command,
+                            named.empty() ? "commands" : "options, with examples"));
+  return kExitTrouble;
+}
+
+}  // namespace
 
 int RunCommandLine(int argc, const char* const* argv, Console& console) {
   CLI::App app(kSummary, "tvq");
@@ -76,10 +92,13 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
   try {
     RequireKnownCommand(app, argc, argv);
     app.parse(argc, argv);
+    console.isQuiet = commands.IsQuiet();
     return commands.Chosen()(console);
+  } catch (const CLI::Success& request) {
+    app.exit(request, console.out, console.diagnostics);
+    return kExitNothingFound;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error, console.out, console.diagnostics) == 0 ? kExitNothingFound
-                                                                  : kExitTrouble;
+    return ReportUsage(app, error, console);
   } catch (const InputError& error) {
     console.Error(error.what(), error.Hint());
     return kExitTrouble;

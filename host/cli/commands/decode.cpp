@@ -13,6 +13,7 @@
 #include "host/cli/command.h"
 #include "host/cli/input/input.h"
 #include "host/cli/redact/redact.h"
+#include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
 
 #include <nlohmann/json.hpp>
@@ -154,7 +155,10 @@ ExitStatus Decode(const DecodeOptions& options, Console& console) {
     for (const DataError& error : errors) {
       reasons.push_back({{"offset", error.Offset()}, {"reason", error.what()}});
     }
-    console.out << Json({{"blobs", blobs}, {"errors", reasons}}).dump(1) << '\n';
+    Json json = SchemaJson("tvq-decode");
+    json["blobs"] = blobs;
+    json["errors"] = reasons;
+    console.out << json.dump(1) << '\n';
   }
   for (const DataError& error : errors) {
     console.Error(fmt::format("{}:0x{:04X}: {}", options.file, error.Offset(), error.what()));

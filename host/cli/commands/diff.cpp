@@ -16,6 +16,7 @@
 #include "host/cli/input/state_file.h"
 #include "host/cli/compare/state_table.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
 
 #include <nlohmann/json.hpp>
@@ -276,9 +277,11 @@ Json ToJson(const Difference& difference) {
                                                         : "changed"},
                           {"fields", ToJson(change.fields)}});
   }
-  return {{"devices", devices},
-          {"summary", SummaryJson(difference.comparison)},
-          {"structures", structures}};
+  Json json = SchemaJson("tvq-diff");
+  json["devices"] = devices;
+  json["summary"] = SummaryJson(difference.comparison);
+  json["structures"] = structures;
+  return json;
 }
 
 ExitStatus Diff(const DiffOptions& options, Console& console) {

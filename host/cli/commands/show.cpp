@@ -1,10 +1,9 @@
 /*
- * `tvq show`: what a machine looks like to the driver.
+ * `tvq show`: what a machine is, and what the driver makes of it.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -20,59 +19,64 @@ namespace tvq::cli {
 namespace {
 
 constexpr CommandText kText = {
-    "show", "Shows what a machine looks like to the driver",
-    "An overview of the devices, the system and the attributes; which devices get no record, why,\n"
-    "and what --conform would change. With a DEVICE, an FQDD or a name such as \"DIMM A1\": that\n"
-    "device alone, with its whole document. An argument that is '-' or names a file is the table;\n"
-    "without one it is this machine's, which takes root rights.",
+    "show", "Shows what a machine is, and what the driver makes of it",
+    "What the machine's own table says of it: system, boards, firmware, and everything that is in "
+    "a\n"
+    "socket or slot, by the label that is printed there; then which devices get no record, why, "
+    "what\n"
+    "--conform would change, and where a document has another value. With a NAME, a printed label\n"
+    "or an FQDD: that part alone, with its whole document. A single argument that is '-' or names "
+    "a\n"
+    "file is the table; without one it is this machine's, which takes root rights.\n"
+    "\n"
+    "Lines have 80 characters, or as many as the terminal shows; what has no room in a row stands\n"
+    "below it. --wide prints a line for each part, however long.",
     "  sudo tvq show\n"
     "  tvq show dump.bin\n"
-    "  tvq show dump.bin --conform\n"
+    "  tvq show dump.bin P1-DIMMA1\n"
     "  tvq show dump.bin CPU.Socket.1 --conform\n"
     "  ssh server sudo dmidecode -u | tvq show -\n"
     "  tvq show --json dump.bin\n",
     "0 every device has a record; 1 a device has none; 2 there is no table that can be\n"
-    "used, no such device, or the command line is wrong."};
+    "used, no such part or several of that name, or the command line is wrong."};
 
 struct ShowOptions {
   TableOptions table;
   std::vector<std::string> arguments;
-  std::string device;
+  std::string name;
+  bool isWide = false;
   bool json = false;
 };
 
-bool NamesFile(const std::string& argument) {
-  struct stat status = {};
-  return argument == "-" || argument.find('/') != std::string::npos ||
-         stat(argument.c_str(), &status) == 0;
-}
-
-// Sorts the arguments into the table and the device.
+// Sorts the arguments into the table and the name. Of two, the first is the table.
 void TakeArguments(ShowOptions& options) {
-  for (const std::string& argument : options.arguments) {
-    std::string& target = NamesFile(argument) ? options.table.file : options.device;
-    if (!target.empty()) {
-      throw InputError(fmt::format("'{}' is one {} too many", argument,
-                                   NamesFile(argument) ? "table" : "device"),
-                       "`tvq show --help` has examples");
-    }
-    target = argument;
+  const std::vector<std::string>& arguments = options.arguments;
+  const bool hasTable = !options.table.file.empty();
+  if (arguments.size() > (hasTable ? 1 : 2)) {
+    throw InputError(fmt::format("'{}' is one argument too many", arguments.back()),
+                     "`tvq show --help` has examples");
+  }
+  if (!hasTable && (arguments.size() == 2 || (arguments.size() == 1 && NamesFile(arguments[0])))) {
+    options.table.file = arguments[0];
+  }
+  if (!arguments.empty() && (hasTable || arguments.size() == 2 || options.table.file.empty())) {
+    options.name = arguments.back();
   }
 }
 
-const Device& FindDevice(const Overview& overview, const ShowOptions& options) {
-  const auto found = std::find_if(
-      overview.devices.begin(), overview.devices.end(), [&options](const Device& device) {
-        return device.fqdd == options.device || device.name == options.device;
-      });
-  if (found == overview.devices.end()) {
-    throw InputError(fmt::format("there is neither a device nor a file named '{}'", options.device),
-                     overview.devices.empty()
-                         ? "the driver made no record; `tvq show` tells why"
-                         : fmt::format("the first device is '{}'; `tvq show` lists them all",
-                                       overview.devices.front().fqdd));
+PartPlace FindPart(const Overview& overview, const ShowOptions& options) {
+  const MachineView view = overview.View();
+  const std::vector<PartPlace> found = FindParts(view, options.name);
+  if (found.empty()) {
+    throw InputError(fmt::format("neither a part nor a file is named '{}'", options.name),
+                     "`tvq show` lists the labels and FQDDs of all parts");
   }
-  return *found;
+  if (found.size() > 1) {
+    throw InputError(fmt::format("{} parts are named '{}': {}", found.size(), options.name,
+                                 NamesOf(view, found)),
+                     "name one of them by its FQDD, or see them all with `tvq show`");
+  }
+  return found.front();
 }
 
 // A file that is not there was taken for a device.
@@ -80,11 +84,11 @@ Overview MakeOverview(const ShowOptions& options, const Console& console) {
   try {
     return MakeOverview(options.table, console);
   } catch (const InputError& error) {
-    if (options.device.empty() || !options.table.file.empty()) {
+    if (options.name.empty() || !options.table.file.empty()) {
       throw;
     }
-    throw InputError(fmt::format("no file is named '{}', and to look for a device: {}",
-                                 options.device, error.what()),
+    throw InputError(fmt::format("no file is named '{}', and to look for a part: {}", options.name,
+                                 error.what()),
                      error.Hint());
   }
 }
@@ -93,14 +97,16 @@ ExitStatus Show(ShowOptions options, Console& console) {
   TakeArguments(options);
   const Overview overview = MakeOverview(options, console);
   const ExitStatus status = overview.missing.empty() ? kExitNothingFound : kExitFound;
-  if (!options.device.empty()) {
-    const Device& device = FindDevice(overview, options);
-    console.out << (options.json ? ToJson(device).dump(1) + '\n'
-                                 : DeviceText(device, console.terminal));
+  Terminal terminal = PageOf(console.terminal);
+  terminal.width = options.isWide ? 0 : terminal.width;
+  if (!options.name.empty()) {
+    const PartPlace place = FindPart(overview, options);
+    console.out << (options.json ? DeviceJson(overview, place).dump(1) + '\n'
+                                 : DeviceText(overview, place, terminal));
     return kExitNothingFound;
   }
   console.out << (options.json ? ToJson(overview).dump(1) + '\n'
-                               : OverviewText(overview, console.terminal));
+                               : OverviewText(overview, terminal));
   return status;
 }
 
@@ -110,10 +116,12 @@ void AddShow(Commands& commands) {
   const auto options = std::make_shared<ShowOptions>();
   CLI::App& app =
       commands.Add(kText, [options](Console& console) { return Show(*options, console); });
-  app.add_option("TABLE|DEVICE", options->arguments, "A captured table, or '-'; an FQDD or a name")
+  app.add_option("TABLE|NAME", options->arguments,
+                 "A captured table, or '-'; a printed label or an FQDD")
       ->type_name("");
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
+  app.add_flag("-w,--wide", options->isWide, "Let lines be as long as they are");
   app.add_flag("--json", options->json, "Print one JSON document");
 }
 

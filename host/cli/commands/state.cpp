@@ -14,6 +14,7 @@
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -89,7 +90,10 @@ Json ToJson(const run::Comparison& comparison) {
          {"status", finding.status ? Json(*finding.status) : Json()},
          {"detail", finding.detail.empty() ? Json() : Json(finding.detail)}});
   }
-  return {{"findings", findings}, {"summary", SummaryJson(comparison)}};
+  Json json = SchemaJson("tvq-verify");
+  json["findings"] = findings;
+  json["summary"] = SummaryJson(comparison);
+  return json;
 }
 
 Json SavedJson(const std::string& folder, const run::Results& results) {
@@ -97,7 +101,10 @@ Json SavedJson(const std::string& folder, const run::Results& results) {
   for (const run::Record& record : results.records) {
     devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
   }
-  return {{"state", StatePath(folder)}, {"devices", devices}};
+  Json json = SchemaJson("tvq-save");
+  json["state"] = StatePath(folder);
+  json["devices"] = devices;
+  return json;
 }
 
 ExitStatus Save(const StateOptions& options, Console& console) {

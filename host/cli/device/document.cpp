@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -121,7 +122,13 @@ void Indent(const Element& element, const Terminal& terminal, std::size_t indent
     }
     text += std::string(indent, ' ');
   } else {
-    text += Printable(element.text);
+    const std::string shown = Printable(element.text, terminal);
+    const std::size_t width = indent + 2 * element.name.size() + 5 + WidthOf(shown);
+    if (terminal.width != 0 && width > terminal.width) {
+      text += '\n' + Wrapped(shown, terminal, indent + 2) + std::string(indent, ' ');
+    } else {
+      text += shown;
+    }
   }
   text += tag("/" + element.name) + '\n';
 }
@@ -147,6 +154,13 @@ std::string_view Element::TextOf(std::string_view path) const {
     return {};
   }
   return slash == std::string_view::npos ? child->text : child->TextOf(path.substr(slash + 1));
+}
+
+bool Element::Has(std::string_view path) const {
+  const std::size_t slash = path.find('/');
+  const Element* const child = Find(path.substr(0, slash));
+  return child != nullptr &&
+         (slash == std::string_view::npos || child->Has(path.substr(slash + 1)));
 }
 
 Element ReadDocument(std::string_view text) {

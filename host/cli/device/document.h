@@ -50,6 +50,8 @@ struct Element {
   const Element* Find(std::string_view child) const;
   // The text of the element that the names lead to, with a '/' between them; empty when there is none.
   std::string_view TextOf(std::string_view path) const;
+  // Whether the names lead to an element.
+  bool Has(std::string_view path) const;
 };
 
 // The root element. Throws DataError.

@@ -18,7 +18,6 @@ namespace {
 
 constexpr unsigned kProcessor = 2;
 constexpr unsigned kModule = 3;
-constexpr unsigned kSystem = 4;
 
 // The size word of a memory device (SMBIOS 7.18).
 constexpr uint64_t kSizeUnknown = 0xFFFF;
@@ -35,61 +34,7 @@ std::string OrDash(const std::optional<std::u16string>& text) {
   return text ? OrDash(Printable(*text)) : "-";
 }
 
-// A number with its unit; 0 stands for "not known".
-std::string WithUnit(std::string_view number, const char* unit) {
-  return NumberOf(number) == 0 ? "-" : fmt::format("{} {}", Printable(number), unit);
-}
-
-std::string ModuleSize(const Element& dimm) {
-  const uint64_t size = NumberOf(dimm.TextOf("Size"));
-  if (size == kSizeUnknown) {
-    return "-";
-  }
-  if (size == kSizeIsExtended) {
-    return SizeInWords((NumberOf(dimm.TextOf("ExtendedSize")) & 0x7FFFFFFF) << 20);
-  }
-  return SizeInWords((size & kSizeInKilobytes) != 0 ? (size & ~kSizeInKilobytes) << 10
-                                                    : size << 20);
-}
-
-std::string CoresInWords(const Element& cpu) {
-  const std::string cores = Printable(cpu.TextOf("CoreCount"));
-  const std::string threads = Printable(cpu.TextOf("ThreadCount"));
-  return NumberOf(cores) == 0     ? "-"
-         : NumberOf(threads) == 0 ? cores + " cores"
-                                  : fmt::format("{} cores, {} threads", cores, threads);
-}
-
-void Describe(const Element& document, Device& device) {
-  const auto text = [&document](const char* path) {
-    return OrDash(Printable(document.TextOf(path)));
-  };
-  device.model = text("Inventory/MarketingName");
-  switch (device.type) {
-    case kProcessor:
-      device.identity = text("Configuration/cpuData/PPIN");
-      device.cores = CoresInWords(*document.Find("Configuration")->Find("cpuData"));
-      device.speed = WithUnit(document.TextOf("Configuration/cpuData/CurrentSpeed"), "MHz");
-      device.slot = text("Inventory/Identifier/CPULocation");
-      break;
-    case kModule:
-      device.identity = text("Inventory/WWN");
-      device.part = text("Configuration/dimmData/PartNumber");
-      device.size = ModuleSize(*document.Find("Configuration")->Find("dimmData"));
-      device.speed =
-          WithUnit(document.TextOf("Configuration/dimmData/ConfiguredMemClockSpeed"), "MT/s");
-      device.slot = text("Inventory/Identifier/DIMMLocation");
-      break;
-    case kSystem:
-      device.model = text("Inventory/Identifier/SystemInformation/ProductName");
-      device.identity = text("Inventory/Identifier/SystemInformation/ServiceTag");
-      break;
-    default:
-      break;
-  }
-}
-
-// What Describe relies on.
+// A document of another kind of device tells nothing of this one.
 void RequireSections(const Element& document, unsigned type) {
   const char* const wanted = type == kProcessor ? "cpuData"
                              : type == kModule  ? "dimmData"
@@ -107,8 +52,6 @@ Device ToDevice(const run::Record& record) {
   device.type = record.deviceType;
   device.name = OrDash(record.name);
   device.fqdd = OrDash(record.fqdd);
-  device.model = device.identity = device.part = device.cores = device.size = device.speed =
-      device.slot = "-";
   if (!record.blobs[1]) {
     device.trouble = "it has no configuration blob";
     return device;
@@ -116,7 +59,6 @@ Device ToDevice(const run::Record& record) {
   try {
     Element document = ReadDocument(DocumentText(*record.blobs[1]));
     RequireSections(document, device.type);
-    Describe(document, device);
     device.document = std::move(document);
   } catch (const DataError& error) {
     device.trouble = error.what();
@@ -137,6 +79,17 @@ std::string_view DocumentText(const run::Bytes& configurationBlob) {
   const std::string_view text(reinterpret_cast<const char*>(configurationBlob.data()),
                               configurationBlob.size());
   return text.substr(blobs::kDocument, text.find('\0', blobs::kDocument) - blobs::kDocument);
+}
+
+std::optional<uint64_t> ModuleSizeInBytes(const Element& dimm) {
+  const uint64_t size = NumberOf(dimm.TextOf("Size"));
+  if (size == kSizeUnknown) {
+    return std::nullopt;
+  }
+  if (size == kSizeIsExtended) {
+    return (NumberOf(dimm.TextOf("ExtendedSize")) & 0x7FFFFFFF) << 20;
+  }
+  return (size & kSizeInKilobytes) != 0 ? (size & ~kSizeInKilobytes) << 10 : size << 20;
 }
 
 std::string SizeInWords(uint64_t bytes) {

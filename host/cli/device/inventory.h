@@ -11,22 +11,20 @@
 #include <vector>
 
 #include "host/cli/device/document.h"
+#include "host/cli/machine/differences.h"
+#include "host/cli/machine/links.h"
 #include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
-// One device. Texts are UTF-8 without control characters; "-" stands for what is not known.
+// One device record.
 struct Device {
   unsigned type = 0;
-  std::string name;
+  std::string name;  // UTF-8 without control characters, as all of these; "-": the record has none
   std::string fqdd;
-  std::string model;
-  std::string identity;  // serial number, PPIN or service tag
-  std::string part;      // of a module
-  std::string cores;     // of a processor
-  std::string size;
-  std::string speed;
-  std::string slot;
+  // The part of the machine that it is of, where that is known, and where the document differs.
+  std::optional<PartPlace> place;
+  std::vector<Difference> differences;
   // Null when the record has no document, or none that can be read; `trouble` says why.
   std::optional<Element> document;
   std::string trouble;
@@ -40,6 +38,9 @@ std::string_view DocumentText(const run::Bytes& configurationBlob);
 
 // A number of bytes in the largest unit that leaves no rest: "32 GB", "1536 MB".
 std::string SizeInWords(uint64_t bytes);
+
+// What the elements of a module's section say of its size; nothing where it is unknown.
+std::optional<uint64_t> ModuleSizeInBytes(const Element& dimm);
 
 // A decimal or hexadecimal number of a document; 0 where it is none.
 uint64_t NumberOf(std::string_view text, int base = 10);

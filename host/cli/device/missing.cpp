@@ -10,6 +10,7 @@
 
 #include <algorithm>
 
+#include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -153,8 +154,13 @@ void AddAll(const run::Table& table, const std::string& why, std::vector<Missing
 
 }  // namespace
 
-std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results) {
+std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results,
+                                 const std::string& trouble) {
   std::vector<Missing> missing;
+  if (!trouble.empty()) {
+    AddAll(table, "the driver did not run: " + trouble, missing);
+    return missing;
+  }
   if (results.start != kSuccess) {
     AddAll(table,
            fmt::format("the driver's start ended with \"{}\"{}", results.start, WhyNoNames(table)),
@@ -168,20 +174,17 @@ std::vector<Missing> FindMissing(const run::Table& table, const run::Results& re
   return missing;
 }
 
-std::string DescribeEmpty(const run::Table& table) {
-  constexpr std::pair<devices::Kind, const char*> kEmpty[] = {
-      {devices::Kind::kEmptySocket, "empty processor sockets"},
-      {devices::Kind::kEmptySlot, "empty memory slots"},
-      {devices::Kind::kHbm, "HBM stacks, which are parts of processors"},
-      {devices::Kind::kLogical, "logical memory devices"}};
+std::string DescribeOthers(const run::Table& table) {
+  constexpr std::pair<devices::Kind, const char*> kOthers[] = {
+      {devices::Kind::kHbm, "HBM stack"}, {devices::Kind::kLogical, "logical memory device"}};
   std::string text;
-  for (const auto& [kind, words] : kEmpty) {
+  for (const auto& [kind, words] : kOthers) {
     size_t count = 0;
     for (const smbios::Structure& structure : smbios::Walk(ViewOf(table.structures))) {
       count += devices::KindOf(structure) == kind ? 1 : 0;
     }
     if (count != 0) {
-      text += fmt::format("{}{} {}", text.empty() ? "" : "; ", count, words);
+      text += (text.empty() ? "" : ", ") + Counted(count, words);
     }
   }
   return text;

@@ -20,10 +20,12 @@ struct Missing {
   std::string why;
 };
 
-std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results);
+// Where the driver did not run, `trouble` says why.
+std::vector<Missing> FindMissing(const run::Table& table, const run::Results& results,
+                                 const std::string& trouble);
 
-// What is no device of its own, such as "3 empty memory slots, 8 HBM stacks"; may be empty.
-std::string DescribeEmpty(const run::Table& table);
+// Memory devices that are no devices of their own, such as "8 HBM stacks"; may be empty.
+std::string DescribeOthers(const run::Table& table);
 
 }  // namespace tvq::cli
 

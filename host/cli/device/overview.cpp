@@ -1,5 +1,5 @@
 /*
- * A machine as the driver sees it.
+ * A machine, and what the driver makes of it.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -7,6 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/cli/input/input.h"
+#include "host/cli/machine/differences.h"
+#include "host/cli/machine/machine_json.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
 
@@ -23,56 +26,86 @@ Json ToJson(const Missing& missing) {
   return {{"what", missing.what}, {"handles", missing.handles}, {"why", missing.why}};
 }
 
+Json ToJson(const Overview& overview, const Device& device) {
+  const facts::Part* const part = device.place ? &overview.View().At(*device.place) : nullptr;
+  const std::string label = part == nullptr ? "" : LabelOf(*part);
+  return {{"fqdd", OrNull(device.fqdd)},
+          {"label", OrNull(label)},
+          {"deviceType", device.type},
+          {"kind", device.place ? Json(NameOf(device.place->kind).one) : Json()},
+          {"handle", part == nullptr ? Json() : Json(part->handle)},
+          {"differences", DifferencesJson(device.differences)},
+          {"document", device.document ? ToJson(*device.document) : Json()},
+          {"trouble", OrNull(device.trouble)}};
+}
+
+// The driver makes no record of a table that cannot be published.
+void RunDriver(run::DriverRun& driver, const TableOptions& options, const Console& console,
+               Overview& overview) {
+  try {
+    overview.results = RunDriver(driver, overview.table, options, console);
+  } catch (const InputError& error) {
+    overview.trouble = error.what();
+  }
+  overview.devices = ToDevices(overview.results.records);
+  const auto places = LinkRecords(overview.table, overview.results.records);
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    Device& device = overview.devices[i];
+    if (places[i] && places[i]->index < overview.machine.Of(places[i]->kind).size()) {
+      device.place = places[i];
+      if (device.document) {
+        device.differences = FindDifferences(overview.machine, *device.place, *device.document);
+      }
+    }
+  }
+}
+
 }  // namespace
 
 Overview MakeOverview(const TableOptions& options, const Console& console) {
   run::DriverRun driver;
   Overview overview;
   overview.table = ReadTable(driver, options, console);
+  overview.machine = ReadMachine(overview.table);
   if (options.conform) {
     ConformTable(driver, overview.table, console);
   }
-  overview.results = RunDriver(driver, overview.table, options, console);
-  overview.devices = ToDevices(overview.results.records);
-  overview.missing = FindMissing(overview.table, overview.results);
-  overview.empty = DescribeEmpty(overview.table);
+  RunDriver(driver, options, console, overview);
+  overview.missing = FindMissing(overview.table, overview.results, overview.trouble);
+  overview.others = DescribeOthers(overview.table);
   if (!overview.missing.empty()) {
     overview.conformable = driver.Conform(overview.table);
   }
   return overview;
 }
 
-Json ToJson(const Device& device) {
-  return {{"name", OrNull(device.name)},
-          {"fqdd", OrNull(device.fqdd)},
-          {"deviceType", device.type},
-          {"model", OrNull(device.model)},
-          {"identity", OrNull(device.identity)},
-          {"partNumber", OrNull(device.part)},
-          {"cores", OrNull(device.cores)},
-          {"size", OrNull(device.size)},
-          {"speed", OrNull(device.speed)},
-          {"slot", OrNull(device.slot)},
-          {"document", device.document ? ToJson(*device.document) : Json()},
-          {"trouble", OrNull(device.trouble)}};
+Json DeviceJson(const Overview& overview, PartPlace place) {
+  const Device* const device = overview.View().DeviceOf(place);
+  Json json = SchemaJson("tvq-show-part");
+  json["kind"] = NameOf(place.kind).one;
+  json["part"] = PartJson(overview.View(), place);
+  json["record"] = device == nullptr ? Json() : ToJson(overview, *device);
+  return json;
 }
 
 Json ToJson(const Overview& overview) {
   Json devices = Json::array();
   for (const Device& device : overview.devices) {
-    devices.push_back(ToJson(device));
+    devices.push_back(ToJson(overview, device));
   }
   Json missing = Json::array();
   for (const Missing& entry : overview.missing) {
     missing.push_back(ToJson(entry));
   }
-  Json json = {{"smbios", SmbiosJson(overview.table)},
-               {"start", overview.results.start},
-               {"devices", devices},
-               {"withoutRecord", missing},
-               {"empty", OrNull(overview.empty)},
-               {"conform", Json()},
-               {"attributes", AttributesJson(overview.results.attributes)}};
+  Json json = SchemaJson("tvq-show");
+  json["smbios"] = SmbiosJson(overview.table);
+  json["machine"] = MachineJson(overview.View());
+  json["start"] = OrNull(overview.results.start);
+  json["trouble"] = OrNull(overview.trouble);
+  json["devices"] = devices;
+  json["withoutRecord"] = missing;
+  json["conform"] = nullptr;
+  json["attributes"] = AttributesJson(overview.results.attributes);
   if (!overview.missing.empty()) {
     json["conform"] = {{"isRefused", overview.conformable.isRefused},
                        {"summary", overview.conformable.summary},

@@ -1,5 +1,5 @@
 /*
- * A machine as the driver sees it, as text and as JSON.
+ * A machine, and what the driver makes of it, as text and as JSON.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -11,27 +11,33 @@
 #include "host/cli/device/inventory.h"
 #include "host/cli/device/missing.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/machine/machine_view.h"
+#include "host/facts/machine.h"
 
 namespace tvq::cli {
 
 struct Overview {
-  run::Table table;  // conformed where that was asked for
+  facts::Machine machine;  // what the table says as it was read
+  run::Table table;        // conformed where that was asked for
   run::Results results;
   std::vector<Device> devices;
   std::vector<Missing> missing;
-  std::string empty;           // DescribeEmpty
+  std::string others;          // DescribeOthers
+  std::string trouble;         // why the driver did not run; empty when it did
   run::Conformed conformable;  // what conforming would do, where something is missing
+
+  MachineView View() const { return {machine, devices}; }
 };
 
-// Runs the driver on the table.
+// Reads the machine, and runs the driver on its table.
 Overview MakeOverview(const TableOptions& options, const Console& console);
 
 std::string OverviewText(const Overview& overview, const Terminal& terminal);
 nlohmann::ordered_json ToJson(const Overview& overview);
 
-// One device with its document.
-std::string DeviceText(const Device& device, const Terminal& terminal);
-nlohmann::ordered_json ToJson(const Device& device);
+// One part with its document, where it has a record.
+std::string DeviceText(const Overview& overview, PartPlace place, const Terminal& terminal);
+nlohmann::ordered_json DeviceJson(const Overview& overview, PartPlace place);
 
 }  // namespace tvq::cli
 

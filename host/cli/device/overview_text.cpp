@@ -1,43 +1,44 @@
 /*
- * A machine as the driver sees it, as text.
+ * A machine, and what the driver makes of it, as text.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "host/cli/device/overview.h"
-#include "host/cli/device/system_text.h"
+#include "host/cli/machine/machine_text.h"
+#include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
-#include "host/cli/output/text_table.h"
 
 namespace tvq::cli {
 namespace {
 
-constexpr unsigned kSystem = 4;
 constexpr size_t kHandlesShown = 4;
 constexpr size_t kChangesShown = 20;
 
-std::string Heading(const Terminal& terminal, const std::string& text) {
-  return "\n" + Painted(terminal, Ink::kBold, text) + "\n";
-}
-
-std::string DevicesText(const Overview& overview, const Terminal& terminal) {
-  TextTable table({"NAME", "FQDD", "MODEL", "IDENTITY", "PART OR CORES", "SIZE", "SPEED", "SLOT"},
-                  2);
-  for (const Device& device : overview.devices) {
-    table.Add({device.name, device.fqdd, device.model, device.identity,
-               device.part == "-" ? device.cores : device.part, device.size, device.speed,
-               device.slot});
+std::string DriverText(const Overview& overview, const Terminal& terminal) {
+  const run::Table& table = overview.table;
+  std::vector<std::string> items = {
+      fmt::format("SMBIOS {}.{}", table.major, table.minor),
+      Counted(table.structureCount, "structure"),
+      Counted(table.structures.size(), "byte"),
+  };
+  if (overview.trouble.empty()) {
+    items.push_back(fmt::format("the driver's start: {}", overview.results.start));
   }
-  std::string text = Heading(terminal, fmt::format("Devices: {}", overview.devices.size()));
-  text += table.IsEmpty() ? "" : table.Render(terminal);
+  items.push_back(Counted(overview.devices.size(), "record"));
+  if (!overview.others.empty()) {
+    items.push_back("without one of their own: " + overview.others);
+  }
+  std::string text = Heading(terminal, "Driver") + Listed(items, terminal, "  ", 4);
   for (const Device& device : overview.devices) {
     if (!device.trouble.empty()) {
-      text += fmt::format("  {}: the document cannot be read: {}\n", device.fqdd, device.trouble);
+      text +=
+          Wrapped(fmt::format("{}: the document cannot be read: {}", device.fqdd, device.trouble),
+                  terminal, 2);
     }
-  }
-  if (!overview.empty.empty()) {
-    text += fmt::format("  Besides: {}.\n", overview.empty);
   }
   return text;
 }
@@ -64,7 +65,7 @@ std::string MissingText(const Overview& overview, const Terminal& terminal) {
   if (overview.missing.empty()) {
     return "";
   }
-  std::string text = "\n" + Painted(terminal, Ink::kYellow, "Without a record") + "\n";
+  std::string text = Heading(terminal, "Without a record", Ink::kYellow);
   std::string lastReason;
   for (const Missing& entry : overview.missing) {
     if (entry.why != lastReason) {
@@ -84,62 +85,60 @@ std::string MissingText(const Overview& overview, const Terminal& terminal) {
       return text + fmt::format("    and {} more, which --json lists\n",
                                 conformable.changes.size() - kChangesShown);
     }
-    text += "    " + conformable.changes[i] + '\n';
+    text += Wrapped(conformable.changes[i], terminal, 4);
   }
   return text;
 }
 
-std::string ValueOf(const run::Attribute& attribute) {
+std::vector<std::string> ValuesOf(const run::Attribute& attribute, const Terminal& terminal) {
   if (attribute.biosInfo) {
-    const auto text = [](const std::optional<std::string>& value) {
-      return value ? Printable(*value) : "-";
+    const auto text = [&terminal](const char* what, const std::optional<std::string>& value) {
+      return fmt::format("{} {}", what, value ? Printable(*value, terminal) : "-");
     };
-    return fmt::format("service tag {}, BIOS version {}, product name {}",
-                       text(attribute.biosInfo->serviceTag), text(attribute.biosInfo->biosVersion),
-                       text(attribute.biosInfo->productName));
+    return {text("service tag", attribute.biosInfo->serviceTag),
+            text("BIOS version", attribute.biosInfo->biosVersion),
+            text("product name", attribute.biosInfo->productName)};
   }
-  return attribute.text ? Printable(*attribute.text) : fmt::format("({})", attribute.status);
+  return {attribute.text ? Printable(*attribute.text, terminal)
+                         : fmt::format("({})", attribute.status)};
 }
 
 std::string AttributesText(const Overview& overview, const Terminal& terminal) {
-  TextTable table({"NAMESPACE", "NAME", "VALUE"});
+  const auto nameOf = [](const run::Attribute& attribute) {
+    return Printable(attribute.nameSpace) + ' ' + Printable(attribute.name);
+  };
+  std::size_t width = 0;
   for (const run::Attribute& attribute : overview.results.attributes) {
-    table.Add({Printable(attribute.nameSpace), Printable(attribute.name), ValueOf(attribute)});
+    width = std::max(width, WidthOf(nameOf(attribute)));
   }
-  return Heading(terminal, "Attributes") + table.Render(terminal);
+  std::string text;
+  for (const run::Attribute& attribute : overview.results.attributes) {
+    text += Listed(ValuesOf(attribute, terminal), terminal,
+                   fmt::format("  {:<{}}  ", nameOf(attribute), width), width + 4);
+  }
+  return text.empty() ? "" : Heading(terminal, "Attributes") + text;
 }
 
 }  // namespace
 
 std::string OverviewText(const Overview& overview, const Terminal& terminal) {
-  const run::Table& table = overview.table;
-  std::string text = fmt::format("SMBIOS {}.{}, {} structures, {} bytes; the driver's start: {}\n",
-                                 table.major, table.minor, table.structureCount,
-                                 table.structures.size(), overview.results.start);
-  text += DevicesText(overview, terminal) + MissingText(overview, terminal);
-  for (const Device& device : overview.devices) {
-    if (device.type == kSystem && device.document) {
-      text += Heading(terminal, "System") + SystemText(*device.document, terminal);
-    }
-  }
-  return text + AttributesText(overview, terminal);
+  return MachineText(overview.View(), terminal) + DriverText(overview, terminal) +
+         MissingText(overview, terminal) + DifferencesText(overview.devices, terminal) +
+         AttributesText(overview, terminal);
 }
 
-std::string DeviceText(const Device& device, const Terminal& terminal) {
-  const std::pair<const char*, const std::string&> rows[] = {
-      {"Name", device.name},         {"FQDD", device.fqdd},   {"Model", device.model},
-      {"Identity", device.identity}, {"Part", device.part},   {"Cores", device.cores},
-      {"Size", device.size},         {"Speed", device.speed}, {"Slot", device.slot}};
-  std::string text;
-  for (const auto& [title, value] : rows) {
-    if (value != "-") {
-      text += fmt::format("{:<10}{}\n", title, value);
-    }
+std::string DeviceText(const Overview& overview, PartPlace place, const Terminal& terminal) {
+  const MachineView view = overview.View();
+  const Device* const device = view.DeviceOf(place);
+  std::string text = PartText(view, place, terminal);
+  if (device == nullptr) {
+    return text + "\nThe driver makes no record of it.\n";
   }
-  if (!device.document) {
-    return text + "\nThe document cannot be read: " + device.trouble + "\n";
+  text += DifferencesText({*device}, terminal);
+  if (!device->document) {
+    return text + '\n' + Wrapped("The document cannot be read: " + device->trouble, terminal, 0);
   }
-  return text + "\n" + Indented(*device.document, terminal);
+  return text + "\n" + Indented(*device->document, terminal);
 }
 
 }  // namespace tvq::cli

@@ -6,6 +6,7 @@
 #include "host/cli/input/input.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -71,6 +72,12 @@ std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
     console.in.read(reinterpret_cast<char*>(buffer), kStep);
     return static_cast<size_t>(console.in.gcount());
   });
+}
+
+bool NamesFile(const std::string& argument) {
+  struct stat status = {};
+  return argument == "-" || argument.find('/') != std::string::npos ||
+         stat(argument.c_str(), &status) == 0;
 }
 
 }  // namespace tvq::cli

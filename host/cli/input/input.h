@@ -33,6 +33,9 @@ std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint);
 std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
                                const Console& console);
 
+// Whether an argument is a file, or looks like the path of one: others may be names.
+bool NamesFile(const std::string& argument);
+
 }  // namespace tvq::cli
 
 #endif  // TVQ_HOST_CLI_INPUT_INPUT_H_

@@ -17,6 +17,7 @@ namespace tvq::cli {
 struct Terminal {
   std::size_t width = 0;  // 0: lines may be as long as they are
   bool hasColour = false;
+  bool isAscii = false;  // it shows no other characters
 };
 
 struct Console {
@@ -24,6 +25,7 @@ struct Console {
   std::ostream& out;
   std::ostream& diagnostics;
   Terminal terminal = {};
+  bool isQuiet = false;  // of the lines on `diagnostics`, it has the errors alone
 
   // Lines on `diagnostics`.
   void Line(std::string_view text) const;
@@ -32,8 +34,11 @@ struct Console {
 };
 
 // Of this process: no width and no colour where standard output is no terminal, and no colour where
-// the variable NO_COLOR asks for none.
+// the variable NO_COLOR asks for none. The locale says whether it shows ASCII alone.
 Terminal StandardTerminal();
+
+// The same for lines that people read: of 80 characters where nothing is known of the width.
+Terminal PageOf(Terminal terminal);
 
 enum class Ink {
   kPlain,

@@ -5,8 +5,6 @@
  */
 #include "host/cli/output/json.h"
 
-#include <fmt/format.h>
-
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -61,7 +59,7 @@ ordered_json ToJson(const run::Variable& variable) {
 }
 
 ordered_json ToJson(const run::LogLine& line) {
-  return {{"level", fmt::format("0x{:08x}", line.level)},
+  return {{"level", line.level},
           {"function", Utf8OfBytes(line.function)},
           {"text", Utf8OfWide(line.text)}};
 }
@@ -77,11 +75,15 @@ ordered_json ToJson(const std::vector<Item>& items) {
 
 }  // namespace
 
+ordered_json SchemaJson(const char* name) {
+  return {{"schema", name}, {"schemaVersion", 1}};
+}
+
 ordered_json SmbiosJson(const run::Table& table) {
   return {{"major", table.major},
           {"minor", table.minor},
           {"structureCount", table.structureCount},
-          {"tableLength", table.structures.size()}};
+          {"sizeInBytes", table.structures.size()}};
 }
 
 ordered_json AttributesJson(const std::vector<run::Attribute>& attributes) {
@@ -89,12 +91,14 @@ ordered_json AttributesJson(const std::vector<run::Attribute>& attributes) {
 }
 
 ordered_json ToJson(const run::Table& table, const run::Results& results) {
-  return {{"smbios", SmbiosJson(table)},
-          {"start", results.start},
-          {"records", ToJson(results.records)},
-          {"attributes", ToJson(results.attributes)},
-          {"variables", ToJson(results.variables)},
-          {"log", ToJson(results.log)}};
+  ordered_json json = SchemaJson("tvq-export");
+  json["smbios"] = SmbiosJson(table);
+  json["start"] = results.start;
+  json["records"] = ToJson(results.records);
+  json["attributes"] = ToJson(results.attributes);
+  json["variables"] = ToJson(results.variables);
+  json["log"] = ToJson(results.log);
+  return json;
 }
 
 }  // namespace tvq::cli

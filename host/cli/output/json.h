@@ -12,6 +12,9 @@
 
 namespace tvq::cli {
 
+// The beginning of every document: the name of its schema in docs/schema, and the version of that.
+nlohmann::ordered_json SchemaJson(const char* name);
+
 nlohmann::ordered_json SmbiosJson(const run::Table& table);
 nlohmann::ordered_json AttributesJson(const std::vector<run::Attribute>& attributes);
 

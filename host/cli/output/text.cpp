@@ -96,6 +96,28 @@ std::string Printable(std::u16string_view text) {
   return printable;
 }
 
+std::string Printable(std::string_view text, const Terminal& terminal) {
+  if (!terminal.isAscii) {
+    return Printable(text);
+  }
+  std::string printable;
+  for (const char character : text) {
+    const auto byte = static_cast<uint8_t>(character);
+    printable +=
+        byte < 0x80 ? Printable(std::string_view(&character, 1)) : fmt::format("\\x{:02X}", byte);
+  }
+  return printable;
+}
+
+std::string Printable(std::u16string_view text, const Terminal& terminal) {
+  std::string printable;
+  for (const char16_t unit : text) {
+    printable += unit < 0x80 ? Printable(std::u16string_view(&unit, 1))
+                             : fmt::format("\\x{:02X}", unsigned{unit});
+  }
+  return terminal.isAscii ? printable : Printable(text);
+}
+
 std::string Hex(const std::vector<uint8_t>& bytes) {
   constexpr char kDigits[] = "0123456789abcdef";
   std::string hex;

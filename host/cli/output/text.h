@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/cli/output/console.h"
+
 namespace tvq::cli {
 
 // UTF-8 of 16-bit characters: each unit is the character of its code. Two halves of a surrogate
@@ -23,6 +25,9 @@ std::string Utf8OfBytes(std::string_view text);
 // The same for a terminal: control characters, which could command it, are spelled out as "\x1B".
 std::string Printable(std::string_view text);
 std::string Printable(std::u16string_view text);
+// The same with "\xE4" for characters that the terminal cannot show.
+std::string Printable(std::string_view text, const Terminal& terminal);
+std::string Printable(std::u16string_view text, const Terminal& terminal);
 
 // Two lower-case digits for each byte.
 std::string Hex(const std::vector<uint8_t>& bytes);

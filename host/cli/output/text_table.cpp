@@ -1,123 +1,125 @@
 /*
- * Aligned columns of text.
+ * Rows of values, in as many columns as a line has room for.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include "host/cli/output/text_table.h"
 
 #include <algorithm>
-#include <numeric>
+
+#include "host/cli/output/paragraph.h"
 
 namespace tvq::cli {
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kNarrowest = 6;
-constexpr char kEllipsis[] = "…";
-
-bool StartsCharacter(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-}
+constexpr char kNothing[] = "-";
 
 }  // namespace
 
-std::size_t WidthOf(const std::string& utf8) {
-  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), StartsCharacter));
+bool TextTable::IsUsed(std::size_t column) const {
+  return std::any_of(mRows.begin(), mRows.end(),
+                     [column](const auto& row) { return row[column] != kNothing; });
 }
 
-std::string Cut(const std::string& utf8, std::size_t width) {
-  if (WidthOf(utf8) <= width) {
-    return utf8;
-  }
-  std::string cut;
-  std::size_t count = 0;
-  for (const char byte : utf8) {
-    count += StartsCharacter(byte) ? 1 : 0;
-    if (count >= width) {
-      break;
-    }
-    cut.push_back(byte);
-  }
-  return width == 0 ? cut : cut + kEllipsis;
+bool TextTable::IsSame(std::size_t column) const {
+  return mRows.size() > 1 && std::all_of(mRows.begin(), mRows.end(), [&](const auto& row) {
+           return row[column] == mRows.front()[column];
+         });
 }
 
-std::string Wrapped(const std::string& utf8, const Terminal& terminal, std::size_t indent) {
-  std::string text(indent, ' ');
-  std::size_t column = indent;
-  for (std::size_t at = 0; at < utf8.size();) {
-    const std::size_t end = std::min(utf8.find(' ', at), utf8.size());
-    const std::string word = utf8.substr(at, end - at);
-    const std::size_t width = WidthOf(word);
-    if (at != 0 && terminal.width != 0 && column + 1 + width > terminal.width) {
-      text += '\n' + std::string(indent + 2, ' ');
-      column = indent + 2;
-    } else if (at != 0) {
-      text += ' ';
-      ++column;
-    }
-    text += word;
-    column += width;
-    at = end + 1;
+std::size_t TextTable::WidthOfColumn(std::size_t column) const {
+  std::size_t width = WidthOf(mColumns[column].heading);
+  for (const auto& row : mRows) {
+    width = std::max(width, WidthOf(row[column]));
   }
-  return text + '\n';
+  return width;
 }
 
-std::vector<TextTable::Column> TextTable::Columns() const {
-  std::vector<Column> columns;
-  for (std::size_t i = 0; i < mHeadings.size(); ++i) {
-    Column column = {i, WidthOf(mHeadings[i])};
-    bool isUsed = false;
-    for (const auto& row : mRows) {
-      isUsed = isUsed || row[i] != "-";
-      column.width = std::max(column.width, WidthOf(row[i]));
-    }
-    if (isUsed) {
-      columns.push_back(column);
+std::size_t TextTable::WidthOfLine(const std::vector<std::size_t>& columns) const {
+  std::size_t width = 0;
+  for (const std::size_t column : columns) {
+    width += WidthOfColumn(column) + (width == 0 ? 0 : kGap);
+  }
+  return width;
+}
+
+TextTable::Layout TextTable::Arrange(std::size_t lineWidth) const {
+  Layout layout;
+  for (std::size_t i = 0; i < mColumns.size(); ++i) {
+    if (i == 0 || IsUsed(i)) {
+      layout.columns.push_back(i);
     }
   }
-  return columns;
+  const auto fits = [&] { return lineWidth == 0 || WidthOfLine(layout.columns) <= lineWidth; };
+  for (std::size_t i = layout.columns.size(); i-- != 0 && !fits();) {
+    const std::size_t column = layout.columns[i];
+    if (column >= mKept && IsSame(column)) {
+      layout.shared.insert(layout.shared.begin(), column);
+      layout.columns.erase(layout.columns.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+  }
+  if (!fits()) {
+    std::vector<std::size_t> candidates;
+    candidates.swap(layout.columns);
+    for (const std::size_t column : candidates) {
+      layout.columns.push_back(column);
+      if (column >= mKept && !fits()) {
+        layout.columns.pop_back();
+        layout.below.push_back(column);
+      }
+    }
+  }
+  return layout;
 }
 
 std::string TextTable::Line(const std::vector<std::string>& cells,
-                            const std::vector<Column>& columns) const {
+                            const std::vector<std::size_t>& columns) const {
   std::string line;
-  for (const Column& column : columns) {
-    const std::string cell = Cut(cells[column.index], column.width);
-    line += cell + std::string(column.width - WidthOf(cell) + kGap, ' ');
+  for (const std::size_t column : columns) {
+    line += cells[column] + std::string(WidthOfColumn(column) - WidthOf(cells[column]) + kGap, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
   return line;
 }
 
-void TextTable::Fit(std::vector<Column>& columns, std::size_t lineWidth, std::size_t first) const {
-  const auto begin = std::find_if(columns.begin(), columns.end(),
-                                  [first](const Column& column) { return column.index >= first; });
-  const auto used = [&columns] {
-    return std::accumulate(
-        columns.begin(), columns.end(), std::size_t{0},
-        [](std::size_t sum, const Column& column) { return sum + column.width + kGap; });
-  };
-  while (begin != columns.end() && used() > lineWidth + kGap) {
-    const auto widest = std::max_element(
-        begin, columns.end(),
-        [](const Column& left, const Column& right) { return left.width < right.width; });
-    if (widest->width <= kNarrowest) {
-      return;
+std::vector<std::string> TextTable::Phrases(const std::vector<std::string>& row,
+                                            const std::vector<std::size_t>& columns) const {
+  std::vector<std::string> phrases;
+  for (const std::size_t column : columns) {
+    if (row[column] != kNothing) {
+      phrases.push_back(mColumns[column].before + row[column]);
     }
-    --widest->width;
   }
+  return phrases;
 }
 
 std::string TextTable::Render(const Terminal& terminal, std::size_t indent) const {
-  std::vector<Column> columns = Columns();
-  if (terminal.width > indent) {
-    Fit(columns, terminal.width - indent, mWhole);
-    Fit(columns, terminal.width - indent, 0);
-  }
+  const Layout layout = Arrange(terminal.width > indent ? terminal.width - indent : 0);
   const std::string margin(indent, ' ');
-  std::string text = margin + Painted(terminal, Ink::kBold, Line(mHeadings, columns)) + '\n';
+  std::string text;
+  if (!layout.shared.empty()) {
+    text += Listed(Phrases(mRows.front(), layout.shared), terminal, margin + "all: ", indent + 2);
+  }
+  if (layout.columns.size() == 1 && layout.below.empty()) {
+    std::vector<std::string> items;
+    for (const auto& row : mRows) {
+      items.push_back(row[layout.columns.front()]);
+    }
+    return text + Listed(items, terminal, margin, indent);
+  }
+  std::vector<std::string> headings;
+  for (const Column& column : mColumns) {
+    headings.push_back(column.heading);
+  }
+  text += margin + Painted(terminal, Ink::kBold, Line(headings, layout.columns)) + '\n';
   for (const auto& row : mRows) {
-    text += margin + Line(row, columns) + '\n';
+    const std::string line = Line(row, layout.columns);
+    const bool isLong = terminal.width != 0 && WidthOf(line) + indent > terminal.width;
+    text += isLong ? Wrapped(line, terminal, indent) : margin + line + '\n';
+    if (const auto phrases = Phrases(row, layout.below); !phrases.empty()) {
+      text += Listed(phrases, terminal, std::string(indent + 4, ' '), indent + 4);
+    }
   }
   return text;
 }

@@ -1,5 +1,5 @@
 /*
- * Aligned columns of text.
+ * Rows of values, in as many columns as a line has room for.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -14,44 +14,53 @@
 
 namespace tvq::cli {
 
-// Cells are UTF-8. A column that holds nothing but "-" is left out.
+struct Column {
+  std::string heading;
+  std::string before;  // what stands in front of the value where it is no column: "serial "
+};
+
+// Cells are UTF-8; "-" stands for nothing. Columns are in the order of their weight.
+//
+// No value is cut. Where a line has no room for all columns, the last ones whose value is the same in
+// every row are said once above the rows; then what still has no room stands below its row:
+//
+//     all: 16 GB, rank 2
+//     LABEL      SERIAL
+//     P1-DIMM1A  AEEE0705
+//       bank P0_Node0_Channel0_Dimm0
 class TextTable {
  public:
-  // The first `whole` columns are what tells the rows apart, and are cut last.
-  explicit TextTable(std::vector<std::string> headings, std::size_t whole = 0)
-      : mHeadings(std::move(headings)), mWhole(whole) {}
+  // The first `kept` columns tell the rows apart, and stay.
+  explicit TextTable(std::vector<Column> columns, std::size_t kept = 1)
+      : mColumns(std::move(columns)), mKept(kept) {}
 
   void Add(std::vector<std::string> row) { mRows.push_back(std::move(row)); }
   bool IsEmpty() const { return mRows.empty(); }
 
-  // The lines, each behind `indent` blanks. Where the terminal is too narrow, the widest columns are
-  // cut and their cells end in "…".
+  // The lines, each behind `indent` blanks. Columns without any value are left out; where only the
+  // first one is left, its values stand in one list.
   std::string Render(const Terminal& terminal, std::size_t indent = 2) const;
 
  private:
-  struct Column {
-    std::size_t index;
-    std::size_t width;
+  struct Layout {
+    std::vector<std::size_t> shared;
+    std::vector<std::size_t> columns;
+    std::vector<std::size_t> below;
   };
-  std::vector<Column> Columns() const;
-  // Narrows the widest of the columns from `first` on, until the line fits or all are narrow.
-  void Fit(std::vector<Column>& columns, std::size_t lineWidth, std::size_t first) const;
-  std::string Line(const std::vector<std::string>& cells, const std::vector<Column>& columns) const;
+  bool IsUsed(std::size_t column) const;
+  bool IsSame(std::size_t column) const;
+  std::size_t WidthOfColumn(std::size_t column) const;
+  std::size_t WidthOfLine(const std::vector<std::size_t>& columns) const;
+  Layout Arrange(std::size_t lineWidth) const;
+  std::string Line(const std::vector<std::string>& cells,
+                   const std::vector<std::size_t>& columns) const;
+  std::vector<std::string> Phrases(const std::vector<std::string>& row,
+                                   const std::vector<std::size_t>& columns) const;
 
-  std::vector<std::string> mHeadings;
-  std::size_t mWhole;
+  std::vector<Column> mColumns;
+  std::size_t mKept;
   std::vector<std::vector<std::string>> mRows;
 };
-
-// A paragraph, broken between words where the terminal is too narrow for it. The first line stands
-// behind `indent` blanks, the others behind two more.
-std::string Wrapped(const std::string& utf8, const Terminal& terminal, std::size_t indent);
-
-// How many characters the terminal shows for the text.
-std::size_t WidthOf(const std::string& utf8);
-
-// At most `width` characters of the text; the last one is "…" where something was cut.
-std::string Cut(const std::string& utf8, std::size_t width);
 
 }  // namespace tvq::cli
 

@@ -1,5 +1,5 @@
 /*
- * What every command says of itself, and the colours and widths that all of them share.
+ * What every command says of itself, and the options and errors that all of them share.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
-#include "host/cli/output/text_table.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 
 namespace tvq::cli {
@@ -18,8 +17,8 @@ using testing::Not;
 
 using CliHelp = CliTest;
 
-constexpr const char* kCommands[] = {"show",   "slot", "decode", "export", "save",
-                                     "verify", "diff", "lint",   "mktable"};
+constexpr const char* kCommands[] = {"show", "get",    "slot", "decode", "export",
+                                     "save", "verify", "diff", "lint",   "mktable"};
 
 TEST_F(CliHelp, EveryCommandHasExamplesAndSaysItsExitStatuses) {
   for (const char* const command : kCommands) {
@@ -65,36 +64,21 @@ TEST_F(CliHelp, NamesACommandThatIsNone) {
             "tvq: error: there is no command 'shw'\ntvq: hint: `tvq --help` lists the commands\n");
 }
 
-TEST(Wrapped, BreaksBetweenWords) {
-  EXPECT_EQ(Wrapped("one two three", {9, false}, 1), " one two\n   three\n");
-  EXPECT_EQ(Wrapped("one two three", {0, false}, 1), " one two three\n");
+TEST_F(CliHelp, AUsageErrorHasTheFormOfAllOthers) {
+  EXPECT_EQ(RunTvq({"show", "--no-such-option"}).diagnostics,
+            "tvq: error: The following argument was not expected: --no-such-option\n"
+            "tvq: hint: `tvq show --help` lists the options, with examples\n");
+  EXPECT_EQ(RunTvq({}).diagnostics,
+            "tvq: error: A subcommand is required\ntvq: hint: `tvq --help` lists the commands\n");
+  EXPECT_THAT(RunTvq({"slot"}).diagnostics, HasSubstr("tvq: error: "));
 }
 
-TEST(TextTable, LeavesOutAColumnThatHoldsNothing) {
-  TextTable table({"A", "B", "C"});
-  table.Add({"1", "-", "3"});
-  table.Add({"longer", "-", "3"});
-  EXPECT_EQ(table.Render({}, 0), "A       C\n1       3\nlonger  3\n");
-}
-
-TEST(TextTable, CutsTheColumnsThatTellRowsApartLast) {
-  TextTable table({"NAME", "MODEL"}, 1);
-  table.Add({"System.Embedded.1", "A long model"});
-  EXPECT_EQ(table.Render({.width = 30}),
-            "  NAME               MODEL\n  System.Embedded.1  A long m…\n");
-  EXPECT_EQ(table.Render({.width = 20}), "  NAME        MODEL\n  System.Em…  A lon…\n");
-}
-
-TEST(TextTable, CutsTheWidestColumn) {
-  TextTable table({"A", "B"});
-  table.Add({"0123456789", "short"});
-  EXPECT_EQ(table.Render({14, false}, 0), "A        B\n012345…  short\n");
-}
-
-TEST(Cut, CountsCharactersAndNotBytes) {
-  EXPECT_EQ(WidthOf("ää…"), 3u);
-  EXPECT_EQ(Cut("äöüß", 3), "äö…");
-  EXPECT_EQ(Cut("äöü", 3), "äöü");
+TEST_F(CliHelp, QuietLeavesTheErrorsAlone) {
+  const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
+  EXPECT_THAT(RunTvq({"show", table}).diagnostics, HasSubstr("tvq: warning: "));
+  EXPECT_EQ(RunTvq({"show", table, "--quiet"}).diagnostics, "");
+  EXPECT_EQ(RunTvq({"show", table, "-q"}).diagnostics, "");
+  EXPECT_THAT(RunTvq({"show", Path("missing/table"), "-q"}).diagnostics, HasSubstr("tvq: error: "));
 }
 
 }  // namespace

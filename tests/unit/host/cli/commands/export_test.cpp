@@ -50,7 +50,7 @@ TEST_F(CliExport, PrintsTheInventoryOfABareTable) {
   EXPECT_THAT(outcome.diagnostics, IsEmpty());
   const ordered_json document = outcome.Json();
   EXPECT_EQ(document["smbios"].dump(), R"({"major":3,"minor":0,"structureCount":)" +
-                                           std::to_string(table.Count()) + R"(,"tableLength":)" +
+                                           std::to_string(table.Count()) + R"(,"sizeInBytes":)" +
                                            std::to_string(table.Size()) + "}");
   EXPECT_EQ(document["start"], "Success");
   ASSERT_EQ(document["records"].size(), 3u);
@@ -84,7 +84,7 @@ TEST_F(CliExport, ShowsTheLogOfTheStartAlone) {
   };
   EXPECT_TRUE(has("MakeSYSTEM"));
   EXPECT_FALSE(has("SMTVQGet"));
-  EXPECT_EQ(log[0]["level"], "0x00800000");
+  EXPECT_EQ(log[0]["level"], 0x00800000);
 }
 
 TEST_F(CliExport, ShowsTheProcessorFamilyVariable) {
@@ -121,7 +121,7 @@ TEST_F(CliExport, EndsTheTableOfA64BitEntryPointAndSaysWhatFirmwareWouldDo) {
   const Outcome outcome =
       RunTvq({"export", "--from-dump", Write("dump", EntryPoint64().FileWith(table))});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.Json()["smbios"]["tableLength"], size);
+  EXPECT_EQ(outcome.Json()["smbios"]["sizeInBytes"], size);
   EXPECT_EQ(outcome.Json()["start"], "Success");
   EXPECT_THAT(outcome.diagnostics, HasSubstr("the driver would answer Not Found"));
 }
@@ -193,7 +193,7 @@ TEST_F(CliExport, UsesTheTableAsItIsWhenItCannotBeConformed) {
                                 test::Structure{.type = 221, .handle = 0x900, .strings = {filler}});
   const Outcome outcome = RunTvq({"export", "--table", Write("table", table.Bytes()), "--conform"});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.Json()["smbios"]["tableLength"], table.Size());
+  EXPECT_EQ(outcome.Json()["smbios"]["sizeInBytes"], table.Size());
   EXPECT_THAT(outcome.diagnostics, HasSubstr("tvq: error: the table cannot be conformed"));
 }
 

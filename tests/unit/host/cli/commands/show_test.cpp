@@ -1,5 +1,5 @@
 /*
- * `tvq show`: what a machine looks like to the driver.
+ * `tvq show`: what a machine is, and what the driver makes of it.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -46,36 +46,75 @@ class CliShow : public CliTest {
   }
 };
 
-TEST_F(CliShow, ListsEveryDeviceInAlignedColumns) {
-  const Outcome shown = Show(TableOf({}), {"--conform"});
+TEST_F(CliShow, ListsWhatIsInEverySocketByItsLabel) {
+  const Outcome shown = Show(TableOf({}), {"--conform", "--wide"});
   EXPECT_EQ(shown.status, 0) << shown.diagnostics;
   EXPECT_THAT(
       shown.out,
-      HasSubstr("Devices: 4\n"
-                "  NAME     FQDD               MODEL               IDENTITY  PART OR CORES        "
-                "SIZE   SPEED      SLOT\n"
-                "  CPU 1    CPU.Socket.1       Core Works Model 8  -         8 cores, 16 threads  "
-                "-      2400 MHz   CPU1\n"));
-  EXPECT_THAT(shown.out, HasSubstr("  DIMM A1  DIMM.Socket.A1     DDR4DIMM            11223344  "
-                                   "PART-1               16 GB  2933 MT/s  A1\n"));
+      HasSubstr("\nProcessors: 1\n"
+                "  SOCKET  FQDD          PROCESSOR           CORES    THREADS     SPEED     "
+                "MANUFACTURER  ENABLED  MAXIMUM\n"
+                "  CPU1    CPU.Socket.1  Core Works Model 8  8 cores  16 threads  2400 MHz  "
+                "Core Works    8        4000 MHz\n"));
+  EXPECT_THAT(
+      shown.out,
+      HasSubstr(
+          "\nMemory: 32 GB in 2 modules\n"
+          "  LABEL    FQDD            SIZE   TYPE  SERIAL    PART    MANUFACTURER  SPEED      "
+          "RATED      RANK  WIDTH    DATA     FORM  BANK    ASSET TAG  VOLTAGE  TECHNOLOGY\n"
+          "  DIMM_A1  DIMM.Socket.A1  16 GB  DDR4  11223344  PART-1  Memory Works  2933 MT/s  "
+          "3200 MT/s  2     72 bits  64 bits  DIMM  Bank 1  01221234   1200 mV  DRAM\n"));
 }
 
+TEST_F(CliShow, SaysOnceWhatIsTheSameInAllRows) {
+  EXPECT_THAT(
+      Show(TableOf({}), {"--conform"}).out,
+      HasSubstr("  all: runs at 2933 MT/s, rated 3200 MT/s, rank 2, width 72 bits,\n"
+                "    of data 64 bits, DIMM, bank Bank 1, asset tag 01221234, 1200 mV, DRAM\n"
+                "  LABEL    FQDD            SIZE   TYPE  SERIAL    PART    MANUFACTURER\n"
+                "  DIMM_A1  DIMM.Socket.A1  16 GB  DDR4  11223344  PART-1  Memory Works\n"));
+}
+
+TEST_F(CliShow, SaysWhatAMachineIsWhoseTableGivesNoRecord) {
+  const Outcome shown = Show(TableOf({}));
+  EXPECT_THAT(shown.out, StartsWith("System     Server Works Rack One, version 1.0, serial "
+                                    "ABC1234, SKU SKU-1,\n"
+                                    "           family Racks, "));
+  EXPECT_THAT(shown.out, HasSubstr("  DIMM_A1  16 GB  DDR4  11223344  PART-1  Memory Works"));
+  EXPECT_THAT(shown.out, HasSubstr("0 records\n"));
+}
+
+TEST_F(CliShow, SaysWhatAMachineIsWhoseTableTheDriverCannotTake) {
+  // A 32-bit entry point states 16 bits of length.
+  const Table large =
+      Table::Of(TableOf({}), Copies(400, test::OemStrings{.texts = {std::string(200, 'x')}}));
+  ASSERT_GT(large.Size(), 0xFFFFu);
+  const Outcome shown = Show(large);
+  EXPECT_EQ(shown.status, 1);
+  EXPECT_THAT(shown.out, HasSubstr("DIMM_A1"));
+  EXPECT_THAT(shown.out, HasSubstr("  the driver did not run: "));
+}
 TEST_F(CliShow, ShowsTheSystemAndTheAttributes) {
   const Outcome shown =
       Show(Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::Chassis{}, test::BaseBoard{},
-                     test::Slot{.bus = 0x3B, .devFn = 0x0A}, test::MemoryArray{}));
+                     test::Slot{.bus = 0x3B, .devFn = 0x0A}, test::MemoryArray{}),
+           {"--wide"});
   for (const char* const line :
-       {"  Product       Rack One\n", "  Service tag   ABC1234\n", "  BIOS          2.4.6\n",
-        "  Board         Main Tray\n", "  Chassis Works  CHS0001      Asset 7    2U\n",
-        "  System Memory  256 GB    16       multi-bit ECC\n",
-        "  PCIe Slot 1  0xA5  x16    available  0x1  3b:01.2\n",
-        "  zorv.server       SMBIOSServiceTagString  ABC1234\n"}) {
+       {"System     Server Works Rack One, version 1.0, serial ABC1234, ",
+        "Board      Board Works Board One, version A00, serial BRD0001, location Main Tray, "
+        "Motherboard\n",
+        "Chassis    Chassis Works Rack Mount Chassis, version C1, serial CHS0001, asset tag Asset "
+        "7, 2 U\n",
+        "Firmware   Firmware Works, version 2.4.6, 03/14/2021, release 2.4",
+        "  Array      System memory, System board, error correction: Multi-bit ECC, up to 256 GB, "
+        "devices: 16\n",
+        "  PCIe Slot 1  PCI Express  x16    Available  0000:3b:01.2  1   Long\n",
+        "  zorv.server SMBIOSServiceTagString  ABC1234\n"}) {
     EXPECT_THAT(shown.out, HasSubstr(line));
   }
 }
-
 TEST_F(CliShow, SaysWhyATableWithoutNamesGivesNoRecord) {
-  const Outcome shown = Show(TableOf({}));
+  const Outcome shown = Show(TableOf({}), {"-w"});
   EXPECT_EQ(shown.status, 1);
   EXPECT_THAT(shown.out,
               HasSubstr("Without a record\n"
@@ -88,7 +127,7 @@ TEST_F(CliShow, SaysWhyATableWithoutNamesGivesNoRecord) {
 }
 
 TEST_F(CliShow, SaysThatAFormatOfTheNamesSpoilsThemAll) {
-  EXPECT_THAT(Show(Table::Of(TableOf({}), FqddMap{.format = 2})).out,
+  EXPECT_THAT(Show(Table::Of(TableOf({}), FqddMap{.format = 2}), {"-w"}).out,
               HasSubstr("a structure of type 225, which names the devices, has "
                         "another format than 1:\n"));
 }
@@ -98,8 +137,9 @@ TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
   table.Add(FqddMap{.groups = {{"CPU.Socket.1", 1}, {"DIMM.Socket.A1", 2}}});
   // The strings, and the second group.
   table.Chop(sizeof("CPU.Socket.1") + sizeof("DIMM.Socket.A1") + 1 + 4);
-  EXPECT_THAT(Show(table).out, HasSubstr("a structure of type 225, which names the devices, is cut "
-                                         "off by the end of the table:\n"));
+  EXPECT_THAT(Show(table, {"-w"}).out,
+              HasSubstr("a structure of type 225, which names the devices, is cut "
+                        "off by the end of the table:\n"));
 }
 
 TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
@@ -111,7 +151,7 @@ TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
 }
 
 TEST_F(CliShow, NamesTheProcessorsThatClash) {
-  const Outcome shown = Show(NamedMachine({"CPU1", "CPU1", "CPU2"}, {}));
+  const Outcome shown = Show(NamedMachine({"CPU1", "CPU1", "CPU2"}, {}), {"-w"});
   EXPECT_EQ(shown.status, 1);
   EXPECT_THAT(shown.out, HasSubstr("  the same fourth character of the socket designation (\"1\") "
                                    "as for handle 0x8002: \"CPU1\" here, \"CPU1\" there;"));
@@ -121,7 +161,7 @@ TEST_F(CliShow, NamesTheProcessorsThatClash) {
 }
 
 TEST_F(CliShow, NamesTheModulesThatClash) {
-  const Outcome shown = Show(NamedMachine({"CPU1"}, {"P1-DIMMA1", "P1-DIMMB1"}));
+  const Outcome shown = Show(NamedMachine({"CPU1"}, {"P1-DIMMA1", "P1-DIMMB1"}), {"-w"});
   EXPECT_THAT(shown.out, HasSubstr("  the same three characters of the locator (\"P1-\") as for "
                                    "handle 0x8003: \"P1-DIMMB1\" here, \"P1-DIMMA1\" there;"));
   EXPECT_THAT(shown.out, HasSubstr("device locator: \"P1-DIMMB1\" -> \"DIMM_A2\"\n"));
@@ -139,24 +179,33 @@ TEST_F(CliShow, SaysThatTheSystemHasNoProductName) {
   EXPECT_THAT(Show(table).out, HasSubstr("  the structure of type 1 has no product name:\n"));
 }
 
-TEST_F(CliShow, CountsWhatIsNoDevice) {
+TEST_F(CliShow, ListsEmptySocketsAndSlotsByTheirLabels) {
+  const auto empty = [](const char* locator) {
+    return MemoryDevice{.size = 0,
+                        .locator = locator,
+                        .bankLocator = std::nullopt,
+                        .manufacturer = std::nullopt,
+                        .serial = std::nullopt,
+                        .assetTag = std::nullopt,
+                        .partNumber = std::nullopt};
+  };
   const Outcome shown = Show(
-      Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), Processor{.designation = "CPU2", .status = 0},
-                MemoryDevice{.size = 0, .locator = "DIMM_A2"},
-                MemoryDevice{.size = 0, .locator = "DIMM_A3"}, MemoryDevice{.memoryType = 0x1F}));
+      Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}),
+                Processor{.designation = "CPU2", .manufacturer = {}, .version = {}, .status = 0},
+                empty("DIMM_A2"), empty("DIMM_A3"), MemoryDevice{.memoryType = 0x1F}));
   EXPECT_EQ(shown.status, 0);
-  EXPECT_THAT(shown.out, HasSubstr("  Besides: 1 empty processor sockets; 2 empty memory slots; "
-                                   "1 logical memory devices.\n"));
+  EXPECT_THAT(shown.out, HasSubstr("\nEmpty sockets: 1\n  CPU2\n"));
+  EXPECT_THAT(shown.out, HasSubstr("\nEmpty memory slots: 2\n  DIMM_A2, DIMM_A3\n"));
+  EXPECT_THAT(shown.out, HasSubstr("without one of their own: 1 logical memory device\n"));
 }
-
 TEST_F(CliShow, ShowsOneDeviceWithItsDocumentIndented) {
   const Outcome shown = Show(TableOf({}), {"DIMM.Socket.A2", "--conform"});
   EXPECT_EQ(shown.status, 0) << shown.diagnostics;
-  EXPECT_THAT(shown.out, StartsWith("Name      DIMM A2\n"
-                                    "FQDD      DIMM.Socket.A2\n"
-                                    "Model     DDR4DIMM\n"
-                                    "Identity  55667788\n"
-                                    "Part      PART-1\n"));
+  EXPECT_THAT(shown.out, StartsWith("kind                module\n"
+                                    "FQDD                DIMM.Socket.A2\n"
+                                    "label               DIMM_A2\n"
+                                    "bank                Bank 1\n"
+                                    "size                16 GB\n"));
   EXPECT_THAT(shown.out, HasSubstr("\n"
                                    "<tvqComponent>\n"
                                    "  <Inventory>\n"
@@ -164,36 +213,52 @@ TEST_F(CliShow, ShowsOneDeviceWithItsDocumentIndented) {
                                    "    <WWN>55667788</WWN>\n"));
   EXPECT_THAT(shown.out, EndsWith("</tvqComponent>\n"));
 }
-
-TEST_F(CliShow, FindsADeviceByItsName) {
-  EXPECT_THAT(Show(TableOf({}), {"CPU 1", "--conform"}).out, StartsWith("Name      CPU 1\n"));
+TEST_F(CliShow, FindsAPartByTheLabelInTheMachinesOwnTable) {
+  Server server;
+  server.modules = {{"P1-DIMMA1", "11223344"}, {"P1-DIMMB1", "55667788"}};
+  const Outcome shown = Show(TableOf(server), {"P1-DIMMB1", "--conform"});
+  EXPECT_EQ(shown.status, 0) << shown.diagnostics;
+  EXPECT_THAT(shown.out, HasSubstr("serial              55667788\n"));
+  EXPECT_THAT(shown.out, HasSubstr("<WWN>55667788</WWN>"));
 }
 
+TEST_F(CliShow, ShowsAPartWithoutARecord) {
+  const Outcome shown = Show(TableOf({}), {"DIMM_A2"});
+  EXPECT_EQ(shown.status, 0) << shown.diagnostics;
+  EXPECT_THAT(shown.out, EndsWith("\nThe driver makes no record of it.\n"));
+}
+
+TEST_F(CliShow, ListsThePartsThatALabelMayMean) {
+  Server server;
+  server.modules = {{"DIMM 0", "11223344"}, {"DIMM 0", "55667788"}};
+  const Outcome shown = Show(TableOf(server), {"DIMM 0", "--conform"});
+  EXPECT_EQ(shown.status, 2);
+  EXPECT_THAT(shown.diagnostics, HasSubstr("tvq: error: 2 parts are named 'DIMM 0': DIMM.Socket."));
+  EXPECT_EQ(shown.out, "");
+}
 TEST_F(CliShow, SaysThatThereIsNoSuchDevice) {
   const Outcome shown = Show(TableOf({}), {"DIMM.Socket.Z9", "--conform"});
   EXPECT_EQ(shown.status, 2);
-  EXPECT_THAT(shown.diagnostics, HasSubstr("tvq: error: there is neither a device nor a file named "
-                                           "'DIMM.Socket.Z9'\ntvq: hint: the first device is "
-                                           "'CPU.Socket.1'"));
+  EXPECT_THAT(shown.diagnostics,
+              HasSubstr("tvq: error: neither a part nor a file is named 'DIMM.Socket.Z9'\n"
+                        "tvq: hint: `tvq show` lists the labels and FQDDs of all parts\n"));
 }
-
 TEST_F(CliShow, SaysThatAFileIsNotThereWhereThisMachineShowsNoTable) {
   const Outcome shown = RunTvq({"show", "dmp.bin", "--sysfs", Path("nowhere")});
   EXPECT_EQ(shown.status, 2);
   EXPECT_THAT(shown.diagnostics, HasSubstr("tvq: error: no file is named 'dmp.bin', and to look "
-                                           "for a device: cannot read "));
+                                           "for a part: cannot read "));
 }
 
-TEST_F(CliShow, RefusesASecondTable) {
-  const std::string other = Write("other.bin", TableOf({}).Bytes());
-  EXPECT_THAT(Show(TableOf({}), {other}).diagnostics, HasSubstr("is one table too many"));
+TEST_F(CliShow, RefusesAThirdArgument) {
+  EXPECT_THAT(Show(TableOf({}), {"one", "two"}).diagnostics,
+              HasSubstr("'two' is one argument too many"));
 }
-
 TEST_F(CliShow, ReadsATableFromStandardInput) {
   const test::Bytes bytes = NamedMachine({"CPU1"}, {"DIMM_A1"}).Bytes();
   const Outcome shown = RunTvq({"show", "-"}, std::string(bytes.begin(), bytes.end()));
   EXPECT_EQ(shown.status, 0) << shown.diagnostics;
-  EXPECT_THAT(shown.out, HasSubstr("Devices: 3\n"));
+  EXPECT_THAT(shown.out, HasSubstr("3 records\n"));
 }
 
 TEST_F(CliShow, ReadsWhatDmidecodeSpellsOut) {
@@ -224,41 +289,116 @@ TEST_F(CliShow, SaysWhichDocumentCannotBeRead) {
   server.processor = "Core</MarketingName>";
   const Outcome shown = Show(TableOf(server), {"--conform"});
   EXPECT_THAT(shown.out, HasSubstr("  CPU.Socket.1: the document cannot be read: an element of "
-                                   "'Inventory' or its end should stand here\n"));
+                                   "'Inventory' or its\n    end should stand here\n"));
 }
 
-TEST_F(CliShow, FitsIntoANarrowTerminal) {
+TEST_F(CliShow, HasNoLineOfMoreThanEightyCharactersAndCutsNothing) {
   Server server;
-  server.processor = std::string(70, 'x');
-  const Outcome shown = Show(TableOf(server), {"--conform"}, {80, false});
-  EXPECT_THAT(shown.out, AllOf(HasSubstr("xx…  "), Not(HasSubstr(std::string(70, 'x')))));
-  std::istringstream lines(shown.out);
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_LE(std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }),
-              80)
-        << line;
+  server.processor = std::string(90, 'x') + " end";
+  server.modules[0].serial = std::string(100, '7');
+  const Table table = Table::Of(TableOf(server), test::Chassis{.serial = std::string(85, 'c')},
+                                test::Slot{.designation = std::string(120, 's')});
+  for (const std::vector<std::string>& more :
+       {std::vector<std::string>{"--conform"}, {}, {"CPU.Socket.1", "--conform"}}) {
+    const std::string out = Show(table, more).out;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+      EXPECT_LE(line.size(), 80u) << line;
+    }
+    std::string joined = out;
+    joined.erase(std::remove_if(joined.begin(), joined.end(), isspace), joined.end());
+    EXPECT_THAT(joined, HasSubstr(std::string(90, 'x') + "end"));
   }
 }
 
+TEST_F(CliShow, IsAsWideAsTheTerminalOrTheLinesAre) {
+  Server server;
+  server.processor = std::string(70, 'x');
+  const auto longest = [](const std::string& text) {
+    size_t most = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      most = std::max(most, line.size());
+    }
+    return most;
+  };
+  EXPECT_LE(longest(Show(TableOf(server), {"--conform"}, {50, false}).out), 50u);
+  EXPECT_GT(longest(Show(TableOf(server), {"--conform"}, {200, false}).out), 80u);
+  EXPECT_GT(longest(Show(TableOf(server), {"--conform", "-w"}, {50, false}).out), 160u);
+}
+
+TEST_F(CliShow, ShowsAsciiAloneWhereTheTerminalShowsNoMore) {
+  Server server;
+  server.processor = "Core\xAE 8";
+  EXPECT_THAT(Show(TableOf(server), {"--conform"}, {80, false, true}).out,
+              HasSubstr("Core\\xAE 8"));
+  EXPECT_THAT(Show(TableOf(server), {"--conform"}, {80, false, false}).out,
+              HasSubstr("Core\xC2\xAE 8"));
+}
+
+// The driver reads behind the end of such a structure.
+TEST_F(CliShow, SaysWhereADocumentHasAnotherValueThanTheTable) {
+  Table table =
+      Table::Of(test::Bios{}, test::System{}, Processor{.coreCount = 0xFF, .coreCount2 = 288});
+  table.Add(MemoryDevice{.locator = "DIMM_A1", .speed = 400}.Build().CutTo(0x1B));
+  table.Add(test::End{});
+  const Outcome shown = Show(table, {"--conform"});
+  EXPECT_THAT(shown.out, HasSubstr("\nOther values in the driver's documents\n"
+                                   "  CoreCount \"255\", the table 288:\n"
+                                   "    CPU.Socket.1\n"
+                                   "  ConfiguredMemClockSpeed \""));
+  EXPECT_THAT(shown.out, HasSubstr("\", the table nothing:\n    DIMM.Socket.A1\n"));
+  EXPECT_THAT(shown.out, HasSubstr("  DIMM_A1  DIMM.Socket.A1  16 GB  DDR4  "));
+  EXPECT_THAT(shown.out, HasSubstr("400 MT/s"));
+  const auto json = Show(table, {"--conform", "--json"}).Json();
+  EXPECT_EQ(json["machine"]["modules"][0]["configuredSpeedInMTs"], nullptr);
+  EXPECT_EQ(json["machine"]["modules"][0]["ratedSpeedInMTs"], 400);
+  EXPECT_EQ(json["devices"][1]["differences"][0]["fact"], "configuredSpeedInMTs");
+}
+
+TEST_F(CliShow, SaysNothingOfDocumentsThatSayTheSame) {
+  EXPECT_THAT(Show(TableOf({}), {"--conform"}).out, Not(HasSubstr("Other values")));
+}
+
+TEST_F(CliShow, CountsOneInTheSingular) {
+  EXPECT_THAT(Show(Table::Of(test::Processor{.coreCount = 1, .threadCount = 1}, MemoryDevice{},
+                             test::End{}),
+                   {"-w"})
+                  .out,
+              AllOf(HasSubstr(" 1 core "), HasSubstr(" 1 thread "), HasSubstr("in 1 module\n")));
+}
 TEST_F(CliShow, UsesColourOnATerminalAlone) {
   EXPECT_THAT(Show(TableOf({}), {"--conform"}, {0, true}).out,
-              HasSubstr("\x1B[1mDevices: 4\x1B[0m"));
+              HasSubstr("\x1B[1mProcessors: 1\x1B[0m"));
   EXPECT_THAT(Show(TableOf({}), {"--conform"}, {0, false}).out, Not(HasSubstr("\x1B")));
 }
 
 TEST_F(CliShow, SaysAllOfItAsJson) {
   const auto json = Show(TableOf({}), {"--conform", "--json"}).Json();
+  EXPECT_EQ(json["schema"], "tvq-show");
+  EXPECT_EQ(json["schemaVersion"], 1);
   EXPECT_EQ(json["start"], "Success");
   ASSERT_THAT(json["devices"], SizeIs(4));
-  const auto& module = json["devices"][1];
+  EXPECT_EQ(json["devices"][1]["fqdd"], "DIMM.Socket.A1");
+  EXPECT_EQ(json["devices"][1]["label"], "DIMM_A1");
+  EXPECT_EQ(json["devices"][1]["document"]["Configuration"]["dimmData"]["Speed"], "3200");
+  const auto& module = json["machine"]["modules"][0];
   EXPECT_EQ(module["fqdd"], "DIMM.Socket.A1");
   EXPECT_EQ(module["partNumber"], "PART-1");
-  EXPECT_EQ(module["cores"], nullptr);
-  EXPECT_EQ(module["document"]["Configuration"]["dimmData"]["Speed"], "3200");
+  EXPECT_EQ(module["sizeInBytes"], uint64_t{16} << 30);
+  EXPECT_EQ(module["firmwareVersion"], nullptr);
   EXPECT_THAT(json["withoutRecord"], IsEmpty());
   EXPECT_EQ(json["conform"], nullptr);
 }
 
+TEST_F(CliShow, SaysOfOnePartAsJson) {
+  const auto json = Show(TableOf({}), {"DIMM_A2", "--conform", "--json"}).Json();
+  EXPECT_EQ(json["schema"], "tvq-show-part");
+  EXPECT_EQ(json["kind"], "module");
+  EXPECT_EQ(json["part"]["serial"], "55667788");
+  EXPECT_EQ(json["record"]["fqdd"], "DIMM.Socket.A2");
+  EXPECT_EQ(Show(TableOf({}), {"DIMM_A2", "--json"}).Json()["record"], nullptr);
+}
 TEST_F(CliShow, SaysAsJsonWhatConformingWouldDo) {
   const auto json = Show(TableOf({}), {"--json"}).Json();
   EXPECT_EQ(json["withoutRecord"][1]["handles"].dump(), "[32771,32772]");

@@ -1,5 +1,5 @@
 /*
- * `tvq slot`: the driver's answer for a PCI address.
+ * `tvq slot`: what the table has at a PCI address, and what the driver answers.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -27,40 +27,90 @@ class CliSlot : public CliTest {
   }
 };
 
-TEST_F(CliSlot, FindsASlot) {
-  // The driver packs device 1, function 2 into 0x06.
-  const Table table =
-      Table::Of(WithNames(), test::Slot{.slotType = 0xC3, .id = 0x12, .bus = 0x3B, .devFn = 0x06});
-  const Outcome answer = Ask(table, {"3b:01.2"});
+TEST_F(CliSlot, FindsASlotOfDeviceZero) {
+  const Table table = Table::Of(WithNames(), test::Slot{.slotType = 0xC3, .id = 0x12, .bus = 0x3B});
+  const Outcome answer = Ask(table, {"3b:00.0"});
   EXPECT_EQ(answer.status, 0) << answer.diagnostics;
-  EXPECT_EQ(answer.out, "3b:01.2: slot ID 0x0012, type 0xC3, length 0x04, data bus width 0x0D\n");
+  EXPECT_EQ(answer.out,
+            "0000:3b:00.0\n"
+            "  table   slot \"PCIe Slot 1\", PCI Express 5 x16, x16, Available, handle 0x8002\n"
+            "  driver  slot ID 0x0012, type 0xC3, length 0x04, data bus width 0x0D\n");
+}
+
+TEST_F(CliSlot, SaysThatTheDriverPacksTheAddressInAnotherWay) {
+  const Table table = Table::Of(WithNames(), test::Slot{.bus = 0x3B, .devFn = 0x0A});
+  const Outcome answer = Ask(table, {"3b:01.2"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_EQ(answer.out,
+            "0000:3b:01.2\n"
+            "  table   slot \"PCIe Slot 1\", PCI Express, x16, Available, handle 0x8002\n"
+            "  driver  Not Found\n"
+            "  reason  it looks for device and function as 0x06 (device * 4 + function),\n"
+            "          where the table has 0x0A (device * 8 + function)\n");
+}
+
+TEST_F(CliSlot, SaysWhichOtherSlotTheDriverAnswersWith) {
+  // The driver packs device 1, function 2 into 0x06, which is device 0, function 6.
+  const Table table = Table::Of(WithNames(), test::Slot{.bus = 0x3B, .devFn = 0x06});
+  const Outcome answer = Ask(table, {"3b:01.2"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_EQ(answer.out,
+            "0000:3b:01.2\n"
+            "  table   nothing at this address\n"
+            "  driver  slot ID 0x0001, type 0xA5, length 0x04, data bus width 0x0D: slot\n"
+            "          \"PCIe Slot 1\", PCI Express, x16, Available, handle 0x8002\n"
+            "  reason  it looks for device and function as 0x06 (device * 4 + function),\n"
+            "          which is another address\n");
 }
 
 TEST_F(CliSlot, FindsAnOnboardDeviceWithBothAttributes) {
-  const Table table = Table::Of(WithNames(), test::OnboardDevice{.bus = 0x3B, .devFn = 0x06});
-  EXPECT_EQ(Ask(table, {"3b:1.2"}).out, "3b:1.2: onboard device, reference designation string 1\n");
-  EXPECT_EQ(Ask(table, {"3b:1.2", "--id"}).status, 0);
+  const Table table = Table::Of(WithNames(), test::OnboardDevice{.bus = 0x3B});
+  EXPECT_THAT(Ask(table, {"3b:0.0"}).out,
+              HasSubstr("  table   onboard device \"Embedded NIC 1\", Ethernet, handle 0x8002\n"
+                        "  driver  an onboard device, reference designation string 1\n"));
+  EXPECT_EQ(Ask(table, {"3b:0.0", "--id"}).status, 0);
+}
+
+TEST_F(CliSlot, TakesADomain) {
+  const Table table =
+      Table::Of(WithNames(), test::Slot{.designation = "Far", .segment = 2, .bus = 0x3B});
+  const Outcome far = Ask(table, {"0002:3b:00.0"});
+  EXPECT_EQ(far.status, 0);
+  EXPECT_THAT(far.out, HasSubstr("0002:3b:00.0\n  table   slot \"Far\""));
+  const Outcome near = Ask(table, {"3b:00.0"});
+  EXPECT_EQ(near.status, 1);
+  EXPECT_THAT(near.out, HasSubstr("  reason  it asks without a domain\n"));
 }
 
 TEST_F(CliSlot, FindsNothing) {
   const Outcome answer = Ask(WithNames(), {"00:00.0"});
   EXPECT_EQ(answer.status, 1);
-  EXPECT_EQ(answer.out, "00:00.0: Not Found\n");
+  EXPECT_EQ(answer.out, "0000:00:00.0\n  table   nothing at this address\n  driver  Not Found\n");
+}
+
+TEST_F(CliSlot, SaysThatTheSearchByIdIsForNoSlot) {
+  const Table table = Table::Of(WithNames(), test::Slot{.id = 3});
+  const Outcome answer = Ask(table, {"00:00.0", "--id"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.out,
+              HasSubstr("  reason  asked by ID, it looks for a slot whose ID is 0xFFFF, "
+                        "or for an onboard\n          device\n"));
 }
 
 TEST_F(CliSlot, SaysThatASlotWithoutAnIdEndsTheSearchById) {
   const Table table = Table::Of(WithNames(), test::Slot{.id = 0xFFFF}, Copies(300, test::Cache{}));
   const Outcome answer = Ask(table, {"00:00.0", "--id"});
   EXPECT_EQ(answer.status, 1);
-  EXPECT_EQ(answer.out, "00:00.0: Not Found: a slot whose ID is 0xFFFF ended the search\n");
+  EXPECT_THAT(answer.out, HasSubstr("  driver  Not Found\n"
+                                    "  reason  a slot whose ID is 0xFFFF ended the search\n"));
 }
 
 TEST_F(CliSlot, SaysThatFirmwareWouldHang) {
   const Table table = Table::Of(WithNames(), Copies(300, test::Cache{}));
   const Outcome answer = Ask(table, {"00:00.0"});
   EXPECT_EQ(answer.status, 1);
-  EXPECT_THAT(answer.out, HasSubstr("00:00.0: firmware would hang"));
-  EXPECT_EQ(Ask(table, {"00:00.0", "--json"}).Json()["neverEnds"], true);
+  EXPECT_THAT(answer.out, HasSubstr("  driver  firmware would hang\n  reason  nothing matches"));
+  EXPECT_EQ(Ask(table, {"00:00.0", "--json"}).Json()["driver"]["neverEnds"], true);
 }
 
 TEST_F(CliSlot, AMatchInALargeTableDoesNotHang) {
@@ -72,27 +122,45 @@ TEST_F(CliSlot, ExactlyAsManyStructuresAsTheCounterHoldsDoNotHang) {
   for (const auto& [count, hangs] : {std::pair(255, false), std::pair(256, true)}) {
     const size_t others = static_cast<size_t>(count) - WithNames().Count();
     const Table table = Table::Of(WithNames(), Copies(others, test::Cache{}));
-    EXPECT_EQ(Ask(table, {"00:00.0", "--json"}).Json()["neverEnds"], hangs) << count;
+    EXPECT_EQ(Ask(table, {"00:00.0", "--json"}).Json()["driver"]["neverEnds"], hangs) << count;
   }
 }
 
-TEST_F(CliSlot, SaysTheAnswerAsJson) {
+TEST_F(CliSlot, SaysBothSidesAsJson) {
   const Table table = Table::Of(WithNames(), test::Slot{.id = 5, .bus = 0x3B});
-  EXPECT_EQ(Ask(table, {"3b:00.0", "--json"}).Json().dump(),
-            R"({"address":"3b:00.0","attribute":"SMBIOSPCISlotInfo","status":"Success",)"
-            R"("neverEnds":false,"slotId":5,"isOnboard":false,"slotType":165,"slotLength":4,)"
-            R"("slotDataBusWidth":13})");
+  const auto json = Ask(table, {"3b:00.0", "--json"}).Json();
+  EXPECT_EQ(json["schema"], "tvq-slot");
+  EXPECT_EQ(json["address"], "0000:3b:00.0");
+  EXPECT_EQ(json["table"]["kind"], "slot");
+  EXPECT_EQ(json["table"]["id"], 5);
+  EXPECT_EQ(json["driver"]["part"], json["table"]);
+  EXPECT_EQ(json["agree"], true);
+  EXPECT_EQ(json["reason"], nullptr);
+  auto driver = json["driver"];
+  driver.erase("part");
+  EXPECT_EQ(driver.dump(),
+            R"({"attribute":"SMBIOSPCISlotInfo","status":"Success","neverEnds":false,"slotId":5,)"
+            R"("isOnboard":false,"slotType":165,"slotLength":4,"slotDataBusWidth":13})");
+}
+
+TEST_F(CliSlot, SaysAsJsonWhyTheSidesDiffer) {
+  const Table table = Table::Of(WithNames(), test::Slot{.bus = 0x3B, .devFn = 0x0A});
+  const auto json = Ask(table, {"3b:01.2", "--json"}).Json();
+  EXPECT_EQ(json["agree"], false);
+  EXPECT_EQ(json["driver"]["status"], "Not Found");
+  EXPECT_EQ(json["driver"]["part"], nullptr);
+  EXPECT_THAT(json["reason"].get<std::string>(), HasSubstr("device * 4 + function"));
 }
 
 TEST_F(CliSlot, RefusesWhatIsNoAddress) {
   for (const char* const address :
        {"", "3b", "3b:", "3b:0", "3b:0.", "3b:0.8", "3b:20.0", "100:0.0", "3b:0.0x", "g:0.0",
-        "0000:3b:00.0", ":0.0", "-1:0.0"}) {
+        "10000:3b:00.0", "0:0:0:0.0", ":3b:00.0", ":0.0", "-1:0.0"}) {
     const Outcome answer = Ask(WithNames(), {address});
     EXPECT_EQ(answer.status, 2) << address;
   }
   EXPECT_THAT(Ask(WithNames(), {"3b"}).diagnostics,
-              HasSubstr("tvq: hint: an address is BUS:DEVICE.FUNCTION in hexadecimal"));
+              HasSubstr("tvq: hint: an address is [DOMAIN:]BUS:DEVICE.FUNCTION in hexadecimal"));
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ TEST(CliJson, HasTheMembersInTheirOrder) {
   run::Results results;
   results.start = "Not Found";
   EXPECT_EQ(ToJson(table, results).dump(),
-            R"({"smbios":{"major":2,"minor":7,"structureCount":115,"tableLength":4631},)"
+            R"({"schema":"tvq-export","schemaVersion":1,)"
+            R"("smbios":{"major":2,"minor":7,"structureCount":115,"sizeInBytes":4631},)"
             R"("start":"Not Found","records":[],"attributes":[],"variables":[],"log":[]})");
 }
 
@@ -73,7 +74,7 @@ TEST(CliJson, ShowsVariablesAndLogLines) {
       document["variables"][0].dump(),
       R"({"name":"NAME","guid":"4F6B6541-ADD6-4B0F-A503-D78ABDA0851E","attributes":7,"data":"b3"})");
   EXPECT_EQ(document["log"][0].dump(),
-            R"({"level":"0x00800000","function":"MakeSYSTEM","text":"Entry MakeSYSTEM\n"})");
+            R"({"level":8388608,"function":"MakeSYSTEM","text":"Entry MakeSYSTEM\n"})");
 }
 
 TEST(CliJson, IsValidWhateverTheTextsHold) {

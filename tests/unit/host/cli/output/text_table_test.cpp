@@ -1,5 +1,5 @@
 /*
- * Tables and paragraphs on a terminal that is as wide as it is.
+ * Tables on a terminal that is as wide as it is: what has no room stands elsewhere, and nothing is cut.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -16,50 +16,16 @@ Terminal Wide(std::size_t width) {
   return terminal;
 }
 
-TEST(Width, CountsCharactersAndNotBytes) {
-  EXPECT_EQ(WidthOf(""), 0u);
-  EXPECT_EQ(WidthOf("abc"), 3u);
-  EXPECT_EQ(WidthOf("aé€𝄞"), 4u);
-  EXPECT_EQ(WidthOf("\x7F\xC2\x80"), 2u);
-}
-
-TEST(Cut, EndsWithAnEllipsisWhereSomethingIsLeftOut) {
-  EXPECT_EQ(Cut("abcdef", 7), "abcdef");
-  EXPECT_EQ(Cut("abcdef", 6), "abcdef");
-  EXPECT_EQ(Cut("abcdef", 5), "abcd…");
-  EXPECT_EQ(Cut("abcdef", 2), "a…");
-  EXPECT_EQ(Cut("abcdef", 1), "…");
-  EXPECT_EQ(Cut("abcdef", 0), "");
-  EXPECT_EQ(Cut("", 0), "");
-}
-
-TEST(Cut, KeepsCharactersWhole) {
-  EXPECT_EQ(Cut("äöü", 3), "äöü");
-  EXPECT_EQ(Cut("äöü", 2), "ä…");
-  EXPECT_EQ(Cut("€𝄞x", 2), "€…");
-}
-
-TEST(Wrapped, IsOneLineWhereTheWidthIsNotKnown) {
-  EXPECT_EQ(Wrapped("one two three", Wide(0), 3), "   one two three\n");
-  EXPECT_EQ(Wrapped("", Wide(0), 2), "  \n");
-}
-
-TEST(Wrapped, IsBrokenBeforeTheWordThatDoesNotFit) {
-  EXPECT_EQ(Wrapped("one two three", Wide(15), 2), "  one two three\n");
-  EXPECT_EQ(Wrapped("one two three", Wide(14), 2), "  one two\n    three\n");
-  EXPECT_EQ(Wrapped("one two three", Wide(9), 2), "  one two\n    three\n");
-  EXPECT_EQ(Wrapped("one two three", Wide(8), 2), "  one\n    two\n    three\n");
-  EXPECT_EQ(Wrapped("one two three", Wide(1), 2), "  one\n    two\n    three\n");
-}
-
-TEST(Wrapped, CountsTheDeeperIndentOfLaterLines) {
-  EXPECT_EQ(Wrapped("aaaa bb cc dd", Wide(7), 0), "aaaa bb\n  cc dd\n");
-  EXPECT_EQ(Wrapped("aaaa bb cc dd", Wide(6), 0), "aaaa\n  bb\n  cc\n  dd\n");
-  EXPECT_EQ(Wrapped("ää öö", Wide(5), 0), "ää öö\n");
+std::vector<Column> Columns(const std::vector<std::string>& headings) {
+  std::vector<Column> columns;
+  for (const std::string& heading : headings) {
+    columns.push_back({heading, ""});
+  }
+  return columns;
 }
 
 TEST(Table, AlignsItsColumns) {
-  TextTable table({"A", "Second", "C"});
+  TextTable table(Columns({"A", "Second", "C"}));
   table.Add({"long cell", "x", "1"});
   table.Add({"y", "é", "22"});
   EXPECT_EQ(table.Render(Wide(0)),
@@ -73,7 +39,7 @@ TEST(Table, AlignsItsColumns) {
 }
 
 TEST(Table, LeavesOutColumnsThatHoldNothing) {
-  TextTable table({"A", "Empty", "C"});
+  TextTable table(Columns({"A", "Empty", "C"}));
   table.Add({"1", "-", "-"});
   table.Add({"-", "-", "3"});
   EXPECT_EQ(table.Render(Wide(0)),
@@ -83,59 +49,82 @@ TEST(Table, LeavesOutColumnsThatHoldNothing) {
 }
 
 TEST(Table, KnowsWhetherItIsEmpty) {
-  TextTable table({"A"});
+  TextTable table(Columns({"A"}));
   EXPECT_TRUE(table.IsEmpty());
   table.Add({"1"});
   EXPECT_FALSE(table.IsEmpty());
 }
 
+TEST(Table, OfOneColumnIsAList) {
+  TextTable table(Columns({"A", "Empty"}));
+  table.Add({"one", "-"});
+  table.Add({"two", "-"});
+  EXPECT_EQ(table.Render(Wide(0)), "  one, two\n");
+  EXPECT_EQ(table.Render(Wide(7)), "  one,\n  two\n");
+}
+
 TEST(Table, PrintsItsHeadingsBold) {
-  TextTable table({"A"});
-  table.Add({"1"});
+  TextTable table(Columns({"A", "B"}));
+  table.Add({"1", "2"});
   Terminal coloured;
   coloured.hasColour = true;
-  EXPECT_EQ(table.Render(coloured), "  " + Painted(coloured, Ink::kBold, "A") + "\n  1\n");
+  EXPECT_EQ(table.Render(coloured), "  " + Painted(coloured, Ink::kBold, "A  B") + "\n  1  2\n");
 }
 
 class NarrowTable : public testing::Test {
  protected:
-  // Two columns of 8 and 16 characters, of which the first tells the rows apart.
-  static std::string Line(std::size_t width) {
-    TextTable table({"Name", "Text"}, 1);
-    table.Add({"abcdefgh", "0123456789ABCDEF"});
-    const std::string text = table.Render(Wide(width));
-    return text.substr(text.find('\n') + 1);
+  NarrowTable()
+      : mTable({{"NAME", ""}, {"PART", "part "}, {"RANK", "rank "}, {"BANK", "bank "}}, 1) {
+    mTable.Add({"A1", "P-77", "2", "Channel 0"});
+    mTable.Add({"A2", "P-88", "2", "Channel 1"});
   }
+  TextTable mTable;
 };
 
-TEST_F(NarrowTable, IsCutOnlyWhereItDoesNotFit) {
-  EXPECT_EQ(Line(28), "  abcdefgh  0123456789ABCDEF\n");
-  EXPECT_EQ(Line(27), "  abcdefgh  0123456789ABCD…\n");
-  EXPECT_EQ(Line(26), "  abcdefgh  0123456789ABC…\n");
+TEST_F(NarrowTable, SaysOnceWhatIsTheSameWhereItDoesNotFit) {
+  EXPECT_EQ(mTable.Render(Wide(25), 0),
+            "all: rank 2\n"
+            "NAME  PART  BANK\n"
+            "A1    P-77  Channel 0\n"
+            "A2    P-88  Channel 1\n");
+  EXPECT_EQ(mTable.Render(Wide(27), 0),
+            "NAME  PART  RANK  BANK\n"
+            "A1    P-77  2     Channel 0\n"
+            "A2    P-88  2     Channel 1\n");
 }
 
-TEST_F(NarrowTable, CutsWhatTellsTheRowsApartLast) {
-  EXPECT_EQ(Line(18), "  abcdefgh  01234…\n");
-  EXPECT_EQ(Line(17), "  abcdef…  01234…\n");
-  EXPECT_EQ(Line(16), "  abcde…  01234…\n");
+TEST_F(NarrowTable, PutsWhatStillHasNoRoomBelowItsRow) {
+  EXPECT_EQ(mTable.Render(Wide(20), 0),
+            "all: rank 2\n"
+            "NAME  PART\n"
+            "A1    P-77\n"
+            "    bank Channel 0\n"
+            "A2    P-88\n"
+            "    bank Channel 1\n");
 }
 
-TEST_F(NarrowTable, KeepsSixCharactersOfEachColumn) {
-  EXPECT_EQ(Line(15), "  abcde…  01234…\n");
-  EXPECT_EQ(Line(3), "  abcde…  01234…\n");
+TEST_F(NarrowTable, SaysNothingBelowARowThatHasNothingThere) {
+  mTable.Add({"A3", "P-99", "2", "-"});
+  EXPECT_EQ(mTable.Render(Wide(20), 0),
+            "all: rank 2\n"
+            "NAME  PART\n"
+            "A1    P-77\n"
+            "    bank Channel 0\n"
+            "A2    P-88\n"
+            "    bank Channel 1\n"
+            "A3    P-99\n");
 }
 
-TEST_F(NarrowTable, IsWholeWhereThereIsNoRoomForAnything) {
-  EXPECT_EQ(Line(2), "  abcdefgh  0123456789ABCDEF\n");
+TEST(Table, SharesNothingOfASingleRow) {
+  TextTable table({{"NAME", ""}, {"BANK", "bank "}}, 1);
+  table.Add({"A1", "Channel 0"});
+  EXPECT_EQ(table.Render(Wide(11), 0), "NAME\nA1\n    bank\n    Channel\n    0\n");
 }
 
-TEST(Table, CutsTheWidestColumnsFirst) {
-  TextTable table({"1", "2", "3"});
-  table.Add({"aaaaaaaaaa", "bbbbbbbb", "cccccccccc"});  // 10, 8 and 10 characters
-  EXPECT_EQ(table.Render(Wide(32), 0),
-            "1           2         3\naaaaaaaaaa  bbbbbbbb  cccccccccc\n");
-  EXPECT_EQ(table.Render(Wide(30), 0), "1          2         3\naaaaaaaa…  bbbbbbbb  cccccccc…\n");
-  EXPECT_EQ(table.Render(Wide(25), 0), "1        2        3\naaaaaa…  bbbbbb…  cccccc…\n");
+TEST(Table, BreaksALabelThatIsLongerThanALine) {
+  TextTable table({{"NAME", ""}, {"BANK", "bank "}}, 1);
+  table.Add({"abcdefghijkl", "0"});
+  EXPECT_EQ(table.Render(Wide(8), 0), "NAME\nabcdefgh\n  ijkl\n    bank\n    0\n");
 }
 
 }  // namespace

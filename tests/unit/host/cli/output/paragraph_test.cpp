@@ -1,0 +1,72 @@
+/*
+ * Text that is broken into lines, of which nothing is lost.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/output/paragraph.h"
+
+#include <gtest/gtest.h>
+
+namespace tvq::cli {
+namespace {
+
+Terminal PageOfWidth(std::size_t width) {
+  Terminal terminal;
+  terminal.width = width;
+  return terminal;
+}
+
+TEST(Width, CountsCharactersAndNotBytes) {
+  EXPECT_EQ(WidthOf(""), 0u);
+  EXPECT_EQ(WidthOf("abc"), 3u);
+  EXPECT_EQ(WidthOf("aé€𝄞"), 4u);
+  EXPECT_EQ(WidthOf("\x7F\xC2\x80"), 2u);
+}
+
+TEST(Wrapped, IsOneLineWhereTheWidthIsNotKnown) {
+  EXPECT_EQ(Wrapped("one two three", PageOfWidth(0), 3), "   one two three\n");
+  EXPECT_EQ(Wrapped("", PageOfWidth(0), 2), "  \n");
+}
+
+TEST(Wrapped, IsBrokenBeforeTheWordThatDoesNotFit) {
+  EXPECT_EQ(Wrapped("one two three", PageOfWidth(15), 2), "  one two three\n");
+  EXPECT_EQ(Wrapped("one two three", PageOfWidth(14), 2), "  one two\n    three\n");
+  EXPECT_EQ(Wrapped("one two three", PageOfWidth(9), 2), "  one two\n    three\n");
+}
+
+TEST(Wrapped, CountsTheDeeperIndentOfLaterLines) {
+  EXPECT_EQ(Wrapped("aaaa bb cc dd", PageOfWidth(7), 0), "aaaa bb\n  cc dd\n");
+  EXPECT_EQ(Wrapped("aaaa bb cc dd", PageOfWidth(6), 0), "aaaa\n  bb\n  cc\n  dd\n");
+  EXPECT_EQ(Wrapped("ää öö", PageOfWidth(5), 0), "ää öö\n");
+}
+
+TEST(Wrapped, BreaksAWordThatIsLongerThanALine) {
+  EXPECT_EQ(Wrapped("one abcdefgh two", PageOfWidth(6), 0), "one\n  abcd\n  efgh\n  two\n");
+  EXPECT_EQ(Wrapped("äöüßé", PageOfWidth(4), 0), "äöüß\n  é\n");
+  EXPECT_EQ(Wrapped("abc", PageOfWidth(1), 2), "  a\n    b\n    c\n")
+      << "no room, and still an end";
+}
+
+TEST(Listed, IsBrokenBetweenItems) {
+  EXPECT_EQ(Listed({"one a", "two b", "three"}, PageOfWidth(0), "  T: ", 4),
+            "  T: one a, two b, three\n");
+  EXPECT_EQ(Listed({"one a", "two b", "three"}, PageOfWidth(18), "  T: ", 4),
+            "  T: one a, two b,\n    three\n");
+  EXPECT_EQ(Listed({"one a", "two b", "three"}, PageOfWidth(17), "  T: ", 4),
+            "  T: one a,\n    two b, three\n");
+}
+
+TEST(Listed, IsBrokenInsideAnItemThatIsLongerThanALine) {
+  EXPECT_EQ(Listed({"a", "two words more", "b"}, PageOfWidth(11), "", 2),
+            "a,\n  two words\n  more, b\n");
+}
+
+TEST(Counted, SaysOneInTheSingular) {
+  EXPECT_EQ(Counted(0, "core"), "0 cores");
+  EXPECT_EQ(Counted(1, "core"), "1 core");
+  EXPECT_EQ(Counted(2, "core"), "2 cores");
+  EXPECT_EQ(Counted(2, "supply", "supplies"), "2 supplies");
+}
+
+}  // namespace
+}  // namespace tvq::cli
