@@ -66,6 +66,33 @@ CommandTree Commands::Tree() const {
 
 namespace {
 
+// A word as a shell takes it.
+std::string Quoted(std::string_view word) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_./:=,@+";
+  if (!word.empty() && word.find_first_not_of(kPlain) == std::string_view::npos) {
+    return std::string(word);
+  }
+  std::string quoted = "'";
+  for (const char character : word) {
+    quoted += character == '\'' ? "'\\''" : std::string(1, character);
+  }
+  return quoted + "'";
+}
+
+// The hint with the command line in its place.
+std::string WithCommand(std::string hint, int argc, const char* const* argv) {
+  const std::size_t place = hint.find(kThisCommand);
+  if (place != std::string::npos) {
+    std::string command = "tvq";
+    for (int i = 1; i < argc; ++i) {
+      command += ' ' + Quoted(argv[i]);
+    }
+    hint.replace(place, sizeof(kThisCommand) - 1, command);
+  }
+  return hint;
+}
+
 // The parser's own message may be of several lines, of which the first tells what is wrong.
 int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const Console& console) {
   const std::string message = error.what();
@@ -100,7 +127,7 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
   } catch (const CLI::ParseError& error) {
     return ReportUsage(app, error, console);
   } catch (const InputError& error) {
-    console.Error(error.what(), error.Hint());
+    console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
     return kExitTrouble;
   }
 }

@@ -52,7 +52,7 @@ std::u16string WideText(const CHAR16* text) {
   return copy;
 }
 
-Table ToTable(const tvqplatform::Capture& capture) {
+Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown) {
   if (capture.Error != tvqplatform::CaptureError::kNone) {
     throw TableError(tvqplatform::CaptureErrorText(capture.Error));
   }
@@ -63,6 +63,10 @@ Table ToTable(const tvqplatform::Capture& capture) {
   table.structures = CopyOf(capture.Table.Structures);
   table.isBare = capture.Kind == smbios::EntryPointKind::kNone;
   for (UINTN i = 0; i < capture.Remarks.Size(); ++i) {
+    const bool isOfOthers = capture.Remarks[i].Kind == tvqplatform::NoteKind::kOnly64Bit;
+    if (isOfOthers && shown == EntryPoints::kOneOfAll) {
+      continue;
+    }
     char sentence[kSentence];
     tvqplatform::FormatNote(capture.Remarks[i], sentence, sizeof(sentence));
     table.warnings.emplace_back(sentence);

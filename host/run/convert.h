@@ -29,8 +29,14 @@ std::u16string WideText(const CHAR16* text);
 tvqplatform::Bytes ViewOf(const Bytes& bytes);
 Bytes CopyOf(tvqplatform::Bytes bytes);
 
+// What the entry point in a capture tells of the firmware.
+enum class EntryPoints {
+  kAll,      // the firmware has this one alone
+  kOneOfAll  // it may have another one, as where the kernel shows but one of them
+};
+
 // Throws TableError where nothing was captured.
-Table ToTable(const tvqplatform::Capture& capture);
+Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown);
 Record ToRecord(const tvqplatform::DeviceInventory& device);
 Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
 Finding ToFinding(const tvqplatform::Finding& found);

@@ -154,13 +154,13 @@ DriverRun::~DriverRun() = default;
 Table DriverRun::ReadCapturedFile(const Bytes& file) {
   tvqplatform::Capture capture;
   tvqplatform::ReadCapturedFile(ViewOf(file), capture);
-  return ToTable(capture);
+  return ToTable(capture, EntryPoints::kAll);
 }
 
 Table DriverRun::ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures) {
   tvqplatform::Capture capture;
   tvqplatform::ReadSeparateTable(ViewOf(entryPoint), ViewOf(structures), capture);
-  return ToTable(capture);
+  return ToTable(capture, EntryPoints::kOneOfAll);
 }
 
 Conformed DriverRun::Conform(const Table& table) {

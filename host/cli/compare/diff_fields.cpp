@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -50,6 +51,23 @@ Fields FieldsOf(const Element& document) {
   return fields;
 }
 
+// The UUID of the source form as the kernel prints it: in small letters, and before SMBIOS 2.6 with
+// the bytes of the first three fields as they stand in the table.
+std::string KernelUuid(const std::string& uuid, table::Version version) {
+  constexpr std::size_t kStanding[] = {6, 4, 2, 0, 11, 9, 16, 14};
+  constexpr std::size_t kPlaces[] = {0, 2, 4, 6, 9, 11, 14, 16};
+  constexpr std::size_t kLength = 36;
+  std::string text = uuid;
+  const bool isSwapped = table::Version{2, 6} <= version;
+  for (std::size_t i = 0; i < std::size(kPlaces) && uuid.size() == kLength && !isSwapped; ++i) {
+    text.replace(kPlaces[i], 2, uuid, kStanding[i], 2);
+  }
+  for (char& character : text) {
+    character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+  }
+  return text;
+}
+
 // The lines of the structure's source form. Those that repeat are numbered from the second on.
 Fields FieldsOf(const table::Structure& structure, table::Version version) {
   table::Table table;
@@ -71,7 +89,8 @@ Fields FieldsOf(const table::Structure& structure, table::Version version) {
     if (const int count = ++counts[name]; count > 1) {
       name += fmt::format("[{}]", count);
     }
-    fields.emplace_back(name, line.substr(sign + 3));
+    std::string value = line.substr(sign + 3);
+    fields.emplace_back(name, name == "uuid" ? KernelUuid(value, version) : std::move(value));
   }
   return fields;
 }

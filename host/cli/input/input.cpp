@@ -28,7 +28,7 @@ struct CloseFile {
 [[noreturn]] void ThrowFileError(const std::string& path, int error, const std::string& hint) {
   const bool isDenied = error == EACCES || error == EPERM;
   throw InputError(fmt::format("cannot read {}: {}", path, std::strerror(error)),
-                   isDenied ? "only root may read this file: run the command with sudo" : hint);
+                   isDenied ? kSudoHint : hint);
 }
 
 // All that `readStep` gives, which reads up to kStep bytes and returns how many there were.

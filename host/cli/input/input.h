@@ -26,6 +26,10 @@ class InputError : public std::runtime_error {
   std::string mHint;
 };
 
+// In a hint this stands for the command line as it was typed.
+inline constexpr char kThisCommand[] = "{command}";
+inline constexpr char kSudoHint[] = "only root may do that: `sudo {command}`";
+
 // The bytes of a file. Throws an InputError with the hint, or one that says to run as root where
 // that is what is missing.
 std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint);

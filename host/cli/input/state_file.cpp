@@ -39,8 +39,22 @@ class Descriptor {
   int mNumber;
 };
 
-[[noreturn]] void Fail(const std::string& what, const std::string& hint) {
-  throw InputError(fmt::format("{}: {}", what, std::strerror(errno)), hint);
+bool IsLink(const std::string& path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+// The error says what to do, where it is known; else the hint does.
+[[noreturn]] void Fail(const std::string& verb, const std::string& path, const std::string& hint) {
+  const int error = errno;
+  std::string reason = std::strerror(error);
+  std::string advice = error == EACCES || error == EPERM ? kSudoHint : hint;
+  if (IsLink(path)) {
+    reason = "it is a symbolic link";
+    advice = fmt::format(
+        "links are not followed; name what it leads to, which `realpath {}` prints", path);
+  }
+  throw InputError(fmt::format("cannot {} {}: {}", verb, path, reason), advice);
 }
 
 int OpenFolder(const std::string& folder) {
@@ -78,6 +92,7 @@ class NewFile {
   bool Write(const std::vector<uint8_t>& bytes) {
     return mFile.IsOpen() && WriteAll(mFile.Number(), bytes);
   }
+  const std::string& Name() const { return mName; }
   bool TakeName(const char* name) {
     mIsRenamed = renameat(mFolder, mName.c_str(), mFolder, name) == 0;
     return mIsRenamed && fsync(mFolder) == 0;
@@ -96,17 +111,31 @@ std::string StatePath(const std::string& folder) {
   return folder + "/" + kName;
 }
 
+std::string SaveHint(int error, const std::string& folder, const std::string& name) {
+  const std::string kept = "what was saved there before is still there";
+  switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+      return fmt::format("{}; `df -h {}` shows how much room is left", kept, folder);
+    case EEXIST:
+      return fmt::format("{}; a save that was interrupted left {}/{}: type `{}` again", kept,
+                         folder, name, kThisCommand);
+    default:
+      return kept;
+  }
+}
+
 void SaveStateFile(const std::string& folder, const std::vector<uint8_t>& bytes) {
   if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-    Fail("cannot make " + folder, kFolderHint);
+    Fail("make", folder, kFolderHint);
   }
   const Descriptor directory(OpenFolder(folder));
   if (!directory.IsOpen()) {
-    Fail("cannot open " + folder, kFolderHint);
+    Fail("open", folder, kFolderHint);
   }
   NewFile file(directory.Number());
   if (!file.Write(bytes) || !file.TakeName(kName)) {
-    Fail("cannot write " + StatePath(folder), "what was saved there before is still there");
+    Fail("write", StatePath(folder), SaveHint(errno, folder, file.Name()));
   }
 }
 
@@ -114,11 +143,11 @@ std::vector<uint8_t> LoadStateFile(const std::string& folder) {
   const std::string hint = "save a state first with `tvq save " + folder + "`";
   const Descriptor directory(OpenFolder(folder));
   if (!directory.IsOpen()) {
-    Fail("cannot open " + folder, hint);
+    Fail("open", folder, hint);
   }
   const Descriptor file(openat(directory.Number(), kName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!file.IsOpen()) {
-    Fail("cannot open " + StatePath(folder), hint);
+    Fail("open", StatePath(folder), hint);
   }
   std::vector<uint8_t> bytes;
   uint8_t buffer[1 << 16];
@@ -128,7 +157,7 @@ std::vector<uint8_t> LoadStateFile(const std::string& folder) {
       return bytes;
     }
     if (count < 0 && errno != EINTR) {
-      Fail("cannot read " + StatePath(folder), hint);
+      Fail("read", StatePath(folder), hint);
     }
     bytes.insert(bytes.end(), buffer, buffer + (count < 0 ? 0 : count));
   }

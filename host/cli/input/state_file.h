@@ -20,6 +20,9 @@ std::string StatePath(const std::string& folder);
 // the folder is made when it is missing. Throws an InputError.
 void SaveStateFile(const std::string& folder, const std::vector<uint8_t>& bytes);
 
+// What to do about a save that failed with this errno, while its new file had that name.
+std::string SaveHint(int error, const std::string& folder, const std::string& name);
+
 // Throws an InputError, one that says to save first where there is no state.
 std::vector<uint8_t> LoadStateFile(const std::string& folder);
 

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
+#include "host/cli/input/file_kind.h"
 #include "host/cli/input/input.h"
 #include "host/table/dump.h"
 
@@ -19,7 +20,8 @@ namespace {
 using Version = std::pair<unsigned, unsigned>;
 
 constexpr char kSystemHint[] =
-    "this machine shows no SMBIOS table here; name a captured one with --from-dump FILE";
+    "this machine shows no SMBIOS table here, as in a container; capture it on the machine itself "
+    "with `sudo dmidecode --dump-bin FILE`, then name it: `tvq show FILE`";
 
 // "M.m", both from 0 to 255.
 std::optional<Version> ParseVersion(const std::string& text) {
@@ -142,6 +144,7 @@ TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   if (!options.file.empty()) {
     run::Bytes file = ReadInput(options.file, kTableHint, console);
+    RefuseOtherFiles(NameOf(options), file);
     return {masker ? RedactedFile(options, std::move(file), *masker, console) : std::move(file),
             {}};
   }

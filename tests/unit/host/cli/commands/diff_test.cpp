@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/host/cli/server.h"
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::cli {
 namespace {
@@ -46,6 +47,23 @@ TEST_F(CliDiff, EqualTablesDoNotDiffer) {
   const Outcome diff = DiffTables({}, {});
   EXPECT_EQ(diff.status, 0) << diff.diagnostics;
   EXPECT_EQ(diff.out, "Summary: 4 same\n");
+}
+
+TEST_F(CliDiff, AUuidStandsAsTheKernelPrintsIt) {
+  const auto dump = [this](const std::string& name, uint8_t minor, uint8_t last) {
+    test::System system;
+    system.uuid.back() = last;
+    const test::Table table = test::Table::Of(test::Bios{}, system, test::Processor{}, test::End{});
+    return Write(name, test::EntryPointBytes::Of32Bits(
+                           {2, minor, table.Size(), table.Count(), test::kTableInFile})
+                           .FileWith(table));
+  };
+  EXPECT_THAT(RunTvq({"diff", dump("a", 5, 0xAB), dump("b", 5, 0xCD), "--conform"}).out,
+              HasSubstr("    uuid: 33221100-5544-7766-8899-aabbccddeeab -> "
+                        "33221100-5544-7766-8899-aabbccddeecd\n"));
+  EXPECT_THAT(RunTvq({"diff", dump("a", 6, 0xAB), dump("b", 6, 0xCD), "--conform"}).out,
+              HasSubstr("    uuid: 00112233-4455-6677-8899-aabbccddeeab -> "
+                        "00112233-4455-6677-8899-aabbccddeecd\n"));
 }
 
 TEST_F(CliDiff, AReplacedModuleIsNamedWithItsFields) {

@@ -272,6 +272,18 @@ TEST_F(CliExport, ReadsTheTableOfThisMachine) {
   EXPECT_EQ(outcome.Json()["smbios"]["major"], 2);
 }
 
+// The kernel shows one entry point, whichever the firmware has besides.
+TEST_F(CliExport, DoesNotWarnOfTheOnlyEntryPointThatALiveMachineShows) {
+  const Table table = Table::Of(test::MinimalServer(), test::End{});
+  Write("smbios_entry_point", EntryPoint64().Bytes());
+  Write("DMI", table.Bytes());
+  const Outcome outcome = RunTvq({"export", "--sysfs", Path("")});
+  EXPECT_EQ(outcome.status, 0) << outcome.diagnostics;
+  EXPECT_THAT(outcome.diagnostics, Not(HasSubstr("64-bit entry point")));
+  EXPECT_THAT(RunTvq({"export", Write("dump", EntryPoint64().FileWith(table))}).diagnostics,
+              HasSubstr("64-bit entry point"));
+}
+
 TEST_F(CliExport, HintsAtADumpWhereThisMachineShowsNoTable) {
   const Outcome outcome = RunTvq({"export", "--sysfs", Path("nowhere")});
   EXPECT_EQ(outcome.status, 2);

@@ -215,7 +215,7 @@ TEST_F(CliState, AFolderThatIsALinkIsRefused) {
   fs::create_symlink(Path("elsewhere"), State());
   const Outcome saved = Save({});
   EXPECT_EQ(saved.status, 2);
-  EXPECT_THAT(saved.diagnostics, HasSubstr("hint: name a folder"));
+  EXPECT_THAT(saved.diagnostics, HasSubstr("hint: links are not followed"));
   EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(Path("elsewhere")), {}), IsEmpty());
 }
 

@@ -77,8 +77,7 @@ TEST_F(Input, ThatOnlyRootMayReadIsToBeReadByRoot) {
   const std::string error = ErrorOf(path);
   ASSERT_EQ(seteuid(user), 0);
   EXPECT_EQ(error,
-            "cannot read " + path +
-                ": Permission denied; only root may read this file: run the command with sudo");
+            "cannot read " + path + ": Permission denied; only root may do that: `sudo {command}`");
 }
 
 }  // namespace

@@ -163,7 +163,43 @@ TEST_F(StateFile, IsReadOnAfterASignal) {
   sigaction(SIGUSR1, &before, nullptr);
 }
 
+TEST_F(StateFile, ThatIsALinkSaysSoAndHowToFindWhatItLeadsTo) {
+  SaveStateFile(Path("elsewhere"), {1});
+  fs::create_directory_symlink(Path("elsewhere"), Folder());
+  const std::string wanted = "cannot open " + Folder() +
+                             ": it is a symbolic link; links are not followed; name what it leads "
+                             "to, which `realpath " +
+                             Folder() + "` prints";
+  EXPECT_EQ(LoadError(), wanted);
+  EXPECT_EQ(SaveError(), wanted);
+}
+
+TEST_F(StateFile, ThatOnlyRootMayReadIsToBeReadByRoot) {
+  SaveStateFile(Folder(), {1});
+  fs::permissions(File(), fs::perms::none);
+  constexpr uid_t kNobody = 65534;
+  const uid_t user = geteuid();
+  fs::permissions(Folder(), fs::perms::all);
+  ASSERT_TRUE(user != 0 || seteuid(kNobody) == 0);
+  const std::string error = LoadError();
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_EQ(error, "cannot open " + File() +
+                       ": Permission denied; only root may do that: `sudo {command}`");
+}
+
 // --- What cannot be saved ---
+
+TEST_F(StateFile, ThatHasNoRoomSaysHowMuchThereIs) {
+  EXPECT_EQ(SaveHint(ENOSPC, "dir", ".new"),
+            "what was saved there before is still there; `df -h dir` shows how much room is left");
+}
+
+TEST_F(StateFile, NamesWhatAnInterruptedSaveLeft) {
+  fs::create_directory(Folder());
+  Write(std::string("state/.") + kName + "." + std::to_string(getpid()), {7});
+  EXPECT_THAT(SaveError(),
+              HasSubstr("a save that was interrupted left " + Folder() + "/." + kName));
+}
 
 TEST_F(StateFile, IsNotSavedWhereItsFolderCannotBeMade) {
   EXPECT_EQ(

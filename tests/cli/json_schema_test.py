@@ -1,0 +1,121 @@
+"""What every command prints as JSON is valid by its schema in docs/schema, has no member that the schema does not know, and is
+the same in each run.
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import json
+import pathlib
+import sys
+import tempfile
+
+import tables
+
+try:
+    import jsonschema
+except ImportError:
+    print("python3-jsonschema is missing")
+    sys.exit(tables.SKIPPED)
+
+SCHEMAS = tables.ROOT / "docs" / "schema"
+OPEN = "additionalProperties"
+
+
+def closed(schema):
+    """The schema without room for members that it does not name: later versions may add some, this one may not."""
+    if isinstance(schema, dict):
+        schema = {key: closed(value) for key, value in schema.items()}
+        if "properties" in schema:
+            schema.setdefault(OPEN, False)
+    elif isinstance(schema, list):
+        schema = [closed(value) for value in schema]
+    return schema
+
+
+class Schemas:
+    def __init__(self):
+        self.validators = {}
+        self.used = {}
+        for file in SCHEMAS.glob("*.schema.json"):
+            schema = json.loads(file.read_text(encoding="utf-8"))
+            jsonschema.Draft202012Validator.check_schema(schema)
+            self.validators[file.name.removesuffix(".schema.json")] = jsonschema.Draft202012Validator(closed(schema))
+
+    def check(self, text, what):
+        document = json.loads(text)
+        name = document.get("schema")
+        if name not in self.validators:
+            sys.exit(f"{what}: there is no schema '{name}'")
+        for error in self.validators[name].iter_errors(document):
+            sys.exit(f"{what}: {'/'.join(str(step) for step in error.absolute_path)}: {error.message[:300]}")
+        self.used.setdefault(name, document)
+
+    def reject_what_does_not_fit(self):
+        """A schema that takes anything would prove nothing."""
+        for name, document in self.used.items():
+            for member in document:
+                for broken in ({key: value for key, value in document.items() if key != member}, {**document, member: {"odd": 1.5}},
+                               {**document, "unknown": 1}):
+                    if self.validators[name].is_valid(broken):
+                        sys.exit(f"{name}: the schema takes a document with another '{member}'")
+
+
+def commands(tvq, table, folder):
+    """The command lines whose documents are checked: each is run twice."""
+    name = table.name
+    dump = ("--from-dump", table)
+    yield [tvq, "show", table, "--json"]
+    yield [tvq, "show", table, "--json", "--conform"]
+    yield [tvq, "export", table]
+    yield [tvq, "export", table, "--conform"]
+    for address in ("00:00.0", "00:01.0", "0000:16:00.0"):
+        yield [tvq, "slot", address, "--json", "--conform", *dump]
+        yield [tvq, "slot", address, "--json", "--id", "--conform", *dump]
+    state = folder / f"{name}.state"
+    yield [tvq, "save", state, "--json", "--conform", *dump]
+    yield [tvq, "verify", state, "--json", "--conform", *dump]
+    yield [tvq, "diff", state, table, "--json", "--conform"]
+    yield [tvq, "diff", table, folder / "other.bin", "--json", "--conform"]
+
+
+def blobs_of(export):
+    """The blobs of each record, as an agent stores them, and what is left of them when they are cut."""
+    for record in json.loads(export)["records"][:5]:
+        blobs = bytes.fromhex("".join(record[f"{kind}Blob"] or "" for kind in ("inventory", "configuration", "end")))
+        yield blobs
+        yield blobs[: len(blobs) // 2]
+
+
+def main(arguments):
+    tvq, files = tables.program_and_tables(arguments)
+    schemas = Schemas()
+    checked = 0
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        (folder / "other.bin").write_bytes(files[-1].read_bytes() if files[-1].suffix == ".bin" else files[0].read_bytes())
+        for table in files:
+            for command in commands(tvq, table, folder):
+                words = [*command, "--quiet"]
+                text = tables.run(*words, status=(0, 1, 2))
+                if not text:
+                    continue
+                schemas.check(text, " ".join(str(word) for word in command))
+                if text != tables.run(*words, status=(0, 1, 2)):
+                    sys.exit(f"{command} prints something else in another run")
+                checked += 1
+            for part in ("system", "CPU1", "DIMM_A1", "PCIe Slot 1"):
+                if text := tables.run(tvq, "show", table, part, "--json", "-q", status=(0, 1, 2)):
+                    schemas.check(text, f"show {table.name} {part}")
+            for blobs in blobs_of(tables.run(tvq, "export", table, "--conform", "-q", status=(0, 1))):
+                (folder / "device.tvq").write_bytes(blobs)
+                schemas.check(tables.run(tvq, "decode", folder / "device.tvq", "--json", status=(0, 2)), f"decode of {table.name}")
+                checked += 1
+    schemas.reject_what_does_not_fit()
+    unused = sorted(set(schemas.validators) - set(schemas.used))
+    if unused:
+        sys.exit(f"no document of these was seen: {unused}")
+    print(f"{checked} documents of {len(schemas.used)} schemas are valid")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
