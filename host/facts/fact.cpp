@@ -26,9 +26,4 @@ std::uint64_t Part::NumberOf(std::string_view name) const {
   return number == nullptr ? 0 : *number;
 }
 
-bool Part::IsTrue(std::string_view name) const {
-  const bool* const flag = std::get_if<bool>(&Find(name));
-  return flag != nullptr && *flag;
-}
-
 }  // namespace tvq::facts

@@ -39,7 +39,6 @@ struct Part {
   std::string_view TextOf(std::string_view name) const;
   // 0 where it is not known, or no number.
   std::uint64_t NumberOf(std::string_view name) const;
-  bool IsTrue(std::string_view name) const;
 };
 
 }  // namespace tvq::facts

@@ -67,9 +67,10 @@ const std::array<KindName, kKindCount> kKindNames = {{
 Machine ReadMachine(const table::Bytes& structures, table::Version version, std::size_t count) {
   Machine machine;
   std::vector<std::string> ppins;
+  std::size_t number = 0;
   for (const smbios::Structure& found : smbios::Walk(table::ViewOf(structures))) {
     const bool isShort = found.Length() < smbios::kHeaderSize;
-    if (count-- == 0 || (isShort && found.Offset() != 0)) {
+    if ((count != 0 && number++ == count) || (isShort && found.Offset() != 0)) {
       break;
     }
     const table::Structure structure(found);

@@ -50,7 +50,8 @@ class Machine {
   std::array<std::vector<Part>, kKindCount> mParts;
 };
 
-// Reads up to `count` structures, and none behind one that states less than a header's length.
+// Reads up to `count` structures, all where that is 0, and none behind one that states less than a
+// header's length.
 Machine ReadMachine(const table::Bytes& structures, table::Version version, std::size_t count);
 
 // A socket or slot that has something in it.

@@ -24,14 +24,11 @@ constexpr uint64_t kSizeUnknown = 0xFFFF;
 constexpr uint64_t kSizeIsExtended = 0x7FFF;
 constexpr uint64_t kSizeInKilobytes = 0x8000;
 
-std::string OrDash(std::string text) {
-  const auto last = text.find_last_not_of(' ');
-  text.erase(last == std::string::npos ? 0 : last + 1);
-  return text.empty() ? "-" : text;
-}
-
+// Without blanks at the end.
 std::string OrDash(const std::optional<std::u16string>& text) {
-  return text ? OrDash(Printable(*text)) : "-";
+  const std::string shown = text ? Printable(*text) : "";
+  const auto last = shown.find_last_not_of(' ');
+  return last == std::string::npos ? "-" : shown.substr(0, last + 1);
 }
 
 // A document of another kind of device tells nothing of this one.
@@ -50,7 +47,6 @@ void RequireSections(const Element& document, unsigned type) {
 Device ToDevice(const run::Record& record) {
   Device device;
   device.type = record.deviceType;
-  device.name = OrDash(record.name);
   device.fqdd = OrDash(record.fqdd);
   if (!record.blobs[1]) {
     device.trouble = "it has no configuration blob";

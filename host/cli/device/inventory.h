@@ -20,8 +20,7 @@ namespace tvq::cli {
 // One device record.
 struct Device {
   unsigned type = 0;
-  std::string name;  // UTF-8 without control characters, as all of these; "-": the record has none
-  std::string fqdd;
+  std::string fqdd;  // UTF-8 without control characters; "-": the record has none
   // The part of the machine that it is of, where that is known, and where the document differs.
   std::optional<PartPlace> place;
   std::vector<Difference> differences;

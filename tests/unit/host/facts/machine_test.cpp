@@ -137,7 +137,7 @@ TEST(Machine, HasSlotsWithTheirAddress) {
   EXPECT_EQ(slot.TextOf("usage"), "In Use");
   EXPECT_EQ(slot.Find("id"), Number(0));
   EXPECT_EQ(slot.TextOf("address"), "0001:3b:01.2");
-  EXPECT_TRUE(slot.IsTrue("isHotPlug"));
+  EXPECT_EQ(slot.Find("isHotPlug"), Value(true));
 }
 
 TEST(Machine, ASlotMayHaveNoAddress) {
@@ -151,7 +151,7 @@ TEST(Machine, HasOnboardDevices) {
   const Part device = Only(Kind::kOnboardDevice, test::OnboardDevice{.bus = 2, .devFn = 0x09});
   EXPECT_EQ(device.TextOf("label"), "Embedded NIC 1");
   EXPECT_EQ(device.TextOf("type"), "Ethernet");
-  EXPECT_TRUE(device.IsTrue("isEnabled"));
+  EXPECT_EQ(device.Find("isEnabled"), Value(true));
   EXPECT_EQ(device.TextOf("address"), "0000:02:01.1");
 }
 
@@ -175,7 +175,7 @@ TEST(Machine, HasPowerSupplies) {
   EXPECT_EQ(part.TextOf("partNumber"), "PW-800");
   EXPECT_EQ(part.TextOf("revision"), "B2");
   EXPECT_EQ(part.NumberOf("maximumPowerInWatts"), 800u);
-  EXPECT_TRUE(part.IsTrue("isPresent"));
+  EXPECT_EQ(part.Find("isPresent"), Value(true));
   supply.SetWord(0x0C, 0x8000);
   EXPECT_EQ(Only(Kind::kPowerSupply, supply).Find("maximumPowerInWatts"), kUnknown);
 }
@@ -193,6 +193,11 @@ TEST(Machine, EndsAtPaddingAndAtTheStatedCount) {
   EXPECT_THAT(ReadMachine(table.Bytes(), {3, 3}, 100).Of(Kind::kFirmware), IsEmpty());
   const test::Table two = test::Table::Of(test::System{}, test::System{});
   EXPECT_THAT(ReadMachine(two.Bytes(), {3, 3}, 1).Of(Kind::kSystem), SizeIs(1));
+}
+
+TEST(Machine, IsReadWholeWhereNoCountIsStated) {
+  const test::Table table = test::Table::Of(test::System{}, test::BaseBoard{});
+  EXPECT_THAT(ReadMachine(table.Bytes(), {2, 1}, 0).Of(Kind::kBoard), SizeIs(1));
 }
 
 TEST(Machine, StaysInsideATableThatEndsAnywhere) {
