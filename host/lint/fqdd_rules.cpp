@@ -135,8 +135,8 @@ constexpr Rule kRules[] = {
      "where the table has no structure of type 225: no device gets a record, no attribute is "
      "registered.",
      "Add the map: format byte 1, then a group for each processor and memory device. A structure "
-     "without groups will do, devices are then named after their sockets and locators. `--conform` "
-     "adds the map in a copy of the table.",
+     "without groups will do, devices are then named after their sockets and locators. Commands "
+     "add the map in a copy of the table, unless `--as-is` is given.",
      "version = 3.3\n[bios]\n[system]\nproduct = \"Node\"\n[end]\n", CheckMissing},
     {"fqdd-map-length", Severity::kError, kDriver, "A structure of type 225 has no format byte.",
      "Without the byte at 04h the structure is of no format that the driver knows, and one such "

@@ -85,7 +85,7 @@ constexpr Rule kRules[] = {
      "building modules there: this one and all behind it get no record. \"P1-DIMMA1\" and "
      "\"P1-DIMMB1\" both give \"P1-\".",
      "Let the first three characters differ, or begin with \"DIMM_\" and let the next three. "
-     "`--conform` renames modules in a copy of the table.",
+     "Commands do so in a copy of the table, unless `--as-is` is given.",
      "[memory-device like @dimm1]\nlocator = \"P1-DIMMA1\"\nserial  = \"7A2C0002\"\n"
      "[memory-device like @dimm1]\nlocator = \"P1-DIMMB1\"\nserial  = \"7A2C0003\"\n",
      CheckLocatorClash},

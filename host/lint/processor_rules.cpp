@@ -138,8 +138,8 @@ constexpr Rule kRules[] = {
      "firmware refuses a second handle with an equal path (Already started). The driver ends "
      "building processors there: this one and all behind it get no record. Modules and the system "
      "follow as usual.",
-     "Give each socket a fourth character of its own. `--conform` renames sockets in a copy of the "
-     "table.",
+     "Give each socket a fourth character of its own. Commands do so in a copy of the table, "
+     "unless `--as-is` is given.",
      "[processor like @cpu1]\nsocket = \"CPU1 of board 2\"\n", CheckSocketClash},
     {"core-count", Severity::kNote, kDriver, "A processor has more cores than a byte can say.",
      "The core count at 23h is FFh then, and the number stands at 2Ah. The driver reads the byte "

@@ -5,7 +5,9 @@
  */
 #include "host/run/convert.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "TvqPlatformPkg/src/agent/show_comparison.h"
 #include "TvqPlatformPkg/src/agent/start.h"
@@ -72,6 +74,23 @@ Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown) {
     table.warnings.emplace_back(sentence);
   }
   return table;
+}
+
+std::vector<DeviceLabel> ToLabels(const tvqplatform::DeviceLabels& labels) {
+  std::vector<DeviceLabel> copies;
+  for (const tvqplatform::DeviceLabel& label : labels.All()) {
+    DeviceLabel copy;
+    const std::string fqdd = label.Fqdd;
+    std::transform(fqdd.begin(), fqdd.end(), std::back_inserter(copy.fqdd),
+                   [](char character) { return static_cast<unsigned char>(character); });
+    copy.text.assign(label.Text.begin(), label.Text.end());
+    copy.rule = label.Rule == nullptr ? "" : label.Rule;
+    copy.handle = label.Handle;
+    copy.hasRecord = label.HasRecord;
+    copy.key.assign(std::begin(label.Key.Data), std::end(label.Key.Data));
+    copies.push_back(std::move(copy));
+  }
+  return copies;
 }
 
 Record ToRecord(const tvqplatform::DeviceInventory& device) {

@@ -16,6 +16,7 @@
 #include "TvqPlatformPkg/src/agent/comparison.h"
 #include "TvqPlatformPkg/src/agent/inventory.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
+#include "TvqPlatformPkg/src/smbios/names/device_labels.h"
 
 namespace tvq::run {
 
@@ -37,6 +38,7 @@ enum class EntryPoints {
 
 // Throws TableError where nothing was captured.
 Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown);
+std::vector<DeviceLabel> ToLabels(const tvqplatform::DeviceLabels& labels);
 Record ToRecord(const tvqplatform::DeviceInventory& device);
 Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
 Finding ToFinding(const tvqplatform::Finding& found);

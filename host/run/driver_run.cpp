@@ -5,6 +5,10 @@
  */
 #include "host/run/driver_run.h"
 
+#include <Library/TvqDeviceLib.h>
+
+#include <algorithm>
+#include <iterator>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -22,6 +26,7 @@
 #include "TvqPlatformPkg/src/agent/start.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
 #include "TvqPlatformPkg/src/smbios/conform.h"
+#include "TvqPlatformPkg/src/smbios/names/device_labels.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
 
 namespace tvq::run {
@@ -29,6 +34,34 @@ namespace {
 
 // The walk of a slot query counts structures in eight bits.
 constexpr unsigned kLongestEndingWalk = 0xFF;
+
+void Require(bool hadMemory) {
+  if (!hadMemory) {
+    throw std::bad_alloc();
+  }
+}
+
+// Of a table that was left as it is.
+std::vector<DeviceLabel> LabelsOf(const Table& table) {
+  tvqplatform::DeviceLabels labels;
+  Require(labels.Collect(ViewOf(table.structures)));
+  return ToLabels(labels);
+}
+
+// The label of a record, by what tells the records' device paths apart.
+std::optional<DeviceLabel> FindLabel(const std::vector<DeviceLabel>& labels, const Record& record) {
+  const devices::Key key = devices::KeyOfPath(ViewOf(record.devicePath.value_or(Bytes())));
+  const auto found = std::find_if(labels.begin(), labels.end(), [&key](const DeviceLabel& label) {
+    return label.hasRecord && std::equal(label.key.begin(), label.key.end(), std::begin(key.Data));
+  });
+  return found == labels.end() ? std::nullopt : std::optional(*found);
+}
+
+std::string FindLabelText(const std::vector<DeviceLabel>& labels, const std::u16string& fqdd) {
+  const auto found = std::find_if(labels.begin(), labels.end(),
+                                  [&fqdd](const DeviceLabel& label) { return label.fqdd == fqdd; });
+  return found == labels.end() ? std::string() : found->text;
+}
 
 // Throws StateError. The bytes have to stay while the state is used.
 void ReadSavedState(const Bytes& state, tvqplatform::SavedState& saved) {
@@ -146,6 +179,7 @@ struct DriverRun::Impl {
   host::Firmware firmware;
   bool isStarted = false;
   unsigned structureCount = 0;
+  std::vector<DeviceLabel> labels;  // of the table that the driver ran on
 };
 
 DriverRun::DriverRun() : mImpl(std::make_unique<Impl>()) {}
@@ -175,10 +209,18 @@ Conformed DriverRun::Conform(const Table& table) {
     conformed.table.structureCount =
         static_cast<unsigned>(smbios::Summarize(result.Structures()).Count);
   }
+  if (!conformed.isRefused) {
+    tvqplatform::DeviceLabels labels;
+    Require(labels.Collect(result.Devices(), result.Structures()));
+    conformed.table.labels = ToLabels(labels);
+  }
   for (const tvqplatform::TableChange& change : result.Changes()) {
     char sentence[kSentence];
     tvqplatform::FormatChange(change, sentence, sizeof(sentence));
     conformed.changes.emplace_back(sentence);
+    if (tvqplatform::IsRemarkable(change)) {
+      conformed.remarks.emplace_back(sentence);
+    }
   }
   return conformed;
 }
@@ -193,6 +235,11 @@ Results DriverRun::Run(const Table& table) {
   results.start = InWords(start);
   results.log = mImpl->ReadLog();
   results.records = mImpl->CollectRecords();
+  mImpl->labels = table.labels.empty() ? LabelsOf(table) : table.labels;
+  results.labels = mImpl->labels;
+  for (Record& record : results.records) {
+    record.label = FindLabel(results.labels, record);
+  }
   results.attributes = mImpl->AskAttributes();
   results.variables = mImpl->ReadVariables();
   publication.Restore();
@@ -258,6 +305,8 @@ Comparison DriverRun::Compare(const Bytes& state) {
   Comparison comparison;
   for (UINTN i = 0; i < result.Size(); ++i) {
     comparison.findings.push_back(ToFinding(result[i]));
+    Finding& finding = comparison.findings.back();
+    finding.label = FindLabelText(mImpl->labels, finding.fqdd);
   }
   for (UINTN i = 0; i < tvqplatform::kVerdictCount; ++i) {
     const auto verdict = static_cast<tvqplatform::Verdict>(i);

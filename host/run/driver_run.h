@@ -33,6 +33,16 @@ class TableError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A processor socket or a memory slot, with or without a part in it.
+struct DeviceLabel {
+  std::u16string fqdd;
+  std::string text;  // what the machine's own table calls it; 8-bit characters
+  std::string rule;  // what gave the name; empty where the table was left as it is
+  uint16_t handle = 0;
+  bool hasRecord = false;
+  Bytes key;  // in the device path of its record
+};
+
 // A structure table and what its entry point states about it.
 struct Table {
   unsigned major = 0;
@@ -41,6 +51,7 @@ struct Table {
   Bytes structures;
   bool isBare = false;  // it came without an entry point
   std::vector<std::string> warnings;
+  std::vector<DeviceLabel> labels;  // of one that was conformed
 };
 
 struct Conformed {
@@ -48,10 +59,12 @@ struct Conformed {
   bool isRefused = false;
   std::string summary;  // one sentence without a full stop
   std::vector<std::string> changes;
+  std::vector<std::string> remarks;  // those of the changes that are more than a device's name
 };
 
 struct Record {
   unsigned deviceType = 0;
+  std::optional<DeviceLabel> label;  // none for the system
   std::optional<std::u16string> name;
   std::optional<std::u16string> fqdd;
   std::optional<Bytes> devicePath;
@@ -92,7 +105,8 @@ struct Results {
   std::vector<Record> records;
   std::vector<Attribute> attributes;
   std::vector<Variable> variables;
-  std::vector<LogLine> log;  // what was logged during the start
+  std::vector<LogLine> log;         // what was logged during the start
+  std::vector<DeviceLabel> labels;  // of all sockets and slots
   // Failed assertions, rules of the UEFI specification that were broken, and calls that would not
   // return on firmware.
   std::vector<std::string> complaints;
@@ -113,6 +127,7 @@ struct SavedDevice {
 // What became of one device since a state was saved.
 struct Finding {
   std::u16string fqdd;  // empty for a device without one
+  std::string label;    // what this machine's own table calls its place; empty where it does not
   std::string verdict;  // "same", "replaced", "new", "moved", "gone" or "not verified"
   std::optional<std::u16string> movedFrom;
   std::optional<std::string> status;  // what Verify returned; none for a device that is gone

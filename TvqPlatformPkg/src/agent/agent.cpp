@@ -51,10 +51,11 @@ void Agent::Begin() {
   DriverControl driver(mVolume, mReport);
   if (HasRecords() && !mOptions.Again) {
     AddLine(&mReport, "Start: the driver was started before; its records are shown as they are.");
+    table.ReadLabels(mOptions.AsIs);
   } else if (driver.Ensure() && table.Prepare(mOptions.AsIs)) {
     driver.Start(mOptions.AsIs);
   }
-  Results(mVolume, mReport, mOptions.Accept).ShowAndSave();
+  Results(mVolume, mReport, table.Labels(), mOptions.Accept).ShowAndSave();
 }
 
 /// The records come first: unloading the driver leaves them behind, and then nobody may ask them.

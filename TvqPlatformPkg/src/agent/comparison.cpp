@@ -175,8 +175,8 @@ const CHAR8* ReasonFor(EFI_STATUS status, const SavedDevice& saved) {
     return "the saved data has no configuration document";
   }
   if (!IsWellFormed(static_cast<XML_PARSER_PROTOCOL*>(parser), document)) {
-    return "the saved document is not well-formed: one of its texts holds '&', '<', a control "
-           "character or bytes that are no UTF-8";
+    return "the saved document is not well-formed: one of its texts holds '&', '<' or a control "
+           "character";
   }
   return status == EFI_UNSUPPORTED ? "the saved document is laid out otherwise" : nullptr;
 }

@@ -27,17 +27,44 @@ bool PreparedTable::Prepare(bool asIs) {
   if (!Read()) {
     return false;
   }
+  // Without memory for them, the labels show as dashes.
+  (void)mLabels.Collect(mCapture.Table.Structures);
   if (!asIs) {
     Conform();
   }
   return Publish();
 }
 
-bool PreparedTable::Read() {
+void PreparedTable::ReadLabels(bool asIs) {
+  const EFI_STATUS status = Fetch();
+  if (EFI_ERROR(status) || mCapture.Error != CaptureError::kNone) {
+    return;
+  }
+  if (asIs || IsRefused(mConformed.Conform(mCapture.Table.Structures))) {
+    (void)mLabels.Collect(mCapture.Table.Structures);
+  } else {
+    (void)mLabels.Collect(mConformed.Devices(), mConformed.Structures());
+  }
+}
+
+/// EFI_NOT_FOUND where there is neither a file nor a table of the firmware.
+EFI_STATUS PreparedTable::Fetch() {
   const CHAR16* path = tvq::Ucs2(TVQ_FILE(u"table.bin"));
   const EFI_STATUS status = mVolume.Read(path, kMaximumFile, mFile);
   if (status == EFI_NOT_FOUND || status == EFI_NO_MEDIA) {
-    if (!ReadFirmwareTable(mCapture)) {
+    mIsFirmwares = ReadFirmwareTable(mCapture);
+    return mIsFirmwares ? EFI_SUCCESS : EFI_NOT_FOUND;
+  }
+  if (!EFI_ERROR(status)) {
+    ReadCapturedFile({mFile.Data(), mFile.Size()}, mCapture);
+  }
+  return status;
+}
+
+bool PreparedTable::Read() {
+  const EFI_STATUS status = Fetch();
+  if (status == EFI_NOT_FOUND || mIsFirmwares) {
+    if (!mIsFirmwares) {
       mReport.Fail("this firmware has no SMBIOS table",
                    "put a captured table at \\TVQ\\table.bin, as dmidecode --dump-bin writes it.");
       return false;
@@ -49,7 +76,6 @@ bool PreparedTable::Read() {
     mReport.FailWithStatus("\\TVQ\\table.bin cannot be read", status, kCheckVolume);
     return false;
   }
-  ReadCapturedFile({mFile.Data(), mFile.Size()}, mCapture);
   if (mCapture.Error != CaptureError::kNone) {
     AddLine(&mReport, "\\TVQ\\table.bin is no SMBIOS table: %a.", CaptureErrorText(mCapture.Error));
     mReport.Fail("\\TVQ\\table.bin is no SMBIOS table",
@@ -69,6 +95,7 @@ void PreparedTable::Conform() {
                  "this inventory is of the table as it stands; the option as-is asks for that.");
     return;
   }
+  (void)mLabels.Collect(mConformed.Devices(), mConformed.Structures());
   mIsChanged = result == ConformResult::kChanged;
   if (mIsChanged) {
     mCapture.Table.Structures = mConformed.Structures();
@@ -78,8 +105,7 @@ void PreparedTable::Conform() {
 }
 
 bool PreparedTable::Publish() {
-  const bool isFirmwares = mFile.Empty();
-  if (isFirmwares && !mIsChanged && mCapture.Kind == smbios::EntryPointKind::k32Bit) {
+  if (mIsFirmwares && !mIsChanged && mCapture.Kind == smbios::EntryPointKind::k32Bit) {
     return true;
   }
   const EFI_STATUS status = mPublication.Publish(mCapture.Table);

@@ -9,6 +9,7 @@
 
 #include "../smbios/capture.h"
 #include "../smbios/conform.h"
+#include "../smbios/names/device_labels.h"
 #include "../smbios/publication.h"
 #include "run_report.h"
 
@@ -25,8 +26,13 @@ class PreparedTable {
   /// Publishes the table of \TVQ\table.bin, or the firmware's own, where the driver looks for one.
   /// False: the report says why there is none.
   [[nodiscard]] bool Prepare(bool asIs);
+  /// Reads that table only for what it prints at its sockets and slots. Nothing is reported.
+  void ReadLabels(bool asIs);
+
+  const DeviceLabels& Labels() const { return mLabels; }
 
  private:
+  [[nodiscard]] EFI_STATUS Fetch();
   [[nodiscard]] bool Read();
   void Conform();
   [[nodiscard]] bool Publish();
@@ -36,7 +42,9 @@ class PreparedTable {
   GrowingArray<UINT8> mFile;
   Capture mCapture;
   ConformedTable mConformed;
+  DeviceLabels mLabels;
   Publication mPublication;
+  bool mIsFirmwares = false;
   bool mIsChanged = false;
 };
 

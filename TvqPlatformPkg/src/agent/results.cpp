@@ -37,7 +37,7 @@ void Results::ShowAndSave() {
     mReport.FailWithStatus("the records cannot be collected", status, kRestart);
   }
   AddLine(&mReport, "");
-  ShowInventory(mReport, inventory);
+  ShowInventory(mReport, inventory, mLabels);
   AddLine(&mReport, "");
   ShowAttributes(mReport, AttributeAnswers());
   AddLine(&mReport, "");
@@ -128,7 +128,7 @@ void Results::CompareWithState(const Inventory& inventory, const SavedState& sav
     mReport.FailWithStatus("the devices cannot be compared", status, kRestart);
     return;
   }
-  ShowComparison(mReport, comparison);
+  ShowComparison(mReport, comparison, mLabels);
 }
 
 }  // namespace tvqplatform

@@ -7,6 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_RESULTS_H_
 #define TVQ_PLATFORM_AGENT_RESULTS_H_
 
+#include "../smbios/names/device_labels.h"
 #include "inventory.h"
 #include "run_report.h"
 #include "state.h"
@@ -16,8 +17,8 @@ namespace tvqplatform {
 class Results {
  public:
   /// `isAccepted`: the state of this boot replaces the saved one.
-  Results(const Volume& volume, RunReport& report, bool isAccepted)
-      : mVolume(volume), mReport(report), mIsAccepted(isAccepted) {}
+  Results(const Volume& volume, RunReport& report, const DeviceLabels& labels, bool isAccepted)
+      : mVolume(volume), mReport(report), mLabels(labels), mIsAccepted(isAccepted) {}
 
   void ShowAndSave();
 
@@ -29,6 +30,7 @@ class Results {
 
   const Volume& mVolume;
   RunReport& mReport;
+  const DeviceLabels& mLabels;
   bool mIsAccepted;
 };
 

@@ -43,13 +43,31 @@ UINTN WidestFqdd(const Inventory& inventory) {
   return widest;
 }
 
-void ShowDevice(Report& report, const DeviceInventory& device, UINTN fqddWidth) {
+const DeviceLabel* LabelOf(const DeviceInventory& device, const DeviceLabels& labels) {
+  return device.HasDevicePath ? labels.OfRecord({device.DevicePath, sizeof(device.DevicePath)})
+                              : nullptr;
+}
+
+UINTN WidestLabel(const Inventory& inventory, const DeviceLabels& labels) {
+  UINTN widest = Length("Label");
+  for (UINTN i = 0; i < inventory.Size(); i++) {
+    CHAR8 label[kLabelSize];
+    CopyLabel(LabelOf(inventory[i], labels), label);
+    widest = MAX(widest, Length(label));
+  }
+  return widest;
+}
+
+void ShowDevice(Report& report, const DeviceInventory& device, UINTN fqddWidth,
+                const DeviceLabels& labels, UINTN labelWidth) {
+  CHAR8 label[kLabelSize];
+  CopyLabel(LabelOf(device, labels), label);
   CHAR8 serial[16];
   CHAR8 marketingName[64];
   CopySerialNumber(device, serial, sizeof(serial));
   CopyMarketingName(device, marketingName, sizeof(marketingName));
-  AddLine(&report, "  %-9s  %-*s  %-13a  %-14a  %a", OrDash(device.Name), fqddWidth,
-          OrDash(device.Fqdd), ClassInWords(device), OrDash(serial), OrDash(marketingName));
+  AddLine(&report, "  %-*s  %-*a  %-13a  %-14a  %a", fqddWidth, OrDash(device.Fqdd), labelWidth,
+          label, ClassInWords(device), OrDash(serial), OrDash(marketingName));
 }
 
 void ShowIdentity(Report& report, const DeviceInventory& device, UINTN fqddWidth) {
@@ -106,17 +124,18 @@ void ShowChanges(Report& report, ConformResult result, const ConformedTable& con
   }
 }
 
-void ShowInventory(Report& report, const Inventory& inventory) {
+void ShowInventory(Report& report, const Inventory& inventory, const DeviceLabels& labels) {
   if (inventory.Size() == 0) {
     AddLine(&report, "Records: none");
     return;
   }
   const UINTN width = WidestFqdd(inventory);
   AddLine(&report, "Records: %d", static_cast<UINT32>(inventory.Size()));
-  AddLine(&report, "  %-9a  %-*a  %-13a  %-14a  %a", "Name", width, "FQDD", "Class", "Serial",
-          "Marketing name");
+  const UINTN labelWidth = WidestLabel(inventory, labels);
+  AddLine(&report, "  %-*a  %-*a  %-13a  %-14a  %a", width, "FQDD", labelWidth, "Label", "Class",
+          "Serial", "Marketing name");
   for (UINTN i = 0; i < inventory.Size(); i++) {
-    ShowDevice(report, inventory[i], width);
+    ShowDevice(report, inventory[i], width, labels, labelWidth);
   }
   AddLine(&report, "");
   AddLine(&report, "Identities, and the sizes of the inventory, configuration and end blobs:");

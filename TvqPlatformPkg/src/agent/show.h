@@ -9,6 +9,7 @@
 
 #include "../smbios/capture.h"
 #include "../smbios/conform.h"
+#include "../smbios/names/device_labels.h"
 #include "attributes.h"
 #include "inventory.h"
 #include "report.h"
@@ -22,7 +23,7 @@ void ShowTable(Report& report, const Capture& capture, const CHAR8* origin);
 void ShowChanges(Report& report, ConformResult result, const ConformedTable& conformed);
 
 /// One line for each record, in columns.
-void ShowInventory(Report& report, const Inventory& inventory);
+void ShowInventory(Report& report, const Inventory& inventory, const DeviceLabels& labels);
 
 void ShowAttributes(Report& report, const AttributeAnswers& answers);
 

@@ -52,14 +52,16 @@ void FormatDetail(const Finding& finding, CHAR8* buffer, UINTN size) {
   }
 }
 
-void ShowComparison(Report& report, const Comparison& comparison) {
+void ShowComparison(Report& report, const Comparison& comparison, const DeviceLabels& labels) {
   AddLine(&report, "Since the saved state:");
   for (UINTN i = 0; i < comparison.Size(); i++) {
     const Finding& finding = comparison[i];
     const CHAR16* fqdd = FqddOf(finding);
     CHAR8 detail[kDetailSize];
     FormatDetail(finding, detail, sizeof(detail));
-    AddLine(&report, "  %-30s  %a%a%a", fqdd[0] == 0 ? tvq::Ucs2(u"-") : fqdd,
+    CHAR8 label[kLabelSize];
+    CopyLabel(labels.OfFqdd(fqdd), label);
+    AddLine(&report, "  %-30s  %-16a  %a%a%a", fqdd[0] == 0 ? tvq::Ucs2(u"-") : fqdd, label,
             VerdictInWords(finding.What), detail[0] == '\0' ? "" : ": ", detail);
   }
   ShowSummary(report, comparison);

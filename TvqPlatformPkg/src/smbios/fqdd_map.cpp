@@ -1,5 +1,5 @@
 /** @file
-  Adds the OEM structures of type 225 to a table that has none.
+  The OEM structures of type 225, which name devices by their handles.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -9,6 +9,8 @@
 #include <IndustryStandard/SmbiosTvq.h>
 #include <Library/TvqDeviceLib.h>
 
+#include "../text.h"
+#include "names/characters.h"
 #include "table_builder.h"
 
 namespace tvqplatform {
@@ -56,42 +58,20 @@ class UnusedHandles {
 
 /// One FQDD and the structure that it names.
 struct Group {
-  CHAR8 Fqdd[16];
+  CHAR8 Fqdd[kFqddSize];
   UINT16 Handle;
 };
 
-Group GroupOfProcessor(const Structure& structure) {
-  Group group;
-  group.Handle = structure.Handle();
-  AsciiSPrint(group.Fqdd, sizeof(group.Fqdd), "CPU.Socket.%x",
-              static_cast<UINT32>(devices::SocketNumber(structure)));
-  return group;
-}
-
-/// A NUL among the three characters ends the text. They may be any bytes, and are copied as such.
-Group GroupOfModule(const Structure& structure) {
-  constexpr CHAR8 kPrefix[] = "DIMM.Socket.";
-  constexpr UINTN kPrefixLength = sizeof(kPrefix) - 1;
-  const devices::LocatorKey key = devices::KeyOfLocator(structure);
-  Group group;
-  group.Handle = structure.Handle();
-  CopyMem(group.Fqdd, kPrefix, kPrefixLength);
-  CopyMem(group.Fqdd + kPrefixLength, key.Characters, sizeof(key.Characters));
-  group.Fqdd[kPrefixLength + sizeof(key.Characters)] = '\0';
-  return group;
-}
-
-/// All processors, then all modules. False: there is no memory.
-[[nodiscard]] bool CollectGroups(Bytes table, GrowingArray<Group>& groups) {
-  for (const Structure& structure : smbios::Walk(table)) {
-    if (devices::KindOf(structure) == devices::Kind::kProcessor &&
-        !groups.Append(GroupOfProcessor(structure))) {
-      return false;
+[[nodiscard]] bool AppendGroups(const GrowingArray<NamedDevice>& devices, bool areProcessors,
+                                GrowingArray<Group>& groups) {
+  for (const NamedDevice& device : devices) {
+    if (!device.HasRecord || device.Group != 0 || device.IsProcessor != areProcessors) {
+      continue;
     }
-  }
-  for (const Structure& structure : smbios::Walk(table)) {
-    if (devices::KindOf(structure) == devices::Kind::kModule &&
-        !groups.Append(GroupOfModule(structure))) {
+    Group group;
+    CopyMem(group.Fqdd, device.Fqdd, sizeof(group.Fqdd));
+    group.Handle = device.Where.Handle();
+    if (!groups.Append(group)) {
       return false;
     }
   }
@@ -158,10 +138,11 @@ class MapWriter {
   GrowingArray<TableChange>& mChanges;
 };
 
-[[nodiscard]] ConformResult WriteMap(Bytes table, GrowingArray<UINT8>& map,
-                                     GrowingArray<TableChange>& changes) {
+/// All processors, then all modules.
+[[nodiscard]] ConformResult WriteMap(const GrowingArray<NamedDevice>& devices, Bytes table,
+                                     GrowingArray<UINT8>& map, GrowingArray<TableChange>& changes) {
   OwnedArray<Group> groups;
-  if (!CollectGroups(table, groups)) {
+  if (!AppendGroups(devices, true, groups) || !AppendGroups(devices, false, groups)) {
     return ConformResult::kOutOfMemory;
   }
   UnusedHandles handles(table);
@@ -212,19 +193,203 @@ class MapWriter {
   return true;
 }
 
-}  // namespace
-
-bool HasFqddMap(Bytes table) {
-  return smbios::CountOfType(table, SMBIOS_TYPE_TVQ_FQDD_MAP) != 0;
+/// The groups of a structure of type 225 by their offsets in it.
+UINTN EndOfGroups(const Structure& map) {
+  constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
+  return devices::kFqddGroups + (map.Length() - devices::kFqddGroups) / kGroupSize * kGroupSize;
 }
 
-ConformResult AddFqddMap(GrowingArray<UINT8>& table, GrowingArray<TableChange>& changes) {
+UINT16 HandleOfGroup(const Structure& map, UINTN group) {
+  return map.Word(group + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle));
+}
+smbios::Text FqddOfGroup(const Structure& map, UINTN group) {
+  return map.String(map.Byte(group + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, StringNumber)));
+}
+
+/// Whether the driver returns the FQDD whole, and it may name a file.
+bool MayBeKept(smbios::Text fqdd) {
+  for (const UINT8 character : fqdd) {
+    if (!IsLetterOrDigit(character) && character != '.' && character != '-' && character != '_') {
+      return false;
+    }
+  }
+  return fqdd.Length() != 0 && fqdd.Length() < kFqddSize;
+}
+
+/// Without regard to case.
+template <typename Left, typename Right>
+bool AreAlike(const Left* left, const Right* right, UINTN length) {
+  for (UINTN i = 0; i < length; i++) {
+    if (ToCapital(static_cast<UINT8>(left[i])) != ToCapital(static_cast<UINT8>(right[i]))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Sees to it that no two devices have one FQDD. Those of names are unique among themselves, so
+/// that those which the table has give way.
+class FqddChoice {
+ public:
+  explicit FqddChoice(GrowingArray<NamedDevice>& devices) : mDevices(devices) {}
+
+  /// All devices have the FQDDs of their names.
+  void Choose() {
+    for (NamedDevice& device : mDevices) {
+      device.IsFqddKept = MayBeKept(device.TablesFqdd);
+      device.RightfulOwner = device.IsFqddKept ? FindOwner(device) : nullptr;
+    }
+    for (NamedDevice& device : mDevices) {
+      if (device.IsFqddKept) {
+        ZeroMem(device.Fqdd, sizeof(device.Fqdd));
+        CopyMem(device.Fqdd, device.TablesFqdd.Data(), device.TablesFqdd.Length());
+      }
+    }
+    for (UINTN i = 0; i < mDevices.Size(); i++) {
+      GiveUpTwins(i);
+    }
+    while (MakeWay()) {
+    }
+  }
+
+ private:
+  /// The other device whose name's FQDD it is.
+  NamedDevice* FindOwner(const NamedDevice& device) const {
+    for (NamedDevice& other : mDevices) {
+      if (other.Where.Handle() != device.Where.Handle() &&
+          Length(other.Fqdd) == device.TablesFqdd.Length() &&
+          AreAlike(other.Fqdd, device.TablesFqdd.Data(), device.TablesFqdd.Length())) {
+        return &other;
+      }
+    }
+    return nullptr;
+  }
+
+  /// Two that the table names alike give way both.
+  void GiveUpTwins(UINTN at) {
+    NamedDevice& device = mDevices[at];
+    bool hasTwin = false;
+    for (UINTN i = at + 1; device.IsFqddKept && i < mDevices.Size(); i++) {
+      NamedDevice& other = mDevices[i];
+      if (other.IsFqddKept && other.Where.Handle() != device.Where.Handle() &&
+          AreAlike(other.Fqdd, device.Fqdd, sizeof(device.Fqdd))) {
+        TakeFqddOfName(other);
+        hasTwin = true;
+      }
+    }
+    if (hasTwin) {
+      TakeFqddOfName(device);
+    }
+  }
+
+  /// Devices give way to those that have the FQDDs of their names. True: others may have to, now.
+  bool MakeWay() {
+    bool gaveWay = false;
+    for (NamedDevice& device : mDevices) {
+      if (device.IsFqddKept && device.RightfulOwner != nullptr &&
+          !device.RightfulOwner->IsFqddKept) {
+        TakeFqddOfName(device);
+        gaveWay = true;
+      }
+    }
+    return gaveWay;
+  }
+
+  GrowingArray<NamedDevice>& mDevices;
+};
+
+void NoteGroups(const Structure& map, GrowingArray<NamedDevice>& devices) {
+  for (UINTN group = devices::kFqddGroups; group < EndOfGroups(map);
+       group += sizeof(SMBIOS_TVQ_FQDD_GROUP)) {
+    for (NamedDevice& device : devices) {
+      // The driver takes the first that it finds.
+      if (device.Group == 0 && device.Where.Handle() == HandleOfGroup(map, group)) {
+        device.Group = map.Offset() + group;
+        device.TablesFqdd = FqddOfGroup(map, group);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+bool FqddMap::CollectHandles(Bytes table) {
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (devices::KindOf(structure) != devices::Kind::kNone &&
+        !mHandles.Append(structure.Handle())) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool FqddMap::IsDevice(UINT16 handle) const {
+  for (const UINT16 known : mHandles) {
+    if (known == handle) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool FqddMap::IsUsable(const Structure& map) const {
+  if (devices::CheckFqddMap(map) != devices::FqddMap::kUsable) {
+    return false;
+  }
+  for (UINTN group = devices::kFqddGroups; group < EndOfGroups(map);
+       group += sizeof(SMBIOS_TVQ_FQDD_GROUP)) {
+    if (FqddOfGroup(map, group).Length() == 0 || !IsDevice(HandleOfGroup(map, group))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool FqddMap::Read(Bytes table, GrowingArray<NamedDevice>& devices) {
+  if (!CollectHandles(table)) {
+    return false;
+  }
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (structure.Type() != SMBIOS_TYPE_TVQ_FQDD_MAP) {
+      continue;
+    }
+    if (IsUsable(structure)) {
+      mHasUsable = true;
+      NoteGroups(structure, devices);
+    } else {
+      mHasUnusable = true;
+    }
+  }
+  if (mHasUsable) {
+    FqddChoice(devices).Choose();
+  }
+  return true;
+}
+
+smbios::Text FqddInTable(Bytes table, UINT16 handle) {
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (structure.Type() != SMBIOS_TYPE_TVQ_FQDD_MAP ||
+        devices::CheckFqddMap(structure) != devices::FqddMap::kUsable) {
+      continue;
+    }
+    for (UINTN group = devices::kFqddGroups; group < EndOfGroups(structure);
+         group += sizeof(SMBIOS_TVQ_FQDD_GROUP)) {
+      if (HandleOfGroup(structure, group) == handle) {
+        return FqddOfGroup(structure, group);
+      }
+    }
+  }
+  return smbios::Text();
+}
+
+ConformResult AddFqddMap(const GrowingArray<NamedDevice>& devices, GrowingArray<UINT8>& table,
+                         GrowingArray<TableChange>& changes) {
   OwnedArray<UINT8> map;
   UINTN offset = 0;
   if (!FindPlace(table, changes, offset)) {
     return ConformResult::kOutOfMemory;
   }
-  const ConformResult result = WriteMap({table.Data(), table.Size()}, map, changes);
+  const ConformResult result = WriteMap(devices, {table.Data(), table.Size()}, map, changes);
   if (IsRefused(result)) {
     return result;
   }

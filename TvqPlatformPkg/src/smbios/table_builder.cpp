@@ -38,12 +38,7 @@ bool TableBuilder::CloseLast(const Structure& structure) {
   return mBytes.AppendZeroed(MissingTerminators(structure));
 }
 
-bool TableBuilder::AppendNamed(const Structure& structure, smbios::Field<UINT8> name,
-                               const CHAR8* text, bool& isFull) {
-  const UINTN start = mBytes.Size();
-  if (!Append(structure.Whole()) || !CloseLast(structure)) {
-    return false;
-  }
+bool TableBuilder::AddString(UINTN start, UINTN offset, const CHAR8* text, bool& isFull) {
   const Bytes built(mBytes.Data(), mBytes.Size());
   const UINTN strings = Structure(built, start).StringCount();
   isFull = strings >= MAX_UINT8;
@@ -55,7 +50,7 @@ bool TableBuilder::AppendNamed(const Structure& structure, smbios::Field<UINT8> 
   if (!AppendText(text) || !mBytes.AppendZeroed(1)) {
     return false;
   }
-  mBytes[start + name.Offset] = static_cast<UINT8>(strings + 1);
+  mBytes[start + offset] = static_cast<UINT8>(strings + 1);
   return true;
 }
 

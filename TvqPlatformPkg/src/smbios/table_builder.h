@@ -22,10 +22,9 @@ class TableBuilder {
   /// Ends a structure that the end of its table cut off; it is the last one here.
   [[nodiscard]] bool CloseLast(const smbios::Structure& structure);
 
-  /// Appends the structure with one string more, whose number goes to the field `name`. The
-  /// structure has the field. `isFull` tells that no number was left for the string.
-  [[nodiscard]] bool AppendNamed(const smbios::Structure& structure, smbios::Field<UINT8> name,
-                                 const CHAR8* text, bool& isFull);
+  /// Gives the last structure, which begins at `start` and is whole, one string more, whose number
+  /// goes to the byte `offset` of its formatted part. `isFull` tells that no number was left.
+  [[nodiscard]] bool AddString(UINTN start, UINTN offset, const CHAR8* text, bool& isFull);
 
   /// Appends a text and its terminator.
   [[nodiscard]] bool AppendText(const CHAR8* text);

@@ -31,13 +31,25 @@ namespace {
 /// The text of elements that have none.
 CHAR8 gNoText[1];
 
+/// Copies text that expat has read byte by byte, and gives out as UTF-8, as the bytes that it was.
+/// What only a character reference can name stays UTF-8. Returns the length of the copy.
+UINTN CopyAsRead(CHAR8* target, const CHAR8* text, UINTN length) {
+  const CHAR8* const start = target;
+  for (UINTN i = 0; i < length; i++) {
+    const auto lead = static_cast<UINT8>(text[i]);
+    const bool isWide = (lead == 0xC2 || lead == 0xC3) && i + 1 < length;
+    *target++ = isWide ? static_cast<CHAR8>((lead << 6) | (text[++i] & 0x3F)) : text[i];
+  }
+  return static_cast<UINTN>(target - start);
+}
+
 XmlElement* NewElement(const CHAR8* name) {
   const UINTN length = Length(name);
   auto* element = static_cast<XmlElement*>(AllocateZeroPool(sizeof(XmlElement) + length));
   if (element == nullptr) {
     return nullptr;
   }
-  CopyMem(element->NameText, name, length);
+  (void)CopyAsRead(element->NameText, name, length);
   element->Name.Text = element->NameText;
   element->Value.Text = gNoText;
   element->Node.Name = &element->Name;
@@ -118,8 +130,7 @@ bool DocumentBuilder::AddText(const CHAR8* text, UINTN length) {
   if (!ReserveText(mOpen, length)) {
     return false;
   }
-  CopyMem(mOpen->Value.Text + mOpen->Length, text, length);
-  mOpen->Length += length;
+  mOpen->Length += CopyAsRead(mOpen->Value.Text + mOpen->Length, text, length);
   mOpen->Value.Text[mOpen->Length] = '\0';
   return true;
 }

@@ -19,6 +19,10 @@ namespace tvqplatform {
 
 namespace {
 
+/// What documents are read as, whatever they say of themselves: the driver copies the bytes of the
+/// SMBIOS table into them, which may be any.
+constexpr XML_Char kEncoding[] = "ISO-8859-1";
+
 constexpr XML_Memory_Handling_Suite kPool = {TvqXmlAllocate, TvqXmlReallocate, TvqXmlFree};
 
 /// Seeds expat's hash tables, so that whoever wrote a document cannot make its names collide. Where
@@ -39,7 +43,7 @@ UINT64 MakeSalt() {
 /// Reads one text. The first thing that goes wrong decides the status and ends the reading.
 class Reader {
  public:
-  Reader() : mExpat(XML_ParserCreate_MM(nullptr, &kPool, nullptr)) {}
+  Reader() : mExpat(XML_ParserCreate_MM(kEncoding, &kPool, nullptr)) {}
   ~Reader() {
     if (mExpat != nullptr) {
       XML_ParserFree(mExpat);

@@ -33,7 +33,7 @@ constexpr CommandText kText = {
     "file in it), or one of each. The driver itself says which devices were replaced; below each\n"
     "device stand the fields of its document that changed, and, for two tables, below that the\n"
     "structures that changed. Devices in which nothing changed are only counted.",
-    "  tvq diff before.bin after.bin --conform\n"
+    "  tvq diff before.bin after.bin\n"
     "  tvq diff /var/lib/tvq dump.bin\n"
     "  tvq diff --json state-1 state-2\n",
     "0 nothing differs; 1 something does; 2 something could not be compared or read."};
@@ -42,7 +42,7 @@ constexpr std::string_view kStateMagic = "TVQSTATE";
 struct DiffOptions {
   std::string before;
   std::string after;
-  bool conform = false;
+  bool conform = true;
   bool json = false;
   RedactOptions redact;
 };
@@ -99,7 +99,7 @@ void Run(run::DriverRun& driver, Side& side, const DiffOptions& options, const C
     run::Conformed conformed = driver.Conform(ran);
     if (conformed.isRefused) {
       throw InputError(fmt::format("{} cannot be conformed: {}", side.name, conformed.summary),
-                       "run without --conform");
+                       "run with --as-is");
     }
     ran = std::move(conformed.table);
   }
@@ -107,7 +107,7 @@ void Run(run::DriverRun& driver, Side& side, const DiffOptions& options, const C
   if (results.records.empty()) {
     throw InputError(
         fmt::format("the driver made no record of {}", side.name),
-        options.conform ? "`tvq show` tells why" : "--conform makes a table fit for the driver");
+        options.conform ? "`tvq show` tells why" : "without --as-is, the table is made fit for it");
   }
   if (!side.isState) {
     side.state = driver.State();
@@ -195,6 +195,12 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   Run(driver, after, options, console);
   Difference difference;
   difference.comparison = driver.Compare(before.state);
+  if (after.isState) {
+    // The table that stands in for a state has the names, and not what a machine prints.
+    for (run::Finding& finding : difference.comparison.findings) {
+      finding.label.clear();
+    }
+  }
   if (masker) {
     Redact(before, after, *masker);
   }
@@ -228,7 +234,9 @@ std::string ToText(const Difference& difference, const Terminal& terminal) {
       continue;
     }
     const std::string fqdd = finding.fqdd.empty() ? "-" : Printable(finding.fqdd);
-    text += fmt::format("{}  {}{}{}\n", Painted(terminal, Ink::kBold, fqdd),
+    const std::string label =
+        finding.label.empty() ? "" : fmt::format(" ({})", LabelText(finding.label));
+    text += fmt::format("{}{}  {}{}{}\n", Painted(terminal, Ink::kBold, fqdd), label,
                         finding.verdict == "same" ? "same part, other values" : finding.verdict,
                         finding.detail.empty() ? "" : ": ", finding.detail);
     text += FieldsText(fields, terminal);
@@ -264,6 +272,7 @@ Json ToJson(const Difference& difference) {
   for (const auto& [finding, fields] : difference.devices) {
     devices.push_back(
         {{"fqdd", Utf8OfWide(finding.fqdd)},
+         {"label", finding.label.empty() ? Json() : Json(Utf8OfBytes(finding.label))},
          {"verdict", finding.verdict},
          {"movedFrom", finding.movedFrom ? Json(Utf8OfWide(*finding.movedFrom)) : Json()},
          {"detail", finding.detail.empty() ? Json() : Json(finding.detail)},
@@ -304,8 +313,7 @@ void AddDiff(Commands& commands) {
       commands.Add(kText, [options](Console& console) { return Diff(*options, console); });
   app.add_option("BEFORE", options->before, "A table or a state")->type_name("")->required();
   app.add_option("AFTER", options->after, "A table or a state")->type_name("")->required();
-  app.add_flag("--conform", options->conform,
-               "Rename devices that clash and add the FQDD map, in copies of the tables");
+  AddConform(app, options->conform);
   app.add_flag("--json", options->json, "Print one JSON document");
   AddRedact(app, options->redact);
 }

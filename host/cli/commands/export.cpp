@@ -19,7 +19,7 @@ constexpr CommandText kText = {
     "driver's log. Warnings and reports go to standard error. Without FILE, the table of this\n"
     "machine is read from /sys/firmware/dmi/tables, which takes root rights.",
     "  sudo tvq export\n"
-    "  tvq export --conform dump.bin\n"
+    "  tvq export dump.bin\n"
     "  dmidecode -u | tvq export -\n",
     "0 the document was printed; 1 it was printed, but the table could not be\n"
     "conformed; 2 there is no table that can be used, or the command line is wrong."};

@@ -22,7 +22,7 @@ constexpr CommandText kText = {
     "DIMM.Socket.A1.serial, P1-DIMMA1.serial. --list prints every path that the table has a value\n"
     "for, and the value behind a tab. The values are those of the machine's own table.",
     "  tvq get dump.bin board.serial\n"
-    "  tvq get dump.bin DIMM.Socket.A1.serial --conform\n"
+    "  tvq get dump.bin DIMM.Socket.A1.serial\n"
     "  tvq get dump.bin --list\n"
     "  sudo tvq get system.uuid\n",
     "0 the value was printed; 1 the table has none there; 2 there is no table that can be\n"

@@ -36,8 +36,8 @@ constexpr CommandText kText = {
     "bits, so that in a table of more than 255 a search without a match never ends; the command\n"
     "says so and ends.",
     "  sudo tvq slot 3b:00.0\n"
-    "  tvq slot 0000:3b:00.0 --from-dump dump.bin --conform\n"
-    "  tvq slot 00:1f.2 --id --json --from-dump dump.bin --conform\n",
+    "  tvq slot 0000:3b:00.0 --from-dump dump.bin\n"
+    "  tvq slot 00:1f.2 --id --json --from-dump dump.bin\n",
     "0 the driver answers with what the table has there; 1 it answers something else or\n"
     "nothing, or firmware would hang; 2 there is no table that can be used, or the command line "
     "is\n"

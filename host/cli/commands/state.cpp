@@ -16,6 +16,7 @@
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
+#include "host/cli/output/text_table.h"
 
 namespace tvq::cli {
 namespace {
@@ -27,7 +28,7 @@ constexpr CommandText kSaveText = {
     "Runs the driver on an SMBIOS table and saves the state of every device in a folder, for\n"
     "`tvq verify`. A state that is there is replaced as a whole.",
     "  sudo tvq save /var/lib/tvq\n"
-    "  tvq save before --from-dump dump.bin --conform\n",
+    "  tvq save before --from-dump dump.bin\n",
     "0 the state is saved; 2 it is not, and what was there still is."};
 
 constexpr CommandText kVerifyText = {
@@ -38,7 +39,7 @@ constexpr CommandText kVerifyText = {
     "be\n"
     "one that was saved with --redact.",
     "  sudo tvq verify /var/lib/tvq\n"
-    "  tvq verify before --from-dump dump.bin --conform\n",
+    "  tvq verify before --from-dump dump.bin\n",
     "0 all devices are the same; 1 one was replaced, is new, moved or gone; 2 one\n"
     "could not be compared, or there is no table or no state."};
 
@@ -53,13 +54,13 @@ run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
                             const Console& console) {
   run::Table table = ReadTable(driver, options.table, console);
   if (options.table.conform && !ConformTable(driver, table, console)) {
-    throw InputError("the table cannot be conformed", "run without --conform");
+    throw InputError("the table cannot be conformed", "run with --as-is");
   }
   run::Results results = RunDriver(driver, table, options.table, console);
   if (results.records.empty()) {
     throw InputError("the driver made no record of this table",
                      options.table.conform ? "`tvq export` shows the driver's log"
-                                           : "--conform makes a table fit for the driver");
+                                           : "without --as-is, the table is made fit for it");
   }
   return results;
 }
@@ -70,11 +71,15 @@ std::string FqddText(const run::Finding& finding) {
 
 void PrintFindings(const run::Comparison& comparison, std::ostream& out) {
   size_t width = 4;
+  size_t labelWidth = 1;
   for (const run::Finding& finding : comparison.findings) {
     width = std::max(width, finding.fqdd.size());
+    labelWidth = std::max(labelWidth, WidthOf(LabelText(finding.label)));
   }
   for (const run::Finding& finding : comparison.findings) {
-    out << fmt::format("{:<{}}  {}{}{}\n", FqddText(finding), width, finding.verdict,
+    const std::string label = LabelText(finding.label);
+    out << fmt::format("{:<{}}  {}{:{}}  {}{}{}\n", FqddText(finding), width, label, "",
+                       labelWidth - WidthOf(label), finding.verdict,
                        finding.detail.empty() ? "" : ": ", finding.detail);
   }
   out << "Summary: " << SummaryInWords(comparison) << '\n';
@@ -85,6 +90,7 @@ Json ToJson(const run::Comparison& comparison) {
   for (const run::Finding& finding : comparison.findings) {
     findings.push_back(
         {{"fqdd", Utf8OfWide(finding.fqdd)},
+         {"label", finding.label.empty() ? Json() : Json(Utf8OfBytes(finding.label))},
          {"verdict", finding.verdict},
          {"movedFrom", finding.movedFrom ? Json(Utf8OfWide(*finding.movedFrom)) : Json()},
          {"status", finding.status ? Json(*finding.status) : Json()},

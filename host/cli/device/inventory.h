@@ -21,6 +21,7 @@ namespace tvq::cli {
 struct Device {
   unsigned type = 0;
   std::string fqdd;  // UTF-8 without control characters; "-": the record has none
+  std::string nameRule;  // what gave the FQDD its name
   // The part of the machine that it is of, where that is known, and where the document differs.
   std::optional<PartPlace> place;
   std::vector<Difference> differences;

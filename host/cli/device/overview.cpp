@@ -31,6 +31,7 @@ Json ToJson(const Overview& overview, const Device& device) {
   const std::string label = part == nullptr ? "" : LabelOf(*part);
   return {{"fqdd", OrNull(device.fqdd)},
           {"label", OrNull(label)},
+          {"nameRule", OrNull(device.nameRule)},
           {"deviceType", device.type},
           {"kind", device.place ? Json(NameOf(device.place->kind).one) : Json()},
           {"handle", part == nullptr ? Json() : Json(part->handle)},

@@ -76,9 +76,10 @@ std::string MissingText(const Overview& overview, const Terminal& terminal) {
   }
   const run::Conformed& conformable = overview.conformable;
   if (conformable.changes.empty()) {
-    return text + Wrapped("--conform would not help: " + conformable.summary, terminal, 2);
+    return text +
+           Wrapped("To conform the table would not help: " + conformable.summary, terminal, 2);
   }
-  text += fmt::format("  --conform would change a copy of the table in {} places:\n",
+  text += fmt::format("  Without --as-is, a copy of the table would be changed in {} places:\n",
                       conformable.changes.size());
   for (size_t i = 0; i < conformable.changes.size(); ++i) {
     if (i == kChangesShown && conformable.changes.size() > kChangesShown + 1) {

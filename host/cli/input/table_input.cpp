@@ -129,9 +129,12 @@ void AddTableFile(CLI::App& app, TableOptions& options) {
       ->excludes(app.get_option("--table"));
 }
 
-void AddConform(CLI::App& app, TableOptions& options) {
-  app.add_flag("--conform", options.conform,
-               "Rename devices that clash and add the FQDD map, in a copy of the table");
+void AddConform(CLI::App& app, bool& conform) {
+  app.add_flag_callback(
+      "--as-is", [&conform] { conform = false; },
+      "Run on the table as it is, without names that stay with the slots");
+  app.add_flag_callback(
+      "--conform", [] {}, "The contrary, which is what happens anyway");
 }
 
 std::string NameOf(const TableOptions& options) {
@@ -181,12 +184,8 @@ bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& cons
                   "the driver runs on the table as it is");
     return false;
   }
-  console.Line(
-      conformed.changes.empty()
-          ? "conform: " + conformed.summary
-          : fmt::format("conform: {} changes, in a copy of the table", conformed.changes.size()));
-  for (const std::string& change : conformed.changes) {
-    console.Line("conform: " + change);
+  for (const std::string& remark : conformed.remarks) {
+    console.Line("conform: " + remark);
   }
   table = std::move(conformed.table);
   return true;
@@ -200,8 +199,9 @@ run::Results RunDriver(run::DriverRun& driver, const run::Table& table, const Ta
       console.Warning(complaint);
     }
     if (results.start != "Success") {
-      console.Warning(fmt::format("the driver's start ended with '{}'{}", results.start,
-                                  options.conform ? "" : "; --conform makes a table fit for it"));
+      console.Warning(
+          fmt::format("the driver's start ended with '{}'{}", results.start,
+                      options.conform ? "" : "; without --as-is, the table is made fit for it"));
     }
     return results;
   } catch (const run::TableError& error) {

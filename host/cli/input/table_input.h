@@ -22,7 +22,7 @@ inline constexpr char kTableHint[] =
 struct TableOptions {
   std::string file;  // empty: the table of this machine; "-": standard input
   std::optional<std::pair<unsigned, unsigned>> version;  // of a table without an entry point
-  bool conform = false;
+  bool conform = true;
   RedactOptions redact;
   std::string systemFolder = "/sys/firmware/dmi/tables";
 };
@@ -31,8 +31,11 @@ struct TableOptions {
 void AddTableOptions(CLI::App& app, TableOptions& options);
 // Adds FILE, which says the same as --from-dump FILE.
 void AddTableFile(CLI::App& app, TableOptions& options);
-// Adds --conform.
-void AddConform(CLI::App& app, TableOptions& options);
+// Adds --as-is, and --conform for what happens without it.
+void AddConform(CLI::App& app, bool& conform);
+inline void AddConform(CLI::App& app, TableOptions& options) {
+  AddConform(app, options.conform);
+}
 
 // How messages name the table.
 std::string NameOf(const TableOptions& options);
@@ -51,7 +54,8 @@ run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableO
 // Reads the table that the options name; what is odd about it is said. Throws InputError.
 run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console);
 
-// Puts the conformed table in place of the table, and reports. False: it could not be conformed.
+// Puts the conformed table in place of the table. Says how much changed, and whatever is more than a
+// new name for a device. False: it could not be conformed.
 bool ConformTable(run::DriverRun& driver, run::Table& table, const Console& console);
 
 // Runs the driver on a table; what it complains about is said. Throws InputError.

@@ -70,6 +70,14 @@ std::string Utf8OfBytes(std::string_view text) {
   return utf8;
 }
 
+std::string LabelText(std::string_view label) {
+  const size_t start = label.find_first_not_of(' ');
+  if (start == std::string_view::npos) {
+    return "-";
+  }
+  return Printable(label.substr(start, label.find_last_not_of(' ') - start + 1));
+}
+
 std::string Printable(std::string_view text) {
   std::string printable;
   for (const char character : text) {

@@ -19,6 +19,9 @@ namespace tvq::cli {
 // pair are one character, and a lone half, which UTF-8 cannot express, is U+FFFD.
 std::string Utf8OfWide(std::u16string_view text);
 
+// What a machine prints at a place, as UTF-8 without blanks around it; "-" where it prints nothing.
+std::string LabelText(std::string_view label);
+
 // UTF-8 of 8-bit characters: each byte is the character U+0000 to U+00FF of its code.
 std::string Utf8OfBytes(std::string_view text);
 

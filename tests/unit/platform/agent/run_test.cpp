@@ -31,17 +31,17 @@ TEST_F(AgentRun, ShowsAndSavesTheInventory) {
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Report(), EndsWith(kSuccess));
   EXPECT_THAT(Report(), HasSubstr("Table: SMBIOS 2.8, 7 structures"));
-  EXPECT_THAT(Report(), HasSubstr("socket designation: \"SOCKET 1\" -> \"CPU2\""));
+  EXPECT_THAT(Report(), HasSubstr("socket designation: \"SOCKET 1\" -> \"CPU1\""));
   EXPECT_THAT(Report(), HasSubstr("Start: Success"));
   EXPECT_THAT(Report(), HasSubstr("Records: 5"));
-  EXPECT_THAT(Report(),
-              HasSubstr("CPU.Socket.2       processor      -               Core Works Model 8"));
-  EXPECT_THAT(Report(), HasSubstr("DIMM.Socket.A1     memory module  0123ABCD"));
+  EXPECT_THAT(
+      Report(),
+      HasSubstr("CPU.Socket.1       SOCKET 1  processor      -               Core Works Model 8"));
+  EXPECT_THAT(Report(), HasSubstr("DIMM.Socket.0      DIMM 0    memory module  0123ABCD"));
   EXPECT_THAT(Report(), HasSubstr("SMBIOSServiceTagString  ABC1234"));
   EXPECT_THAT(Report(), HasSubstr("BiosVersion  2.4.6"));
-  for (const char* name :
-       {"CPU.Socket.1.tvq", "CPU.Socket.2.tvq", "DIMM.Socket.A1.tvq", "DIMM.Socket.A2.tvq",
-        "System.Embedded.1.tvq", "log.txt", "report.txt"}) {
+  for (const char* name : {"CPU.Socket.0.tvq", "CPU.Socket.1.tvq", "DIMM.Socket.0.tvq",
+                           "DIMM.Socket.1.tvq", "System.Embedded.1.tvq", "log.txt", "report.txt"}) {
     EXPECT_TRUE(Files().Has(std::string("\\TVQ\\") + name)) << name;
   }
 }

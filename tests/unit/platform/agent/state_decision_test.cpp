@@ -53,7 +53,7 @@ TEST_F(AgentState, IsComparedAndLeftAloneByLaterBoots) {
   const std::string saved = Files().Get(kFileA);
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Report(), HasSubstr("\nSince the saved state:\n"
-                                  "  CPU.Socket.1                    same\n"));
+                                  "  CPU.Socket.1                    CPU1              same\n"));
   EXPECT_THAT(Report(), HasSubstr("\nSummary: 3 same\n"));
   EXPECT_THAT(Report(), HasSubstr(kLeft));
   EXPECT_THAT(Report(), EndsWith(kSuccess));

@@ -41,7 +41,7 @@ Table TwoOfEach() {
   return Table::Of(MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1"},
                    Processor{.handle = 0x400, .designation = "CPU1"},
                    MemoryDevice{.handle = 0x1101, .locator = "DIMM_B12"},
-                   Processor{.handle = 0x401, .designation = "CPU:"}, End{.handle = 0x7F00});
+                   Processor{.handle = 0x401, .designation = "CPU: 10"}, End{.handle = 0x7F00});
 }
 
 TEST_F(ConformMap, NamesEachProcessorAndThenEachModule) {
@@ -53,7 +53,7 @@ TEST_F(ConformMap, NamesEachProcessorAndThenEachModule) {
   EXPECT_EQ(maps[0].formatted.size(), 5u + 4 * 4);
   EXPECT_EQ(maps[0].formatted[4], 1);
   EXPECT_THAT(GroupsOf(maps[0]),
-              ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"CPU.Socket.A", 0x401, 0},
+              ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"CPU.Socket.10", 0x401, 0},
                           Group{"DIMM.Socket.A1", 0x1100, 0}, Group{"DIMM.Socket.B12", 0x1101, 0}));
 }
 
@@ -95,22 +95,17 @@ TEST_F(ConformMap, StandsBeforeLooseBytesAtTheEnd) {
   EXPECT_EQ(Maps(conformed).size(), 1u);
 }
 
-TEST_F(ConformMap, IsLeftAsItIsWhereThereIsOne) {
-  Table table =
-      Table::Of(Processor{.handle = 0x400}, FqddMap{.format = 2, .groups = {{"Else", 0x999}}});
-  EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kUnchanged);
-}
-
 TEST_F(ConformMap, NamesDevicesByTheirNewNames) {
   Table table = Table::Of(Processor{.handle = 0x400, .designation = "SOCKET 0"},
                           Processor{.handle = 0x401, .designation = "SOCKET 1"},
-                          MemoryDevice{.handle = 0x1100, .locator = "same"},
-                          MemoryDevice{.handle = 0x1101, .size = 0, .locator = "same"},
-                          MemoryDevice{.handle = 0x1102, .locator = "same"});
+                          MemoryDevice{.handle = 0x1100, .locator = "P1-DIMMA1"},
+                          MemoryDevice{.handle = 0x1101, .size = 0, .locator = "P1-DIMMA2"},
+                          MemoryDevice{.handle = 0x1102, .locator = "P1-DIMMA3"});
   const Bytes conformed = Conform(table.Bytes()).table;
-  EXPECT_THAT(GroupsOf(Maps(conformed)[0]),
-              ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"CPU.Socket.2", 0x401, 0},
-                          Group{"DIMM.Socket.A1", 0x1100, 0}, Group{"DIMM.Socket.A3", 0x1102, 0}));
+  EXPECT_THAT(
+      GroupsOf(Maps(conformed)[0]),
+      ElementsAre(Group{"CPU.Socket.0", 0x400, 0}, Group{"CPU.Socket.1", 0x401, 0},
+                  Group{"DIMM.Socket.1A1", 0x1100, 0}, Group{"DIMM.Socket.1A3", 0x1102, 0}));
 }
 
 TEST_F(ConformMap, NamesOnlyDevicesThatGetARecord) {
@@ -123,20 +118,11 @@ TEST_F(ConformMap, NamesOnlyDevicesThatGetARecord) {
               ElementsAre(Group{"DIMM.Socket.A4", 0x1103, 0}));
 }
 
-TEST_F(ConformMap, NumbersProcessorsInEightBitsAndHexadecimal) {
-  Table table = Table::Of(Processor{.handle = 1, .designation = "CPU "},
-                          Processor{.handle = 2, .designation = "CPU\xFF"},
-                          Processor{.handle = 3, .designation = "CPUk"});
+TEST_F(ConformMap, NumbersProcessorsInDecimal) {
+  Table table = Table::Of(Processor{.handle = 1, .designation = "CPU 12"},
+                          Processor{.handle = 2, .designation = "CPU 220"});
   EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
-              ElementsAre(Group{"CPU.Socket.F0", 1, 0}, Group{"CPU.Socket.CF", 2, 0},
-                          Group{"CPU.Socket.3B", 3, 0}));
-}
-
-TEST_F(ConformMap, EndsAModulesTextAtANul) {
-  Table table = Table::Of(MemoryDevice{.handle = 1, .locator = "A", .bankLocator = "xyz"},
-                          MemoryDevice{.handle = 2, .locator = "DIMM_", .bankLocator = "xyz"});
-  EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
-              ElementsAre(Group{"DIMM.Socket.A", 1, 0}, Group{"DIMM.Socket.", 2, 0}));
+              ElementsAre(Group{"CPU.Socket.12", 1, 0}, Group{"CPU.Socket.220", 2, 0}));
 }
 
 TEST_F(ConformMap, HasAtMostSixtyTwoGroupsInAStructure) {
@@ -149,7 +135,7 @@ TEST_F(ConformMap, HasAtMostSixtyTwoGroupsInAStructure) {
   EXPECT_EQ(GroupsOf(maps[0]).size(), 62u);
   EXPECT_EQ(maps[0].formatted[1], 253);
   EXPECT_EQ(GroupsOf(maps[1]).size(), 62u);
-  EXPECT_EQ(GroupsOf(maps[1])[0], (Group{"CPU.Socket.3F", 62, 0}));
+  EXPECT_EQ(GroupsOf(maps[1])[0], (Group{"CPU.Socket.63", 62, 0}));
   EXPECT_EQ(GroupsOf(maps[2]).size(), 1u);
   EXPECT_EQ(maps[2].handle, 0xE102);
 }
@@ -192,9 +178,97 @@ TEST_F(ConformMap, ReportsEveryGroup) {
   EXPECT_THAT(
       Conform(TwoOfEach().Bytes()).changes,
       ElementsAre("type 225, handle 0xE100: FQDD of handle 0x0400: (none) -> \"CPU.Socket.1\"",
-                  "type 225, handle 0xE100: FQDD of handle 0x0401: (none) -> \"CPU.Socket.A\"",
+                  "type 225, handle 0xE100: FQDD of handle 0x0401: (none) -> \"CPU.Socket.10\"",
                   "type 225, handle 0xE100: FQDD of handle 0x1100: (none) -> \"DIMM.Socket.A1\"",
                   "type 225, handle 0xE100: FQDD of handle 0x1101: (none) -> \"DIMM.Socket.B12\""));
+}
+
+// --- Structures that the table has ---
+
+TEST_F(ConformMap, IsKeptWhereItNamesEveryDevice) {
+  const Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                                FqddMap{.groups = {{"Maker.Cpu-1_a", 0x400}}});
+  EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kUnchanged);
+}
+
+TEST_F(ConformMap, IsKeptAndCompleted) {
+  const Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                                Processor{.handle = 0x401, .designation = "CPU2"},
+                                FqddMap{.handle = 0xE0, .groups = {{"Maker.Cpu", 0x401}}});
+  const std::vector<FoundStructure> maps = Maps(Conform(table.Bytes()).table);
+  ASSERT_EQ(maps.size(), 2u);
+  EXPECT_THAT(GroupsOf(maps[0]), ElementsAre(Group{"Maker.Cpu", 0x401, 0}));
+  EXPECT_THAT(GroupsOf(maps[1]), ElementsAre(Group{"CPU.Socket.1", 0x400, 0}));
+}
+
+// Each of them would end the driver's start, or is not about devices at all.
+TEST_F(ConformMap, MakesWhatTheDriverCannotUseInactive) {
+  Structure cut = FqddMap{.groups = {{"A", 0x400}}}.Build();
+  cut.strings.clear();
+  const Structure kUnusable[] = {FqddMap{.format = 2, .groups = {{"A", 0x400}}}.Build(),
+                                 FqddMap{.groups = {{"A", 0x400}, {"B", 0x999}}}.Build(),
+                                 FqddMap{.groups = {{"A", 0x100}}}.Build(), cut,
+                                 Structure{.type = 225}};
+  for (const Structure& map : kUnusable) {
+    const Table table =
+        Table::Of(System{.handle = 0x100}, Processor{.handle = 0x400, .designation = "CPU1"}, map);
+    const Conformed conformed = Conform(table.Bytes());
+    EXPECT_EQ(OfType(Parse(conformed.table), 126).size(), 1u);
+    const std::vector<FoundStructure> maps = Maps(conformed.table);
+    ASSERT_EQ(maps.size(), 1u);
+    EXPECT_THAT(GroupsOf(maps[0]), ElementsAre(Group{"CPU.Socket.1", 0x400, 0}));
+    EXPECT_THAT(conformed.changes,
+                testing::Contains(testing::HasSubstr("made inactive (type 126)")));
+  }
+}
+
+TEST_F(ConformMap, DecidesForEachStructureWhetherItIsUsable) {
+  const Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                                FqddMap{.format = 7}, FqddMap{.groups = {{"Mine", 0x400}}});
+  const Conformed conformed = Conform(table.Bytes());
+  EXPECT_EQ(OfType(Parse(conformed.table), 126).size(), 1u);
+  ASSERT_EQ(Maps(conformed.table).size(), 1u);
+  EXPECT_THAT(GroupsOf(Maps(conformed.table)[0]), ElementsAre(Group{"Mine", 0x400, 0}));
+}
+
+TEST_F(ConformMap, ReplacesFqddsThatCannotBeKept) {
+  for (const char* fqdd : {"CPU Socket 1", "CPU/1", "CPU.Socket.\xE9", "SixteenCharacte."}) {
+    const Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                                  FqddMap{.handle = 0xE0, .groups = {{fqdd, 0x400}}});
+    const Conformed conformed = Conform(table.Bytes());
+    EXPECT_THAT(GroupsOf(Maps(conformed.table)[0]), ElementsAre(Group{"CPU.Socket.1", 0x400, 0}))
+        << fqdd;
+    EXPECT_THAT(conformed.changes,
+                ElementsAre(testing::MatchesRegex(
+                    "type 225, handle 0x00E0: FQDD of handle 0x0400: .* -> \"CPU.Socket.1\"")));
+    EXPECT_EQ(Conform(conformed.table).result, ConformResult::kUnchanged);
+  }
+}
+
+TEST_F(ConformMap, ReplacesFqddsThatStandTwiceWithoutRegardToCase) {
+  const Table table = Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                                MemoryDevice{.handle = 0x1100, .locator = "A1"},
+                                FqddMap{.groups = {{"Same.One", 0x400}, {"same.one", 0x1100}}});
+  EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
+              ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"DIMM.Socket.A1", 0x1100, 0}));
+}
+
+TEST_F(ConformMap, ReplacesAnFqddThatIsAnotherDevicesByItsName) {
+  const Table table =
+      Table::Of(MemoryDevice{.handle = 0x1100, .locator = "A1"},
+                MemoryDevice{.handle = 0x1101, .locator = "A2"},
+                MemoryDevice{.handle = 0x1102, .size = 0, .locator = "A3"},
+                FqddMap{.groups = {{"DIMM.Socket.A2", 0x1100}, {"dimm.socket.a3", 0x1101}}});
+  EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
+              ElementsAre(Group{"DIMM.Socket.A1", 0x1100, 0}, Group{"DIMM.Socket.A2", 0x1101, 0}));
+}
+
+TEST_F(ConformMap, KeepsFqddsThatDevicesHaveAmongThemselves) {
+  const Table table =
+      Table::Of(MemoryDevice{.handle = 0x1100, .locator = "A1"},
+                MemoryDevice{.handle = 0x1101, .locator = "A2"},
+                FqddMap{.groups = {{"DIMM.Socket.A2", 0x1100}, {"DIMM.Socket.A1", 0x1101}}});
+  EXPECT_EQ(Conform(table.Bytes()).result, ConformResult::kUnchanged);
 }
 
 TEST_F(ConformMap, NeedsNothingASecondTime) {

@@ -70,7 +70,7 @@ TEST_F(CliDiff, AReplacedModuleIsNamedWithItsFields) {
   const Outcome diff = DiffTables({}, WithAnotherModule());
   EXPECT_EQ(diff.status, 1);
   EXPECT_EQ(diff.out,
-            "DIMM.Socket.A2  replaced\n"
+            "DIMM.Socket.A2 (DIMM_A2)  replaced\n"
             "    Inventory/WWN: 55667788 -> 99AABBCC\n"
             "Summary: 3 same, 1 replaced\n"
             "\n"
@@ -85,10 +85,10 @@ TEST_F(CliDiff, SaysWhichDevicesAreNewGoneAndMoved) {
   Server after;
   after.modules = {{"DIMM_A1", "33333334"}, {"DIMM_A3", "22222223"}, {"DIMM_A4", "44444445"}};
   const Outcome diff = DiffTables(before, after);
-  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A1  replaced\n"));
-  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A3  moved: was DIMM.Socket.A2\n"
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A1 (DIMM_A1)  replaced\n"));
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A3 (DIMM_A3)  moved: was DIMM.Socket.A2\n"
                                   "    Inventory/Identifier/DIMMLocation: A2 -> A3\n"));
-  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A4  new\n"));
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A4 (DIMM_A4)  new\n"));
   EXPECT_THAT(diff.out, HasSubstr("  type 17, handle 0x8005 (memory-device): added\n"));
 }
 
@@ -127,7 +127,7 @@ TEST_F(CliDiff, ADocumentThatCannotBeComparedIsTrouble) {
   server.processor = "Core & Works";
   const Outcome diff = DiffTables(server, server);
   EXPECT_EQ(diff.status, 2);
-  EXPECT_THAT(diff.out, HasSubstr("CPU.Socket.1  not verified: the saved document is not"));
+  EXPECT_THAT(diff.out, HasSubstr("CPU.Socket.1 (CPU1)  not verified: the saved document is not"));
 }
 
 TEST_F(CliDiff, AFindingBesideADocumentThatCannotBeComparedIsTroubleToo) {
@@ -161,9 +161,10 @@ TEST_F(CliDiff, StatesOfManyDevicesAreComparedWhole) {
 TEST_F(CliDiff, SaysItAllAsJson) {
   const auto json = DiffTables({}, WithAnotherModule(), {"--json"}).Json();
   ASSERT_THAT(json["devices"], SizeIs(4));
-  EXPECT_EQ(json["devices"][2].dump(),
-            R"({"fqdd":"DIMM.Socket.A2","verdict":"replaced","movedFrom":null,"detail":null,)"
-            R"("fields":[{"field":"Inventory/WWN","before":"55667788","after":"99AABBCC"}]})");
+  EXPECT_EQ(
+      json["devices"][2].dump(),
+      R"({"fqdd":"DIMM.Socket.A2","label":"DIMM_A2","verdict":"replaced","movedFrom":null,"detail":null,)"
+      R"("fields":[{"field":"Inventory/WWN","before":"55667788","after":"99AABBCC"}]})");
   EXPECT_EQ(json["structures"][0]["change"], "changed");
 }
 
@@ -178,9 +179,10 @@ TEST_F(CliDiff, MasksWhatItPrintsAndNotWhatItCompares) {
 }
 
 TEST_F(CliDiff, ATableWithoutRecordsIsTrouble) {
-  const Outcome diff = RunTvq({"diff", TableFile("before.bin", {}), TableFile("after.bin", {})});
+  const Outcome diff =
+      RunTvq({"diff", TableFile("before.bin", {}), TableFile("after.bin", {}), "--as-is"});
   EXPECT_EQ(diff.status, 2);
-  EXPECT_THAT(diff.diagnostics, HasSubstr("tvq: hint: --conform makes a table fit"));
+  EXPECT_THAT(diff.diagnostics, HasSubstr("tvq: hint: without --as-is, the table is made fit"));
 }
 
 TEST_F(CliDiff, ADamagedStateIsTrouble) {

@@ -76,7 +76,7 @@ TEST_F(CliShow, SaysOnceWhatIsTheSameInAllRows) {
 }
 
 TEST_F(CliShow, SaysWhatAMachineIsWhoseTableGivesNoRecord) {
-  const Outcome shown = Show(TableOf({}));
+  const Outcome shown = Show(TableOf({}), {"--as-is"});
   EXPECT_THAT(shown.out, StartsWith("System     Server Works Rack One, version 1.0, serial "
                                     "ABC1234, SKU SKU-1,\n"
                                     "           family Racks, "));
@@ -114,7 +114,7 @@ TEST_F(CliShow, ShowsTheSystemAndTheAttributes) {
   }
 }
 TEST_F(CliShow, SaysWhyATableWithoutNamesGivesNoRecord) {
-  const Outcome shown = Show(TableOf({}), {"-w"});
+  const Outcome shown = Show(TableOf({}), {"-w", "--as-is"});
   EXPECT_EQ(shown.status, 1);
   EXPECT_THAT(shown.out,
               HasSubstr("Without a record\n"
@@ -123,11 +123,11 @@ TEST_F(CliShow, SaysWhyATableWithoutNamesGivesNoRecord) {
                         "    1 processor, handle 0x8002\n"
                         "    2 memory modules, handles 0x8003, 0x8004\n"
                         "    system\n"
-                        "  --conform would change a copy of the table in 3 places:\n"));
+                        "  Without --as-is, a copy of the table would be changed in 3 places:\n"));
 }
 
 TEST_F(CliShow, SaysThatAFormatOfTheNamesSpoilsThemAll) {
-  EXPECT_THAT(Show(Table::Of(TableOf({}), FqddMap{.format = 2}), {"-w"}).out,
+  EXPECT_THAT(Show(Table::Of(TableOf({}), FqddMap{.format = 2}), {"-w", "--as-is"}).out,
               HasSubstr("a structure of type 225, which names the devices, has "
                         "another format than 1:\n"));
 }
@@ -137,7 +137,7 @@ TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
   table.Add(FqddMap{.groups = {{"CPU.Socket.1", 1}, {"DIMM.Socket.A1", 2}}});
   // The strings, and the second group.
   table.Chop(sizeof("CPU.Socket.1") + sizeof("DIMM.Socket.A1") + 1 + 4);
-  EXPECT_THAT(Show(table, {"-w"}).out,
+  EXPECT_THAT(Show(table, {"-w", "--as-is"}).out,
               HasSubstr("a structure of type 225, which names the devices, is cut "
                         "off by the end of the table:\n"));
 }
@@ -151,7 +151,7 @@ TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
 }
 
 TEST_F(CliShow, NamesTheProcessorsThatClash) {
-  const Outcome shown = Show(NamedMachine({"CPU1", "CPU1", "CPU2"}, {}), {"-w"});
+  const Outcome shown = Show(NamedMachine({"CPU1", "CPU1", "CPU2"}, {}), {"-w", "--as-is"});
   EXPECT_EQ(shown.status, 1);
   EXPECT_THAT(shown.out, HasSubstr("  the same fourth character of the socket designation (\"1\") "
                                    "as for handle 0x8002: \"CPU1\" here, \"CPU1\" there;"));
@@ -161,10 +161,10 @@ TEST_F(CliShow, NamesTheProcessorsThatClash) {
 }
 
 TEST_F(CliShow, NamesTheModulesThatClash) {
-  const Outcome shown = Show(NamedMachine({"CPU1"}, {"P1-DIMMA1", "P1-DIMMB1"}), {"-w"});
+  const Outcome shown = Show(NamedMachine({"CPU1"}, {"P1-DIMMA1", "P1-DIMMB1"}), {"-w", "--as-is"});
   EXPECT_THAT(shown.out, HasSubstr("  the same three characters of the locator (\"P1-\") as for "
                                    "handle 0x8003: \"P1-DIMMB1\" here, \"P1-DIMMA1\" there;"));
-  EXPECT_THAT(shown.out, HasSubstr("device locator: \"P1-DIMMB1\" -> \"DIMM_A2\"\n"));
+  EXPECT_THAT(shown.out, HasSubstr("device locator: \"P1-DIMMB1\" -> \"DIMM_1B1\"\n"));
 }
 
 TEST_F(CliShow, SaysThatTheDriverWantsOneSystem) {
@@ -223,7 +223,7 @@ TEST_F(CliShow, FindsAPartByTheLabelInTheMachinesOwnTable) {
 }
 
 TEST_F(CliShow, ShowsAPartWithoutARecord) {
-  const Outcome shown = Show(TableOf({}), {"DIMM_A2"});
+  const Outcome shown = Show(TableOf({}), {"DIMM_A2", "--as-is"});
   EXPECT_EQ(shown.status, 0) << shown.diagnostics;
   EXPECT_THAT(shown.out, EndsWith("\nThe driver makes no record of it.\n"));
 }
@@ -381,6 +381,8 @@ TEST_F(CliShow, SaysAllOfItAsJson) {
   ASSERT_THAT(json["devices"], SizeIs(4));
   EXPECT_EQ(json["devices"][1]["fqdd"], "DIMM.Socket.A1");
   EXPECT_EQ(json["devices"][1]["label"], "DIMM_A1");
+  EXPECT_EQ(json["devices"][1]["nameRule"], "given");
+  EXPECT_EQ(json["devices"][0]["nameRule"], "cpu");
   EXPECT_EQ(json["devices"][1]["document"]["Configuration"]["dimmData"]["Speed"], "3200");
   const auto& module = json["machine"]["modules"][0];
   EXPECT_EQ(module["fqdd"], "DIMM.Socket.A1");
@@ -397,10 +399,10 @@ TEST_F(CliShow, SaysOfOnePartAsJson) {
   EXPECT_EQ(json["kind"], "module");
   EXPECT_EQ(json["part"]["serial"], "55667788");
   EXPECT_EQ(json["record"]["fqdd"], "DIMM.Socket.A2");
-  EXPECT_EQ(Show(TableOf({}), {"DIMM_A2", "--json"}).Json()["record"], nullptr);
+  EXPECT_EQ(Show(TableOf({}), {"DIMM_A2", "--json", "--as-is"}).Json()["record"], nullptr);
 }
 TEST_F(CliShow, SaysAsJsonWhatConformingWouldDo) {
-  const auto json = Show(TableOf({}), {"--json"}).Json();
+  const auto json = Show(TableOf({}), {"--json", "--as-is"}).Json();
   EXPECT_EQ(json["withoutRecord"][1]["handles"].dump(), "[32771,32772]");
   EXPECT_EQ(json["conform"]["isRefused"], false);
   EXPECT_THAT(json["conform"]["changes"], SizeIs(3));

@@ -41,10 +41,10 @@ TEST_F(CliState, AnUnchangedMachineIsTheSame) {
   const Outcome verified = Verify({});
   EXPECT_EQ(verified.status, 0) << verified.diagnostics;
   EXPECT_EQ(verified.out,
-            "CPU.Socket.1       same\n"
-            "DIMM.Socket.A1     same\n"
-            "DIMM.Socket.A2     same\n"
-            "System.Embedded.1  same\n"
+            "CPU.Socket.1       CPU1     same\n"
+            "DIMM.Socket.A1     DIMM_A1  same\n"
+            "DIMM.Socket.A2     DIMM_A2  same\n"
+            "System.Embedded.1  -        same\n"
             "Summary: 4 same\n");
 }
 
@@ -63,7 +63,7 @@ TEST_F(CliState, AnotherSerialNumberIsAReplacement) {
   server.modules[1].serial = "99AABBCC";
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 1);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     replaced\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     DIMM_A2  replaced\n"));
   EXPECT_THAT(verified.out, HasSubstr("Summary: 3 same, 1 replaced\n"));
 }
 
@@ -71,14 +71,14 @@ TEST_F(CliState, AnotherPartNumberIsAReplacement) {
   Save({});
   Server server;
   server.modules[0].part = "PART-2";
-  EXPECT_THAT(Verify(server).out, HasSubstr("DIMM.Socket.A1     replaced\n"));
+  EXPECT_THAT(Verify(server).out, HasSubstr("DIMM.Socket.A1     DIMM_A1  replaced\n"));
 }
 
 TEST_F(CliState, AnotherCoreCountIsAReplacement) {
   Save({});
   Server server;
   server.cores = 10;
-  EXPECT_THAT(Verify(server).out, HasSubstr("CPU.Socket.1       replaced\n"));
+  EXPECT_THAT(Verify(server).out, HasSubstr("CPU.Socket.1       CPU1     replaced\n"));
 }
 
 TEST_F(CliState, ALongSerialNumberIsNoReplacement) {
@@ -94,7 +94,7 @@ TEST_F(CliState, ADeviceThatWasNotThereIsNew) {
   server.modules.push_back({"DIMM_A3", "DDEEFF00"});
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 1);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A3     new\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A3     DIMM_A3  new\n"));
 }
 
 TEST_F(CliState, ADeviceThatIsNotThereAnyMoreIsGone) {
@@ -103,7 +103,7 @@ TEST_F(CliState, ADeviceThatIsNotThereAnyMoreIsGone) {
   server.modules.pop_back();
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 1);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     gone\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     -        gone\n"));
 }
 
 TEST_F(CliState, AModuleInAnotherSlotHasMoved) {
@@ -112,7 +112,7 @@ TEST_F(CliState, AModuleInAnotherSlotHasMoved) {
   server.modules[1].locator = "DIMM_B1";
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 1);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.B1     moved: was DIMM.Socket.A2\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.B1     DIMM_B1  moved: was DIMM.Socket.A2\n"));
   EXPECT_THAT(verified.out, Not(HasSubstr("gone")));
 }
 
@@ -121,8 +121,8 @@ TEST_F(CliState, ModulesThatChangedPlacesHaveBothMoved) {
   Server server;
   std::swap(server.modules[0].serial, server.modules[1].serial);
   const Outcome verified = Verify(server);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     moved: was DIMM.Socket.A2\n"));
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     moved: was DIMM.Socket.A1\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     DIMM_A1  moved: was DIMM.Socket.A2\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     DIMM_A2  moved: was DIMM.Socket.A1\n"));
   EXPECT_THAT(verified.out, Not(HasSubstr("gone")));
 }
 
@@ -131,8 +131,8 @@ TEST_F(CliState, TheModuleThatMadeRoomForAnotherOneIsGone) {
   Server server;
   server.modules = {{"DIMM_A1", "55667788"}};
   const Outcome verified = Verify(server);
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     moved: was DIMM.Socket.A2\n"));
-  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     gone\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     DIMM_A1  moved: was DIMM.Socket.A2\n"));
+  EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     DIMM_A1  gone\n"));
 }
 
 TEST_F(CliState, APlaceholderIsNoSerialNumberToFollow) {
@@ -144,8 +144,8 @@ TEST_F(CliState, APlaceholderIsNoSerialNumberToFollow) {
     after.modules = {{"DIMM_A2", serial}};
     Save(before);
     const Outcome verified = Verify(after);
-    EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     new\n")) << serial;
-    EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     gone\n")) << serial;
+    EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A2     DIMM_A2  new\n")) << serial;
+    EXPECT_THAT(verified.out, HasSubstr("DIMM.Socket.A1     -        gone\n")) << serial;
   }
 }
 
@@ -155,7 +155,7 @@ TEST_F(CliState, ASerialNumberOfTwoModulesIsNotFollowed) {
   Save(before);
   Server after;
   after.modules = {{"DIMM_A1", "11223344"}, {"DIMM_B1", "11223344"}};
-  EXPECT_THAT(Verify(after).out, HasSubstr("DIMM.Socket.B1     new\n"));
+  EXPECT_THAT(Verify(after).out, HasSubstr("DIMM.Socket.B1     DIMM_B1  new\n"));
 }
 
 TEST_F(CliState, SaysWhyADocumentCannotBeCompared) {
@@ -164,8 +164,9 @@ TEST_F(CliState, SaysWhyADocumentCannotBeCompared) {
   Save(server);
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 2);
-  EXPECT_THAT(verified.out, HasSubstr("CPU.Socket.1       not verified: the saved document is not "
-                                      "well-formed: one of its texts holds '&'"));
+  EXPECT_THAT(verified.out,
+              HasSubstr("CPU.Socket.1       CPU1     not verified: the saved document is not "
+                        "well-formed: one of its texts holds '&'"));
 }
 
 TEST_F(CliState, AFindingBesideADocumentThatCannotBeComparedIsTroubleToo) {
@@ -186,9 +187,10 @@ TEST_F(CliState, SaysTheFindingsAsJson) {
   EXPECT_EQ(verified.status, 1);
   const auto json = nlohmann::ordered_json::parse(verified.out);
   ASSERT_THAT(json["findings"], SizeIs(4));
-  EXPECT_EQ(json["findings"][2].dump(),
-            R"({"fqdd":"DIMM.Socket.B1","verdict":"moved","movedFrom":"DIMM.Socket.A2",)"
-            R"("status":"Not Found","detail":"was DIMM.Socket.A2"})");
+  EXPECT_EQ(
+      json["findings"][2].dump(),
+      R"({"fqdd":"DIMM.Socket.B1","label":"DIMM_B1","verdict":"moved","movedFrom":"DIMM.Socket.A2",)"
+      R"("status":"Not Found","detail":"was DIMM.Socket.A2"})");
   EXPECT_EQ(json["summary"].dump(),
             R"({"same":3,"replaced":0,"new":0,"moved":1,"gone":0,"not verified":0})");
 }
@@ -268,9 +270,9 @@ TEST_F(CliState, AStateOfAnotherVersionIsSaidToBeOne) {
 
 TEST_F(CliState, NothingIsSavedWhereTheDriverMakesNoRecord) {
   const Outcome saved =
-      RunTvq({"save", State(), "--table", Write("table.bin", TableOf({}).Bytes())});
+      RunTvq({"save", State(), "--as-is", "--table", Write("table.bin", TableOf({}).Bytes())});
   EXPECT_EQ(saved.status, 2);
-  EXPECT_THAT(saved.diagnostics, HasSubstr("hint: --conform makes a table fit for the driver"));
+  EXPECT_THAT(saved.diagnostics, HasSubstr("hint: without --as-is, the table is made fit for it"));
   EXPECT_FALSE(fs::exists(State()));
 }
 
