@@ -18,6 +18,7 @@ class Finding(typing.NamedTuple):
     """What the agent says of one device."""
 
     fqdd: str
+    label: str  # what the machine prints at the place
     verdict: str
     detail: str
 
@@ -49,6 +50,6 @@ def state_line(report):
 
 def findings(report):
     """The devices of the comparison in the report's order."""
-    line = re.compile(rf"  (.*?) +({'|'.join(VERDICTS)})(?:: (.*))?")
+    line = re.compile(rf"  (.*?) {{2,}}(.*?) {{2,}}({'|'.join(VERDICTS)})(?:: (.*))?")
     matches = map(line.fullmatch, state_section(report))
-    return [Finding(match[1], match[2], match[3] or "") for match in matches if match]
+    return [Finding(match[1], match[2], match[3], match[4] or "") for match in matches if match]

@@ -108,9 +108,10 @@ void CheckEncoding(const Subject& subject, Report& report) {
   for (const DocumentText& text : DocumentTexts(subject)) {
     if (!IsUtf8(text.kept)) {
       report.At(*text.structure,
-                fmt::format("{} is not UTF-8{}: {}", Quoted(text),
-                            IsUtf8(text.whole) ? " any more, as a character is cut in two" : "",
-                            Unreadable(text)),
+                fmt::format("{} is not UTF-8{}: XML parsers that take the document at its word do "
+                            "not read it; that of the reference platform reads bytes",
+                            Quoted(text),
+                            IsUtf8(text.whole) ? " any more, as a character is cut in two" : ""),
                 "use ASCII");
     }
   }
@@ -185,8 +186,10 @@ constexpr Rule kRules[] = {
      "[memory-device like @dimm1]\nlocator = \"A2\"\nserial  = \"7A2C\\x010002\"\n", CheckControl},
     {"xml-encoding", Severity::kError, kDriver, "A text of the document is not UTF-8.",
      "The document says of itself that it is UTF-8, and the driver copies the bytes of the table. "
-     "Bytes above 7Fh in another encoding make it unreadable, and so does a character of several "
-     "bytes that the limit of the element cuts in two.",
+     "Bytes above 7Fh in another encoding make it unreadable for whoever takes it at its word, and "
+     "so does a character of several bytes that the limit of the element cuts in two. The parser "
+     "of "
+     "the reference platform reads bytes and gives them back, so that Verify works there.",
      "Use ASCII, as the standard asks.",
      "[memory-device like @dimm1]\nlocator      = \"A2\"\nserial       = \"7A2C0002\"\n"
      "manufacturer = \"M\\xFCller\"\n",

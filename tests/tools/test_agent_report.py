@@ -13,12 +13,12 @@ COMPARED = """Records: 2
   CPU 1      CPU.Socket.1       same
 
 Since the saved state:
-  CPU.Socket.1                    same
-  CPU Socket 2                    replaced
-  -                               new
-  DIMM.Socket.A1                  moved: was DIMM.Socket.B1
-  DIMM.Socket.B1.with.more.than.thirty  gone
-  System.Embedded.1               not verified: the saved document is laid out otherwise
+  CPU.Socket.1                    CPU1              same
+  CPU Socket 2                    CPU 2             replaced
+  -                               -                 new
+  DIMM.Socket.A1                  P1-DIMMA1         moved: was DIMM.Socket.B1
+  DIMM.Socket.B1.with.more.than.thirty  A label with more than 16  gone
+  System.Embedded.1               -                 not verified: the saved document is laid out otherwise
 Summary: 1 same, 1 replaced, 1 new, 1 moved, 1 gone, 1 not verified
 State: left as it was saved; the option accept saves this boot's
 
@@ -62,12 +62,12 @@ class Findings(unittest.TestCase):
         self.assertEqual(
             agent_report.findings(COMPARED),
             [
-                Finding("CPU.Socket.1", "same", ""),
-                Finding("CPU Socket 2", "replaced", ""),
-                Finding("-", "new", ""),
-                Finding("DIMM.Socket.A1", "moved", "was DIMM.Socket.B1"),
-                Finding("DIMM.Socket.B1.with.more.than.thirty", "gone", ""),
-                Finding("System.Embedded.1", "not verified", "the saved document is laid out otherwise"),
+                Finding("CPU.Socket.1", "CPU1", "same", ""),
+                Finding("CPU Socket 2", "CPU 2", "replaced", ""),
+                Finding("-", "-", "new", ""),
+                Finding("DIMM.Socket.A1", "P1-DIMMA1", "moved", "was DIMM.Socket.B1"),
+                Finding("DIMM.Socket.B1.with.more.than.thirty", "A label with more than 16", "gone", ""),
+                Finding("System.Embedded.1", "-", "not verified", "the saved document is laid out otherwise"),
             ],
         )
 

@@ -15,8 +15,8 @@
 #include "host/cli/input/state_file.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
+#include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
-#include "host/cli/output/text_table.h"
 
 namespace tvq::cli {
 namespace {

@@ -113,7 +113,7 @@ TEST(LintDocumentBoundaries, CharactersAreThoseOfUtf8) {
     ExpectBoundaries("xml-encoding", {{text(bytes), {}}});
   }
   for (const auto& bytes : invalid) {
-    ExpectBoundaries("xml-encoding", {{text(bytes), {"is not UTF-8: no XML parser reads"}}});
+    ExpectBoundaries("xml-encoding", {{text(bytes), {"is not UTF-8: XML parsers that take"}}});
     ExpectBoundaries("text-not-ascii", {{text(bytes), {}}});
   }
 }
@@ -129,7 +129,7 @@ TEST(LintDocumentBoundaries, ACharacterThatTheLimitCutsIsNoCharacterAnyMore) {
   ExpectBoundaries("xml-encoding",
                    {{WithText(std::string(125, 'x') + accent), {}},
                     {WithText(std::string(126, 'x') + accent),
-                     {"is not UTF-8 any more, as a character is cut in two: no XML parser"}},
+                     {"is not UTF-8 any more, as a character is cut in two: XML parsers"}},
                     {WithText(std::string(127, 'x') + accent), {}}});
 }
 

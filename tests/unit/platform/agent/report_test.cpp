@@ -131,7 +131,7 @@ class AgentReportOfDevices : public AgentReport {
     }
     tvqplatform::Inventory inventory;
     EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
-    tvqplatform::ShowInventory(Lines(), inventory);
+    tvqplatform::ShowInventory(Lines(), inventory, tvqplatform::DeviceLabels());
     return Text();
   }
 };
@@ -153,10 +153,10 @@ TEST_F(AgentReportOfDevices, HasTheirTextsIdentitiesAndSizes) {
   EXPECT_EQ(
       TextOf({module, processor, system}),
       "Records: 3\n"
-      "  Name       FQDD               Class          Serial          Marketing name\n"
-      "  DIMM A1    DIMM.Socket.A1     memory module  11223344        Sixteen\n"
-      "  CPU 1      CPU.Socket.1       processor      -               -\n"
-      "  System     System.Embedded.1  system         -               -\n"
+      "  FQDD               Label  Class          Serial          Marketing name\n"
+      "  DIMM.Socket.A1     -      memory module  11223344        Sixteen\n"
+      "  CPU.Socket.1       -      processor      -               -\n"
+      "  System.Embedded.1  -      system         -               -\n"
       "\n"
       "Identities, and the sizes of the inventory, configuration and end blobs:\n"
       "  DIMM.Socket.A1     00000002 00000006 000000DC EDCC0004 00000000     143     85    148\n"
@@ -171,9 +171,9 @@ TEST_F(AgentReportOfDevices, HasDashesForWhatIsMissing) {
                              .nameStatus = EFI_UNSUPPORTED};
   EXPECT_EQ(TextOf({nameless, silent}),
             "Records: 2\n"
-            "  Name       FQDD  Class          Serial          Marketing name\n"
-            "  -          -     not known      -               -\n"
-            "  -          -     not known      -               -\n"
+            "  FQDD  Label  Class          Serial          Marketing name\n"
+            "  -     -      not known      -               -\n"
+            "  -     -      not known      -               -\n"
             "\n"
             "Identities, and the sizes of the inventory, configuration and end blobs:\n"
             "  -     00000002 00000007 000000DC EDCC0004 00000000     128     97    148\n"
@@ -184,8 +184,8 @@ TEST_F(AgentReportOfDevices, CutsSerialNumbersAndMarketingNames) {
   EXPECT_EQ(
       TextOf({{.serial = std::string(15, '1') + '2', .marketingName = std::string(63, 'x') + 'y'}}),
       "Records: 1\n"
-      "  Name       FQDD            Class          Serial          Marketing name\n"
-      "  name       DIMM.Socket.A1  memory module  111111111111111  " +
+      "  FQDD            Label  Class          Serial          Marketing name\n"
+      "  DIMM.Socket.A1  -      memory module  111111111111111  " +
           std::string(63, 'x') +
           "\n\n"
           "Identities, and the sizes of the inventory, configuration and end blobs:\n"

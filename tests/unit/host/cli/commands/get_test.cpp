@@ -69,7 +69,7 @@ TEST_F(CliGet, ListsThePartsThatALabelMayMean) {
   server.modules = {{"DIMM 0", "11223344"}, {"DIMM 0", "55667788"}};
   const Outcome got = Get(TableOf(server), {"DIMM 0.serial"});
   EXPECT_EQ(got.status, 2);
-  EXPECT_THAT(got.diagnostics, HasSubstr("may be of any of 2 parts: module[1], module[2]\n"));
+  EXPECT_THAT(got.diagnostics, HasSubstr("may be of any of 2 parts: DIMM.Socket.0, DIMM.Socket."));
 }
 
 TEST_F(CliGet, ListsEveryPathThatItTakes) {

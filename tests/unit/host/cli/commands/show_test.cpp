@@ -266,7 +266,7 @@ TEST_F(CliShow, ReadsWhatDmidecodeSpellsOut) {
                                "SMBIOS 2.7 present.\n\nHandle 0x0003, DMI type 127, 4 bytes\n"
                                "\tHeader and Data:\n\t\t7F 04 03 00\n");
   EXPECT_EQ(shown.status, 1);
-  EXPECT_EQ(shown.Json()["smbios"]["structureCount"], 1);
+  EXPECT_EQ(shown.Json()["smbios"]["structureCount"], 2);
 }
 
 TEST_F(CliShow, ShowsNoControlCharacterOfATable) {
