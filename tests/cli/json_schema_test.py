@@ -65,17 +65,17 @@ def commands(tvq, table, folder):
     name = table.name
     dump = ("--from-dump", table)
     yield [tvq, "show", table, "--json"]
-    yield [tvq, "show", table, "--json", "--conform"]
+    yield [tvq, "show", table, "--json", "--as-is"]
     yield [tvq, "export", table]
-    yield [tvq, "export", table, "--conform"]
+    yield [tvq, "export", table, "--as-is"]
     for address in ("00:00.0", "00:01.0", "0000:16:00.0"):
-        yield [tvq, "slot", address, "--json", "--conform", *dump]
-        yield [tvq, "slot", address, "--json", "--id", "--conform", *dump]
+        yield [tvq, "slot", address, "--json", *dump]
+        yield [tvq, "slot", address, "--json", "--id", *dump]
     state = folder / f"{name}.state"
-    yield [tvq, "save", state, "--json", "--conform", *dump]
-    yield [tvq, "verify", state, "--json", "--conform", *dump]
-    yield [tvq, "diff", state, table, "--json", "--conform"]
-    yield [tvq, "diff", table, folder / "other.bin", "--json", "--conform"]
+    yield [tvq, "save", state, "--json", *dump]
+    yield [tvq, "verify", state, "--json", *dump]
+    yield [tvq, "diff", state, table, "--json"]
+    yield [tvq, "diff", table, folder / "other.bin", "--json"]
 
 
 def blobs_of(export):
@@ -106,7 +106,7 @@ def main(arguments):
             for part in ("system", "CPU1", "DIMM_A1", "PCIe Slot 1"):
                 if text := tables.run(tvq, "show", table, part, "--json", "-q", status=(0, 1, 2)):
                     schemas.check(text, f"show {table.name} {part}")
-            for blobs in blobs_of(tables.run(tvq, "export", table, "--conform", "-q", status=(0, 1))):
+            for blobs in blobs_of(tables.run(tvq, "export", table, "-q", status=(0, 1))):
                 (folder / "device.tvq").write_bytes(blobs)
                 schemas.check(tables.run(tvq, "decode", folder / "device.tvq", "--json", status=(0, 2)), f"decode of {table.name}")
                 checked += 1

@@ -23,7 +23,7 @@ RESERVED = re.compile(rb"&|<(?![A-Za-z]+>|/[A-Za-z]+>|\?xml |tvqComponent )|[\x0
 
 def documents(tvq, table):
     """The documents of all devices, by FQDD."""
-    export = json.loads(tables.run(tvq, "export", "--conform", table))
+    export = json.loads(tables.run(tvq, "export", table))
     for record in export["records"]:
         blob = bytes.fromhex(record["configurationBlob"])
         yield record["fqdd"], blob[DOCUMENT_OFFSET:].rstrip(b"\0")

@@ -48,7 +48,7 @@ Device ToDevice(const run::Record& record) {
   Device device;
   device.type = record.deviceType;
   device.fqdd = OrDash(record.fqdd);
-  device.nameRule = record.label ? OrDash(record.label->rule) : "-";
+  device.nameRule = record.label ? record.label->rule : "";
   if (!record.blobs[1]) {
     device.trouble = "it has no configuration blob";
     return device;

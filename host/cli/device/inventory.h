@@ -20,8 +20,8 @@ namespace tvq::cli {
 // One device record.
 struct Device {
   unsigned type = 0;
-  std::string fqdd;  // UTF-8 without control characters; "-": the record has none
-  std::string nameRule;  // what gave the FQDD its name
+  std::string fqdd;      // UTF-8 without control characters; "-": the record has none
+  std::string nameRule;  // what gave the FQDD its name; empty where the table was left as it is
   // The part of the machine that it is of, where that is known, and where the document differs.
   std::optional<PartPlace> place;
   std::vector<Difference> differences;
