@@ -48,17 +48,6 @@ inline VOID* Locate(EFI_GUID& guid) {
   return EFI_ERROR(gBS->LocateProtocol(&guid, nullptr, &found)) ? nullptr : found;
 }
 
-/// The last entry of the configuration table with this GUID, or null.
-inline VOID* LastConfigurationTable(const EFI_GUID& guid) {
-  VOID* found = nullptr;
-  for (UINTN i = 0; i < gST->NumberOfTableEntries; i++) {
-    if (CompareGuid(&gST->ConfigurationTable[i].VendorGuid, &guid)) {
-      found = gST->ConfigurationTable[i].VendorTable;
-    }
-  }
-  return found;
-}
-
 /// Texts are compared without the platform's help.
 template <typename Character>
 bool IsSame(const Character* left, const Character* right) {

@@ -45,15 +45,15 @@ constexpr Check kLogChecks[] = {
 // --- Management ---
 
 /// A device's stored data with nothing but an end blob.
-TVQ_BLOB_HEADER EndBlob() {
-  return {TVQ_BLOB_REVISION, TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_BLOB_HEADER)};
+TVQ_END_BLOB EndBlob() {
+  return {{TVQ_BLOB_REVISION, TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_END_BLOB)}, {}};
 }
 
 /// The platform may know the data by other means than its content, so nothing has to be found here.
 bool FindsNothingThatIsNotThere() {
   auto* management = static_cast<TVQ_MANAGEMENT_PROTOCOL*>(FindManagement());
   const TVQ_LOCATE_BLOB locate = management->LocateBlob;
-  TVQ_BLOB_HEADER stored = EndBlob();
+  TVQ_END_BLOB stored = EndBlob();
   VOID* blob = nullptr;
   return EFI_ERROR(locate(management, &stored, TVQ_BLOB_TYPE_CONFIGURATION, 0, &blob));
 }

@@ -13,8 +13,15 @@ namespace tvqtest {
 
 namespace {
 
+/// The driver takes the last entry.
 VOID* FindServices() {
-  return LastConfigurationTable(gZvServicesTableGuid);
+  VOID* found = nullptr;
+  for (UINTN i = 0; i < gST->NumberOfTableEntries; i++) {
+    if (CompareGuid(&gST->ConfigurationTable[i].VendorGuid, &gZvServicesTableGuid)) {
+      found = gST->ConfigurationTable[i].VendorTable;
+    }
+  }
+  return found;
 }
 
 VOID* FindAux() {

@@ -21,8 +21,15 @@ namespace {
 
 constexpr smbios::EntryPointLayout kEntry = smbios::kEntryPoint32;
 
+/// The driver takes the first entry that has one.
 VOID* FindEntryPoint() {
-  return LastConfigurationTable(gEfiSmbiosTableGuid);
+  for (UINTN i = 0; i < gST->NumberOfTableEntries; i++) {
+    const EFI_CONFIGURATION_TABLE& entry = gST->ConfigurationTable[i];
+    if (entry.VendorTable != nullptr && CompareGuid(&entry.VendorGuid, &gEfiSmbiosTableGuid)) {
+      return entry.VendorTable;
+    }
+  }
+  return nullptr;
 }
 
 /// The driver reads the fields of whatever is there, anchor or not.

@@ -146,7 +146,8 @@ inline constexpr smbios::SizeType kPpinLength = 16;
 // -------------------------------------------------------------------------------------------------
 
 /// Whether the driver starts: it wants structures of type 225, all of the one format that it knows,
-/// and with the groups that their lengths promise.
+/// and with the groups that their lengths promise. Those behind the end of the table, as EndsTable
+/// tells it, do not count.
 enum class FqddMap : U8 {
   kUsable,
   kMissing,

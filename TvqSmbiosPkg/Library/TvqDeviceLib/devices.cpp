@@ -148,6 +148,9 @@ FqddMap CheckFqddMap(const Structure& map) {
 FqddMap FindFqddMap(Bytes table) {
   FqddMap found = FqddMap::kMissing;
   for (const Structure& structure : smbios::Walk(table)) {
+    if (EndsTable(structure)) {
+      break;
+    }
     if (structure.Type() != SMBIOS_TYPE_TVQ_FQDD_MAP) {
       continue;
     }

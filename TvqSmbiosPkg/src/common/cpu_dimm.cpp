@@ -55,11 +55,7 @@ class StoredDocument {
   StoredDocument() = default;
   StoredDocument(const StoredDocument&) = delete;
   StoredDocument& operator=(const StoredDocument&) = delete;
-  ~StoredDocument() {
-    if (mRoot != nullptr) {
-      (void)mParser->Free(mParser, mRoot);
-    }
-  }
+  ~StoredDocument() { Release(); }
 
   [[nodiscard]] bool LocateParser() {
     return !EFI_ERROR(gBS->LocateProtocol(&gXmlParserProtocolGuid, nullptr,
@@ -75,6 +71,14 @@ class StoredDocument {
   }
 
   const XML_NODE* Root() const { return mRoot; }
+
+  /// Gives the document back now.
+  void Release() {
+    if (mRoot != nullptr) {
+      (void)mParser->Free(mParser, mRoot);
+      mRoot = nullptr;
+    }
+  }
 
  private:
   XML_PARSER_PROTOCOL* mParser = nullptr;
@@ -259,6 +263,8 @@ EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Len
       return EFI_SUCCESS;
     }
   }
+  // Unlike the others, this line comes behind the release.
+  document.Release();
   kCpuReader.Log("CPU XML didn't find Inventory Node");
   return EFI_UNSUPPORTED;
 }

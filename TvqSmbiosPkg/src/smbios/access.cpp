@@ -152,11 +152,11 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   }
 
   auto records = PoolPtr<UINT8*>::Zeroed(count);
+  // Deliberate: without memory for the second array the caller keeps the address of the freed one.
+  *Records = records.Get();
   if (!records) {
     return EFI_OUT_OF_RESOURCES;
   }
-  // Deliberate: without memory for the second array the caller keeps the address of the freed one.
-  *Records = records.Get();
   auto sizes = PoolPtr<UINT16>::Zeroed(count);
   if (!sizes) {
     return EFI_OUT_OF_RESOURCES;

@@ -75,8 +75,9 @@ UINTN SmbiosCountStructures();
   @retval EFI_SUCCESS             Done; the count may be 0.
   @retval EFI_INVALID_PARAMETER   Count is null, or exactly one of Records and Sizes is.
   @retval EFI_NOT_FOUND           The table has no structure at all.
-  @retval EFI_OUT_OF_RESOURCES    An array could not be allocated; *Records is not valid. An array
-                                  without elements is asked for too, and some pools have none.
+  @retval EFI_OUT_OF_RESOURCES    An array could not be allocated; *Records is null, or the address
+                                  of an array that was freed. An array without elements is asked for
+                                  too, and some pools have none.
 **/
 [[nodiscard]] EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Sizes,
                                                    UINT16* Count);

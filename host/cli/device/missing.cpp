@@ -20,6 +20,7 @@ using devices::Unserved;
 
 constexpr char kSuccess[] = "Success";
 constexpr uint8_t kSystemInformation = 1;
+constexpr uint8_t kFqddMap = 225;
 constexpr unsigned kSystemRecord = 4;
 
 struct Kind {
@@ -128,7 +129,10 @@ void AddSystem(const run::Table& table, const run::Results& results,
 std::string WhyNoNames(const run::Table& table) {
   switch (devices::FindFqddMap(ViewOf(table.structures))) {
     case devices::FqddMap::kMissing:
-      return ": there is no structure of type 225, which names the devices";
+      return smbios::CountOfType(ViewOf(table.structures), kFqddMap) == 0
+                 ? ": there is no structure of type 225, which names the devices"
+                 : ": the structure of type 225, which names the devices, is behind one with handle "
+                   "0xFFFF, which ends the table for the driver";
     case devices::FqddMap::kOtherFormat:
       return ": a structure of type 225, which names the devices, has another format than 1";
     case devices::FqddMap::kCutOff:

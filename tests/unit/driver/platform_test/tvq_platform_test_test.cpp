@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "tests/unit/platform/platform_fixture.h"
 #include "tests/unit/shared/entry_point.h"
@@ -313,6 +315,35 @@ TEST_F(TvqPlatformTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
                           HasSubstr("1,000,001")));
 }
 
+// As a platform that knows stored data by nothing but its content: it reads as far as the headers say.
+EFI_STATUS EFIAPI FindByContent(TVQ_MANAGEMENT_PROTOCOL*, VOID* data, UINT32 type, UINTN index,
+                                VOID** blob) {
+  auto* const bytes = static_cast<UINT8*>(data);
+  size_t at = 0;
+  for (const TVQ_BLOB_HEADER* header = nullptr;; at += header->sizeInBytes) {
+    header = reinterpret_cast<const TVQ_BLOB_HEADER*>(bytes + at);
+    const bool isEnd = header->type == TVQ_BLOB_TYPE_END;
+    if (isEnd && header->sizeInBytes != sizeof(TVQ_END_BLOB)) {
+      ADD_FAILURE() << "an end blob of " << header->sizeInBytes << " bytes";
+      return EFI_VOLUME_CORRUPTED;
+    }
+    if (header->type == type && index-- == 0) {
+      *blob = bytes + at;
+      return EFI_SUCCESS;
+    }
+    if (isEnd) {
+      return EFI_NOT_FOUND;
+    }
+  }
+}
+
+TEST_F(TvqPlatformTest, AsksForABlobInStoredDataThatIsSound) {
+  TVQ_LOCATE_BLOB locate = FindByContent;
+  std::memcpy(reinterpret_cast<char*>(Find<VOID>(gTvqManagementProtocolGuid)) + 60, &locate,
+              sizeof(locate));
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+}
+
 EFI_STATUS EFIAPI FindEverywhere(TVQ_MANAGEMENT_PROTOCOL*, VOID* data, UINT32, UINTN, VOID** blob) {
   *blob = data;
   return EFI_SUCCESS;
@@ -393,6 +424,30 @@ TEST_F(TvqPlatformTest, TellsThatOneOfTheNamesOfDevicesHasAnotherFormat) {
 TEST_F(TvqPlatformTest, TellsATableThatNamesNoDevice) {
   PublishTable(Table::Of(Bios{}, System{}, End{}));
   EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
+}
+
+// The driver does not see what stands behind.
+TEST_F(TvqPlatformTest, TellsATableThatEndsBeforeItNamesADevice) {
+  PublishTable(Table::Of(Bios{}, System{.handle = kNoHandle}, FqddMap{}));
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: a structure of type 225, format 1, names the devices");
+}
+
+// As the driver does.
+TEST_F(TvqPlatformTest, LooksAtTheFirstEntryPointOfTwo) {
+  SMBIOS_TABLE_ENTRY_POINT wrong = *Entry();
+  wrong.AnchorString[0] = 'X';
+  EFI_CONFIGURATION_TABLE entries[] = {
+      {gZvServicesTableGuid, &Services()},
+      {gEfiSmbiosTableGuid, nullptr},
+      {gEfiSmbiosTableGuid, Entry()},
+      {gEfiSmbiosTableGuid, &wrong},
+  };
+  EFI_SYSTEM_TABLE* const system = Firmware().SystemTableOf(host::images::platform_test);
+  system->ConfigurationTable = entries;
+  system->NumberOfTableEntries = std::size(entries);
+  EXPECT_EQ(Run(), EFI_SUCCESS);
+  std::swap(entries[2].VendorTable, entries[3].VendorTable);
+  EXPECT_EQ(OnlyFailure(), "SMBIOS table: the 32-bit entry point has its anchor and checksum");
 }
 
 TEST_F(TvqPlatformTest, AsksNothingOfATableThatIsNowhere) {

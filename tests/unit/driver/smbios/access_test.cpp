@@ -337,8 +337,11 @@ TEST_F(ByType, FailsWithoutMemoryForTheFirstArray) {
   Use(FourModules());
   const size_t before = mHarness.Blocks().size();
   mHarness.FailAllocation(1);
+  UINT8* none = nullptr;
+  mRecords = &none;
   EXPECT_EQ(Collect(17), EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(mCount, 4u);
+  EXPECT_EQ(mRecords, nullptr) << "the caller gets what the pool answered";
   EXPECT_EQ(mHarness.Blocks().size(), before);
 }
 
@@ -348,7 +351,7 @@ TEST_F(ByType, FreesTheFirstArrayWithoutMemoryForTheSecond) {
   mHarness.FailAllocation(2);
   EXPECT_EQ(Collect(17), EFI_OUT_OF_RESOURCES);
   EXPECT_EQ(mHarness.Blocks().size(), before);
-  EXPECT_NE(mRecords, nullptr) << "the caller's pointer is left as it is";
+  EXPECT_NE(mRecords, nullptr) << "the caller keeps the address of what was freed";
 }
 
 TEST_F(ByType, VisitsEachStructureOnceAlsoWhereHandlesRepeat) {

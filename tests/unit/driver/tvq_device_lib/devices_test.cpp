@@ -236,6 +236,15 @@ TEST(FqddMap, IsMissingWithoutAStructureOfItsType) {
   EXPECT_EQ(devices::FindFqddMap(smbios::Bytes()), devices::FqddMap::kMissing);
 }
 
+TEST(FqddMap, BehindTheEndOfTheTableDoesNotCount) {
+  Table table = Table::Of(System{}, Structure{1, 0xFFFF}, FqddMap{});
+  EXPECT_EQ(devices::FindFqddMap(View(table.Bytes())), devices::FqddMap::kMissing);
+  table = Table::Of(FqddMap{}, FqddMap{.handle = 0xFFFF, .format = 2}, FqddMap{.format = 2});
+  EXPECT_EQ(devices::FindFqddMap(View(table.Bytes())), devices::FqddMap::kUsable);
+  table = Table::Of(FqddMap{.handle = 0xFFFF}, FqddMap{.format = 2});
+  EXPECT_EQ(devices::FindFqddMap(View(table.Bytes())), devices::FqddMap::kOtherFormat);
+}
+
 TEST(TableEnd, IsAReservedHandleThatIsNotTheFirst) {
   Table table = Table::Of(Structure{1, 0xFFFF}, Structure{1, 0xFFFE}, Structure{1, 0xFFFF});
   const Bytes& bytes = table.Bytes();

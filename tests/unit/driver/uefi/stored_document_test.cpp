@@ -344,6 +344,14 @@ TEST_F(StoredDocument, NeedsItsCoreCount) {
   EXPECT_EQ(mParser.freed, 3u);
 }
 
+TEST_F(StoredDocument, IsReleasedBeforeTheLogSaysThatItIsLaidOutOtherwise) {
+  std::vector<std::string> before;
+  mParser.onFree = [&] { before = TakeLog(); };
+  EXPECT_EQ(ReadCpu(Document("", Element("cpuData", ""))), EFI_UNSUPPORTED);
+  EXPECT_THAT(before, ElementsAre("ParseCPUXMLBlob: Searching for Corecount node"));
+  EXPECT_THAT(TakeLog(), ElementsAre("ParseCPUXMLBlob: CPU XML didn't find Inventory Node"));
+}
+
 TEST_F(StoredDocument, SkipsElementsWithoutANameWhenItLooksForTheCoreCount) {
   struct Names {
     XML_TEXT root = {nullptr, const_cast<CHAR8*>("tvqComponent")};

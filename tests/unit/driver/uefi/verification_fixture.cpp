@@ -41,6 +41,9 @@ EFI_STATUS ParserDouble::Parse(XML_PARSER_PROTOCOL* This, XML_INPUT* Input, XML_
 EFI_STATUS ParserDouble::Free(XML_PARSER_PROTOCOL* This, XML_NODE* Document) {
   ParserDouble& self = Of(This);
   self.freed++;
+  if (self.onFree) {
+    self.onFree();
+  }
   if (self.documents.erase(Document) != 1) {
     ADD_FAILURE() << "a document is freed that is not there";
     return EFI_INVALID_PARAMETER;

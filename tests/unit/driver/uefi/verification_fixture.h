@@ -35,6 +35,9 @@ class ParserDouble {
   // What Parse hands out instead of parsing.
   XML_NODE* tree = nullptr;
 
+  // Called before a document is freed.
+  std::function<void()> onFree;
+
   // The bytes of each input, padding included.
   std::vector<std::vector<UINT8>> inputs;
   size_t freed = 0;

@@ -142,6 +142,12 @@ TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
                         "off by the end of the table:\n"));
 }
 
+TEST_F(CliShow, SaysThatTheNamesAreBehindTheEndOfTheTable) {
+  EXPECT_THAT(Show(Table::Of(TableOf({}), test::Structure{1, 0xFFFF}, FqddMap{}), {"-w"}).out,
+              HasSubstr("the structure of type 225, which names the devices, is behind one with "
+                        "handle 0xFFFF, which ends the table for the driver:\n"));
+}
+
 TEST_F(CliShow, SaysThatAHandleEndsTheTableForTheDriver) {
   const Table table = Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::Structure{1, 0xFFFF},
                                 MemoryDevice{.handle = 0x0017, .locator = "DIMM_A2"});
