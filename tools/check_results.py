@@ -3,10 +3,10 @@
 
 usage: check_results.py ROOT
 
-A function that returns EFI_STATUS is [[nodiscard]] where it is declared first, so that the compiler asks for each of its
-results to be looked at. It cannot ask that of a service, which is called through a pointer: a status that is not looked at
-there is cast to void, as everywhere. Entry points, and operations that only a table of their file names, are called by others
-alone and need no attribute.
+A function that returns EFI_STATUS is [[nodiscard]] where it is declared first, in a header or else in its source, so that the
+compiler asks for each of its results to be looked at. It cannot ask that of a service, which is called through a pointer: a
+status that is not looked at there is cast to void, as everywhere. Entry points, and operations that only a table of their file
+names, are called by others alone and need no attribute.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -50,16 +50,19 @@ def dropped(code):
 def findings(root):
     """Yields one line for every status that can get lost."""
     for package in sorted({declaration.parent for declaration in root.glob("*/*.dec")}):
-        known = set()
+        in_headers = set()
         for path in sorted(package.rglob("*.h")) + sorted(package.rglob("*.cpp")):
             name = path.relative_to(root)
             code = without_comments(path.read_text(encoding="utf-8"))
+            known = set(in_headers) if path.suffix == ".cpp" else set()
             is_public = path.relative_to(package).parts[0] == PUBLIC
             for match in declared(code):
                 if "[[nodiscard]]" not in match["head"] and match["name"] not in known and not is_public and not is_excused(match, path):
                     line = code.count("\n", 0, match.start()) + 1
                     yield f"{name}:{line}: {match['name']} is not [[nodiscard]]"
                 known.add(match["name"])
+            if path.suffix == ".h":
+                in_headers |= known
             for line, call in dropped(code):
                 yield f"{name}:{line}: the status of {call} is dropped without a cast to void"
 

@@ -35,15 +35,21 @@ inline CHAR16* Ucs2(const wchar_t* literal) {
   return reinterpret_cast<CHAR16*>(const_cast<wchar_t*>(literal));
 }
 
+/// Whether assertions were compiled in, and are enabled.
+inline bool AssertionsEnabled() {
+#ifdef MDEPKG_NDEBUG
+  return false;
+#else
+  return DebugAssertEnabled();
+#endif
+}
+
 /// Raises an assertion where assertions are enabled. Text, source and line are given by hand: what
 /// the compiler makes of __FILE__ and of a null pointer in a text differs between tool chains.
-inline void RaiseAssertion([[maybe_unused]] const char* source, [[maybe_unused]] UINTN line,
-                           [[maybe_unused]] const char* text) {
-#ifndef MDEPKG_NDEBUG
-  if (DebugAssertEnabled()) {
+inline void RaiseAssertion(const char* source, UINTN line, const char* text) {
+  if (AssertionsEnabled()) {
     DebugAssert(source, line, text);
   }
-#endif
 }
 
 /// Owns one block of boot-services pool and frees it, unless it is released to somebody else.

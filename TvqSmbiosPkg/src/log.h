@@ -1,5 +1,5 @@
 /** @file
-  Log lines. They are dropped while the platform has no debug log.
+  Log lines. Deliberate: they are dropped until the platform has a debug log.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/

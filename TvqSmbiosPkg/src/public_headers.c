@@ -1,5 +1,5 @@
 /** @file
-  Every public header compiles as plain C, with its assertions on sizes and offsets.
+  Every public header that is not C++ compiles as plain C, with its assertions on sizes and offsets.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -19,3 +19,4 @@
 #include <Protocol/XmlParser.h>
 #include <Protocol/ZvEntry.h>
 #include <Protocol/ZvLibrary.h>
+#include <TvqVersion.h>

@@ -1,5 +1,5 @@
 /** @file
-  Widening of ASCII texts.
+  Texts: widening, narrowing, and putting them together.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/

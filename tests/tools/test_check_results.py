@@ -42,6 +42,14 @@ class Results(unittest.TestCase):
         self.write("OnePkg/src/one.cpp", "EFI_STATUS Run() {", "}", "EFI_STATUS One::Step() {", "}")
         self.assertEqual(self.findings(), [])
 
+    def test_the_attribute_of_one_file_does_not_serve_another(self):
+        self.write("OnePkg/src/one.cpp", "  [[nodiscard]] EFI_STATUS Run();")
+        self.write("OnePkg/src/two.cpp", "  EFI_STATUS Run();", "EFI_STATUS Two::Run() {", "}")
+        self.write("OnePkg/src/one.h", "[[nodiscard]] EFI_STATUS Stop();")
+        self.write("OnePkg/src/two.h", "EFI_STATUS Stop();")
+        self.assertEqual(self.findings(), ["OnePkg/src/two.h:1: Stop is not [[nodiscard]]",
+                                           "OnePkg/src/two.cpp:1: Run is not [[nodiscard]]"])
+
     def test_public_headers_are_c(self):
         self.write("OnePkg/Include/One.h", "EFI_STATUS", "EFIAPI", "Run (", "  VOID", "  );")
         self.write("OnePkg/src/one.cpp", "EFI_STATUS Run() {", "}")

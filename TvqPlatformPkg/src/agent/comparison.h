@@ -48,7 +48,7 @@ class Comparison {
 
   /// Verifies every device. The inventory and the state have to stay while the findings are used.
   /// EFI_OUT_OF_RESOURCES: not every finding could be kept.
-  EFI_STATUS Run(const Inventory& inventory, const SavedState& saved);
+  [[nodiscard]] EFI_STATUS Run(const Inventory& inventory, const SavedState& saved);
 
   UINTN Size() const { return mFindings.Size(); }
   const Finding& operator[](UINTN i) const { return mFindings[i]; }

@@ -29,7 +29,7 @@ class Volume {
   [[nodiscard]] EFI_STATUS Open(EFI_HANDLE image);
 
   /// EFI_NOT_FOUND: there is no such file. EFI_BAD_BUFFER_SIZE: it is larger than `limit`.
-  EFI_STATUS Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& bytes) const;
+  [[nodiscard]] EFI_STATUS Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& bytes) const;
 
   /// Writes a new file in place of one that may be there.
   [[nodiscard]] EFI_STATUS Write(const CHAR16* path, tvq::Span<const UINT8> bytes) const;

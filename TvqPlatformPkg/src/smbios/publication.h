@@ -12,8 +12,8 @@
 namespace tvqplatform {
 
 /// While this lives, the configuration table names the published entry point; then what stood there
-/// before comes back. The memory stays allocated for the boot, because TVQSMBIOS keeps pointers
-/// into the table.
+/// before comes back. The memory deliberately stays allocated for the boot, because TVQSMBIOS
+/// keeps pointers into the table.
 class Publication {
  public:
   Publication() = default;

@@ -34,6 +34,10 @@ using SizeType = Bytes::SizeType;
 
 /// Bytes of a structure's header: type, length of the formatted part, handle (SMBIOS 6.1.2).
 inline constexpr SizeType kHeaderSize = 4;
+/// Where they stand in it.
+inline constexpr SizeType kTypeOffset = 0;
+inline constexpr SizeType kLengthOffset = 1;
+inline constexpr SizeType kHandleOffset = 2;
 
 /// Stands for "no structure" in a field that refers to one.
 inline constexpr U16 kNoHandle = 0xFFFF;
@@ -231,10 +235,12 @@ class BareStructure {
 
   constexpr explicit operator bool() const { return !mBytes.Empty(); }
 
-  constexpr U8 Type() const { return PeekByte(0); }
+  constexpr U8 Type() const { return PeekByte(kTypeOffset); }
   /// Length of the formatted part, as stated.
-  constexpr U8 Length() const { return PeekByte(1); }
-  constexpr U16 Handle() const { return *this ? Read16(mBytes.Data() + 2) : kNoHandle; }
+  constexpr U8 Length() const { return PeekByte(kLengthOffset); }
+  constexpr U16 Handle() const {
+    return *this ? Read16(mBytes.Data() + kHandleOffset) : kNoHandle;
+  }
 
   /// Bytes in all, strings and the NUL behind them included.
   SizeType Size() const {

@@ -77,12 +77,15 @@ inline constexpr smbios::SizeType kSocketDigit = 3;
 U8 SocketNumber(const Structure& processor);
 
 /// A locator with this text anywhere loses as many characters, from its start.
-inline constexpr U8 kLocatorPrefix[] = {'D', 'I', 'M', 'M', '_'};
+inline constexpr char kLocatorPrefix[] = "DIMM_";
+inline constexpr smbios::SizeType kLocatorPrefixLength = sizeof(kLocatorPrefix) - 1;
+/// As many characters of it count.
+inline constexpr smbios::SizeType kLocatorLength = 3;
 
 /// What counts of the locator of a module: three bytes as they stand in the table, behind a short
 /// locator too; zeros without a locator.
 struct LocatorKey {
-  U8 Characters[3] = {};
+  U8 Characters[kLocatorLength] = {};
 
   /// Characters up to the first NUL.
   constexpr smbios::SizeType Length() const {
@@ -117,6 +120,8 @@ Key KeyOfPath(Bytes devicePath);
 
 /// Characters of a serial number that blobs and documents keep.
 inline constexpr smbios::SizeType kSerialLength = 14;
+/// Characters of other texts that documents keep.
+inline constexpr smbios::SizeType kTextLength = 127;
 
 // What firmware writes where it knows nothing. Letters and digits count, small and capital ones
 // alike, and so do bytes beyond ASCII. A text as long as what is kept of a serial number may be the

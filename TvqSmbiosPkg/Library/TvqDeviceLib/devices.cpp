@@ -29,13 +29,12 @@ Kind KindOfMemory(U8 memoryType, U16 size) {
 }
 
 bool ContainsPrefix(Text text) {
-  constexpr smbios::SizeType kLength = sizeof(kLocatorPrefix);
-  for (smbios::SizeType start = 0; start + kLength <= text.Length(); start++) {
+  for (smbios::SizeType start = 0; start + kLocatorPrefixLength <= text.Length(); start++) {
     smbios::SizeType alike = 0;
-    while (alike < kLength && text[start + alike] == kLocatorPrefix[alike]) {
+    while (alike < kLocatorPrefixLength && text[start + alike] == kLocatorPrefix[alike]) {
       alike++;
     }
-    if (alike == kLength) {
+    if (alike == kLocatorPrefixLength) {
       return true;
     }
   }
@@ -101,7 +100,7 @@ LocatorKey KeyOfLocator(const Structure& module) {
   if (!locator) {
     return key;
   }
-  smbios::SizeType distance = ContainsPrefix(locator) ? sizeof(kLocatorPrefix) : 0;
+  smbios::SizeType distance = ContainsPrefix(locator) ? kLocatorPrefixLength : 0;
   for (U8& character : key.Characters) {
     character = ByteBehind(module, locator, distance++);
   }

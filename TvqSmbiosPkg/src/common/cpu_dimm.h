@@ -35,7 +35,8 @@ static_assert(sizeof(DIMM_XML_CACHE) == 16 && sizeof(CPU_XML_CACHE) == 16, "16 b
   @param[in]       Text     The document, terminated.
   @param[out]      Cache    Receives a new identity. It is set on EFI_UNSUPPORTED too once the
                             layout was found wrong behind "Inventory"; otherwise null on failure.
-  @param[in, out]  Length   Not 0. Set to 0 when the text is no document of the agent.
+  @param[in, out]  Length   Not 0. Set to 0 when the text is no document, has another root, or an
+                            empty one.
 
   @retval EFI_SUCCESS             Cache is filled.
   @retval EFI_INVALID_PARAMETER   An argument is null, *Length is 0, the text cannot be parsed, has

@@ -26,9 +26,7 @@ namespace {
 constexpr smbios::SizeType kLateFieldsFrom =
     SMBIOS_FIELD(17, MemorySubsystemControllerProductID).End();
 
-constexpr UINTN kLocatorLength = 3;
-constexpr char kLocatorPrefix[] = "DIMM_";
-constexpr UINTN kLocatorPrefixLength = sizeof(kLocatorPrefix) - 1;
+using devices::kLocatorLength;
 
 constexpr UINTN kGenericNameSize = 20;
 
@@ -79,10 +77,10 @@ void WriteGenericName(CHAR16* name, UINT8 memoryType, UINT8 formFactor) {
 /// One run over the memory devices.
 class DimmBuilder {
  public:
-  EFI_STATUS Run();
+  [[nodiscard]] EFI_STATUS Run();
 
  private:
-  EFI_STATUS BuildRecord(UINT16 index);
+  [[nodiscard]] EFI_STATUS BuildRecord(UINT16 index);
   [[nodiscard]] EFI_STATUS Abandon(RecordOwner& record, LogFormat message);
   [[nodiscard]] EFI_STATUS Publish(RecordOwner& record);
   Outcome FillTexts(smTVQ* record, const Structure& device);
@@ -135,8 +133,8 @@ Outcome DimmBuilder::FillLocator(smTVQ* record, const Structure& device) {
     return Outcome::NoMemory("Memory allocation failed for DIMM Socket\n");
   }
   const auto* start = reinterpret_cast<const UINT8*>(locator);
-  if (ZvAsciiStrStr(locator, kLocatorPrefix) != nullptr) {
-    start += kLocatorPrefixLength;
+  if (ZvAsciiStrStr(locator, devices::kLocatorPrefix) != nullptr) {
+    start += devices::kLocatorPrefixLength;
   }
   for (UINTN i = 0; i < kLocatorLength; i++) {
     text[i] = WidenByte(static_cast<CHAR8>(SmbiosByteAt(start + i)));

@@ -6,8 +6,6 @@
 
 #include "record.h"
 
-#include "../text.h"
-
 namespace tvq {
 
 EFI_DEVICE_PATH_PROTOCOL* gTvqDevicePath;
@@ -42,22 +40,6 @@ smTVQ* RecordOwner::Leave() {
   smTVQ* record = mRecord;
   mRecord = nullptr;
   return record;
-}
-
-TextCopy CopyText(const CHAR8* ascii) {
-  if (ascii == nullptr) {
-    return {nullptr, false};
-  }
-  CHAR16* text = NewWide(ascii).Release();
-  return {text, text == nullptr};
-}
-
-TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii) {
-  const TextCopy copy = CopyText(ascii);
-  if (copy.Text != nullptr) {
-    log(format, copy.Text);
-  }
-  return copy;
 }
 
 Outcome AttachDevicePath(smTVQ* record, Span<const UINT8> instance) {

@@ -18,14 +18,6 @@ namespace tvq {
 /// The device path that was built last; each record keeps its own pointer.
 extern EFI_DEVICE_PATH_PROTOCOL* gTvqDevicePath;
 
-/// Frees a block of the driver's pool; null is nothing.
-template <typename Block>
-void FreeBlock(Block* block) {
-  if (block != nullptr) {
-    ZvFreePool(block);
-  }
-}
-
 /// Owns a record under construction, with everything that hangs on it, until it is published.
 class RecordOwner {
  public:

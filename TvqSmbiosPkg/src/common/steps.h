@@ -1,5 +1,6 @@
 /** @file
-  The steps of a builder, and the one way to go on only when a step succeeded.
+  The steps of a builder and the one way to go on only when a step succeeded; texts that are copied,
+  and blocks that are given back.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -8,6 +9,7 @@
 #define TVQ_STEPS_H_
 
 #include <TvqCpp.h>
+#include <Library/ZorvLib.h>
 
 #include "../log.h"
 
@@ -41,6 +43,14 @@ TextCopy CopyText(const CHAR8* ascii);
 
 /// The same; a text that was copied is logged.
 TextCopy CopyLogged(const Logger& log, LogFormat format, const CHAR8* ascii);
+
+/// Frees a block of the driver's pool; null is nothing.
+template <typename Block>
+void FreeBlock(Block* block) {
+  if (block != nullptr) {
+    ZvFreePool(block);
+  }
+}
 
 }  // namespace tvq
 

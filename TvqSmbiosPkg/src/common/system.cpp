@@ -51,6 +51,7 @@ Outcome FillIdentity(smTVQ* record, const Structure& structure, const CHAR8* pro
 
   TVQ_TRY_COPY(system.Manufacturer, CopyLogged(kLog, "Manufacturer in smTVQ struct: %s\n",
                                                structure.GetString(SMBIOS_FIELD(1, Manufacturer))));
+  // Deliberate: byte by byte. Of a structure that ends inside the UUID the first bytes count.
   for (UINTN i = 0; i < sizeof(system.UUID); i++) {
     system.UUID[i] = structure.Byte(SMBIOS_FIELD(1, Uuid).Offset + i);
     kLog("UUID in smTVQ struct: %d\n", system.UUID[i]);
@@ -74,10 +75,10 @@ Outcome FillRecord(smTVQ* record, const Structure& structure, const CHAR8* produ
   return AttachDevicePath(record, instance);
 }
 
-EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
+[[nodiscard]] EFI_STATUS BuildRecord(const Structure& structure, UINT16 index) {
   const CHAR8* productName = structure.GetString(SMBIOS_FIELD(1, ProductName));
   if (productName == nullptr) {
-    return EFI_SUCCESS;
+    return EFI_SUCCESS;  // Deliberate: there is nothing to describe.
   }
   kLog("Product Name String exists\n");
 

@@ -6,8 +6,6 @@
 
 #include "system_entries.h"
 
-#include "record.h"
-
 namespace tvq {
 
 namespace {

@@ -82,8 +82,8 @@ void printData(const TVQ_DATA* Array, const smTVQ* Record) {
   if (PrintHeader(inventory, label)) {
     PrintInventory(static_cast<const TVQ_INVENTORY_BLOB*>(inventory.Buffer));
   }
-  PrintHeader(Array[TVQ_SLOT_CONFIGURATION], label);
-  PrintHeader(Array[TVQ_SLOT_END], label);
+  (void)PrintHeader(Array[TVQ_SLOT_CONFIGURATION], label);
+  (void)PrintHeader(Array[TVQ_SLOT_END], label);
 }
 
 }  // namespace tvq

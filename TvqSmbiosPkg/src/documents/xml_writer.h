@@ -8,6 +8,7 @@
 #define TVQ_XML_WRITER_H_
 
 #include <TvqCpp.h>
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 namespace tvq {
@@ -28,7 +29,7 @@ class XmlWriter {
   static constexpr UINTN kInitialSize = 8192;
 
   /// Texts of CHAR16 go through a buffer of this size, so they are cut to one character less.
-  static constexpr UINTN kTextSize = 128;
+  static constexpr UINTN kTextSize = devices::kTextLength + 1;
 
   /// Tells whether there was memory for the initial buffer.
   [[nodiscard]] bool Allocate();

@@ -171,6 +171,11 @@ EFI_STATUS SmbiosGetStructuresByType(UINT8 Type, UINT8*** Records, UINT16** Size
   return EFI_SUCCESS;
 }
 
+UINT8 SmbiosByteAt(const UINT8* position) {
+  const Span<UINT8> table = SmbiosTable();
+  return position >= table.begin() && position < table.end() ? *position : 0;
+}
+
 CHAR8* SmbiosTextAt(UINT8* position) {
   const Span<UINT8> table = SmbiosTable();
   if (position < table.begin()) {

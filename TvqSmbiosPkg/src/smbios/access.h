@@ -3,8 +3,8 @@
   strings.
 
   Nothing is read outside the table, whatever its bytes say: the end of the table ends a string and
-  a structure, and fewer than four bytes before the end are no structure. The table is looked up
-  through the entry point on every call, because firmware that outgrows its table moves it.
+  a structure, and fewer than four bytes before the end are no structure. The table is deliberately
+  looked up through the entry point on every call: firmware that outgrows its table moves it.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
@@ -40,7 +40,8 @@ UINT16 SmbiosStructureCount();
 UINTN SmbiosCountStructures();
 
 /**
-  Finds the 32-bit entry point in the EFI configuration table. The 64-bit one is never consulted.
+  Finds the 32-bit entry point in the EFI configuration table. Deliberate: the 64-bit one is never
+  consulted.
 
   @retval EFI_SUCCESS     The table is known.
   @retval EFI_NOT_FOUND   There is no 32-bit entry point.
@@ -48,7 +49,8 @@ UINTN SmbiosCountStructures();
 [[nodiscard]] EFI_STATUS LocateSmbiosTable();
 
 /**
-  Fetches a structure by handle; the first structure with the handle wins.
+  Fetches a structure by handle. Deliberate: the first structure with the handle wins, so that a
+  walk cycles where one repeats.
 
   @param[in, out]  Handle   In: the handle, or kSmbiosNoHandle for the first structure. Out: the
                             handle of the structure that follows, or kSmbiosNoHandle.
@@ -97,6 +99,9 @@ CHAR8* SmbiosGetString(UINT8** Cursor, UINT16 Index);
 
 UINT8 SmbiosMajorVersion();
 UINT8 SmbiosMinorVersion();
+
+/// The byte at `position`, 0 outside the table.
+UINT8 SmbiosByteAt(const UINT8* position);
 
 /// The text at `position`, or null when its terminator is not inside the table.
 CHAR8* SmbiosTextAt(UINT8* position);

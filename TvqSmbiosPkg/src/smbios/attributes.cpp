@@ -145,8 +145,7 @@ class SlotQuery {
 };
 
 /// The first of the structures that has the string, moving each slot whose structure has not.
-template <typename List>
-CHAR8* FirstText(const List& list, smbios::Field<UINT8> field) {
+CHAR8* FirstText(const StructureList& list, smbios::Field<UINT8> field) {
   CHAR8* text = nullptr;
   for (INT32 i = 0; i < list.Count() && text == nullptr; i++) {
     text = list[static_cast<UINTN>(i)].GetString(field);

@@ -34,12 +34,13 @@ extern UINT16 gFqddMapCount;
 extern UINT8 gFqddMapValid;
 
 /**
-  Builds the map.
+  Builds the map. Deliberate: what an earlier build allocated is not given back, and is lost once
+  this one has blocks of its own.
 
   @retval EFI_SUCCESS             The map is valid; it may be empty.
-  @retval EFI_NOT_FOUND           There is no structure of type 225, one has another format, or a
-                                  group lies beyond its formatted part. One such structure spoils
-                                  the whole map.
+  @retval EFI_NOT_FOUND           There is no structure of type 225, or no memory to collect them;
+                                  one has another format, or a group lies beyond its formatted part.
+                                  Deliberate: one such structure spoils the whole map.
   @retval EFI_OUT_OF_RESOURCES    The map could not be allocated.
 **/
 [[nodiscard]] EFI_STATUS BuildFqddMap();

@@ -13,7 +13,7 @@ UINTN Structure::Length() const {
 }
 
 UINT8 Structure::StatedLength() const {
-  return SmbiosByteAt(Address() + 1);
+  return SmbiosByteAt(Address() + smbios::kLengthOffset);
 }
 
 UINT8 Structure::Type() const {
@@ -56,11 +56,6 @@ UINT64 Structure::Number(UINTN offset, UINTN width, UINT64 missing) const {
 
 UINT64 Structure::PeekNumber(UINTN offset, UINTN width) const {
   return Now().PeekNumber(offset, width);
-}
-
-UINT8 SmbiosByteAt(const UINT8* position) {
-  const Span<UINT8> table = SmbiosTable();
-  return position >= table.begin() && position < table.end() ? *position : 0;
 }
 
 EFI_STATUS StructureList::Collect(UINT8 type) {

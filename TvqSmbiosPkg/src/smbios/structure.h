@@ -81,9 +81,6 @@ class Structure {
   UINT8** mSlot;
 };
 
-/// The byte at `position`, 0 outside the table.
-UINT8 SmbiosByteAt(const UINT8* position);
-
 /// Owns the two arrays of SmbiosGetStructuresByType.
 class StructureList {
  public:

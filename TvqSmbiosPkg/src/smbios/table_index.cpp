@@ -16,9 +16,12 @@ namespace {
 /// A header and the two NULs behind it: no well-formed structure is smaller.
 constexpr UINTN kSmallestStructure = smbios::kHeaderSize + 2;
 
-/// Handle in a structure's header.
+/// Type and handle in a structure's header.
+UINT8 TypeOf(const UINT8* structure) {
+  return structure[smbios::kTypeOffset];
+}
 UINT16 HandleOf(const UINT8* structure) {
-  return smbios::Read16(structure + 2);
+  return smbios::Read16(structure + smbios::kHandleOffset);
 }
 
 TableIndex* gIndex;
@@ -50,7 +53,7 @@ TableIndex* TableIndex::Current() {
 
 UINT16 TableIndex::FindHandle(UINT16 handle, UINT8 type) const {
   UINT16 entry = FindHandle(handle);
-  while (entry != kNone && Address(entry)[0] != type) {
+  while (entry != kNone && TypeOf(Address(entry)) != type) {
     entry = SkipOthers(mEntries[entry].NextInBucket, handle);
   }
   return entry;
@@ -89,7 +92,7 @@ void TableIndex::LinkStructures() {
   SetMem(mFirstOfType, sizeof(mFirstOfType), 0xFF);
   SetMem(mBuckets, mBucketCount * sizeof(mBuckets[0]), 0xFF);
   for (UINT16 i = mCount; i-- != 0;) {
-    UINT16& ofType = mFirstOfType[Address(i)[0]];
+    UINT16& ofType = mFirstOfType[TypeOf(Address(i))];
     mEntries[i].NextOfType = ofType;
     ofType = i;
     UINT16& inBucket = Bucket(HandleOf(Address(i)));

@@ -38,7 +38,7 @@ bool TypeWalk::Next() {
 
 bool TypeWalk::NextByPosition() {
   while (mByPosition.Next()) {
-    if (mByPosition.Address()[0] == mType) {
+    if (mByPosition.Address()[smbios::kTypeOffset] == mType) {
       mAddress = mByPosition.Address();
       mSize = mByPosition.Size();
       return true;

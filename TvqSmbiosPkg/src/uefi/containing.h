@@ -18,18 +18,16 @@ struct Place {
 };
 
 /// The object whose interface stands `offset` bytes behind its start; null when that address is
-/// null. With assertions enabled a wrong signature raises one and, as the containing-record check
-/// of EDK II does, the caller goes on with the interface itself as the object.
+/// null. With assertions enabled a wrong signature raises one and, deliberately as the
+/// containing-record check of EDK II does it, the caller goes on with the interface itself as the
+/// object.
 template <typename Object, typename Interface>
-Object* Containing(Interface* interface, UINTN offset, [[maybe_unused]] UINT64 signature,
-                   [[maybe_unused]] const Place& place) {
+Object* Containing(Interface* interface, UINTN offset, UINT64 signature, const Place& place) {
   auto* object = reinterpret_cast<Object*>(reinterpret_cast<UINTN>(interface) - offset);
-#ifndef MDEPKG_NDEBUG
-  if (object != nullptr && DebugAssertEnabled() && object->Signature != signature) {
-    DebugAssert(place.Source, place.Line, "CR has Bad Signature");
+  if (object != nullptr && AssertionsEnabled() && object->Signature != signature) {
+    RaiseAssertion(place.Source, place.Line, "CR has Bad Signature");
     return reinterpret_cast<Object*>(interface);
   }
-#endif
   return object;
 }
 

@@ -120,7 +120,7 @@ EFI_STATUS EFIAPI SMBIOSInit(VOID*) {
     return status;
   }
   BindDebugLog();
-  LocateProtocolOrNull(&gTvqPrerequisiteProtocolGuid, &status);
+  (void)LocateProtocolOrNull(&gTvqPrerequisiteProtocolGuid, &status);
   if (EFI_ERROR(status)) {
     return status;
   }

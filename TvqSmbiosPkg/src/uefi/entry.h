@@ -45,6 +45,7 @@ VOID EFIAPI DebugLogNotify(EFI_EVENT Event, VOID* Context);
 
   @retval EFI_SUCCESS     Done.
   @retval EFI_NOT_FOUND   There is no record; nothing was done.
+  @retval Others          What else LocateHandleBuffer returned; nothing was done.
 **/
 [[nodiscard]] EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle);
 

@@ -12,7 +12,6 @@
 #include <Protocol/TvqManagement.h>
 
 #include "../common/cpu_dimm.h"
-#include "../documents/xml_writer.h"
 #include "../log.h"
 
 namespace tvq {
@@ -137,7 +136,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
   kLog("Old Marketing Name : %s\n", stored->MarketingName);
   kLog("Old CoreCount : %d\n", stored->CoreCount);
   if (stored->CoreCount != cpu.CoreCount ||
-      !IsSameText<XmlWriter::kTextSize - 1>(stored->MarketingName, cpu.Generic.MarketingName)) {
+      !IsSameText<devices::kTextLength>(stored->MarketingName, cpu.Generic.MarketingName)) {
     kLog("Part Replacement detected for CPU Device\n");
     *result |= TVQ_RESULT_PART_REPLACED;
   }

@@ -9,6 +9,7 @@
 
 #include "zvep.h"
 
+#include <Library/TvqDeviceLib.h>
 #include <Library/ZorvLib.h>
 
 #include "../log.h"
@@ -19,8 +20,7 @@ namespace tvq {
 
 namespace {
 
-/// Characters of a module's locator that its device path holds.
-constexpr UINTN kLocatorLength = 3;
+using devices::kLocatorLength;
 
 /// A module's three locator characters, terminated; zeros when it has no locator.
 struct Locator {

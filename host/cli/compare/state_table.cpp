@@ -5,6 +5,7 @@
  */
 #include "host/cli/compare/state_table.h"
 
+#include <Library/TvqDeviceLib.h>
 #include <fmt/format.h>
 
 #include <stdexcept>
@@ -22,9 +23,6 @@ constexpr std::string_view kProcessor = "cpuData";
 constexpr std::string_view kModule = "dimmData";
 constexpr unsigned kFirstHandle = 0x1000;
 constexpr std::size_t kNamesPerStructure = 60;
-
-// What the driver skips of a locator, whatever follows.
-constexpr char kLocatorPrefix[] = "DIMM_";
 
 bool IsKind(const Device& device, std::string_view section) {
   const Element* const configuration = device.document->Find("Configuration");
@@ -47,7 +45,8 @@ std::string SourceOf(const Device& device, unsigned handle) {
   }
   if (IsKind(device, kModule)) {
     const std::string locator =
-        kLocatorPrefix + std::string(document.TextOf("Inventory/Identifier/DIMMLocation"));
+        // The driver skips it, whatever follows.
+        devices::kLocatorPrefix + std::string(document.TextOf("Inventory/Identifier/DIMMLocation"));
     return fmt::format("[memory-device 0x{:04X}]\nsize = 1\n", handle) + Line("locator", locator) +
            Line("serial", document.TextOf("Inventory/WWN")) +
            Line("part-number", document.TextOf("Configuration/dimmData/PartNumber"));

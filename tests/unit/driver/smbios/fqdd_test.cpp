@@ -298,6 +298,19 @@ TEST_F(FqddMapTest, KeepsWhatAnEarlierBuildCollectedWhenTheNextCollectsNothing) 
   EXPECT_FALSE(mHarness.Memory().Find(records));
 }
 
+// Nobody has the addresses of the earlier blocks any more.
+TEST_F(FqddMapTest, LosesTheBlocksOfAnEarlierBuildToTheNext) {
+  ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
+  UINT8** const records = gType225Records;
+  FQDD_MAP_ENTRY* const map = gFqddMap;
+  ASSERT_EQ(BuildFqddMap(), EFI_SUCCESS);
+  EXPECT_NE(gType225Records, records);
+  EXPECT_NE(gFqddMap, map);
+  EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
+  EXPECT_TRUE(mHarness.Memory().Find(records));
+  EXPECT_TRUE(mHarness.Memory().Find(map));
+}
+
 TEST_F(FqddMapTest, LeavesCountsAndFlagWhenItIsReleased) {
   ASSERT_EQ(BuildFrom(MinimalServer()), EFI_SUCCESS);
   EXPECT_EQ(ReleaseSmbiosState(), EFI_SUCCESS);
