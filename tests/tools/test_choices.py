@@ -1,4 +1,4 @@
-"""docs/choices.md names tests that exist, and every source that says that something in it is deliberate.
+"""docs/choices.md names tests that exist, and exactly the sources that say that something in them is deliberate.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -40,6 +40,10 @@ def product_sources():
         yield from (path for path in (ROOT / package).rglob("*") if path.suffix in SUFFIXES)
 
 
+def sources_with_something_deliberate():
+    yield from (path for path in product_sources() if "eliberate" in path.read_text(encoding="utf-8"))
+
+
 class Choices(unittest.TestCase):
     def test_every_row_has_its_five_cells(self):
         self.assertGreater(len(list(rows())), 50)
@@ -67,10 +71,16 @@ class Choices(unittest.TestCase):
         named = {pathlib.Path(name).stem for _, where, *_ in rows() for name in quoted(where)}
         # What is wrong on purpose there shows that tests notice it.
         faults = ROOT / "TvqPlatformPkg" / "src" / "faults"
-        for path in product_sources():
-            if "eliberate" in path.read_text(encoding="utf-8") and not path.is_relative_to(faults):
+        for path in sources_with_something_deliberate():
+            if not path.is_relative_to(faults):
                 with self.subTest(source=path.name):
                     self.assertIn(path.stem, named)
+
+    def test_every_source_named_has_something_deliberate(self):
+        known = {path.stem for path in sources_with_something_deliberate()}
+        for choice, where, *_ in rows():
+            with self.subTest(choice=choice):
+                self.assertIn(pathlib.Path(quoted(where)[0]).stem, known)
 
     def test_links_lead_somewhere(self):
         for link in re.findall(r"\]\(([^)#]+)", PAGE):

@@ -67,7 +67,7 @@ bool HasSerial(const SavedDevice& saved, const CHAR8* serial) {
   return Compare<CHAR8>(own, serial) == 0;
 }
 
-/// The only saved device with the serial number; null when there are several.
+/// The only saved device with the serial number; deliberately null when there are several.
 const SavedDevice* FindBySerial(const SavedState& saved, const CHAR8* serial) {
   const SavedDevice* found = nullptr;
   for (UINTN i = 0; i < saved.Size(); i++) {

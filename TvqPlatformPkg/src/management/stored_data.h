@@ -30,7 +30,8 @@ namespace tvqplatform {
 [[nodiscard]] EFI_STATUS FindBlob(tvq::Span<const UINT8> data, UINT32 type, UINTN index,
                                   const UINT8** blob);
 
-/// Remembers where stored data lies and how long it is. The data stays its owner's.
+/// Remembers where stored data lies and how long it is: deliberately, what was not announced is not
+/// looked into. The data stays its owner's.
 class StoredDataRegistry {
  public:
   /// Announcing a buffer again replaces its length. False: there is no memory.

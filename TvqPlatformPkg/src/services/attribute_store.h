@@ -28,7 +28,7 @@ class AttributeStore {
   /// Stores a value under a registered namespace; an older value of the name is replaced.
   [[nodiscard]] EFI_STATUS Store(const CHAR16* nameSpace, const CHAR16* name, UINT64 value);
 
-  /// Asks the getter, or answers the stored value where there is none.
+  /// Asks the getter, or answers the stored value where there is none: deliberately in this order.
   [[nodiscard]] EFI_STATUS Ask(CHAR16* nameSpace, CHAR16* name, UINT64* value) const;
 
   /// Asks the setter.

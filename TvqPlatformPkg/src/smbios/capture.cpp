@@ -70,6 +70,7 @@ void TakeTable(const EntryPoint& entry, Bytes available, Capture& capture) {
   }
   capture.Table.Structures = table;
   const UINT16 counted = CountStructures(table);
+  // Deliberate: a count that is wrong stays so, because slot queries go by it.
   capture.Table.StructureCount =
       entry.Kind == EntryPointKind::k32Bit ? entry.StructureCount : counted;
   Inspect(capture, capture.Table.StructureCount);

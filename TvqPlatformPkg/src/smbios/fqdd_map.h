@@ -11,7 +11,8 @@
 
 namespace tvqplatform {
 
-/// What the structures of type 225 of a table are good for.
+/// What the structures of type 225 of a table are good for. Deliberate: the usable ones stay as they
+/// are, whatever they call a device.
 class FqddMap {
  public:
   FqddMap() = default;

@@ -113,7 +113,8 @@ class Reader {
     }
   }
 
-  /// No document of the driver has one, and without one there is no entity to expand.
+  /// Deliberately refused: no document of the driver has one, and without one there is no entity to
+  /// expand.
   static void OnDocumentType(void* self, const XML_Char*, const XML_Char*, const XML_Char*, int) {
     static_cast<Reader*>(self)->Stop(EFI_UNSUPPORTED);
   }

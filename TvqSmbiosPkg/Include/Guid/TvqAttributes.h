@@ -9,8 +9,11 @@
 
 ///
 /// "zorv.server". The value is the address of a new CHAR16 text, which the caller frees with
-/// FreePool. EFI_INVALID_PARAMETER: no such name, or no such text in the table. EFI_NOT_FOUND: the
-/// table has not exactly one system structure, or the driver was unloaded.
+/// FreePool. EFI_INVALID_PARAMETER: no such name, or no such text in the table; the system's name is
+/// also withheld where a text of the OEM strings (SMBIOS 7.12) that is looked at begins with '9'.
+/// EFI_NOT_FOUND: the table has not exactly one system structure, its structures could not be
+/// collected for lack of memory, or the driver was unloaded. EFI_OUT_OF_RESOURCES: no memory for a
+/// text.
 ///
 #define TVQ_NAMESPACE_SERVER             L"zorv.server"
 #define TVQ_ATTRIBUTE_SERVICE_TAG        L"SMBIOSServiceTagString"
@@ -18,7 +21,8 @@
 
 ///
 /// "zorv.smbios.pci". The value is the address of the caller's SMBIOS_SLOT_QUERY, completed in
-/// place. EFI_NOT_FOUND: no such name, or nothing matched.
+/// place. EFI_NOT_FOUND: no such name, or nothing matched. EFI_INVALID_PARAMETER: there is no query.
+/// EFI_BAD_BUFFER_SIZE: the driver was unloaded.
 ///
 #define TVQ_NAMESPACE_PCI                L"zorv.smbios.pci"
 #define TVQ_ATTRIBUTE_PCI_SLOT_INFO      L"SMBIOSPCISlotInfo"
@@ -26,7 +30,8 @@
 
 ///
 /// "zorv.smbios.bios". The value is the address of a new SMBIOS_BIOS_INFO, which the caller frees
-/// with FreePool.
+/// with FreePool. EFI_NOT_FOUND: no such name, or the driver was unloaded. EFI_INVALID_PARAMETER:
+/// there is no place for the value. EFI_OUT_OF_RESOURCES: memory ran out.
 ///
 #define TVQ_NAMESPACE_BIOS               L"zorv.smbios.bios"
 #define TVQ_ATTRIBUTE_BIOS_INFO          L"SMBIOSBIOSInfo"
@@ -38,7 +43,7 @@
 ///
 typedef struct {
   UINT64    Bus;                ///< In: PCI bus number.
-  UINT64    Device;             ///< In: PCI device number; the low 8 bits count.
+  UINT64    Device;             ///< In: PCI device number; the low 6 bits count.
   UINT64    Function;           ///< In: PCI function number; the low 2 bits count.
   UINT16    SlotId;             ///< Out: slot ID, the string number of an onboard device's
                                 ///< reference designation, or SMBIOS_SLOT_ID_NONE.

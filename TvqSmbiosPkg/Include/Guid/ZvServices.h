@@ -72,7 +72,8 @@ EFI_STATUS
   Registers the callbacks of an attribute namespace.
 
   @param[out]  Token       Receives a token of pointer size; the driver does not use it.
-  @param[in]   Namespace   The namespace; the text stays the caller's and lives for the boot.
+  @param[in]   Namespace   The namespace; the text stays the caller's. It stands in the driver's
+                           image, as the callbacks do, and goes with it.
   @param[in]   Getter      Answers the attributes of the namespace.
   @param[in]   Setter      Changes the attributes of the namespace.
 

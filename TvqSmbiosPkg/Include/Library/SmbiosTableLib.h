@@ -320,8 +320,8 @@ class BareStructure {
   /// All strings. A structure without strings has two NULs in their place, and none of them is one.
   StringRange Strings() const { return StringRange(HasStrings() ? StringBytes() : Bytes()); }
   SizeType StringCount() const;
-  /// The string with this number, from 1. Number 1 of a structure without strings is an empty one;
-  /// 0 and numbers behind the last string are none.
+  /// The string with this number, from 1. Deliberate: number 1 of a structure without strings is an
+  /// empty one. 0 and numbers behind the last string are none.
   Text String(SizeType number) const {
     SizeType size = 0;
     return number == 0 ? Text() : StringOrSize(number, size);
@@ -490,8 +490,9 @@ EntryPointKind FindAnchor(Bytes bytes);
 /// one where it states less, or more than there are bytes.
 EntryPoint ReadEntryPoint(Bytes bytes);
 
-/// Writes an entry point, its own length and its checksums as they have to be. Returns how many
-/// bytes it has: 0 where there is no room for it, or `entry` is none.
+/// Writes an entry point; its own length, its revision and its checksums as they have to be, whatever
+/// `entry` says: the revision of the structures is made of Major and Minor. Returns how many bytes it
+/// has: 0 where there is no room for it, or `entry` is none.
 [[nodiscard]] SizeType WriteEntryPoint(const EntryPoint& entry, Span<U8> bytes);
 
 }  // namespace tvq::smbios

@@ -35,13 +35,14 @@ extern "C" {
 #endif
 
 ///
-/// Set by ZorvLibInitialize; lives for the boot. After an initialisation that failed before its
-/// last step it keeps its value although the block is freed.
+/// Set by ZorvLibInitialize; lives for the boot. NULL when it could not be allocated. After an
+/// initialisation that failed later, but before its last step, it keeps its value although the block
+/// is freed.
 ///
 extern ZV_LIBRARY  *gZV;
 
 ///
-/// NULL while the platform has no debug log.
+/// NULL until the platform has a debug log. It keeps its value when the protocol is taken off.
 ///
 extern DEBUG_LOG_PROTOCOL  *gDebugLog;
 

@@ -1,7 +1,8 @@
 /** @file
   Debug-log protocol: takes the driver's log lines.
 
-  Produced by the platform. The driver logs only while the protocol is there; no line is kept back.
+  Produced by the platform. The driver logs from when it found the protocol; no line is kept back. It
+  does not notice when the protocol is taken off, so the interface stays valid for the boot.
 
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/

@@ -161,7 +161,8 @@ EFI_STATUS
   @retval EFI_SUCCESS             Result tells.
   @retval EFI_INVALID_PARAMETER   This, Request, OldData or Result is NULL; the TVQ management
                                   protocol is missing; the stored data is empty or has no
-                                  configuration blob; or the stored document is no document.
+                                  configuration blob; or the stored document is no document, or is
+                                  one of a module without the part number at its place.
   @retval EFI_UNSUPPORTED         The agent's mode is not "<Mode>Normal", a Response with a buffer
                                   was handed over, or the stored document is laid out otherwise.
   @retval EFI_NOT_FOUND           The XML parser protocol is missing.

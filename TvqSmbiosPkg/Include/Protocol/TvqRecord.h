@@ -154,7 +154,7 @@ typedef struct {
   CACHE_INFO     *CacheInfo[TVQ_CACHE_LEVELS];
   CHAR16         *PPIN;
   UINT32         HBMMaxCapacity;   ///< Kilobytes.
-  UINT8          HBMPresence;      ///< 1: the HBM members below hold.
+  UINT8          HBMPresence;      ///< 1: HBMMaxCapacity and the HBM members below hold.
   UINT8          HBMOnlyMode;
   UINT8          HBMLocation;
   UINT8          HBMErrorCorrectionType;
@@ -238,7 +238,8 @@ typedef struct {
   UINT64                      Signature;    ///< TVQ_RECORD_SIGNATURE.
   TVQ_DEVICE                  device;
   EFI_DEVICE_PATH_PROTOCOL    *DevicePath;  ///< The record's own TVQ_DEVICE_PATH.
-  CHAR8                       *ConfigXml;   ///< The configuration document, after the first Get.
+  CHAR8                       *ConfigXml;   ///< The configuration document, after the first Get that
+                                            ///< had memory to keep it; else NULL.
   VOID                        *Reserved1;   ///< NULL.
   TVQ_INVENTORY_PROTOCOL      Protocol;
   VOID                        *Reserved2;   ///< NULL.

@@ -31,7 +31,8 @@
   @retval EFI_SUCCESS           The start ran to its end. A builder that failed does not show here;
                                 what it reported stands in the debug log.
   @retval EFI_NOT_FOUND         The configuration table has no 32-bit SMBIOS entry point, or the
-                                table has no usable OEM structure of type 225.
+                                table has no usable OEM structure of type 225, or there is no memory
+                                to collect these.
   @retval EFI_OUT_OF_RESOURCES  The FQDD map could not be allocated.
   @retval Others                An attribute namespace could not be registered, the prerequisite
                                 protocol is missing, or the loaded-image protocol of the driver

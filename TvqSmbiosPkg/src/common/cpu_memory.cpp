@@ -58,7 +58,7 @@ struct HbmPattern {
   CHAR8 Text[128];
 };
 
-/// The first memory device whose locator contains the pattern, or null.
+/// The first memory device whose locator contains the pattern, deliberately of any type; or null.
 UINT8** FindStack(UINT8** devices, UINT16 count, const CHAR8* pattern) {
   for (UINT16 i = 0; i < count; i++) {
     const CHAR8* locator = Structure(&devices[i]).GetString(SMBIOS_FIELD(17, DeviceLocator));
@@ -69,6 +69,7 @@ UINT8** FindStack(UINT8** devices, UINT16 count, const CHAR8* pattern) {
   return nullptr;
 }
 
+/// Deliberate: unlike those of a module, the late sizes are read where the structure has them.
 void FillStack(HBM_INFO* info, const Structure& device, UINT8 hbmIndex) {
   info->Size = device.Get(SMBIOS_FIELD(17, Size));
   info->MemoryType = device.Get(SMBIOS_FIELD(17, MemoryType));

@@ -217,6 +217,7 @@ void FillNumbers(smTVQ* record, const Structure& device) {
     if (length > kAttributes.Offset) {
       dimm.Attributes = device.Get(kAttributes);
     }
+    // Deliberate: the first byte decides that the field is there; cut short, it reads as 0.
     if (length > kExtendedSize.Offset) {
       kLog("Adding Extended Size here\n");
       dimm.ExtendedSize = device.Get(kExtendedSize);
@@ -269,6 +270,7 @@ void DimmBuilder::FillExtension(smTVQ* record) {
   kLog("FWVerLen = %d \n", ZvAsciiStrLen(version));
   dimm.ComponentID = node->ComponentID;
   dimm.ProductID = node->ProductID;
+  // Deliberate: without memory for it the module goes without.
   dimm.FirmwareVersion = CopyText(version).Text;
 }
 
@@ -281,7 +283,8 @@ EFI_STATUS DimmBuilder::Abandon(RecordOwner& record, LogFormat message) {
 }
 
 EFI_STATUS DimmBuilder::Publish(RecordOwner& record) {
-  // From here on a failure leaves the record and its texts in the pool.
+  // Deliberate: from here on a failure leaves the record and its texts in the pool, also without
+  // memory for the device path.
   smTVQ* built = record.Leave();
   UINT8 instance[kLocatorLength * sizeof(CHAR16)] = {};
   if (built->device.dimm.DeviceLocator != nullptr) {

@@ -40,8 +40,8 @@ struct Entries {
   VOID** Slots;
 };
 
-/// Collects the structures of a kind and builds an entry for each. The record counts in 8 bits, so
-/// structures past the 255th get no entry.
+/// Collects the structures of a kind and builds an entry for each. Deliberate: structures past the
+/// 255th get no entry, because the record counts in 8 bits.
 Entries BuildEntries(const EntryKind& kind);
 
 /// Builds one entry; null when there was no memory for it or for its texts.

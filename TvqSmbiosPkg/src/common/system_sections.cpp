@@ -153,6 +153,7 @@ constexpr EntryKind kBios = KindOf<BIOS_INFO>(
 constexpr EntryKind kBaseBoard = KindOf<BASE_BOARD_INFO>(
     SMBIOS_TYPE_BASEBOARD_INFORMATION, "Did not find any Base Board SMBIOS structures\n",
     "Found %d Base Board structures\n");
+/// Deliberate: slots alone are all given up when there is no memory for one of them.
 constexpr EntryKind kPciSlot =
     KindOf<PCI_SLOT_INFO>(SMBIOS_TYPE_SYSTEM_SLOTS, "Did not find any PCI Slot SMBIOS structures\n",
                           "Found %d PCI Slot structures\n", OnMissingEntry::kFreeAll);
@@ -183,8 +184,8 @@ void FillPmaSection(TVQ_SYSTEM* system) {
   system->PMAInfo = ArrayOf<PMA_INFO>(entries);
 }
 
-/// Unlike the system structure, a firmware structure that is missing or not the only one costs
-/// just this section.
+/// Deliberate: unlike the system structure, a firmware structure that is missing or not the only one
+/// costs just this section.
 void FillBiosSection(TVQ_SYSTEM* system) {
   StructureList structures;
   const bool single = !EFI_ERROR(structures.Collect(kBios.Type)) && structures.Count() == 1;

@@ -44,8 +44,9 @@ class XmlWriter {
 
   /// An element with a text; empty for null.
   void Element(Literal name, const CHAR16* text);
+  /// The same with a text of any length, which must be there.
   void Element(Literal name, const CHAR8* text);
-  /// The same with at most `limit` characters of the text.
+  /// An element with at most `limit` characters of the text; empty for null.
   void Limited(Literal name, const CHAR16* text, UINTN limit);
   void Empty(Literal name);
 

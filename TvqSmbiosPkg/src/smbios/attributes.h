@@ -27,11 +27,13 @@ namespace tvq {
 **/
 [[nodiscard]] EFI_STATUS EFIAPI ServerAttributeGet(CHAR16* Namespace, CHAR16* Name, UINT64* Value);
 
-/// "SMBIOSServiceTagString": the system's serial number. Statuses as above.
+/// "SMBIOSServiceTagString": the system's serial number. Statuses as above, but for another name,
+/// which is EFI_NOT_FOUND.
 [[nodiscard]] EFI_STATUS GetServiceTagString(CHAR16* Name, CHAR16** String);
 
 /// "SMBIOSSystemNameString": the system's product name, unless the OEM strings have a text that
-/// begins with '9' where it is looked for: then, deliberately, no text. Statuses as above.
+/// begins with '9' where it is looked for: then, deliberately, no text. Statuses as those of
+/// GetServiceTagString.
 [[nodiscard]] EFI_STATUS GetSystemNameString(CHAR16* Name, CHAR16** String);
 
 /**

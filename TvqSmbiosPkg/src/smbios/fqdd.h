@@ -17,7 +17,7 @@ struct FQDD_MAP_ENTRY {
   UINT8 StringNumber;
   UINT16 Handle;
   UINT8 Opaque;          ///< Fourth byte of the group, carried along.
-  UINT8 StructureIndex;  ///< Position of the structure in gType225Records.
+  UINT8 StructureIndex;  ///< Position of the structure in gType225Records, deliberately in 8 bits.
 };
 
 #pragma pack()

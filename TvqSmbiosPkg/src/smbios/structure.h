@@ -15,8 +15,8 @@ namespace tvq {
 
 /// A structure, read through its slot in a StructureList.
 ///
-/// A field that lies past the formatted length reads as 0, a handle there as FFFFh, and a string
-/// number there names no string.
+/// A field that does not lie wholly in the formatted part reads as 0, a handle as FFFFh, and a
+/// string number there names no string.
 ///
 /// Deliberate: a string number past the structure's last string moves the slot to the structure
 /// that follows, and whatever is read afterwards comes from that one.

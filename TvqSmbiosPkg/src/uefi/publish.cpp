@@ -35,6 +35,8 @@ void FillOperations(smTVQ* record) {
   record->Valid = 1;
 }
 
+// Deliberate: an entry for which there is no memory is left out, and a record that cannot be
+// installed stays in the pool.
 EFI_STATUS PublishRecord(smTVQ* record) {
   EFI_HANDLE handle = nullptr;
   const EFI_STATUS status = gBS->InstallMultipleProtocolInterfaces(

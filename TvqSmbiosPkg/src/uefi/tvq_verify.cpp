@@ -71,8 +71,8 @@ const CHAR8* FetchDocument(TVQ_MANAGEMENT_PROTOCOL* management, const TVQ_DATA& 
   return text;
 }
 
-/// Tells whether a stored text is the current one, or as much of it as a document keeps. A text
-/// that was not stored is never the same; one that is not known is empty.
+/// Tells whether a stored text is the current one, or as much of it as a document keeps. Deliberate:
+/// a text that was not stored is never the same. One that is not known is empty.
 template <UINTN kStoredLength>
 bool IsSameText(const CHAR16* stored, const CHAR16* current) {
   if (stored == nullptr) {
@@ -94,7 +94,7 @@ bool IsSameText(const CHAR16* stored, const CHAR16* current) {
   return ZvStrCmp(stored, kept) == 0;
 }
 
-/// Tells whether the current part number is the stored one or extends it.
+/// Tells whether the current part number is the stored one or, deliberately, extends it.
 bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
   return stored != nullptr &&
          ZvAsciiStrnCmp(current == nullptr ? "" : current, stored, ZvAsciiStrLen(stored)) == 0;
@@ -119,7 +119,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
     *result |= TVQ_RESULT_PART_REPLACED;
   }
   FreeDimmCache(stored);
-  return EFI_SUCCESS;
+  return EFI_SUCCESS;  // Deliberate: without the line that ends the other two.
 }
 
 [[nodiscard]] EFI_STATUS VerifyCpu(const TVQ_CPU& cpu, const CHAR8* document, UINT32* result) {
@@ -152,7 +152,7 @@ bool IsSamePart(const CHAR8* stored, const CHAR8* current) {
       return VerifyDimm(device.dimm, document, result);
     case TVQ_DEVICE_TYPE_CPU:
       return VerifyCpu(device.cpu, document, result);
-    default:
+    default:  // Deliberate: the system is never replaced.
       kLog("Exiting\n");
       return EFI_SUCCESS;
   }
@@ -191,7 +191,8 @@ EFI_STATUS EFIAPI SMTVQVerify(TVQ_INVENTORY_PROTOCOL* This, TVQ_REQUEST* Request
   if (management == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  // A response that has a buffer already asks for a comparison of configurations.
+  // Deliberate: such a response asks for something that the driver does not do. It is refused only
+  // here, where a missing management protocol has its own status.
   if (Response != nullptr && Response->Length != 0 && Response->Buffer != nullptr) {
     return Refuse(Response);
   }

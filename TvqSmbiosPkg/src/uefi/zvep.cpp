@@ -86,7 +86,8 @@ bool IsInstance(const Kind& kind, const TVQ_DEVICE& device, const UINT8* bytes) 
   return CompareMem(bytes, locator.Text, kind.InstanceSize) == 0;
 }
 
-/// The prefix, and the socket or the locator behind it.
+/// The prefix, and the socket or the locator behind it. Deliberate: names are made with decimal
+/// numbers, FQDDs with hexadecimal ones.
 void WriteName(const Kind& kind, const TVQ_DEVICE& device, WideText text, const char* prefix,
                UINT8 base) {
   text.Append(prefix);
@@ -156,7 +157,7 @@ bool IsDeviceOf(const Kind& kind, const TVQ_DEVICE& device, const EFI_DEVICE_PAT
   return EFI_SUCCESS;
 }
 
-/// The member of the family that answers for a kind.
+/// The member of the family that answers for a kind, deliberately in any language.
 template <const Kind& kKind>
 EFI_STATUS EFIAPI GetDeviceName(ZVEP_PROTOCOL* This, EFI_DEVICE_PATH_PROTOCOL* DevicePath,
                                 CHAR8* Language, CHAR16** Name, CHAR16** Fqdd) {

@@ -131,7 +131,8 @@ std::string WhyNoNames(const run::Table& table) {
     case devices::FqddMap::kMissing:
       return smbios::CountOfType(ViewOf(table.structures), kFqddMap) == 0
                  ? ": there is no structure of type 225, which names the devices"
-                 : ": the structure of type 225, which names the devices, is behind one with handle "
+                 : ": the structure of type 225, which names the devices, is behind one with "
+                   "handle "
                    "0xFFFF, which ends the table for the driver";
     case devices::FqddMap::kOtherFormat:
       return ": a structure of type 225, which names the devices, has another format than 1";

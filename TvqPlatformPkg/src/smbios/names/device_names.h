@@ -21,7 +21,7 @@ inline constexpr UINTN kFqddSize = 16;
 /// Why a device does not have the name that its texts alone would give it.
 enum class NameConflict : UINT8 {
   kNone,
-  kSameName,   ///< Other texts give the same.
+  kSameName,   ///< Other texts give the same. Deliberate: neither of the two has it.
   kSameTexts,  ///< A slot before it has the same texts.
 };
 

@@ -25,8 +25,8 @@ struct SlotName {
   const CHAR8* Rule = nullptr;           ///< What the rule is called.
 };
 
-/// The name that a rule gives to the slot. The bank is asked only where the locator holds a bare
-/// number or none.
+/// The name that a rule gives to the slot. Deliberate: the bank is asked only where the locator holds
+/// a bare number or none.
 SlotName NameByRule(const SlotTexts& texts);
 
 /// What "rule" says of names that are computed, because no rule gives one, or several the same.
