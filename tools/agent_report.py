@@ -3,6 +3,7 @@
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import itertools
 import re
 import typing
 
@@ -30,6 +31,13 @@ def last_line(report):
 
 def succeeded(report):
     return last_line(report) == SUCCESS
+
+
+def fqdds(report):
+    """The FQDDs of the records in the report's order."""
+    lines = report.splitlines()
+    first = next((number for number, line in enumerate(lines) if re.fullmatch(r"Records: \d+", line)), len(lines))
+    return [line.split()[0] for line in itertools.takewhile(str.strip, lines[first + 2 :])]
 
 
 def state_section(report):

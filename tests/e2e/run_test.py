@@ -68,7 +68,7 @@ def compare(expected, saved):
 
 def export(tvq, table, as_is):
     """What the driver makes of the table in a process; conformed like the agent does it, unless `as_is`."""
-    command = [tvq, "export", "--from-dump", str(table)] + ([] if as_is else ["--conform"])
+    command = [tvq, "export", "--from-dump", str(table)] + (["--as-is"] if as_is else [])
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     if result.returncode != 0:
         sys.exit(f"{' '.join(command)} ended with {result.returncode}:\n{result.stderr}")
@@ -100,6 +100,13 @@ def record_problems(expected, saved, count):
     yield from compare(expected, saved)
 
 
+def name_problems(report, exported):
+    """Yields a line when the agent on firmware and tvq give the devices other names."""
+    here, there = (sorted(names) for names in (agent_report.fqdds(report), (record["fqdd"] for record in exported["records"])))
+    if here != there:
+        yield f"the agent names {here}, tvq {there}"
+
+
 def parse_arguments(arguments):
     parser = virtual_machine.argument_parser(__doc__.splitlines()[0])
     parser.add_argument("--tvq", required=True, help="the program tvq")
@@ -115,11 +122,13 @@ def main(arguments):
     options = parse_arguments(arguments)
     machine = virtual_machine.VirtualMachine(options)
     table = virtual_machine.dump_of(options, options.table)
-    expected = expected_files(export(options.tvq, table, options.as_is))
+    exported = export(options.tvq, table, options.as_is)
+    expected = expected_files(exported)
     report = machine.boot(table, *(["as-is"] if options.as_is else []))
     print(report)
     problems = [
         *report_problems(report, options.failure),
+        *name_problems(report, exported),
         *record_problems(expected, saved_files(machine.out), options.records),
         *log_problems((machine.out / "log.txt").read_text(encoding="latin-1"), options.log),
     ]

@@ -10,7 +10,9 @@ import agent_report
 from agent_report import Finding
 
 COMPARED = """Records: 2
-  CPU 1      CPU.Socket.1       same
+  FQDD           Label  Class
+  CPU.Socket.1   CPU1   same
+  DIMM.Socket.0  DIMM 0 same
 
 Since the saved state:
   CPU.Socket.1                    CPU1              same
@@ -25,6 +27,14 @@ State: left as it was saved; the option accept saves this boot's
 TvqAgent: success
 """
 FIRST = "Start: Success\n\nState: saved; later boots are compared with it\n\nTvqAgent: success\n"
+
+
+class Records(unittest.TestCase):
+    def test_their_fqdds_are_the_first_words_of_the_rows(self):
+        self.assertEqual(agent_report.fqdds(COMPARED), ["CPU.Socket.1", "DIMM.Socket.0"])
+
+    def test_there_may_be_none(self):
+        self.assertEqual(agent_report.fqdds("Records: none\n\nTvqAgent: failed: no record\n"), [])
 
 
 class Ending(unittest.TestCase):

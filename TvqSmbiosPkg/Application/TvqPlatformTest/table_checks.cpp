@@ -8,6 +8,7 @@ extern "C" {
 #include <Guid/SmBios.h>
 }
 
+#include <IndustryStandard/SmbiosTvq.h>
 #include <Library/SmbiosTableLib.h>
 #include <Library/TvqDeviceLib.h>
 
@@ -64,11 +65,48 @@ bool NamesDevices() {
   return HasTable() && tvq::devices::FindFqddMap(Table()) == tvq::devices::FqddMap::kUsable;
 }
 
+bool IsDevice(UINT16 handle) {
+  for (const smbios::Structure& structure : smbios::Walk(Table())) {
+    if (structure.Handle() == handle &&
+        tvq::devices::KindOf(structure) != tvq::devices::Kind::kNone) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool AreGroupsOfDevices(const smbios::Structure& map) {
+  constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
+  for (UINTN group = tvq::devices::kFqddGroups; map.Has(group, kGroupSize); group += kGroupSize) {
+    if (map.String(map.Byte(group + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, StringNumber))).Length() ==
+            0 ||
+        !IsDevice(map.Word(group + OFFSET_OF(SMBIOS_TVQ_FQDD_GROUP, Handle)))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Another maker's structure of the same type and format passes for a map of the driver's, and no
+/// device has an FQDD of it.
+bool NamesOnlyDevices() {
+  if (!HasTable()) {
+    return false;
+  }
+  for (const smbios::Structure& structure : smbios::Walk(Table())) {
+    if (structure.Type() == SMBIOS_TYPE_TVQ_FQDD_MAP && !AreGroupsOfDevices(structure)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 constexpr Check kTableChecks[] = {
     {"the 32-bit entry point has its anchor and checksum", kNoFunction, HasAnchor},
     {"the entry point states where the table is", kNoFunction, HasTable},
     {"the table has as many structures as the entry point states", kNoFunction, CountIsRight},
     {"a structure of type 225, format 1, names the devices", kNoFunction, NamesDevices},
+    {"each group of type 225 has a string and a device", kNoFunction, NamesOnlyDevices},
 };
 
 }  // namespace
