@@ -157,7 +157,7 @@ SlotName NameOf(const SlotPlace& place) {
 
 /// What stands behind "DIMM_" at the start of the text, or the text.
 Text WithoutPrefix(Text text) {
-  constexpr UINTN kLength = sizeof(devices::kLocatorPrefix);
+  constexpr UINTN kLength = devices::kLocatorPrefixLength;
   if (text.Length() < kLength || CompareMem(text.Data(), devices::kLocatorPrefix, kLength) != 0) {
     return text;
   }

@@ -143,7 +143,8 @@ TEST_F(CliShow, SaysThatTheNamesAreCutOff) {
 }
 
 TEST_F(CliShow, SaysThatTheNamesAreBehindTheEndOfTheTable) {
-  EXPECT_THAT(Show(Table::Of(TableOf({}), test::Structure{1, 0xFFFF}, FqddMap{}), {"-w"}).out,
+  const Table table = Table::Of(TableOf({}), test::Structure{1, 0xFFFF}, FqddMap{});
+  EXPECT_THAT(Show(table, {"-w", "--as-is"}).out,
               HasSubstr("the structure of type 225, which names the devices, is behind one with "
                         "handle 0xFFFF, which ends the table for the driver:\n"));
 }
