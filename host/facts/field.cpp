@@ -35,7 +35,7 @@ Value FactField::Read(const Source& source) const {
     case Kind::kText:
       return TextValue(structure.String(number).value_or(""));
     case Kind::kWord:
-      return words->Of(static_cast<std::uint8_t>(number));
+      return number == 0 ? Value() : words->Of(static_cast<std::uint8_t>(number));
     default:
       return number == 0 || number == AllOnes(width) ? Value() : number;
   }

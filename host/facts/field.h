@@ -24,7 +24,7 @@ struct FactField {
   enum class Kind {
     kText,    // the string whose number stands there
     kNumber,  // 0 and all ones stand for "not known"
-    kWord,
+    kWord,    // no list has one for 0
     kComputed,
   };
 

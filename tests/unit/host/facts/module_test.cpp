@@ -76,6 +76,12 @@ TEST(Module, DoesNotKnowWhatItsStructureIsTooShortFor) {
   EXPECT_EQ(CutModule({}, 0x21).Find("configuredSpeedInMTs"), kUnknown) << "half of the word";
 }
 
+TEST(Module, HasNoWordForZeroAndTheNumberItselfForOneThatTheStandardLacks) {
+  const Part module = Module({.formFactor = 0, .memoryType = 0xEE});
+  EXPECT_EQ(module.Find("formFactor"), kUnknown);
+  EXPECT_EQ(module.Find("type"), Text("0xEE"));
+}
+
 TEST(Module, HasNoNumberWhereAWordSaysUnknown) {
   const Part module =
       Module({.totalWidth = 0xFFFF, .dataWidth = 0, .speed = 0, .attributes = 0xF0});
