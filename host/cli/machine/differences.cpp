@@ -85,7 +85,10 @@ void CompareSize(const Part& part, const Element& document, std::vector<Differen
     return;
   }
   const std::optional<std::uint64_t> bytes = ModuleSizeInBytes(*dimm);
-  const Value size = bytes ? Value(*bytes) : Value();
+  Value size;
+  if (bytes) {
+    size = *bytes;
+  }
   if (size != part.Find("sizeInBytes")) {
     differences.push_back(
         {"sizeInBytes", "Size", std::string(dimm->TextOf("Size")), part.Find("sizeInBytes")});
