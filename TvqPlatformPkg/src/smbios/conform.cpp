@@ -122,7 +122,8 @@ class Renamer {
 
   [[nodiscard]] ConformResult ReplaceFqdds(const Structure& map) {
     for (const NamedDevice& device : mDevices) {
-      if (device.Group < map.Offset() || device.Group >= map.End() || device.IsFqddKept) {
+      if (device.Group == 0 || device.Group < map.Offset() || device.Group >= map.End() ||
+          device.IsFqddKept) {
         continue;
       }
       TableChange change = ChangeOf(map, ChangedField::kFqdd);

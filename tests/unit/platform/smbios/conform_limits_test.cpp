@@ -144,11 +144,45 @@ TEST_F(ConformLimits, TakesBytesOfAnyKind) {
     Bytes noise(random() % 600);
     for (uint8_t& byte : noise) {
       // Many zeros and many of the types that count, so that structures come about.
-      const uint8_t likely[] = {0, 0, 0, 4, 17, 127, 1, 0x20};
+      const uint8_t likely[] = {0, 0, 0, 4, 17, 127, 1, 0x20, 225, 9, 13};
       byte =
           random() % 2 == 0 ? likely[random() % std::size(likely)] : static_cast<uint8_t>(random());
     }
     ExpectStable(noise, "round " + std::to_string(round));
+  }
+}
+
+// Structures of the types that count, with few handles and texts, so that all of it clashes.
+TEST_F(ConformLimits, TakesDevicesAndNamesOfDevicesInAnyOrder) {
+  const char* const kTexts[] = {"CPU1", "DIMM_A1",  "DIMM.Socket.A1",    "cpu.socket.1",    "A1",
+                                "x y",  "DIMM_-3F", "SixteenCharacters", "DIMM.Socket.-3F", "1"};
+  std::mt19937 random(3);
+  const auto text = [&] { return Text(kTexts[random() % std::size(kTexts)]); };
+  const auto handle = [&] { return static_cast<uint16_t>(random() % 6); };
+  for (int round = 0; round < 400; ++round) {
+    Table table;
+    for (size_t i = random() % 9; i != 0; --i) {
+      switch (random() % 4) {
+        case 0:
+          table.Add(Processor{.handle = handle(), .designation = text()});
+          break;
+        case 1:
+          table.Add(MemoryDevice{.handle = handle(),
+                                 .size = static_cast<uint16_t>(random() % 2),
+                                 .locator = text(),
+                                 .bankLocator = text()});
+          break;
+        case 2:
+          table.Add(MemoryDevice{.handle = handle()}.Build().CutTo(0x10));
+          break;
+        default:
+          table.Add(FqddMap{.handle = handle(),
+                            .format = static_cast<uint8_t>(random() % 5 == 0 ? 2 : 1),
+                            .groups = {{text(), handle()}, {text(), handle()}}});
+          break;
+      }
+    }
+    ExpectStable(table.Bytes(), "round " + std::to_string(round));
   }
 }
 
