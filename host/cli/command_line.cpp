@@ -8,7 +8,9 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <ostream>
 #include <string>
+#include <string_view>
 
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/command.h"
@@ -24,6 +26,7 @@ constexpr void (*kCommands[])(Commands&) = {
 #undef TVQ_COMMAND
 };
 
+constexpr char kVersion[] = "tvq " TVQ_VERSION;
 constexpr char kSummary[] = "The inventory that TVQSMBIOS makes of an SMBIOS table.";
 constexpr char kFooter[] =
     "`tvq COMMAND --help` tells more, with examples.\n"
@@ -107,9 +110,14 @@ int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const Console
 }  // namespace
 
 int RunCommandLine(int argc, const char* const* argv, Console& console) {
+  // Of all that is asked this takes least: putting the commands together would be most of it.
+  if (argc == 2 && std::string_view(argv[1]) == "--version") {
+    console.out << kVersion << '\n';
+    return kExitNothingFound;
+  }
   CLI::App app(kSummary, "tvq");
   app.formatter(std::make_shared<HelpFormatter>());
-  app.set_version_flag("--version", "tvq " TVQ_VERSION, "Print the version and exit");
+  app.set_version_flag("--version", kVersion, "Print the version and exit");
   app.require_subcommand(1);
   app.footer(kFooter);
   Commands commands(app);

@@ -37,8 +37,25 @@ if((TVQ_SANITIZE OR TVQ_MUTATION) AND NOT TVQ_FUZZER)
   add_compile_options(-g1)
   add_link_options(-fuse-ld=lld)
 endif()
-# tvq_unoptimised_when_tested(): for the targets of this folder.
-macro(tvq_unoptimised_when_tested)
+# What Debian asks of programs, for code that runs on Linux. Code of images is firmware's, which has no C library to check for
+# it.
+add_library(tvq_hardened INTERFACE)
+set(TVQ_SHIPPED ON)
+if(TVQ_SANITIZE OR TVQ_MUTATION OR TVQ_COVERAGE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(TVQ_SHIPPED OFF)
+endif()
+if(TVQ_SHIPPED)
+  target_compile_options(tvq_hardened INTERFACE -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE
+                                                -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS -Wformat -Werror=format-security)
+  target_link_options(tvq_hardened INTERFACE -Wl,-z,relro,-z,now)
+  # Nothing that is not called is in a program.
+  target_compile_options(tvq_hardened INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(tvq_hardened INTERFACE -Wl,--gc-sections)
+endif()
+
+# tvq_host_code(): for the targets of this folder, which are programs of Linux.
+macro(tvq_host_code)
+  link_libraries(tvq_hardened)
   if(TVQ_TESTED)
     add_compile_options(-O0)
   endif()

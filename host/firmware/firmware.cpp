@@ -17,7 +17,7 @@ Firmware::Firmware() : mState(std::make_unique<FirmwareState>()) {}
 Firmware::~Firmware() = default;
 
 EFI_SYSTEM_TABLE* Firmware::SystemTable() {
-  return mState->calls.TableOf(Owner::Host());
+  return mState->Services().TableOf(Owner::Host());
 }
 
 EFI_BOOT_SERVICES* Firmware::BootServices() {
@@ -45,7 +45,7 @@ EFI_STATUS Firmware::UnloadImage(EFI_HANDLE handle) {
 }
 
 EFI_SYSTEM_TABLE* Firmware::SystemTableOf(const Image& image) {
-  return mState->calls.TableOf(image);
+  return mState->Services().TableOf(image);
 }
 
 EFI_HANDLE Firmware::HandleOf(const Image& image) {
@@ -54,26 +54,6 @@ EFI_HANDLE Firmware::HandleOf(const Image& image) {
 
 void Firmware::SetPcd(const Image& image, std::string_view name, uint64_t value) {
   mState->images.SetPcd(image, name, value);
-}
-
-Pool& Firmware::Memory() {
-  return mState->pool;
-}
-
-uint64_t Firmware::Calls(const Owner& owner, Service service) const {
-  return mState->calls.Calls(owner, service);
-}
-
-void Firmware::FailCall(const Owner& owner, Service service, uint64_t n, EFI_STATUS status) {
-  mState->calls.Fail(owner, service, n, status, false);
-}
-
-void Firmware::FailCallsFrom(const Owner& owner, Service service, uint64_t n, EFI_STATUS status) {
-  mState->calls.Fail(owner, service, n, status, true);
-}
-
-void Firmware::StopFailingCalls() {
-  mState->calls.StopFailing();
 }
 
 void Firmware::EnableAssertions(const Owner& owner, bool enabled) {

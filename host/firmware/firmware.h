@@ -121,8 +121,7 @@ struct Block {
 class Pool {
  public:
   class Store;
-  explicit Pool(FirmwareState& state);
-  ~Pool();
+  explicit Pool(Store& store) : mStore(store) {}
 
   // Live blocks, oldest first.
   std::vector<Block> LiveBlocks() const;
@@ -156,8 +155,7 @@ class Pool {
   uint64_t FailedAllocations() const;
 
  private:
-  friend class FirmwareState;
-  std::unique_ptr<Store> mStore;
+  Store& mStore;
 };
 
 // The services of both tables, by their names in the UEFI specification: Service::OpenProtocol,
@@ -245,11 +243,11 @@ class Firmware {
   // name.
   void SetPcd(const Image& image, std::string_view name, uint64_t value);
 
-  // --- Memory ---
+  // --- Memory, where the program links the library with bookkeeping ---
 
   Pool& Memory();
 
-  // --- Service calls ---
+  // --- Service calls, likewise ---
 
   // Calls of a service by one owner so far, those that were made to fail included.
   uint64_t Calls(const Owner& owner, Service service) const;

@@ -7,7 +7,6 @@
 
 #include "host/firmware/host_interface.h"
 #include "host/firmware/image_registry.h"
-#include "host/firmware/pool_store.h"
 
 namespace tvq::host {
 namespace {
@@ -20,21 +19,21 @@ char16_t gVendor[] = u"Firmware on Linux";
 
 EFI_STATUS EFIAPI AllocatePool(EFI_MEMORY_TYPE type, UINTN size, VOID** buffer) {
   FirmwareState& state = FirmwareState::Current();
-  return state.Memory().Allocate(state.calls.Caller(), type, size, buffer);
+  return state.GetMemory().Allocate(state.Services().Caller(), type, size, buffer);
 }
 
 EFI_STATUS EFIAPI FreePool(VOID* buffer) {
-  return FirmwareState::Current().Memory().Free(buffer);
+  return FirmwareState::Current().GetMemory().Free(buffer);
 }
 
 EFI_STATUS EFIAPI AllocatePages(EFI_ALLOCATE_TYPE how, EFI_MEMORY_TYPE type, UINTN pages,
                                 EFI_PHYSICAL_ADDRESS* memory) {
   FirmwareState& state = FirmwareState::Current();
-  return state.Memory().AllocatePages(state.calls.Caller(), how, type, pages, memory);
+  return state.GetMemory().AllocatePages(state.Services().Caller(), how, type, pages, memory);
 }
 
 EFI_STATUS EFIAPI FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages) {
-  return FirmwareState::Current().Memory().FreePages(memory, pages);
+  return FirmwareState::Current().GetMemory().FreePages(memory, pages);
 }
 
 EFI_STATUS EFIAPI StartImage(EFI_HANDLE image, UINTN* exitDataSize, CHAR16** exitData) {
@@ -103,7 +102,7 @@ VOID EFIAPI ResetSystem(EFI_RESET_TYPE, EFI_STATUS, UINTN, VOID*) {
 
 void HandOver(const void* buffer) {
   FirmwareState& state = FirmwareState::Current();
-  state.Memory().GiveTo(state.calls.Caller(), buffer);
+  state.GetMemory().GiveTo(state.Services().Caller(), buffer);
 }
 
 EFI_STATUS EFIAPI LocateHandleBuffer(EFI_LOCATE_SEARCH_TYPE type, EFI_GUID* protocol, VOID* key,
@@ -153,7 +152,8 @@ FirmwareState* FirmwareState::CurrentOrNull() {
   return gState;
 }
 
-FirmwareState::FirmwareState() : pool(*this), images(*this) {
+FirmwareState::FirmwareState()
+    : images(*this), mMemory(MakeMemory(*this)), mServices(MakeServiceTables()) {
   if (gState != nullptr) {
     Die("a second Firmware was made while one exists; there is only one DXE core");
   }
@@ -166,7 +166,7 @@ FirmwareState::~FirmwareState() {
   if (gTvqHostCore.CurrentTpl() != TPL_APPLICATION) {
     reports.AddMisuse("the task priority level was left raised");
   }
-  Memory().CheckForOverruns();
+  GetMemory().CheckForOverruns();
   reports.ReportUntaken();
   // Nobody finds pointers to this machine in an image.
   RestoreImages();
@@ -212,7 +212,7 @@ void FirmwareState::MakeTables() {
   bootServices.LocateHandleBuffer = LocateHandleBuffer;
   bootServices.ProtocolsPerHandle = ProtocolsPerHandle;
   bootServices.OpenProtocolInformation = OpenProtocolInformation;
-  calls.MakeTables(*this);
+  mServices->Make(*this);
 }
 
 }  // namespace tvq::host

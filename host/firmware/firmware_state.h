@@ -6,15 +6,14 @@
 #ifndef TVQ_HOST_FIRMWARE_FIRMWARE_STATE_H_
 #define TVQ_HOST_FIRMWARE_FIRMWARE_STATE_H_
 
-#include <array>
-#include <string>
-#include <vector>
+#include <memory>
 
 #include "host/firmware/console.h"
 #include "host/firmware/firmware.h"
 #include "host/firmware/image_loader.h"
+#include "host/firmware/memory.h"
 #include "host/firmware/reports.h"
-#include "host/firmware/service_calls.h"
+#include "host/firmware/service_tables.h"
 #include "host/firmware/variable_store.h"
 
 namespace tvq::host {
@@ -30,10 +29,10 @@ class FirmwareState {
   static FirmwareState& Current();
   static FirmwareState* CurrentOrNull();
 
-  Pool::Store& Memory() { return *pool.mStore; }
+  Memory& GetMemory() { return *mMemory; }
+  ServiceTables& Services() { return *mServices; }
 
   Reports reports;
-  Pool pool;
   VariableStore variables;
   Console console;
   // What stands behind every owner's tables: the core's services and this library's. A null entry
@@ -43,13 +42,15 @@ class FirmwareState {
   EFI_RUNTIME_SERVICES runtimeServices = {};
   // The core's services as the core implements them.
   EFI_BOOT_SERVICES coreServices = {};
-  ServiceCalls calls;
   ImageLoader images;
   UINT64 monotonicCount = 0;
 
  private:
   void RestoreImages();
   void MakeTables();
+
+  std::unique_ptr<Memory> mMemory;
+  std::unique_ptr<ServiceTables> mServices;
 };
 
 }  // namespace tvq::host

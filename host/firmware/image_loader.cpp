@@ -17,7 +17,6 @@ extern "C" {
 #include "host/firmware/host_interface.h"
 #include "host/firmware/image_registry.h"
 #include "host/firmware/firmware_state.h"
-#include "host/firmware/pool_store.h"
 
 namespace tvq::host {
 namespace {
@@ -112,7 +111,7 @@ void ImageLoader::GiveFreshData(const Image& image) {
 
 // Fills in the image's EFI_LOADED_IMAGE_PROTOCOL; false if the pool has no room for it.
 bool ImageLoader::Describe(LoadedImage& loaded) {
-  Pool::Store& memory = mState.Memory();
+  Memory& memory = mState.GetMemory();
   const TvqHostImage& record = loaded.image->Record();
   void* info = nullptr;
   void* path = nullptr;
@@ -128,7 +127,7 @@ bool ImageLoader::Describe(LoadedImage& loaded) {
   *loaded.info = {};
   loaded.info->Revision = EFI_LOADED_IMAGE_PROTOCOL_REVISION;
   loaded.info->ParentHandle = gTvqHostCore.ImageHandle();
-  loaded.info->SystemTable = mState.calls.TableOf(*loaded.image);
+  loaded.info->SystemTable = mState.Services().TableOf(*loaded.image);
   loaded.info->FilePath = loaded.path;
   // Code and data lie apart in this program; whoever looks at the bounds wants to know whose code
   // an address is.
@@ -140,8 +139,8 @@ bool ImageLoader::Describe(LoadedImage& loaded) {
 }
 
 void ImageLoader::FreeDescription(const LoadedImage& loaded) {
-  mState.Memory().Free(loaded.info);
-  mState.Memory().Free(loaded.path);
+  mState.GetMemory().Free(loaded.info);
+  mState.GetMemory().Free(loaded.path);
 }
 
 EFI_HANDLE ImageLoader::Load(const Image& image) {
@@ -230,7 +229,7 @@ void ImageLoader::CloseProtocolOpenedBy(EFI_HANDLE agent, EFI_HANDLE handle, EFI
       services.CloseProtocol(handle, protocol, agent, entries[index].ControllerHandle);
     }
   }
-  mState.Memory().Free(entries);
+  mState.GetMemory().Free(entries);
 }
 
 // What the DXE core does for an image that goes: it closes everything that the image has opened.
@@ -249,10 +248,10 @@ void ImageLoader::CloseProtocolsOpenedBy(EFI_HANDLE agent) {
       for (UINTN which = 0; which < protocolCount; ++which) {
         CloseProtocolOpenedBy(agent, handles[index], protocols[which]);
       }
-      mState.Memory().Free(protocols);
+      mState.GetMemory().Free(protocols);
     }
   }
-  mState.Memory().Free(handles);
+  mState.GetMemory().Free(handles);
 }
 
 void ImageLoader::Remove(EFI_HANDLE handle) {

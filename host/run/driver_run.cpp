@@ -19,6 +19,10 @@
 #include "images/driver.h"
 #include "images/platform.h"
 
+extern "C" {
+#include <Protocol/DebugLog.h>
+}
+
 #include "TvqPlatformPkg/src/agent/attributes.h"
 #include "TvqPlatformPkg/src/agent/comparison.h"
 #include "TvqPlatformPkg/src/agent/inventory.h"
@@ -77,15 +81,38 @@ void ReadSavedState(const Bytes& state, tvqplatform::SavedState& saved) {
 }  // namespace
 
 struct DriverRun::Impl {
-  Impl() {
+  explicit Impl(LogLines log) {
     // A slot query that firmware would never return from ends here.
     firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
     StartImage(host::images::platform);
+    if (log == LogLines::kDropped) {
+      RemoveDebugLog();
+    }
     StartImage(host::images::driver);
     firmware.SetPcd(host::images::driver, "PcdTvqBoundedWalks", 1);
     firmware.ConstructImage(firmware.LoadImage(host::images::agent));
   }
   ~Impl() { TakeComplaints(); }
+
+  // The driver logs nothing where the platform has no debug log.
+  void RemoveDebugLog() {
+    EFI_BOOT_SERVICES& services = *firmware.BootServices();
+    EFI_HANDLE* handles = nullptr;
+    UINTN count = 0;
+    void* protocol = nullptr;
+    EFI_STATUS status =
+        services.LocateHandleBuffer(ByProtocol, &gDebugLogProtocolGuid, nullptr, &count, &handles);
+    if (!EFI_ERROR(status)) {
+      status = services.HandleProtocol(handles[0], &gDebugLogProtocolGuid, &protocol);
+    }
+    if (!EFI_ERROR(status)) {
+      status = services.UninstallProtocolInterface(handles[0], &gDebugLogProtocolGuid, protocol);
+    }
+    services.FreePool(handles);
+    if (EFI_ERROR(status)) {
+      throw std::logic_error("the debug log cannot be taken away: " + InWords(status));
+    }
+  }
 
   void StartImage(const host::Image& image) {
     const EFI_STATUS status = firmware.StartImage(firmware.LoadImage(image));
@@ -182,7 +209,7 @@ struct DriverRun::Impl {
   std::vector<DeviceLabel> labels;  // of the table that the driver ran on
 };
 
-DriverRun::DriverRun() : mImpl(std::make_unique<Impl>()) {}
+DriverRun::DriverRun(LogLines log) : mImpl(std::make_unique<Impl>(log)) {}
 DriverRun::~DriverRun() = default;
 
 Table DriverRun::ReadCapturedFile(const Bytes& file) {

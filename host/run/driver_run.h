@@ -105,7 +105,7 @@ struct Results {
   std::vector<Record> records;
   std::vector<Attribute> attributes;
   std::vector<Variable> variables;
-  std::vector<LogLine> log;         // what was logged during the start
+  std::vector<LogLine> log;         // what was logged during the start, where lines are kept
   std::vector<DeviceLabel> labels;  // of all sockets and slots
   // Failed assertions, rules of the UEFI specification that were broken, and calls that would not
   // return on firmware.
@@ -161,10 +161,17 @@ struct SlotAnswer {
   unsigned dataBusWidth = 0;
 };
 
+// What becomes of the driver's log lines.
+enum class LogLines {
+  kDropped,
+  kKept,
+};
+
 // There is one at a time.
 class DriverRun {
  public:
-  DriverRun();
+  // Lines are formatted where somebody reads them: that is half of what a run takes.
+  explicit DriverRun(LogLines log = LogLines::kDropped);
   ~DriverRun();
   DriverRun(const DriverRun&) = delete;
   DriverRun& operator=(const DriverRun&) = delete;

@@ -10,16 +10,18 @@ import argparse
 import json
 import math
 import sys
+import tempfile
 from pathlib import Path
 
 import callgrind
 import image_size
 import report
 import tables
+import whole_process
 from measure import MeasureError, Workbench, instructions_of_dmidecode
 from report import Figure, Section
 
-_TROUBLE = (MeasureError, callgrind.ProfileError, tables.TableError, image_size.SizeError, OSError)
+_TROUBLE = (MeasureError, callgrind.ProfileError, tables.TableError, image_size.SizeError, whole_process.TimingError, OSError)
 _SIZES = (50, 100, 200, 400, 800, 1600, 2000)
 
 
@@ -151,6 +153,20 @@ def time_section(bench, subject):
     return Section("Wall time on this machine, with everything around the driver", figures)
 
 
+def process_section(tvq, file):
+    """The whole command beside others."""
+    progress("whole processes")
+    with tempfile.NamedTemporaryFile(suffix=".bin") as table:
+        table.write(file)
+        table.flush()
+        dmidecode = [whole_process.program("dmidecode"), "--from-dump", table.name]
+        show = whole_process.ratio([tvq, "show", table.name], dmidecode)
+    version = whole_process.ratio([tvq, "--version"], [whole_process.program("true")])
+    figures = [Figure("process-show", "tvq show, over dmidecode on the same table", show, "times", 2),
+               Figure("process-version", "tvq --version, over /bin/true", version, "times", 1.5)]
+    return Section(f"Whole process, static: processor time, medians of {whole_process.RUNS} runs in turn", figures)
+
+
 def measure(options):
     """All sections."""
     bench = Workbench(options.programs)
@@ -160,7 +176,7 @@ def measure(options):
     if not options.quick:
         sections[1:1] = [growth_section(bench)]
         sections += [pool_section(bench, subject), size_section(options.firmware), comparison_section(bench, subject),
-                     time_section(bench, subject)]
+                     time_section(bench, subject), process_section(options.tvq, subject.file)]
     return sections
 
 
@@ -180,6 +196,7 @@ def main(arguments=None):
     parser = argparse.ArgumentParser(description="Measures the driver.")
     parser.add_argument("--programs", type=Path, required=True, help="folder of the programs that are run")
     parser.add_argument("--firmware", type=Path, help="folder of the release build's images; not for --quick")
+    parser.add_argument("--tvq", help="the static command; not for --quick")
     parser.add_argument("--table", type=Path, help="the table that is measured; a generated one without it")
     parser.add_argument("--quick", action="store_true", help="only the instructions of the start, Get and Verify")
     parser.add_argument("--json", action="store_true", help="the figures for programs")

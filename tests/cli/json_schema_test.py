@@ -67,6 +67,8 @@ def commands(tvq, table, folder):
     yield [tvq, "show", table, "--json"]
     yield [tvq, "show", table, "--json", "--as-is"]
     yield [tvq, "export", table]
+    yield [tvq, "lint", "--json", table]
+    yield [tvq, "lint", "--json", "--hex", "--profile", "all", table]
     yield [tvq, "export", table, "--as-is"]
     for address in ("00:00.0", "00:01.0", "0000:16:00.0"):
         yield [tvq, "slot", address, "--json", *dump]

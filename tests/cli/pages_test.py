@@ -146,7 +146,7 @@ class Completion(Pages):
         self.assertIn(":DIR:_files -/", self.in_zsh("save", ""))
 
     def test_words(self):
-        self.assertEqual(self.in_bash("lint", "--profile", ""), ["driver", "table"])
+        self.assertEqual(self.in_bash("lint", "--profile", ""), ["all", "driver", "table"])
         self.assertEqual(self.in_bash("lint", "--disable", "locator-c"), ["locator-clash"])
         self.assertEqual(self.in_bash("completion", "z"), ["zsh"])
         self.assertEqual(self.in_fish("lint", "--disable", "locator-c"), ["locator-clash"])
@@ -156,7 +156,7 @@ class Completion(Pages):
     def test_a_value_behind_an_equals_sign(self):
         # Readline hands it over as a word of its own.
         self.assertEqual(self.in_bash("lint", "--profile", "=", "d"), ["driver"])
-        self.assertEqual(self.in_bash("lint", "--profile", "="), ["driver", "table"])
+        self.assertEqual(self.in_bash("lint", "--profile", "="), ["all", "driver", "table"])
 
     def test_a_value_that_nobody_can_guess(self):
         self.assertEqual(self.in_bash("show", "--redact-key", ""), [])

@@ -13,6 +13,7 @@ import unittest
 import scripts  # noqa: F401
 import driver_bench
 import image_size
+import whole_process
 from report import Figure, Section
 
 LISTING = """0000000000000010 0000000000000008 t Short\t/src/TvqSmbiosPkg/src/uefi/entry.cpp:10
@@ -71,6 +72,27 @@ class Growth(unittest.TestCase):
     def test_quadratic_growth_takes_four_times_whatever_the_step(self):
         factors = driver_bench.doubling([(100, 100 ** 2), (200, 200 ** 2), (250, 250 ** 2)])
         self.assertEqual([round(factor, 6) for factor in factors], [4, 4])
+
+
+class WholeProcesses(unittest.TestCase):
+    def test_the_ratio_is_that_of_the_medians_of_runs_in_turn(self):
+        runs = []
+
+        def clock(command):
+            runs.append(command)
+            return {"slow": 3.0, "fast": 1.0}[command] + (100 if len(runs) < 10 else 0)
+
+        self.assertEqual(whole_process.ratio("slow", "fast", clock), 3.0)
+        self.assertEqual(runs, ["slow", "fast"] * whole_process.RUNS)
+
+    def test_a_program_that_crashes_is_not_timed(self):
+        with self.assertRaisesRegex(whole_process.TimingError, "was ended by signal 6"):
+            whole_process.seconds(["sh", "-c", "kill -ABRT $$"])
+        self.assertGreater(whole_process.seconds(["false"]), 0)
+
+    def test_a_program_that_is_not_there_cannot_be_timed(self):
+        with self.assertRaisesRegex(whole_process.TimingError, "no-such-program is missing"):
+            whole_process.program("no-such-program")
 
 
 class Ending(unittest.TestCase):

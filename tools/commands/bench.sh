@@ -10,7 +10,8 @@
 #?   -v             shows the output of the tools while they build
 #?
 #? Instructions are counted by callgrind in an optimised build of the host without assertions. Measured is the driver's
-#? own code with the libraries in its image; what the DXE core, the pool and the platform take stands beside it.
+#? own code with the libraries in its image; what the DXE core, the pool and the platform take stands beside it. Whole
+#? processes of `tvq` are timed beside dmidecode and /bin/true, in turn.
 #?
 #? Exit status: 0 all targets are met, 1 one is missed, 2 something could not be measured.
 #
@@ -41,6 +42,9 @@ trap '(($? == 0)) || exit 2' EXIT
 EnsureSetup
 Bench
 images="$BUILD/firmware/Build/TvqSmbiosPkg/RELEASE_GCC5/X64"
-[[ " ${arguments[*]} " == *" --quick "* ]] || "$ROOT/dev" build firmware --target RELEASE
+if [[ " ${arguments[*]} " != *" --quick "* ]]; then
+  "$ROOT/dev" build firmware --target RELEASE
+  StaticHost
+fi
 exec python3 -B "$ROOT/tests/bench/driver_bench.py" --programs "$BUILD/bench/tests/bench" --firmware "$images" \
-  ${table:+--table "$table"} "${arguments[@]}"
+  --tvq "$BUILD/host/host/cli/tvq-static" ${table:+--table "$table"} "${arguments[@]}"

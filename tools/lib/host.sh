@@ -39,11 +39,14 @@ BuildHost() {
 # What users run: optimised, without sanitizers.
 Host() { BuildHost host all; }
 
+# The same as one file that runs on any Linux.
+StaticHost() { BuildHost host tvq_static; }
+
 # The sample tables and the program that builds them, which take no part of EDK II.
 Tables() { BuildHost host tvq_samples; }
 
-# Tests that run the driver tens of thousands of times: optimised, without sanitizers.
-LongTests() { BuildHost long tvq_long_tests; }
+# Optimised, without sanitizers: tests that run the driver tens of thousands of times, and the program as it is shipped.
+LongTests() { BuildHost long tvq_long_tests tvq tvq_static; }
 
 # What the tests run.
 HostTests() {

@@ -25,7 +25,7 @@ constexpr CommandText kText = {
     "conformed; 2 there is no table that can be used, or the command line is wrong."};
 
 ExitStatus Export(const TableOptions& options, Console& console) {
-  run::DriverRun driver;
+  run::DriverRun driver(run::LogLines::kKept);
   run::Table table = ReadTable(driver, options, console);
   const bool isConformed = !options.conform || ConformTable(driver, table, console);
   const run::Results results = RunDriver(driver, table, options, console);

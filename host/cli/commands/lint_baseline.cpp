@@ -65,7 +65,8 @@ std::string FingerprintOf(const lint::Rule& rule, const lint::Place& place) {
 LintBaseline::LintBaseline(const std::string& text, const std::string& name) {
   try {
     const Json document = Json::parse(text);
-    if (document.at("schema") == kLintSchema && document.at("version") == kLintSchemaVersion) {
+    if (document.at("schema") == kLintSchema &&
+        document.at("schemaVersion") == kLintSchemaVersion) {
       Collect(document.at("findings"), mKnown);
       return;
     }

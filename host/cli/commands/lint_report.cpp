@@ -198,7 +198,7 @@ void PrintJson(const LintReport& report, const Console& console) {
   for (const lint::Severity severity : lint::kSeverities) {
     summary[std::string(NameOf(severity))] = CountOf(report.findings, severity);
   }
-  Json document = {{"schema", kLintSchema},    {"version", kLintSchemaVersion},
+  Json document = {{"schema", kLintSchema},    {"schemaVersion", kLintSchemaVersion},
                    {"table", report.name},     {"profile", std::string(NameOf(report.profile))},
                    {"leftOut", Json::array()}, {"findings", ToJson(report, report.findings)},
                    {"summary", summary}};

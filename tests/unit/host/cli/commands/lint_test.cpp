@@ -188,7 +188,7 @@ TEST_F(LintCommand, PrintsJson) {
   EXPECT_EQ(outcome.status, 1);
   const auto json = outcome.Json();
   EXPECT_EQ(json["schema"], "tvq-lint");
-  EXPECT_EQ(json["version"], 2);
+  EXPECT_EQ(json["schemaVersion"], 2);
   EXPECT_EQ(json["table"], file);
   EXPECT_EQ(json["profile"], "driver");
   EXPECT_EQ(json["leftOut"].dump(), R"(["table"])");
@@ -316,8 +316,9 @@ TEST_F(LintCommand, WhatABaselineLacksShowsWhereItIsNew) {
 }
 
 TEST_F(LintCommand, RefusesABaselineThatIsNone) {
-  for (const std::string text : {"", "[]", "{\"schema\": 1, \"findings\": []}",
-                                 "{\"schema\": \"tvq-lint\", \"version\": 2, \"findings\": [1]}"}) {
+  for (const std::string text :
+       {"", "[]", "{\"schema\": 1, \"findings\": []}",
+        "{\"schema\": \"tvq-lint\", \"schemaVersion\": 2, \"findings\": [1]}"}) {
     WriteText("known.json", text);
     const Outcome outcome = RunTvq({"lint", "--baseline", Path("known.json"), Sound()});
     EXPECT_EQ(outcome.status, 2) << text;

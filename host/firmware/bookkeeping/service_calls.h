@@ -4,33 +4,29 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_HOST_FIRMWARE_SERVICE_CALLS_H_
-#define TVQ_HOST_FIRMWARE_SERVICE_CALLS_H_
+#ifndef TVQ_HOST_FIRMWARE_BOOKKEEPING_SERVICE_CALLS_H_
+#define TVQ_HOST_FIRMWARE_BOOKKEEPING_SERVICE_CALLS_H_
 
 #include <array>
 #include <optional>
 #include <vector>
 
-#include "host/firmware/firmware.h"
+#include "host/firmware/service_tables.h"
 
 namespace tvq::host {
 
-class ServiceCalls {
+class ServiceCalls : public ServiceTables {
  public:
-  // Makes the tables of all owners from the machine's.
-  void MakeTables(FirmwareState& state);
-  // Lets the configuration table of every owner's system table be the one in `table`.
-  void FollowConfigurationTable(const EFI_SYSTEM_TABLE& table);
+  void Make(FirmwareState& state) override;
+  void FollowConfigurationTable(const EFI_SYSTEM_TABLE& table) override;
+  EFI_SYSTEM_TABLE* TableOf(const Owner& owner) override { return &mTables[owner.Number()].system; }
+  Owner Caller() const override { return mCaller; }
 
-  EFI_SYSTEM_TABLE* TableOf(const Owner& owner) { return &mTables[owner.Number()].system; }
   uint64_t Calls(const Owner& owner, Service service) const {
     return mCalls[owner.Number()][static_cast<size_t>(service)];
   }
   void Fail(const Owner& owner, Service service, uint64_t n, EFI_STATUS status, bool following);
   void StopFailing() { mFaults.clear(); }
-
-  // Who called the service that is being carried out; the core when none is.
-  Owner Caller() const { return mCaller; }
 
   // One call, from its begin to its end.
   class Call {
@@ -50,11 +46,6 @@ class ServiceCalls {
   };
 
  private:
-  struct Tables {
-    EFI_SYSTEM_TABLE system = {};
-    EFI_BOOT_SERVICES boot = {};
-    EFI_RUNTIME_SERVICES runtime = {};
-  };
   struct Fault {
     Owner owner;
     Service service;
@@ -65,7 +56,7 @@ class ServiceCalls {
 
   std::optional<EFI_STATUS> FaultOf(const Owner& owner, Service service) const;
 
-  std::array<Tables, Owner::kMaxOwners> mTables = {};
+  std::array<OwnTables, Owner::kMaxOwners> mTables = {};
   std::array<std::array<uint64_t, static_cast<size_t>(Service::kCount)>, Owner::kMaxOwners> mCalls =
       {};
   std::vector<Fault> mFaults;
@@ -74,4 +65,4 @@ class ServiceCalls {
 
 }  // namespace tvq::host
 
-#endif  // TVQ_HOST_FIRMWARE_SERVICE_CALLS_H_
+#endif  // TVQ_HOST_FIRMWARE_BOOKKEEPING_SERVICE_CALLS_H_

@@ -3,8 +3,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_HOST_FIRMWARE_POOL_STORE_H_
-#define TVQ_HOST_FIRMWARE_POOL_STORE_H_
+#ifndef TVQ_HOST_FIRMWARE_BOOKKEEPING_POOL_STORE_H_
+#define TVQ_HOST_FIRMWARE_BOOKKEEPING_POOL_STORE_H_
 
 #include <array>
 #include <deque>
@@ -13,24 +13,25 @@
 #include <vector>
 
 #include "host/firmware/firmware.h"
+#include "host/firmware/memory.h"
 
 namespace tvq::host {
 
-class Pool::Store {
+class Pool::Store : public Memory {
  public:
-  explicit Store(FirmwareState& state) : mState(state) {}
-  // Gives everything back, blocks that are still live included.
-  ~Store();
-  Store(const Store&) = delete;
-  Store& operator=(const Store&) = delete;
+  explicit Store(FirmwareState& state) : mState(state), mView(*this) {}
+  ~Store() override;
 
-  EFI_STATUS Allocate(const Owner& owner, EFI_MEMORY_TYPE type, UINTN size, void** buffer);
-  EFI_STATUS Free(void* buffer);
+  EFI_STATUS Allocate(const Owner& owner, EFI_MEMORY_TYPE type, UINTN size, void** buffer) override;
+  EFI_STATUS Free(void* buffer) override;
   EFI_STATUS AllocatePages(const Owner& owner, EFI_ALLOCATE_TYPE how, EFI_MEMORY_TYPE type,
-                           UINTN pages, EFI_PHYSICAL_ADDRESS* memory);
-  EFI_STATUS FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages);
-  // A service of the core handed a block over.
-  void GiveTo(const Owner& owner, const void* buffer);
+                           UINTN pages, EFI_PHYSICAL_ADDRESS* memory) override;
+  EFI_STATUS FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages) override;
+  void GiveTo(const Owner& owner, const void* buffer) override;
+  void CheckForOverruns() override;
+
+  // The pool as users of the machine see it.
+  Pool& View() { return mView; }
 
   std::vector<Block> Live(std::optional<Owner> owner) const;
   size_t LiveCount(std::optional<Owner> owner) const;
@@ -43,9 +44,6 @@ class Pool::Store {
 
   void Fail(uint64_t n, std::optional<Owner> owner, bool following);
   void StopFailing() { mFaults.clear(); }
-
-  // Looks for writes past the end of live blocks and into freed ones, where no sanitizer does.
-  void CheckForOverruns();
 
  private:
   struct Fault {
@@ -67,6 +65,7 @@ class Pool::Store {
   void Release(const Block& block);
 
   FirmwareState& mState;
+  Pool mView;
   LiveBlocks mLive;
   std::array<size_t, Owner::kMaxOwners> mLiveCounts = {};
   // Every address that was ever freed; one that is live again is none of them.
@@ -85,4 +84,4 @@ class Pool::Store {
 
 }  // namespace tvq::host
 
-#endif  // TVQ_HOST_FIRMWARE_POOL_STORE_H_
+#endif  // TVQ_HOST_FIRMWARE_BOOKKEEPING_POOL_STORE_H_

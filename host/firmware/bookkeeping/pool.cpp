@@ -3,17 +3,15 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "host/firmware/host_interface.h"
+#include "host/firmware/bookkeeping/pool_store.h"
 #include "host/firmware/firmware_state.h"
-#include "host/firmware/pool_store.h"
+#include "host/firmware/host_interface.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -25,10 +23,6 @@
 
 namespace tvq::host {
 namespace {
-
-constexpr UINT8 kPoison = 0xAF;
-constexpr UINTN kMaxPoolSize = UINTN{1} << 30;
-constexpr UINT32 kFirstOemType = 0x70000000;  // MEMORY_TYPE_OEM_RESERVED_MIN of the DXE core
 
 #ifdef TVQ_ADDRESS_SANITIZER
 // The sanitizer has red zones and a quarantine of its own.
@@ -49,12 +43,6 @@ class MemoryLock {
   MemoryLock& operator=(const MemoryLock&) = delete;
 };
 
-bool IsAllocatable(EFI_MEMORY_TYPE type) {
-  const UINT32 value = static_cast<UINT32>(type);
-  return (value < EfiMaxMemoryType || value >= kFirstOemType) && type != EfiConventionalMemory &&
-         type != EfiPersistentMemory && type != EfiUnacceptedMemoryType;
-}
-
 std::string Hex(uintptr_t value) {
   char text[2 + 16 + 1];
   std::snprintf(text, sizeof(text), "0x%zx", static_cast<size_t>(value));
@@ -64,30 +52,6 @@ std::string Hex(uintptr_t value) {
 // Every byte equals the one before it, and the first one the value: one pass of memcmp.
 bool IsFilledWith(const UINT8* bytes, size_t size, UINT8 value) {
   return size == 0 || (bytes[0] == value && std::memcmp(bytes, bytes + 1, size - 1) == 0);
-}
-
-// Pages at a place that the request allows, or nullptr.
-void* MapPages(EFI_ALLOCATE_TYPE how, EFI_PHYSICAL_ADDRESS wanted, size_t size) {
-  int flags = MAP_PRIVATE | MAP_ANONYMOUS;
-  void* hint = nullptr;
-  if (how == AllocateAddress) {
-    hint = reinterpret_cast<void*>(wanted);
-    flags |= MAP_FIXED_NOREPLACE;
-  } else if (how == AllocateMaxAddress && wanted < (UINT64{1} << 47)) {
-    flags |= MAP_32BIT;
-  }
-  void* mapped = mmap(hint, size, PROT_READ | PROT_WRITE, flags, -1, 0);
-  if (mapped == MAP_FAILED) {
-    return nullptr;
-  }
-  const uintptr_t address = reinterpret_cast<uintptr_t>(mapped);
-  const bool misplaced = (how == AllocateAddress && address != wanted) ||
-                         (how == AllocateMaxAddress && address + size - 1 > wanted);
-  if (misplaced) {
-    munmap(mapped, size);
-    return nullptr;
-  }
-  return mapped;
 }
 
 }  // namespace
@@ -222,7 +186,7 @@ void Pool::Store::CheckForOverruns() {
 void Pool::Store::Release(const Block& block) {
   void* const address = const_cast<void*>(block.address);
   if (block.isPages) {
-    munmap(address, block.size);
+    UnmapPages(reinterpret_cast<EFI_PHYSICAL_ADDRESS>(address), EFI_SIZE_TO_PAGES(block.size));
   } else {
     std::free(address);
   }
@@ -231,25 +195,18 @@ void Pool::Store::Release(const Block& block) {
 EFI_STATUS Pool::Store::AllocatePages(const Owner& owner, EFI_ALLOCATE_TYPE how,
                                       EFI_MEMORY_TYPE type, UINTN pages,
                                       EFI_PHYSICAL_ADDRESS* memory) {
-  if (static_cast<UINT32>(how) >= MaxAllocateType || !IsAllocatable(type) || memory == nullptr) {
-    return EFI_INVALID_PARAMETER;
-  }
-  if (how == AllocateAddress && (pages == 0 || (*memory & EFI_PAGE_MASK) != 0)) {
-    return EFI_NOT_FOUND;
+  if (const EFI_STATUS status = CheckPages(how, type, pages, memory); EFI_ERROR(status)) {
+    return status;
   }
   const MemoryLock lock;
-  if (CountAndMayFail(owner) || pages == 0 || pages > EFI_SIZE_TO_PAGES(kMaxPoolSize)) {
+  if (CountAndMayFail(owner)) {
     return EFI_OUT_OF_RESOURCES;
   }
-  const size_t size = EFI_PAGES_TO_SIZE(pages);
-  void* const mapped = MapPages(how, *memory, size);
-  if (mapped == nullptr) {
-    return how == AllocateAddress ? EFI_NOT_FOUND : EFI_OUT_OF_RESOURCES;
+  const EFI_STATUS status = MapPages(how, pages, memory);
+  if (!EFI_ERROR(status)) {
+    Remember(owner, type, reinterpret_cast<void*>(*memory), EFI_PAGES_TO_SIZE(pages), true);
   }
-  std::memset(mapped, kPoison, size);
-  Remember(owner, type, mapped, size, true);
-  *memory = reinterpret_cast<EFI_PHYSICAL_ADDRESS>(mapped);
-  return EFI_SUCCESS;
+  return status;
 }
 
 EFI_STATUS Pool::Store::FreePages(EFI_PHYSICAL_ADDRESS memory, UINTN pages) {
@@ -322,85 +279,68 @@ void Pool::Store::Fail(uint64_t n, std::optional<Owner> owner, bool following) {
   mFaults.push_back({owner, Allocations(owner) + n, following});
 }
 
-Pool::Pool(FirmwareState& state) : mStore(std::make_unique<Store>(state)) {}
+std::unique_ptr<Memory> MakeMemory(FirmwareState& state) {
+  return std::make_unique<Pool::Store>(state);
+}
 
-Pool::~Pool() = default;
+Pool& Firmware::Memory() {
+  return static_cast<Pool::Store&>(mState->GetMemory()).View();
+}
 
 std::vector<Block> Pool::LiveBlocks() const {
-  return mStore->Live(std::nullopt);
+  return mStore.Live(std::nullopt);
 }
 
 std::vector<Block> Pool::LiveBlocks(const Owner& owner) const {
-  return mStore->Live(owner);
+  return mStore.Live(owner);
 }
 
 std::optional<Block> Pool::Find(const void* address) const {
-  return mStore->Find(address);
+  return mStore.Find(address);
 }
 
 void Pool::KeepCallSites(bool keep) {
-  mStore->KeepCallSites(keep);
+  mStore.KeepCallSites(keep);
 }
 
 void Pool::GiveNullForZeroBytes(bool give) {
-  mStore->GiveNullForZeroBytes(give);
+  mStore.GiveNullForZeroBytes(give);
 }
 
 uint64_t Pool::Allocations() const {
-  return mStore->Allocations(std::nullopt);
+  return mStore.Allocations(std::nullopt);
 }
 
 uint64_t Pool::Allocations(const Owner& owner) const {
-  return mStore->Allocations(owner);
+  return mStore.Allocations(owner);
 }
 
 uint64_t Pool::Frees() const {
-  return mStore->Frees();
+  return mStore.Frees();
 }
 
 size_t Pool::LiveCount() const {
-  return mStore->LiveCount(std::nullopt);
+  return mStore.LiveCount(std::nullopt);
 }
 
 size_t Pool::LiveCount(const Owner& owner) const {
-  return mStore->LiveCount(owner);
+  return mStore.LiveCount(owner);
 }
 
 void Pool::FailAllocation(uint64_t n, std::optional<Owner> owner) {
-  mStore->Fail(n, owner, false);
+  mStore.Fail(n, owner, false);
 }
 
 void Pool::FailFromAllocation(uint64_t n, std::optional<Owner> owner) {
-  mStore->Fail(n, owner, true);
+  mStore.Fail(n, owner, true);
 }
 
 void Pool::StopFailing() {
-  mStore->StopFailing();
+  mStore.StopFailing();
 }
 
 uint64_t Pool::FailedAllocations() const {
-  return mStore->FailedAllocations();
+  return mStore.FailedAllocations();
 }
 
 }  // namespace tvq::host
-
-using tvq::host::FirmwareState;
-using tvq::host::Owner;
-
-EFI_STATUS TvqHostAllocatePool(EFI_MEMORY_TYPE Type, UINTN Size, VOID** Buffer) {
-  return FirmwareState::Current().Memory().Allocate(Owner::Core(), Type, Size, Buffer);
-}
-
-EFI_STATUS TvqHostFreePool(VOID* Buffer) {
-  return FirmwareState::Current().Memory().Free(Buffer);
-}
-
-EFI_STATUS TvqHostAllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryType, UINTN Pages,
-                                EFI_PHYSICAL_ADDRESS* Memory) {
-  return FirmwareState::Current().Memory().AllocatePages(Owner::Core(), Type, MemoryType, Pages,
-                                                         Memory);
-}
-
-EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages) {
-  return FirmwareState::Current().Memory().FreePages(Memory, Pages);
-}
