@@ -17,7 +17,7 @@ class Area:
 AREAS = {
     "driver": Area(("TvqSmbiosPkg/src", "TvqSmbiosPkg/Library", "TvqSmbiosPkg/Include/Library",
                     "TvqSmbiosPkg/Include/TvqCpp.h", "TvqSmbiosPkg/Include/TvqSpan.h"),
-                   frozenset({"driver", "tvq_smbios_table", "tvq_devices"})),
+                   frozenset({"driver", "tvq_smbios_table", "tvq_devices", "tvq_blobs"})),
     "platform": Area(("TvqPlatformPkg/src", "TvqSmbiosPkg/Application"), frozenset({"platform", "platform_test", "agent"})),
     "agent": Area(("TvqPlatformPkg/src/agent",), frozenset({"agent"})),
     "table": Area(("host/table",), frozenset({"tvq_table", "tvq_lint", "tvq_cli"})),

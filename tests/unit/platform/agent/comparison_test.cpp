@@ -79,6 +79,15 @@ class AgentComparison : public AgentTest {
     return OnlyOne(CompareAll({now}, {then}));
   }
 
+  // What the report says of it.
+  std::string Shown() const {
+    tvqplatform::Report report;
+    report.UseConsole(false);
+    tvqplatform::ShowComparison(report, mComparison, tvqplatform::DeviceLabels());
+    const tvq::Span<const UINT8> text = report.Text();
+    return std::string(text.begin(), text.end());
+  }
+
   const tvqplatform::Comparison& Result() const { return mComparison; }
   const tvqplatform::SavedState& State() const { return mSaved; }
   const FakeRecord& Record(size_t i) const { return *mRecords[i]; }
@@ -407,6 +416,30 @@ TEST_F(AgentComparison, FindsSomethingInADeviceThatMoved) {
   Then({Module(u"X", "12")});
   Compare();
   EXPECT_TRUE(Result().FoundSomething());
+}
+
+// --- The report ---
+
+TEST_F(AgentComparison, IsShownWithALineForEachDeviceAndASummary) {
+  FakeDevice unverified = Module(u"U");
+  unverified.verifyStatus = EFI_ABORTED;
+  Now({Module(u"X"), Module(u""), Module(u"Z", "12"), unverified});
+  Then({Module(u"X"), Module(u"Y", "12"), unverified, Module(u"gone")});
+  Compare();
+  EXPECT_EQ(Shown(),
+            "Since the saved state:\n"
+            "  X                               -                 same\n"
+            "  -                               -                 new\n"
+            "  Z                               -                 moved: was Y\n"
+            "  U                               -                 not verified: the platform has no "
+            "XML parser\n"
+            "  gone                            -                 gone\n"
+            "Summary: 1 same, 1 new, 1 moved, 1 gone, 1 not verified\n");
+}
+
+TEST_F(AgentComparison, OfNoDevicesIsShownAsThat) {
+  Compare();
+  EXPECT_EQ(Shown(), "Since the saved state:\nSummary: no device, now or then\n");
 }
 
 TEST_F(AgentComparison, ReportsExhaustedMemory) {

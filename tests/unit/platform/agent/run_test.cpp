@@ -138,6 +138,17 @@ TEST_F(AgentRun, ReportsATableOnTheVolumeThatCannotBeRead) {
               EndsWith("\nTvqAgent: failed: \\TVQ\\table.bin cannot be read: Device Error\n"));
 }
 
+TEST_F(AgentRun, ReadsTablesOnTheVolumeOfUpToAMegabyte) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\table.bin", std::string(SIZE_1MB, 'x'));
+  RunAgent();
+  EXPECT_THAT(Report(), EndsWith("\\TVQ\\table.bin is no SMBIOS table\n"));
+  Files().Put("\\TVQ\\table.bin", std::string(SIZE_1MB + 1, 'x'));
+  RunAgent();
+  EXPECT_THAT(Report(), EndsWith("cannot be read: Bad Buffer Size\n"));
+}
+
 TEST_F(AgentRun, ReportsATableOnTheVolumeThatIsFarTooLarge) {
   LoadDriver();
   Files().Put("\\TVQ\\table.bin", std::string(2 << 20, 'x'));
@@ -150,7 +161,7 @@ TEST_F(AgentRun, ReportsATableThatNoEntryPointCanState) {
   const Table table = Table::Of(MinimalServer(), Raw{Bytes(70000, 0)});
   Files().Put("\\TVQ\\table.bin", AsText(table.Bytes()));
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
-  EXPECT_THAT(Report(), HasSubstr("65,535"));
+  EXPECT_THAT(Report(), HasSubstr("What to do: use a table of at most 65,535 bytes.\n"));
   EXPECT_THAT(Report(), HasSubstr("TvqAgent: failed: the table cannot be conformed"));
 }
 
@@ -198,6 +209,18 @@ TEST_F(AgentRun, SwitchesTheMachineOffWhenAsked) {
   Firmware().TakeMisuses();
 }
 
+TEST_F(AgentRun, ReadsOptionFilesOfUpTo4096Bytes) {
+  LoadDriver();
+  PublishFirmwareTable(ClashingServer());
+  const std::string options = "as-is";
+  Files().Put("\\TVQ\\options.txt", options + std::string(4096 - options.size(), ' '));
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), Not(HasSubstr("Conforming")));
+  Files().Put("\\TVQ\\options.txt", options + std::string(4097 - options.size(), ' '));
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("\\TVQ\\options.txt cannot be read: Bad Buffer Size"));
+}
+
 // --- The driver ---
 
 TEST_F(AgentRun, SaysWhichFileOfTheDriverIsMissing) {
@@ -218,6 +241,12 @@ TEST_F(AgentRun, ReportsADriverThatCannotBeLoaded) {
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("Secure Boot"));
   EXPECT_THAT(Report(), EndsWith("TVQSMBIOS.efi cannot be loaded: Security Violation\n"));
+  Firmware().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_ACCESS_DENIED);
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("Secure Boot"));
+  Firmware().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_LOAD_ERROR);
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), Not(HasSubstr("Secure Boot")));
 }
 
 TEST_F(AgentRun, ShowsTheRecordsOfADriverThatWasStartedBefore) {

@@ -91,6 +91,9 @@ TEST_F(ReadingAState, RefusesWhatIsNotWholeOrNotConsistent) {
       {"a shorter body than there is", {.devices = {kModule}, .statedBody = 42}},
       {"a name that goes on behind the end", {.devices = {{u"CPU", {}, 5, /*statedLength=*/4}}}},
       {"a name that ends behind the end", {.devices = {{u"CPU", {1}, 5, /*statedLength=*/4}}}},
+      {"a header that no name follows, and room for none",
+       {.devices = {{u"", {}, 5, /*statedLength=*/32}}}},
+      {"a header that no data follow", {.devices = {{u"CPU", {}, 5, std::nullopt, 1}}}},
       {"data that go on behind the end",
        {.devices = {{u"CPU", {1, 2}, 5, std::nullopt, /*statedSize=*/3}}}},
       {"data that stop before the end",
@@ -201,6 +204,7 @@ TEST_F(WritingAState, FailsWithoutMemoryAndKeepsNone) {
     Firmware().Memory().StopFailing();
     EXPECT_EQ(AgentBlocks(), before) << failures;
     if (isWritten) {
+      EXPECT_EQ(Firmware().Memory().FailedAllocations(), failures);
       break;
     }
     ++failures;

@@ -26,12 +26,13 @@ class AgentFileNames : public AgentTest {
 
 TEST_F(AgentFileNames, KeepLettersDigitsDotsUnderscoresAndDashes) {
   EXPECT_EQ(Take(u"DIMM.Socket.A1"), "DIMM.Socket.A1");
-  EXPECT_EQ(Take(u"aZ09._-"), "aZ09._-");
+  EXPECT_EQ(Take(u"azAZ09._-"), "azAZ09._-");
 }
 
 TEST_F(AgentFileNames, ReplaceEverythingElse) {
   EXPECT_EQ(Take(u"a b/c\\d:e*f\"g\n"), "a_b_c_d_e_f_g_");
   EXPECT_EQ(Take(u"\u00C4\u0141\uFF81"), "___");
+  EXPECT_EQ(Take(u"`{@[/:^,"), "________");
 }
 
 TEST_F(AgentFileNames, CallADeviceWithoutTextARecord) {
@@ -68,8 +69,11 @@ class AgentOptions : public AgentTest {
   }
   // The command line as a shell hands it over, terminator included.
   static bool ParseLine(const std::u16string& line, Options& options) {
-    return tvqplatform::ParseLoadOptions(line.c_str(), (line.size() + 1) * sizeof(char16_t),
-                                         options);
+    return ParseBytes(line, (line.size() + 1) * sizeof(char16_t), options);
+  }
+  // So many bytes of the command line.
+  static bool ParseBytes(const std::u16string& line, size_t size, Options& options) {
+    return tvqplatform::ParseLoadOptions(line.c_str(), size, options);
   }
 };
 
@@ -78,6 +82,7 @@ TEST_F(AgentOptions, AreWordsBetweenBlanksAndLineEnds) {
   EXPECT_TRUE(options.AsIs);
   EXPECT_TRUE(options.PowerOff);
   EXPECT_STREQ(options.Unknown, "");
+  EXPECT_TRUE(Parse(std::string("as-is\0poweroff", 14)).PowerOff);
 }
 
 TEST_F(AgentOptions, AreOffWhenNothingIsSaid) {
@@ -91,6 +96,7 @@ TEST_F(AgentOptions, NameTheFirstUnknownWord) {
   EXPECT_FALSE(options.AsIs);
   EXPECT_TRUE(options.PowerOff);
   EXPECT_STREQ(options.Unknown, "as-it-is");
+  EXPECT_STREQ(Parse("x please").Unknown, "x");
   EXPECT_EQ(std::string(Parse(std::string(100, 'x')).Unknown), std::string(31, 'x'));
 }
 
@@ -113,6 +119,38 @@ TEST_F(AgentOptions, AreNotOnACommandLineWithTheNameAlone) {
   EXPECT_FALSE(ParseLine(u"TvqAgent.efi", options));
   EXPECT_FALSE(ParseLine(u"", options));
   EXPECT_FALSE(tvqplatform::ParseLoadOptions(nullptr, 0, options));
+}
+
+TEST_F(AgentOptions, NeedNoTerminatorOnACommandLine) {
+  Options options;
+  const std::u16string line = u"as-is stop";
+  EXPECT_TRUE(ParseBytes(line, 2 * line.size(), options));
+  EXPECT_TRUE(options.Stop);
+}
+
+TEST_F(AgentOptions, EndWithTheLastWholeCharacterOfACommandLine) {
+  Options options;
+  const std::u16string line = u"as-is stop";
+  EXPECT_TRUE(ParseBytes(line, 2 * line.size() - 1, options));
+  EXPECT_FALSE(options.Stop);
+  EXPECT_STREQ(options.Unknown, "sto");
+}
+
+TEST_F(AgentOptions, AreReadFromCommandLinesOfUpTo512Characters) {
+  Options options;
+  const std::u16string line = std::u16string(506, u'x') + u" as-is";
+  EXPECT_TRUE(ParseBytes(line, 1024, options));
+  EXPECT_TRUE(options.AsIs);
+  EXPECT_FALSE(ParseBytes(line + u' ', 1025, options));
+}
+
+TEST_F(AgentOptions, AreReadFromPrintableCharactersAlone) {
+  for (const char16_t other : {u'\x1F', u'\x7F', u'\u0161', u'\u8000'}) {
+    Options options;
+    EXPECT_FALSE(ParseLine(std::u16string(u"as-is") + other, options)) << int{other};
+  }
+  Options options;
+  EXPECT_TRUE(ParseLine(u"~ as-is", options));
 }
 
 TEST_F(AgentOptions, AreNotReadFromWhatIsNoText) {
