@@ -73,7 +73,12 @@ class AgentComparison : public AgentTest {
     EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
     tvqplatform::Comparison comparison;
     EXPECT_EQ(comparison.Run(inventory, saved), EFI_SUCCESS);
+    mFoundSomething = comparison.FoundSomething();
     return Lines(comparison);
+  }
+  bool FindsSomething(const std::vector<FakeDevice>& now, const std::vector<StateDevice>& then) {
+    CompareAll(now, then);
+    return mFoundSomething;
   }
   std::string CompareOne(const FakeDevice& now, const StateDevice& then) {
     return OnlyOne(CompareAll({now}, {then}));
@@ -122,6 +127,7 @@ class AgentComparison : public AgentTest {
   tvqplatform::SavedState mSaved;
   tvqplatform::Inventory mInventory;
   tvqplatform::Comparison mComparison;
+  bool mFoundSomething = false;
 };
 
 // --- What the driver says ---
@@ -159,6 +165,13 @@ TEST_F(AgentComparison, PairsDevicesOfOneNameByTheirOrder) {
   EXPECT_EQ(Record(0).comparedWith, BlobsOf(Module(u"X", "then1")));
   EXPECT_EQ(Record(1).comparedWith, BlobsOf(Module(u"Y", "then3")));
   EXPECT_EQ(Record(2).comparedWith, BlobsOf(Module(u"X", "then2")));
+}
+
+TEST_F(AgentComparison, PairsTheThirdOfOneNameWithTheThird) {
+  Now({Module(u"X", "now1"), Module(u"X", "now2"), Module(u"X", "now3")});
+  Then({Module(u"X", "then1"), Module(u"X", "then2"), Module(u"X", "then3")});
+  EXPECT_THAT(Compare(), ElementsAre("X same", "X same", "X same"));
+  EXPECT_EQ(Record(2).comparedWith, BlobsOf(Module(u"X", "then3")));
 }
 
 TEST_F(AgentComparison, CallsTheLastOfOneNameNewOrGone) {
@@ -416,6 +429,14 @@ TEST_F(AgentComparison, FindsSomethingInADeviceThatMoved) {
   Then({Module(u"X", "12")});
   Compare();
   EXPECT_TRUE(Result().FoundSomething());
+}
+
+TEST_F(AgentComparison, FindsSomethingWhereAsManyDevicesComeAsAreReplacedOrGoOrMove) {
+  FakeDevice replaced = Module(u"X");
+  replaced.verifyResult = TVQ_RESULT_PART_REPLACED;
+  EXPECT_TRUE(FindsSomething({replaced, Module(u"comes")}, {Saved(replaced)}));
+  EXPECT_TRUE(FindsSomething({Module(u"comes")}, {Saved(Module(u"goes"))}));
+  EXPECT_TRUE(FindsSomething({Module(u"Y", "12"), Module(u"comes")}, {Saved(Module(u"X", "12"))}));
 }
 
 // --- The report ---

@@ -105,13 +105,21 @@ EFI_STATUS EFIAPI FakeRecord::Get(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST* req
   return EFI_SUCCESS;
 }
 
-EFI_STATUS EFIAPI FakeRecord::Verify(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST*, TVQ_DATA* oldData,
-                                     TVQ_DATA*, UINT32* result) {
+EFI_STATUS EFIAPI FakeRecord::Verify(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST* request,
+                                     TVQ_DATA* oldData, TVQ_DATA*, UINT32* result) {
   FakeRecord& record = *reinterpret_cast<Interfaces*>(self)->record;
+  EXPECT_EQ(request->Version, static_cast<UINT32>(TVQ_REQUEST_VERSION));
+  EXPECT_EQ(request->Selector, 0u);
+  EXPECT_EQ(oldData->Revision, static_cast<UINT32>(TVQ_DATA_REVISION));
+  EXPECT_EQ(oldData->Length, 2 * sizeof(TVQ_DATA));
   const auto* slots = static_cast<const TVQ_DATA*>(oldData->Buffer);
   const auto* stored = static_cast<const UINT8*>(slots[TVQ_OLD_DATA_STORED].Buffer);
   record.comparedWith.assign(stored, stored + slots[TVQ_OLD_DATA_STORED].Length);
+  for (const UINTN slot : {TVQ_OLD_DATA_STORED, TVQ_OLD_DATA_MODE}) {
+    EXPECT_EQ(slots[slot].Revision, static_cast<UINT32>(TVQ_DATA_REVISION));
+  }
   EXPECT_STREQ(static_cast<const char*>(slots[TVQ_OLD_DATA_MODE].Buffer), "<Mode>Normal</Mode>");
+  EXPECT_EQ(slots[TVQ_OLD_DATA_MODE].Length, sizeof("<Mode>Normal</Mode>"));
   *result = record.device.verifyResult;
   return record.device.verifyStatus;
 }
