@@ -54,8 +54,9 @@ size_t SizeOfClass(size_t sizeClass) {
 class PlainMemory : public Memory {
  public:
   explicit PlainMemory(FirmwareState& state) : mState(state) {
-    // Where neither programs nor libraries are put. Pages take no memory before they are used.
-    void* const wanted = reinterpret_cast<void*>(uintptr_t{0x10} << 32);
+    // Where neither programs, libraries nor a sanitizer put anything. Pages take no memory before they
+    // are used.
+    void* const wanted = reinterpret_cast<void*>(uintptr_t{0x2000} << 32);
     void* const mapped = mmap(wanted, kArenaSize, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (mapped == MAP_FAILED) {
