@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
@@ -41,11 +42,9 @@ std::string ValueText(const Part& part, std::string_view fact, const Terminal& t
   if (number == nullptr) {
     return kNothing;
   }
-  constexpr struct {
-    std::string_view end;
-    const char* unit;
-  } kUnits[] = {{"InMTs", "MT/s"}, {"InMHz", "MHz"},       {"InBits", "bits"},
-                {"InWatts", "W"},  {"InMillivolts", "mV"}, {"InUnits", "U"}};
+  constexpr std::pair<std::string_view, const char*> kUnits[] = {
+      {"InMTs", "MT/s"}, {"InMHz", "MHz"},       {"InBits", "bits"},
+      {"InWatts", "W"},  {"InMillivolts", "mV"}, {"InUnits", "U"}};
   if (fact == "sizeInBytes" || fact == "capacityInBytes" || fact == "romSizeInBytes") {
     return SizeInWords(*number);
   }

@@ -225,9 +225,9 @@ void ExpectNamesOfTheirOwn(const Shape& shape, const std::map<uint16_t, std::str
 void ExpectUntouchedDevicesKeepTheirNames(const std::map<uint16_t, std::string>& before,
                                           const std::map<uint16_t, std::string>& after) {
   for (const auto& [handle, fqdd] : before) {
-    const auto now = after.find(handle);
-    EXPECT_TRUE(now == after.end() || now->second == fqdd)
-        << "handle " << handle << ": " << fqdd << " became " << now->second;
+    if (const auto now = after.find(handle); now != after.end()) {
+      EXPECT_EQ(now->second, fqdd) << "handle " << handle;
+    }
   }
 }
 
