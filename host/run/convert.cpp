@@ -127,13 +127,18 @@ Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer) {
   return attribute;
 }
 
-Finding ToFinding(const tvqplatform::Finding& found) {
+Finding ToFinding(const tvqplatform::Finding& found, const tvqplatform::SavedState& saved) {
   char detail[kSentence];
   tvqplatform::FormatDetail(found, detail, sizeof(detail));
   Finding finding;
   finding.fqdd = WideText(tvqplatform::FqddOf(found));
   finding.verdict = tvqplatform::VerdictInWords(found.What);
   finding.detail = detail;
+  const tvqplatform::SavedDevice* const before =
+      found.MovedFrom != nullptr ? found.MovedFrom : found.Saved;
+  if (before != nullptr) {
+    finding.saved = before - &saved[0];
+  }
   if (found.MovedFrom != nullptr) {
     finding.movedFrom = WideText(found.MovedFrom->Fqdd);
   }

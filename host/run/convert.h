@@ -41,7 +41,7 @@ Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown);
 std::vector<DeviceLabel> ToLabels(const tvqplatform::DeviceLabels& labels);
 Record ToRecord(const tvqplatform::DeviceInventory& device);
 Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
-Finding ToFinding(const tvqplatform::Finding& found);
+Finding ToFinding(const tvqplatform::Finding& found, const tvqplatform::SavedState& saved);
 
 }  // namespace tvq::run
 

@@ -331,7 +331,7 @@ Comparison DriverRun::Compare(const Bytes& state) {
   }
   Comparison comparison;
   for (UINTN i = 0; i < result.Size(); ++i) {
-    comparison.findings.push_back(ToFinding(result[i]));
+    comparison.findings.push_back(ToFinding(result[i], saved));
     Finding& finding = comparison.findings.back();
     finding.label = FindLabelText(mImpl->labels, finding.fqdd);
   }

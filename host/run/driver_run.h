@@ -130,6 +130,7 @@ struct Finding {
   std::string label;    // what this machine's own table calls its place; empty where it does not
   std::string verdict;  // "same", "replaced", "new", "moved", "gone" or "not verified"
   std::optional<std::u16string> movedFrom;
+  std::optional<size_t> saved;  // the device of the state that it is or was, none for a new one
   std::optional<std::string> status;  // what Verify returned; none for a device that is gone
   std::string detail;                 // where it was, or why it was not verified
 };

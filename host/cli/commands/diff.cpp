@@ -155,12 +155,9 @@ std::vector<DeviceChange> DiffDevices(const Side& before, const Side& after,
         changes.begin(), changes.end(),
         [&finding](const DeviceChange& one) { return one.finding.fqdd == finding.fqdd; }));
     const Device* const now = FindDevice(after.devices, fqdd, n);
-    const Device* const old = finding.movedFrom
-                                  ? FindDevice(before.devices, Printable(*finding.movedFrom), 0)
-                                  : FindDevice(before.devices, fqdd, n);
-    const bool isOnOneSide = finding.verdict == "gone" || finding.verdict == "new";
-    if (!isOnOneSide && now != nullptr && old != nullptr && now->document && old->document) {
-      change.fields = DiffDocuments(*old->document, *now->document);
+    if (finding.verdict != "gone" && finding.saved && now != nullptr && now->document) {
+      const std::optional<Element>& old = before.devices[*finding.saved].document;
+      change.fields = old ? DiffDocuments(*old, *now->document) : std::vector<FieldChange>();
     }
     changes.push_back(std::move(change));
   }

@@ -158,6 +158,21 @@ TEST_F(CliDiff, StatesOfManyDevicesAreComparedWhole) {
             "Summary: 127 same, 1 replaced\n");
 }
 
+TEST_F(CliDiff, ComparesAModuleThatMovedWithItselfWhereTwoHadOneName) {
+  const auto named = [](const char* second) {
+    return Table::Of(
+        test::Bios{}, test::System{}, test::Processor{.handle = 0x10},
+        test::MemoryDevice{.handle = 0x21, .locator = "DIMM_A1", .serial = "11223344"},
+        test::MemoryDevice{.handle = 0x22, .locator = "DIMM_A2", .serial = "55667788"},
+        test::FqddMap{.groups = {{"CPU.Socket.1", 0x10}, {"DIMM.Socket.A1", 0x21}, {second, 0x22}}},
+        test::End{});
+  };
+  const Outcome diff = RunTvq({"diff", Write("before.bin", named("DIMM.Socket.A1").Bytes()),
+                               Write("after.bin", named("DIMM.Socket.A2").Bytes()), "--as-is"});
+  EXPECT_THAT(diff.out, HasSubstr("DIMM.Socket.A2 (DIMM_A2)  moved: was DIMM.Socket.A1\n"
+                                  "Summary: 3 same, 1 moved\n"));
+}
+
 TEST_F(CliDiff, SaysItAllAsJson) {
   const auto json = DiffTables({}, WithAnotherModule(), {"--json"}).Json();
   ASSERT_THAT(json["devices"], SizeIs(4));
