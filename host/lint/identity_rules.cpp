@@ -3,10 +3,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <Library/TvqDeviceLib.h>
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
+#include <iterator>
 
 #include "host/lint/devices.h"
 #include "host/lint/families.h"
@@ -16,7 +16,7 @@ namespace tvq::lint {
 namespace {
 
 constexpr smbios::SizeType kUuid = SMBIOS_FIELD(1, Uuid).Offset;
-using Uuid = std::array<std::uint8_t, 16>;
+using Uuid = std::uint8_t[devices::kUuidSize];
 
 void CheckSerial(const Subject& subject, Report& report, smbios::Field<std::uint8_t> field,
                  std::string_view whose) {
@@ -42,48 +42,12 @@ void CheckBoardSerial(const Subject& subject, Report& report) {
 }
 
 // As it is written: SMBIOS keeps the first three groups with their lowest byte first.
-Uuid AsWritten(const Uuid& stored) {
-  constexpr std::size_t kOrder[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-  Uuid written;
-  std::transform(std::begin(kOrder), std::end(kOrder), written.begin(),
-                 [&](std::size_t at) { return stored[at]; });
-  return written;
-}
-
-bool CountsUp(const Uuid& uuid) {
-  const auto isNotNext = [](unsigned left, unsigned right) { return right != left + 1; };
-  return std::adjacent_find(uuid.begin(), uuid.end(), isNotNext) == uuid.end();
-}
-
-bool CountsUpInWords(const Uuid& uuid) {
-  const auto word = [&](std::size_t at) { return uuid[at] << 8 | uuid[at + 1]; };
-  for (std::size_t at = 2; at < uuid.size(); at += 2) {
-    if (word(at) != word(at - 2) + 1) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// Zeros and FFh say that there is none, as the standard wants it.
-bool IsMadeUp(const Uuid& stored) {
-  constexpr Uuid kDigits = {0x12, 0x34, 0x56, 0x78, 0x12, 0x34, 0x56, 0x78,
-                            0x90, 0xAB, 0xCD, 0xDE, 0xEF, 0xAA, 0xBB, 0xCC};
-  const Uuid written = AsWritten(stored);
-  const bool isOneByte = std::all_of(stored.begin(), stored.end(),
-                                     [&](std::uint8_t byte) { return byte == stored[0]; });
-  const bool saysNone = isOneByte && (stored[0] == 0x00 || stored[0] == 0xFF);
-  return !saysNone &&
-         (isOneByte || CountsUp(stored) || CountsUp(written) || CountsUpInWords(stored) ||
-          CountsUpInWords(written) || stored == kDigits || written == kDigits);
-}
-
 std::string FormatUuid(const Uuid& stored) {
-  const Uuid uuid = AsWritten(stored);
+  constexpr std::size_t kOrder[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
   std::string text;
-  for (std::size_t i = 0; i < uuid.size(); ++i) {
+  for (std::size_t i = 0; i < std::size(kOrder); ++i) {
     const bool beginsGroup = i == 4 || i == 6 || i == 8 || i == 10;
-    text += fmt::format("{}{:02x}", beginsGroup ? "-" : "", uuid[i]);
+    text += fmt::format("{}{:02x}", beginsGroup ? "-" : "", stored[kOrder[i]]);
   }
   return text;
 }
@@ -91,13 +55,13 @@ std::string FormatUuid(const Uuid& stored) {
 void CheckUuid(const Subject& subject, Report& report) {
   for (const Structure* system : subject.SeenOfType(kSystem)) {
     Uuid uuid = {};
-    if (!system->Has(kUuid, uuid.size())) {
+    if (!system->Has(kUuid, std::size(uuid))) {
       continue;
     }
-    for (std::size_t i = 0; i < uuid.size(); ++i) {
+    for (std::size_t i = 0; i < std::size(uuid); ++i) {
       uuid[i] = system->Byte(kUuid + i);
     }
-    if (IsMadeUp(uuid)) {
+    if (devices::IsMadeUp(uuid)) {
       report.At(
           *system,
           fmt::format("the UUID is {}, which firmware has that was given none: other machines "

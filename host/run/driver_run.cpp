@@ -15,6 +15,7 @@
 
 #include "host/firmware/firmware.h"
 #include "host/run/convert.h"
+#include "host/run/started.h"
 #include "images/agent.h"
 #include "images/driver.h"
 #include "images/platform.h"
@@ -136,16 +137,9 @@ struct DriverRun::Impl {
     }
   }
 
-  static void Collect(tvqplatform::Inventory& inventory) {
-    const EFI_STATUS status = inventory.Collect();
-    if (EFI_ERROR(status)) {
-      throw std::runtime_error("the records cannot be collected: " + InWords(status));
-    }
-  }
-
   std::vector<Record> CollectRecords() {
     tvqplatform::Inventory inventory;
-    Collect(inventory);
+    CollectInto(inventory);
     std::vector<Record> records;
     for (UINTN i = 0; i < inventory.Size(); ++i) {
       records.push_back(ToRecord(inventory[i]));
@@ -207,6 +201,7 @@ struct DriverRun::Impl {
   bool isStarted = false;
   unsigned structureCount = 0;
   std::vector<DeviceLabel> labels;  // of the table that the driver ran on
+  std::optional<Started> started;
 };
 
 DriverRun::DriverRun(LogLines log) : mImpl(std::make_unique<Impl>(log)) {}
@@ -240,6 +235,7 @@ Conformed DriverRun::Conform(const Table& table) {
     tvqplatform::DeviceLabels labels;
     Require(labels.Collect(result.Devices(), result.Structures()));
     conformed.table.labels = ToLabels(labels);
+    conformed.table.original = {table.structureCount, table.structures};
   }
   for (const tvqplatform::TableChange& change : result.Changes()) {
     char sentence[kSentence];
@@ -259,6 +255,7 @@ Results DriverRun::Run(const Table& table) {
   const EFI_STATUS start = tvqplatform::StartDriver();
   mImpl->isStarted = !EFI_ERROR(start);
   mImpl->structureCount = table.structureCount;
+  mImpl->started.emplace(table, mImpl->isStarted);
   results.start = InWords(start);
   results.log = mImpl->ReadLog();
   results.records = mImpl->CollectRecords();
@@ -300,14 +297,12 @@ SlotAnswer DriverRun::AskSlot(const SlotQuery& query) {
   return answer;
 }
 
-Bytes DriverRun::State() {
-  tvqplatform::Inventory inventory;
-  Impl::Collect(inventory);
-  tvqplatform::StateBytes state;
-  if (!state.Write(inventory, 1)) {
-    throw std::bad_alloc();
-  }
-  return CopyOf(state.Bytes());
+Bytes DriverRun::State(const Origin& origin, uint64_t generation) {
+  tvqplatform::BootSnapshot snapshot;
+  mImpl->started->Take(origin, snapshot);
+  tvqplatform::EncodedState state;
+  Require(state.Write(snapshot.Get(), generation));
+  return CopyOf(state.File());
 }
 
 std::vector<SavedDevice> DriverRun::ReadState(const Bytes& state) {
@@ -324,7 +319,7 @@ Comparison DriverRun::Compare(const Bytes& state) {
   tvqplatform::SavedState saved;
   ReadSavedState(state, saved);
   tvqplatform::Inventory inventory;
-  Impl::Collect(inventory);
+  CollectInto(inventory);
   tvqplatform::Comparison result;
   if (EFI_ERROR(result.Run(inventory, saved))) {
     throw std::bad_alloc();

@@ -52,6 +52,11 @@ struct Table {
   bool isBare = false;  // it came without an entry point
   std::vector<std::string> warnings;
   std::vector<DeviceLabel> labels;  // of one that was conformed
+  struct Original {
+    unsigned structureCount = 0;
+    Bytes structures;
+  };
+  std::optional<Original> original;  // of one that was conformed: as the machine published it
 };
 
 struct Conformed {
@@ -116,6 +121,12 @@ struct Results {
 class StateError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+};
+
+// Where a state comes from, beside the table.
+struct Origin {
+  bool isRedacted = false;  // the table was, before the driver saw it
+  uint64_t time = 0;        // seconds since 1970, UTC
 };
 
 // One device of a saved state.
@@ -194,7 +205,7 @@ class DriverRun {
   SlotAnswer AskSlot(const SlotQuery& query);
 
   // After Run: the state of all devices, as the agent saves it.
-  Bytes State();
+  Bytes State(const Origin& origin = {}, uint64_t generation = 1);
   // After Run: what became of each device since the state was saved. Throws StateError.
   Comparison Compare(const Bytes& state);
 

@@ -27,6 +27,7 @@ bool PreparedTable::Prepare(bool asIs) {
   if (!Read()) {
     return false;
   }
+  mPublished = mCapture.Table;
   // Without memory for them, the labels show as dashes.
   (void)mLabels.Collect(mCapture.Table.Structures);
   if (!asIs) {
@@ -40,11 +41,19 @@ void PreparedTable::ReadLabels(bool asIs) {
   if (EFI_ERROR(status) || mCapture.Error != CaptureError::kNone) {
     return;
   }
-  if (asIs || IsRefused(mConformed.Conform(mCapture.Table.Structures))) {
+  mPublished = mCapture.Table;
+  mIsAsIs = asIs || IsRefused(mConformed.Conform(mCapture.Table.Structures));
+  if (mIsAsIs) {
     (void)mLabels.Collect(mCapture.Table.Structures);
   } else {
     (void)mLabels.Collect(mConformed.Devices(), mConformed.Structures());
+    mCapture.Table.Structures = mConformed.Structures();
   }
+}
+
+StartedTable PreparedTable::Started(bool isStarted) const {
+  return {mPublished, mCapture.Table.Structures, mLabels, isStarted,
+          mIsAsIs ? static_cast<UINT32>(kSnapshotAsIs) : 0};
 }
 
 /// EFI_NOT_FOUND where there is neither a file nor a table of the firmware.
@@ -96,6 +105,7 @@ void PreparedTable::Conform() {
     return;
   }
   (void)mLabels.Collect(mConformed.Devices(), mConformed.Structures());
+  mIsAsIs = false;
   mIsChanged = result == ConformResult::kChanged;
   if (mIsChanged) {
     mCapture.Table.Structures = mConformed.Structures();

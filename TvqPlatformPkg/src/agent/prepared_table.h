@@ -11,6 +11,7 @@
 #include "../smbios/conform.h"
 #include "../smbios/names/device_labels.h"
 #include "../smbios/publication.h"
+#include "boot_snapshot.h"
 #include "run_report.h"
 
 namespace tvqplatform {
@@ -31,6 +32,9 @@ class PreparedTable {
 
   const DeviceLabels& Labels() const { return mLabels; }
 
+  /// What a snapshot is taken of.
+  StartedTable Started(bool isStarted) const;
+
  private:
   [[nodiscard]] EFI_STATUS Fetch();
   [[nodiscard]] bool Read();
@@ -41,11 +45,13 @@ class PreparedTable {
   RunReport& mReport;
   GrowingArray<UINT8> mFile;
   Capture mCapture;
+  SmbiosTable mPublished;  ///< As the machine published it.
   ConformedTable mConformed;
   DeviceLabels mLabels;
   Publication mPublication;
   bool mIsFirmwares = false;
   bool mIsChanged = false;
+  bool mIsAsIs = true;
 };
 
 }  // namespace tvqplatform

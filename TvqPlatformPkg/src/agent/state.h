@@ -13,39 +13,13 @@
 #include <TvqCpp.h>
 
 #include "../growing_array.h"
+#include "../states/state_format.h"
 #include "inventory.h"
 
 namespace tvqplatform {
 
-#pragma pack(1)
-
-struct STATE_HEADER {
-  UINT8 Magic[8];  ///< kStateMagic.
-  UINT32 Version;  ///< kStateVersion.
-  UINT32 DeviceCount;
-  UINT64 Generation;  ///< The newer one of two states has the higher one.
-  UINT32 BodySize;    ///< Bytes behind the header.
-  UINT32 Crc32;       ///< CRC-32 of two CRC-32: the header's, with this field 0, and the body's.
-};
-
-/// The FQDD's characters follow, without a terminator, then the data: the device's blobs one
-/// behind the other.
-struct STATE_DEVICE {
-  UINT32 ComponentClass;  ///< TVQ_CLASS_*.
-  UINT32 FqddLength;      ///< Characters of 16 bits.
-  UINT32 DataSize;        ///< Bytes.
-};
-
-#pragma pack()
-
-static_assert(sizeof(STATE_HEADER) == 32, "the header is 32 bytes");
-static_assert(sizeof(STATE_DEVICE) == 12, "a device's header is 12 bytes");
-
-inline constexpr UINT8 kStateMagic[8] = {'T', 'V', 'Q', 'S', 'T', 'A', 'T', 'E'};
-inline constexpr UINT32 kStateVersion = 1;
-
 /// Longest FQDD that a device-list entry returns, and a terminator.
-inline constexpr UINTN kStateFqddSize = 32;
+inline constexpr UINTN kStateFqddSize = kSnapshotFqddSize;
 
 /// One device of a saved state. Data stands in the file's bytes.
 struct SavedDevice {
@@ -72,15 +46,13 @@ class SavedState {
   **/
   [[nodiscard]] EFI_STATUS Read(tvq::Span<const UINT8> file);
 
-  UINT64 Generation() const { return mGeneration; }
+  UINT64 Generation() const { return mState.Generation; }
   UINTN Size() const { return mDevices.Size(); }
   const SavedDevice& operator[](UINTN i) const { return mDevices[i]; }
 
  private:
-  [[nodiscard]] EFI_STATUS ReadDevices(tvq::Span<const UINT8> body, UINT32 count);
-
+  StoredState mState;
   GrowingArray<SavedDevice> mDevices;
-  UINT64 mGeneration = 0;
 };
 
 /// The bytes of a state's file.

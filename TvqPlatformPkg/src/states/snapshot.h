@@ -62,6 +62,11 @@ struct MachineIdentity {
 
 /// Owns its list; the bytes and texts that it refers to have to stay.
 struct Snapshot {
+  Snapshot();
+  Snapshot(const Snapshot&) = delete;
+  Snapshot& operator=(const Snapshot&) = delete;
+  ~Snapshot();
+
   SmbiosTable Table;  ///< As the machine published it; empty where it was not kept.
   MachineIdentity Machine = {};
   UINT32 Options = 0;                        ///< SnapshotOptions.

@@ -136,6 +136,20 @@ bool IsPlaceholder(Text text);
 bool IsDummy(Text text);
 
 // -------------------------------------------------------------------------------------------------
+// UUIDs
+// -------------------------------------------------------------------------------------------------
+
+inline constexpr smbios::SizeType kUuidSize = 16;
+/// A UUID as it stands in the table.
+using Uuid = const U8 (&)[kUuidSize];
+
+/// Zeros, and FFh in all bytes, say that there is none (SMBIOS 7.2.1).
+bool SaysNone(Uuid uuid);
+/// Whether it is a pattern that firmware has which was given none: bytes that are all the same or
+/// count up. All machines of the model have it.
+bool IsMadeUp(Uuid uuid);
+
+// -------------------------------------------------------------------------------------------------
 // Processor inventory numbers (PPIN) among the OEM strings
 // -------------------------------------------------------------------------------------------------
 

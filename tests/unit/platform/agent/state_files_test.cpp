@@ -138,7 +138,7 @@ TEST_F(AgentStateFiles, GiveTheOlderStateWhenTheNewerOneIsDamaged) {
 }
 
 TEST_F(AgentStateFiles, SayWhatIsWrongWhenNoneIsWhole) {
-  const std::string later = Text(State{.version = 2}.Encode());
+  const std::string later = Text(State{.version = 3}.Encode());
   const struct {
     const char* a;
     const char* b;

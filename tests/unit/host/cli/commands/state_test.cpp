@@ -263,7 +263,7 @@ TEST_F(CliState, ACutStateIsRefusedWhereverItIsCut) {
 TEST_F(CliState, AStateOfAnotherVersionIsSaidToBeOne) {
   Save({});
   test::Bytes later = Read("state/tvq-state.bin");
-  later[8] = 2;
+  later[8] = 3;
   Write("state/tvq-state.bin", later);
   EXPECT_THAT(Verify({}).diagnostics, HasSubstr("was saved by another version of this program"));
 }

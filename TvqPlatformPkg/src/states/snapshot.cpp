@@ -1,0 +1,14 @@
+/** @file
+  What a machine was at one time.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "snapshot.h"
+
+namespace tvqplatform {
+
+Snapshot::Snapshot() = default;
+Snapshot::~Snapshot() = default;
+
+}  // namespace tvqplatform
