@@ -16,8 +16,8 @@ import table_source  # noqa: E402
 
 # A boot takes seconds, on a busy machine a multiple.
 TIMEOUT = 150
-# Where `./dev test --guarded` keeps firmware that guards blocks of memory.
-GUARDED_FIRMWARE = "TVQ_GUARDED_FIRMWARE"
+# Where `./dev test` keeps the firmware that it builds itself, a folder for each kind.
+OWN_FIRMWARE = "TVQ_OWN_FIRMWARE"
 
 
 def argument_parser(description):
@@ -25,7 +25,9 @@ def argument_parser(description):
     parser.add_argument("--images", type=pathlib.Path, required=True, help="EDK II's output folder")
     parser.add_argument("--arch", choices=guests.BY_NAME, default=guests.X64.name, help="the machine that boots")
     parser.add_argument(
-        "--guard", choices=("tail", "head"), help=f"firmware with a guard there, in the folder that {GUARDED_FIRMWARE} names"
+        "--guard",
+        choices=("tail", "head"),
+        help=f"our own firmware with a guard at that end of every block, in the folder that {OWN_FIRMWARE} names",
     )
     parser.add_argument("--target", choices=("DEBUG", "RELEASE"), default="DEBUG")
     parser.add_argument("--build-table", type=pathlib.Path, required=True, help="the program that builds a table of its source")
@@ -48,11 +50,14 @@ def dump_of(options, table):
 def guest_of(options):
     """The machine that the options ask for; it may have other firmware than the distribution's."""
     guest = guests.BY_NAME[options.arch]
-    if not options.guard:
-        return guest
-    if GUARDED_FIRMWARE not in os.environ:
-        sys.exit(f"{GUARDED_FIRMWARE} is not set; ./dev test --guarded sets it")
-    folder = pathlib.Path(os.environ[GUARDED_FIRMWARE], options.guard)
+    return with_own_firmware(guest, options.guard) if options.guard else guest
+
+
+def with_own_firmware(guest, kind):
+    """The machine with firmware that `./dev test` built."""
+    if OWN_FIRMWARE not in os.environ:
+        sys.exit(f"{OWN_FIRMWARE} is not set; ./dev test sets it")
+    folder = pathlib.Path(os.environ[OWN_FIRMWARE], kind)
     return dataclasses.replace(guest, code=folder / "OVMF_CODE.fd", variables=folder / "OVMF_VARS.fd")
 
 
@@ -64,19 +69,19 @@ def assertions(serial):
 class VirtualMachine:
     """A machine that starts without a saved state and keeps it from boot to boot."""
 
-    def __init__(self, options):
+    def __init__(self, options, guest=None, name="firmware"):
         self.options = options
-        self.out = options.out / "firmware"
+        self.guest = guest or guest_of(options)
+        self.out = options.out / name
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
     def described(self, table, *words, script=(), tables=None):
         """One boot. With a script, the shell runs that in place of the agent."""
-        guest = guest_of(self.options)
         return boot_qemu.Boot(
-            images=boot_qemu.image_paths(self.options.images, self.options.target, guest),
+            images=boot_qemu.image_paths(self.options.images, self.options.target, self.guest),
             out=self.out,
-            guest=guest,
+            guest=self.guest,
             table=table,
             words=(*words, "poweroff"),
             script=script,

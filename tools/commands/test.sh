@@ -16,7 +16,7 @@
 source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
 source "$LIB/firmware.sh"
-source "$LIB/guarded.sh"
+source "$LIB/ovmf.sh"
 source "$LIB/host.sh"
 
 guarded=0
@@ -65,6 +65,7 @@ Changed() {
   Tests --names "${names[@]}"
 }
 
+export TVQ_OWN_FIRMWARE="$OVMF"
 EnsureSetup
 if [[ -n "$revision" ]]; then
   Changed "$revision"
@@ -72,15 +73,18 @@ if [[ -n "$revision" ]]; then
 fi
 if ((guarded)); then
   FirmwareTarget GCC5 DEBUG
-  GuardedFirmware
+  OwnOvmf tail head
   EndToEndTools
-  export TVQ_GUARDED_FIRMWARE="$GUARDED"
   Tests --config Guarded --label guarded
 fi
 mapfile -t toolchains < <(BootingToolchains)
 # EDK II's build keeps one core busy for most of its time, ours takes what there is.
 Note "the firmware is built beside the host's programs"
-Beside firmware Firmware "${toolchains[@]}"
+AllFirmware() {
+  Firmware "${toolchains[@]}"
+  OwnOvmf volume
+}
+Beside firmware AllFirmware
 HostTests
 Join
 Tests

@@ -13,7 +13,7 @@
 #define TVQ_PLATFORM_PROTOCOL_GUID \
   { 0x9407f684, 0x7aab, 0x47e1, { 0x84, 0xee, 0x5b, 0x6e, 0x99, 0x2b, 0x77, 0xe1 } }
 
-#define TVQ_PLATFORM_PROTOCOL_REVISION  2
+#define TVQ_PLATFORM_PROTOCOL_REVISION  3
 
 typedef struct _TVQ_PLATFORM_PROTOCOL TVQ_PLATFORM_PROTOCOL;
 
@@ -173,6 +173,36 @@ EFI_STATUS
   IN CONST VOID             *Buffer
   );
 
+///
+/// The table that the platform started the driver on: the firmware's, conformed. It belongs to the
+/// platform and stays for the boot.
+///
+typedef struct {
+  CONST VOID    *EntryPoint;   ///< 32-bit (SMBIOS 5.2.1).
+  CONST VOID    *Structures;
+  UINTN         Length;        ///< Of the structures, in bytes.
+} TVQ_STARTED_TABLE;
+
+/**
+  Hands out the table that the platform started the driver on. The configuration table names the
+  firmware's own again, whose labels may be others.
+
+  Since revision 3.
+
+  @param[in]   This    The protocol.
+  @param[out]  Table   Receives the table.
+
+  @retval EFI_SUCCESS             Table is set.
+  @retval EFI_INVALID_PARAMETER   A pointer is NULL.
+  @retval EFI_NOT_FOUND           The platform has not started the driver.
+**/
+typedef
+EFI_STATUS
+(EFIAPI *TVQ_PLATFORM_GET_STARTED_TABLE)(
+  IN  TVQ_PLATFORM_PROTOCOL  *This,
+  OUT TVQ_STARTED_TABLE      *Table
+  );
+
 struct _TVQ_PLATFORM_PROTOCOL {
   UINT64                               Revision;   ///< TVQ_PLATFORM_PROTOCOL_REVISION.
   TVQ_PLATFORM_GET_ATTRIBUTE           GetAttribute;
@@ -182,6 +212,8 @@ struct _TVQ_PLATFORM_PROTOCOL {
   TVQ_PLATFORM_COUNT_LOST_LINES        CountLostLines;
   TVQ_PLATFORM_ANNOUNCE_STORED_DATA    AnnounceStoredData;
   TVQ_PLATFORM_FORGET_STORED_DATA      ForgetStoredData;
+  // Since revision 3.
+  TVQ_PLATFORM_GET_STARTED_TABLE       GetStartedTable;
 };
 
 #ifdef __cplusplus

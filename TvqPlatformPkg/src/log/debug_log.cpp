@@ -19,6 +19,22 @@ namespace {
 constexpr CHAR16 kLineFeed = 0x240A;
 constexpr CHAR16 kCarriageReturn = 0x240D;
 
+/// DebugLib cuts what one call prints after 255 characters.
+constexpr UINTN kPiece = 200;
+
+/// Hands a line on to DEBUG (), where that prints.
+void PrintToDebugLib(const TVQ_LOG_LINE& line) {
+  if (!DebugPrintEnabled()) {
+    return;
+  }
+  const UINTN level = line.Level == DEBUG_LOG_LEVEL_ERROR ? DEBUG_ERROR : DEBUG_INFO;
+  DEBUG((level, "%a: ", line.FunctionName));
+  const UINTN length = Length(line.Text);
+  for (UINTN at = 0; at < length; at += kPiece) {
+    DEBUG((level, "%.*s", MIN(length - at, kPiece), line.Text + at));
+  }
+}
+
 void Exchange(CHAR16* text, CHAR16 from, CHAR16 to) {
   for (; *text != 0; text++) {
     if (*text == from) {
@@ -79,7 +95,9 @@ bool DebugLog::Keep(UINT32 level, const CHAR8* function, const CHAR16* format, V
   Exchange(text, kCarriageReturn, '\r');
   CHAR8* name = reinterpret_cast<CHAR8*>(text + formatted.Length + 1);
   CopyMem(name, function, Size(function));
-  return mLines.Append(TVQ_LOG_LINE{level, name, text});
+  const TVQ_LOG_LINE line = {level, name, text};
+  PrintToDebugLib(line);
+  return mLines.Append(line);
 }
 
 void DebugLog::Free() {
@@ -91,6 +109,7 @@ void DebugLog::Free() {
 }
 
 DebugLog gDebugLogStore;
-DEBUG_LOG_PROTOCOL gDebugLogProtocol = kProtocol;
 
 }  // namespace tvqplatform
+
+DEBUG_LOG_PROTOCOL gTvqDebugLog = tvqplatform::kProtocol;

@@ -8,7 +8,7 @@
 #define TVQ_PLATFORM_DEBUG_LOG_H_
 
 #include <TvqCpp.h>
-#include <Protocol/DebugLog.h>
+#include <Library/TvqDebugLogLib.h>
 #include <Protocol/TvqPlatform.h>
 
 #include "../growing_array.h"
@@ -37,7 +37,6 @@ class DebugLog {
 };
 
 extern DebugLog gDebugLogStore;
-extern DEBUG_LOG_PROTOCOL gDebugLogProtocol;
 
 }  // namespace tvqplatform
 

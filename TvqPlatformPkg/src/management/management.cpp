@@ -6,7 +6,8 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "management.h"
+#include <TvqCpp.h>
+#include <Library/TvqManagementLib.h>
 
 #include "stored_data.h"
 
@@ -37,6 +38,20 @@ EFI_STATUS EFIAPI LocateBlob(TVQ_MANAGEMENT_PROTOCOL* This, VOID* StoredData, UI
 
 }  // namespace
 
-TVQ_MANAGEMENT_PROTOCOL gManagement = {1, {}, LocateBlob};
-
 }  // namespace tvqplatform
+
+TVQ_MANAGEMENT_PROTOCOL gTvqManagement = {1, {}, tvqplatform::LocateBlob};
+
+EFI_STATUS EFIAPI TvqAnnounceStoredData(const VOID* Buffer, UINTN Length) {
+  if (Buffer == nullptr || Length == 0) {
+    return EFI_INVALID_PARAMETER;
+  }
+  return tvqplatform::gStoredData.Announce(Buffer, Length) ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
+}
+
+EFI_STATUS EFIAPI TvqForgetStoredData(const VOID* Buffer) {
+  if (Buffer == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  return tvqplatform::gStoredData.Forget(Buffer) ? EFI_SUCCESS : EFI_NOT_FOUND;
+}

@@ -5,15 +5,21 @@
 **/
 
 #include <TvqCpp.h>
+
+extern "C" {
+#include <Library/PcdLib.h>
+}
+
+#include <Library/TvqManagementLib.h>
+#include <Library/TvqStartLib.h>
+#include <Library/TvqXmlParserLib.h>
+#include <Library/TvqZviLib.h>
 #include <Protocol/TvqPlatformPresence.h>
 
 #include "../log/debug_log.h"
-#include "../management/management.h"
 #include "../management/stored_data.h"
 #include "../services/services_table.h"
 #include "../loaded_image.h"
-#include "../xml/xml_parser.h"
-#include "../zvi/library.h"
 #include "platform_protocol.h"
 
 namespace tvqplatform {
@@ -38,12 +44,12 @@ bool HasServicesTable() {
 template <typename Operation>
 [[nodiscard]] EFI_STATUS WithProtocols(Operation operation) {
   return operation(&gTvqPlatformProtocolGuid, &gPlatformProtocol,  //
-                   &gDebugLogProtocolGuid, &gDebugLogProtocol,     //
+                   &gDebugLogProtocolGuid, &gTvqDebugLog,          //
                    &gTvqPrerequisiteProtocolGuid, &gPresence,      //
                    &gZvAuxProtocolGuid, &gPresence,                //
-                   &gZvLibraryProtocolGuid, &gZviTable,            //
-                   &gTvqManagementProtocolGuid, &gManagement,      //
-                   &gXmlParserProtocolGuid, &gXmlParser,           //
+                   &gZvLibraryProtocolGuid, &gTvqZviTable,         //
+                   &gTvqManagementProtocolGuid, &gTvqManagement,   //
+                   &gXmlParserProtocolGuid, &gTvqXmlParser,        //
                    static_cast<EFI_GUID*>(nullptr));
 }
 
@@ -66,6 +72,9 @@ template <typename Operation>
   protocols alone, and without the table its entry point ends with EFI_NOT_FOUND and is not tried
   again.
 
+  Built for a firmware volume (PcdTvqStartAtReadyToBoot), it also starts the driver when the firmware is
+  ready to boot. Loaded by an agent it leaves that to the agent.
+
   @retval EFI_SUCCESS           Everything is there.
   @retval EFI_ALREADY_STARTED   The system has a platform services table; nothing is changed.
   @retval Others                Something could not be installed; nothing is left behind.
@@ -74,15 +83,20 @@ extern "C" EFI_STATUS EFIAPI TvqPlatformEntry(EFI_HANDLE, EFI_SYSTEM_TABLE*) {
   if (HasServicesTable()) {
     return EFI_ALREADY_STARTED;
   }
-  EFI_STATUS status = gBS->InstallConfigurationTable(&gZvServicesTableGuid, &gServicesTable);
+  EFI_STATUS status = gBS->InstallConfigurationTable(&gZvServicesTableGuid, &gTvqServicesTable);
   if (EFI_ERROR(status)) {
     return status;
   }
   status = InstallProtocols();
   if (EFI_ERROR(status)) {
     (void)gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
+    return status;
   }
-  return status;
+  if (FeaturePcdGet(PcdTvqStartAtReadyToBoot)) {
+    // Deliberate: without the start, what was installed still serves an agent.
+    (void)TvqStartAtReadyToBoot();
+  }
+  return EFI_SUCCESS;
 }
 
 /**
@@ -101,6 +115,7 @@ extern "C" EFI_STATUS EFIAPI TvqPlatformUnload(EFI_HANDLE) {
   if (EFI_ERROR(status)) {
     return status;
   }
+  TvqCancelStart();
   (void)gBS->InstallConfigurationTable(&gZvServicesTableGuid, nullptr);
   gAttributeStore.Free();
   gDebugLogStore.Free();

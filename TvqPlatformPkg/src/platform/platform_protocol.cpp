@@ -6,8 +6,11 @@
 
 #include "platform_protocol.h"
 
+#include <Library/SmbiosTableLib.h>
+#include <Library/TvqManagementLib.h>
+#include <Library/TvqStartLib.h>
+
 #include "../log/debug_log.h"
-#include "../management/stored_data.h"
 #include "../services/services_table.h"
 
 namespace tvqplatform {
@@ -53,17 +56,27 @@ UINTN EFIAPI CountLostLines(TVQ_PLATFORM_PROTOCOL* This) {
 
 EFI_STATUS EFIAPI AnnounceStoredData(TVQ_PLATFORM_PROTOCOL* This, const VOID* Buffer,
                                      UINTN Length) {
-  if (This == nullptr || Buffer == nullptr || Length == 0) {
-    return EFI_INVALID_PARAMETER;
-  }
-  return gStoredData.Announce(Buffer, Length) ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
+  return This == nullptr ? EFI_INVALID_PARAMETER : TvqAnnounceStoredData(Buffer, Length);
 }
 
 EFI_STATUS EFIAPI ForgetStoredData(TVQ_PLATFORM_PROTOCOL* This, const VOID* Buffer) {
-  if (This == nullptr || Buffer == nullptr) {
+  return This == nullptr ? EFI_INVALID_PARAMETER : TvqForgetStoredData(Buffer);
+}
+
+EFI_STATUS EFIAPI GetStartedTable(TVQ_PLATFORM_PROTOCOL* This, TVQ_STARTED_TABLE* Table) {
+  if (This == nullptr || Table == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  return gStoredData.Forget(Buffer) ? EFI_SUCCESS : EFI_NOT_FOUND;
+  const auto* entryPoint = static_cast<const UINT8*>(TvqStartedOn());
+  if (entryPoint == nullptr) {
+    return EFI_NOT_FOUND;
+  }
+  const tvq::smbios::EntryPoint entry =
+      tvq::smbios::ReadEntryPoint({entryPoint, tvq::smbios::kEntryPoint32.Size});
+  Table->EntryPoint = entryPoint;
+  Table->Structures = reinterpret_cast<const VOID*>(static_cast<UINTN>(entry.TableAddress));
+  Table->Length = entry.TableLength;
+  return EFI_SUCCESS;
 }
 
 }  // namespace
@@ -75,6 +88,7 @@ TVQ_PLATFORM_PROTOCOL gPlatformProtocol = {TVQ_PLATFORM_PROTOCOL_REVISION,
                                            GetLogLine,
                                            CountLostLines,
                                            AnnounceStoredData,
-                                           ForgetStoredData};
+                                           ForgetStoredData,
+                                           GetStartedTable};
 
 }  // namespace tvqplatform

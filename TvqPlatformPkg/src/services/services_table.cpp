@@ -31,6 +31,7 @@ constexpr ZV_SERVICES_TABLE kTable = MakeTable();
 }  // namespace
 
 AttributeStore gAttributeStore;
-ZV_SERVICES_TABLE gServicesTable = kTable;
 
 }  // namespace tvqplatform
+
+ZV_SERVICES_TABLE gTvqServicesTable = tvqplatform::kTable;

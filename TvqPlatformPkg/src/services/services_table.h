@@ -7,12 +7,13 @@
 #ifndef TVQ_PLATFORM_SERVICES_TABLE_H_
 #define TVQ_PLATFORM_SERVICES_TABLE_H_
 
+#include <Library/TvqServicesLib.h>
+
 #include "attribute_store.h"
 
 namespace tvqplatform {
 
 extern AttributeStore gAttributeStore;
-extern ZV_SERVICES_TABLE gServicesTable;
 
 }  // namespace tvqplatform
 

@@ -70,17 +70,29 @@ EFI_STATUS Publication::Publish(const SmbiosTable& table) {
     (void)gBS->FreePages(address, pages);
     return status;
   }
-  mEntryPoint = memory;
-  mFormer = former;
+  mPublished = {memory, former};
   return EFI_SUCCESS;
 }
 
 void Publication::Restore() {
-  if (mEntryPoint != nullptr && FindConfigurationTable(gEfiSmbiosTableGuid) == mEntryPoint) {
-    (void)gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, mFormer);
+  const TVQ_PUBLISHED_TABLE published = Release();
+  if (published.EntryPoint != nullptr &&
+      FindConfigurationTable(gEfiSmbiosTableGuid) == published.EntryPoint) {
+    (void)gBS->InstallConfigurationTable(&gEfiSmbiosTableGuid, published.Former);
   }
-  mEntryPoint = nullptr;
-  mFormer = nullptr;
+}
+
+TVQ_PUBLISHED_TABLE Publication::Release() {
+  const TVQ_PUBLISHED_TABLE published = mPublished;
+  mPublished = {};
+  return published;
+}
+
+Bytes TableBehind(const VOID* entryPoint) {
+  const smbios::EntryPoint entry =
+      smbios::ReadEntryPoint({static_cast<const UINT8*>(entryPoint), smbios::kEntryPoint32.Size});
+  return {reinterpret_cast<const UINT8*>(static_cast<UINTN>(entry.TableAddress)),
+          entry.TableLength};
 }
 
 }  // namespace tvqplatform

@@ -7,6 +7,8 @@
 #ifndef TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
 #define TVQ_PLATFORM_SMBIOS_PUBLICATION_H_
 
+#include <Library/TvqTableLib.h>
+
 #include "table.h"
 
 namespace tvqplatform {
@@ -17,6 +19,8 @@ namespace tvqplatform {
 class Publication {
  public:
   Publication() = default;
+  /// Takes over what Release() handed out.
+  explicit Publication(const TVQ_PUBLISHED_TABLE& published) : mPublished(published) {}
   Publication(const Publication&) = delete;
   Publication& operator=(const Publication&) = delete;
   ~Publication();
@@ -34,12 +38,17 @@ class Publication {
   /// Puts back what stood there, unless somebody else has changed it since.
   void Restore();
 
-  const UINT8* EntryPoint() const { return mEntryPoint; }
+  /// Leaves the table in place, for somebody else to restore.
+  [[nodiscard]] TVQ_PUBLISHED_TABLE Release();
+
+  const UINT8* EntryPoint() const { return static_cast<const UINT8*>(mPublished.EntryPoint); }
 
  private:
-  UINT8* mEntryPoint = nullptr;
-  VOID* mFormer = nullptr;
+  TVQ_PUBLISHED_TABLE mPublished = {};
 };
+
+/// The structures behind a 32-bit entry point that was published.
+Bytes TableBehind(const VOID* entryPoint);
 
 /// The vendor table of a GUID in the configuration table, or null.
 VOID* FindConfigurationTable(const EFI_GUID& guid);

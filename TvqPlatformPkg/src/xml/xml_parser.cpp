@@ -4,12 +4,14 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "xml_parser.h"
+#include <TvqCpp.h>
 
 extern "C" {
 #include <Protocol/Rng.h>
 #include <expat.h>
 }
+
+#include <Library/TvqXmlParserLib.h>
 
 #include "../text.h"
 #include "document.h"
@@ -159,6 +161,7 @@ EFI_STATUS EFIAPI Free(XML_PARSER_PROTOCOL* This, XML_NODE* Document) {
 
 }  // namespace
 
-XML_PARSER_PROTOCOL gXmlParser = {nullptr, Parse, {nullptr, nullptr}, Free};
-
 }  // namespace tvqplatform
+
+XML_PARSER_PROTOCOL gTvqXmlParser = {
+    nullptr, tvqplatform::Parse, {nullptr, nullptr}, tvqplatform::Free};

@@ -7,7 +7,8 @@
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
-#include "library.h"
+#include <TvqCpp.h>
+#include <Library/TvqZviLib.h>
 
 #include "../text.h"
 
@@ -200,6 +201,6 @@ constexpr ZV_LIBRARY_PROTOCOL kTable = MakeTable();
 
 }  // namespace
 
-ZV_LIBRARY_PROTOCOL gZviTable = kTable;
-
 }  // namespace tvqplatform
+
+ZV_LIBRARY_PROTOCOL gTvqZviTable = tvqplatform::kTable;

@@ -9,7 +9,7 @@
 
 #include <cstring>
 
-#include "TvqPlatformPkg/src/xml/xml_parser.h"
+#include <Library/TvqXmlParserLib.h>
 
 namespace tvq::test {
 
@@ -30,7 +30,7 @@ EFI_STATUS ParserDouble::Parse(XML_PARSER_PROTOCOL* This, XML_INPUT* Input, XML_
   if (self.tree != nullptr) {
     *Document = self.tree;
   } else {
-    status = tvqplatform::gXmlParser.Parse(&tvqplatform::gXmlParser, Input, Document);
+    status = gTvqXmlParser.Parse(&gTvqXmlParser, Input, Document);
   }
   if (*Document != nullptr) {
     self.documents.insert(*Document);
@@ -48,8 +48,7 @@ EFI_STATUS ParserDouble::Free(XML_PARSER_PROTOCOL* This, XML_NODE* Document) {
     ADD_FAILURE() << "a document is freed that is not there";
     return EFI_INVALID_PARAMETER;
   }
-  return Document == self.tree ? EFI_SUCCESS
-                               : tvqplatform::gXmlParser.Free(&tvqplatform::gXmlParser, Document);
+  return Document == self.tree ? EFI_SUCCESS : gTvqXmlParser.Free(&gTvqXmlParser, Document);
 }
 
 ManagementDouble::ManagementDouble() {

@@ -7,7 +7,7 @@
 
 #include "images/platform.h"
 
-#include "TvqPlatformPkg/src/xml/xml_parser.h"
+#include <Library/TvqXmlParserLib.h>
 #include <Protocol/TvqManagement.h>
 #include <Protocol/XmlParser.h>
 
@@ -74,13 +74,12 @@ struct FailingPlatform::Hooks {
       *document = nullptr;
       return EFI_DEVICE_ERROR;
     }
-    return tvqplatform::gXmlParser.Parse(&tvqplatform::gXmlParser, input, document);
+    return gTvqXmlParser.Parse(&gTvqXmlParser, input, document);
   }
 
   static EFI_STATUS EFIAPI Free(XML_PARSER_PROTOCOL*, XML_NODE* document) {
-    return Fails(Operation::kXmlFree)
-               ? EFI_DEVICE_ERROR
-               : tvqplatform::gXmlParser.Free(&tvqplatform::gXmlParser, document);
+    return Fails(Operation::kXmlFree) ? EFI_DEVICE_ERROR
+                                      : gTvqXmlParser.Free(&gTvqXmlParser, document);
   }
 
   static inline TVQ_MANAGEMENT_PROTOCOL management = {1, {}, LocateBlob};

@@ -139,5 +139,22 @@ TEST_F(PlatformLog, RefusesMissingArguments) {
   EXPECT_EQ(Platform()->CountLostLines(nullptr), 0u);
 }
 
+TEST_F(PlatformLog, GoesToTheDebugLibraryWholeHoweverLongALineIs) {
+  Firmware().KeepDebugOutput(true);
+  const std::u16string digits = u"0123456789";
+  std::u16string text;
+  for (int i = 0; i < 100; ++i) {
+    text += digits;
+  }
+  Print(u"%s\n", text.c_str());
+  EXPECT_EQ(Firmware().DebugOutput(), "Routine: " + Utf8(Wide(text.c_str())) + "\n");
+}
+
+TEST_F(PlatformLog, IsKeptWithoutADebugLibrary) {
+  Print(u"Count %d\n", 2);
+  EXPECT_EQ(LineCount(), 1u);
+  EXPECT_EQ(Firmware().DebugOutput(), "");
+}
+
 }  // namespace
 }  // namespace tvq::test
