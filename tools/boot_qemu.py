@@ -46,7 +46,7 @@ class Boot:
     guest: guests.Guest = guests.X64
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
-    script: tuple = ()  # lines for the firmware's shell, which runs in place of the agent
+    script: tuple = ()  # lines for the firmware's own shell, which runs in place of the agent
     tables: dict = dataclasses.field(default_factory=dict)  # by name, what a script finds in a folder of tables
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
@@ -57,7 +57,7 @@ def image_paths(build, target, guest=guests.X64):
     found = {}
     for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, FAULTS)), ("TvqSmbiosPkg", (DRIVER, PLATFORM_TEST))):
         for name in names:
-            found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.name / name
+            found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.architecture / name
     return found
 
 
@@ -89,10 +89,8 @@ def disk_files(boot, folder):
     files = {boot.images[PLATFORM]: f"{FOLDER}/{PLATFORM}", boot.images[DRIVER]: f"{FOLDER}/{DRIVER}"}
     text = folder / "text"
     if boot.script:
-        # The firmware's shell comes last in the boot order, and runs this file.
-        lines = ("@echo -off", "fs0:", *boot.script, "reset -s")
-        text.write_bytes("".join(f"{line}\r\n" for line in lines).encode("ascii"))
-        files |= {text: "startup.nsh"} | {boot.images[name]: name for name in (AGENT, FAULTS, PLATFORM_TEST)}
+        text.write_bytes(boot.guest.script(boot.script))
+        files |= {text: boot.guest.script_file} | {boot.images[name]: name for name in (AGENT, FAULTS, PLATFORM_TEST)}
     else:
         text.write_bytes((" ".join(boot.words) + "\r\n").encode("ascii"))
         files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}
@@ -194,7 +192,7 @@ def check_inputs(boot):
         if not image.is_file():
             raise BootFailure(f"{image} is missing", "./dev build firmware builds it")
     for part in (boot.guest.code, boot.guest.variables):
-        if not part.is_file():
+        if part and not part.is_file():
             raise BootFailure(f"{part} is missing", f"./dev setup installs the package {boot.guest.package}")
 
 
@@ -216,7 +214,8 @@ def run(boot):
     with tempfile.TemporaryDirectory(prefix="tvq-boot-") as folder:
         disk, variables = pathlib.Path(folder, "disk.img"), pathlib.Path(folder, "variables.fd")
         make_disk(disk, boot)
-        shutil.copyfile(boot.guest.variables, variables)
+        if boot.guest.variables:
+            shutil.copyfile(boot.guest.variables, variables)
         raw, problem = run_qemu(guests.qemu_command(boot.guest, disk, variables), boot)
         serial = plain_text(raw)
         (boot.out / "serial.txt").write_text(serial + "\n", encoding="utf-8")

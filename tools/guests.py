@@ -5,6 +5,8 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import dataclasses
 import pathlib
+import struct
+import zlib
 
 # QEMU makes one memory module of every 16 GiB. The memory is only promised to the guest, not taken from this machine.
 MEMORY = "64G"
@@ -20,23 +22,46 @@ TABLE = [
 ]
 
 
+def shell_script(lines):
+    """A script that UEFI's shell runs by itself from a disk that has nothing to boot."""
+    return "".join(f"{line}\r\n" for line in ("@echo -off", "fs0:", *lines, "reset -s")).encode("ascii")
+
+
+def u_boot_script(lines):
+    """A script that U-Boot runs before it looks for a boot file: text behind a length, in an image of the old format."""
+    text = "".join(f"{line}\n" for line in (*lines, "poweroff")).encode("ascii")
+    data = struct.pack(">II", len(text), 0) + text
+    # Linux, 64-bit ARM, script, not compressed.
+    kind = struct.pack(">4B32s", 5, 22, 6, 0, b"TVQ")
+
+    def header(checksum):
+        return struct.pack(">7I", 0x27051956, checksum, 0, len(data), 0, 0, zlib.crc32(data)) + kind
+
+    return header(zlib.crc32(header(0))) + data
+
+
 @dataclasses.dataclass(frozen=True)
 class Guest:
     """One kind of machine."""
 
-    name: str  # As EDK II names the architecture.
+    name: str
+    architecture: str  # As EDK II names it.
     toolchain: str  # Whose images boot.
     boot_file: str  # What firmware starts from a disk that nobody installed.
     program: str  # Of QEMU.
     options: tuple  # Of that program, for this machine.
     code: pathlib.Path  # The firmware.
-    variables: pathlib.Path  # The store of its variables as it is before the first boot.
+    variables: pathlib.Path | None  # The store of its variables as it is before the first boot; None when it has none.
     package: str  # Where the firmware comes from.
     crash: bytes  # What the firmware prints before it stops for good.
+    memory: str = MEMORY
+    script_file: str = "startup.nsh"
+    script: object = shell_script  # Makes that file's bytes of the lines.
 
 
 X64 = Guest(
     name="X64",
+    architecture="X64",
     toolchain="GCC5",
     boot_file="BOOTX64.EFI",
     program="qemu-system-x86_64",
@@ -48,6 +73,7 @@ X64 = Guest(
 )
 AARCH64 = Guest(
     name="AARCH64",
+    architecture="AARCH64",
     toolchain="GCC49",
     boot_file="BOOTAA64.EFI",
     program="qemu-system-aarch64",
@@ -57,16 +83,37 @@ AARCH64 = Guest(
     package="qemu-efi-aarch64",
     crash=b"Synchronous Exception at ",
 )
-BY_NAME = {guest.name: guest for guest in (X64, AARCH64)}
+# The UEFI of another maker. It publishes a table of its own and starts the disk's boot file by itself.
+U_BOOT = dataclasses.replace(
+    AARCH64,
+    name="U-BOOT",
+    code=pathlib.Path("/usr/lib/u-boot/qemu_arm64/u-boot.bin"),
+    variables=None,
+    package="u-boot-qemu",
+    crash=b'" handler, esr ',
+    memory="1G",
+    script_file="boot.scr",
+    script=u_boot_script,
+)
+BY_NAME = {guest.name: guest for guest in (X64, AARCH64, U_BOOT)}
+
+
+def firmware_options(guest, variables):
+    """The firmware as flash, with its store of variables; or as a program where it keeps none."""
+    if guest.variables is None:
+        return ["-bios", str(guest.code)]
+    return [
+        *("-drive", f"if=pflash,format=raw,unit=0,readonly=on,file={guest.code}"),
+        *("-drive", f"if=pflash,format=raw,unit=1,file={variables}"),
+    ]
 
 
 def qemu_command(guest, disk, variables):
     """Starts the machine with a disk and a store of variables that it may write to; its serial line is stdout."""
     command = [guest.program, *guest.options, "-nodefaults", "-no-reboot", "-display", "none", "-net", "none"]
-    command += ["-m", MEMORY, "-object", f"memory-backend-ram,id=ram,size={MEMORY},reserve=off"]
+    command += ["-m", guest.memory, "-object", f"memory-backend-ram,id=ram,size={guest.memory},reserve=off"]
     command += ["-smp", f"{SOCKETS},sockets={SOCKETS}"]
-    command += ["-drive", f"if=pflash,format=raw,unit=0,readonly=on,file={guest.code}"]
-    command += ["-drive", f"if=pflash,format=raw,unit=1,file={variables}"]
+    command += firmware_options(guest, variables)
     command += ["-drive", f"if=none,id=disk,format=raw,file={disk}", "-device", "virtio-blk-pci,drive=disk"]
     command += ["-serial", "stdio"]
     for structure in TABLE:

@@ -86,7 +86,7 @@ def run(options, table, folder):
         words=words_for_agent(options),
         live=machine.show_serial if options.verbose else None,
     )
-    machine.dev_build("firmware", "--arch", guest.name, "--target", machine.TARGET, verbose=options.verbose)
+    machine.dev_build("firmware", "--arch", guest.architecture, "--target", machine.TARGET, verbose=options.verbose)
     report = machine.boot(boot, f"Booting {guest.name} firmware in QEMU with {machine.shown(table) if table else 'the table of QEMU'}")
     if report is not None:
         print(report.rstrip(), flush=True)

@@ -5,10 +5,12 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 
 import dataclasses
 import pathlib
+import struct
 import subprocess
 import sys
 import tempfile
 import unittest
+import zlib
 
 import scripts  # noqa: F401
 import boot_qemu
@@ -68,6 +70,14 @@ class Disk(FolderTest):
         self.assertEqual(contents["TvqPlatformTest.efi"], b"TvqPlatformTest.efi")
         self.assertNotIn("EFI/BOOT/BOOTX64.EFI", contents)
         self.assertNotIn("TVQ/options.txt", contents)
+
+    def test_u_boot_gets_its_script_in_an_image_with_checksums(self):
+        script = self.contents(self.boot(guest=guests.U_BOOT, script=("one", "two")))["boot.scr"]
+        fields = struct.unpack(">7I4B32s", script[:64])
+        self.assertEqual(fields[0], 0x27051956)
+        self.assertEqual(fields[1], zlib.crc32(script[:4] + bytes(4) + script[8:64]))
+        self.assertEqual((fields[3], fields[6]), (len(script) - 64, zlib.crc32(script[64:])))
+        self.assertEqual(script[64:], struct.pack(">II", 17, 0) + b"one\ntwo\npoweroff\n")
 
     def test_the_state_that_an_earlier_boot_saved_is_there(self):
         boot = self.boot()
@@ -170,6 +180,12 @@ class Machine(FolderTest):
             boot_qemu.run(boot)
         self.assertFalse(boot.out.exists())
 
+
+    def test_firmware_is_flash_or_a_program_without_a_store(self):
+        for guest, wanted in ((guests.AARCH64, "-drive if=pflash"), (guests.U_BOOT, "-bios /usr/lib/u-boot")):
+            command = " ".join(guests.qemu_command(guest, "disk", "variables"))
+            self.assertIn(wanted, command)
+            self.assertEqual("file=variables" in command, guest.variables is not None)
 
     def test_missing_firmware_names_the_package_that_has_it(self):
         guest = dataclasses.replace(guests.AARCH64, code=self.folder / "none.fd")

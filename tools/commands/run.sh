@@ -3,13 +3,13 @@
 #?
 #? usage: ./dev run [--arch ARCH] [--table FILE | --qemu-table] [--as-is] [--accept] [--out DIR] [-v]
 #?
-#?   --arch ARCH     the machine to boot: x64 (the default) or aarch64
+#?   --arch ARCH     the machine to boot: x64 (the default), aarch64, or u-boot (AARCH64 with another UEFI)
 #?   --table FILE    the table to publish: what dmidecode --dump-bin writes, a bare table, or the source of one, as
 #?                   those in samples/ (default: samples/two-socket.smbios)
 #?   --qemu-table    the table that QEMU itself publishes: two sockets, four modules
 #?   --as-is         publish the table unchanged, even where devices clash
 #?   --accept        save the state of this boot in place of the saved one
-#?   --out DIR       where the agent's files go (default: build/run/<name of the table>, on aarch64 with its name)
+#?   --out DIR       where the agent's files go (default: build/run/<name of the table>, but for x64 with its name)
 #?   -v              show the output of the tools and of the serial line while they work
 #?
 #? The first boot with a folder saves the state of all devices there, every later one is compared with it.
