@@ -27,7 +27,8 @@ void PrintToDebugLib(const TVQ_LOG_LINE& line) {
   if (!DebugPrintEnabled()) {
     return;
   }
-  const UINTN level = line.Level == DEBUG_LOG_LEVEL_ERROR ? DEBUG_ERROR : DEBUG_INFO;
+  [[maybe_unused]] const UINTN level =
+      line.Level == DEBUG_LOG_LEVEL_ERROR ? DEBUG_ERROR : DEBUG_INFO;
   DEBUG((level, "%a: ", line.FunctionName));
   const UINTN length = Length(line.Text);
   for (UINTN at = 0; at < length; at += kPiece) {

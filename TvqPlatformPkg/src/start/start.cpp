@@ -35,9 +35,8 @@ void Close(EFI_EVENT& event) {
 
 VOID EFIAPI OnStart(EFI_EVENT, VOID*) {
   Close(gStart);
-  const EFI_STATUS status = TvqStartNow();
+  [[maybe_unused]] const EFI_STATUS status = TvqStartNow();
   DEBUG((EFI_ERROR(status) ? DEBUG_ERROR : DEBUG_INFO, "TVQ: start: %r\n", status));
-  (void)status;  // Where DEBUG () is empty.
 }
 
 /// The events of the group are all queued before the first of them is handled, and one that a handler
