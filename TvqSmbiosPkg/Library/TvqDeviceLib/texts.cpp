@@ -104,10 +104,15 @@ bool IsOneOf(Text text, const Word (&words)[N]) {
   return false;
 }
 
+/// Whether the character can stand in a number, or between a name and its number.
+bool MayFollowAName(U8 character) {
+  return IsDigit(character) || Plain(character) == 0;
+}
+
 /// The text without a number at its end.
 Text WithoutNumber(Text text) {
   smbios::SizeType length = text.Length();
-  while (length != 0 && (IsDigit(text[length - 1]) || Plain(text[length - 1]) == 0)) {
+  while (length != 0 && MayFollowAName(text[length - 1])) {
     length--;
   }
   return Text(text.Data(), length);

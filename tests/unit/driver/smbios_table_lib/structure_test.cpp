@@ -228,6 +228,19 @@ TEST(SmbiosStrings, EndAtAnEmptyOneThatIsNotTheFirst) {
   EXPECT_EQ(structure.Size(), 4u + 4 + 1);
 }
 
+TEST(SmbiosStrings, HaveAnEmptyOneInFrontOfWhatTheTableCuts) {
+  const ByteVector table = {1, 4, 2, 0, 0, 'x'};
+  EXPECT_THAT(StringsOf(Structure(View(table), 0)), ElementsAre(""));
+}
+
+TEST(SmbiosStrings, DoNotGoOnBehindTheirEnd) {
+  const ByteVector strings = {'a', 0, 0, 'b', 0, 0};
+  StringCursor cursor(View(strings));
+  EXPECT_TRUE(cursor.Next());
+  EXPECT_FALSE(cursor.Next());
+  EXPECT_FALSE(cursor.Next());
+}
+
 TEST(SmbiosStrings, AreNoneBetweenTwoNulsWhereNumberOneIsAnEmptyText) {
   const ByteVector table = StructureOf(1, 2, {}, {});
   const Structure structure(View(table), 0);

@@ -102,6 +102,13 @@ TEST(Blob, SaysWhatIsWrongWithIt) {
   }
 }
 
+TEST(Blob, WithAHeaderAloneIsReadAsFarAsThat) {
+  Data header = EndBlob();
+  header.resize(16);
+  Put32(header, 4, 9);
+  EXPECT_EQ(DefectOf(header), Defect::kType);
+}
+
 TEST(BlobSearch, FindsTheOneWithThisTypeAndIndex) {
   const Data first = ConfigurationBlob("<first/>");
   const Data data = InventoryBlob() + first + ConfigurationBlob("<second/>") + EndBlob();
@@ -187,6 +194,12 @@ TEST(BlobInventory, HasNoTextBehindTheBlob) {
   EXPECT_TRUE(inventory.Wwn.IsPresent);
   EXPECT_EQ(inventory.Wwn.Start, 0x7FFFFFFFu);
   EXPECT_TRUE(BytesOf(View(data), inventory.Wwn).Empty());
+}
+
+TEST(BlobInventory, NeedsNoByteOfTheStringArea) {
+  Data data(126, 0);
+  Put32(data, 16, 0x20);
+  EXPECT_EQ(ReadInventory(View(data)).Flags, 0x20u);
 }
 
 TEST(BlobInventory, IsEmptyWithoutAStringArea) {

@@ -12,6 +12,7 @@
 
 #include "host/firmware/edk2.h"
 
+#include <IndustryStandard/SmbiosTvq.h>
 #include <Protocol/TvqRecord.h>
 
 namespace tvq::test {
@@ -148,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LocatorCase{"A5", std::string("A5\0", 3)}, LocatorCase{"CPU1_DIMM_A1", "DIM"},
                     LocatorCase{"12345DIMM_", "DIM"}, LocatorCase{"DIMM_", std::string("\0ne", 3)},
                     LocatorCase{"DIMM A1", "DIM"}, LocatorCase{"DIMM", "DIM"},
-                    LocatorCase{"DDIMM_B", std::string("_B\0", 3)},
+                    LocatorCase{"DDIMM_B", std::string("_B\0", 3)}, LocatorCase{"XIMM_A1", "XIM"},
                     LocatorCase{"A", std::string("A\0n", 3)}));
 
 TEST(LocatorKey, IsZerosWithoutALocatorAndBehindTheTable) {
@@ -228,6 +229,13 @@ TEST(FqddMap, IsCutOffWhereAGroupWouldBeginBehindTheTable) {
   EXPECT_EQ(devices::FindFqddMap(View(bytes)), devices::FqddMap::kOtherFormat);
   const Bytes empty = {225, 5, 0, 0, 1};
   EXPECT_EQ(devices::FindFqddMap(View(empty)), devices::FqddMap::kUsable);
+}
+
+TEST(FqddMap, HasNoGroupInBytesThatAreTooFewForOne) {
+  const Bytes tooFew = {225, 5 + sizeof(SMBIOS_TVQ_FQDD_GROUP) - 1, 0, 0, 1};
+  EXPECT_EQ(devices::FindFqddMap(View(tooFew)), devices::FqddMap::kUsable);
+  const Bytes enough = {225, 5 + sizeof(SMBIOS_TVQ_FQDD_GROUP), 0, 0, 1};
+  EXPECT_EQ(devices::FindFqddMap(View(enough)), devices::FqddMap::kCutOff);
 }
 
 TEST(FqddMap, IsMissingWithoutAStructureOfItsType) {

@@ -81,6 +81,11 @@ TEST(PlaceholderText, MayHaveBeenCut) {
   }
 }
 
+TEST(PlaceholderText, ThatWasCutHasEightCharactersThatCount) {
+  EXPECT_TRUE(IsPlaceholder("To Be  Fil -l "));
+  EXPECT_FALSE(IsPlaceholder("To Be  Fil -  "));
+}
+
 TEST(PlaceholderText, IsNoShortOneThatBlanksFillUp) {
   EXPECT_FALSE(IsPlaceholder("01            "));
   EXPECT_FALSE(IsDummy("12            "));
@@ -91,7 +96,7 @@ TEST(PlaceholderText, IsNoShortOneThatBlanksFillUp) {
 TEST(DummyText, IsACountedNameOrDigitsInARow) {
   for (const char* text : {"SerNum0", "SERNUM12", "Array1_PartNumber2", "PartNum3", "Part Number",
                            "ModulePartNumber 1", "Serial Number 12345678", "SerialNumber-1",
-                           "12345678", "123456789", "1234567890"}) {
+                           "SerNum1-2", "12345678", "123456789", "1234567890"}) {
     EXPECT_TRUE(IsDummy(text)) << text;
     EXPECT_FALSE(IsPlaceholder(text)) << text;
   }

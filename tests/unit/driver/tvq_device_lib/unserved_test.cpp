@@ -105,9 +105,18 @@ TEST_F(UnservedDevices, AreProcessorsToo) {
 // The driver reads names in another order than they stand when a string number is wrong.
 TEST_F(UnservedDevices, AreNoneWhereThereAreAsManyRecordsAsDevices) {
   AddModule(10, "A1");
+  mTable.Add(Processor{});
   AddModule(11, "A1");
   const std::vector<devices::Key> others = {{{3, 'X'}}, {{3, 'Y'}}};
   EXPECT_THAT(Describe(mTable.Bytes(), Kind::kModule, others), IsEmpty());
+}
+
+TEST_F(UnservedDevices, AreAllButOneWhereThereIsOneRecordLess) {
+  AddModule(10, "A1");
+  AddModule(11, "A2");
+  AddModule(12, "A3");
+  EXPECT_THAT(Modules({10, 11}), ElementsAre("12 is refused by none"));
+  EXPECT_THAT(Modules({10, 11, 11}), IsEmpty());
 }
 
 TEST_F(UnservedDevices, AreThoseBehindAHandleThatEndsTheTable) {

@@ -359,6 +359,20 @@ TEST_F(DeviceEntry, OfAModuleRefusesANodeWithoutAllThreeCharacters) {
   }
 }
 
+// As long as the high byte of its length alone says: 256 bytes.
+TEST_P(EveryDeviceEntry, TakesALongNode) {
+  ZVEP_PROTOCOL* entry = NewEntry(GetParam());
+  const Path own = OwnPath(GetParam());
+  alignas(8) UINT8 memory[0x100 + 4] = {};
+  std::copy(own.begin(), own.begin() + kNodeSize, memory);
+  memory[kLength] = 0;
+  memory[kLength + 1] = 1;
+  CHAR16* name = nullptr;
+  EXPECT_EQ(entry->GetDeviceName(entry, reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(memory),
+                                 mLanguage, &name, nullptr),
+            EFI_SUCCESS);
+}
+
 TEST_P(EveryDeviceEntry, ReadsADevicePathAtAnyAddress) {
   ZVEP_PROTOCOL* entry = NewEntry(GetParam());
   const Path own = OwnPath(GetParam());
