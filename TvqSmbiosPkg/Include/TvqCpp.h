@@ -5,6 +5,7 @@
   Everything here is freestanding: no exceptions, no run-time type information, no objects that
   need construction at load.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

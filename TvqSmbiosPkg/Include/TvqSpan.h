@@ -3,6 +3,7 @@
 
   This header needs nothing of EDK II and no C++ library.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

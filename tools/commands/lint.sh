@@ -15,6 +15,7 @@
 #?   lists        every INF is in a DSC, every source file of a package in an INF
 #?   includes     a folder of the driver includes nothing of those that are built on it
 #?   results      no status of a function or a service is dropped without a word
+#?   edk2         what EDK II's continuous integration asks of a package, as far as it needs no network
 #?   cppcheck     cppcheck over all C and C++ files
 #?   clang        the host build by Clang, without a warning
 #?   tidy         clang-tidy over our own files of the host build
@@ -28,7 +29,7 @@ source "$LIB/files.sh"
 source "$LIB/host.sh"
 source "$LIB/lint.sh"
 
-CHECKS=(format shell python licence whitespace lists includes results cppcheck clang tidy)
+CHECKS=(format shell python licence whitespace lists includes results edk2 cppcheck clang tidy)
 
 CHANGED=0
 mark=0

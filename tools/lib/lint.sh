@@ -75,6 +75,8 @@ Check_includes() { python3 -B "$TOOLS/check_includes.py" "$ROOT"; }
 
 Check_results() { python3 -B "$TOOLS/check_results.py" "$ROOT"; }
 
+Check_edk2() { python3 -B "$TOOLS/check_edk2.py" "$ROOT" "$EDK2_DIR"; }
+
 # Without the headers of EDK II and of libraries, which take it minutes and tell it little.
 Check_cppcheck() {
   cppcheck --std=c++17 --library=googletest --enable=warning,performance,portability,style \

@@ -1,6 +1,7 @@
 /** @file
   A debug log that keeps every line in memory and, where DebugLib prints, hands it on to DEBUG ().
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -2,6 +2,7 @@
   The TVQ management protocol over stored data that was announced to it. It is told no length when it
   is asked, so it looks into nothing else.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

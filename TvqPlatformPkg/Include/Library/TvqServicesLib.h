@@ -2,6 +2,7 @@
   The platform services table over an attribute store of its own, which copies every text and drops
   the callbacks of an image that is unloaded.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -1,6 +1,7 @@
 /** @file
   Starts TVQSMBIOS once, when the firmware is ready to boot.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -6,6 +6,7 @@
   own: structures of type 225 are added, and where need be labels are replaced. The firmware's table
   keeps its labels.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -1,6 +1,7 @@
 /** @file
   The XML parser protocol over expat, whose sources the DSC names (EXPAT_DIR).
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -4,6 +4,7 @@
   PcdMaximumAsciiStringLength and PcdMaximumUnicodeStringLength have to be 0 for the module that links
   it: stored documents may be longer than MdePkg's default limits.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

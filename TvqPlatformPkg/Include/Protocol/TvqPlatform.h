@@ -4,6 +4,7 @@
   Produced by TvqPlatform. Asks the attributes that drivers registered through the platform services
   table, shows the lines of the debug log, and is told where stored data lies.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -1,6 +1,7 @@
 /** @file
   Named attributes that the driver answers through the platform services table.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

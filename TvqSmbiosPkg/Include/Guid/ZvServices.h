@@ -5,6 +5,7 @@
   below; the position of an entry is part of the interface. The GUID also is the vendor GUID of the
   UEFI variable with the processor family.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

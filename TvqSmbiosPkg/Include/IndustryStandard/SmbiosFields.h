@@ -7,6 +7,7 @@
   Offset and width are the member's own and known when the code is compiled, so that nobody writes
   either down. Nothing here depends on the size of a whole structure, which grows with the headers.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -1,6 +1,7 @@
 /** @file
   OEM structures in the SMBIOS table that the driver reads.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

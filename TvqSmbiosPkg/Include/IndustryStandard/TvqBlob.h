@@ -3,6 +3,7 @@
 
   All fields are little-endian.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

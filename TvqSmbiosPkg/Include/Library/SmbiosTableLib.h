@@ -13,6 +13,7 @@
   The library has no state and allocates nothing. This header needs nothing of EDK II and no C++
   library, so that the same code serves the driver, UEFI applications and programs on Linux.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -5,6 +5,7 @@
   The library has no state and allocates nothing, and like SmbiosTableLib.h this header serves
   programs outside of EDK II too.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -6,6 +6,7 @@
   its own. Without gZV or its table it raises an assertion (where assertions are enabled) and
   returns 0, NULL for a pointer.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -4,6 +4,7 @@
   Produced by the platform. The driver logs from when it found the protocol; no line is kept back. It
   does not notice when the protocol is taken off, so the interface stays valid for the boot.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -5,6 +5,7 @@
   (Identify), fetches its inventory as three blobs (Get), and asks whether the part was replaced
   since an earlier boot (Verify).
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

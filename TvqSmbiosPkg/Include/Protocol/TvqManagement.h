@@ -4,6 +4,7 @@
   Produced by the platform. The structure is packed: the operations follow the 32-bit field at
   once.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

@@ -1,6 +1,7 @@
 /** @file
   Protocols of the platform whose presence alone matters to the driver.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

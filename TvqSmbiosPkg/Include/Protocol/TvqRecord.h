@@ -5,6 +5,7 @@
   the record; a NULL string means "not known". The record is packed: read its fields by value and
   take no pointer to one.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

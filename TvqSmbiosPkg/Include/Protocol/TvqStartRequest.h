@@ -4,6 +4,7 @@
   The driver builds nothing when it is loaded. It installs a TVQ_START_REQUEST on its own image
   handle; a component of the platform calls Start once, after the last SMBIOS structure was added.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

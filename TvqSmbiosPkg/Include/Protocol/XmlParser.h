@@ -3,6 +3,7 @@
 
   Produced by the platform. The driver uses Parse and Free, and of a node the fields named below.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

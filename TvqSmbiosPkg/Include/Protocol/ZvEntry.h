@@ -3,6 +3,7 @@
 
   Installed on the handle of each device record.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 

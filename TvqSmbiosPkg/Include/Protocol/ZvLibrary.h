@@ -5,6 +5,7 @@
   or PrintLib function of the same role, without MdePkg's limit on the length of a string. The
   driver uses the entries named below; the position of an entry is part of the interface.
 
+  Copyright (c) 2026, The TVQSMBIOS authors
   SPDX-License-Identifier: BSD-2-Clause-Patent
 **/
 
