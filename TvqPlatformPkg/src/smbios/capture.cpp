@@ -43,10 +43,16 @@ UINT16 CountStructures(Bytes table) {
 }
 
 /// The length of a 64-bit entry point is a maximum: the table ends after its first end-of-table
-/// structure.
+/// structure. Nothing behind that is read, because a maximum may reach into memory of devices.
 Bytes UpToEndOfTable(Bytes table) {
-  const UINTN end = smbios::Summarize(table).EndOfTableEnd;
-  return end == 0 ? table : table.First(end);
+  for (const Structure& structure : smbios::Walk(table)) {
+    if (structure.Type() == smbios::kEndOfTable) {
+      const UINTN strings = structure.Length();
+      const bool hasNone = structure.PeekByte(strings) == 0 && structure.PeekByte(strings + 1) == 0;
+      return table.First(hasNone ? structure.Offset() + strings + 2 : structure.End());
+    }
+  }
+  return table;
 }
 
 /// `available` begins with the table that the entry point describes.

@@ -186,6 +186,19 @@ TEST_F(AgentCapture, TakesTheLengthOfA64BitEntryPointForAMaximum) {
   EXPECT_THAT(Read(Dump64(table, 1'000'000)).notes, ElementsAre(HasSubstr("Not Found")));
 }
 
+// A maximum may reach into memory of devices.
+TEST_F(AgentCapture, ReadsNothingBehindTheEndOfTableOfA64BitEntryPoint) {
+  const Table table = MinimalServer();
+  const host::LowMapping memory = host::MapBelow4G(table.Size(), host::Guard::kBehind);
+  std::copy(table.Bytes().begin(), table.Bytes().end(), memory.Data());
+  Bytes entry = Of64Bits(table, 0x100000).FileWith(table);
+  entry.resize(0x18);
+  tvqplatform::Capture capture;
+  tvqplatform::ReadSeparateTable(View(entry), {memory.Data(), 0x100000}, capture);
+  EXPECT_EQ(capture.Table.Structures.Size(), table.Size());
+  EXPECT_EQ(Copy(capture.Table.Structures), table.Bytes());
+}
+
 TEST_F(AgentCapture, SaysWhenTheTableOfA64BitEntryPointIsCut) {
   Table table = MinimalServer();
   table.Chop(10);
