@@ -21,11 +21,14 @@ import guests
 FOLDER = "TVQ"
 AGENT, PLATFORM, DRIVER = "TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi"
 FAULTS, PLATFORM_TEST = "TvqFaults.efi", "TvqPlatformTest.efi"
-# What the agent keeps from one boot to the next.
-STATE_FILES = ("state-a.bin", "state-b.bin")
+# What the agent keeps from one boot to the next: a folder of states for each machine, and the files of version 1.
+STATE_FOLDERS = "machine-*"
+STATE_FILES = (f"{STATE_FOLDERS}/state-*.bin", "state-a.bin", "state-b.bin")
 # Says that a folder was written by an earlier boot, so that it may be emptied.
 MARKER = ".tvq-run"
 DISK_BYTES = 64 << 20
+# What a boot leaves whose writes are logged.
+DISK_BEFORE, WRITES = "before.img", "writes.log"
 
 
 class BootFailure(Exception):
@@ -50,6 +53,7 @@ class Boot:
     tables: dict = dataclasses.field(default_factory=dict)  # by name, what a script finds in a folder of tables
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
+    writes: pathlib.Path | None = None  # a folder that gets the disk as it was before, and every write to it
 
 
 def image_paths(build, target, guest=guests.X64):
@@ -97,7 +101,12 @@ def disk_files(boot, folder):
     if boot.table:
         files[boot.table] = f"{FOLDER}/table.bin"
     files |= {table: f"{FOLDER}/tables/{name}.bin" for name, table in boot.tables.items()}
-    return files | {boot.out / name: f"{FOLDER}/{name}" for name in STATE_FILES if (boot.out / name).is_file()}
+    return files | {boot.out / path: f"{FOLDER}/{path.as_posix()}" for path in saved_states(boot.out)}
+
+
+def saved_states(out):
+    """The saved states in a folder, by their paths in it."""
+    return sorted(path.relative_to(out) for pattern in STATE_FILES for path in out.glob(pattern) if path.is_file())
 
 
 def make_disk(disk, boot):
@@ -108,6 +117,8 @@ def make_disk(disk, boot):
     run_tool("mmd", "-i", str(disk), "::/EFI", "::/EFI/BOOT", f"::/{FOLDER}")
     if boot.tables:
         run_tool("mmd", "-i", str(disk), f"::/{FOLDER}/tables")
+    for folder in sorted({path.parent.name for path in saved_states(boot.out)} - {""}):
+        run_tool("mmd", "-i", str(disk), f"::/{FOLDER}/{folder}")
     for source, target in disk_files(boot, disk.parent).items():
         run_tool("mcopy", "-i", str(disk), str(source), f"::/{target}")
 
@@ -180,7 +191,7 @@ def empty_folder(out, keep_state=True):
     if contents and not (out / MARKER).is_file():
         raise BootFailure(f"{out} holds files that no boot wrote", "name an empty or a new folder")
     (out / MARKER).touch()
-    kept = {MARKER, *(STATE_FILES if keep_state else ())}
+    kept = {MARKER, *(path.parts[0] for path in (saved_states(out) if keep_state else ()))}
     for path in contents:
         if path.name not in kept:
             remove(path)
@@ -214,9 +225,15 @@ def run(boot):
     with tempfile.TemporaryDirectory(prefix="tvq-boot-") as folder:
         disk, variables = pathlib.Path(folder, "disk.img"), pathlib.Path(folder, "variables.fd")
         make_disk(disk, boot)
+        log = None
+        if boot.writes:
+            boot.writes.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(disk, boot.writes / DISK_BEFORE)
+            log = boot.writes / WRITES
+            log.write_bytes(b"")
         if boot.guest.variables:
             shutil.copyfile(boot.guest.variables, variables)
-        raw, problem = run_qemu(guests.qemu_command(boot.guest, disk, variables), boot)
+        raw, problem = run_qemu(guests.qemu_command(boot.guest, disk, variables, log), boot)
         serial = plain_text(raw)
         (boot.out / "serial.txt").write_text(serial + "\n", encoding="utf-8")
         extract(disk, boot.out)

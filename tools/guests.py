@@ -108,13 +108,21 @@ def firmware_options(guest, variables):
     ]
 
 
-def qemu_command(guest, disk, variables):
+def disk_option(disk, writes):
+    """The disk; `writes` is a file that takes every write to it, or None."""
+    image = f"format=raw,file={disk}"
+    if writes:
+        image = f"driver=blklogwrites,file.driver=file,file.filename={disk},log.driver=file,log.filename={writes}"
+    return f"if=none,id=disk,{image}"
+
+
+def qemu_command(guest, disk, variables, writes=None):
     """Starts the machine with a disk and a store of variables that it may write to; its serial line is stdout."""
     command = [guest.program, *guest.options, "-nodefaults", "-no-reboot", "-display", "none", "-net", "none"]
     command += ["-m", guest.memory, "-object", f"memory-backend-ram,id=ram,size={guest.memory},reserve=off"]
     command += ["-smp", f"{SOCKETS},sockets={SOCKETS}"]
     command += firmware_options(guest, variables)
-    command += ["-drive", f"if=none,id=disk,format=raw,file={disk}", "-device", "virtio-blk-pci,drive=disk"]
+    command += ["-drive", disk_option(disk, writes), "-device", "virtio-blk-pci,drive=disk"]
     command += ["-serial", "stdio"]
     for structure in TABLE:
         command += ["-smbios", structure]

@@ -104,4 +104,8 @@ void Firmware::AdvanceTime(uint64_t microseconds) {
   mState->bootServices.Stall(microseconds);
 }
 
+void Firmware::SetClock(const EFI_TIME& time) {
+  mState->time = time;
+}
+
 }  // namespace tvq::host

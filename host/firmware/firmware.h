@@ -286,6 +286,8 @@ class Firmware {
   EFI_TPL CurrentTpl() const;
   // Lets time pass, as Stall does: timers that expire are signalled.
   void AdvanceTime(uint64_t microseconds);
+  // What the clock shows, which is no date until somebody sets it.
+  void SetClock(const EFI_TIME& time);
 
  private:
   std::unique_ptr<FirmwareState> mState;

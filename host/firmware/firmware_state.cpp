@@ -92,6 +92,14 @@ EFI_STATUS EFIAPI QueryVariableInfo(UINT32 attributes, UINT64* storage, UINT64* 
   return FirmwareState::Current().variables.QueryInfo(attributes, storage, remaining, largest);
 }
 
+EFI_STATUS EFIAPI GetTime(EFI_TIME* time, EFI_TIME_CAPABILITIES*) {
+  if (time == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  *time = FirmwareState::Current().time;
+  return EFI_SUCCESS;
+}
+
 VOID EFIAPI ResetSystem(EFI_RESET_TYPE, EFI_STATUS, UINTN, VOID*) {
   FirmwareState::Current().reports.AddMisuse(
       "ResetSystem was called, which this machine does not have");
@@ -201,6 +209,7 @@ void FirmwareState::MakeTables() {
   bootServices.CalculateCrc32 = CalculateCrc32;
 
   runtimeServices.Hdr = Header(EFI_RUNTIME_SERVICES_SIGNATURE, sizeof(runtimeServices));
+  runtimeServices.GetTime = GetTime;
   runtimeServices.GetVariable = GetVariable;
   runtimeServices.GetNextVariableName = GetNextVariableName;
   runtimeServices.SetVariable = SetVariable;

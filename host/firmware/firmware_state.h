@@ -44,6 +44,7 @@ class FirmwareState {
   EFI_BOOT_SERVICES coreServices = {};
   ImageLoader images;
   UINT64 monotonicCount = 0;
+  EFI_TIME time = {};  // which stands still
 
  private:
   void RestoreImages();

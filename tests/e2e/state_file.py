@@ -1,4 +1,4 @@
-"""Reads and writes the agent's saved state: the format of TvqPlatformPkg/src/agent/state.h.
+"""Reads and writes the agent's saved state: the format of TvqPlatformPkg/src/states/state_format.h.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -7,36 +7,55 @@ import struct
 import zlib
 
 HEADER = struct.Struct("<8sIIQII")
-DEVICE = struct.Struct("<III")
+SECTION = struct.Struct("<II")
+DEVICE = struct.Struct("<IHBB")
+DEVICE_SECTION = 4
 BLOB = struct.Struct("<IIII")
 CONFIGURATION = 5
 DOCUMENT_OFFSET = 80
 
 
 def read(state):
-    """The generation, and for each device its class, FQDD and stored data."""
-    _, _, count, generation, _, _ = HEADER.unpack_from(state)
-    devices, at = [], HEADER.size
-    for _ in range(count):
-        kind, length, size = DEVICE.unpack_from(state, at)
-        at += DEVICE.size
-        fqdd = state[at : at + 2 * length].decode("utf-16-le")
-        at += 2 * length
-        devices.append((kind, fqdd, state[at : at + size]))
+    """The generation, and each section's type and bytes."""
+    generation, sections, at = HEADER.unpack_from(state)[3], [], HEADER.size
+    while at < len(state):
+        kind, size = SECTION.unpack_from(state, at)
+        at += SECTION.size
+        sections.append((kind, state[at : at + size]))
         at += size
-    return generation, devices
+    return generation, sections
 
 
-def write(generation, devices):
-    body = b"".join(
-        DEVICE.pack(kind, len(fqdd), len(data)) + fqdd.encode("utf-16-le") + data for kind, fqdd, data in devices
-    )
+def write(generation, sections):
+    body = b"".join(SECTION.pack(kind, len(content)) + content for kind, content in sections)
 
     def header(crc):
-        return HEADER.pack(b"TVQSTATE", 1, len(devices), generation, len(body), crc)
+        return HEADER.pack(b"TVQSTATE", 2, len(sections), generation, len(body), crc)
 
     sums = struct.pack("<II", zlib.crc32(header(0)), zlib.crc32(body))
     return header(zlib.crc32(sums)) + body
+
+
+def split_device(content):
+    """A device's header with its FQDD, the FQDD, and its blobs."""
+    size = DEVICE.size + 2 * DEVICE.unpack_from(content)[3]
+    return content[:size], content[DEVICE.size : size].decode("utf-16-le"), content[size:]
+
+
+def fqdds(state):
+    return [split_device(content)[1] for kind, content in read(state)[1] if kind == DEVICE_SECTION]
+
+
+def with_documents(state, documents):
+    """The state with other configuration documents: a dictionary of FQDD to document."""
+    generation, sections = read(state)
+    changed = []
+    for kind, content in sections:
+        if kind == DEVICE_SECTION:
+            head, fqdd, blobs = split_device(content)
+            content = head + (with_document(blobs, documents[fqdd]) if fqdd in documents else blobs)
+        changed.append((kind, content))
+    return write(generation, changed)
 
 
 def with_document(data, document):

@@ -13,7 +13,8 @@ import agent_report
 import demo
 import state_file
 
-FIRST, SECOND = "state-a.bin", "state-b.bin"
+# The sample's serial number names the folder.
+FIRST, SECOND = "machine-TVQ2S01/state-1.bin", "machine-TVQ2S01/state-2.bin"
 
 
 class Expectations:
@@ -84,13 +85,16 @@ def accepted(options):
     expect.boot("after a power cut in the middle of saving, the older state counts", expect.before)
     expect.succeeds()
     expect.finds_the_same()
+    expect.check("was cut off while it was saved; the one before it counts" in expect.report, "the cut is said")
     expect.keeps({FIRST: original[FIRST], SECOND: cut})
 
 
 def damaged(options):
     """A state that cannot be read is reported and kept until a new one is accepted."""
     expect = Expectations(options)
-    garbage = {FIRST: b"no state at all\n" * 100}
+    expect.boot("the first boot saves", expect.before)
+    state = expect.machine.state()[FIRST]
+    garbage = {FIRST: state[:100] + bytes([state[100] ^ 1]) + state[101:]}
     (expect.machine.out / FIRST).write_bytes(garbage[FIRST])
     expect.boot("a damaged state is reported and not overwritten", expect.before)
     expect.fails("the saved state in \\TVQ cannot be read: ")
@@ -126,17 +130,14 @@ def hostile(options):
     """Stored documents that are meant to hurt: each gets its finding, and the other devices theirs."""
     expect = Expectations(options)
     expect.boot("the first boot saves", expect.before)
-    generation, devices = state_file.read(expect.machine.state()[FIRST])
-    changed = [
-        (kind, fqdd, state_file.with_document(data, HOSTILE[fqdd][0]) if fqdd in HOSTILE else data)
-        for kind, fqdd, data in devices
-    ]
-    state = {FIRST: state_file.write(generation, changed)}
+    saved = expect.machine.state()[FIRST]
+    documents = {fqdd: document for fqdd, (document, _) in HOSTILE.items()}
+    state = {FIRST: state_file.with_documents(saved, documents)}
     (expect.machine.out / FIRST).write_bytes(state[FIRST])
     expect.boot("hostile documents are compared", expect.before)
     expect.succeeds()
     lines = {line.split()[0]: line for line in expect.report[expect.report.index("Since the saved state:") :].splitlines() if line.startswith("  ")}
-    for _, fqdd, _ in devices:
+    for fqdd in state_file.fqdds(saved):
         wanted = HOSTILE[fqdd][1] if fqdd in HOSTILE else "same"
         expect.check(wanted in lines.get(fqdd, ""), f"{fqdd}: {wanted}")
     expect.keeps(state)

@@ -76,7 +76,7 @@ class VirtualMachine:
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
-    def described(self, table, *words, script=(), tables=None):
+    def described(self, table, *words, script=(), tables=None, writes=None):
         """One boot. With a script, the shell runs that in place of the agent."""
         return boot_qemu.Boot(
             images=boot_qemu.image_paths(self.options.images, self.options.target, self.guest),
@@ -87,12 +87,13 @@ class VirtualMachine:
             script=script,
             tables=tables or {},
             timeout=TIMEOUT,
+            writes=writes,
         )
 
-    def boot(self, table, *words, script=(), tables=None):
+    def boot(self, table, *words, script=(), tables=None, writes=None):
         """The agent's report; without one, or when an assertion failed, the test ends."""
         try:
-            report = boot_qemu.run(self.described(table, *words, script=script, tables=tables))
+            report = boot_qemu.run(self.described(table, *words, script=script, tables=tables, writes=writes))
         except boot_qemu.BootFailure as failure:
             sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
         failed = assertions(self.serial())
@@ -105,6 +106,5 @@ class VirtualMachine:
         return (self.out / "serial.txt").read_text(encoding="utf-8")
 
     def state(self):
-        """The saved state: a dictionary of file name to bytes."""
-        files = [self.out / name for name in boot_qemu.STATE_FILES]
-        return {file.name: file.read_bytes() for file in files if file.is_file()}
+        """The saved states: a dictionary of path to bytes."""
+        return {path.as_posix(): (self.out / path).read_bytes() for path in boot_qemu.saved_states(self.out)}

@@ -83,9 +83,12 @@ class Disk(FolderTest):
         boot = self.boot()
         boot.out.mkdir()
         (boot.out / "state-b.bin").write_bytes(b"saved")
+        (boot.out / "machine-X").mkdir()
+        (boot.out / "machine-X" / "state-7.bin").write_bytes(b"newer")
         (boot.out / "report.txt").write_bytes(b"earlier")
         contents = self.contents(boot)
         self.assertEqual(contents["TVQ/state-b.bin"], b"saved")
+        self.assertEqual(contents["TVQ/machine-X/state-7.bin"], b"newer")
         self.assertNotIn("TVQ/state-a.bin", contents)
         self.assertNotIn("TVQ/report.txt", contents)
 
@@ -128,10 +131,14 @@ class OutputFolder(FolderTest):
     def test_the_saved_state_stays_unless_a_fresh_start_is_wanted(self):
         out = self.folder / "out"
         boot_qemu.empty_folder(out)
-        for name in boot_qemu.STATE_FILES:
+        names = ("machine-X/state-1.bin", "machine-X/state-12.bin", "state-a.bin", "state-b.bin")
+        (out / "machine-X").mkdir()
+        (out / "machine-empty").mkdir()
+        for name in names:
             (out / name).write_text(name)
+        self.assertEqual([path.as_posix() for path in boot_qemu.saved_states(out)], list(names))
         boot_qemu.empty_folder(out)
-        self.assertEqual({path.name for path in out.iterdir()}, {boot_qemu.MARKER, "state-a.bin", "state-b.bin"})
+        self.assertEqual({path.name for path in out.iterdir()}, {boot_qemu.MARKER, "machine-X", "state-a.bin", "state-b.bin"})
         self.assertEqual((out / "state-a.bin").read_text(), "state-a.bin")
         boot_qemu.empty_folder(out, keep_state=False)
         self.assertEqual([path.name for path in out.iterdir()], [boot_qemu.MARKER])

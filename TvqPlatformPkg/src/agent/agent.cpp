@@ -49,13 +49,18 @@ EFI_STATUS Agent::Run() {
 void Agent::Begin() {
   PreparedTable table(mVolume, mReport);
   DriverControl driver(mVolume, mReport);
+  bool isStarted = true;
+  if (mVolume.Exists(tvq::Ucs2(TVQ_FILE(u"table.bin")))) {
+    AddLine(&mReport, "Table: of \\TVQ\\table.bin, not the firmware's own");
+  }
   if (HasRecords() && !mOptions.Again) {
     AddLine(&mReport, "Start: the driver was started before; its records are shown as they are.");
     table.ReadLabels(mOptions.AsIs);
-  } else if (driver.Ensure() && table.Prepare(mOptions.AsIs)) {
-    driver.Start(mOptions.AsIs);
+  } else {
+    isStarted = driver.Ensure() && table.Prepare(mOptions.AsIs) && driver.Start(mOptions.AsIs);
   }
-  Results(mVolume, mReport, table.Labels(), mOptions.Accept).ShowAndSave();
+  const StartedTable started = table.Started(isStarted);
+  Results(mVolume, mReport, started, mOptions).ShowAndSave();
 }
 
 /// The records come first: unloading the driver leaves them behind, and then nobody may ask them.
@@ -76,6 +81,7 @@ void Agent::ReadOptions() {
     const EFI_STATUS status = mVolume.Read(path, kMaximumOptionsFile, file);
     if (!EFI_ERROR(status)) {
       ParseOptions(AsText(file), mOptions);
+      AddLine(&mReport, "Options: of \\TVQ\\options.txt");
     } else if (status != EFI_NOT_FOUND && status != EFI_NO_MEDIA) {
       mReport.FailWithStatus("\\TVQ\\options.txt cannot be read", status, kCheckVolume);
     }

@@ -78,7 +78,7 @@ bool DriverControl::Load(const CHAR16* path) {
   return true;
 }
 
-void DriverControl::Start(bool asIs) {
+bool DriverControl::Start(bool asIs) {
   const UINT64 before = ReadTicks();
   const EFI_STATUS status = StartDriver();
   const UINT64 ticks = ReadTicks() - before;
@@ -91,6 +91,7 @@ void DriverControl::Start(bool asIs) {
                                ? "run TvqAgent without as-is: the table has no usable type 225."
                                : "look at the last lines of \\TVQ\\log.txt.");
   }
+  return !EFI_ERROR(status);
 }
 
 bool DriverControl::TakeOff() {

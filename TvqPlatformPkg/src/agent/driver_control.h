@@ -18,8 +18,8 @@ class DriverControl {
   /// Loads platform and driver where they are missing. False: one of them cannot be had.
   [[nodiscard]] bool Ensure();
 
-  /// `asIs`: the table was not conformed, which may be why the start fails.
-  void Start(bool asIs);
+  /// `asIs`: the table was not conformed, which may be why the start fails. False: it did.
+  [[nodiscard]] bool Start(bool asIs);
 
   /// Takes the records off. False: some are still there.
   [[nodiscard]] bool TakeOff();

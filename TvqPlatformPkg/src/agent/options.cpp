@@ -28,9 +28,20 @@ struct Option {
 };
 
 constexpr Option kOptions[] = {
-    {"accept", &Options::Accept},     {"again", &Options::Again}, {"as-is", &Options::AsIs},
-    {"poweroff", &Options::PowerOff}, {"stop", &Options::Stop},   {"unload", &Options::Unload},
+    {"accept", &Options::Accept},
+    {"again", &Options::Again},
+    {"as-is", &Options::AsIs},
+    {"incomplete", &Options::Incomplete},
+    {"other-machine", &Options::OtherMachine},
+    {"poweroff", &Options::PowerOff},
+    {"stop", &Options::Stop},
+    {"unload", &Options::Unload},
 };
+
+constexpr CHAR8 kKeep[] = "keep=";
+constexpr CHAR8 kState[] = "state=";
+/// As many states as anybody wants.
+constexpr UINTN kMostKept = 1000;
 
 /// The option of a word, or null.
 const Option* FindOption(tvq::Span<const CHAR8> word) {
@@ -42,11 +53,73 @@ const Option* FindOption(tvq::Span<const CHAR8> word) {
   return nullptr;
 }
 
+/// Takes a prefix off the front.
+[[nodiscard]] bool TakePrefix(tvq::Span<const CHAR8>& word, const CHAR8* prefix) {
+  const UINTN length = AsciiStrLen(prefix);
+  if (word.Size() < length || CompareMem(word.Data(), prefix, length) != 0) {
+    return false;
+  }
+  word = word.From(length);
+  return true;
+}
+
+/// False: it is no number from 1 to kMostKept.
+[[nodiscard]] bool TakeNumber(tvq::Span<const CHAR8> word, UINTN& number) {
+  UINTN value = 0;
+  for (const CHAR8 digit : word) {
+    if (digit < '0' || digit > '9' || value > kMostKept) {
+      return false;
+    }
+    value = value * 10 + (digit - '0');
+  }
+  if (value < 1 || value > kMostKept) {
+    return false;
+  }
+  number = value;
+  return true;
+}
+
+/// False: it is empty, or there is no room for it.
+[[nodiscard]] bool TakeName(tvq::Span<const CHAR8> word, CHAR8 (&name)[kNameSize]) {
+  if (word.Empty() || word.Size() >= kNameSize) {
+    return false;
+  }
+  ZeroMem(name, sizeof(name));
+  CopyMem(name, word.Data(), word.Size());
+  return true;
+}
+
+/// A folder's name leads nowhere else.
+[[nodiscard]] bool TakeFolder(tvq::Span<const CHAR8> word, Options& options) {
+  for (const CHAR8 character : word) {
+    if (character == '\\' || character == '/' || character == ':') {
+      return false;
+    }
+  }
+  return TakeName(word, options.State);
+}
+
+/// A word that is no flag. False: it is not known.
+[[nodiscard]] bool TakeOther(tvq::Span<const CHAR8> word, Options& options) {
+  if (TakePrefix(word, kKeep)) {
+    return TakeNumber(word, options.Keep);
+  }
+  if (TakePrefix(word, kState)) {
+    return TakeFolder(word, options);
+  }
+  if (!options.Accept || options.NameCount == kMaximumNames ||
+      !TakeName(word, options.Names[options.NameCount])) {
+    return false;
+  }
+  options.NameCount++;
+  return true;
+}
+
 void Take(tvq::Span<const CHAR8> word, Options& options) {
   const Option* option = FindOption(word);
   if (option != nullptr) {
     options.*option->Flag = true;
-  } else if (options.Unknown[0] == '\0') {
+  } else if (!TakeOther(word, options) && options.Unknown[0] == '\0') {
     const UINTN length = MIN(word.Size(), sizeof(options.Unknown) - 1);
     CopyMem(options.Unknown, word.Data(), length);
   }
@@ -58,12 +131,14 @@ tvq::Span<const CHAR8> NextWord(tvq::Span<const CHAR8>& text) {
   while (start < text.Size() && IsBlank(text[start])) {
     start++;
   }
+  const bool isQuoted = start < text.Size() && text[start] == '"';
+  start += isQuoted ? 1 : 0;
   UINTN end = start;
-  while (end < text.Size() && !IsBlank(text[end])) {
+  while (end < text.Size() && (isQuoted ? text[end] != '"' : !IsBlank(text[end]))) {
     end++;
   }
   const tvq::Span<const CHAR8> word(text.Data() + start, end - start);
-  text = {text.Data() + end, text.Size() - end};
+  text = text.From(end + (isQuoted ? 1 : 0));
   return word;
 }
 

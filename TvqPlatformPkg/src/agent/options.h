@@ -11,20 +11,34 @@
 
 namespace tvqplatform {
 
+/// Devices that can be accepted at once without the others, and room for the name of one.
+inline constexpr UINTN kMaximumNames = 16;
+inline constexpr UINTN kNameSize = 48;
+
 struct Options {
-  bool AsIs = false;       ///< The table is not conformed.
-  bool Accept = false;     ///< The state of this boot replaces the saved one.
-  bool Again = false;      ///< The driver is started although there are records.
-  bool Stop = false;       ///< The records are taken off; nothing is started.
-  bool Unload = false;     ///< The driver is unloaded; nothing is started.
-  bool PowerOff = false;   ///< The machine is switched off at the end.
+  bool AsIs = false;            ///< The table is not conformed.
+  bool Accept = false;          ///< The state of this boot replaces the saved one.
+  bool Again = false;           ///< The driver is started although there are records.
+  bool Stop = false;            ///< The records are taken off; nothing is started.
+  bool Unload = false;          ///< The driver is unloaded; nothing is started.
+  bool PowerOff = false;        ///< The machine is switched off at the end.
+  bool Incomplete = false;      ///< A state with holes may replace one without.
+  bool OtherMachine = false;    ///< The state of another machine will do.
+  UINTN Keep = 10;              ///< States that stay.
+  CHAR8 State[kNameSize] = {};  ///< The folder of the states, where it is given.
+  CHAR8 Names[kMaximumNames][kNameSize] =
+      {};  ///< What is accepted; everything where there is none.
+  UINTN NameCount = 0;
   CHAR8 Unknown[32] = {};  ///< The first word that is no option.
 };
 
 /// The words that are known, for messages.
-inline constexpr CHAR8 kOptionWords[] = "accept, again, as-is, poweroff, stop, unload";
+inline constexpr CHAR8 kOptionWords[] =
+    "accept [NAME...], again, as-is, incomplete, keep=N, other-machine, poweroff, state=FOLDER, "
+    "stop, unload";
 
-/// Reads words between blanks and line ends.
+/// Reads words between blanks and line ends; quotation marks keep blanks in a word together. Words
+/// behind "accept" that are no options are names.
 void ParseOptions(tvq::Span<const CHAR8> text, Options& options);
 
 /// Reads the command line of a loaded image: a text whose first word may be the program's name.

@@ -28,6 +28,7 @@ bool PreparedTable::Prepare(bool asIs) {
     return false;
   }
   mPublished = mCapture.Table;
+  mIsAsIs = true;
   // Without memory for them, the labels show as dashes.
   (void)mLabels.Collect(mCapture.Table.Structures);
   if (!asIs) {

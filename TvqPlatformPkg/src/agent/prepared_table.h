@@ -51,7 +51,7 @@ class PreparedTable {
   Publication mPublication;
   bool mIsFirmwares = false;
   bool mIsChanged = false;
-  bool mIsAsIs = true;
+  bool mIsAsIs = false;
 };
 
 }  // namespace tvqplatform

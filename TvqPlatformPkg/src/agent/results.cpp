@@ -7,11 +7,12 @@
 #include "results.h"
 
 #include "attributes.h"
+#include "calendar.h"
 #include "file_names.h"
 #include "messages.h"
 #include "show.h"
 #include "show_comparison.h"
-#include "state_files.h"
+#include "state_check.h"
 
 namespace tvqplatform {
 
@@ -37,15 +38,16 @@ void Results::ShowAndSave() {
     mReport.FailWithStatus("the records cannot be collected", status, kRestart);
   }
   AddLine(&mReport, "");
-  ShowInventory(mReport, inventory, mLabels);
+  ShowInventory(mReport, inventory, mTable.Labels);
   AddLine(&mReport, "");
   ShowAttributes(mReport, AttributeAnswers());
   AddLine(&mReport, "");
   AddLine(&mReport, "Saved in \\TVQ:");
   SaveDevices(inventory);
-  SaveLog();
   AddLine(&mReport, "");
   CheckState(inventory);
+  AddLine(&mReport, "");
+  SaveLog();
   if (inventory.LeftBehind() != 0) {
     AddLine(&mReport, "");
     AddLine(&mReport, "Left behind: %d records of a driver that was unloaded; they are not asked",
@@ -91,44 +93,37 @@ void Results::SaveLog() {
   mReport.SaveFile(mVolume, tvq::Ucs2(TVQ_FILE(u"log.txt")), log.Text());
 }
 
-/// Saves the state of the first boot, and compares every later boot with it. It stays as it is until
-/// somebody accepts the new one.
 void Results::CheckState(const Inventory& inventory) {
-  if (inventory.Size() == 0) {
-    AddLine(&mReport, "State: not compared and not saved, because there is no record");
+  BootSnapshot now;
+  if (!now.Take(inventory, mTable, SecondsNow())) {
+    mReport.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
     return;
   }
-  StateFiles files(mVolume);
-  EFI_STATUS status = files.Load();
-  const bool isFirst = status == EFI_NOT_FOUND;
-  if (!EFI_ERROR(status)) {
-    CompareWithState(inventory, files.Current());
-  } else if (!isFirst && !mIsAccepted) {
-    mReport.FailWithStatus("the saved state in \\TVQ cannot be read", status,
-                           "run TvqAgent with the option accept to save a new one in its place.");
-    return;
-  }
-  if (!isFirst && !mIsAccepted) {
-    AddLine(&mReport, "State: left as it was saved; the option accept saves this boot's");
-    return;
-  }
-  status = files.Save(inventory);
-  if (EFI_ERROR(status)) {
-    mReport.FailWithStatus("the state cannot be saved", status, kCheckVolume);
-    return;
-  }
-  AddLine(&mReport, isFirst ? "State: saved; later boots are compared with it"
-                            : "State: accepted; this boot's is saved");
+  struct Question {
+    Results* Self;
+    const Inventory& Devices;
+    const Snapshot& Now;
+
+    static void Run(VOID* context, const Snapshot& saved) {
+      auto* asked = static_cast<Question*>(context);
+      asked->Self->CompareWithState(asked->Devices, asked->Now, saved);
+    }
+  };
+  Question question = {this, inventory, now.Get()};
+  StateCheck(mVolume, mReport, mOptions).Run(now.Get(), {Question::Run, &question});
 }
 
-void Results::CompareWithState(const Inventory& inventory, const SavedState& saved) {
+void Results::CompareWithState(const Inventory& inventory, const Snapshot&,
+                               const Snapshot& snapshot) {
   Comparison comparison;
-  const EFI_STATUS status = comparison.Run(inventory, saved);
+  SavedState saved;
+  const EFI_STATUS status =
+      saved.Take(snapshot) ? comparison.Run(inventory, saved) : EFI_OUT_OF_RESOURCES;
   if (EFI_ERROR(status)) {
     mReport.FailWithStatus("the devices cannot be compared", status, kRestart);
     return;
   }
-  ShowComparison(mReport, comparison, mLabels);
+  ShowComparison(mReport, comparison, mTable.Labels);
 }
 
 }  // namespace tvqplatform

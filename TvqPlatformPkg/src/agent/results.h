@@ -7,18 +7,17 @@
 #ifndef TVQ_PLATFORM_AGENT_RESULTS_H_
 #define TVQ_PLATFORM_AGENT_RESULTS_H_
 
-#include "../smbios/names/device_labels.h"
-#include "inventory.h"
+#include "boot_snapshot.h"
+#include "options.h"
 #include "run_report.h"
-#include "state.h"
 
 namespace tvqplatform {
 
 class Results {
  public:
-  /// `isAccepted`: the state of this boot replaces the saved one.
-  Results(const Volume& volume, RunReport& report, const DeviceLabels& labels, bool isAccepted)
-      : mVolume(volume), mReport(report), mLabels(labels), mIsAccepted(isAccepted) {}
+  Results(const Volume& volume, RunReport& report, const StartedTable& table,
+          const Options& options)
+      : mVolume(volume), mReport(report), mTable(table), mOptions(options) {}
 
   void ShowAndSave();
 
@@ -26,12 +25,12 @@ class Results {
   void SaveDevices(const Inventory& inventory);
   void SaveLog();
   void CheckState(const Inventory& inventory);
-  void CompareWithState(const Inventory& inventory, const SavedState& saved);
+  void CompareWithState(const Inventory& inventory, const Snapshot& now, const Snapshot& saved);
 
   const Volume& mVolume;
   RunReport& mReport;
-  const DeviceLabels& mLabels;
-  bool mIsAccepted;
+  const StartedTable& mTable;
+  const Options& mOptions;
 };
 
 }  // namespace tvqplatform

@@ -38,7 +38,10 @@ EFI_STATUS RunReport::Finish(const Volume& volume) {
   } else {
     AddLine(this, kSuccess);
   }
-  const EFI_STATUS status = volume.Write(tvq::Ucs2(TVQ_FILE(u"report.txt")), Text());
+  EFI_STATUS status = volume.MakeFolder(tvq::Ucs2(TVQ_FOLDER));
+  if (!EFI_ERROR(status)) {
+    status = volume.Write(tvq::Ucs2(TVQ_FILE(u"report.txt")), Text());
+  }
   // The console's last line tells about the report's file too.
   UseConsole(true);
   if (EFI_ERROR(status)) {

@@ -45,6 +45,8 @@ class SavedState {
     @retval EFI_OUT_OF_RESOURCES      There is no memory.
   **/
   [[nodiscard]] EFI_STATUS Read(tvq::Span<const UINT8> file);
+  /// The devices of a snapshot, which has to stay. False: there is no memory.
+  [[nodiscard]] bool Take(const Snapshot& snapshot);
 
   UINT64 Generation() const { return mState.Generation; }
   UINTN Size() const { return mDevices.Size(); }
@@ -53,23 +55,6 @@ class SavedState {
  private:
   StoredState mState;
   GrowingArray<SavedDevice> mDevices;
-};
-
-/// The bytes of a state's file.
-class StateBytes {
- public:
-  StateBytes() = default;
-  StateBytes(const StateBytes&) = delete;
-  StateBytes& operator=(const StateBytes&) = delete;
-  ~StateBytes();
-
-  /// Writes the state of all devices. False: there is no memory.
-  [[nodiscard]] bool Write(const Inventory& inventory, UINT64 generation);
-
-  tvq::Span<const UINT8> Bytes() const { return {mBytes.Data(), mBytes.Size()}; }
-
- private:
-  GrowingArray<UINT8> mBytes;
 };
 
 }  // namespace tvqplatform

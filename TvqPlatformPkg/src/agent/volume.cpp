@@ -7,9 +7,12 @@
 #include "volume.h"
 
 extern "C" {
+#include <Guid/FileInfo.h>
 #include <Library/DevicePathLib.h>
 #include <Protocol/LoadedImage.h>
 }
+
+#include "../text.h"
 
 namespace tvqplatform {
 
@@ -50,13 +53,56 @@ class OpenFileGuard {
   }
 }
 
+/// Some firmware takes no write of 0 bytes.
 [[nodiscard]] EFI_STATUS WriteAll(EFI_FILE_PROTOCOL* file, tvq::Span<const UINT8> bytes) {
   UINTN size = bytes.Size();
-  const EFI_STATUS status = file->Write(file, &size, const_cast<UINT8*>(bytes.Data()));
+  const EFI_STATUS status =
+      bytes.Empty() ? EFI_SUCCESS : file->Write(file, &size, const_cast<UINT8*>(bytes.Data()));
   if (EFI_ERROR(status)) {
     return status;
   }
   return size == bytes.Size() ? file->Flush(file) : EFI_VOLUME_FULL;
+}
+
+bool AreEqual(const GrowingArray<UINT8>& left, tvq::Span<const UINT8> right) {
+  return left.Size() == right.Size() &&
+         (right.Empty() || CompareMem(left.Data(), right.Data(), right.Size()) == 0);
+}
+
+/// Longest name of a file on FAT.
+constexpr UINTN kMaximumFileName = 255;
+
+/// One entry of a folder, as firmware hands it over.
+union EntryBuffer {
+  EFI_FILE_INFO Info;
+  UINT8 Bytes[SIZE_OF_EFI_FILE_INFO + (kMaximumFileName + 1) * sizeof(CHAR16)];
+};
+
+/// False for a name that has no room.
+[[nodiscard]] bool CopyEntry(const EFI_FILE_INFO& info, VolumeEntry& entry) {
+  if (Length(info.FileName) >= ARRAY_SIZE(entry.Name)) {
+    return false;
+  }
+  entry.IsFolder = (info.Attribute & EFI_FILE_DIRECTORY) != 0;
+  CopyMem(entry.Name, info.FileName, Size(info.FileName));
+  return true;
+}
+
+[[nodiscard]] EFI_STATUS ListAll(EFI_FILE_PROTOCOL* folder, GrowingArray<VolumeEntry>& entries) {
+  for (;;) {
+    EntryBuffer buffer;
+    // With room for a terminator, whatever firmware leaves there.
+    ZeroMem(&buffer, sizeof(buffer));
+    UINTN size = sizeof(buffer) - sizeof(CHAR16);
+    const EFI_STATUS status = folder->Read(folder, &size, &buffer);
+    if (EFI_ERROR(status) || size == 0) {
+      return status;
+    }
+    VolumeEntry entry = {};
+    if (CopyEntry(buffer.Info, entry) && !entries.Append(entry)) {
+      return EFI_OUT_OF_RESOURCES;
+    }
+  }
 }
 
 }  // namespace
@@ -105,18 +151,46 @@ EFI_STATUS Volume::Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& by
 }
 
 EFI_STATUS Volume::Write(const CHAR16* path, tvq::Span<const UINT8> bytes) const {
-  EFI_FILE_PROTOCOL* file = nullptr;
-  constexpr UINT64 kChange = EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE;
-  // A file that is there may be longer; deleting it also closes it.
-  if (!EFI_ERROR(OpenFile(path, kChange, 0, &file))) {
-    file->Delete(file);
+  OwnedArray<UINT8> before;
+  if (!EFI_ERROR(Read(path, bytes.Size(), before)) && AreEqual(before, bytes)) {
+    return EFI_SUCCESS;
   }
-  const EFI_STATUS status = OpenFile(path, kChange | EFI_FILE_MODE_CREATE, 0, &file);
+  // A file that is there may be longer.
+  const EFI_STATUS status = Remove(path);
+  return EFI_ERROR(status) ? status : WriteNew(path, bytes, {});
+}
+
+EFI_STATUS Volume::WriteNew(const CHAR16* path, tvq::Span<const UINT8> bytes,
+                            tvq::Span<const UINT8> end) const {
+  EFI_FILE_PROTOCOL* file = nullptr;
+  EFI_STATUS status =
+      OpenFile(path, EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE | EFI_FILE_MODE_CREATE, 0, &file);
   if (EFI_ERROR(status)) {
     return status;
   }
   const OpenFileGuard guard(file);
-  return WriteAll(file, bytes);
+  status = WriteAll(file, bytes);
+  return EFI_ERROR(status) || end.Empty() ? status : WriteAll(file, end);
+}
+
+EFI_STATUS Volume::Remove(const CHAR16* path) const {
+  EFI_FILE_PROTOCOL* file = nullptr;
+  const EFI_STATUS status = OpenFile(path, EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE, 0, &file);
+  if (!EFI_ERROR(status)) {
+    // Closes the file too. That it is still there is no more than a warning.
+    return file->Delete(file) == EFI_SUCCESS ? EFI_SUCCESS : EFI_WRITE_PROTECTED;
+  }
+  return status == EFI_NOT_FOUND ? EFI_SUCCESS : status;
+}
+
+EFI_STATUS Volume::List(const CHAR16* path, GrowingArray<VolumeEntry>& entries) const {
+  EFI_FILE_PROTOCOL* folder = nullptr;
+  const EFI_STATUS status = OpenFile(path, EFI_FILE_MODE_READ, 0, &folder);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  const OpenFileGuard guard(folder);
+  return ListAll(folder, entries);
 }
 
 EFI_STATUS Volume::MakeFolder(const CHAR16* path) const {

@@ -18,6 +18,12 @@ extern "C" {
 
 namespace tvqplatform {
 
+/// One file or folder in a folder.
+struct VolumeEntry {
+  bool IsFolder;
+  CHAR16 Name[64];
+};
+
 class Volume {
  public:
   Volume() = default;
@@ -31,10 +37,19 @@ class Volume {
   /// EFI_NOT_FOUND: there is no such file. EFI_BAD_BUFFER_SIZE: it is larger than `limit`.
   [[nodiscard]] EFI_STATUS Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& bytes) const;
 
-  /// Writes a new file in place of one that may be there.
+  /// Writes a new file in place of one that may be there, unless that has these bytes already.
   [[nodiscard]] EFI_STATUS Write(const CHAR16* path, tvq::Span<const UINT8> bytes) const;
+  /// Writes a file that is not there yet. `bytes` are on the volume before `end` is written behind
+  /// them.
+  [[nodiscard]] EFI_STATUS WriteNew(const CHAR16* path, tvq::Span<const UINT8> bytes,
+                                    tvq::Span<const UINT8> end) const;
+  /// EFI_SUCCESS also where there is no such file; EFI_WRITE_PROTECTED where it stays.
+  [[nodiscard]] EFI_STATUS Remove(const CHAR16* path) const;
 
   [[nodiscard]] EFI_STATUS MakeFolder(const CHAR16* path) const;
+  /// Appends what the folder has, but for names that are longer than an entry takes. EFI_NOT_FOUND:
+  /// there is no such folder.
+  [[nodiscard]] EFI_STATUS List(const CHAR16* path, GrowingArray<VolumeEntry>& entries) const;
 
   bool Exists(const CHAR16* path) const;
 

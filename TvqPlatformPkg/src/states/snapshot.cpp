@@ -11,4 +11,8 @@ namespace tvqplatform {
 Snapshot::Snapshot() = default;
 Snapshot::~Snapshot() = default;
 
+bool Snapshot::Add(const SnapshotDevice& device) {
+  return Devices.Append(device);
+}
+
 }  // namespace tvqplatform

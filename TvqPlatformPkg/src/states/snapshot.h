@@ -67,6 +67,9 @@ struct Snapshot {
   Snapshot& operator=(const Snapshot&) = delete;
   ~Snapshot();
 
+  /// Appends to Devices. False: there is no memory.
+  [[nodiscard]] bool Add(const SnapshotDevice& device);
+
   SmbiosTable Table;  ///< As the machine published it; empty where it was not kept.
   MachineIdentity Machine = {};
   UINT32 Options = 0;                        ///< SnapshotOptions.

@@ -286,9 +286,9 @@ class Writer {
   bool mIsWhole = true;
 };
 
-void WriteOrigin(const Snapshot& snapshot, Writer& writer) {
+void WriteOrigin(const Snapshot& snapshot, UINT64 time, Writer& writer) {
   writer.BeginSection(kStateOrigin);
-  writer.Append(STATE_ORIGIN{snapshot.Time, snapshot.Options, snapshot.NamingRules});
+  writer.Append(STATE_ORIGIN{time, snapshot.Options, snapshot.NamingRules});
   writer.Append(snapshot.Program);
   writer.EndSection();
 }
@@ -324,8 +324,8 @@ void WriteDevice(const SnapshotDevice& device, Writer& writer) {
   writer.EndSection();
 }
 
-void WriteSections(const Snapshot& snapshot, UINT64 generation, Writer& writer) {
-  WriteOrigin(snapshot, writer);
+void WriteSections(const Snapshot& snapshot, UINT64 generation, UINT64 time, Writer& writer) {
+  WriteOrigin(snapshot, time, writer);
   WriteMachine(snapshot.Machine, writer);
   if (!snapshot.Table.Structures.Empty()) {
     WriteTable(snapshot.Table, writer);
@@ -391,12 +391,12 @@ EncodedState::~EncodedState() {
   mFile.Free();
 }
 
-bool EncodedState::Write(const Snapshot& snapshot, UINT64 generation) {
+bool EncodedState::Write(const Snapshot& snapshot, UINT64 generation, UINT64 time) {
   mFile.Shrink(0);
   STATE_HEADER header = {};
   Writer writer(mFile);
   writer.Append(header);
-  WriteSections(snapshot, generation, writer);
+  WriteSections(snapshot, generation, time, writer);
   if (!writer.IsWhole()) {
     mFile.Free();
     return false;

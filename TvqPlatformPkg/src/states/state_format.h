@@ -147,7 +147,7 @@ class EncodedState {
   ~EncodedState();
 
   /// False: there is no memory, and no file.
-  [[nodiscard]] bool Write(const Snapshot& snapshot, UINT64 generation);
+  [[nodiscard]] bool Write(const Snapshot& snapshot, UINT64 generation, UINT64 time);
 
   Bytes File() const { return {mFile.Data(), mFile.Size()}; }
 

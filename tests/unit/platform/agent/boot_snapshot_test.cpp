@@ -6,6 +6,7 @@
  */
 #include "images/driver.h"
 #include "tests/unit/platform/agent/fake_record.h"
+#include "tests/unit/platform/agent/stored_state.h"
 #include "tests/unit/platform/platform_fixture.h"
 
 #include "TvqPlatformPkg/src/agent/boot_snapshot.h"
@@ -21,10 +22,6 @@ using tvqplatform::BootSnapshot;
 using tvqplatform::Snapshot;
 using tvqplatform::SnapshotDevice;
 using tvqplatform::WhyNoRecord;
-
-std::string Text(smbios::Text text) {
-  return text ? std::string(text.begin(), text.end()) : "(none)";
-}
 
 Table Server() {
   return Table::Of(Bios{}, System{.handle = 0x100}, BaseBoard{}, Chassis{},
@@ -108,22 +105,22 @@ TEST_F(BootSnapshotOfTable, HasTheTableAsItWasPublishedAndWhatItSaysOfTheMachine
   EXPECT_EQ(Copy(Taken().Table.Structures), Server().Bytes());
   EXPECT_EQ(Taken().Table.Major, 3);
   EXPECT_EQ(Taken().Table.StructureCount, 7);
-  EXPECT_EQ(Text(Taken().Machine.SystemSerial), "ABC1234");
-  EXPECT_EQ(Text(Taken().Machine.BoardSerial), "BRD0001");
-  EXPECT_EQ(Text(Taken().Machine.ChassisSerial), "CHS0001");
+  EXPECT_EQ(SpelledOut(Taken().Machine.SystemSerial), "ABC1234");
+  EXPECT_EQ(SpelledOut(Taken().Machine.BoardSerial), "BRD0001");
+  EXPECT_EQ(SpelledOut(Taken().Machine.ChassisSerial), "CHS0001");
   ASSERT_TRUE(Taken().Machine.HasUuid);
   EXPECT_EQ(Bytes(std::begin(Taken().Machine.Uuid), std::end(Taken().Machine.Uuid)), System{}.uuid);
   EXPECT_EQ(Taken().NamingRules, tvqplatform::kNamingRules);
   EXPECT_EQ(Taken().Time, 1234u);
-  EXPECT_EQ(Text(Taken().Program), TVQ_VERSION);
+  EXPECT_EQ(SpelledOut(Taken().Program), TVQ_VERSION);
 }
 
 TEST_F(BootSnapshotOfTable, ThatIsRedactedSaysNothingOfTheMachine) {
   Boot(Server(), false, tvqplatform::kSnapshotRedacted);
   EXPECT_FALSE(Taken().Machine.HasUuid);
-  EXPECT_EQ(Text(Taken().Machine.SystemSerial), "(none)");
-  EXPECT_EQ(Text(Taken().Machine.BoardSerial), "(none)");
-  EXPECT_EQ(Text(Taken().Machine.ChassisSerial), "(none)");
+  EXPECT_EQ(SpelledOut(Taken().Machine.SystemSerial), "(none)");
+  EXPECT_EQ(SpelledOut(Taken().Machine.BoardSerial), "(none)");
+  EXPECT_EQ(SpelledOut(Taken().Machine.ChassisSerial), "(none)");
   EXPECT_EQ(Taken().Options, static_cast<UINT32>(tvqplatform::kSnapshotRedacted));
 }
 

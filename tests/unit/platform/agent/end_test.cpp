@@ -85,6 +85,14 @@ TEST_F(AgentEnd, StopStartsNothing) {
   EXPECT_EQ(Count(gTvqRecordGuid), 0u);
 }
 
+TEST_F(AgentEnd, StopWorksWhereTheAgentsFolderIsMissing) {
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  Files().RemoveFolder("\\TVQ");
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("\nStop: 5 records taken off\n"));
+  EXPECT_THAT(Report(), EndsWith(kSuccess));
+}
+
 TEST_F(AgentEnd, AStartAfterAStopPublishesTheDevicesAnew) {
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
   const std::string before = Files().Get("\\TVQ\\CPU.Socket.2.tvq");

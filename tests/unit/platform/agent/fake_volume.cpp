@@ -13,6 +13,10 @@
 #include "tests/unit/platform/agent/fake_volume.h"
 #include "tests/unit/shared/text.h"
 
+extern "C" {
+#include <Guid/FileInfo.h>
+}
+
 namespace tvq::test {
 
 // The interface comes first, so that its address is that of the handle.
@@ -75,6 +79,27 @@ FakeVolume::~FakeVolume() {
   mFirmware.BootServices()->UninstallProtocolInterface(mDevice, &gEfiSimpleFileSystemProtocolGuid,
                                                        &mFileSystem);
   gVolume = nullptr;
+}
+
+void FakeVolume::Put(const std::string& path, const std::string& content) {
+  for (size_t at = path.find('\\', 1); at != std::string::npos; at = path.find('\\', at + 1)) {
+    if (!IsFolder(path.substr(0, at))) {
+      mFolders.push_back(path.substr(0, at));
+    }
+  }
+  mFiles[path] = content;
+}
+
+void FakeVolume::RemoveFolder(const std::string& path) {
+  const auto isIn = [&](const std::string& other) {
+    return other == path || other.compare(0, path.size() + 1, path + '\\') == 0;
+  };
+  mFolders.erase(std::remove_if(mFolders.begin(), mFolders.end(), isIn), mFolders.end());
+  for (const std::string& file : Paths()) {
+    if (isIn(file)) {
+      Remove(file);
+    }
+  }
 }
 
 std::vector<std::string> FakeVolume::Paths() const {
@@ -174,6 +199,9 @@ EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
   if (status != EFI_SUCCESS) {
     return status;
   }
+  if (IsFolder(handle.path)) {
+    return ReadFolder(handle, size, buffer);
+  }
   const std::string& content = mFiles.at(handle.path);
   *size = std::min<size_t>(*size, content.size() - handle.position);
   std::memcpy(buffer, content.data() + handle.position, *size);
@@ -181,9 +209,52 @@ EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
   return EFI_SUCCESS;
 }
 
+EFI_STATUS FakeVolume::ReadFolder(Handle& handle, UINTN* size, VOID* buffer) const {
+  std::vector<std::pair<std::string, UINT64>> entries = {{".", EFI_FILE_DIRECTORY}};
+  const std::string prefix = handle.path == "\\" ? handle.path : handle.path + "\\";
+  const auto add = [&](const std::string& path, UINT64 attribute) {
+    if (path.size() > prefix.size() && path.compare(0, prefix.size(), prefix) == 0 &&
+        path.find('\\', prefix.size()) == std::string::npos) {
+      entries.emplace_back(path.substr(prefix.size()), attribute);
+    }
+  };
+  for (const std::string& folder : mFolders) {
+    add(folder, EFI_FILE_DIRECTORY);
+  }
+  for (const auto& [path, content] : mFiles) {
+    add(path, 0);
+  }
+  if (handle.position >= entries.size()) {
+    *size = 0;
+    return EFI_SUCCESS;
+  }
+  const auto& [name, attribute] = entries[handle.position];
+  const UINTN needed = SIZE_OF_EFI_FILE_INFO + (name.size() + 1) * sizeof(CHAR16);
+  if (*size < needed) {
+    *size = needed;
+    return EFI_BUFFER_TOO_SMALL;
+  }
+  EFI_FILE_INFO info = {};
+  info.Size = needed;
+  info.Attribute = attribute;
+  std::memcpy(buffer, &info, SIZE_OF_EFI_FILE_INFO);
+  auto* text = reinterpret_cast<CHAR16*>(static_cast<char*>(buffer) + SIZE_OF_EFI_FILE_INFO);
+  for (const char character : name) {
+    *text++ = static_cast<unsigned char>(character);
+  }
+  *text = 0;
+  *size = needed;
+  handle.position++;
+  return EFI_SUCCESS;
+}
+
 EFI_STATUS FakeVolume::Write(Handle& handle, UINTN* size, VOID* buffer) {
   if ((handle.mode & EFI_FILE_MODE_WRITE) == 0) {
     return EFI_ACCESS_DENIED;
+  }
+  // As some firmware does.
+  if (*size == 0) {
+    return EFI_INVALID_PARAMETER;
   }
   const EFI_STATUS status = Begin(FileCall::kWrite, handle.path);
   if (status != EFI_SUCCESS) {

@@ -40,8 +40,11 @@ class FakeVolume {
   FakeVolume& operator=(const FakeVolume&) = delete;
 
   EFI_HANDLE Device() const { return mDevice; }
-  void Put(const std::string& path, const std::string& content) { mFiles[path] = content; }
+  // Makes the folders, too, that it is in.
+  void Put(const std::string& path, const std::string& content);
   void Remove(const std::string& path) { mFiles.erase(path); }
+  // And all that is in it.
+  void RemoveFolder(const std::string& path);
   bool Has(const std::string& path) const { return mFiles.count(path) != 0; }
   std::string Get(const std::string& path) const {
     return Has(path) ? mFiles.at(path) : "(missing)";
@@ -83,6 +86,8 @@ class FakeVolume {
   std::string Spelled(const std::string& path) const;
   bool IsFolder(const std::string& path) const;
   EFI_STATUS Make(const std::string& path, UINT64 attributes);
+  // One entry of a folder, none behind the last one.
+  EFI_STATUS ReadFolder(Handle& handle, UINTN* size, VOID* buffer) const;
   // What the call comes to before it does anything.
   EFI_STATUS Begin(FileCall call, const std::string& path);
 

@@ -85,6 +85,30 @@ TEST_F(AgentRun, SavesTheLogALineEach) {
               HasSubstr("\n0x00800000 MakeSYSTEM           Entry MakeSYSTEM\n"));
 }
 
+TEST_F(AgentRun, SavesTheLogAfterTheComparison) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  EXPECT_LT(Report().find("\nState: left as it was saved"), Report().find("\\TVQ\\log.txt  "));
+  EXPECT_THAT(Files().Get("\\TVQ\\log.txt"), HasSubstr(" SMTVQVerify"));
+}
+
+TEST_F(AgentRun, NamesInItsFirstLinesWhatDecidesWhatItReports) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\table.bin", AsText(MinimalServer().Bytes()));
+  Files().Put("\\TVQ\\options.txt", "as-is");
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  const std::string first = Report().substr(Report().find('\n'));
+  EXPECT_THAT(first, StartsWith("\nOptions: of \\TVQ\\options.txt\n"
+                                "Table: of \\TVQ\\table.bin, not the firmware's own\n"));
+  Files().Remove("\\TVQ\\table.bin");
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi again as-is"), EFI_SUCCESS);
+  EXPECT_THAT(Report(), Not(HasSubstr("Options: of")));
+  EXPECT_THAT(Report(), Not(HasSubstr("Table: of")));
+}
+
 TEST_F(AgentRun, PutsBackTheFirmwaresTable) {
   LoadDriver();
   PublishFirmwareTable(ClashingServer());

@@ -16,17 +16,13 @@ using tvqplatform::StateDefect;
 using tvqplatform::StoredState;
 using tvqplatform::WhyNoRecord;
 
-const Bytes kUuid = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 17};
-const Section kOrigin = OriginSection(0x123456789A, 1, 2, "0.9.0");
-const Section kMachine = MachineSection(kUuid, "SYS1", "BRD1", "CHS1");
-const Section kTable = TableSection(3, 2, 1, {127, 4, 0, 0, 0, 0});
-const Section kModule = DeviceSection(u"DIMM.Socket.A1", {1, 2, 3}, 6, 0x1100);
-const Section kHole = DeviceSection(u"CPU.Socket.2", {}, 5, 0x0401, 3);
-const std::vector<Section> kWhole = {kOrigin, kMachine, kTable, kModule, kHole};
-
-std::string Text(smbios::Text text) {
-  return text ? std::string(text.begin(), text.end()) : "(none)";
-}
+const Bytes kSomeUuid = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 17};
+const Section kAnOrigin = OriginSection(0x123456789A, 1, 2, "0.9.0");
+const Section kAMachine = MachineSection(kSomeUuid, "SYS1", "BRD1", "CHS1");
+const Section kATable = TableSection(3, 2, 1, {127, 4, 0, 0, 0, 0});
+const Section kAModule = DeviceSection(u"DIMM.Socket.A1", {1, 2, 3}, 6, 0x1100);
+const Section kAHole = DeviceSection(u"CPU.Socket.2", {}, 5, 0x0401, 3);
+const std::vector<Section> kAllSections = {kAnOrigin, kAMachine, kATable, kAModule, kAHole};
 
 class StateFormat : public AgentTest {
  protected:
@@ -40,7 +36,7 @@ class StateFormat : public AgentTest {
   const Snapshot& Content() const { return mState.Content; }
   Bytes Written(uint64_t generation) {
     tvqplatform::EncodedState written;
-    EXPECT_TRUE(written.Write(Content(), generation));
+    EXPECT_TRUE(written.Write(Content(), generation, Content().Time));
     return Copy(written.File());
   }
 
@@ -50,18 +46,18 @@ class StateFormat : public AgentTest {
 };
 
 TEST_F(StateFormat, HasEverythingThatASnapshotHas) {
-  ASSERT_EQ(Read({kWhole, 0x1122334455667788}), StateDefect::kNone);
+  ASSERT_EQ(Read({kAllSections, 0x1122334455667788}), StateDefect::kNone);
   EXPECT_EQ(Stored().Version, 2u);
   EXPECT_EQ(Stored().Generation, 0x1122334455667788u);
   EXPECT_EQ(Content().Time, 0x123456789Au);
   EXPECT_EQ(Content().Options, 1u);
   EXPECT_EQ(Content().NamingRules, 2u);
-  EXPECT_EQ(Text(Content().Program), "0.9.0");
+  EXPECT_EQ(SpelledOut(Content().Program), "0.9.0");
   EXPECT_TRUE(Content().Machine.HasUuid);
-  EXPECT_EQ(Bytes(std::begin(Content().Machine.Uuid), std::end(Content().Machine.Uuid)), kUuid);
-  EXPECT_EQ(Text(Content().Machine.SystemSerial), "SYS1");
-  EXPECT_EQ(Text(Content().Machine.BoardSerial), "BRD1");
-  EXPECT_EQ(Text(Content().Machine.ChassisSerial), "CHS1");
+  EXPECT_EQ(Bytes(std::begin(Content().Machine.Uuid), std::end(Content().Machine.Uuid)), kSomeUuid);
+  EXPECT_EQ(SpelledOut(Content().Machine.SystemSerial), "SYS1");
+  EXPECT_EQ(SpelledOut(Content().Machine.BoardSerial), "BRD1");
+  EXPECT_EQ(SpelledOut(Content().Machine.ChassisSerial), "CHS1");
   EXPECT_EQ(Content().Table.Major, 3);
   EXPECT_EQ(Content().Table.Minor, 2);
   EXPECT_EQ(Content().Table.StructureCount, 1);
@@ -77,13 +73,13 @@ TEST_F(StateFormat, HasEverythingThatASnapshotHas) {
 }
 
 TEST_F(StateFormat, IsWrittenAsItIsRead) {
-  const Bytes whole = State2{kWhole, 7}.Encode();
+  const Bytes whole = State2{kAllSections, 7}.Encode();
   ASSERT_EQ(ReadBytes(whole), StateDefect::kNone);
   EXPECT_EQ(Written(7), whole);
   EXPECT_NE(Written(8), whole);
   const Bytes little = State2{{OriginSection(0, 0, 0, ""), MachineSection()}, 1}.Encode();
   ASSERT_EQ(ReadBytes(little), StateDefect::kNone);
-  EXPECT_EQ(Text(Content().Machine.BoardSerial), "(none)");
+  EXPECT_EQ(SpelledOut(Content().Machine.BoardSerial), "(none)");
   EXPECT_FALSE(Content().Machine.HasUuid);
   EXPECT_EQ(Written(1), little);
 }
@@ -103,10 +99,10 @@ TEST_F(StateFormat, OfVersionOneHasDevicesAlone) {
 }
 
 TEST_F(StateFormat, MayHaveSectionsThatReadersSkip) {
-  EXPECT_EQ(ReadSections({kOrigin, {0x80000063, {1, 2}}, kMachine}), StateDefect::kNone);
-  EXPECT_EQ(ReadSections({kOrigin, {0x63, {1, 2}}, kMachine}), StateDefect::kNewer);
+  EXPECT_EQ(ReadSections({kAnOrigin, {0x80000063, {1, 2}}, kAMachine}), StateDefect::kNone);
+  EXPECT_EQ(ReadSections({kAnOrigin, {0x63, {1, 2}}, kAMachine}), StateDefect::kNewer);
   EXPECT_EQ(ReadBytes(State{.version = 3}.Encode()), StateDefect::kNewer);
-  EXPECT_EQ(ReadSections({kOrigin, kMachine, DeviceSection(u"x", {}, 5, 0, 77)}),
+  EXPECT_EQ(ReadSections({kAnOrigin, kAMachine, DeviceSection(u"x", {}, 5, 0, 77)}),
             StateDefect::kNone);
   EXPECT_EQ(Content().Devices[0].Why, WhyNoRecord::kRefused) << "of a reason that is not known";
 }
@@ -114,51 +110,51 @@ TEST_F(StateFormat, MayHaveSectionsThatReadersSkip) {
 TEST_F(StateFormat, IsRefusedWhereItsSectionsAreNotAsTheyHaveToBe) {
   Section cutName = DeviceSection(u"CPU");
   cutName.content.resize(cutName.content.size() - 1);
-  Section noTerminator = kMachine;
+  Section noTerminator = kAMachine;
   noTerminator.content.pop_back();
-  Section more = kOrigin;
+  Section more = kAnOrigin;
   more.content.push_back(0);
   const struct {
     const char* what;
     std::vector<Section> sections;
   } kCases[] = {
-      {"no origin", {kMachine}},
-      {"no machine", {kOrigin}},
-      {"two origins", {kOrigin, kOrigin, kMachine}},
-      {"two machines", {kOrigin, kMachine, kMachine}},
-      {"two tables", {kOrigin, kMachine, kTable, kTable}},
-      {"an empty table", {kOrigin, kMachine, TableSection(3, 2, 0, {})}},
-      {"a table longer than any", {kOrigin, kMachine, TableSection(3, 2, 0, Bytes(0x10000))}},
-      {"half a table's version", {kOrigin, kMachine, {3, {3, 2, 1}}}},
-      {"an end in the middle", {kOrigin, kMachine, EndSection(1), kModule}},
-      {"a name of which half is there", {kOrigin, kMachine, cutName}},
-      {"a name that is too long", {kOrigin, kMachine, DeviceSection(std::u16string(32, u'x'))}},
-      {"half a device", {kOrigin, kMachine, {4, Bytes(7)}}},
-      {"half an origin", {{1, Bytes(15)}, kMachine}},
-      {"an origin with more behind it", {more, kMachine}},
-      {"an origin without a terminator", {{1, Bytes(16)}, kMachine}},
-      {"a machine without a terminator", {kOrigin, noTerminator}},
-      {"a section that goes on behind the end", {kOrigin, kMachine, {4, Bytes(8), 25}}},
-      {"a section as long as there are numbers", {kOrigin, kMachine, {4, Bytes(8), 0xFFFFFFFF}}},
+      {"no origin", {kAMachine}},
+      {"no machine", {kAnOrigin}},
+      {"two origins", {kAnOrigin, kAnOrigin, kAMachine}},
+      {"two machines", {kAnOrigin, kAMachine, kAMachine}},
+      {"two tables", {kAnOrigin, kAMachine, kATable, kATable}},
+      {"an empty table", {kAnOrigin, kAMachine, TableSection(3, 2, 0, {})}},
+      {"a table longer than any", {kAnOrigin, kAMachine, TableSection(3, 2, 0, Bytes(0x10000))}},
+      {"half a table's version", {kAnOrigin, kAMachine, {3, {3, 2, 1}}}},
+      {"an end in the middle", {kAnOrigin, kAMachine, EndSection(1), kAModule}},
+      {"a name of which half is there", {kAnOrigin, kAMachine, cutName}},
+      {"a name that is too long", {kAnOrigin, kAMachine, DeviceSection(std::u16string(32, u'x'))}},
+      {"half a device", {kAnOrigin, kAMachine, {4, Bytes(7)}}},
+      {"half an origin", {{1, Bytes(15)}, kAMachine}},
+      {"an origin with more behind it", {more, kAMachine}},
+      {"an origin without a terminator", {{1, Bytes(16)}, kAMachine}},
+      {"a machine without a terminator", {kAnOrigin, noTerminator}},
+      {"a section that goes on behind the end", {kAnOrigin, kAMachine, {4, Bytes(8), 25}}},
+      {"a section as long as there are numbers", {kAnOrigin, kAMachine, {4, Bytes(8), 0xFFFFFFFF}}},
   };
   for (const auto& [what, sections] : kCases) {
     EXPECT_EQ(ReadSections(sections), StateDefect::kDamaged) << what;
     EXPECT_EQ(Content().Devices.Size(), 0u) << what;
-    EXPECT_EQ(Text(Content().Program), "(none)") << what;
+    EXPECT_EQ(SpelledOut(Content().Program), "(none)") << what;
   }
-  EXPECT_EQ(Read({kWhole, 1, 5}), StateDefect::kDamaged) << "a section less than there are";
-  EXPECT_EQ(Read({kWhole, 1, 7}), StateDefect::kDamaged) << "a section more than there are";
+  EXPECT_EQ(Read({kAllSections, 1, 5}), StateDefect::kDamaged) << "a section less than there are";
+  EXPECT_EQ(Read({kAllSections, 1, 7}), StateDefect::kDamaged) << "a section more than there are";
 }
 
 TEST_F(StateFormat, TakesTheLongestTableAndNameThereCanBe) {
-  EXPECT_EQ(ReadSections({kOrigin, kMachine, TableSection(3, 2, 0, Bytes(0xFFFF)),
+  EXPECT_EQ(ReadSections({kAnOrigin, kAMachine, TableSection(3, 2, 0, Bytes(0xFFFF)),
                           DeviceSection(std::u16string(31, u'x'))}),
             StateDefect::kNone);
   EXPECT_EQ(Utf8(Content().Devices[0].Fqdd), std::string(31, 'x'));
 }
 
 TEST_F(StateFormat, BoundsHowManyDevicesThereAre) {
-  std::vector<Section> sections = {kOrigin, kMachine};
+  std::vector<Section> sections = {kAnOrigin, kAMachine};
   sections.resize(2 + 4096, DeviceSection(u"x"));
   EXPECT_EQ(ReadSections(sections), StateDefect::kNone);
   sections.push_back(DeviceSection(u"x"));
@@ -169,7 +165,7 @@ TEST_F(StateFormat, BoundsHowManyDevicesThereAre) {
 }
 
 TEST_F(StateFormat, SaysOfAFileThatIsCutAnywhereThatItWasCutOff) {
-  const Bytes whole = State2{kWhole, 7}.Encode();
+  const Bytes whole = State2{kAllSections, 7}.Encode();
   for (size_t size = 0; size < whole.size(); ++size) {
     const Bytes cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
     EXPECT_EQ(ReadBytes(cut), StateDefect::kCutOff) << size;
@@ -177,12 +173,12 @@ TEST_F(StateFormat, SaysOfAFileThatIsCutAnywhereThatItWasCutOff) {
   }
   EXPECT_TRUE(tvqplatform::EndsAsState(View(whole), 7));
   EXPECT_FALSE(tvqplatform::EndsAsState(View(whole), 8));
-  EXPECT_EQ(Read({kWhole, 7, {}, 8}), StateDefect::kCutOff)
+  EXPECT_EQ(Read({kAllSections, 7, {}, 8}), StateDefect::kCutOff)
       << "what stood on the volume before may be the end of an older state";
 }
 
 TEST_F(StateFormat, RefusesAChangedBitAnywhere) {
-  const Bytes whole = State2{kWhole, 7}.Encode();
+  const Bytes whole = State2{kAllSections, 7}.Encode();
   for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
     Bytes damaged = whole;
     damaged[bit / 8] ^= static_cast<uint8_t>(1 << (bit % 8));
@@ -200,12 +196,12 @@ TEST_F(StateFormat, RefusesAChangedBitAnywhere) {
 }
 
 TEST_F(StateFormat, NeedsMemoryAndLeavesNone) {
-  const Bytes whole = State2{kWhole}.Encode();
+  const Bytes whole = State2{kAllSections}.Encode();
   ASSERT_EQ(ReadBytes(whole), StateDefect::kNone);
   for (uint64_t n = 1; n < 20; ++n) {
     tvqplatform::EncodedState written;
     Firmware().Memory().FailAllocation(n, host::images::agent);
-    const bool isWritten = written.Write(Content(), 1);
+    const bool isWritten = written.Write(Content(), 1, Content().Time);
     Firmware().Memory().StopFailing();
     EXPECT_EQ(Copy(written.File()), isWritten ? whole : Bytes()) << n;
     if (isWritten) {

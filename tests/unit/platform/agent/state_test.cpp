@@ -1,12 +1,8 @@
 /*
- * The agent's saved states: which files are one, and what is written of the devices.
+ * Saved states of version 1: which files are one, and what is read of the devices.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include <functional>
-#include <memory>
-
-#include "tests/unit/platform/agent/fake_record.h"
 #include "tests/unit/platform/agent/state_bytes.h"
 #include "tests/unit/platform/platform_fixture.h"
 
@@ -143,74 +139,6 @@ TEST_F(ReadingAState, KeepsNoMemoryBehindItsEnd) {
     EXPECT_EQ(AgentBlocks(), before + 2);
   }
   EXPECT_EQ(AgentBlocks(), before);
-}
-
-class WritingAState : public AgentTest {
- protected:
-  // The bytes of the state of these devices.
-  Bytes Write(const std::vector<FakeDevice>& devices, uint64_t generation = 1) {
-    std::vector<std::unique_ptr<FakeRecord>> records;
-    for (const FakeDevice& device : devices) {
-      records.push_back(std::make_unique<FakeRecord>(Firmware(), device));
-    }
-    tvqplatform::Inventory inventory;
-    EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
-    EXPECT_TRUE(mState.Write(inventory, generation));
-    return Copy(mState.Bytes());
-  }
-
- private:
-  tvqplatform::StateBytes mState;
-};
-
-TEST_F(WritingAState, HoldsNameClassAndTheThreeBlobsOfEveryDevice) {
-  const FakeDevice module = {.fqdd = u"DIMM.Socket.A1", .serial = "11223344"};
-  const FakeDevice processor = {.fqdd = u"CPU.Socket.1", .componentClass = TVQ_CLASS_CPU};
-  EXPECT_EQ(Write({module, processor}, 0x1122334455667788),
-            State({.devices = {{u"DIMM.Socket.A1", BlobsOf(module), TVQ_CLASS_DIMM},
-                               {u"CPU.Socket.1", BlobsOf(processor), TVQ_CLASS_CPU}},
-                   .generation = 0x1122334455667788})
-                .Encode());
-}
-
-TEST_F(WritingAState, HoldsADeviceWithoutBlobsOrNameToo) {
-  EXPECT_EQ(Write({{.fqdd = std::nullopt, .getStatus = EFI_OUT_OF_RESOURCES}}),
-            State({.devices = {{u"", {}}}}).Encode());
-}
-
-TEST_F(WritingAState, CutsNamesSoThatTheyCanBeReadAgain) {
-  const std::u16string longest(31, u'x');
-  for (const std::u16string& name : {longest, longest + u'y', longest + u"yz"}) {
-    EXPECT_EQ(Write({{.fqdd = name, .getStatus = EFI_OUT_OF_RESOURCES}}),
-              State({.devices = {{longest, {}}}}).Encode());
-  }
-}
-
-TEST_F(WritingAState, HoldsNothingOfAStateThatWasWrittenBefore) {
-  Write({{}, {.fqdd = u"DIMM.Socket.A2"}});
-  EXPECT_EQ(Write({}, 2), State({.generation = 2}).Encode());
-}
-
-TEST_F(WritingAState, FailsWithoutMemoryAndKeepsNone) {
-  const FakeRecord first(Firmware(), {});
-  const FakeRecord second(Firmware(), {.fqdd = u"DIMM.Socket.A2"});
-  tvqplatform::Inventory inventory;
-  ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
-  const size_t before = AgentBlocks();
-  uint64_t failures = 0;
-  while (true) {
-    Firmware().Memory().FailAllocation(failures + 1, host::images::agent);
-    const bool isWritten = tvqplatform::StateBytes().Write(inventory, 1);
-    Firmware().Memory().StopFailing();
-    EXPECT_EQ(AgentBlocks(), before) << failures;
-    if (isWritten) {
-      EXPECT_EQ(Firmware().Memory().FailedAllocations(), failures);
-      break;
-    }
-    ++failures;
-    ASSERT_EQ(Firmware().Memory().FailedAllocations(), failures);
-  }
-  EXPECT_GE(failures, 3u);
 }
 
 }  // namespace

@@ -8,7 +8,14 @@
 
 #include "tests/unit/platform/agent/state_bytes.h"
 
+#include <Library/SmbiosTableLib.h>
+
 namespace tvq::test {
+
+// "(none)" where there is no text.
+inline std::string SpelledOut(smbios::Text text) {
+  return text ? std::string(text.begin(), text.end()) : "(none)";
+}
 
 struct Section {
   uint32_t type = 0;

@@ -106,6 +106,62 @@ TEST_F(AgentVolume, WritesFilesOfAnySize) {
   }
 }
 
+TEST_F(AgentVolume, WritesNoFileThatIsThereAlready) {
+  ASSERT_EQ(Write("text"), EFI_SUCCESS);
+  Files().Fail(FileCall::kWrite, EFI_DEVICE_ERROR);
+  EXPECT_EQ(Write("text"), EFI_SUCCESS);
+  EXPECT_EQ(Write("texT"), EFI_DEVICE_ERROR);
+  EXPECT_EQ(Write("tex"), EFI_DEVICE_ERROR);
+}
+
+TEST_F(AgentVolume, WritesAnEndWhenAllInFrontOfItIsThere) {
+  const Bytes start = {1, 2};
+  const Bytes end = {3};
+  EXPECT_EQ(Volume().WriteNew(Wide(u"\\TVQ\\a.bin"), View(start), View(end)), EFI_SUCCESS);
+  EXPECT_EQ(Files().Get(kPath), "\1\2\3");
+  Files().Remove(kPath);
+  Files().Fail(FileCall::kFlush, EFI_DEVICE_ERROR);
+  EXPECT_EQ(Volume().WriteNew(Wide(u"\\TVQ\\a.bin"), View(start), View(end)), EFI_DEVICE_ERROR);
+  EXPECT_EQ(Files().Get(kPath), "\1\2");
+}
+
+TEST_F(AgentVolume, ReportsAFileThatCannotBeRemoved) {
+  Files().Put(kPath, "text");
+  EXPECT_EQ(Volume().Remove(Wide(u"\\TVQ\\a.bin")), EFI_SUCCESS);
+  EXPECT_EQ(Volume().Remove(Wide(u"\\TVQ\\a.bin")), EFI_SUCCESS) << "there is none";
+  Files().Put(kPath, "a longer text");
+  Files().Fail(FileCall::kDelete, EFI_WARN_DELETE_FAILURE);
+  EXPECT_EQ(Volume().Remove(Wide(u"\\TVQ\\a.bin")), EFI_WRITE_PROTECTED);
+  EXPECT_EQ(Write("text"), EFI_WRITE_PROTECTED);
+  EXPECT_EQ(Files().Get(kPath), "a longer text");
+  Files().Fail(FileCall::kOpen, EFI_ACCESS_DENIED, kPath);
+  EXPECT_EQ(Volume().Remove(Wide(u"\\TVQ\\a.bin")), EFI_ACCESS_DENIED);
+}
+
+TEST_F(AgentVolume, ListsWhatAFolderHas) {
+  Files().Put(kPath, "x");
+  Files().Put("\\TVQ\\sub\\b.bin", "x");
+  Files().Put("\\TVQ\\" + std::string(64, 'x'), "a name that has no room");
+  tvqplatform::GrowingArray<tvqplatform::VolumeEntry> entries;
+  ASSERT_EQ(Volume().List(Wide(u"\\TVQ"), entries), EFI_SUCCESS);
+  std::vector<std::string> names;
+  for (const tvqplatform::VolumeEntry& entry : entries) {
+    names.push_back(Utf8(entry.Name) + (entry.IsFolder ? "\\" : ""));
+  }
+  Firmware().BootServices()->FreePool(entries.Data());
+  EXPECT_THAT(names, testing::ElementsAre(".\\", "sub\\", "a.bin"));
+}
+
+TEST_F(AgentVolume, SaysWhyAFolderCannotBeListed) {
+  tvqplatform::GrowingArray<tvqplatform::VolumeEntry> entries;
+  EXPECT_EQ(Volume().List(Wide(u"\\missing"), entries), EFI_NOT_FOUND);
+  Files().Fail(FileCall::kRead, EFI_DEVICE_ERROR);
+  EXPECT_EQ(Volume().List(Wide(u"\\TVQ"), entries), EFI_DEVICE_ERROR);
+  Files().Recover();
+  Firmware().Memory().FailAllocation(1, host::images::agent);
+  EXPECT_EQ(Volume().List(Wide(u"\\TVQ"), entries), EFI_OUT_OF_RESOURCES);
+}
+
 TEST_F(AgentVolume, ReplacesALongerFile) {
   Files().Put(kPath, Pattern(100));
   EXPECT_EQ(Write("short"), EFI_SUCCESS);
@@ -123,6 +179,7 @@ TEST_F(AgentVolume, SaysWhyAFileCannotBeWritten) {
     Files().Fail(call, status);
     EXPECT_EQ(Write("text"), status) << static_cast<int>(call);
     Files().Recover();
+    Files().Remove(kPath);
   }
   Files().LimitWrites(3);
   EXPECT_EQ(Write("text"), EFI_VOLUME_FULL);

@@ -100,6 +100,47 @@ TEST_F(AgentOptions, NameTheFirstUnknownWord) {
   EXPECT_EQ(std::string(Parse(std::string(100, 'x')).Unknown), std::string(31, 'x'));
 }
 
+TEST_F(AgentOptions, AreNamesBehindAccept) {
+  const Options options = Parse("accept DIMM.Socket.A1 \"DIMM A2\" poweroff CPU1");
+  EXPECT_TRUE(options.Accept);
+  EXPECT_TRUE(options.PowerOff);
+  ASSERT_EQ(options.NameCount, 3u);
+  EXPECT_STREQ(options.Names[0], "DIMM.Socket.A1");
+  EXPECT_STREQ(options.Names[1], "DIMM A2");
+  EXPECT_STREQ(options.Names[2], "CPU1");
+  EXPECT_STREQ(options.Unknown, "");
+  EXPECT_STREQ(Parse("CPU1 accept").Unknown, "CPU1");
+  EXPECT_STREQ(Parse("accept \"CPU 1").Names[0], "CPU 1") << "a quotation mark is missing";
+}
+
+TEST_F(AgentOptions, HaveRoomForSixteenNames) {
+  std::string text = "accept";
+  for (int i = 0; i < 16; ++i) {
+    text += " D" + std::to_string(i);
+  }
+  EXPECT_STREQ(Parse(text).Unknown, "");
+  EXPECT_STREQ(Parse(text + " more").Unknown, "more");
+  EXPECT_STREQ(Parse("accept " + std::string(47, 'x')).Unknown, "");
+  EXPECT_EQ(std::string(Parse("accept " + std::string(48, 'x')).Unknown), std::string(31, 'x'));
+}
+
+TEST_F(AgentOptions, SayHowManyStatesStayAndWhere) {
+  EXPECT_EQ(Parse("").Keep, 10u);
+  EXPECT_EQ(Parse("keep=1").Keep, 1u);
+  EXPECT_EQ(Parse("keep=1000").Keep, 1000u);
+  for (const char* text :
+       {"keep=", "keep=0", "keep=1001", "keep=x", "keep=-1", "keep=99999999999999999999"}) {
+    EXPECT_STREQ(Parse(text).Unknown, text) << text;
+    EXPECT_EQ(Parse(text).Keep, 10u) << text;
+  }
+  EXPECT_STREQ(Parse("state=golden").State, "golden");
+  for (const char* text : {"state=", "state=a\\b", "state=/a", "state=fs0:"}) {
+    EXPECT_STREQ(Parse(text).State, "") << text;
+  }
+  EXPECT_TRUE(Parse("incomplete").Incomplete);
+  EXPECT_TRUE(Parse("other-machine").OtherMachine);
+}
+
 TEST_F(AgentOptions, FollowTheProgramsNameOnACommandLine) {
   Options options;
   EXPECT_TRUE(ParseLine(u"FS0:\\TvqAgent.efi as-is", options));
