@@ -31,6 +31,7 @@ enum ExitStatus : int {
   kExitNothingFound = 0,
   kExitFound = 1,    // there is something to look at
   kExitTrouble = 2,  // something could not be done; also wrong usage
+  kExitNoState = 3,  // no state was saved yet
 };
 
 // What the help and the manual say of a command. Lines are at most 100 characters.

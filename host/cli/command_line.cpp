@@ -134,6 +134,9 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
     return kExitNothingFound;
   } catch (const CLI::ParseError& error) {
     return ReportUsage(app, error, console);
+  } catch (const NoStateError& error) {
+    console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
+    return kExitNoState;
   } catch (const InputError& error) {
     console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
     return kExitTrouble;

@@ -15,7 +15,7 @@
 
 #include "host/firmware/firmware.h"
 #include "host/run/convert.h"
-#include "host/run/started.h"
+#include "host/run/saved_states.h"
 #include "images/agent.h"
 #include "images/driver.h"
 #include "images/platform.h"
@@ -33,6 +33,7 @@ extern "C" {
 #include "TvqPlatformPkg/src/smbios/conform.h"
 #include "TvqPlatformPkg/src/smbios/names/device_labels.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
+#include "TvqPlatformPkg/src/states/accepted_devices.h"
 
 namespace tvq::run {
 namespace {
@@ -300,9 +301,52 @@ SlotAnswer DriverRun::AskSlot(const SlotQuery& query) {
 Bytes DriverRun::State(const Origin& origin, uint64_t generation) {
   tvqplatform::BootSnapshot snapshot;
   mImpl->started->Take(origin, snapshot);
-  tvqplatform::EncodedState state;
-  Require(state.Write(snapshot.Get(), generation));
-  return CopyOf(state.File());
+  return FileOf(snapshot.Get(), generation, origin.time);
+}
+
+std::vector<std::string> DriverRun::Holes() {
+  tvqplatform::BootSnapshot now;
+  mImpl->started->Take({}, now);
+  return HolesOf(now.Get());
+}
+
+Bytes DriverRun::Accept(const Bytes& saved, const std::vector<std::string>& names,
+                        const Origin& origin, uint64_t generation) {
+  tvqplatform::BootSnapshot now;
+  mImpl->started->Take(origin, now);
+  tvqplatform::StoredState state;
+  ReadInto(saved, state);
+  tvqplatform::AcceptedDevices accepted;
+  tvqplatform::AcceptResult result = accepted.Begin(state.Content, now.Get());
+  for (const std::string& name : names) {
+    if (result == tvqplatform::AcceptResult::kAccepted) {
+      result = accepted.Accept(name.c_str());
+    }
+    if (result != tvqplatform::AcceptResult::kAccepted) {
+      throw StateError("'" + name + "' " + tvqplatform::AcceptResultText(result));
+    }
+  }
+  return FileOf(accepted.Get(), generation, origin.time);
+}
+
+StateFit DriverRun::FitOf(const Bytes& state, const Origin& origin) {
+  tvqplatform::BootSnapshot now;
+  mImpl->started->Take(origin, now);
+  tvqplatform::StoredState saved;
+  ReadInto(state, saved);
+  return run::FitOf(now.Get(), saved);
+}
+
+StateFile DriverRun::CheckStateFile(const Bytes& file, uint64_t number) {
+  return run::CheckStateFile(file, number);
+}
+
+bool DriverRun::AreEqual(const Bytes& state, const Bytes& other) {
+  tvqplatform::StoredState left;
+  tvqplatform::StoredState right;
+  ReadInto(state, left);
+  ReadInto(other, right);
+  return left.Version == right.Version && FileOf(left.Content, 1, 0) == FileOf(right.Content, 1, 0);
 }
 
 std::vector<SavedDevice> DriverRun::ReadState(const Bytes& state) {

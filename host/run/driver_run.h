@@ -129,6 +129,42 @@ struct Origin {
   uint64_t time = 0;        // seconds since 1970, UTC
 };
 
+// What a file of a saved state is.
+struct StateFile {
+  enum class Kind {
+    kWhole,
+    kCutOff,    // while it was saved, if it is the newest
+    kUnusable,  // damaged, or of a later version
+  };
+  Kind kind = Kind::kWhole;
+  std::string what;  // the rest of a sentence about it
+};
+
+struct StateOptions {
+  bool isAsIs = false;
+  bool isRedacted = false;
+};
+
+// Whether a saved state is one to compare the machine of a run with.
+struct StateFit {
+  enum class Machine {
+    kSame,
+    kBoardReplaced,
+    kAnother,
+    kUnknown,
+  };
+  Machine machine = Machine::kUnknown;
+  std::string thisMachine;  // what tells it from others
+  std::string savedMachine;
+  unsigned version = 0;
+  uint64_t generation = 0;
+  uint64_t time = 0;    // seconds since 1970, UTC; 0 where it is unknown
+  std::string program;  // version of the program that saved it; empty where that is unknown
+  StateOptions options;
+  bool hasOtherOptions = false;
+  std::vector<std::string> holes;  // a line for each device that nothing can be compared with
+};
+
 // One device of a saved state.
 struct SavedDevice {
   std::u16string fqdd;  // empty for a device without one
@@ -206,6 +242,18 @@ class DriverRun {
 
   // After Run: the state of all devices, as the agent saves it.
   Bytes State(const Origin& origin = {}, uint64_t generation = 1);
+  // After Run: a line for each device that nothing could be compared with if the state were saved.
+  std::vector<std::string> Holes();
+  // After Run: the saved state, in which the devices of these names or labels are as they are now.
+  // Throws StateError, whose message then begins with the name.
+  Bytes Accept(const Bytes& saved, const std::vector<std::string>& names, const Origin& origin,
+               uint64_t generation);
+  // After Run: whether the state is one to compare with. Throws StateError.
+  StateFit FitOf(const Bytes& state, const Origin& origin);
+  // The file with this number, which is its generation.
+  StateFile CheckStateFile(const Bytes& file, uint64_t number);
+  // Whether the states differ in nothing but number and time. Throws StateError.
+  bool AreEqual(const Bytes& state, const Bytes& other);
   // After Run: what became of each device since the state was saved. Throws StateError.
   Comparison Compare(const Bytes& state);
 

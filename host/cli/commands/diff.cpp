@@ -78,12 +78,13 @@ bool IsState(const run::Bytes& file) {
 }
 
 // The state in a folder or a file; nothing where the path names a table.
-std::optional<run::Bytes> LoadState(const std::string& path) {
+std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
+                                  const Console& console) {
   if (path == "-") {
     return std::nullopt;
   }
   if (IsFolder(path)) {
-    return LoadStateFile(path);
+    return LoadState(driver, path, console).bytes;
   }
   run::Bytes file = ReadFile(path, kTableHint);
   return IsState(file) ? std::optional(std::move(file)) : std::nullopt;
@@ -118,13 +119,14 @@ void Run(run::DriverRun& driver, Side& side, const DiffOptions& options, const C
 Side Load(run::DriverRun& driver, const std::string& path, const Console& console) {
   Side side;
   side.name = path;
-  if (std::optional<run::Bytes> state = LoadState(path)) {
+  if (std::optional<run::Bytes> state = StateIn(driver, path, console)) {
     side.isState = true;
     side.state = std::move(*state);
     try {
       side.devices = ToDevices(driver.ReadState(side.state));
     } catch (const run::StateError& error) {
-      throw InputError(fmt::format("{} {}", path, error.what()), "save a new one with `tvq save`");
+      throw InputError(fmt::format("{} {}", path, error.what()),
+                       "look whether a state before it is whole");
     }
     side.table = TableOf(side.devices);
   } else {

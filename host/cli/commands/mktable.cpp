@@ -8,12 +8,12 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <ostream>
 #include <string>
 #include <string_view>
 
 #include "host/cli/command.h"
+#include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/table_input.h"
 #include "host/table/dump.h"
@@ -133,11 +133,26 @@ void WriteOutput(const std::string& path, const std::string& result, std::ostrea
     out << result;
     return;
   }
-  std::ofstream file(path, std::ios::binary);
-  file << result;
-  if (!file.flush()) {
-    throw InputError(fmt::format("cannot write {}: {}", path, std::strerror(errno)),
-                     "name a file in a folder that you may write to");
+  const size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  if (directory.IsOpen() && IsSpecialFile(directory, name)) {
+    throw InputError(fmt::format("cannot write {}: it is no plain file", path),
+                     "`-o -` writes to standard output");
+  }
+  const Written written =
+      directory.IsOpen()
+          ? WriteFile(directory, name, {result.begin(), result.end()}, Taken::kReplaced)
+          : Written::kNo;
+  if (written != Written::kYes) {
+    throw InputError(
+        fmt::format(
+            "{} {}: {}",
+            written == Written::kNo ? "cannot write" : "written, but perhaps not on the disk:",
+            path, link.empty() ? std::strerror(errno) : link + " is a symbolic link"),
+        "name a file in a folder that you may write to, by a path without links");
   }
 }
 

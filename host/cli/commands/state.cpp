@@ -12,8 +12,7 @@
 
 #include "host/cli/compare/comparison_summary.h"
 #include "host/cli/input/input.h"
-#include "host/cli/input/state_file.h"
-#include "host/cli/input/table_input.h"
+#include "host/cli/input/state_run.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
@@ -26,10 +25,15 @@ using Json = nlohmann::ordered_json;
 constexpr CommandText kSaveText = {
     "save", "Saves the state of every device, to be compared later",
     "Runs the driver on an SMBIOS table and saves the state of every device in a folder, for\n"
-    "`tvq verify`. A state that is there is replaced as a whole.",
+    "`tvq verify`: beside the states that are there, of which the last ten stay. Devices that\n"
+    "nothing could be compared with are named; a state without them does not replace a complete\n"
+    "one, nor one of another machine, unless that is asked for. Nothing signs a state: whoever "
+    "may\n"
+    "write the folder decides what it says.",
     "  sudo tvq save /var/lib/tvq\n"
     "  tvq save before --from-dump dump.bin\n",
-    "0 the state is saved; 2 it is not, and what was there still is."};
+    "0 the state is saved, or it is what was saved already; 2 it is not, and what\n"
+    "was there still is."};
 
 constexpr CommandText kVerifyText = {
     "verify", "Compares every device with the saved state",
@@ -42,28 +46,6 @@ constexpr CommandText kVerifyText = {
     "  tvq verify before --from-dump dump.bin\n",
     "0 all devices are the same; 1 one was replaced, is new, moved or gone; 2 one\n"
     "could not be compared, or there is no table or no state."};
-
-struct StateOptions {
-  TableOptions table;
-  std::string folder;
-  bool json = false;
-};
-
-// Runs the driver, and insists on records.
-run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
-                            const Console& console) {
-  run::Table table = ReadTable(driver, options.table, console);
-  if (options.table.conform && !ConformTable(driver, table, console)) {
-    throw InputError("the table cannot be conformed", "run with --as-is");
-  }
-  run::Results results = RunDriver(driver, table, options.table, console);
-  if (results.records.empty()) {
-    throw InputError("the driver made no record of this table",
-                     options.table.conform ? "`tvq export` shows the driver's log"
-                                           : "without --as-is, the table is made fit for it");
-  }
-  return results;
-}
 
 std::string FqddText(const run::Finding& finding) {
   return finding.fqdd.empty() ? "-" : Utf8OfWide(finding.fqdd);
@@ -102,40 +84,49 @@ Json ToJson(const run::Comparison& comparison) {
   return json;
 }
 
-Json SavedJson(const std::string& folder, const run::Results& results) {
+Json SavedJson(const std::string& path, const run::Results& results) {
   Json devices = Json::array();
   for (const run::Record& record : results.records) {
     devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
   }
   Json json = SchemaJson("tvq-save");
-  json["state"] = StatePath(folder);
+  json["state"] = path;
   json["devices"] = devices;
   return json;
+}
+
+// A state that cannot be read is in no save's way.
+std::optional<LoadedState> StateBefore(run::DriverRun& driver, const std::string& folder,
+                                       const Console& console) {
+  try {
+    return LoadStateIfAny(driver, folder, console);
+  } catch (const InputError& error) {
+    console.Warning(error.what());
+    return std::nullopt;
+  }
 }
 
 ExitStatus Save(const StateOptions& options, Console& console) {
   run::DriverRun driver;
   const run::Results results = CollectRecords(driver, options, console);
-  SaveStateFile(options.folder, driver.State());
+  const run::Origin origin = OriginOf(options);
+  const std::string path = SaveChecked(
+      driver, options, StateBefore(driver, options.folder, console),
+      [&](uint64_t number) { return driver.State(origin, number); }, console);
   if (options.json) {
-    console.out << SavedJson(options.folder, results).dump(1) << '\n';
+    console.out << SavedJson(path, results).dump(1) << '\n';
   } else {
-    console.out << "Saved in " << StatePath(options.folder) << '\n';
+    console.out << "Saved in " << path << '\n';
   }
   return kExitNothingFound;
 }
 
 ExitStatus Verify(const StateOptions& options, Console& console) {
-  const run::Bytes state = LoadStateFile(options.folder);
   run::DriverRun driver;
+  const LoadedState state = LoadState(driver, options.folder, console);
   CollectRecords(driver, options, console);
-  run::Comparison comparison;
-  try {
-    comparison = driver.Compare(state);
-  } catch (const run::StateError& error) {
-    throw InputError(fmt::format("{} {}", StatePath(options.folder), error.what()),
-                     "save a new state with `tvq save " + options.folder + "`");
-  }
+  CheckFit(driver, state, options, console);
+  const run::Comparison comparison = driver.Compare(state.bytes);
   if (options.json) {
     console.out << ToJson(comparison).dump(1) << '\n';
   } else {
@@ -144,25 +135,21 @@ ExitStatus Verify(const StateOptions& options, Console& console) {
   return StatusOf(comparison);
 }
 
-void AddStateCommand(Commands& commands, const CommandText& text, const char* folder,
-                     ExitStatus (*run)(const StateOptions&, Console&)) {
-  const auto options = std::make_shared<StateOptions>();
-  CLI::App& app =
-      commands.Add(text, [options, run](Console& console) { return run(*options, console); });
-  app.add_option("DIR", options->folder, folder)->type_name("")->required();
-  AddTableOptions(app, options->table);
-  AddConform(app, options->table);
-  app.add_flag("--json", options->json, "Print one JSON document");
-}
-
 }  // namespace
 
 void AddSave(Commands& commands) {
-  AddStateCommand(commands, kSaveText, "The folder of the state; made when it is missing", Save);
+  const auto options = std::make_shared<StateOptions>();
+  CLI::App& app =
+      commands.Add(kSaveText, [options](Console& console) { return Save(*options, console); });
+  AddStateOptions(app, "The folder of the states; made when it is missing", *options);
+  AddSaveOptions(app, *options);
 }
 
 void AddVerify(Commands& commands) {
-  AddStateCommand(commands, kVerifyText, "The folder that `tvq save` was given", Verify);
+  const auto options = std::make_shared<StateOptions>();
+  CLI::App& app =
+      commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
+  AddStateOptions(app, "The folder that `tvq save` was given", *options);
 }
 
 }  // namespace tvq::cli

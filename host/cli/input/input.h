@@ -26,6 +26,12 @@ class InputError : public std::runtime_error {
   std::string mHint;
 };
 
+// A state that was never saved.
+class NoStateError : public InputError {
+ public:
+  using InputError::InputError;
+};
+
 // In a hint this stands for the command line as it was typed.
 inline constexpr char kThisCommand[] = "{command}";
 inline constexpr char kSudoHint[] = "only root may do that: `sudo {command}`";

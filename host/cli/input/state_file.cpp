@@ -1,5 +1,5 @@
 /*
- * A saved state in a folder.
+ * The saved states in a folder.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -7,160 +7,273 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 
+#include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 
 namespace tvq::cli {
 namespace {
 
-constexpr char kName[] = "tvq-state.bin";
+constexpr std::string_view kPrefix = "state-";
+constexpr std::string_view kSuffix = ".bin";
+// What versions before had in place of numbered files.
+constexpr char kSingleFile[] = "tvq-state.bin";
 constexpr char kFolderHint[] = "name a folder that you may write to and that is no link";
+// Far more than the largest machine needs.
+constexpr off_t kLargestState = 16 << 20;
+// Numbers have at most nine digits.
+constexpr uint64_t kNumberLimit = 1000000000;
 
-// Owns a file descriptor.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : mNumber(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (mNumber >= 0) {
-      close(mNumber);
-    }
+std::string NameOf(uint64_t number) {
+  return fmt::format("{}{}{}", kPrefix, number, kSuffix);
+}
+
+// The number in the name of a state's file; 0 for other files. FAT may show names in capitals.
+uint64_t NumberIn(std::string name) {
+  std::transform(name.begin(), name.end(), name.begin(), [](char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 'a' - 'A')
+                                                : character;
+  });
+  if (name.size() <= kPrefix.size() + kSuffix.size() || name.rfind(kPrefix, 0) != 0 ||
+      name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
+    return 0;
   }
-  int Number() const { return mNumber; }
-  bool IsOpen() const { return mNumber >= 0; }
+  uint64_t number = 0;
+  const char* const end = name.data() + name.size() - kSuffix.size();
+  const auto result = std::from_chars(name.data() + kPrefix.size(), end, number);
+  return result.ec == std::errc() && result.ptr == end && number < kNumberLimit ? number : 0;
+}
 
- private:
-  int mNumber;
+struct NumberedFile {
+  uint64_t number;
+  std::string name;
 };
 
-bool IsLink(const std::string& path) {
-  struct stat status = {};
-  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+// The newest one first.
+std::vector<NumberedFile> StatesIn(const Descriptor& folder) {
+  std::vector<NumberedFile> files;
+  for (const std::string& name : NamesIn(folder)) {
+    const uint64_t number = NumberIn(name);
+    if (number != 0) {
+      files.push_back({number, name});
+    }
+  }
+  std::sort(files.begin(), files.end(), [](const NumberedFile& left, const NumberedFile& right) {
+    return left.number > right.number;
+  });
+  return files;
 }
 
 // The error says what to do, where it is known; else the hint does.
-[[noreturn]] void Fail(const std::string& verb, const std::string& path, const std::string& hint) {
+[[noreturn]] void Fail(const std::string& verb, const std::string& path, const std::string& link,
+                       const std::string& hint) {
   const int error = errno;
   std::string reason = std::strerror(error);
   std::string advice = error == EACCES || error == EPERM ? kSudoHint : hint;
-  if (IsLink(path)) {
-    reason = "it is a symbolic link";
+  if (!link.empty()) {
+    reason = link == path ? "it is a symbolic link" : link + " is a symbolic link";
     advice = fmt::format(
         "links are not followed; name what it leads to, which `realpath {}` prints", path);
   }
   throw InputError(fmt::format("cannot {} {}: {}", verb, path, reason), advice);
 }
 
-int OpenFolder(const std::string& folder) {
-  return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+// Whether somebody else than the user and root may change it.
+bool OthersMayWrite(const struct stat& status) {
+  const bool isOurs = status.st_uid == geteuid() || status.st_uid == 0;
+  return !isOurs || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
-bool WriteAll(int file, const std::vector<uint8_t>& bytes) {
-  size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
+[[noreturn]] void Refuse(const std::string& path, const std::string& why, const std::string& hint) {
+  throw InputError(fmt::format("{} is not read: {}", path, why), hint);
+}
+
+void CheckFile(const std::string& path, const struct stat& status) {
+  if (!S_ISREG(status.st_mode)) {
+    Refuse(path, "it is no plain file", "name a folder that `tvq save` was given");
+  }
+  if (status.st_size > kLargestState) {
+    Refuse(path, fmt::format("it has {} bytes, more than any state", status.st_size),
+           "name a folder that `tvq save` was given");
+  }
+  if (OthersMayWrite(status)) {
+    Refuse(path, "others may write it, so that nobody knows whose state it is",
+           fmt::format("where you trust it: `chown {} {}` and `chmod go-w {}`",
+                       static_cast<unsigned>(geteuid()), path, path));
+  }
+}
+
+run::Bytes ReadAll(int file, const std::string& path) {
+  run::Bytes bytes;
+  uint8_t buffer[1 << 16];
+  for (;;) {
+    const ssize_t count = read(file, buffer, sizeof(buffer));
+    if (count == 0) {
+      return bytes;
+    }
     if (count < 0 && errno != EINTR) {
-      return false;
+      Fail("read", path, "", "look at the disk's health");
     }
-    written += count < 0 ? 0 : static_cast<size_t>(count);
+    bytes.insert(bytes.end(), buffer, buffer + (count < 0 ? 0 : count));
+    if (bytes.size() > static_cast<size_t>(kLargestState)) {
+      Refuse(path, "it grows while it is read", "name a folder that `tvq save` was given");
+    }
   }
-  return fsync(file) == 0;
 }
 
-// A file of this process alone, which goes again unless it takes its final name.
-class NewFile {
+run::Bytes ReadFileIn(const Descriptor& folder, const std::string& name, const std::string& path) {
+  // A pipe that nobody writes to would be waited for.
+  const Descriptor file(
+      openat(folder.Number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!file.IsOpen()) {
+    Fail("open", path, errno == ELOOP ? path : "", "name a folder that `tvq save` was given");
+  }
+  struct stat status = {};
+  if (fstat(file.Number(), &status) != 0) {
+    Fail("read", path, "", "look at the disk's health");
+  }
+  CheckFile(path, status);
+  return ReadAll(file.Number(), path);
+}
+
+bool HasFile(const Descriptor& folder, const char* name) {
+  struct stat status = {};
+  return fstatat(folder.Number(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+// As root, nobody else may exchange the files either.
+void CheckFolder(const Descriptor& folder, const std::string& path) {
+  struct stat status = {};
+  if (geteuid() == 0 && fstat(folder.Number(), &status) == 0 && OthersMayWrite(status)) {
+    Refuse(path, "others may write there, so that nobody knows whose states these are",
+           fmt::format("where you trust it: `chown root {}` and `chmod go-w {}`", path, path));
+  }
+}
+
+std::string PathIn(const std::string& folder, const std::string& name) {
+  return folder + (!folder.empty() && folder.back() == '/' ? "" : "/") + name;
+}
+
+// Keeps other saves away as long as it lives.
+class FolderLock {
  public:
-  explicit NewFile(int folder)
-      : mFolder(folder),
-        mName(fmt::format(".{}.{}", kName, getpid())),
-        mFile(openat(folder, mName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                     0600)) {}
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  ~NewFile() {
-    if (mFile.IsOpen() && !mIsRenamed) {
-      unlinkat(mFolder, mName.c_str(), 0);
+  explicit FolderLock(const Descriptor& folder) : mFolder(folder.Number()) {
+    // Where there are no locks, saves at the same time do not get in each other's way: the second
+    // one finds the name taken.
+    mIsHeld = flock(mFolder, LOCK_EX) == 0;
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  ~FolderLock() {
+    if (mIsHeld) {
+      flock(mFolder, LOCK_UN);
     }
   }
-
-  bool Write(const std::vector<uint8_t>& bytes) {
-    return mFile.IsOpen() && WriteAll(mFile.Number(), bytes);
-  }
-  const std::string& Name() const { return mName; }
-  bool TakeName(const char* name) {
-    mIsRenamed = renameat(mFolder, mName.c_str(), mFolder, name) == 0;
-    return mIsRenamed && fsync(mFolder) == 0;
-  }
+  bool IsHeld() const { return mIsHeld; }
 
  private:
   int mFolder;
-  std::string mName;
-  Descriptor mFile;
-  bool mIsRenamed = false;
+  bool mIsHeld;
 };
+
+void RemoveOld(const Descriptor& folder, unsigned kept) {
+  const std::vector<NumberedFile> files = StatesIn(folder);
+  for (size_t i = kept; i < files.size(); ++i) {
+    unlinkat(folder.Number(), files[i].name.c_str(), 0);
+  }
+}
 
 }  // namespace
 
-std::string StatePath(const std::string& folder) {
-  return folder + "/" + kName;
-}
-
-std::string SaveHint(int error, const std::string& folder, const std::string& name) {
+std::string SaveHint(int error, const std::string& folder) {
   const std::string kept = "what was saved there before is still there";
   switch (error) {
     case ENOSPC:
     case EDQUOT:
       return fmt::format("{}; `df -h {}` shows how much room is left", kept, folder);
-    case EEXIST:
-      return fmt::format("{}; a save that was interrupted left {}/{}: type `{}` again", kept,
-                         folder, name, kThisCommand);
     default:
       return kept;
   }
 }
 
-void SaveStateFile(const std::string& folder, const std::vector<uint8_t>& bytes) {
-  if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-    Fail("make", folder, kFolderHint);
-  }
-  const Descriptor directory(OpenFolder(folder));
+std::string SaveState(const std::string& folder, unsigned kept,
+                      const std::function<run::Bytes(uint64_t number)>& encode) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kIsMade, link);
   if (!directory.IsOpen()) {
-    Fail("open", folder, kFolderHint);
+    Fail("open", folder, link, kFolderHint);
   }
-  NewFile file(directory.Number());
-  if (!file.Write(bytes) || !file.TakeName(kName)) {
-    Fail("write", StatePath(folder), SaveHint(errno, folder, file.Name()));
+  const FolderLock lock(directory);
+  if (lock.IsHeld()) {
+    RemoveLeftovers(directory, std::string(kPrefix));
   }
+  const std::vector<NumberedFile> files = StatesIn(directory);
+  const uint64_t number = files.empty() ? 1 : files.front().number + 1;
+  const std::string path = PathIn(folder, NameOf(number));
+  const Written written = WriteFile(directory, NameOf(number), encode(number), Taken::kFails);
+  if (written == Written::kNo) {
+    Fail("write", path, "", SaveHint(errno, folder));
+  }
+  if (written == Written::kNotSure) {
+    throw InputError(fmt::format("{} is saved, but may be gone after a power cut: {}", path,
+                                 std::strerror(errno)),
+                     "look at the disk's health");
+  }
+  RemoveOld(directory, kept);
+  return path;
 }
 
-std::vector<uint8_t> LoadStateFile(const std::string& folder) {
-  const std::string hint = "save a state first with `tvq save " + folder + "`";
-  const Descriptor directory(OpenFolder(folder));
+std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::string& folder,
+                                          const Console& console) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  if (!directory.IsOpen() && errno == ENOENT && link.empty()) {
+    return std::nullopt;
+  }
   if (!directory.IsOpen()) {
-    Fail("open", folder, hint);
+    Fail("open", folder, link, kFolderHint);
   }
-  const Descriptor file(openat(directory.Number(), kName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-  if (!file.IsOpen()) {
-    Fail("open", StatePath(folder), hint);
+  CheckFolder(directory, folder);
+  std::vector<NumberedFile> files = StatesIn(directory);
+  if (HasFile(directory, kSingleFile)) {
+    files.push_back({0, kSingleFile});
   }
-  std::vector<uint8_t> bytes;
-  uint8_t buffer[1 << 16];
-  for (;;) {
-    const ssize_t count = read(file.Number(), buffer, sizeof(buffer));
-    if (count == 0) {
-      return bytes;
+  for (const NumberedFile& file : files) {
+    const std::string path = PathIn(folder, file.name);
+    run::Bytes bytes = ReadFileIn(directory, file.name, path);
+    const run::StateFile state =
+        file.number == 0 ? run::StateFile{} : driver.CheckStateFile(bytes, file.number);
+    if (state.kind == run::StateFile::Kind::kWhole) {
+      return LoadedState{path, std::move(bytes)};
     }
-    if (count < 0 && errno != EINTR) {
-      Fail("read", StatePath(folder), hint);
+    // Only the newest one can have been cut off.
+    if (state.kind != run::StateFile::Kind::kCutOff || file.number != files.front().number) {
+      throw InputError(fmt::format("{} {}", path, state.what),
+                       "move it away to use the state before it, which `tvq save` kept");
     }
-    bytes.insert(bytes.end(), buffer, buffer + (count < 0 ? 0 : count));
+    console.Warning(
+        fmt::format("{} {}; {}", path, state.what,
+                    files.size() == 1 ? "there is none before it" : "the one before it counts"));
   }
+  return std::nullopt;
+}
+
+LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const Console& console) {
+  std::optional<LoadedState> state = LoadStateIfAny(driver, folder, console);
+  if (!state) {
+    throw NoStateError(fmt::format("there is no saved state in {}", folder),
+                       "save a state first with `tvq save " + folder + "`");
+  }
+  return std::move(*state);
 }
 
 }  // namespace tvq::cli

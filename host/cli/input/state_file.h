@@ -1,5 +1,5 @@
 /*
- * A saved state in a folder.
+ * The saved states in a folder, in the same files as the agent's on its volume.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -7,24 +7,42 @@
 #define TVQ_HOST_CLI_INPUT_STATE_FILE_H_
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/cli/output/console.h"
+#include "host/run/driver_run.h"
+
 namespace tvq::cli {
 
-// The path of the state in a folder, for messages.
-std::string StatePath(const std::string& folder);
+// How many states stay where nobody says otherwise.
+inline constexpr unsigned kKeptStates = 10;
 
-// Puts a state in place of one that may be there, as a whole or not at all: the new file is created
-// exclusively with mode 0600, reaches the disk, and takes the old one's name. No link is followed;
-// the folder is made when it is missing. Throws an InputError.
-void SaveStateFile(const std::string& folder, const std::vector<uint8_t>& bytes);
+struct LoadedState {
+  std::string path;
+  run::Bytes bytes;
+};
 
-// What to do about a save that failed with this errno, while its new file had that name.
-std::string SaveHint(int error, const std::string& folder, const std::string& name);
+// The newest state in a folder that is whole. What was cut off while it was saved is passed over with
+// a warning. No link is followed in any component of the path, and the file has to be a plain one
+// of sensible size that no one else can write. Throws an InputError, and a NoStateError that says
+// to save first where there is no state.
+LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const Console& console);
 
-// Throws an InputError, one that says to save first where there is no state.
-std::vector<uint8_t> LoadStateFile(const std::string& folder);
+// The same, and nothing where there is no state.
+std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::string& folder,
+                                          const Console& console);
+
+// Saves a state beside those that are there, and removes all but the newest `kept`. The folder is
+// made when it is missing. `encode` gives the file with a number. Returns its path. Throws an
+// InputError.
+std::string SaveState(const std::string& folder, unsigned kept,
+                      const std::function<run::Bytes(uint64_t number)>& encode);
+
+// What to do about a save that failed with this errno.
+std::string SaveHint(int error, const std::string& folder);
 
 }  // namespace tvq::cli
 

@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
-#include "host/cli/input/state_file.h"
 #include "host/cli/input/table_input.h"
 
 namespace tvq::cli {
@@ -204,7 +203,8 @@ std::string Files() {
   const std::string folder = TableOptions().systemFolder;
   return Entry(Italic(folder + "/DMI"), Prose("This machine's SMBIOS table.")) +
          Entry(Italic(folder + "/smbios_entry_point"), "Its entry point.") +
-         Entry(Italic(StatePath("DIR")), Prose("What `tvq save` leaves in a folder.")) +
+         Entry(Italic("DIR/state-N.bin"),
+               Prose("What `tvq save` leaves in a folder; the highest number is the newest.")) +
          Entry(Italic("/etc/machine-id"),
                Prose("What the masks of `--redact` depend on, without `--redact-key`."));
 }

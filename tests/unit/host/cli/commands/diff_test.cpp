@@ -116,7 +116,7 @@ TEST_F(CliDiff, SavedStatesDifferAsTheirTablesDo) {
 
 TEST_F(CliDiff, AStateAndATableCanBeCompared) {
   const std::string state = State("before", {});
-  EXPECT_EQ(RunTvq({"diff", state + "/tvq-state.bin", TableFile("after.bin", {}), "--conform"}).out,
+  EXPECT_EQ(RunTvq({"diff", state + "/state-1.bin", TableFile("after.bin", {}), "--conform"}).out,
             "Summary: 4 same\n");
   const Server server = WithAnotherModule();
   EXPECT_EQ(RunTvq({"diff", TableFile("after.bin", server), state, "--conform"}).status, 1);
@@ -202,12 +202,12 @@ TEST_F(CliDiff, ATableWithoutRecordsIsTrouble) {
 
 TEST_F(CliDiff, ADamagedStateIsTrouble) {
   State("before", {});
-  test::Bytes bytes = Read("before/tvq-state.bin");
-  bytes.back() ^= 1;
-  Write("before/tvq-state.bin", bytes);
+  test::Bytes bytes = Read("before/state-1.bin");
+  bytes[40] ^= 1;
+  Write("before/state-1.bin", bytes);
   const Outcome diff = RunTvq({"diff", Path("before"), Path("before")});
   EXPECT_EQ(diff.status, 2);
-  EXPECT_THAT(diff.diagnostics, HasSubstr("is no saved state, or is damaged"));
+  EXPECT_THAT(diff.diagnostics, HasSubstr("state-1.bin is damaged"));
 }
 
 }  // namespace

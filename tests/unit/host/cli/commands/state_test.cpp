@@ -23,7 +23,7 @@ using testing::SizeIs;
 class CliState : public CliTest {
  protected:
   std::string State() const { return Path("state"); }
-  std::string StateFile() const { return State() + "/tvq-state.bin"; }
+  std::string StateFile() const { return State() + "/state-1.bin"; }
 
   Outcome Run(const std::string& command, const Server& server,
               std::vector<std::string> more = {}) {
@@ -203,68 +203,11 @@ TEST_F(CliState, TheStateIsForItsOwnerAlone) {
   EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(State()), {}), SizeIs(1));
 }
 
-TEST_F(CliState, SavingReplacesALinkInsteadOfFollowingIt) {
-  fs::create_directory(State());
-  Write("victim", {1, 2, 3});
-  fs::create_symlink(Path("victim"), StateFile());
-  EXPECT_EQ(Save({}).status, 0);
-  EXPECT_EQ(fs::file_size(Path("victim")), 3u);
-  EXPECT_FALSE(fs::is_symlink(StateFile()));
-}
-
-TEST_F(CliState, AFolderThatIsALinkIsRefused) {
-  fs::create_directory(Path("elsewhere"));
-  fs::create_symlink(Path("elsewhere"), State());
-  const Outcome saved = Save({});
-  EXPECT_EQ(saved.status, 2);
-  EXPECT_THAT(saved.diagnostics, HasSubstr("hint: links are not followed"));
-  EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(Path("elsewhere")), {}), IsEmpty());
-}
-
-TEST_F(CliState, AFileInTheWayIsNotOverwrittenAndTheOldStateStays) {
-  Save({});
-  Write("state/.tvq-state.bin." + std::to_string(getpid()), {1});
-  Server server;
-  server.cores = 12;
-  const Outcome saved = Save(server);
-  EXPECT_EQ(saved.status, 2);
-  EXPECT_THAT(saved.diagnostics, HasSubstr("what was saved there before is still there"));
-  EXPECT_EQ(Verify({}).status, 0);
-}
-
-TEST_F(CliState, VerifyingWithoutAStateSaysToSaveFirst) {
-  const Outcome verified = Verify({});
-  EXPECT_EQ(verified.status, 2);
-  EXPECT_THAT(verified.diagnostics, HasSubstr("hint: save a state first with `tvq save"));
-}
-
-TEST_F(CliState, ADamagedStateIsRefusedWhereverItIsDamaged) {
-  Save({});
-  const test::Bytes whole = Read("state/tvq-state.bin");
-  for (size_t i = 0; i < whole.size(); i += 1 + whole.size() / 40) {
-    test::Bytes damaged = whole;
-    damaged[i] ^= 0x40;
-    Write("state/tvq-state.bin", damaged);
-    const Outcome verified = Verify({});
-    EXPECT_EQ(verified.status, 2) << "byte " << i;
-    EXPECT_THAT(verified.diagnostics, HasSubstr("tvq-state.bin")) << "byte " << i;
-  }
-}
-
-TEST_F(CliState, ACutStateIsRefusedWhereverItIsCut) {
-  Save({});
-  const test::Bytes whole = Read("state/tvq-state.bin");
-  for (size_t size = 0; size < whole.size(); size += 1 + whole.size() / 40) {
-    Write("state/tvq-state.bin", test::Bytes(whole.begin(), whole.begin() + size));
-    EXPECT_EQ(Verify({}).status, 2) << "cut to " << size;
-  }
-}
-
 TEST_F(CliState, AStateOfAnotherVersionIsSaidToBeOne) {
   Save({});
-  test::Bytes later = Read("state/tvq-state.bin");
+  test::Bytes later = Read("state/state-1.bin");
   later[8] = 3;
-  Write("state/tvq-state.bin", later);
+  Write("state/state-1.bin", later);
   EXPECT_THAT(Verify({}).diagnostics, HasSubstr("was saved by another version of this program"));
 }
 
@@ -274,6 +217,128 @@ TEST_F(CliState, NothingIsSavedWhereTheDriverMakesNoRecord) {
   EXPECT_EQ(saved.status, 2);
   EXPECT_THAT(saved.diagnostics, HasSubstr("hint: without --as-is, the table is made fit for it"));
   EXPECT_FALSE(fs::exists(State()));
+}
+
+// --- What a save replaces ---
+
+TEST_F(CliState, WhatWasSavedAlreadyIsNotWrittenAgain) {
+  Save({});
+  const Outcome saved = Save({});
+  EXPECT_EQ(saved.status, 0);
+  EXPECT_THAT(saved.diagnostics, HasSubstr(StateFile() + " says the same; nothing is written"));
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+  Server server;
+  server.cores = 12;
+  EXPECT_EQ(Save(server).out, "Saved in " + State() + "/state-2.bin\n");
+}
+
+TEST_F(CliState, ADamagedStateIsInNoSavesWay) {
+  Save({});
+  test::Bytes damaged = Read("state/state-1.bin");
+  damaged[40] ^= 1;
+  Write("state/state-1.bin", damaged);
+  const Outcome saved = Save({});
+  EXPECT_EQ(saved.status, 0);
+  EXPECT_THAT(saved.diagnostics, HasSubstr(StateFile() + " is damaged"));
+  EXPECT_EQ(Verify({}).status, 0);
+}
+
+TEST_F(CliState, OfAnotherMachineIsRefusedWithBothUnlessToldOtherwise) {
+  const auto run = [&](const char* command, const char* serial, std::vector<std::string> more) {
+    test::System system;
+    system.serial = serial;
+    system.uuid = test::Bytes(16);
+    more.insert(
+        more.begin(),
+        {command, State(), "--table",
+         Write("other.bin",
+               test::Table::Of(test::Bios{}, system, test::Processor{}, test::End{}).Bytes())});
+    return RunTvq(more);
+  };
+  ASSERT_EQ(run("save", "AAA1234", {}).status, 0);
+  for (const char* command : {"verify", "save"}) {
+    const Outcome refused = run(command, "BBB1234", {});
+    EXPECT_EQ(refused.status, 2) << command;
+    EXPECT_THAT(refused.diagnostics, HasSubstr("is of another machine: this machine is system "
+                                               "BBB1234; saved was system AAA1234\n"))
+        << command;
+    EXPECT_THAT(refused.diagnostics, HasSubstr("--other-machine")) << command;
+  }
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+  EXPECT_NE(run("verify", "BBB1234", {"--other-machine"}).out, "");
+  EXPECT_EQ(run("save", "BBB1234", {"--other-machine"}).status, 0);
+  EXPECT_TRUE(fs::exists(State() + "/state-2.bin"));
+}
+
+TEST_F(CliState, OfOtherOptionsIsNamedAndNotCompared) {
+  Save({});
+  const Outcome verified = Run("verify", {}, {"--redact", "--redact-key", "a key"});
+  EXPECT_EQ(verified.status, 2);
+  EXPECT_THAT(verified.diagnostics, HasSubstr("was saved without --as-is and --redact, and this is "
+                                              "a run with --redact: not compared"));
+}
+
+TEST_F(CliState, ThatIsRedactedSaysNothingOfTheMachine) {
+  ASSERT_EQ(Run("save", {}, {"--redact", "--redact-key", "a key"}).status, 0);
+  const test::Bytes bytes = Read("state/state-1.bin");
+  const std::string text(bytes.begin(), bytes.end());
+  for (const char* secret : {"ABC1234", "11223344", "55667788"}) {
+    EXPECT_EQ(text.find(secret), std::string::npos) << secret;
+  }
+  const Outcome verified = Run("verify", {}, {"--redact", "--redact-key", "a key"});
+  EXPECT_EQ(verified.status, 0) << verified.diagnostics;
+}
+
+TEST_F(CliState, WithHolesIsSaidAndReplacesNoneWithoutUnlessToldTo) {
+  ASSERT_EQ(Save({}).status, 0);
+  Server unreadable;
+  unreadable.processor = "Core & Works";
+  const Outcome refused = Save(unreadable);
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_THAT(refused.diagnostics,
+              HasSubstr("missing: CPU.Socket.1: a document that no parser reads"));
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+  const Outcome saved = Run("save", unreadable, {"--incomplete"});
+  EXPECT_EQ(saved.status, 0);
+  EXPECT_THAT(saved.diagnostics,
+              HasSubstr("saved without CPU.Socket.1: a document that no parser reads"));
+  EXPECT_THAT(Verify(unreadable).diagnostics,
+              HasSubstr("is incomplete: CPU.Socket.1: a document that no parser reads"));
+}
+
+TEST_F(CliState, AsManyAsAreWantedStay) {
+  for (uint8_t cores = 1; cores <= 4; ++cores) {
+    Server server;
+    server.cores = cores;
+    ASSERT_EQ(Run("save", server, {"--keep", "2"}).status, 0);
+  }
+  EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(State()), {}), SizeIs(2));
+  EXPECT_EQ(Run("save", {}, {"--keep", "0"}).status, 2);
+}
+
+// --- accept ---
+
+TEST_F(CliState, TakesOverOneDeviceAlone) {
+  Save({});
+  Server server;
+  server.modules = {{"DIMM_A1", "99AABBCC"}, {"DIMM_A2", "DDEEFF00"}};
+  const Outcome accepted = Run("accept", server, {"DIMM_A2"});
+  EXPECT_EQ(accepted.status, 0) << accepted.diagnostics;
+  EXPECT_EQ(accepted.out, "Saved in " + State() + "/state-2.bin\n");
+  const Outcome verified = Verify(server);
+  EXPECT_EQ(verified.status, 1);
+  EXPECT_THAT(verified.out, HasSubstr("1 replaced"));
+  EXPECT_EQ(Run("accept", server, {"DIMM.Socket.A1"}).status, 0);
+  EXPECT_EQ(Verify(server).status, 0);
+}
+
+TEST_F(CliState, TakesOverNoDeviceThatIsNotThere) {
+  EXPECT_EQ(Run("accept", {}, {"CPU.Socket.1"}).status, 3) << "no state was saved yet";
+  Save({});
+  const Outcome accepted = Run("accept", {}, {"CPU.Socket.1", "CPU9"});
+  EXPECT_EQ(accepted.status, 2);
+  EXPECT_THAT(accepted.diagnostics, HasSubstr("'CPU9' is neither the name nor the label"));
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
 }
 
 }  // namespace

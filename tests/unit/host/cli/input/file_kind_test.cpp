@@ -46,7 +46,7 @@ TEST_F(FileKind, ThatDmidecodePrintedForPeopleHasNoBytes) {
 
 TEST_F(FileKind, ThatIsAStateIsToBeCompared) {
   RunTvq({"save", Path("state"), "--conform", "--table", Write("table", TableOf({}).Bytes())});
-  const Outcome shown = RunTvq({"show", Path("state/tvq-state.bin")});
+  const Outcome shown = RunTvq({"show", Path("state/state-1.bin")});
   EXPECT_EQ(shown.status, 2);
   EXPECT_THAT(shown.diagnostics,
               HasSubstr(" is a saved state, and no table\ntvq: hint: name the "

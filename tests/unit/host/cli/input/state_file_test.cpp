@@ -1,5 +1,6 @@
 /*
- * The file of a saved state: what it may be, who may read it, and that a failure leaves what was there before.
+ * The files of saved states: which of them counts, what they may be, who may write them, and that a failure leaves what was there
+ * before.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -7,15 +8,31 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
-#include <chrono>
 #include <csignal>
 #include <functional>
-#include <thread>
 
+#include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
-#include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/server.h"
+
+namespace {
+
+// The call of fsync from now on that fails; 0 for none.
+int gFailingSync = 0;
+
+}  // namespace
+
+// In place of the C library's.
+extern "C" int fsync(int file) {
+  if (gFailingSync != 0 && --gFailingSync == 0) {
+    errno = EIO;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_fsync, file));
+}
 
 namespace tvq::cli {
 namespace {
@@ -23,18 +40,21 @@ namespace {
 namespace fs = std::filesystem;
 using test::Bytes;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
-
-constexpr char kName[] = "tvq-state.bin";
+using testing::UnorderedElementsAre;
 
 class StateFile : public CliTest {
  protected:
-  StateFile() : mMask(umask(0)) {}
+  StateFile() : mMask(umask(022)) {}
   ~StateFile() override { umask(mMask); }
 
   std::string Folder() const { return Path("state"); }
-  std::string File() const { return Folder() + "/" + kName; }
+  std::string File(int number) const {
+    return Folder() + "/state-" + std::to_string(number) + ".bin";
+  }
   std::vector<std::string> Names() const {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(Folder())) {
@@ -51,6 +71,20 @@ class StateFile : public CliTest {
     return static_cast<size_t>(
         std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
   }
+
+  // Saves bytes that are no state, where that does not matter.
+  std::string Save(const Bytes& bytes = {1, 2, 3}, unsigned kept = 10) const {
+    return SaveState(Folder(), kept, [&](uint64_t) { return bytes; });
+  }
+  // Saves a state of this machine.
+  std::string SaveOf(const Server& server) {
+    const Outcome saved = RunTvq({"save", Folder(), "--table", TableFile(server)});
+    EXPECT_EQ(saved.status, 0) << saved.diagnostics;
+    return saved.out;
+  }
+  Outcome Verify(const Server& server) {
+    return RunTvq({"verify", Folder(), "--table", TableFile(server)});
+  }
   // The error that is thrown, with its hint.
   static std::string ErrorOf(const std::function<void()>& action) {
     try {
@@ -60,182 +94,304 @@ class StateFile : public CliTest {
     }
     return "(none)";
   }
-  std::string LoadError() const {
-    return ErrorOf([this] { LoadStateFile(Folder()); });
+  std::string LoadError() {
+    const Outcome verified = Verify({});
+    EXPECT_NE(verified.status, 0);
+    return verified.diagnostics;
   }
   std::string SaveError() const {
-    return ErrorOf([this] { SaveStateFile(Folder(), {1, 2, 3}); });
+    return ErrorOf([this] { Save(); });
   }
 
  private:
+  std::string TableFile(const Server& server) {
+    return Write("table.bin", TableOf(server).Bytes());
+  }
+
   mode_t mMask;
 };
 
-TEST_F(StateFile, HoldsWhatWasSaved) {
-  for (const size_t size : {0u, 1u, 0xFFFFu, 0x10000u, 0x10001u, 200000u}) {
-    Bytes bytes(size);
-    for (size_t i = 0; i < size; ++i) {
-      bytes[i] = static_cast<uint8_t>(i * 7 + i / 256);
-    }
-    SaveStateFile(Folder(), bytes);
-    EXPECT_EQ(LoadStateFile(Folder()), bytes) << size;
+// --- Which file counts ---
+
+TEST_F(StateFile, IsOneMoreWithEachSave) {
+  EXPECT_EQ(Save({1}), File(1));
+  EXPECT_EQ(Save({2}), File(2));
+  EXPECT_EQ(Read("state/state-1.bin"), Bytes({1}));
+  EXPECT_EQ(Read("state/state-2.bin"), Bytes({2}));
+}
+
+TEST_F(StateFile, IsKnownByItsNumber) {
+  Save();
+  for (const char* name : {"state-9.bin", "STATE-10.BIN", "state-x.bin", "state-1000000000.bin",
+                           "state-11.bin.old", "state-.bin", "state-+12.bin"}) {
+    Write(std::string("state/") + name, {});
   }
+  EXPECT_EQ(Save(), File(11));
 }
 
-TEST_F(StateFile, AndItsFolderAreForTheirOwnerAlone) {
-  SaveStateFile(Folder(), {1});
-  EXPECT_EQ(ModeOf(Folder()), 0700u);
-  EXPECT_EQ(ModeOf(File()), 0600u);
+TEST_F(StateFile, StaysUpToHowManyAreWanted) {
+  for (uint8_t i = 1; i <= 12; ++i) {
+    Save({i});
+  }
+  EXPECT_EQ(Names().size(), 10u);
+  EXPECT_FALSE(fs::exists(File(2)));
+  Save({13}, 2);
+  EXPECT_THAT(Names(), UnorderedElementsAre("state-12.bin", "state-13.bin"));
 }
 
-TEST_F(StateFile, StandsAloneInItsFolder) {
-  SaveStateFile(Folder(), {1});
-  SaveStateFile(Folder(), {2});
-  EXPECT_THAT(Names(), ElementsAre(kName));
+TEST_F(StateFile, ThatWasCutOffIsSaidAndTheOneBeforeCounts) {
+  SaveOf({});
+  Server server;
+  server.cores = 12;
+  SaveOf(server);
+  const Bytes whole = Read("state/state-2.bin");
+  for (size_t size = 0; size < whole.size(); size += 1 + whole.size() / 20) {
+    Write("state/state-2.bin", Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)));
+    const Outcome verified = Verify({});
+    EXPECT_EQ(verified.status, 0) << size;
+    EXPECT_THAT(verified.diagnostics,
+                HasSubstr(File(2) + " was cut off while it was saved; the one before it counts"));
+  }
+  fs::remove(File(1));
+  const Outcome verified = Verify({});
+  EXPECT_EQ(verified.status, 3);
+  EXPECT_THAT(verified.diagnostics, HasSubstr("there is none before it"));
+}
+
+TEST_F(StateFile, ThatIsDamagedIsReported) {
+  SaveOf({});
+  Server server;
+  server.cores = 12;
+  SaveOf(server);
+  const Bytes whole = Read("state/state-2.bin");
+  for (size_t i = 0; i + 16 < whole.size(); i += 1 + whole.size() / 20) {
+    Bytes damaged = whole;
+    damaged[i] ^= 0x40;
+    Write("state/state-2.bin", damaged);
+    const Outcome verified = Verify({});
+    EXPECT_EQ(verified.status, 2) << i;
+    EXPECT_THAT(verified.diagnostics, HasSubstr(File(2))) << i;
+    EXPECT_THAT(verified.diagnostics, HasSubstr("hint: move it away to use the state before it"));
+  }
+  Write("state/state-2.bin", Read("state/state-1.bin"));
+  fs::copy_file(File(2), File(3));
+  EXPECT_EQ(Verify({}).status, 2) << "a state with the name of another";
+}
+
+TEST_F(StateFile, OfVersionsBeforeIsReadWhereThereIsNoOther) {
+  SaveOf({});
+  fs::rename(File(1), Folder() + "/tvq-state.bin");
+  EXPECT_EQ(Verify({}).status, 0);
+  Server server;
+  server.cores = 12;
+  SaveOf(server);
+  EXPECT_EQ(Verify(server).status, 0);
 }
 
 TEST_F(StateFile, LeavesNoFileOpen) {
+  SaveOf({});
   const size_t before = OpenFiles();
-  SaveStateFile(Folder(), {1});
-  LoadStateFile(Folder());
-  fs::remove(File());
+  SaveOf({});
+  Verify({});
+  fs::remove(File(1));
   LoadError();
   EXPECT_EQ(OpenFiles(), before);
 }
 
-// --- Links ---
+// --- Who may read and write it ---
 
-TEST_F(StateFile, ThatIsALinkIsNotLoaded) {
-  SaveStateFile(Folder(), {1, 2, 3});
-  fs::rename(File(), Path("elsewhere"));
-  fs::create_symlink(Path("elsewhere"), File());
-  EXPECT_THAT(LoadError(), StartsWith("cannot open " + File()));
+TEST_F(StateFile, AndItsFolderAreForTheirOwnerAlone) {
+  umask(0);
+  Save();
+  EXPECT_EQ(ModeOf(Folder()), 0700u);
+  EXPECT_EQ(ModeOf(File(1)), 0600u);
 }
 
-TEST_F(StateFile, InAFolderThatIsALinkIsNeitherLoadedNorSaved) {
-  SaveStateFile(Path("elsewhere"), {1, 2, 3});
-  fs::create_directory_symlink(Path("elsewhere"), Folder());
-  EXPECT_THAT(LoadError(), StartsWith("cannot open " + Folder()));
-  EXPECT_THAT(SaveError(), StartsWith("cannot open " + Folder()));
-  EXPECT_EQ(LoadStateFile(Path("elsewhere")), Bytes({1, 2, 3}));
+TEST_F(StateFile, ThatOthersMayWriteIsNotRead) {
+  SaveOf({});
+  for (const unsigned mode : {0620u, 0602u, 0666u}) {
+    ASSERT_EQ(chmod(File(1).c_str(), mode), 0);
+    EXPECT_THAT(LoadError(), HasSubstr(File(1) + " is not read: others may write it"));
+  }
+  ASSERT_EQ(chmod(File(1).c_str(), 0644), 0);
+  EXPECT_EQ(Verify({}).status, 0);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(File(1).c_str(), 65534, 65534), 0);
+    EXPECT_THAT(LoadError(), HasSubstr("others may write it"));
+  }
 }
 
-// --- What cannot be loaded ---
-
-TEST_F(StateFile, ThatIsMissingIsToBeSavedFirst) {
-  EXPECT_EQ(LoadError(), "cannot open " + Folder() +
-                             ": No such file or directory; save a state first with `tvq save " +
-                             Folder() + "`");
-  fs::create_directory(Folder());
-  EXPECT_THAT(LoadError(), StartsWith("cannot open " + File() + ": No such file"));
+TEST_F(StateFile, InAFolderThatOthersMayWriteIsNotReadByRoot) {
+  SaveOf({});
+  ASSERT_EQ(chmod(Folder().c_str(), 0770), 0);
+  if (geteuid() == 0) {
+    EXPECT_THAT(LoadError(), HasSubstr(Folder() + " is not read: others may write there"));
+  } else {
+    EXPECT_EQ(Verify({}).status, 0);
+  }
 }
 
-TEST_F(StateFile, ThatIsAFolderCannotBeRead) {
-  fs::create_directories(File());
-  EXPECT_THAT(LoadError(), StartsWith("cannot read " + File() + ": Is a directory"));
-}
-
-TEST_F(StateFile, InAFileInPlaceOfTheFolderCannotBeOpened) {
-  Write("state", {1});
-  EXPECT_THAT(LoadError(), StartsWith("cannot open " + Folder() + ": Not a directory"));
-  EXPECT_THAT(SaveError(), StartsWith("cannot open " + Folder() + ": Not a directory"));
-}
-
-TEST_F(StateFile, IsReadOnAfterASignal) {
-  fs::create_directory(Folder());
-  ASSERT_EQ(mkfifo(File().c_str(), 0600), 0);
-  std::fstream writer(File(), std::ios::in | std::ios::out | std::ios::binary);
-  struct sigaction handler = {};  // which ends calls that wait
-  handler.sa_handler = [](int) {};
-  struct sigaction before = {};
-  ASSERT_EQ(sigaction(SIGUSR1, &handler, &before), 0);
-  const pthread_t reader = pthread_self();
-  std::thread feeder([&writer, reader] {
-    for (int i = 0; i < 10; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      pthread_kill(reader, SIGUSR1);
-    }
-    writer.write("abc", 3).flush();
-    writer.close();
-  });
-  EXPECT_EQ(LoadStateFile(Folder()), Bytes({'a', 'b', 'c'}));
-  feeder.join();
-  sigaction(SIGUSR1, &before, nullptr);
-}
-
-TEST_F(StateFile, ThatIsALinkSaysSoAndHowToFindWhatItLeadsTo) {
-  SaveStateFile(Path("elsewhere"), {1});
-  fs::create_directory_symlink(Path("elsewhere"), Folder());
-  const std::string wanted = "cannot open " + Folder() +
-                             ": it is a symbolic link; links are not followed; name what it leads "
-                             "to, which `realpath " +
-                             Folder() + "` prints";
-  EXPECT_EQ(LoadError(), wanted);
-  EXPECT_EQ(SaveError(), wanted);
+TEST_F(StateFile, ThatIsNoPlainFileOrTooLargeIsNotRead) {
+  fs::create_directories(File(1));
+  EXPECT_THAT(LoadError(), HasSubstr(File(1) + " is not read: it is no plain file"));
+  fs::remove(File(1));
+  ASSERT_EQ(mkfifo(File(1).c_str(), 0600), 0);
+  EXPECT_THAT(LoadError(), HasSubstr("it is no plain file")) << "and nothing waits for a writer";
+  fs::remove(File(1));
+  Write("state/state-1.bin", {});
+  fs::resize_file(File(1), (16 << 20) + 1);
+  EXPECT_THAT(LoadError(), HasSubstr("it has 16777217 bytes, more than any state"));
 }
 
 TEST_F(StateFile, ThatOnlyRootMayReadIsToBeReadByRoot) {
-  SaveStateFile(Folder(), {1});
-  fs::permissions(File(), fs::perms::none);
+  SaveOf({});
+  fs::permissions(File(1), fs::perms::none);
   constexpr uid_t kNobody = 65534;
   const uid_t user = geteuid();
   fs::permissions(Folder(), fs::perms::all);
   ASSERT_TRUE(user != 0 || seteuid(kNobody) == 0);
   const std::string error = LoadError();
   ASSERT_EQ(seteuid(user), 0);
-  EXPECT_EQ(error, "cannot open " + File() +
-                       ": Permission denied; only root may do that: `sudo {command}`");
+  EXPECT_THAT(error, HasSubstr("cannot open " + File(1) +
+                               ": Permission denied\ntvq: hint: only root "
+                               "may do that: `sudo tvq verify"));
 }
 
-// --- What cannot be saved ---
+// --- Links ---
+
+TEST_F(StateFile, ThatIsALinkIsNotRead) {
+  SaveOf({});
+  fs::rename(File(1), Path("elsewhere"));
+  fs::create_symlink(Path("elsewhere"), File(1));
+  EXPECT_THAT(LoadError(), HasSubstr("cannot open " + File(1) + ": it is a symbolic link"));
+}
+
+TEST_F(StateFile, IsNotReachedThroughALinkAnywhereInItsPath) {
+  fs::create_directories(Path("elsewhere/inner"));
+  fs::create_directory_symlink(Path("elsewhere"), Path("link"));
+  for (const std::string& folder : {Path("link"), Path("link/"), Path("link/."), Path("link/inner"),
+                                    Path("link/inner/"), Path("elsewhere/../link/new")}) {
+    const std::string error =
+        ErrorOf([&] { SaveState(folder, 10, [](uint64_t) { return Bytes{1}; }); });
+    EXPECT_THAT(error, StartsWith("cannot open " + folder + ": ")) << folder;
+    EXPECT_THAT(error, HasSubstr("symbolic link; links are not followed; name what it leads to, "
+                                 "which `realpath " +
+                                 folder + "` prints"))
+        << folder;
+    const Outcome verified = RunTvq({"verify", folder});
+    EXPECT_EQ(verified.status, 2) << folder;
+    EXPECT_THAT(verified.diagnostics, HasSubstr("is a symbolic link")) << folder;
+  }
+  EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(Path("elsewhere/inner")), {}),
+              IsEmpty());
+}
+
+TEST_F(StateFile, MayHaveAnyPathWithoutALink) {
+  fs::create_directory(Path("a"));
+  for (const std::string& folder :
+       {Path("a/state"), Path("a//state/"), Path("a/./state/."), Path("a/../a/state")}) {
+    EXPECT_EQ(ErrorOf([&] { SaveState(folder, 10, [](uint64_t) { return Bytes{1}; }); }), "(none)")
+        << folder;
+  }
+  EXPECT_TRUE(fs::exists(Path("a/state/state-4.bin")));
+}
+
+// --- What cannot be loaded or saved ---
+
+TEST_F(StateFile, ThatIsMissingIsToBeSavedFirst) {
+  for (int i = 0; i < 2; ++i) {
+    const Outcome verified = Verify({});
+    EXPECT_EQ(verified.status, 3);
+    EXPECT_THAT(verified.diagnostics,
+                HasSubstr("tvq: error: there is no saved state in " + Folder() +
+                          "\ntvq: hint: save a state first with `tvq save " + Folder() + "`\n"));
+    fs::create_directory(Folder());
+  }
+}
+
+TEST_F(StateFile, InAFileInPlaceOfTheFolderCannotBeOpened) {
+  Write("state", {1});
+  EXPECT_THAT(LoadError(), HasSubstr("cannot open " + Folder() + ": Not a directory"));
+  EXPECT_THAT(SaveError(), StartsWith("cannot open " + Folder() + ": Not a directory"));
+}
 
 TEST_F(StateFile, ThatHasNoRoomSaysHowMuchThereIs) {
-  EXPECT_EQ(SaveHint(ENOSPC, "dir", ".new"),
+  EXPECT_EQ(SaveHint(ENOSPC, "dir"),
             "what was saved there before is still there; `df -h dir` shows how much room is left");
 }
 
-TEST_F(StateFile, NamesWhatAnInterruptedSaveLeft) {
+TEST_F(StateFile, IsSavedWhateverAnInterruptedSaveLeft) {
   fs::create_directory(Folder());
-  Write(std::string("state/.") + kName + "." + std::to_string(getpid()), {7});
-  EXPECT_THAT(SaveError(),
-              HasSubstr("a save that was interrupted left " + Folder() + "/." + kName));
+  Write("state/.state-1.bin.0123456789abcdef", {7});
+  Write("state/.other", {7});
+  Save();
+  EXPECT_THAT(Names(), UnorderedElementsAre("state-1.bin", ".other"));
 }
 
 TEST_F(StateFile, IsNotSavedWhereItsFolderCannotBeMade) {
   EXPECT_EQ(
-      ErrorOf([this] { SaveStateFile(Path("missing/state"), {1}); }),
-      "cannot make " + Path("missing/state") +
-          ": No such file or directory; name a folder that you may write to and that is no link");
+      ErrorOf([this] { SaveState(Path("missing/state"), 10, [](uint64_t) { return Bytes{1}; }); }),
+      "cannot open " + Path("missing/state") +
+          ": No such file or directory; name a folder that you may write to and that is no "
+          "link");
 }
 
 TEST_F(StateFile, StaysWhenTheNewOneDoesNotFit) {
-  SaveStateFile(Folder(), {1, 2, 3});
+  Save({1, 2, 3});
   rlimit before = {};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
   const rlimit small = {100000, before.rlim_max};
   const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  const std::string error = ErrorOf([this] { SaveStateFile(Folder(), Bytes(200000)); });
+  const std::string error = ErrorOf([this] { Save(Bytes(200000), 1); });
   setrlimit(RLIMIT_FSIZE, &before);
   std::signal(SIGXFSZ, ignored);
-  EXPECT_EQ(error, "cannot write " + File() +
+  EXPECT_EQ(error, "cannot write " + File(2) +
                        ": File too large; what was saved there before is still there");
-  EXPECT_EQ(LoadStateFile(Folder()), Bytes({1, 2, 3}));
-  EXPECT_THAT(Names(), ElementsAre(kName));
+  EXPECT_THAT(Names(), ElementsAre("state-1.bin"));
 }
 
-TEST_F(StateFile, DoesNotReplaceAFolder) {
-  fs::create_directories(File());
-  EXPECT_THAT(SaveError(), StartsWith("cannot write " + File() + ": Is a directory"));
-  EXPECT_THAT(Names(), ElementsAre(kName));
+TEST_F(StateFile, ThatDidNotReachTheDiskIsNotThere) {
+  Save({1}, 1);
+  gFailingSync = 1;
+  EXPECT_EQ(ErrorOf([this] { Save({2}, 1); }),
+            "cannot write " + File(2) +
+                ": Input/output error; what was saved there before is still there");
+  EXPECT_THAT(Names(), ElementsAre("state-1.bin"));
 }
 
-TEST_F(StateFile, IsWrittenToNoFileThatIsThere) {
-  fs::create_directory(Folder());
-  const std::string name = std::string("state/.") + kName + "." + std::to_string(getpid());
-  Write(name, {7});
-  EXPECT_THAT(SaveError(), HasSubstr("File exists"));
-  EXPECT_EQ(Read(name), Bytes({7})) << "it is somebody else's";
+TEST_F(StateFile, WhoseNameMayNotHaveReachedTheDiskIsSaidToBeSaved) {
+  Save({1}, 1);
+  gFailingSync = 2;
+  EXPECT_EQ(ErrorOf([this] { Save({2}, 1); }),
+            File(2) +
+                " is saved, but may be gone after a power cut: Input/output error; look at the "
+                "disk's health");
+  EXPECT_THAT(Names(), UnorderedElementsAre("state-1.bin", "state-2.bin"))
+      << "the one before it stays, because it may be the one that is there";
+}
+
+// --- Other files ---
+
+TEST_F(StateFile, OfAnyOtherCommandIsWrittenAsAWholeToo) {
+  const std::string source = Path("source.smbios");
+  const std::string text = "version = 3.3\n[bios]\n[end]\n";
+  Write("source.smbios", Bytes(text.begin(), text.end()));
+  umask(0);
+  EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("out.bin")}).status, 0);
+  EXPECT_EQ(ModeOf(Path("out.bin")), 0600u);
+  const Bytes before = Read("out.bin");
+  gFailingSync = 1;
+  EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("out.bin")}).status, 2);
+  EXPECT_EQ(Read("out.bin"), before);
+  Write("victim", {1, 2, 3});
+  fs::create_symlink(Path("victim"), Path("link"));
+  EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("link")}).status, 0);
+  EXPECT_EQ(Read("victim"), Bytes({1, 2, 3}));
+  ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+  const Outcome refused = RunTvq({"mktable", source, "-o", Path("pipe")});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_THAT(refused.diagnostics, HasSubstr("it is no plain file\ntvq: hint: `-o -` writes to"));
 }
 
 }  // namespace

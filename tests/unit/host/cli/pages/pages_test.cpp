@@ -81,7 +81,7 @@ TEST(ManPage, ShowsWhichArgumentsMayBeLeftOutOrRepeated) {
 TEST_F(CliManPage, NamesTheFilesThatItUses) {
   const std::string page = RunTvq({"man"}).out;
   EXPECT_THAT(page, HasSubstr("\n\\fI/sys/firmware/dmi/tables/DMI\\fR\n"));
-  EXPECT_THAT(page, HasSubstr("\n\\fIDIR/tvq\\-state.bin\\fR\n"));
+  EXPECT_THAT(page, HasSubstr("\n\\fIDIR/state\\-N.bin\\fR\n"));
 }
 
 TEST_F(CliManPage, HasTheOptionsOfACommandWithWhatTheyTakeAndGoWith) {

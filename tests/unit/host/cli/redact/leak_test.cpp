@@ -91,7 +91,7 @@ TEST_P(RedactLeak, NotInWhatIsShown) {
 TEST_P(RedactLeak, NotInASavedState) {
   const std::string dump = DumpFile("dump.bin");
   EXPECT_EQ(RunSafely({"save", Path("state"), "--conform", "--from-dump", dump}).status, 0);
-  EXPECT_THAT(mSecrets.In(FileText("state/tvq-state.bin")), IsEmpty());
+  EXPECT_THAT(mSecrets.In(FileText("state/state-1.bin")), IsEmpty());
   EXPECT_EQ(RunSafely({"verify", Path("state"), "--conform", "--from-dump", dump}).status, 0);
 }
 

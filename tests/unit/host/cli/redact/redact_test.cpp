@@ -399,7 +399,7 @@ TEST_F(CliRedact, VerifyingWorksOnMaskedStates) {
 
 TEST_F(CliRedact, BlobsAreMaskedAsTheTableTheyCameFrom) {
   const auto blobs = [this](const std::string& state) {
-    const Bytes bytes = Read(state + "/tvq-state.bin");
+    const Bytes bytes = Read(state + "/state-1.bin");
     return std::string(bytes.begin(), bytes.end());
   };
   RunTvq(

@@ -1,0 +1,68 @@
+/*
+ * `tvq accept`.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+
+#include "host/cli/command.h"
+#include "host/cli/input/input.h"
+#include "host/cli/input/state_run.h"
+
+namespace tvq::cli {
+namespace {
+
+constexpr CommandText kText = {
+    "accept", "Takes over single devices into the saved state",
+    "Runs the driver on an SMBIOS table and saves a state in which the named devices are as they\n"
+    "are now, and everything else is as it was saved. A device is named by its FQDD or its label,\n"
+    "as `tvq verify` prints them; one that is gone leaves the state. To take over all devices, "
+    "use\n"
+    "`tvq save`.",
+    "  sudo tvq accept /var/lib/tvq DIMM.Socket.A1\n"
+    "  tvq accept before \"DIMM A1\" CPU.Socket.2 --from-dump dump.bin\n",
+    "0 the state is saved, or it is what was saved already; 2 it is not, and what\n"
+    "was there still is; 3 no state was saved yet."};
+
+struct AcceptOptions {
+  StateOptions state;
+  std::vector<std::string> names;
+};
+
+ExitStatus Accept(const AcceptOptions& options, Console& console) {
+  run::DriverRun driver;
+  const LoadedState before = LoadState(driver, options.state.folder, console);
+  CollectRecords(driver, options.state, console);
+  CheckFit(driver, before, options.state, console);
+  const run::Origin origin = OriginOf(options.state);
+  try {
+    const std::string path = SaveChecked(
+        driver, options.state, before,
+        [&](uint64_t number) { return driver.Accept(before.bytes, options.names, origin, number); },
+        console);
+    console.out << "Saved in " << path << '\n';
+  } catch (const run::StateError& error) {
+    throw InputError(
+        error.what(),
+        fmt::format("`tvq verify {}` lists the devices by name and label", options.state.folder));
+  }
+  return kExitNothingFound;
+}
+
+}  // namespace
+
+void AddAccept(Commands& commands) {
+  const auto options = std::make_shared<AcceptOptions>();
+  CLI::App& app =
+      commands.Add(kText, [options](Console& console) { return Accept(*options, console); });
+  AddStateOptions(app, "The folder that `tvq save` was given", options->state);
+  AddSaveOptions(app, options->state);
+  app.add_option("NAME", options->names, "The FQDDs or labels of the devices")
+      ->type_name("")
+      ->required();
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,189 @@
+/*
+ * Folders and files that are reached without following a link.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/input/folder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+namespace tvq::cli {
+namespace {
+
+// As many names are tried for a new file.
+constexpr int kAttempts = 16;
+
+std::vector<std::string> ComponentsOf(const std::string& path) {
+  std::vector<std::string> components;
+  size_t start = 0;
+  while (start <= path.size()) {
+    const size_t end = std::min(path.find('/', start), path.size());
+    const std::string component = path.substr(start, end - start);
+    if (!component.empty() && component != ".") {
+      components.push_back(component);
+    }
+    start = end + 1;
+  }
+  return components;
+}
+
+bool IsLink(int folder, const std::string& name) {
+  const int error = errno;
+  struct stat status = {};
+  const bool isLink =
+      fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+  errno = error;
+  return isLink;
+}
+
+bool WriteAll(int file, const std::vector<uint8_t>& bytes) {
+  size_t written = 0;
+  while (written < bytes.size()) {
+    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
+    if (count < 0 && errno != EINTR) {
+      return false;
+    }
+    written += count < 0 ? 0 : static_cast<size_t>(count);
+  }
+  return fsync(file) == 0;
+}
+
+// "." in front of the name, and a number that nobody guesses behind it.
+std::string TemporaryName(const std::string& name) {
+  uint64_t number = 0;
+  if (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
+    number = static_cast<uint64_t>(getpid());
+  }
+  return fmt::format(".{}.{:016x}", name, number);
+}
+
+// A file of this process alone, which goes again unless it takes its final name.
+class NewFile {
+ public:
+  NewFile(int folder, const std::string& name) : mFolder(folder) {
+    for (int i = 0; i < kAttempts && !mFile.IsOpen(); ++i) {
+      mName = TemporaryName(name);
+      mFile = Descriptor(openat(folder, mName.c_str(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+      if (!mFile.IsOpen() && errno != EEXIST) {
+        return;
+      }
+    }
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile() {
+    if (mFile.IsOpen() && !mIsRenamed) {
+      const int error = errno;
+      unlinkat(mFolder, mName.c_str(), 0);
+      errno = error;
+    }
+  }
+
+  bool Write(const std::vector<uint8_t>& bytes) {
+    return mFile.IsOpen() && WriteAll(mFile.Number(), bytes);
+  }
+  bool TakeName(const std::string& name, Taken taken) {
+    const unsigned flags = taken == Taken::kFails ? RENAME_NOREPLACE : 0;
+    mIsRenamed = renameat2(mFolder, mName.c_str(), mFolder, name.c_str(), flags) == 0;
+    if (!mIsRenamed && errno == EINVAL && flags != 0) {
+      // A file system that cannot promise it; nobody else writes states at the same time.
+      mIsRenamed = faccessat(mFolder, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0 &&
+                   renameat(mFolder, mName.c_str(), mFolder, name.c_str()) == 0;
+    }
+    return mIsRenamed;
+  }
+
+ private:
+  int mFolder;
+  std::string mName;
+  Descriptor mFile;
+  bool mIsRenamed = false;
+};
+
+}  // namespace
+
+Descriptor::~Descriptor() {
+  if (mNumber >= 0) {
+    close(mNumber);
+  }
+}
+
+Descriptor OpenFolder(const std::string& path, Missing missing, std::string& link) {
+  constexpr int kFolder = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  Descriptor at(open(!path.empty() && path[0] == '/' ? "/" : ".", O_PATH | kFolder));
+  std::vector<std::string> components = ComponentsOf(path);
+  if (components.empty()) {
+    components.emplace_back(".");
+  }
+  std::string walked = !path.empty() && path[0] == '/' ? "/" : "";
+  for (size_t i = 0; i < components.size() && at.IsOpen(); ++i) {
+    const std::string& name = components[i];
+    const bool isLast = i + 1 == components.size();
+    if (isLast && missing == Missing::kIsMade && mkdirat(at.Number(), name.c_str(), 0700) != 0 &&
+        errno != EEXIST) {
+      return Descriptor();
+    }
+    walked += (i == 0 ? "" : "/") + name;
+    Descriptor next(openat(at.Number(), name.c_str(), (isLast ? O_RDONLY : O_PATH) | kFolder));
+    if (!next.IsOpen() && IsLink(at.Number(), name)) {
+      link = walked;
+    }
+    const int error = errno;
+    at = std::move(next);
+    errno = error;
+  }
+  return at;
+}
+
+Written WriteFile(const Descriptor& folder, const std::string& name,
+                  const std::vector<uint8_t>& bytes, Taken taken) {
+  if (IsSpecialFile(folder, name)) {
+    errno = EEXIST;
+    return Written::kNo;
+  }
+  NewFile file(folder.Number(), name);
+  if (!file.Write(bytes) || !file.TakeName(name, taken)) {
+    return Written::kNo;
+  }
+  return fsync(folder.Number()) == 0 ? Written::kYes : Written::kNotSure;
+}
+
+bool IsSpecialFile(const Descriptor& folder, const std::string& name) {
+  struct stat status = {};
+  return fstatat(folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+void RemoveLeftovers(const Descriptor& folder, const std::string& prefix) {
+  for (const std::string& name : NamesIn(folder)) {
+    if (name.rfind("." + prefix, 0) == 0) {
+      unlinkat(folder.Number(), name.c_str(), 0);
+    }
+  }
+}
+
+std::vector<std::string> NamesIn(const Descriptor& folder) {
+  std::vector<std::string> names;
+  const int copy = openat(folder.Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(copy < 0 ? nullptr : fdopendir(copy), closedir);
+  while (stream != nullptr) {
+    const dirent* const entry = readdir(stream.get());
+    if (entry == nullptr) {
+      break;
+    }
+    names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,161 @@
+/*
+ * A run of the driver for commands that save a state or compare with one.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/input/state_run.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <ctime>
+
+#include "host/cli/input/input.h"
+
+namespace tvq::cli {
+namespace {
+
+// The first year that no state was saved in.
+constexpr uint64_t kEndOfTime = 253402300800;
+
+std::string TimeText(uint64_t seconds) {
+  return seconds == 0 || seconds >= kEndOfTime
+             ? "at an unknown time"
+             : fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(static_cast<time_t>(seconds)));
+}
+
+std::string OptionsText(const run::StateOptions& options) {
+  std::string text = options.isAsIs ? "--as-is" : "";
+  if (options.isRedacted) {
+    text += text.empty() ? "--redact" : " --redact";
+  }
+  return text.empty() ? "without --as-is and --redact" : "with " + text;
+}
+
+void CheckMachine(const run::StateFit& fit, const LoadedState& state, const StateOptions& options,
+                  const Console& console) {
+  using Machine = run::StateFit::Machine;
+  const std::string both =
+      fmt::format("this machine is {}; saved was {}", fit.thisMachine, fit.savedMachine);
+  switch (fit.machine) {
+    case Machine::kSame:
+      return;
+    case Machine::kBoardReplaced:
+      console.Warning(
+          fmt::format("{} is of this machine with another board: {}", state.path, both));
+      return;
+    case Machine::kUnknown:
+      if (fit.version > 1 && !fit.options.isRedacted) {
+        console.Warning(fmt::format(
+            "{} may be of another machine: nothing in the table tells this one from others",
+            state.path));
+      }
+      return;
+    case Machine::kAnother:
+      break;
+  }
+  if (!options.otherMachine) {
+    throw InputError(fmt::format("{} is of another machine: {}", state.path, both),
+                     "name the folder of this machine's states, or add --other-machine");
+  }
+  console.Warning(fmt::format("{} is of another machine: {}", state.path, both));
+}
+
+run::StateFit FitOf(run::DriverRun& driver, const LoadedState& state, const StateOptions& options) {
+  try {
+    return driver.FitOf(state.bytes, OriginOf(options));
+  } catch (const run::StateError& error) {
+    throw InputError(fmt::format("{} {}", state.path, error.what()),
+                     "move it away to use the state before it, which `tvq save` kept");
+  }
+}
+
+void SayHoles(const std::vector<std::string>& holes, const char* what, const Console& console) {
+  for (const std::string& hole : holes) {
+    console.Warning(fmt::format("{} {}", what, hole));
+  }
+}
+
+}  // namespace
+
+void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options) {
+  app.add_option("DIR", options.folder, folder)->type_name("")->required();
+  AddTableOptions(app, options.table);
+  AddConform(app, options.table);
+  app.add_flag("--other-machine", options.otherMachine,
+               "Take the state of another machine for one of this machine");
+  app.add_flag("--json", options.json, "Print one JSON document");
+}
+
+void AddSaveOptions(CLI::App& app, StateOptions& options) {
+  constexpr unsigned kMostKept = 1000;
+  app.add_option("--keep", options.kept, "How many states stay in the folder (10)")
+      ->type_name("N")
+      ->check(CLI::Range(1u, kMostKept));
+  app.add_flag("--incomplete", options.incomplete,
+               "Put a state that lacks devices in place of one that lacks none");
+}
+
+run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
+                            const Console& console) {
+  run::Table table = ReadTable(driver, options.table, console);
+  if (options.table.conform && !ConformTable(driver, table, console)) {
+    throw InputError("the table cannot be conformed", "run with --as-is");
+  }
+  run::Results results = RunDriver(driver, table, options.table, console);
+  if (results.records.empty()) {
+    throw InputError("the driver made no record of this table",
+                     options.table.conform ? "`tvq export` shows the driver's log"
+                                           : "without --as-is, the table is made fit for it");
+  }
+  return results;
+}
+
+run::Origin OriginOf(const StateOptions& options) {
+  run::Origin origin;
+  origin.isRedacted = options.table.redact.isWanted;
+  origin.time = static_cast<uint64_t>(std::time(nullptr));
+  return origin;
+}
+
+void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptions& options,
+              const Console& console) {
+  const run::StateFit fit = FitOf(driver, state, options);
+  if (fit.hasOtherOptions) {
+    throw InputError(
+        fmt::format("{} was saved {}, and this is a run {}: not compared", state.path,
+                    OptionsText(fit.options),
+                    OptionsText({!options.table.conform, options.table.redact.isWanted})),
+        "run with the options that the state was saved with");
+  }
+  CheckMachine(fit, state, options, console);
+  SayHoles(fit.holes,
+           fmt::format("the state, saved {}, is incomplete:", TimeText(fit.time)).c_str(), console);
+}
+
+std::string SaveChecked(run::DriverRun& driver, const StateOptions& options,
+                        const std::optional<LoadedState>& before,
+                        const std::function<run::Bytes(uint64_t number)>& encode,
+                        const Console& console) {
+  const run::Bytes state = encode(1);
+  const LoadedState now = {"this state", state};
+  const std::vector<std::string> holes = FitOf(driver, now, options).holes;
+  if (before) {
+    const run::StateFit fit = FitOf(driver, *before, options);
+    CheckMachine(fit, *before, options, console);
+    if (!holes.empty() && fit.holes.empty() && !options.incomplete) {
+      SayHoles(holes, "missing:", console);
+      throw InputError("this state is incomplete and does not replace the complete one",
+                       "find out why devices are missing, or add --incomplete");
+    }
+    if (driver.AreEqual(state, before->bytes)) {
+      console.Line(fmt::format("{} says the same; nothing is written", before->path));
+      return before->path;
+    }
+  }
+  SayHoles(holes, "saved without", console);
+  return SaveState(options.folder, options.kept, encode);
+}
+
+}  // namespace tvq::cli

@@ -1,0 +1,53 @@
+/*
+ * A run of the driver for commands that save a state or compare with one.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_INPUT_STATE_RUN_H_
+#define TVQ_HOST_CLI_INPUT_STATE_RUN_H_
+
+#include <functional>
+#include <string>
+
+#include "host/cli/input/state_file.h"
+#include "host/cli/input/table_input.h"
+
+namespace tvq::cli {
+
+struct StateOptions {
+  TableOptions table;
+  std::string folder;
+  bool json = false;
+  bool otherMachine = false;
+  // Of saving alone:
+  unsigned kept = kKeptStates;
+  bool incomplete = false;
+};
+
+// Adds DIR, the options of the table, --other-machine and --json.
+void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options);
+// Adds --keep and --incomplete.
+void AddSaveOptions(CLI::App& app, StateOptions& options);
+
+// Runs the driver, and insists on records.
+run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
+                            const Console& console);
+
+// What a state that is made now says of itself.
+run::Origin OriginOf(const StateOptions& options);
+
+// Says what the state is. Throws an InputError where it is of another machine, unless that is wanted,
+// or was saved with other options.
+void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptions& options,
+              const Console& console);
+
+// Saves a state, unless it is what was saved already, or would put an incomplete state in place of a
+// complete one. Returns the path of the state that counts now.
+std::string SaveChecked(run::DriverRun& driver, const StateOptions& options,
+                        const std::optional<LoadedState>& before,
+                        const std::function<run::Bytes(uint64_t number)>& encode,
+                        const Console& console);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_INPUT_STATE_RUN_H_

@@ -1,0 +1,116 @@
+/*
+ * Saved states beside the machine of a run.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/run/saved_states.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+#include "host/run/convert.h"
+
+#include "TvqPlatformPkg/src/states/holes.h"
+#include "TvqPlatformPkg/src/states/machine_match.h"
+
+namespace tvq::run {
+namespace {
+
+using tvqplatform::MachineMatch;
+using tvqplatform::StateDefect;
+
+std::string TextOf(const tvqplatform::MachineIdentity& machine) {
+  char text[tvqplatform::kMachineTextSize];
+  tvqplatform::FormatMachine(machine, text);
+  return text;
+}
+
+StateOptions OptionsOf(UINT32 options) {
+  return {(options & tvqplatform::kSnapshotAsIs) != 0,
+          (options & tvqplatform::kSnapshotRedacted) != 0};
+}
+
+StateFit::Machine MachineOf(MachineMatch match) {
+  switch (match) {
+    case MachineMatch::kSame:
+      return StateFit::Machine::kSame;
+    case MachineMatch::kBoardReplaced:
+      return StateFit::Machine::kBoardReplaced;
+    case MachineMatch::kAnother:
+      return StateFit::Machine::kAnother;
+    case MachineMatch::kUnknown:
+      break;
+  }
+  return StateFit::Machine::kUnknown;
+}
+
+}  // namespace
+
+void ReadInto(const Bytes& file, tvqplatform::StoredState& state) {
+  const StateDefect defect = tvqplatform::ReadState(ViewOf(file), state);
+  if (defect == StateDefect::kNoMemory) {
+    throw std::bad_alloc();
+  }
+  if (defect != StateDefect::kNone) {
+    throw StateError(tvqplatform::StateDefectText(defect));
+  }
+}
+
+StateFile CheckStateFile(const Bytes& file, uint64_t number) {
+  tvqplatform::StoredState state;
+  const StateDefect defect = tvqplatform::ReadState(ViewOf(file), state);
+  if (defect == StateDefect::kNone && state.Generation == number) {
+    return {StateFile::Kind::kWhole, ""};
+  }
+  if (defect != StateDefect::kNewer && !tvqplatform::EndsAsState(ViewOf(file), number)) {
+    return {StateFile::Kind::kCutOff, tvqplatform::StateDefectText(StateDefect::kCutOff)};
+  }
+  return {
+      StateFile::Kind::kUnusable,
+      tvqplatform::StateDefectText(defect == StateDefect::kNone ? StateDefect::kDamaged : defect)};
+}
+
+StateFit FitOf(const tvqplatform::Snapshot& now, const tvqplatform::StoredState& saved) {
+  StateFit fit;
+  fit.machine = MachineOf(tvqplatform::MatchMachines(now, saved.Content));
+  fit.thisMachine = TextOf(now.Machine);
+  fit.savedMachine = TextOf(saved.Content.Machine);
+  fit.version = saved.Version;
+  fit.generation = saved.Generation;
+  fit.time = saved.Content.Time;
+  fit.program.assign(saved.Content.Program.begin(), saved.Content.Program.end());
+  fit.options = OptionsOf(saved.Content.Options);
+  // The first version did not keep them.
+  fit.hasOtherOptions = saved.Version > 1 && saved.Content.Options != now.Options;
+  fit.holes = HolesOf(saved.Content);
+  return fit;
+}
+
+std::vector<std::string> HolesOf(const tvqplatform::Snapshot& snapshot) {
+  std::vector<std::string> holes;
+  for (const tvqplatform::SnapshotDevice& device : snapshot.Devices) {
+    const tvqplatform::Hole hole = tvqplatform::FindHole(device);
+    if (hole == tvqplatform::Hole::kNone) {
+      continue;
+    }
+    const std::u16string wide = WideText(device.Fqdd);
+    std::string fqdd;
+    std::transform(wide.begin(), wide.end(), std::back_inserter(fqdd), [](char16_t character) {
+      return character < ' ' || character > '~' ? '?' : static_cast<char>(character);
+    });
+    holes.push_back((fqdd.empty() ? "a device without a name" : fqdd) + ": " +
+                    tvqplatform::HoleText(hole, device.Why));
+  }
+  return holes;
+}
+
+Bytes FileOf(const tvqplatform::Snapshot& snapshot, uint64_t generation, uint64_t time) {
+  tvqplatform::EncodedState state;
+  if (!state.Write(snapshot, generation, time)) {
+    throw std::bad_alloc();
+  }
+  return CopyOf(state.File());
+}
+
+}  // namespace tvq::run
