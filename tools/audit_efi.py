@@ -23,7 +23,8 @@ MACHINES = {0x8664: "X64", 0xAA64: "AARCH64"}
 SUBSYSTEMS = {10: "application", 11: "driver"}
 EXPECTED_PE_SECTIONS = {".text", ".rdata", ".data", ".reloc"}
 # .eh_frame is emptied by the objcopy step of the tool chain, yet the section stays.
-EXPECTED_ELF_SECTIONS = {".text", ".data", ".eh_frame"}
+# .dynamic is the linker's, of a position-independent program; older linker scripts of EDK II discard it.
+EXPECTED_ELF_SECTIONS = {".text", ".data", ".dynamic", ".eh_frame"}
 CONSTRUCTOR_SECTIONS = (".preinit_array", ".init_array", ".fini_array", ".ctors", ".dtors", ".init", ".fini", ".CRT")
 MEM_EXECUTE, MEM_READ, MEM_WRITE = 0x20000000, 0x40000000, 0x80000000
 PE32_PLUS = 0x20B

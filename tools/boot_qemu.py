@@ -56,12 +56,21 @@ class Boot:
     writes: pathlib.Path | None = None  # a folder that gets the disk as it was before, and every write to it
 
 
+def booting_toolchain(build, guest):
+    """The tool chain whose images boot, which the build names beside EDK II's output folder."""
+    named = pathlib.Path(build).parent / "booting"
+    if not named.is_file():
+        raise BootFailure(f"{named} is missing", "./dev build firmware builds the images")
+    return dict(line.split() for line in named.read_text(encoding="utf-8").splitlines())[guest.architecture]
+
+
 def image_paths(build, target, guest=guests.X64):
     """The images of one target in EDK II's output folder: a dictionary of name to path."""
     found = {}
+    folder = f"{target}_{booting_toolchain(build, guest)}"
     for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, FAULTS)), ("TvqSmbiosPkg", (DRIVER, PLATFORM_TEST))):
         for name in names:
-            found[name] = pathlib.Path(build) / package / f"{target}_{guest.toolchain}" / guest.architecture / name
+            found[name] = pathlib.Path(build) / package / folder / guest.architecture / name
     return found
 
 

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Unpacks Debian source packages into the cache.
 #
-# usage: fetch_sources.sh NAME...
+# usage: fetch_sources.sh NAME[=SUITE]...
+#
+# With a suite, the package is the one of that suite of Debian's archive, and its folder is called NAME-SUITE.
 #
 # Each is unpacked in a temporary folder inside the cache and renamed when complete, so that an interrupted run leaves nothing
 # half-made under its final name.
@@ -16,11 +18,14 @@ AptOptions() {
     -o "Dir::State::lists=$work/lists" -o "Dir::Cache=$work/cache" -o "Acquire::Retries=3" -o "Acquire::Languages=none"
 }
 
+# DeriveSourceLists WORK [SUITE]
 DeriveSourceLists() {
-  local work="$1" list parts
+  local work="$1" change=() list parts
+  # shellcheck source=/dev/null
+  [[ -z "${2:-}" ]] || change=(--suite "$(. /etc/os-release && echo "$VERSION_CODENAME")=$2")
   eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
   mkdir -p "$work"/{sources,lists/partial,cache/archives/partial}
-  python3 "$TOOLS/deb_sources.py" "$work/sources" "$list" "$parts"
+  python3 "$TOOLS/deb_sources.py" "${change[@]}" "$work/sources" "$list" "$parts"
 }
 
 # The versions that the lists offer, the newest first.
@@ -43,16 +48,24 @@ UnpackNewest() {
   return 1
 }
 
-mkdir -p "$CACHE"
-work="$(mktemp -d -p "$CACHE")"
-trap 'rm -rf "$work"' EXIT
-
-mapfile -t apt < <(AptOptions "$work")
-DeriveSourceLists "$work"
-# A list that does not answer is no reason to stop; a package that cannot be had is.
-apt-get "${apt[@]}" update || echo "apt-get update reported an error"
-for name; do
+# Fetch NAME[=SUITE]
+Fetch() (
+  name="${1%%=*}"
+  suite="${1#"$name"}"
+  suite="${suite#=}"
+  work="$(mktemp -d -p "$CACHE")"
+  trap 'rm -rf "$work"' EXIT
+  mapfile -t apt < <(AptOptions "$work")
+  DeriveSourceLists "$work" "$suite"
+  # A list that does not answer is no reason to stop; a package that cannot be had is.
+  apt-get "${apt[@]}" update || echo "apt-get update reported an error"
   UnpackNewest "$name" "$work/$name"
-  rm -rf "${CACHE:?}/$name"
-  mv "$(UnpackedTree "$name" "$work/$name")" "$CACHE/$name"
+  target="$CACHE/$name${suite:+-$suite}"
+  rm -rf "$target"
+  mv "$(UnpackedTree "$name" "$work/$name")" "$target"
+)
+
+mkdir -p "$CACHE"
+for name; do
+  Fetch "$name"
 done

@@ -46,7 +46,6 @@ class Guest:
 
     name: str
     architecture: str  # As EDK II names it.
-    toolchain: str  # Whose images boot.
     boot_file: str  # What firmware starts from a disk that nobody installed.
     program: str  # Of QEMU.
     options: tuple  # Of that program, for this machine.
@@ -62,7 +61,6 @@ class Guest:
 X64 = Guest(
     name="X64",
     architecture="X64",
-    toolchain="GCC5",
     boot_file="BOOTX64.EFI",
     program="qemu-system-x86_64",
     options=("-machine", "q35,accel=tcg,memory-backend=ram", "-vga", "none"),
@@ -74,7 +72,6 @@ X64 = Guest(
 AARCH64 = Guest(
     name="AARCH64",
     architecture="AARCH64",
-    toolchain="GCC49",
     boot_file="BOOTAA64.EFI",
     program="qemu-system-aarch64",
     options=("-machine", "virt,accel=tcg,memory-backend=ram", "-cpu", "cortex-a57"),

@@ -78,6 +78,7 @@ def default_folder(table, guest):
 def run(options, table, folder):
     """Boots with the table and returns the report, or None."""
     guest = guests.BY_NAME[options.arch]
+    machine.dev_build("firmware", "--arch", guest.architecture, "--target", machine.TARGET, verbose=options.verbose)
     boot = boot_qemu.Boot(
         images=boot_qemu.image_paths(machine.IMAGES, machine.TARGET, guest),
         out=options.out or default_folder(table, guest),
@@ -86,7 +87,6 @@ def run(options, table, folder):
         words=words_for_agent(options),
         live=machine.show_serial if options.verbose else None,
     )
-    machine.dev_build("firmware", "--arch", guest.architecture, "--target", machine.TARGET, verbose=options.verbose)
     report = machine.boot(boot, f"Booting {guest.name} firmware in QEMU with {machine.shown(table) if table else 'the table of QEMU'}")
     if report is not None:
         print(report.rstrip(), flush=True)

@@ -32,6 +32,7 @@ set(_tvq_edk2_libraries
     MdePkg/Library/UefiDevicePathLib/UefiDevicePathLib.inf
     MdePkg/Library/UefiLib/UefiLib.inf)
 set(_tvq_edk2_libraries_DXE_CORE
+    MdePkg/Library/BaseOrderedCollectionRedBlackTreeLib/BaseOrderedCollectionRedBlackTreeLib.inf
     MdeModulePkg/Library/DxeCoreMemoryAllocationLib/DxeCoreMemoryAllocationLib.inf)
 set(_tvq_edk2_libraries_UEFI_APPLICATION
     MdePkg/Library/UefiMemoryAllocationLib/UefiMemoryAllocationLib.inf

@@ -207,12 +207,18 @@ class Machine(FolderTest):
         self.assertEqual(problem, "the firmware stopped with a processor exception")
 
 
-class Images(unittest.TestCase):
+class Images(FolderTest):
     def test_each_architecture_has_those_of_its_tool_chain(self):
-        for guest, folder in ((guests.X64, "RELEASE_GCC5/X64"), (guests.AARCH64, "RELEASE_GCC49/AARCH64")):
-            paths = boot_qemu.image_paths("/built", "RELEASE", guest)
-            self.assertEqual(str(paths[boot_qemu.DRIVER]), f"/built/TvqSmbiosPkg/{folder}/TVQSMBIOS.efi")
-            self.assertEqual(str(paths[boot_qemu.AGENT]), f"/built/TvqPlatformPkg/{folder}/TvqAgent.efi")
+        (self.folder / "booting").write_text("X64 GCC\nAARCH64 GCC49\n", encoding="utf-8")
+        built = self.folder / "Build"
+        for guest, folder in ((guests.X64, "RELEASE_GCC/X64"), (guests.U_BOOT, "RELEASE_GCC49/AARCH64")):
+            paths = boot_qemu.image_paths(built, "RELEASE", guest)
+            self.assertEqual(str(paths[boot_qemu.DRIVER]), f"{built}/TvqSmbiosPkg/{folder}/TVQSMBIOS.efi")
+            self.assertEqual(str(paths[boot_qemu.AGENT]), f"{built}/TvqPlatformPkg/{folder}/TvqAgent.efi")
+
+    def test_a_build_that_names_none_is_a_failure_with_a_hint(self):
+        with self.assertRaisesRegex(boot_qemu.BootFailure, "booting is missing"):
+            boot_qemu.image_paths(self.folder / "Build", "RELEASE")
 
 
 class Report(FolderTest):

@@ -36,6 +36,11 @@ class OneLineStyle(unittest.TestCase):
         self.assertEqual(deb_sources.derive_one_line("debian is a word\nrpm http://archive.test x\n"), "")
 
 
+    def test_another_suite_of_the_same_archive_can_be_asked_for(self):
+        text = "deb [ arch=amd64 ] http://a.test/d bookworm main\ndeb http://a.test/d bookworm-updates main\n"
+        self.assertEqual(deb_sources.derive_one_line(text, ("bookworm", "sid")), "deb-src [ arch=amd64 ] http://a.test/d sid main\n")
+
+
 class Deb822Style(unittest.TestCase):
     STANZA = (
         "Types: deb\n"
@@ -54,6 +59,14 @@ class Deb822Style(unittest.TestCase):
             "Suites: bookworm bookworm-updates\n"
             "Components: main\n"
             "Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg\n",
+        )
+
+    def test_another_suite_of_the_same_archive_can_be_asked_for(self):
+        stanza = "Types: deb\nURIs: http://a.test/d\nSuites: bookworm\n bookworm-updates\nComponents: main\n"
+        other = stanza.replace("bookworm", "other")
+        self.assertEqual(
+            deb_sources.derive_deb822(f"{other}\n{stanza}", ("bookworm", "sid")),
+            "Types: deb-src\nURIs: http://a.test/d\nSuites: sid\nComponents: main\n",
         )
 
     def test_every_stanza_is_derived(self):

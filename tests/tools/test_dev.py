@@ -87,6 +87,19 @@ class FrontDoor(unittest.TestCase):
                     self.assertRegex(result.stderr, f"{variable}={folder} is no {kind}")
 
 
+    def test_a_tree_without_its_submodules_is_a_message(self):
+        with tempfile.TemporaryDirectory() as folder:
+            tree = pathlib.Path(folder)
+            for name in ("edksetup.sh", "MdePkg/MdePkg.dec", "BaseTools/x", ".git/x", "MdePkg/there/x"):
+                (tree / name).parent.mkdir(parents=True, exist_ok=True)
+                (tree / name).touch()
+            paths = ("MdePkg/there", "MdePkg/away", "CryptoPkg/away", "BaseTools/away")
+            (tree / ".gitmodules").write_text("".join(f'[submodule "x"]\n\tpath = {path}\n' for path in paths), encoding="utf-8")
+            result = run(ROOT / "dev", "setup", EDK2_DIR=folder)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"lacks submodules: git -C {folder} submodule update --init MdePkg/away BaseTools/away", result.stderr)
+
+
 class ShellFunctions(unittest.TestCase):
     """Runs functions of tools/lib in a folder that stands for the repository."""
 
@@ -131,15 +144,32 @@ class ShellFunctions(unittest.TestCase):
         self.set_age(stamp, 1_900_000_000 - 1_000_000_000)
         self.assertEqual(self.answer(f"SourcesChanged {stamp}", EDK2_DIR="/nowhere", EXPAT_DIR="/nowhere"), "yes")
 
+    def tools_def(self, *toolchains):
+        """A tree that defines tool chains, each with its architecture."""
+        definitions = self.root / "BaseTools" / "Conf" / "tools_def.template"
+        definitions.parent.mkdir(parents=True, exist_ok=True)
+        definitions.write_text("".join(f"RELEASE_{name}_CC_FLAGS = -Os\n" for name in toolchains), encoding="utf-8")
+        return {"EDK2_DIR": str(self.root)}
+
+    OLD = ("GCC5_X64", "CLANG38_X64", "CLANGDWARF_X64", "CLANGPDB_X64", "GCC49_AARCH64", "GCC49_X64")
+    NEW = ("GCC_X64", "GCC5_X64", "GCCNOLTO_AARCH64", "GCC49_AARCH64", "CLANGDWARF_X64", "CLANGPDB_X64")
+
     def test_the_first_tool_chain_of_an_architecture_makes_the_images_that_boot(self):
-        self.assertEqual(self.bash("BootingToolchains").stdout.split(), ["GCC5", "GCC49"])
+        for names, wanted in ((self.OLD, ["GCC5", "GCC49"]), (self.NEW, ["GCC", "GCCNOLTO"])):
+            tree = self.tools_def(*names)
+            self.assertEqual(self.bash("BootingToolchains", **tree).stdout.split(), wanted)
+            named = [f"X64 {wanted[0]}", f"AARCH64 {wanted[1]}"]
+            self.assertEqual(self.bash("NameBootingImages", **tree).stdout.splitlines(), named)
 
     def test_every_tool_chain_belongs_to_one_architecture(self):
         script = 'for t in $(AllToolchains); do echo "$t $(ArchitectureOf $t)"; done'
-        self.assertEqual(
-            self.bash(script).stdout.splitlines(), ["GCC5 X64", "CLANG38 X64", "CLANGPDB X64", "GCC49 AARCH64"]
-        )
-        self.assertEqual(self.bash("ArchitectureOf GCC").stdout, "")
+        for names, wanted in (
+            (self.OLD, ["GCC5 X64", "CLANG38 X64", "CLANGPDB X64", "GCC49 AARCH64"]),
+            (self.NEW, ["GCC X64", "CLANGDWARF X64", "CLANGPDB X64", "GCCNOLTO AARCH64"]),
+        ):
+            tree = self.tools_def(*names)
+            self.assertEqual(self.bash(script, **tree).stdout.splitlines(), wanted)
+            self.assertEqual(self.bash("ArchitectureOf GCC4", **tree).stdout, "")
 
     def test_a_step_keeps_its_output_and_says_how_long_it_took(self):
         result = self.bash("Step 'Doing it' it echo the output")

@@ -18,6 +18,7 @@
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
+source "$LIB/firmware.sh"
 source "$LIB/host.sh"
 
 captured="$ROOT/../shared/dumps/VMWare.bin"
@@ -41,10 +42,10 @@ done
 trap '(($? == 0)) || exit 2' EXIT
 EnsureSetup
 Bench
-images="$BUILD/firmware/Build/TvqSmbiosPkg/RELEASE_GCC5/X64"
+measured="$BUILD/firmware/Build/TvqSmbiosPkg/RELEASE_$(FirstToolchain X64)/X64"
 if [[ " ${arguments[*]} " != *" --quick "* ]]; then
   "$ROOT/dev" build firmware --target RELEASE
   StaticHost
 fi
-exec python3 -B "$ROOT/tests/bench/driver_bench.py" --programs "$BUILD/bench/tests/bench" --firmware "$images" \
+exec python3 -B "$ROOT/tests/bench/driver_bench.py" --programs "$BUILD/bench/tests/bench" --firmware "$measured" \
   --tvq "$BUILD/host/host/cli/tvq-static" ${table:+--table "$table"} "${arguments[@]}"

@@ -9,7 +9,8 @@
 #?   all                firmware and host (the default)
 #?   -v                 shows the output of the tools while they work
 #?   --arch ARCH        firmware for this architecture: X64 (the default) or AARCH64
-#?   --toolchain NAME   firmware of this tool chain: GCC5 (the default), CLANG38 or CLANGPDB for X64, GCC49 for AARCH64
+#?   --toolchain NAME   firmware of this tool chain, by the name that the EDK II tree has for it: in 2022.11 GCC5 (the default),
+#?                      CLANG38 or CLANGPDB for X64, GCC49 for AARCH64
 #?   --all              firmware of every tool chain
 #?   --target TARGET    firmware of this target alone, without the audit and the page-aligned driver
 #
@@ -21,23 +22,23 @@ source "$LIB/host.sh"
 
 what=all
 target=
-toolchains=(GCC5)
-mapfile -t known < <(AllToolchains)
+arch="${ARCHITECTURES[0]}"
+toolchain=
+every=0
 while (($#)); do
   case "$1" in
     firmware | host | tables | all) what="$1" ;;
     -v) VERBOSE=1 ;;
     --arch)
       RequireOneOf --arch "${2:-}" "${ARCHITECTURES[@]}"
-      toolchains=("$(FirstToolchain "$2")")
+      arch="$2"
       shift
       ;;
     --toolchain)
-      RequireOneOf --toolchain "${2:-}" "${known[@]}"
-      toolchains=("$2")
-      shift
+      toolchain="${2:-none}"
+      (($# < 2)) || shift
       ;;
-    --all) toolchains=("${known[@]}") ;;
+    --all) every=1 ;;
     --target)
       RequireOneOf --target "${2:-}" "${TARGETS[@]}"
       target="$2"
@@ -61,6 +62,13 @@ BuildFirmware() {
 }
 
 EnsureSetup
+mapfile -t toolchains < <(AllToolchains)
+if [[ -n "$toolchain" ]]; then
+  RequireOneOf --toolchain "$toolchain" "${toolchains[@]}"
+  toolchains=("$toolchain")
+elif ((every == 0)); then
+  toolchains=("$(FirstToolchain "$arch")")
+fi
 case "$what" in
   firmware) BuildFirmware ;;
   host) Host ;;

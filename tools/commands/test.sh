@@ -72,7 +72,7 @@ if [[ -n "$revision" ]]; then
   exit
 fi
 if ((guarded)); then
-  FirmwareTarget GCC5 DEBUG
+  FirmwareTarget "$(FirstToolchain X64)" DEBUG
   OwnOvmf tail head
   EndToEndTools
   Tests --config Guarded --label guarded

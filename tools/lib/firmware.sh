@@ -4,13 +4,31 @@
 # SPDX-License-Identifier: BSD-2-Clause-Patent
 
 FIRMWARE="$BUILD/firmware"
-# The tool chains of each architecture. The images of the first one are those that boot.
-declare -A TOOLCHAINS=([X64]="GCC5 CLANG38 CLANGPDB" [AARCH64]="GCC49")
+# The tool chains of each architecture, by the names that they have in one release of EDK II or another, the preferred one first.
+# The images of the first tool chain are those that boot.
+declare -A TOOLCHAINS=([X64]="GCC|GCC5 CLANG38|CLANGDWARF CLANGPDB" [AARCH64]="GCCNOLTO|GCC49")
 ARCHITECTURES=(X64 AARCH64)
 TARGETS=(DEBUG RELEASE)
 
+# ToolchainsOf ARCH: those of the EDK II tree, one on each line, by the names that it defines.
+ToolchainsOf() {
+  local names name
+  for names in ${TOOLCHAINS[$1]}; do
+    for name in ${names//|/ }; do
+      if grep -qE "^RELEASE_${name}_$1_CC_FLAGS" "$EDK2_DIR/BaseTools/Conf/tools_def.template"; then
+        echo "$name"
+        break
+      fi
+    done
+  done
+}
+
 # FirstToolchain ARCH
-FirstToolchain() { echo "${TOOLCHAINS[$1]%% *}"; }
+FirstToolchain() {
+  local names
+  names="$(ToolchainsOf "$1")"
+  echo "${names%%$'\n'*}"
+}
 
 # The tool chains whose images boot, one on each line.
 BootingToolchains() {
@@ -23,7 +41,7 @@ BootingToolchains() {
 AllToolchains() {
   local arch
   for arch in "${ARCHITECTURES[@]}"; do
-    tr ' ' '\n' <<<"${TOOLCHAINS[$arch]}"
+    ToolchainsOf "$arch"
   done
 }
 
@@ -31,7 +49,7 @@ AllToolchains() {
 ArchitectureOf() {
   local arch known
   for arch in "${ARCHITECTURES[@]}"; do
-    for known in ${TOOLCHAINS[$arch]}; do
+    for known in $(ToolchainsOf "$arch"); do
       [[ "$known" != "$1" ]] || echo "$arch"
     done
   done
@@ -54,7 +72,8 @@ InEdk2() (
   shift
   export PACKAGES_PATH="$EDK2_DIR:$ROOT" PYTHON_COMMAND=python3
   # Where the definitions of the tool chains look for compilers other than the machine's own.
-  export GCC49_AARCH64_PREFIX=aarch64-linux-gnu- CLANG38_BIN=/usr/bin/ CLANG_BIN=/usr/bin/
+  export GCC49_AARCH64_PREFIX=aarch64-linux-gnu- GCCNOLTO_AARCH64_PREFIX=aarch64-linux-gnu-
+  export CLANG38_BIN=/usr/bin/ CLANGDWARF_BIN=/usr/bin/ CLANG_BIN=/usr/bin/
   # MAKEFLAGS of a calling make would reach the makefiles that `build` writes.
   unset MAKEFLAGS MAKELEVEL
   command=("$@")
@@ -67,12 +86,18 @@ InEdk2() (
   "${command[@]}"
 )
 
+# What a tree of before 2025 has elsewhere, or not in its MdeLibs.dsc.inc.
+Edk2Defines() {
+  [[ ! -f "$EDK2_DIR/ArmPkg/Library/CompilerIntrinsicsLib/CompilerIntrinsicsLib.inf" ]] || printf '%s\n' -D TVQ_INTRINSICS_OF_ARMPKG=TRUE
+}
+
 # Edk2Build PACKAGE TOOLCHAIN TARGET [OPTION...]
 Edk2Build() {
-  local package="$1" toolchain="$2" target="$3"
+  local package="$1" toolchain="$2" target="$3" defines
   shift 3
+  mapfile -t defines < <(Edk2Defines)
   InEdk2 "$FIRMWARE" build -a "$(ArchitectureOf "$toolchain")" -t "$toolchain" -b "$target" -n "$JOBS" \
-    -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "$@"
+    -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "${defines[@]}" "$@"
 }
 
 # Whether anything that goes into the images is newer than STAMP. Folders count too, because a removed file shows only there.
@@ -103,6 +128,14 @@ BuildImages() {
   mv "$started" "$stamp"
 }
 
+# The folders of the images that boot, for those who boot them: ARCH TOOLCHAIN on each line.
+NameBootingImages() {
+  local arch
+  for arch in "${ARCHITECTURES[@]}"; do
+    echo "$arch $(FirstToolchain "$arch")"
+  done
+}
+
 # A build against another tree starts from nothing: its makefiles name the old one everywhere.
 ForgetOtherTree() {
   local trees="$EDK2_DIR $EXPAT_DIR"
@@ -111,6 +144,7 @@ ForgetOtherTree() {
     mkdir -p "$FIRMWARE"
     echo "$trees" >"$FIRMWARE/trees"
   fi
+  NameBootingImages >"$FIRMWARE/booting"
 }
 
 # BuildPackages TOOLCHAIN TARGET: the images of every package.
@@ -153,7 +187,7 @@ Firmware() {
   for toolchain; do
     for target in "${TARGETS[@]}"; do
       BuildPackages "$toolchain" "$target"
-      [[ "$toolchain" != GCC5 ]] || BuildImages TvqSmbiosPkg GCC5 "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+      [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildImages TvqSmbiosPkg "$toolchain" "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
     done
   done
   Step "Auditing the images" audit AuditImages "$@"

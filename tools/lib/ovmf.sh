@@ -20,15 +20,16 @@ GUARDED_TYPES=0x1E
 OvmfFolder() { echo "$OVMF/$1"; }
 
 BuildOvmf() {
-  local kind="$1" space=gEfiMdeModulePkgTokenSpaceGuid output
+  local kind="$1" space=gEfiMdeModulePkgTokenSpaceGuid toolchain output
+  toolchain="$(FirstToolchain X64)"
   mkdir -p "$OVMF/Conf" "$OVMF/$kind"
   python3 -B "$TOOLS/volume_platform.py" "$ROOT/docs/integrators.md" "$EDK2_DIR/OvmfPkg/OvmfPkgX64.dsc" "$OVMF/platform"
-  InEdk2 "$OVMF" build -a X64 -t GCC5 -b DEBUG -n "$JOBS" -p "$OVMF/platform/OvmfPkgX64.dsc" \
+  InEdk2 "$OVMF" build -a X64 -t "$toolchain" -b DEBUG -n "$JOBS" -p "$OVMF/platform/OvmfPkgX64.dsc" \
     -D FD_SIZE_4MB -D SECURE_BOOT_ENABLE=TRUE -D NETWORK_ENABLE=FALSE \
     -D "TVQ_IN_VOLUME=${IN_VOLUME[$kind]}" -D "EXPAT_DIR=$EXPAT_DIR" \
     --pcd "$space.PcdHeapGuardPropertyMask=${GUARD_MASKS[$kind]}" --pcd "$space.PcdCpuStackGuard=TRUE" \
     --pcd "$space.PcdHeapGuardPageType=$GUARDED_TYPES" --pcd "$space.PcdHeapGuardPoolType=$GUARDED_TYPES"
-  output="$OVMF/Build/OvmfX64/DEBUG_GCC5/FV"
+  output="$OVMF/Build/OvmfX64/DEBUG_$toolchain/FV"
   cp "$output/OVMF_CODE.fd" "$output/OVMF_VARS.fd" "$(OvmfFolder "$kind")/"
 }
 

@@ -7,8 +7,20 @@ IsEdk2() { [[ -f "$1/edksetup.sh" && -f "$1/MdePkg/MdePkg.dec" && -d "$1/BaseToo
 
 IsExpat() { [[ -f "$1/lib/xmlparse.c" && -f "$1/lib/expat.h" ]]; }
 
+# MissingSubmodules TREE: those that MdePkg and BaseTools are not whole without. Debian's source packages do without some.
+MissingSubmodules() {
+  local path
+  [[ -f "$1/.gitmodules" && -e "$1/.git" ]] || return 0
+  while read -r path; do
+    [[ "$path" != MdePkg/* && "$path" != BaseTools/* ]] || [[ -n "$(ls -A "$1/$path" 2>/dev/null)" ]] || echo "$path"
+  done < <(sed -n 's/^[[:space:]]*path *= *//p' "$1/.gitmodules")
+}
+
 UseGivenEdk2() {
+  local missing
   IsEdk2 "$EDK2_DIR" || Fail "EDK2_DIR=$EDK2_DIR is no EDK II tree (edksetup.sh, MdePkg and BaseTools are looked for there)"
+  missing="$(MissingSubmodules "$EDK2_DIR" | tr '\n' ' ')"
+  [[ -z "$missing" ]] || Fail "EDK2_DIR=$EDK2_DIR lacks submodules: git -C $EDK2_DIR submodule update --init $missing"
   EDK2_DIR="$(cd "$EDK2_DIR" && pwd)"
 }
 
@@ -31,6 +43,16 @@ LocateSources() {
 MissingSources() {
   IsEdk2 "$EDK2_DIR" || echo edk2
   IsExpat "$EXPAT_DIR" || echo expat
+}
+
+# A current EDK II beside the one of this Debian release, for EDK2_DIR.
+CURRENT_EDK2="$CACHE/edk2-sid"
+
+FetchCurrentEdk2() {
+  Lock "$CACHE/.lock"
+  [[ -f "$CURRENT_EDK2/.tvq-version" ]] ||
+    Step "Fetching EDK II of Debian's sid" setup-current-edk2 bash "$TOOLS/fetch_sources.sh" edk2=sid
+  Unlock
 }
 
 FetchMissingSources() {

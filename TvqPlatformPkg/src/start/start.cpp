@@ -33,20 +33,6 @@ void Close(EFI_EVENT& event) {
   }
 }
 
-VOID EFIAPI OnStart(EFI_EVENT, VOID*) {
-  Close(gStart);
-  [[maybe_unused]] const EFI_STATUS status = TvqStartNow();
-  DEBUG((EFI_ERROR(status) ? DEBUG_ERROR : DEBUG_INFO, "TVQ: start: %r\n", status));
-}
-
-/// The events of the group are all queued before the first of them is handled, and one that a handler
-/// signals comes behind those of its priority: when it is handled, every other handler has run.
-VOID EFIAPI OnReadyToBoot(EFI_EVENT, VOID*) {
-  // The group is signalled for each boot option; the first one counts.
-  Close(gReadyToBoot);
-  (void)gBS->SignalEvent(gStart);
-}
-
 void PrintDevice(EFI_HANDLE handle) {
   auto* entry = InterfaceOn<ZVEP_PROTOCOL>(handle, gZvEntryProtocolGuid);
   auto* path = InterfaceOn<EFI_DEVICE_PATH_PROTOCOL>(handle, gEfiDevicePathProtocolGuid);
@@ -70,16 +56,45 @@ void PrintRecords() {
   }
 }
 
-bool HasRecords() {
-  return HandleList(gTvqInventoryProtocolGuid).Size() != 0;
+[[nodiscard]] EFI_STATUS StartNow() {
+  if (HandleList(gTvqInventoryProtocolGuid).Size() != 0) {
+    return EFI_ALREADY_STARTED;
+  }
+  const LoadedDriver driver = FindLoadedDriver();
+  if (driver.Request == nullptr) {
+    return EFI_NOT_READY;
+  }
+  TVQ_PUBLISHED_TABLE table;
+  EFI_STATUS status = TvqPublishTable(&table);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  status = driver.Request->Start(nullptr);
+  // The SMBIOS protocol installs the firmware's own table whenever something is added to it.
+  TvqPutBackTable(&table);
+  (void)TvqAddFqddsToFirmwareTable(&table);
+  // Whatever came of the start, the driver keeps pointers into the table.
+  gStartedOn = table.EntryPoint;
+  PrintRecords();
+  return status;
 }
 
-}  // namespace
+VOID EFIAPI OnStart(EFI_EVENT, VOID*) {
+  Close(gStart);
+  [[maybe_unused]] const EFI_STATUS status = StartNow();
+  DEBUG((EFI_ERROR(status) ? DEBUG_ERROR : DEBUG_INFO, "TVQ: start: %r\n", status));
+}
 
-}  // namespace tvqplatform
+/// The events of the group are all queued before the first of them is handled, and one that a
+/// handler signals comes behind those of its priority: when it is handled, every other handler has
+/// run.
+VOID EFIAPI OnReadyToBoot(EFI_EVENT, VOID*) {
+  // The group is signalled for each boot option; the first one counts.
+  Close(gReadyToBoot);
+  (void)gBS->SignalEvent(gStart);
+}
 
-EFI_STATUS EFIAPI TvqStartAtReadyToBoot(VOID) {
-  using namespace tvqplatform;
+[[nodiscard]] EFI_STATUS AwaitReadyToBoot() {
   if (gReadyToBoot != nullptr || gStart != nullptr || gStartedOn != nullptr) {
     return EFI_ALREADY_STARTED;
   }
@@ -95,32 +110,21 @@ EFI_STATUS EFIAPI TvqStartAtReadyToBoot(VOID) {
   return status;
 }
 
+}  // namespace
+
+}  // namespace tvqplatform
+
+EFI_STATUS EFIAPI TvqStartAtReadyToBoot(VOID) {
+  return tvqplatform::AwaitReadyToBoot();
+}
+
 VOID EFIAPI TvqCancelStart(VOID) {
   tvqplatform::Close(tvqplatform::gReadyToBoot);
   tvqplatform::Close(tvqplatform::gStart);
 }
 
 EFI_STATUS EFIAPI TvqStartNow(VOID) {
-  using namespace tvqplatform;
-  if (HasRecords()) {
-    return EFI_ALREADY_STARTED;
-  }
-  const LoadedDriver driver = FindLoadedDriver();
-  if (driver.Request == nullptr) {
-    return EFI_NOT_READY;
-  }
-  TVQ_PUBLISHED_TABLE table;
-  EFI_STATUS status = TvqPublishTable(&table);
-  if (EFI_ERROR(status)) {
-    return status;
-  }
-  status = driver.Request->Start(nullptr);
-  TvqPutBackTable(&table);
-  // Whatever came of it, the driver keeps pointers into the table.
-  gStartedOn = table.EntryPoint;
-  (void)TvqAddFqddsToFirmwareTable(&table);
-  PrintRecords();
-  return status;
+  return tvqplatform::StartNow();
 }
 
 const VOID* EFIAPI TvqStartedOn(VOID) {

@@ -112,6 +112,9 @@ static EFI_LOADED_IMAGE_PROTOCOL mCoreImage = {
 static VOID Start(EFI_SYSTEM_TABLE* SystemTable) {
   gDxeCoreST = SystemTable;
   FillBootServices(SystemTable->BootServices);
+#ifdef TVQ_CORE_HAS_HANDLE_SERVICES
+  CoreInitializeHandleServices();
+#endif
   mCoreImage.SystemTable = SystemTable;
   CoreInstallProtocolInterface(&gDxeCoreImageHandle, &gEfiLoadedImageProtocolGuid,
                                EFI_NATIVE_INTERFACE, &mCoreImage);

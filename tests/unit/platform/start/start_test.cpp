@@ -283,6 +283,31 @@ TEST_F(StartAtReadyToBoot, IsTakenBackWhenThePlatformIsUnloaded) {
   TryBootOption();
 }
 
+TEST_F(StartAtReadyToBoot, LeavesNoEventBehindWhereOneCannotBeHad) {
+  for (const host::Service service : {host::Service::CreateEvent, host::Service::CreateEventEx}) {
+    Firmware().FailCall(host::images::platform, service, 1, EFI_OUT_OF_RESOURCES);
+    const EFI_HANDLE platform = Firmware().LoadImage(host::images::platform);
+    // What the platform installs serves an agent all the same.
+    ASSERT_EQ(Firmware().StartImage(platform), EFI_SUCCESS);
+    EXPECT_NE(Platform(), nullptr);
+    EXPECT_EQ(Firmware().Calls(host::images::platform, host::Service::CloseEvent),
+              service == host::Service::CreateEventEx ? 1u : 0u);
+    ASSERT_EQ(Firmware().UnloadImage(platform), EFI_SUCCESS);
+    TryBootOption();
+  }
+}
+
+TEST_F(StartAtReadyToBoot, GoesOnWithoutMemoryBelow4GiB) {
+  LoadPlatform();
+  LoadSpy();
+  PublishFirmwareTable(ClashingServer());
+  Firmware().FailCall(host::images::platform, host::Service::AllocatePages, 1,
+                      EFI_OUT_OF_RESOURCES);
+  TryBootOption();
+  EXPECT_THAT(Starts(), IsEmpty());
+  EXPECT_TRUE(FirmwareTableIsInPlace());
+}
+
 TEST_F(StartAtReadyToBoot, HandsOutTheTableOfTheRecords) {
   LoadPlatform();
   LoadSpy();
