@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Runs agent, platform and driver on U-Boot, whose UEFI is another maker's: on the table that it publishes itself, and
-TvqPlatformTest beside them.
+"""Runs agent, platform and driver on U-Boot, whose UEFI is another maker's: on the table that it publishes itself, conformed and as
+it is, and TvqPlatformTest beside them.
 
 Exit status: 0 everything is as expected, 1 it is not.
 
@@ -36,10 +36,18 @@ def conformed_problems(machine):
     yield from (f"the serial output lacks '{line}'" for line in (PLATFORM_TEST, NO_NAMES) if line not in machine.serial())
 
 
+def as_is_problems(machine):
+    """Of a boot where the driver finds nothing that it could start on, so that there is nothing to log either."""
+    report = machine.boot(None, "as-is")
+    yield from run_test.report_problems(report, "the driver's start failed: Not Found")
+    if "cannot be written" in report:
+        yield f"the report tells of a file that cannot be written:\n{report}"
+
+
 def main(arguments):
     options = virtual_machine.argument_parser(__doc__.splitlines()[0]).parse_args([*arguments, "--arch", "U-BOOT"])
     machine = virtual_machine.VirtualMachine(options)
-    found = list(conformed_problems(machine))
+    found = [*conformed_problems(machine), *as_is_problems(machine)]
     print("\n".join(found) or f"as expected; {PLATFORM_TEST}")
     return 1 if found else 0
 
