@@ -11,17 +11,19 @@ import typing
 SUCCESS = "TvqAgent: success"
 FAILED = "TvqAgent: failed: "
 COMPARISON = "Since the saved state:"
+SUMMARY = "Summary: "
 STATE = "State: "
-VERDICTS = ("same", "replaced", "new", "moved", "gone", "not verified")
+VERDICTS = ("no record", "not verified", "moved", "new", "gone", "replaced", "changed", "cannot tell", "same")
 
 
 class Finding(typing.NamedTuple):
-    """What the agent says of one device."""
+    """What the agent says of one device that somebody has to look at."""
 
     fqdd: str
     label: str  # what the machine prints at the place
     verdict: str
-    detail: str
+    detail: str  # what stands behind the verdict
+    lines: tuple  # below
 
 
 def last_line(report):
@@ -46,7 +48,8 @@ def state_section(report):
     last = max((index for index, line in enumerate(lines) if line.startswith(STATE)), default=None)
     if last is None:
         return []
-    first = lines.index(COMPARISON) if COMPARISON in lines else last
+    summary = [index for index, line in enumerate(lines) if line.startswith(SUMMARY)]
+    first = lines.index(COMPARISON) if COMPARISON in lines else max(summary, default=last)
     return lines[first : last + 1]
 
 
@@ -57,7 +60,20 @@ def state_line(report):
 
 
 def findings(report):
-    """The devices of the comparison in the report's order."""
-    line = re.compile(rf"  (.*?) {{2,}}(.*?) {{2,}}({'|'.join(VERDICTS)})(?:: (.*))?")
-    matches = map(line.fullmatch, state_section(report))
-    return [Finding(match[1], match[2], match[3], match[4] or "") for match in matches if match]
+    """The devices of the comparison that somebody has to look at, in the report's order."""
+    title = re.compile(rf"  (\S.*?)(?: \((.*?)\))?: ({'|'.join(VERDICTS)})(?: (.*))?")
+    found = []
+    for line in state_section(report):
+        match = title.fullmatch(line)
+        if match:
+            found.append(Finding(match[1], match[2] or "", match[3], match[4] or "", ()))
+        elif found and line.startswith("      "):
+            found[-1] = found[-1]._replace(lines=(*found[-1].lines, line.strip()))
+    return found
+
+
+def counts(report):
+    """How many devices have each verdict."""
+    summary = next((line for line in state_section(report) if line.startswith(SUMMARY)), SUMMARY)
+    parts = (part.split(" ", 1) for part in summary.removeprefix(SUMMARY).split(", "))
+    return {part[1]: int(part[0]) for part in parts if len(part) == 2 and part[1] in VERDICTS}

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""The command behind `./dev demo`: boots twice, replaces three parts in between, and shows what the agent found.
+"""The command behind `./dev demo`: boots twice, changes parts in between, and shows what the agent found: one of each verdict.
 
-What the agent found goes to stdout, everything else to stderr. Exit status: 0 exactly these three were reported replaced,
-1 anything else, 2 wrong usage.
+What the agent found goes to stdout, everything else to stderr. Exit status: 0 exactly these were found, 1 anything else,
+2 wrong usage.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -20,35 +20,61 @@ import table_source
 
 
 class Change(typing.NamedTuple):
-    """One replaced part: the block of the sample that tells of it, and the fields that differ afterwards."""
+    """What becomes of one device: the block of the sample that tells of it, and its fields that differ."""
 
     fqdd: str
+    verdict: str
     what: str
     label: str
-    fields: dict
+    before: dict
+    after: dict
 
 
-# No other block of the sample is like one of these, so that nothing else changes.
+EMPTY = {"size": "0", "extended-size": "0", "serial": '"NO DIMM"', "part-number": '"NO DIMM"'}
+MODULE = {"size": "16384", "memory-type": "0x22", "technology": "0x03", "part-number": '"TVQM5R16G48"'}
+
+# One of each verdict; what is not named here stays the same. No other block of the sample is like one of these, so that nothing
+# else changes.
 CHANGES = (
-    Change("CPU.Socket.2", "core count", "cpu2", {"core-count": "36", "core-count2": "36"}),
-    Change("DIMM.Socket.A3", "serial number", "a3", {"serial": '"7A2C0F03"'}),
-    Change("DIMM.Socket.B5", "part number", "b5", {"part-number": '"TVQM5R16G56"'}),
+    Change("CPU.Socket.2", "replaced", "another core count", "cpu2", {}, {"core-count": "36", "core-count2": "36"}),
+    Change("DIMM.Socket.A2", "cannot tell", "no serial number", "a2", {"serial": '"Not Specified"'}, {"serial": '"Not Specified"'}),
+    Change("DIMM.Socket.A3", "replaced", "another serial number", "a3", {}, {"serial": '"7A2C0F03"'}),
+    Change("DIMM.Socket.A4", "changed", "a lower speed", "a4", {}, {"configured-speed": "3600"}),
+    Change("DIMM.Socket.A5", "moved", "changed places with A6", "a5", {}, {"serial": '"7A2C0006"'}),
+    Change("DIMM.Socket.A6", "moved", "changed places with A5", "a6", {}, {"serial": '"7A2C0005"'}),
+    Change("DIMM.Socket.B6", "gone", "taken out", "b6", {}, EMPTY),
+    Change("DIMM.Socket.B7", "new", "put in", "b7", {}, MODULE | {"serial": '"7B2C0F07"'}),
+    Change(
+        "DIMM.Socket.B5",
+        "not verified",
+        "a name that makes its document none",
+        "b5",
+        {"manufacturer": '"Reference & Sons"', "serial": '"Not Specified"', "part-number": '"Not Specified"'},
+        {"manufacturer": '"Reference"', "serial": '"Not Specified"', "part-number": '"Not Specified"'},
+    ),
+    Change("System.Embedded.1", "no record", "no product name", "system", {}, {"product": None}),
 )
+# Those that somebody has to look at; the others are counted.
+FOUND = {change.fqdd: change.verdict for change in CHANGES if change.verdict != "cannot tell"}
+COUNTED = ("same", "cannot tell")
 
 
-def changed_source(source):
-    """The sample with the three parts replaced."""
-    for change in CHANGES:
-        for name, value in change.fields.items():
-            source = table_source.set_field(source, change.label, name, value)
-    return source
+def sources(source):
+    """The sample as the two boots have it."""
+    texts = []
+    for side in ("before", "after"):
+        text = source
+        for change in CHANGES:
+            for name, value in getattr(change, side).items():
+                text = table_source.set_field(text, change.label, name, value)
+        texts.append(text)
+    return texts
 
 
 def build_tables(program, folder):
     """The dumps for the two boots."""
-    before = machine.SAMPLE.read_text(encoding="utf-8")
     dumps = []
-    for name, text in (("before", before), ("after", changed_source(before))):
+    for name, text in zip(("before", "after"), sources(machine.SAMPLE.read_text(encoding="utf-8"))):
         source = pathlib.Path(folder, name + table_source.SUFFIX)
         source.write_text(text, encoding="utf-8")
         dumps.append(source.with_suffix(".bin"))
@@ -57,18 +83,16 @@ def build_tables(program, folder):
 
 
 def problems(report):
-    """Yields what a report has that it should not, when exactly the three parts were replaced."""
+    """Yields what a report has that it should not, when each device should have its verdict."""
     if not agent_report.succeeded(report):
         yield f"the report ends with '{agent_report.last_line(report)}'"
-    findings = agent_report.findings(report)
-    missing = {change.fqdd for change in CHANGES}
-    for finding in findings:
-        expected = "replaced" if finding.fqdd in missing else "same"
-        if finding.verdict != expected:
-            yield f"{finding.fqdd} is reported as {finding.verdict}, expected: {expected}"
-        missing.discard(finding.fqdd)
-    for fqdd in sorted(missing):
-        yield f"{fqdd} is not reported at all"
+    found = {finding.fqdd: finding.verdict for finding in agent_report.findings(report)}
+    for fqdd in sorted(FOUND.keys() | found.keys()):
+        if FOUND.get(fqdd) != found.get(fqdd):
+            yield f"{fqdd} is reported as {found.get(fqdd, 'nothing')}, expected: {FOUND.get(fqdd, 'nothing')}"
+    for verdict in COUNTED:
+        if not agent_report.counts(report).get(verdict):
+            yield f"no device is '{verdict}'"
 
 
 def show(explanation, report):
@@ -91,22 +115,21 @@ def first_boot(boot):
 
 
 def second_boot(boot):
-    """Compares with the saved state. False: not exactly the three parts were replaced."""
+    """Compares with the saved state. False: not exactly what was changed was found."""
     report = machine.boot(boot, "The second boot")
     if report is None:
         return False
-    parts = ", ".join(f"{change.fqdd} (its {change.what})" for change in CHANGES)
-    show(f"Before the second boot three parts were replaced: {parts}. The agent finds:", report)
+    show("Before the second boot parts were replaced, moved, put in and taken out. The agent finds:", report)
     found = list(problems(report))
     for problem in found:
         machine.note(f"dev: {problem}")
     if not found:
-        print("Exactly these three were reported replaced.", flush=True)
+        print(f"Exactly what was changed was found: {len(set(FOUND.values())) + len(COUNTED)} verdicts, one of each.", flush=True)
     return not found
 
 
 def parse_arguments(arguments):
-    parser = argparse.ArgumentParser(prog="./dev demo", description="Replaces three parts between two boots.")
+    parser = argparse.ArgumentParser(prog="./dev demo", description="Changes parts between two boots: one of each verdict.")
     parser.add_argument("--out", metavar="DIR", type=pathlib.Path, default=machine.ROOT / "build" / "demo")
     parser.add_argument("--images", metavar="DIR", type=pathlib.Path, help="EDK II's output folder; nothing is built then")
     parser.add_argument("--build-table", metavar="PROGRAM", type=pathlib.Path, default=machine.BUILD_TABLE)

@@ -30,12 +30,15 @@ def block_range(lines, label):
 
 
 def set_field(text, label, name, value):
-    """The source with one field of one block changed or added. A block that is like this one changes with it."""
+    """The source with one field of one block changed or added, or without it for None. A block that is like this one changes
+    with it."""
     lines = text.splitlines()
     first, end = block_range(lines, label)
     field = re.compile(rf"{re.escape(name)}\s*=")
     found = [index for index in range(first + 1, end) if field.match(lines[index])]
-    if found:
+    if value is None:
+        del lines[found[0]]
+    elif found:
         lines[found[0]] = f"{name} = {value}"
     else:
         lines.insert(first + 1, f"{name} = {value}")

@@ -31,7 +31,7 @@ constexpr char kSummary[] = "The inventory that TVQSMBIOS makes of an SMBIOS tab
 constexpr char kFooter[] =
     "`tvq COMMAND --help` tells more, with examples.\n"
     "Exit status of every command: 0 nothing was found; 1 something was found; 2 it could not be\n"
-    "done.";
+    "done; 3 no state was saved yet. 1 wins over 2.";
 
 // Options without the names of the options that they exclude or need.
 class HelpFormatter : public CLI::Formatter {

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <iterator>
 
-#include "TvqPlatformPkg/src/agent/show_comparison.h"
 #include "TvqPlatformPkg/src/agent/start.h"
 
 namespace tvq::run {
@@ -125,27 +124,6 @@ Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer) {
                  TextIfAny(answer.BiosInfo->ProductName)};
   }
   return attribute;
-}
-
-Finding ToFinding(const tvqplatform::Finding& found, const tvqplatform::SavedState& saved) {
-  char detail[kSentence];
-  tvqplatform::FormatDetail(found, detail, sizeof(detail));
-  Finding finding;
-  finding.fqdd = WideText(tvqplatform::FqddOf(found));
-  finding.verdict = tvqplatform::VerdictInWords(found.What);
-  finding.detail = detail;
-  const tvqplatform::SavedDevice* const before =
-      found.MovedFrom != nullptr ? found.MovedFrom : found.Saved;
-  if (before != nullptr) {
-    finding.saved = before - &saved[0];
-  }
-  if (found.MovedFrom != nullptr) {
-    finding.movedFrom = WideText(found.MovedFrom->Fqdd);
-  }
-  if (found.Current != nullptr) {
-    finding.status = InWords(found.Status);
-  }
-  return finding;
 }
 
 std::string GuidText(const EFI_GUID& guid) {

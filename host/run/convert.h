@@ -13,7 +13,6 @@
 #include "host/firmware/firmware.h"
 
 #include "TvqPlatformPkg/src/agent/attributes.h"
-#include "TvqPlatformPkg/src/agent/comparison.h"
 #include "TvqPlatformPkg/src/agent/inventory.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
 #include "TvqPlatformPkg/src/smbios/names/device_labels.h"
@@ -41,7 +40,6 @@ Table ToTable(const tvqplatform::Capture& capture, EntryPoints shown);
 std::vector<DeviceLabel> ToLabels(const tvqplatform::DeviceLabels& labels);
 Record ToRecord(const tvqplatform::DeviceInventory& device);
 Attribute ToAttribute(const tvqplatform::AttributeAnswer& answer);
-Finding ToFinding(const tvqplatform::Finding& found, const tvqplatform::SavedState& saved);
 
 }  // namespace tvq::run
 

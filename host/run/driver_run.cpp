@@ -16,6 +16,8 @@
 #include "host/firmware/firmware.h"
 #include "host/run/convert.h"
 #include "host/run/saved_states.h"
+#include "host/run/started.h"
+#include "host/run/to_comparison.h"
 #include "images/agent.h"
 #include "images/driver.h"
 #include "images/platform.h"
@@ -24,16 +26,16 @@ extern "C" {
 #include <Protocol/DebugLog.h>
 }
 
+#include "TvqPlatformPkg/src/agent/ask_driver.h"
 #include "TvqPlatformPkg/src/agent/attributes.h"
-#include "TvqPlatformPkg/src/agent/comparison.h"
 #include "TvqPlatformPkg/src/agent/inventory.h"
-#include "TvqPlatformPkg/src/agent/show_comparison.h"
 #include "TvqPlatformPkg/src/agent/start.h"
 #include "TvqPlatformPkg/src/smbios/capture.h"
 #include "TvqPlatformPkg/src/smbios/conform.h"
 #include "TvqPlatformPkg/src/smbios/names/device_labels.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
 #include "TvqPlatformPkg/src/states/accepted_devices.h"
+#include "TvqPlatformPkg/src/states/state_format.h"
 
 namespace tvq::run {
 namespace {
@@ -61,23 +63,6 @@ std::optional<DeviceLabel> FindLabel(const std::vector<DeviceLabel>& labels, con
     return label.hasRecord && std::equal(label.key.begin(), label.key.end(), std::begin(key.Data));
   });
   return found == labels.end() ? std::nullopt : std::optional(*found);
-}
-
-std::string FindLabelText(const std::vector<DeviceLabel>& labels, const std::u16string& fqdd) {
-  const auto found = std::find_if(labels.begin(), labels.end(),
-                                  [&fqdd](const DeviceLabel& label) { return label.fqdd == fqdd; });
-  return found == labels.end() ? std::string() : found->text;
-}
-
-// Throws StateError. The bytes have to stay while the state is used.
-void ReadSavedState(const Bytes& state, tvqplatform::SavedState& saved) {
-  const EFI_STATUS status = saved.Read(ViewOf(state));
-  if (status == EFI_INCOMPATIBLE_VERSION) {
-    throw StateError("was saved by another version of this program");
-  }
-  if (EFI_ERROR(status)) {
-    throw StateError("is no saved state, or is damaged");
-  }
 }
 
 }  // namespace
@@ -349,38 +334,44 @@ bool DriverRun::AreEqual(const Bytes& state, const Bytes& other) {
   return left.Version == right.Version && FileOf(left.Content, 1, 0) == FileOf(right.Content, 1, 0);
 }
 
-std::vector<SavedDevice> DriverRun::ReadState(const Bytes& state) {
-  tvqplatform::SavedState saved;
-  ReadSavedState(state, saved);
-  std::vector<SavedDevice> devices;
-  for (UINTN i = 0; i < saved.Size(); ++i) {
-    devices.push_back({WideText(saved[i].Fqdd), CopyOf(saved[i].Data)});
+StateTable DriverRun::ReadStateTable(const Bytes& state) {
+  tvqplatform::StoredState stored;
+  ReadInto(state, stored);
+  const tvqplatform::Snapshot& content = stored.Content;
+  StateTable kept;
+  kept.isAsIs = (content.Options & tvqplatform::kSnapshotAsIs) != 0;
+  kept.origin.isRedacted = (content.Options & tvqplatform::kSnapshotRedacted) != 0;
+  if (!content.Table.Structures.Empty()) {
+    kept.table.emplace();
+    kept.table->major = content.Table.Major;
+    kept.table->minor = content.Table.Minor;
+    kept.table->structureCount = content.Table.StructureCount;
+    kept.table->structures = CopyOf(content.Table.Structures);
   }
-  return devices;
+  return kept;
 }
 
-Comparison DriverRun::Compare(const Bytes& state) {
-  tvqplatform::SavedState saved;
-  ReadSavedState(state, saved);
+Comparison DriverRun::Compare(const Bytes& state, const Origin& origin,
+                              const CompareOptions& options) {
+  tvqplatform::StoredState saved;
+  ReadInto(state, saved);
+  tvqplatform::BootSnapshot now;
+  mImpl->started->Take(origin, now);
   tvqplatform::Inventory inventory;
   CollectInto(inventory);
   tvqplatform::Comparison result;
-  if (EFI_ERROR(result.Run(inventory, saved))) {
-    throw std::bad_alloc();
-  }
-  Comparison comparison;
-  for (UINTN i = 0; i < result.Size(); ++i) {
-    comparison.findings.push_back(ToFinding(result[i], saved));
-    Finding& finding = comparison.findings.back();
-    finding.label = FindLabelText(mImpl->labels, finding.fqdd);
-  }
-  for (UINTN i = 0; i < tvqplatform::kVerdictCount; ++i) {
-    const auto verdict = static_cast<tvqplatform::Verdict>(i);
-    comparison.counts.emplace_back(tvqplatform::VerdictInWords(verdict), result.Count(verdict));
-  }
-  comparison.foundSomething = result.FoundSomething();
-  comparison.foundTrouble = result.FoundTrouble();
-  return comparison;
+  Require(result.Run(saved.Content, now.Get(), tvqplatform::QuestionFor(inventory)));
+  return ToComparison(result, options);
+}
+
+Comparison DriverRun::CompareStates(const Bytes& before, const Bytes& after,
+                                    const CompareOptions& options) {
+  tvqplatform::StoredState sides[2];
+  ReadInto(before, sides[0]);
+  ReadInto(after, sides[1]);
+  tvqplatform::Comparison result;
+  Require(result.Run(sides[0].Content, sides[1].Content, {}));
+  return ToComparison(result, options);
 }
 
 }  // namespace tvq::run

@@ -22,6 +22,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/run/comparison.h"
+
 namespace tvq::run {
 
 using Bytes = std::vector<uint8_t>;
@@ -165,28 +167,11 @@ struct StateFit {
   std::vector<std::string> holes;  // a line for each device that nothing can be compared with
 };
 
-// One device of a saved state.
-struct SavedDevice {
-  std::u16string fqdd;  // empty for a device without one
-  Bytes blobs;          // one behind the other
-};
-
-// What became of one device since a state was saved.
-struct Finding {
-  std::u16string fqdd;  // empty for a device without one
-  std::string label;    // what this machine's own table calls its place; empty where it does not
-  std::string verdict;  // "same", "replaced", "new", "moved", "gone" or "not verified"
-  std::optional<std::u16string> movedFrom;
-  std::optional<size_t> saved;  // the device of the state that it is or was, none for a new one
-  std::optional<std::string> status;  // what Verify returned; none for a device that is gone
-  std::string detail;                 // where it was, or why it was not verified
-};
-
-struct Comparison {
-  std::vector<Finding> findings;
-  std::vector<std::pair<std::string, size_t>> counts;  // of every verdict
-  bool foundSomething = false;
-  bool foundTrouble = false;
+// The table that a saved state was made of.
+struct StateTable {
+  std::optional<Table> table;  // nothing where it was not kept
+  bool isAsIs = false;         // the driver read it as it stands
+  Origin origin;
 };
 
 // A question for the slot or the onboard device at a PCI address.
@@ -234,8 +219,8 @@ class DriverRun {
   // Publishes the table, starts the driver and collects everything. Once in its life.
   Results Run(const Table& table);
 
-  // The devices of a saved state. Throws StateError.
-  std::vector<SavedDevice> ReadState(const Bytes& state);
+  // Throws StateError.
+  StateTable ReadStateTable(const Bytes& state);
 
   // After Run: asks the driver as a platform would.
   SlotAnswer AskSlot(const SlotQuery& query);
@@ -255,7 +240,9 @@ class DriverRun {
   // Whether the states differ in nothing but number and time. Throws StateError.
   bool AreEqual(const Bytes& state, const Bytes& other);
   // After Run: what became of each device since the state was saved. Throws StateError.
-  Comparison Compare(const Bytes& state);
+  Comparison Compare(const Bytes& state, const Origin& origin, const CompareOptions& options);
+  // What became of each device between two saved states. No driver is asked. Throws StateError.
+  Comparison CompareStates(const Bytes& before, const Bytes& after, const CompareOptions& options);
 
  private:
   struct Impl;

@@ -90,14 +90,14 @@ WITHOUT = (
     Run("", failed("the driver's start failed: Not Found"), has=("Records: none",), log_has_not=("MakeDIMMs",)),
     "TvqFaults with prerequisite",
     Run("", has=("Start: Success", "Records: 15"), log_has=("MakeDIMMs",)),
-    # What only comparing needs.
+    # What only comparing needs, and not where nothing changed.
     "TvqFaults without management",
-    Run("", has=("not verified",), has_not=("Summary: 15 same",)),
+    Run("", has=("Summary: ",), has_not=("not verified",)),
     "TvqFaults with management",
     "TvqFaults without xml",
-    Run("", has=("not verified",), has_not=("Summary: 15 same",)),
+    Run("", has=("Summary: ",), has_not=("not verified",)),
     "TvqFaults with xml",
-    Run("", has=("Summary: 15 same",)),
+    Run("", has=("Summary: ",), has_not=("not verified",)),
 )
 
 MOVED = (

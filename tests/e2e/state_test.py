@@ -17,6 +17,10 @@ import state_file
 FIRST, SECOND = "machine-TVQ2S01/state-1.bin", "machine-TVQ2S01/state-2.bin"
 
 
+def so_before(finding):
+    return any("so it was in the saved state" in line for line in finding.lines)
+
+
 class Expectations:
     """Checks one boot after another; the first one that is not as expected ends the test with its report."""
 
@@ -39,12 +43,13 @@ class Expectations:
         self.check(agent_report.last_line(self.report).startswith(agent_report.FAILED + reason), f"it fails: {reason}")
 
     def finds_the_same(self):
-        findings = agent_report.findings(self.report)
-        self.check(findings and all(finding.verdict == "same" for finding in findings), "every device is the same")
+        """Nothing to look at, but what was so in the saved state too."""
+        findings = [finding for finding in agent_report.findings(self.report) if not so_before(finding)]
+        self.check(not findings and agent_report.counts(self.report).get("same"), "every device is the same")
 
-    def finds_the_three_parts(self):
+    def finds_every_verdict(self):
         problems = list(demo.problems(self.report))
-        self.check(not problems, f"three parts replaced, but {'; '.join(problems)}")
+        self.check(not problems, f"each device has its verdict, but {'; '.join(problems)}")
 
     def says_of_the_state(self, start):
         self.check(agent_report.state_line(self.report).startswith(start), f"a line 'State: {start}...'")
@@ -70,7 +75,7 @@ def accepted(options):
 
     expect.boot("a changed machine is accepted", expect.after, "accept")
     expect.succeeds()
-    expect.finds_the_three_parts()
+    expect.finds_every_verdict()
     expect.says_of_the_state("accepted")
     accepted_state = expect.machine.state()
     expect.check(accepted_state.get(FIRST) == original[FIRST], f"{FIRST} is unchanged")
@@ -116,13 +121,13 @@ LONG_WWN = (
     b"<Configuration><dimmData><Speed/><PartNumber/></dimmData></Configuration></tvqComponent>"
 )
 ENTITIES = b'<!DOCTYPE a [<!ENTITY b "bbbbbbbbbb"><!ENTITY c "&b;&b;&b;">]><tvqComponent>&c;</tvqComponent>'
-# What an attacker might store for a device, and what the agent has to say of it.
+# What an attacker might store for a device, and what the agent has to say of it: its numbers are the same in both tables.
 HOSTILE = {
-    "CPU.Socket.1": (NESTED, "not verified: the saved document is laid out otherwise"),
-    "CPU.Socket.2": (b"<tvqComponent><Inventory>", "not verified: the saved document is not well-formed"),
-    "DIMM.Socket.A1": (LONG_WWN, "replaced"),
-    "DIMM.Socket.A2": (ENTITIES, "not verified: the saved document is not well-formed"),
-    "DIMM.Socket.A3": (b"<tvqComponent/>", "not verified: "),
+    "CPU.Socket.1": (NESTED, "changed", "it is laid out otherwise"),
+    "CPU.Socket.2": (b"<tvqComponent><Inventory>", "changed", "it is not well-formed"),
+    "DIMM.Socket.A1": (LONG_WWN, "replaced", "says the driver"),
+    "DIMM.Socket.A2": (ENTITIES, "changed", "it is not well-formed"),
+    "DIMM.Socket.A3": (b"<tvqComponent/>", "changed", ""),
 }
 
 
@@ -131,15 +136,16 @@ def hostile(options):
     expect = Expectations(options)
     expect.boot("the first boot saves", expect.before)
     saved = expect.machine.state()[FIRST]
-    documents = {fqdd: document for fqdd, (document, _) in HOSTILE.items()}
+    documents = {fqdd: document for fqdd, (document, *_) in HOSTILE.items()}
     state = {FIRST: state_file.with_documents(saved, documents)}
     (expect.machine.out / FIRST).write_bytes(state[FIRST])
     expect.boot("hostile documents are compared", expect.before)
     expect.succeeds()
-    lines = {line.split()[0]: line for line in expect.report[expect.report.index("Since the saved state:") :].splitlines() if line.startswith("  ")}
-    for fqdd in state_file.fqdds(saved):
-        wanted = HOSTILE[fqdd][1] if fqdd in HOSTILE else "same"
-        expect.check(wanted in lines.get(fqdd, ""), f"{fqdd}: {wanted}")
+    found = {finding.fqdd: finding for finding in agent_report.findings(expect.report)}
+    expect.check(found.keys() == HOSTILE.keys(), f"findings of {', '.join(HOSTILE)} alone")
+    for fqdd, (_, verdict, why) in HOSTILE.items():
+        expect.check(found[fqdd].verdict == verdict, f"{fqdd}: {verdict}")
+        expect.check(any(why in line for line in found[fqdd].lines), f"{fqdd}: {why}")
     expect.keeps(state)
 
 

@@ -15,13 +15,14 @@ COMPARED = """Records: 2
   DIMM.Socket.0  DIMM 0 same
 
 Since the saved state:
-  CPU.Socket.1                    CPU1              same
-  CPU Socket 2                    CPU 2             replaced
-  -                               -                 new
-  DIMM.Socket.A1                  P1-DIMMA1         moved: was DIMM.Socket.B1
-  DIMM.Socket.B1.with.more.than.thirty  A label with more than 16  gone
-  System.Embedded.1               -                 not verified: the saved document is laid out otherwise
-Summary: 1 same, 1 replaced, 1 new, 1 moved, 1 gone, 1 not verified
+  CPU Socket 2 (CPU 2): replaced
+      another part than was here, says the driver
+      Configuration/cpuData/CoreCount: 32 -> 36
+  memory module: new
+  DIMM.Socket.A1 (P1-DIMMA1): moved from DIMM.Socket.B1 (P1-DIMMB1)
+  DIMM.Socket.B1.with.more.than.thirty (A label (with more)): gone
+  System.Embedded.1: not verified
+Summary: 1 same, 2 cannot tell, 1 replaced, 1 gone, 1 new, 1 moved, 1 not verified
 State: left as it was saved; the option accept saves this boot's
 
 TvqAgent: success
@@ -53,7 +54,13 @@ class State(unittest.TestCase):
     def test_the_section_goes_from_the_comparison_to_the_state(self):
         section = agent_report.state_section(COMPARED)
         self.assertEqual((section[0], section[-1]), ("Since the saved state:", COMPARED.splitlines()[-3]))
-        self.assertEqual(len(section), 9)
+        self.assertEqual(len(section), 10)
+
+    def test_of_an_unchanged_machine_it_begins_with_the_summary(self):
+        quiet = "Saved\n\nSummary: 3 same\nState: left as it was saved\n\nTvqAgent: success\n"
+        self.assertEqual(agent_report.state_section(quiet), ["Summary: 3 same", "State: left as it was saved"])
+        self.assertEqual(agent_report.findings(quiet), [])
+        self.assertEqual(agent_report.counts(quiet), {"same": 3})
 
     def test_a_first_boot_has_only_the_state(self):
         self.assertEqual(agent_report.state_section(FIRST), ["State: saved; later boots are compared with it"])
@@ -68,18 +75,25 @@ class State(unittest.TestCase):
 
 
 class Findings(unittest.TestCase):
-    def test_every_device_has_its_verdict_and_what_is_added_to_it(self):
+    def test_every_device_has_its_verdict_and_what_stands_below(self):
+        below = ("another part than was here, says the driver", "Configuration/cpuData/CoreCount: 32 -> 36")
         self.assertEqual(
             agent_report.findings(COMPARED),
             [
-                Finding("CPU.Socket.1", "CPU1", "same", ""),
-                Finding("CPU Socket 2", "CPU 2", "replaced", ""),
-                Finding("-", "-", "new", ""),
-                Finding("DIMM.Socket.A1", "P1-DIMMA1", "moved", "was DIMM.Socket.B1"),
-                Finding("DIMM.Socket.B1.with.more.than.thirty", "A label with more than 16", "gone", ""),
-                Finding("System.Embedded.1", "-", "not verified", "the saved document is laid out otherwise"),
+                Finding("CPU Socket 2", "CPU 2", "replaced", "", below),
+                Finding("memory module", "", "new", "", ()),
+                Finding("DIMM.Socket.A1", "P1-DIMMA1", "moved", "from DIMM.Socket.B1 (P1-DIMMB1)", ()),
+                Finding("DIMM.Socket.B1.with.more.than.thirty", "A label (with more)", "gone", "", ()),
+                Finding("System.Embedded.1", "", "not verified", "", ()),
             ],
         )
+
+    def test_the_summary_counts_all(self):
+        self.assertEqual(
+            agent_report.counts(COMPARED),
+            {"same": 1, "cannot tell": 2, "replaced": 1, "gone": 1, "new": 1, "moved": 1, "not verified": 1},
+        )
+        self.assertEqual(agent_report.counts(FIRST), {})
 
 
 if __name__ == "__main__":

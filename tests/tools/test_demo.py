@@ -9,6 +9,7 @@ import tempfile
 import unittest
 
 import scripts  # noqa: F401
+import agent_report
 import demo
 import machine
 import table_source
@@ -27,11 +28,11 @@ name = "Two"
 
 
 def report(**verdicts):
-    """A report in which the three parts were replaced, but for what is given."""
-    findings = {change.fqdd: "replaced" for change in demo.CHANGES} | {"System.Embedded.1": "same"}
-    findings |= {fqdd.replace("_", "."): verdict for fqdd, verdict in verdicts.items()}
-    lines = [f"  {fqdd:30}  {verdict}" for fqdd, verdict in findings.items() if verdict]
-    return "\n".join(["Since the saved state:", *lines, "Summary: some", "State: left", "", "TvqAgent: success", ""])
+    """A report in which each device has its verdict, but for what is given."""
+    findings = demo.FOUND | {fqdd.replace("_", "."): verdict for fqdd, verdict in verdicts.items()}
+    lines = [f"  {fqdd} (label): {verdict}" for fqdd, verdict in findings.items() if verdict]
+    summary = "Summary: 5 same, 1 cannot tell"
+    return "\n".join(["Since the saved state:", *lines, summary, "State: left", "", "TvqAgent: success", ""])
 
 
 class Source(unittest.TestCase):
@@ -41,6 +42,9 @@ class Source(unittest.TestCase):
 
     def test_a_field_that_is_not_there_is_added_to_its_block_alone(self):
         self.assertEqual(table_source.set_field(SOURCE, "three", "name", '"3"'), SOURCE + 'name = "3"\n')
+
+    def test_a_field_is_taken_away(self):
+        self.assertEqual(table_source.set_field(SOURCE, "one", "name", None), SOURCE.replace('name  = "One"\n', ""))
 
     def test_a_block_that_is_like_another_is_not_the_other(self):
         self.assertEqual([table_source.own_label(line) for line in SOURCE.splitlines() if "[" in line], ["one", None, "three"])
@@ -63,39 +67,47 @@ class Source(unittest.TestCase):
 
 
 class Sample(unittest.TestCase):
-    def test_exactly_the_fields_of_the_three_parts_change(self):
-        before = machine.SAMPLE.read_text(encoding="utf-8")
-        after = set(demo.changed_source(before).splitlines()) - set(before.splitlines())
-        fields = {f"{name} = {value}" for change in demo.CHANGES for name, value in change.fields.items()}
-        self.assertEqual(after, fields)
+    def test_exactly_the_fields_of_these_parts_change(self):
+        sample = machine.SAMPLE.read_text(encoding="utf-8")
+        for text, side in zip(demo.sources(sample), ("before", "after")):
+            fields = {f"{name} = {value}" for change in demo.CHANGES for name, value in getattr(change, side).items() if value}
+            self.assertEqual(set(text.splitlines()) - set(sample.splitlines()), fields - set(sample.splitlines()))
 
     def test_no_other_block_takes_over_what_changes(self):
         for line in machine.SAMPLE.read_text(encoding="utf-8").splitlines():
             for change in demo.CHANGES:
                 self.assertNotRegex(line, rf"^\[.*like @{change.label}\b")
 
+    def test_there_is_one_of_each_verdict(self):
+        shown = {change.verdict for change in demo.CHANGES} | {"same"}
+        self.assertEqual(shown, set(agent_report.VERDICTS))
+
 
 class Verdict(unittest.TestCase):
     def problems(self, **verdicts):
         return list(demo.problems(report(**verdicts)))
 
-    def test_the_three_parts_and_nothing_else_is_what_is_expected(self):
+    def test_these_and_nothing_else_is_what_is_expected(self):
         self.assertEqual(self.problems(), [])
 
-    def test_a_part_that_is_reported_the_same_is_a_problem(self):
+    def test_a_part_that_has_another_verdict_is_a_problem(self):
         self.assertEqual(
-            self.problems(DIMM_Socket_A3="same"), ["DIMM.Socket.A3 is reported as same, expected: replaced"]
+            self.problems(DIMM_Socket_A3="changed"), ["DIMM.Socket.A3 is reported as changed, expected: replaced"]
         )
 
     def test_a_part_that_is_not_reported_is_a_problem(self):
-        self.assertEqual(self.problems(DIMM_Socket_A3=None), ["DIMM.Socket.A3 is not reported at all"])
+        self.assertEqual(self.problems(DIMM_Socket_A3=None), ["DIMM.Socket.A3 is reported as nothing, expected: replaced"])
 
-    def test_a_fourth_part_is_a_problem(self):
-        for verdict in ("replaced", "new", "moved", "gone", "not verified"):
+    def test_a_part_that_was_left_alone_and_is_reported_is_a_problem(self):
+        for verdict in agent_report.VERDICTS:
             with self.subTest(verdict=verdict):
                 self.assertEqual(
-                    self.problems(DIMM_Socket_A1=verdict), [f"DIMM.Socket.A1 is reported as {verdict}, expected: same"]
+                    self.problems(DIMM_Socket_A1=verdict), [f"DIMM.Socket.A1 is reported as {verdict}, expected: nothing"]
                 )
+
+    def test_no_part_that_is_counted_is_a_problem(self):
+        text = report().replace("5 same, 1 cannot tell", "6 same")
+        self.assertEqual(list(demo.problems(text)), ["no device is 'cannot tell'"])
 
     def test_a_run_that_failed_is_a_problem(self):
         found = list(demo.problems(report().replace("success", "failed: something")))

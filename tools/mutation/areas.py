@@ -19,7 +19,7 @@ AREAS = {
                     "TvqSmbiosPkg/Include/TvqCpp.h", "TvqSmbiosPkg/Include/TvqSpan.h"),
                    frozenset({"driver", "tvq_smbios_table", "tvq_devices", "tvq_blobs"})),
     "platform": Area(("TvqPlatformPkg/src", "TvqSmbiosPkg/Application"), frozenset({"platform", "platform_test", "agent"})),
-    "agent": Area(("TvqPlatformPkg/src/agent", "TvqPlatformPkg/src/states"), frozenset({"agent"})),
+    "agent": Area(("TvqPlatformPkg/src/agent", "TvqPlatformPkg/src/compare", "TvqPlatformPkg/src/states"), frozenset({"agent"})),
     "table": Area(("host/table",), frozenset({"tvq_table", "tvq_lint", "tvq_cli"})),
     "run": Area(("host/run",), frozenset({"tvq_cli"})),
     "lint": Area(("host/lint",), frozenset({"tvq_lint", "tvq_cli"})),

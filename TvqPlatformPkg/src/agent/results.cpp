@@ -6,12 +6,13 @@
 
 #include "results.h"
 
+#include "../compare/lines.h"
+#include "ask_driver.h"
 #include "attributes.h"
 #include "calendar.h"
 #include "file_names.h"
 #include "messages.h"
 #include "show.h"
-#include "show_comparison.h"
 #include "state_check.h"
 
 namespace tvqplatform {
@@ -27,6 +28,10 @@ namespace {
     }
   }
   return true;
+}
+
+void AddToReport(VOID* report, const CHAR8* line) {
+  AddLine(static_cast<RunReport*>(report), "%a", line);
 }
 
 }  // namespace
@@ -113,17 +118,17 @@ void Results::CheckState(const Inventory& inventory) {
   StateCheck(mVolume, mReport, mOptions).Run(now.Get(), {Question::Run, &question});
 }
 
-void Results::CompareWithState(const Inventory& inventory, const Snapshot&,
-                               const Snapshot& snapshot) {
+void Results::CompareWithState(const Inventory& inventory, const Snapshot& now,
+                               const Snapshot& saved) {
   Comparison comparison;
-  SavedState saved;
-  const EFI_STATUS status =
-      saved.Take(snapshot) ? comparison.Run(inventory, saved) : EFI_OUT_OF_RESOURCES;
-  if (EFI_ERROR(status)) {
-    mReport.FailWithStatus("the devices cannot be compared", status, kRestart);
+  if (!comparison.Run(saved, now, QuestionFor(inventory))) {
+    mReport.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
     return;
   }
-  ShowComparison(mReport, comparison, mTable.Labels);
+  if (!IsQuiet(comparison)) {
+    AddLine(&mReport, "Since the saved state:");
+  }
+  WriteComparison(comparison, Wanted::kFindings, {AddToReport, &mReport, true});
 }
 
 }  // namespace tvqplatform

@@ -8,18 +8,16 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "host/cli/compare/comparison_summary.h"
+#include "host/cli/compare/comparison_output.h"
 #include "host/cli/compare/diff_fields.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
-#include "host/cli/compare/state_table.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
-
-#include <nlohmann/json.hpp>
 
 namespace tvq::cli {
 namespace {
@@ -30,13 +28,16 @@ constexpr CommandText kText = {
     "diff", "Compares two tables, or two saved states, device by device",
     "BEFORE and AFTER are captured tables, '-', states (the folder that `tvq save` was given, or "
     "the\n"
-    "file in it), or one of each. The driver itself says which devices were replaced; below each\n"
-    "device stand the fields of its document that changed, and, for two tables, below that the\n"
-    "structures that changed. Devices in which nothing changed are only counted.",
+    "file in it), or one of each. Every device gets its verdict as from `tvq verify`, with the "
+    "fields\n"
+    "of its document that changed; below stand the structures that changed, where both sides have "
+    "a\n"
+    "table. Devices on which nothing is to be looked at are only counted.",
     "  tvq diff before.bin after.bin\n"
     "  tvq diff /var/lib/tvq dump.bin\n"
     "  tvq diff --json state-1 state-2\n",
-    "0 nothing differs; 1 something does; 2 something could not be compared or read."};
+    "0 nothing differs; 1 something does; 2 something could not be compared or read. 1 wins over\n"
+    "2."};
 constexpr std::string_view kStateMagic = "TVQSTATE";
 
 struct DiffOptions {
@@ -44,26 +45,21 @@ struct DiffOptions {
   std::string after;
   bool conform = true;
   bool json = false;
+  bool isVerbose = false;
   RedactOptions redact;
 };
 
 // One of the two.
 struct Side {
   std::string name;
-  bool isState = false;
-  run::Bytes state;  // of a table: after it ran
-  run::Table table;  // as it was read; of a state: one with its devices
-  std::vector<Device> devices;
-};
-
-struct DeviceChange {
-  run::Finding finding;
-  std::vector<FieldChange> fields;
+  std::optional<run::Bytes> state;  // of a table: none until it ran
+  std::optional<run::Table> table;  // as the machine published it; none in a state without one
+  bool isAsIs = false;
+  run::Origin origin;
 };
 
 struct Difference {
   run::Comparison comparison;
-  std::vector<DeviceChange> devices;
   std::vector<StructureChange> structures;
 };
 
@@ -91,92 +87,86 @@ std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& pat
 }
 
 // Runs the driver on the side's table.
-void Run(run::DriverRun& driver, Side& side, const DiffOptions& options, const Console& console) {
-  TableOptions table;
-  table.file = side.name;
-  table.conform = options.conform;
-  run::Table ran = side.table;
-  if (options.conform && !side.isState) {
-    run::Conformed conformed = driver.Conform(ran);
+void Run(run::DriverRun& driver, const Side& side, const Console& console) {
+  TableOptions options;
+  options.file = side.name;
+  options.conform = !side.isAsIs;
+  run::Table table = *side.table;
+  if (options.conform) {
+    run::Conformed conformed = driver.Conform(table);
     if (conformed.isRefused) {
       throw InputError(fmt::format("{} cannot be conformed: {}", side.name, conformed.summary),
                        "run with --as-is");
     }
-    ran = std::move(conformed.table);
+    table = std::move(conformed.table);
   }
-  const run::Results results = RunDriver(driver, ran, table, console);
-  if (results.records.empty()) {
+  if (RunDriver(driver, table, options, console).records.empty()) {
     throw InputError(
         fmt::format("the driver made no record of {}", side.name),
         options.conform ? "`tvq show` tells why" : "without --as-is, the table is made fit for it");
   }
-  if (!side.isState) {
-    side.state = driver.State();
-    side.devices = ToDevices(driver.ReadState(side.state));
-  }
 }
 
-Side Load(run::DriverRun& driver, const std::string& path, const Console& console) {
+Side Load(run::DriverRun& driver, const std::string& path, const DiffOptions& options,
+          const Console& console) {
   Side side;
   side.name = path;
-  if (std::optional<run::Bytes> state = StateIn(driver, path, console)) {
-    side.isState = true;
-    side.state = std::move(*state);
-    try {
-      side.devices = ToDevices(driver.ReadState(side.state));
-    } catch (const run::StateError& error) {
-      throw InputError(fmt::format("{} {}", path, error.what()),
-                       "look whether a state before it is whole");
-    }
-    side.table = TableOf(side.devices);
-  } else {
-    TableOptions options;
-    options.file = path;
-    side.table = ReadTable(driver, options, console);
+  side.state = StateIn(driver, path, console);
+  if (!side.state) {
+    TableOptions table;
+    table.file = path;
+    side.isAsIs = !options.conform;
+    side.table = ReadTable(driver, table, console);
+    return side;
+  }
+  try {
+    run::StateTable kept = driver.ReadStateTable(*side.state);
+    side.table = std::move(kept.table);
+    side.isAsIs = kept.isAsIs;
+    side.origin = kept.origin;
+  } catch (const run::StateError& error) {
+    throw InputError(fmt::format("{} {}", path, error.what()),
+                     "name another state, or the table that it was saved of");
   }
   return side;
 }
 
-// The n-th device of that name; null when there is none.
-const Device* FindDevice(const std::vector<Device>& devices, const std::string& fqdd, size_t n) {
-  for (const Device& device : devices) {
-    if (device.fqdd == fqdd && n-- == 0) {
-      return &device;
+// The changes as a document, in which the secrets are found by the names of its elements.
+Element DocumentOf(const std::vector<run::FieldChange>& changes) {
+  constexpr std::string_view kNumber = "SerialNumber";
+  Element document;
+  for (const run::FieldChange& change : changes) {
+    const std::string name = change.field.substr(change.field.rfind('/') + 1);
+    for (const std::optional<std::string>& text : {change.before, change.after}) {
+      Element element;
+      element.name = name == kNumber ? "WWN" : name;
+      element.text = text.value_or("");
+      document.children.push_back(std::move(element));
     }
   }
-  return nullptr;
-}
-
-std::vector<DeviceChange> DiffDevices(const Side& before, const Side& after,
-                                      const run::Comparison& comparison) {
-  std::vector<DeviceChange> changes;
-  for (const run::Finding& finding : comparison.findings) {
-    DeviceChange change = {finding, {}};
-    const std::string fqdd = Printable(finding.fqdd);
-    const auto n = static_cast<size_t>(std::count_if(
-        changes.begin(), changes.end(),
-        [&finding](const DeviceChange& one) { return one.finding.fqdd == finding.fqdd; }));
-    const Device* const now = FindDevice(after.devices, fqdd, n);
-    if (finding.verdict != "gone" && finding.saved && now != nullptr && now->document) {
-      const std::optional<Element>& old = before.devices[*finding.saved].document;
-      change.fields = old ? DiffDocuments(*old, *now->document) : std::vector<FieldChange>();
-    }
-    changes.push_back(std::move(change));
-  }
-  return changes;
+  return document;
 }
 
 // Once the driver has compared them.
-void Redact(Side& before, Side& after, const Masker& masker) {
-  std::vector<Element*> documents;
+void Redact(Side& before, Side& after, const Masker& masker,
+            std::vector<run::FieldChange>& changes) {
+  std::vector<std::vector<uint8_t>*> tables;
   for (Side* const side : {&before, &after}) {
-    for (Device& device : side->devices) {
-      if (device.document) {
-        documents.push_back(&*device.document);
-      }
+    if (side->table) {
+      tables.push_back(&side->table->structures);
     }
   }
-  RedactTogether({&before.table.structures, &after.table.structures}, documents, masker);
+  Element document = DocumentOf(changes);
+  RedactTogether(tables, {&document}, masker);
+  auto masked = document.children.begin();
+  for (run::FieldChange& change : changes) {
+    for (std::optional<std::string>* const text : {&change.before, &change.after}) {
+      if (*text) {
+        *text = masked->text;
+      }
+      ++masked;
+    }
+  }
 }
 
 Difference Compare(const DiffOptions& options, const Console& console) {
@@ -184,33 +174,36 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   Side before;
   {
     run::DriverRun driver;
-    before = Load(driver, options.before, console);
-    if (!before.isState) {
-      Run(driver, before, options, console);
+    before = Load(driver, options.before, options, console);
+    if (!before.state) {
+      Run(driver, before, console);
+      before.state = driver.State(before.origin);
     }
   }
   run::DriverRun driver;
-  Side after = Load(driver, options.after, console);
-  Run(driver, after, options, console);
-  Difference difference;
-  difference.comparison = driver.Compare(before.state);
-  if (after.isState) {
-    // The table that stands in for a state has the names, and not what a machine prints.
-    for (run::Finding& finding : difference.comparison.findings) {
-      finding.label.clear();
-    }
-  }
+  Side after = Load(driver, options.after, options, console);
+  run::CompareOptions how;
+  how.isVerbose = options.isVerbose;
+  how.isAscii = console.terminal.isAscii;
   if (masker) {
-    Redact(before, after, *masker);
+    how.mask = [&](std::vector<run::FieldChange>& changes) {
+      Redact(before, after, *masker, changes);
+    };
   }
-  difference.devices = DiffDevices(before, after, difference.comparison);
-  if (!before.isState && !after.isState) {
-    difference.structures = DiffTables(before.table, after.table);
+  Difference difference;
+  if (after.table) {
+    Run(driver, after, console);
+    difference.comparison = driver.Compare(*before.state, after.origin, how);
+  } else {
+    difference.comparison = driver.CompareStates(*before.state, *after.state, how);
+  }
+  if (before.table && after.table && !difference.comparison.hasOtherOptions) {
+    difference.structures = DiffTables(*before.table, *after.table);
   }
   return difference;
 }
 
-std::string FieldText(const FieldChange& change, const Terminal& terminal) {
+std::string FieldText(const run::FieldChange& change, const Terminal& terminal) {
   const auto side = [&terminal](const std::optional<std::string>& text, Ink ink) {
     return text ? Painted(terminal, ink, text->empty() ? "(empty)" : *text) : "(none)";
   };
@@ -218,90 +211,44 @@ std::string FieldText(const FieldChange& change, const Terminal& terminal) {
                      side(change.after, Ink::kGreen));
 }
 
-std::string FieldsText(const std::vector<FieldChange>& fields, const Terminal& terminal) {
-  std::string text;
-  for (const FieldChange& change : fields) {
-    text += FieldText(change, terminal);
-  }
-  return text;
-}
-
-std::string ToText(const Difference& difference, const Terminal& terminal) {
-  std::string text;
-  for (const auto& [finding, fields] : difference.devices) {
-    if (finding.verdict == "same" && fields.empty()) {
-      continue;
-    }
-    const std::string fqdd = finding.fqdd.empty() ? "-" : Printable(finding.fqdd);
-    const std::string label =
-        finding.label.empty() ? "" : fmt::format(" ({})", LabelText(finding.label));
-    text += fmt::format("{}{}  {}{}{}\n", Painted(terminal, Ink::kBold, fqdd), label,
-                        finding.verdict == "same" ? "same part, other values" : finding.verdict,
-                        finding.detail.empty() ? "" : ": ", finding.detail);
-    text += FieldsText(fields, terminal);
-  }
-  text += "Summary: " + SummaryInWords(difference.comparison) + '\n';
+void PrintStructures(const Difference& difference, const Console& console) {
   if (!difference.structures.empty()) {
-    text += "\n" + Painted(terminal, Ink::kBold, "Structures") + "\n";
+    console.out << '\n' << Painted(console.terminal, Ink::kBold, "Structures") << '\n';
   }
   for (const StructureChange& change : difference.structures) {
-    text += fmt::format("  {}{}\n", change.structure,
-                        change.isAdded     ? ": added"
-                        : change.isRemoved ? ": gone"
-                                           : "");
-    text += FieldsText(change.fields, terminal);
+    console.out << fmt::format("  {}{}\n", change.structure,
+                               change.isAdded     ? ": added"
+                               : change.isRemoved ? ": gone"
+                                                  : "");
+    for (const run::FieldChange& field : change.fields) {
+      console.out << FieldText(field, console.terminal);
+    }
   }
-  return text;
-}
-
-Json ToJson(const std::vector<FieldChange>& fields) {
-  const auto side = [](const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json();
-  };
-  Json list = Json::array();
-  for (const FieldChange& change : fields) {
-    list.push_back(
-        {{"field", change.field}, {"before", side(change.before)}, {"after", side(change.after)}});
-  }
-  return list;
 }
 
 Json ToJson(const Difference& difference) {
-  Json devices = Json::array();
-  for (const auto& [finding, fields] : difference.devices) {
-    devices.push_back(
-        {{"fqdd", Utf8OfWide(finding.fqdd)},
-         {"label", finding.label.empty() ? Json() : Json(Utf8OfBytes(finding.label))},
-         {"verdict", finding.verdict},
-         {"movedFrom", finding.movedFrom ? Json(Utf8OfWide(*finding.movedFrom)) : Json()},
-         {"detail", finding.detail.empty() ? Json() : Json(finding.detail)},
-         {"fields", ToJson(fields)}});
-  }
-  Json structures = Json::array();
+  Json json = SchemaJson("tvq-diff");
+  AddComparison(difference.comparison, "devices", json);
+  Json& structures = json["structures"] = Json::array();
   for (const StructureChange& change : difference.structures) {
     structures.push_back({{"structure", change.structure},
                           {"change", change.isAdded     ? "added"
                                      : change.isRemoved ? "gone"
                                                         : "changed"},
-                          {"fields", ToJson(change.fields)}});
+                          {"fields", FieldsJson(change.fields)}});
   }
-  Json json = SchemaJson("tvq-diff");
-  json["devices"] = devices;
-  json["summary"] = SummaryJson(difference.comparison);
-  json["structures"] = structures;
   return json;
 }
 
 ExitStatus Diff(const DiffOptions& options, Console& console) {
   const Difference difference = Compare(options, console);
-  console.out << (options.json ? ToJson(difference).dump(1) + '\n'
-                               : ToText(difference, console.terminal));
-  const ExitStatus status = StatusOf(difference.comparison);
-  const bool hasFields =
-      std::any_of(difference.devices.begin(), difference.devices.end(),
-                  [](const DeviceChange& change) { return !change.fields.empty(); });
-  const bool differs = hasFields || !difference.structures.empty();
-  return status == kExitNothingFound && differs ? kExitFound : status;
+  if (options.json) {
+    console.out << ToJson(difference).dump(1) << '\n';
+  } else {
+    PrintComparison(difference.comparison, console);
+    PrintStructures(difference, console);
+  }
+  return difference.structures.empty() ? StatusOf(difference.comparison) : kExitFound;
 }
 
 }  // namespace
@@ -313,6 +260,8 @@ void AddDiff(Commands& commands) {
   app.add_option("BEFORE", options->before, "A table or a state")->type_name("")->required();
   app.add_option("AFTER", options->after, "A table or a state")->type_name("")->required();
   AddConform(app, options->conform);
+  app.add_flag("-v,--verbose", options->isVerbose,
+               "Every device, also where nothing is to be looked at");
   app.add_flag("--json", options->json, "Print one JSON document");
   AddRedact(app, options->redact);
 }

@@ -6,11 +6,10 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "host/cli/compare/comparison_summary.h"
+#include "host/cli/compare/comparison_output.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
 #include "host/cli/output/json.h"
@@ -37,52 +36,19 @@ constexpr CommandText kSaveText = {
 
 constexpr CommandText kVerifyText = {
     "verify", "Compares every device with the saved state",
-    "Runs the driver on an SMBIOS table and has it compare every device with the saved state: "
-    "same,\n"
-    "replaced, new, moved, gone, or why it could not be compared. With --redact the state has to "
-    "be\n"
-    "one that was saved with --redact.",
+    "Runs the driver on an SMBIOS table and says of every device what became of it since the "
+    "state\n"
+    "was saved: whether it moved, is new, gone, replaced or changed, why it has no record or "
+    "could\n"
+    "not be verified, and what to do. A machine on which nothing changed is one line. With "
+    "--redact\n"
+    "the state has to be one that was saved with --redact.",
     "  sudo tvq verify /var/lib/tvq\n"
-    "  tvq verify before --from-dump dump.bin\n",
-    "0 all devices are the same; 1 one was replaced, is new, moved or gone; 2 one\n"
-    "could not be compared, or there is no table or no state."};
-
-std::string FqddText(const run::Finding& finding) {
-  return finding.fqdd.empty() ? "-" : Utf8OfWide(finding.fqdd);
-}
-
-void PrintFindings(const run::Comparison& comparison, std::ostream& out) {
-  size_t width = 4;
-  size_t labelWidth = 1;
-  for (const run::Finding& finding : comparison.findings) {
-    width = std::max(width, finding.fqdd.size());
-    labelWidth = std::max(labelWidth, WidthOf(LabelText(finding.label)));
-  }
-  for (const run::Finding& finding : comparison.findings) {
-    const std::string label = LabelText(finding.label);
-    out << fmt::format("{:<{}}  {}{:{}}  {}{}{}\n", FqddText(finding), width, label, "",
-                       labelWidth - WidthOf(label), finding.verdict,
-                       finding.detail.empty() ? "" : ": ", finding.detail);
-  }
-  out << "Summary: " << SummaryInWords(comparison) << '\n';
-}
-
-Json ToJson(const run::Comparison& comparison) {
-  Json findings = Json::array();
-  for (const run::Finding& finding : comparison.findings) {
-    findings.push_back(
-        {{"fqdd", Utf8OfWide(finding.fqdd)},
-         {"label", finding.label.empty() ? Json() : Json(Utf8OfBytes(finding.label))},
-         {"verdict", finding.verdict},
-         {"movedFrom", finding.movedFrom ? Json(Utf8OfWide(*finding.movedFrom)) : Json()},
-         {"status", finding.status ? Json(*finding.status) : Json()},
-         {"detail", finding.detail.empty() ? Json() : Json(finding.detail)}});
-  }
-  Json json = SchemaJson("tvq-verify");
-  json["findings"] = findings;
-  json["summary"] = SummaryJson(comparison);
-  return json;
-}
+    "  tvq verify before --from-dump dump.bin -v\n",
+    "0 nothing is to be looked at; 1 a device moved, is new, gone, replaced\n"
+    "or changed; 2 one has no record or could not be verified, or the state or the table cannot "
+    "be\n"
+    "read or was made with other options; 3 no state was saved yet. 1 wins over 2."};
 
 Json SavedJson(const std::string& path, const run::Results& results) {
   Json devices = Json::array();
@@ -126,11 +92,16 @@ ExitStatus Verify(const StateOptions& options, Console& console) {
   const LoadedState state = LoadState(driver, options.folder, console);
   CollectRecords(driver, options, console);
   CheckFit(driver, state, options, console);
-  const run::Comparison comparison = driver.Compare(state.bytes);
+  run::CompareOptions how;
+  how.isVerbose = options.isVerbose;
+  how.isAscii = console.terminal.isAscii;
+  const run::Comparison comparison = driver.Compare(state.bytes, OriginOf(options), how);
   if (options.json) {
-    console.out << ToJson(comparison).dump(1) << '\n';
+    Json json = SchemaJson("tvq-verify");
+    AddComparison(comparison, "findings", json);
+    console.out << json.dump(1) << '\n';
   } else {
-    PrintFindings(comparison, console.out);
+    PrintComparison(comparison, console);
   }
   return StatusOf(comparison);
 }
@@ -150,6 +121,8 @@ void AddVerify(Commands& commands) {
   CLI::App& app =
       commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
   AddStateOptions(app, "The folder that `tvq save` was given", *options);
+  app.add_flag("-v,--verbose", options->isVerbose,
+               "Every device, also where nothing is to be looked at");
 }
 
 }  // namespace tvq::cli

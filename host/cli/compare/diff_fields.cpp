@@ -1,5 +1,5 @@
 /*
- * The fields in which two documents or two tables differ.
+ * The fields in which two tables differ.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
@@ -13,13 +13,14 @@
 #include <sstream>
 #include <tuple>
 
-#include "host/cli/output/text.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
 #include "host/table/structure.h"
 
 namespace tvq::cli {
 namespace {
+
+using run::FieldChange;
 
 using Fields = std::vector<std::pair<std::string, std::string>>;  // each name once
 
@@ -41,14 +42,6 @@ std::vector<FieldChange> DiffFields(const Fields& before, const Fields& after) {
     }
   }
   return changes;
-}
-
-Fields FieldsOf(const Element& document) {
-  Fields fields;
-  VisitTexts(document, "", [&](const std::string& path, const std::string& text) {
-    fields.emplace_back(path, Printable(text));
-  });
-  return fields;
 }
 
 // The UUID of the source form as the kernel prints it: in small letters, and before SMBIOS 2.6 with
@@ -126,10 +119,6 @@ bool AreEqual(const table::Structure& left, const table::Structure& right) {
 }
 
 }  // namespace
-
-std::vector<FieldChange> DiffDocuments(const Element& before, const Element& after) {
-  return DiffFields(FieldsOf(before), FieldsOf(after));
-}
 
 std::vector<StructureChange> DiffTables(const run::Table& before, const run::Table& after) {
   const auto old = Keyed(table::SplitTable(before.structures));

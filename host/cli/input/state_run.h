@@ -19,6 +19,7 @@ struct StateOptions {
   std::string folder;
   bool json = false;
   bool otherMachine = false;
+  bool isVerbose = false;  // of verifying alone
   // Of saving alone:
   unsigned kept = kKeptStates;
   bool incomplete = false;

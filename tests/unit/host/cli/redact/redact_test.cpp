@@ -394,7 +394,7 @@ TEST_F(CliRedact, VerifyingWorksOnMaskedStates) {
   Server server;
   server.modules[1].serial = "99AABBCC";
   EXPECT_THAT(RunTvq(With({"verify", Path("state")}, server)).out,
-              HasSubstr("DIMM.Socket.A2     DIMM_A2  replaced\n"));
+              HasSubstr("  DIMM.Socket.A2 (DIMM_A2): replaced\n"));
 }
 
 TEST_F(CliRedact, BlobsAreMaskedAsTheTableTheyCameFrom) {

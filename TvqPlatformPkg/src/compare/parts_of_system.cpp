@@ -1,0 +1,119 @@
+/** @file
+  Board, chassis and power supplies.
+
+  SPDX-License-Identifier: BSD-2-Clause-Patent
+**/
+
+#include "parts_of_system.h"
+
+#include <IndustryStandard/SmbiosFields.h>
+
+#include "numbers.h"
+
+#include "../smbios/names/slot_place.h"
+
+namespace tvqplatform {
+
+using smbios::Structure;
+using smbios::Text;
+
+namespace {
+
+struct PartKind {
+  smbios::Field<UINT8> Serial;
+  const CHAR8* Name;
+  Witness Who;
+};
+constexpr PartKind kKinds[] = {
+    {SMBIOS_FIELD(2, SerialNumber), "Board", Witness::kBoard},
+    {SMBIOS_FIELD(3, SerialNumber), "Chassis", Witness::kChassis},
+    {SMBIOS_FIELD(39, SerialNumber), "PowerSupply", Witness::kPowerSupply},
+};
+
+/// The serial number, and none for a placeholder.
+Text SerialOf(const Structure& structure, smbios::Field<UINT8> field) {
+  const Text serial = WithoutOuterBlanks(structure.GetString(field));
+  return IsUsable(NumberKind::kSerial, serial) ? serial : Text();
+}
+
+}  // namespace
+
+bool PartsOfSystem::Collect(Bytes table, GrowingArray<Part>& parts) {
+  UINT32 counts[ARRAY_SIZE(kKinds)] = {};
+  for (const Structure& structure : smbios::Walk(table)) {
+    for (UINT8 kind = 0; kind < ARRAY_SIZE(kKinds); kind++) {
+      if (structure.Type() == kKinds[kind].Serial.Type &&
+          !parts.Append({kind, ++counts[kind], SerialOf(structure, kKinds[kind].Serial)})) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+/// Pairs the parts of a kind that have none yet: those with equal serial numbers, or in their order.
+bool PartsOfSystem::Pair(bool bySerial) {
+  TwoSides parts;
+  for (UINTN i = 0; i < mBefore.Size(); i++) {
+    if (mPairs.AfterOf(i) == kNone && (!bySerial || mBefore[i].Serial) && !parts.Add(i, false)) {
+      return false;
+    }
+  }
+  for (UINTN i = 0; i < mAfter.Size(); i++) {
+    if (mPairs.BeforeOf(i) == kNone && (!bySerial || mAfter[i].Serial) && !parts.Add(i, true)) {
+      return false;
+    }
+  }
+  const auto byKind = [this, bySerial](const Element& left, const Element& right) -> INTN {
+    const Part& one = (left.IsAfter ? mAfter : mBefore)[left.Index];
+    const Part& other = (right.IsAfter ? mAfter : mBefore)[right.Index];
+    const INTN order = static_cast<INTN>(one.Kind) - static_cast<INTN>(other.Kind);
+    return order != 0 || !bySerial ? order : CompareTexts(one.Serial, other.Serial);
+  };
+  return parts.VisitGroups(
+      byKind, [this](Elements befores, Elements afters) { mPairs.JoinInOrder(befores, afters); });
+}
+
+bool PartsOfSystem::AppendChange(UINT32 before, UINT32 after) {
+  const Part& part = after == kNone ? mBefore[before] : mAfter[after];
+  const Text then = before == kNone ? Text() : mBefore[before].Serial;
+  const Text now = after == kNone ? Text() : mAfter[after].Serial;
+  if (CompareTexts(then, now) == 0) {
+    return true;
+  }
+  if (!mChanges.AppendZeroed(1)) {
+    return false;
+  }
+  PartChange& change = mChanges[mChanges.Size() - 1];
+  const PartKind& kind = kKinds[part.Kind];
+  if (part.Number == 1) {
+    AsciiSPrint(change.Path, sizeof(change.Path), "%a/SerialNumber", kind.Name);
+  } else {
+    AsciiSPrint(change.Path, sizeof(change.Path), "%a[%d]/SerialNumber", kind.Name, part.Number);
+  }
+  change.Who = kind.Who;
+  change.IsReplaced = then && now;
+  change.Before = then;
+  change.After = now;
+  return true;
+}
+
+bool PartsOfSystem::Compare(Bytes before, Bytes after) {
+  if (!Collect(before, mBefore) || !Collect(after, mAfter) ||
+      !mPairs.Prepare(mBefore.Size(), mAfter.Size()) || !Pair(true) || !Pair(false)) {
+    return false;
+  }
+  for (UINT32 i = 0; i < mAfter.Size(); i++) {
+    if (!AppendChange(mPairs.BeforeOf(i), i)) {
+      return false;
+    }
+  }
+  for (UINT32 i = 0; i < mBefore.Size(); i++) {
+    if (mPairs.AfterOf(i) == kNone && !AppendChange(i, kNone)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace tvqplatform
