@@ -50,7 +50,7 @@ void PrintName(const MachineIdentity& machine, CHAR16 (&name)[kNameLength + 1]) 
   } else if (HasUsableUuid(machine)) {
     constexpr CHAR8 kDigits[] = "0123456789abcdef";
     for (UINTN i = 0; i < kNameLength; i++) {
-      name[i] = static_cast<CHAR16>(kDigits[machine.Uuid[i / 2] >> (i % 2 == 0 ? 4 : 0) & 0xF]);
+      name[i] = static_cast<CHAR16>(kDigits[(machine.Uuid[i / 2] >> (i % 2 == 0 ? 4 : 0)) & 0xF]);
     }
     name[kNameLength] = 0;
   } else {

@@ -3,6 +3,9 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <fstream>
+#include <iterator>
+
 #include "tests/unit/platform/agent/stored_state.h"
 #include "tests/unit/platform/platform_fixture.h"
 
@@ -96,6 +99,19 @@ TEST_F(StateFormat, OfVersionOneHasDevicesAlone) {
   EXPECT_EQ(Content().Devices[0].Handle, smbios::kNoHandle);
   EXPECT_EQ(Content().Devices[0].Why, WhyNoRecord::kHasRecord);
   EXPECT_EQ(Copy(Content().Devices[0].Blobs), Bytes({1, 2, 3}));
+}
+
+// What `tvq save` of that version wrote for tests/e2e/names.smbios.
+TEST_F(StateFormat, OfVersionOneIsReadAsItWasWritten) {
+  std::ifstream file(TVQ_SOURCE_DIR "/tests/unit/shared/states/version-1.bin", std::ios::binary);
+  ASSERT_EQ(ReadBytes(Bytes(std::istreambuf_iterator<char>(file), {})), StateDefect::kNone);
+  std::vector<std::string> fqdds;
+  for (const tvqplatform::SnapshotDevice& device : Content().Devices) {
+    fqdds.push_back(Utf8(device.Fqdd));
+    EXPECT_GT(device.Blobs.Size(), 148u) << fqdds.back();
+  }
+  EXPECT_THAT(fqdds, testing::SizeIs(7));
+  EXPECT_THAT(fqdds, testing::Contains("System.Embedded.1"));
 }
 
 TEST_F(StateFormat, MayHaveSectionsThatReadersSkip) {

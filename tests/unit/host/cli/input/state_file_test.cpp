@@ -188,6 +188,20 @@ TEST_F(StateFile, OfVersionsBeforeIsReadWhereThereIsNoOther) {
   EXPECT_EQ(Verify(server).status, 0);
 }
 
+// What `tvq save` of version 1 wrote for that table.
+TEST_F(StateFile, OfVersionOneIsCompared) {
+  const std::string source = TVQ_SOURCE_DIR;
+  ASSERT_EQ(RunTvq({"mktable", source + "/tests/e2e/names.smbios", "-o", Path("dump.bin")}).status,
+            0);
+  fs::create_directory(Folder());
+  fs::copy_file(source + "/tests/unit/shared/states/version-1.bin", Folder() + "/tvq-state.bin");
+  const Outcome verified = RunTvq({"verify", Folder(), "--from-dump", Path("dump.bin")});
+  EXPECT_EQ(verified.status, 0) << verified.out << verified.diagnostics;
+  EXPECT_THAT(verified.out, HasSubstr("7 same"));
+  EXPECT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("dump.bin")}).status, 0);
+  EXPECT_TRUE(fs::exists(File(1)));
+}
+
 TEST_F(StateFile, LeavesNoFileOpen) {
   SaveOf({});
   const size_t before = OpenFiles();
