@@ -197,7 +197,7 @@ TEST_F(StateFile, OfVersionOneIsCompared) {
   fs::copy_file(source + "/tests/unit/shared/states/version-1.bin", Folder() + "/tvq-state.bin");
   const Outcome verified = RunTvq({"verify", Folder(), "--from-dump", Path("dump.bin")});
   EXPECT_EQ(verified.status, 0) << verified.out << verified.diagnostics;
-  EXPECT_THAT(verified.out, HasSubstr("7 same"));
+  EXPECT_EQ(verified.out, "Summary: 4 same, 3 cannot tell\n");
   EXPECT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("dump.bin")}).status, 0);
   EXPECT_TRUE(fs::exists(File(1)));
 }
