@@ -36,10 +36,13 @@ bool HasSwappedUuids(const Snapshot& machine) {
   return table.Structures.Empty() || table.Major > 2 || (table.Major == 2 && table.Minor >= 6);
 }
 
+/// The first that a structure states.
 Text FirmwareVersion(const Snapshot& machine) {
   for (const smbios::Structure& structure : smbios::Walk(machine.Table.Structures)) {
-    if (structure.Type() == SMBIOS_TYPE_BIOS_INFORMATION) {
-      return structure.GetString(SMBIOS_FIELD(0, BiosVersion));
+    const bool isBios = structure.Type() == SMBIOS_TYPE_BIOS_INFORMATION;
+    const Text version = isBios ? structure.GetString(SMBIOS_FIELD(0, BiosVersion)) : Text();
+    if (version) {
+      return version;
     }
   }
   return Text();
