@@ -98,7 +98,8 @@ union EntryBuffer {
     if (EFI_ERROR(status) || size == 0) {
       return status;
     }
-    VolumeEntry entry = {};
+    VolumeEntry entry;
+    ZeroMem(&entry, sizeof(entry));
     if (CopyEntry(buffer.Info, entry) && !entries.Append(entry)) {
       return EFI_OUT_OF_RESOURCES;
     }

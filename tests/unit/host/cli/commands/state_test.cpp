@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <sstream>
+
 #include "tests/unit/host/cli/server.h"
 
 #include <nlohmann/json.hpp>
@@ -231,6 +234,34 @@ TEST_F(CliState, ANumberThatTheDriverDoesNotLookAtIsAReplacement) {
             "      Board/SerialNumber: B1A -> B2A\n"
             "      To do: accept it if it was exchanged on purpose, else find out by whom\n"
             "Summary: 2 replaced\n");
+}
+
+// Whatever a machine prints at its slots, and whatever the terminal can show.
+TEST_F(CliState, LinesHaveNoMoreThan80Columns) {
+  const auto file = [this](const std::string& name, const std::string& text) {
+    return Write(name, test::Table::Of(
+                           test::Bios{}, test::System{}, test::Processor{.serial = "C1A"},
+                           test::MemoryDevice{.locator = "DIMM \xE9" + text, .bankLocator = text},
+                           test::End{})
+                           .Bytes());
+  };
+  EXPECT_EQ(RunTvq({"save", State(), "--table", file("before.bin", std::string(90, 'x'))}).status,
+            0);
+  for (const bool isAscii : {false, true}) {
+    const Outcome verified =
+        RunTvq({"verify", State(), "--table", file("after.bin", std::string(70, '\xE9'))}, "",
+               {.isAscii = isAscii});
+    EXPECT_EQ(verified.status, 1) << verified.diagnostics;
+    std::istringstream lines(verified.out);
+    for (std::string line; std::getline(lines, line);) {
+      const auto isSecond = [](char byte) { return (byte & 0xC0) == 0x80; };
+      EXPECT_LE(line.size() - std::count_if(line.begin(), line.end(), isSecond), 80u) << line;
+      EXPECT_EQ(
+          std::any_of(line.begin(), line.end(), [](char byte) { return byte < 0; }) && isAscii,
+          false)
+          << line;
+    }
+  }
 }
 
 TEST_F(CliState, AfterAFirmwareUpdateOtherValuesAreNoAlarm) {
