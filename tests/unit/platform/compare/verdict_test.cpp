@@ -217,6 +217,25 @@ TEST_F(CompareVerdict, IsNoMoveWhereTwoHaveTheNumber) {
   EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [same]", "DIMM.Socket.A2 [new]"));
 }
 
+TEST_F(CompareVerdict, IsNoMoveWhereTwoHaveTheNumberNowOrThen) {
+  TestDevice elsewhere = A1(ModuleOf("11223344"));
+  elsewhere.fqdd = u"DIMM.Socket.B1";
+  mBefore.Of(Modules("11223344")).With(elsewhere);
+  mAfter.Of(Modules("11223344", "11223344"))
+      .With(A1(ModuleOf("11223344")))
+      .With(A2(ModuleOf("11223344")));
+  EXPECT_THAT(Rows(),
+              ElementsAre("DIMM.Socket.A1 [new]", "DIMM.Socket.A2 [new]", "DIMM.Socket.B1 [gone]"));
+}
+
+TEST_F(CompareVerdict, IsFoundAlsoBesideWhatCouldNotBeVerified) {
+  mBefore.Of(Modules("None", "None", "None")).With(A2("Core & Works"));
+  mAfter.Of(Modules("None", "None", "None")).With(A1("<a/>")).With(A2("<a/>"));
+  mAnswers[1].status = EFI_INVALID_PARAMETER;
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [new]", "DIMM.Socket.A2 [not verified]"));
+  EXPECT_EQ(Exit(), 1) << "1 wins over 2";
+}
+
 TEST_F(CompareVerdict, IsNoMoveWhereTheNumberIsAPlaceholder) {
   mBefore.Of(Modules("None")).With(A1(ModuleOf("None")));
   mAfter.Of(Modules(std::nullopt, "None")).With(A2(ModuleOf("None")));
