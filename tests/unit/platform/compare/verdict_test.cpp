@@ -228,6 +228,12 @@ TEST_F(CompareVerdict, IsNoMoveWhereTwoHaveTheNumberNowOrThen) {
               ElementsAre("DIMM.Socket.A1 [new]", "DIMM.Socket.A2 [new]", "DIMM.Socket.B1 [gone]"));
 }
 
+TEST_F(CompareVerdict, IsNoMoveForWhatIsTheSameWithoutIt) {
+  mBefore.Of(Modules("None", "11223344")).With(A1("<a/>")).With(A2("<b/>"));
+  mAfter.Of(Modules("11223344")).With(A1("<a/>"));
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [changed]", "DIMM.Socket.A2 [gone]"));
+}
+
 TEST_F(CompareVerdict, IsFoundAlsoBesideWhatCouldNotBeVerified) {
   mBefore.Of(Modules("None", "None", "None")).With(A2("Core & Works"));
   mAfter.Of(Modules("None", "None", "None")).With(A1("<a/>")).With(A2("<a/>"));
