@@ -18,6 +18,7 @@ constexpr char kPpin[] = "ppin";
 Part ReadPart(const Source& source, const KindFields& kind) {
   Part part;
   part.handle = source.structure.Handle();
+  part.facts.reserve(kind.count + 1);  // a processor gets its PPIN
   for (std::size_t i = 0; i < kind.count; ++i) {
     part.facts.push_back({kind.fields[i].name, kind.fields[i].Read(source)});
   }

@@ -62,6 +62,9 @@ EFI_STATUS TvqHostAllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryTy
                                 EFI_PHYSICAL_ADDRESS* Memory);
 EFI_STATUS TvqHostFreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages);
 
+// Whether it is a live block of the pool. The plain firmware alone knows.
+BOOLEAN TvqHostIsBlock(const VOID* Buffer);
+
 // The core has changed the configuration table or its length: every image's system table is to
 // follow.
 VOID TvqHostSystemTableChanged(const EFI_SYSTEM_TABLE* SystemTable);

@@ -205,7 +205,7 @@ Table DriverRun::ReadSeparateTable(const Bytes& entryPoint, const Bytes& structu
   return ToTable(capture, EntryPoints::kOneOfAll);
 }
 
-Conformed DriverRun::Conform(const Table& table) {
+Conformed DriverRun::Conform(const Table& table, Described described) {
   Conformed conformed;
   conformed.table = table;
   tvqplatform::ConformedTable result;
@@ -224,10 +224,16 @@ Conformed DriverRun::Conform(const Table& table) {
     conformed.table.original = {table.structureCount, table.structures};
   }
   for (const tvqplatform::TableChange& change : result.Changes()) {
+    const bool isRemarkable = tvqplatform::IsRemarkable(change);
+    if (!isRemarkable && described == Described::kRemarks) {
+      continue;
+    }
     char sentence[kSentence];
     tvqplatform::FormatChange(change, sentence, sizeof(sentence));
-    conformed.changes.emplace_back(sentence);
-    if (tvqplatform::IsRemarkable(change)) {
+    if (described == Described::kChanges) {
+      conformed.changes.emplace_back(sentence);
+    }
+    if (isRemarkable) {
       conformed.remarks.emplace_back(sentence);
     }
   }

@@ -65,7 +65,7 @@ struct Conformed {
   Table table;  // the original one when it needs no change or was refused
   bool isRefused = false;
   std::string summary;  // one sentence without a full stop
-  std::vector<std::string> changes;
+  std::vector<std::string> changes;  // where all of them are described
   std::vector<std::string> remarks;  // those of the changes that are more than a device's name
 };
 
@@ -200,6 +200,12 @@ enum class LogLines {
   kKept,
 };
 
+// Which changes of a table are put into words, of which each device has several.
+enum class Described {
+  kRemarks,
+  kChanges,
+};
+
 // There is one at a time.
 class DriverRun {
  public:
@@ -214,7 +220,7 @@ class DriverRun {
   // A table that lies apart from its entry point, as in /sys/firmware/dmi/tables.
   Table ReadSeparateTable(const Bytes& entryPoint, const Bytes& structures);
 
-  Conformed Conform(const Table& table);
+  Conformed Conform(const Table& table, Described described = Described::kRemarks);
 
   // Publishes the table, starts the driver and collects everything. Once in its life.
   Results Run(const Table& table);

@@ -31,13 +31,14 @@ constexpr size_t kMaxTableSize = 0xFFFF;
 
 // What was conformed conforms, and fits an entry point.
 void Conform(DriverRun& driver, const tvq::run::Table& table) {
-  const tvq::run::Conformed conformed = driver.Conform(table);
+  const tvq::run::Conformed conformed = driver.Conform(table, tvq::run::Described::kChanges);
   if (conformed.isRefused || conformed.changes.empty()) {
     return;
   }
   Expect(conformed.table.structures.size() <= kMaxTableSize,
          "a conformed table is larger than an entry point can state");
-  const tvq::run::Conformed again = driver.Conform(conformed.table);
+  const tvq::run::Conformed again =
+      driver.Conform(conformed.table, tvq::run::Described::kChanges);
   Expect(!again.isRefused && again.changes.empty(), "a conformed table is conformed once more");
 }
 

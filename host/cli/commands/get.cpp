@@ -55,7 +55,7 @@ std::string TakeArguments(GetOptions& options) {
 // Finding the names takes a run of the driver, whose remarks are for `tvq show`.
 Overview MakeQuietOverview(const GetOptions& options, const Console& console) {
   Console quiet = {console.in, console.out, console.diagnostics, console.terminal, true};
-  return MakeOverview(options.table, quiet);
+  return MakeOverview(options.table, quiet, Documents::kDropped);
 }
 
 ExitStatus Get(GetOptions options, Console& console) {

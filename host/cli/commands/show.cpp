@@ -81,8 +81,10 @@ PartPlace FindPart(const Overview& overview, const ShowOptions& options) {
 
 // A file that is not there was taken for a device.
 Overview MakeOverview(const ShowOptions& options, const Console& console) {
+  const bool showsDocuments = options.json || !options.name.empty();
   try {
-    return MakeOverview(options.table, console);
+    return MakeOverview(options.table, console,
+                        showsDocuments ? Documents::kKept : Documents::kDropped);
   } catch (const InputError& error) {
     if (options.name.empty() || !options.table.file.empty()) {
       throw;

@@ -66,23 +66,22 @@ class Reader {
   }
 
   void ReadChildren(Element& section, int depth) {
+    constexpr std::size_t kUsualCount = 16;
     if (depth > kDeepest) {
       throw DataError(mAt, "sections are nested too deep");
     }
-    const std::string end = fmt::format("</{}>", section.name);
-    while (!Skip(end)) {
+    section.children.reserve(kUsualCount);
+    while (!IsEndOf(section.name, mAt)) {
       section.children.push_back(ReadChild(section.name, depth));
     }
+    mAt += LengthOfEnd(section.name);
   }
 
   Element ReadChild(const std::string& section, int depth) {
     const std::size_t start = mAt;
     Element child;
     if (Skip("<")) {
-      while (mAt < mText.size() && IsNameCharacter(mText[mAt]) &&
-             child.name.size() < kLongestName) {
-        child.name.push_back(mText[mAt++]);
-      }
+      child.name = ReadName();
     }
     if (child.name.empty() || !Skip(">")) {
       throw DataError(start,
@@ -94,15 +93,41 @@ class Reader {
       return child;
     }
     // The text may hold anything but the tag that ends it.
-    const std::string end = fmt::format("</{}>", child.name);
-    const std::size_t length = mText.substr(mAt).find(end);
-    if (length == std::string_view::npos) {
+    const std::size_t end = FindEndOf(child.name);
+    if (end == std::string_view::npos) {
       throw DataError(start, fmt::format("'{}' does not end", child.name));
     }
     child.offset = mAt;
-    child.text = mText.substr(mAt, length);
-    mAt += length + end.size();
+    child.text = mText.substr(mAt, end - mAt);
+    mAt = end + LengthOfEnd(child.name);
     return child;
+  }
+
+  std::string_view ReadName() {
+    const std::size_t start = mAt;
+    while (mAt < mText.size() && IsNameCharacter(mText[mAt]) && mAt - start < kLongestName) {
+      ++mAt;
+    }
+    return mText.substr(start, mAt - start);
+  }
+
+  // Of the tag "</name>".
+  static std::size_t LengthOfEnd(std::string_view name) { return name.size() + 3; }
+
+  // Whether that tag stands there.
+  bool IsEndOf(std::string_view name, std::size_t at) const {
+    const std::string_view tag = mText.substr(at, LengthOfEnd(name));
+    return tag.size() == LengthOfEnd(name) && tag.substr(0, 2) == "</" && tag.back() == '>' &&
+           tag.substr(2, name.size()) == name;
+  }
+
+  // Where it stands next.
+  std::size_t FindEndOf(std::string_view name) const {
+    std::size_t at = mText.find('<', mAt);
+    while (at != std::string_view::npos && !IsEndOf(name, at)) {
+      at = mText.find('<', at + 1);
+    }
+    return at;
   }
 
   std::string_view mText;

@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <charconv>
 
 #include "host/cli/device/blob.h"
@@ -61,12 +60,6 @@ Device ToDevice(const run::Record& record) {
     device.trouble = error.what();
   }
   return device;
-}
-
-std::vector<Device> ToDevices(const std::vector<run::Record>& records) {
-  std::vector<Device> devices;
-  std::transform(records.begin(), records.end(), std::back_inserter(devices), ToDevice);
-  return devices;
 }
 
 std::string_view DocumentText(const run::Bytes& configurationBlob) {

@@ -25,13 +25,13 @@ struct Device {
   // The part of the machine that it is of, where that is known, and where the document differs.
   std::optional<PartPlace> place;
   std::vector<Difference> differences;
-  // Null when the record has no document, or none that can be read; `trouble` says why.
+  // Null when the record has no document, or none that can be read; `trouble` says why. Null also
+  // where nobody wanted to keep it.
   std::optional<Element> document;
   std::string trouble;
 };
 
 Device ToDevice(const run::Record& record);
-std::vector<Device> ToDevices(const std::vector<run::Record>& records);
 
 // The text of the document in a configuration blob. Throws DataError.
 std::string_view DocumentText(const run::Bytes& configurationBlob);

@@ -48,22 +48,35 @@ void RunDriver(run::DriverRun& driver, const TableOptions& options, const Consol
   } catch (const InputError& error) {
     overview.trouble = error.what();
   }
-  overview.devices = ToDevices(overview.results.records);
-  const auto places = LinkRecords(overview.table, overview.results.records);
-  for (std::size_t i = 0; i < places.size(); ++i) {
-    Device& device = overview.devices[i];
-    if (places[i] && places[i]->index < overview.machine.Of(places[i]->kind).size()) {
-      device.place = places[i];
-      if (device.document) {
-        device.differences = FindDifferences(overview.machine, *device.place, *device.document);
-      }
+}
+
+// The device of a record, which may be of a part of the machine.
+Device MakeDevice(const facts::Machine& machine, const run::Record& record,
+                  const std::optional<PartPlace>& place) {
+  Device device = ToDevice(record);
+  if (place && place->index < machine.Of(place->kind).size()) {
+    device.place = place;
+    if (device.document) {
+      device.differences = FindDifferences(machine, *place, *device.document);
+    }
+  }
+  return device;
+}
+
+void MakeDevices(Overview& overview, Documents documents) {
+  const std::vector<run::Record>& records = overview.results.records;
+  const auto places = LinkRecords(overview.table, records);
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    overview.devices.push_back(MakeDevice(overview.machine, records[i], places[i]));
+    if (documents == Documents::kDropped) {
+      overview.devices.back().document.reset();
     }
   }
 }
 
 }  // namespace
 
-Overview MakeOverview(const TableOptions& options, const Console& console) {
+Overview MakeOverview(const TableOptions& options, const Console& console, Documents documents) {
   run::DriverRun driver;
   Overview overview;
   overview.table = ReadTable(driver, options, console);
@@ -72,10 +85,11 @@ Overview MakeOverview(const TableOptions& options, const Console& console) {
     ConformTable(driver, overview.table, console);
   }
   RunDriver(driver, options, console, overview);
+  MakeDevices(overview, documents);
   overview.missing = FindMissing(overview.table, overview.results, overview.trouble);
   overview.others = DescribeOthers(overview.table);
   if (!overview.missing.empty()) {
-    overview.conformable = driver.Conform(overview.table);
+    overview.conformable = driver.Conform(overview.table, run::Described::kChanges);
   }
   return overview;
 }

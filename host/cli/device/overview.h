@@ -29,8 +29,14 @@ struct Overview {
   MachineView View() const { return {machine, devices}; }
 };
 
+// What becomes of the documents once they were compared: those of all devices are most of the memory.
+enum class Documents {
+  kDropped,
+  kKept,
+};
+
 // Reads the machine, and runs the driver on its table.
-Overview MakeOverview(const TableOptions& options, const Console& console);
+Overview MakeOverview(const TableOptions& options, const Console& console, Documents documents);
 
 std::string OverviewText(const Overview& overview, const Terminal& terminal);
 nlohmann::ordered_json ToJson(const Overview& overview);

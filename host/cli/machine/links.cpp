@@ -22,21 +22,34 @@ struct KindLink {
 constexpr KindLink kKinds[] = {{devices::Kind::kProcessor, 4, Kind::kProcessor},
                                {devices::Kind::kModule, 17, Kind::kModule}};
 
-// The first device with the key that no record before has.
-std::optional<PartPlace> Find(const KindLink& kind, smbios::Bytes table, const devices::Key& key,
-                              std::vector<bool>& taken) {
+// A device of the table.
+struct Candidate {
+  PartPlace place;
+  devices::Key key;
+  bool isTaken = false;  // by a record
+};
+
+std::vector<Candidate> CandidatesOf(const KindLink& kind, smbios::Bytes table) {
+  std::vector<Candidate> candidates;
   std::size_t index = 0;
   for (const smbios::Structure& structure : smbios::Walk(table)) {
-    if (structure.Type() != kind.structureType) {
-      continue;
+    if (structure.Type() == kind.structureType) {
+      if (devices::KindOf(structure) == kind.device) {
+        candidates.push_back({{kind.part, index}, devices::KeyOf(structure)});
+      }
+      ++index;
     }
-    taken.resize(std::max(taken.size(), index + 1));
-    if (!taken[index] && devices::KindOf(structure) == kind.device &&
-        devices::KeyOf(structure) == key) {
-      taken[index] = true;
-      return PartPlace{kind.part, index};
+  }
+  return candidates;
+}
+
+// The first device with the key that no record before has.
+std::optional<PartPlace> Take(std::vector<Candidate>& candidates, const devices::Key& key) {
+  for (Candidate& candidate : candidates) {
+    if (!candidate.isTaken && candidate.key == key) {
+      candidate.isTaken = true;
+      return candidate.place;
     }
-    ++index;
   }
   return std::nullopt;
 }
@@ -46,7 +59,10 @@ std::optional<PartPlace> Find(const KindLink& kind, smbios::Bytes table, const d
 std::vector<std::optional<PartPlace>> LinkRecords(const run::Table& table,
                                                   const std::vector<run::Record>& records) {
   const smbios::Bytes structures = {table.structures.data(), table.structures.size()};
-  std::vector<bool> taken[std::size(kKinds)];
+  std::vector<Candidate> candidates[std::size(kKinds)];
+  for (std::size_t i = 0; i < std::size(kKinds); ++i) {
+    candidates[i] = CandidatesOf(kKinds[i], structures);
+  }
   std::vector<std::optional<PartPlace>> links;
   for (const run::Record& record : records) {
     std::optional<PartPlace> link;
@@ -56,7 +72,7 @@ std::vector<std::optional<PartPlace>> LinkRecords(const run::Table& table,
     for (std::size_t i = 0; i < std::size(kKinds); ++i) {
       if (record.deviceType == devices::RecordTypeOf(kKinds[i].device) && record.devicePath) {
         const smbios::Bytes path = {record.devicePath->data(), record.devicePath->size()};
-        link = Find(kKinds[i], structures, devices::KeyOfPath(path), taken[i]);
+        link = Take(candidates[i], devices::KeyOfPath(path));
       }
     }
     links.push_back(link);

@@ -17,6 +17,20 @@ constexpr char kNothing[] = "-";
 
 }  // namespace
 
+TextTable::TextTable(std::vector<Column> columns, std::size_t kept)
+    : mColumns(std::move(columns)), mKept(kept) {
+  for (const Column& column : mColumns) {
+    mWidths.push_back(WidthOf(column.heading));
+  }
+}
+
+void TextTable::Add(std::vector<std::string> row) {
+  for (std::size_t i = 0; i < mWidths.size(); ++i) {
+    mWidths[i] = std::max(mWidths[i], WidthOf(row[i]));
+  }
+  mRows.push_back(std::move(row));
+}
+
 bool TextTable::IsUsed(std::size_t column) const {
   return std::any_of(mRows.begin(), mRows.end(),
                      [column](const auto& row) { return row[column] != kNothing; });
@@ -28,18 +42,10 @@ bool TextTable::IsSame(std::size_t column) const {
          });
 }
 
-std::size_t TextTable::WidthOfColumn(std::size_t column) const {
-  std::size_t width = WidthOf(mColumns[column].heading);
-  for (const auto& row : mRows) {
-    width = std::max(width, WidthOf(row[column]));
-  }
-  return width;
-}
-
 std::size_t TextTable::WidthOfLine(const std::vector<std::size_t>& columns) const {
   std::size_t width = 0;
   for (const std::size_t column : columns) {
-    width += WidthOfColumn(column) + (width == 0 ? 0 : kGap);
+    width += mWidths[column] + (width == 0 ? 0 : kGap);
   }
   return width;
 }
@@ -77,7 +83,7 @@ std::string TextTable::Line(const std::vector<std::string>& cells,
                             const std::vector<std::size_t>& columns) const {
   std::string line;
   for (const std::size_t column : columns) {
-    line += cells[column] + std::string(WidthOfColumn(column) - WidthOf(cells[column]) + kGap, ' ');
+    line += cells[column] + std::string(mWidths[column] - WidthOf(cells[column]) + kGap, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
   return line;

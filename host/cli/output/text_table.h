@@ -31,10 +31,9 @@ struct Column {
 class TextTable {
  public:
   // The first `kept` columns tell the rows apart, and stay.
-  explicit TextTable(std::vector<Column> columns, std::size_t kept = 1)
-      : mColumns(std::move(columns)), mKept(kept) {}
+  explicit TextTable(std::vector<Column> columns, std::size_t kept = 1);
 
-  void Add(std::vector<std::string> row) { mRows.push_back(std::move(row)); }
+  void Add(std::vector<std::string> row);
   bool IsEmpty() const { return mRows.empty(); }
 
   // The lines, each behind `indent` blanks. Columns without any value are left out; where only the
@@ -49,7 +48,6 @@ class TextTable {
   };
   bool IsUsed(std::size_t column) const;
   bool IsSame(std::size_t column) const;
-  std::size_t WidthOfColumn(std::size_t column) const;
   std::size_t WidthOfLine(const std::vector<std::size_t>& columns) const;
   Layout Arrange(std::size_t lineWidth) const;
   std::string Line(const std::vector<std::string>& cells,
@@ -60,6 +58,7 @@ class TextTable {
   std::vector<Column> mColumns;
   std::size_t mKept;
   std::vector<std::vector<std::string>> mRows;
+  std::vector<std::size_t> mWidths;  // of each column, with its heading
 };
 
 }  // namespace tvq::cli

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "host/firmware/firmware_state.h"
+#include "host/firmware/host_interface.h"
 
 namespace tvq::host {
 namespace {
@@ -29,26 +30,33 @@ static_assert(sizeof(BlockHeader) == 16);
 constexpr UINT32 kLive = 0x4C495645;
 constexpr UINT32 kFree = 0x46524545;
 
-// Blocks of a class have one size: up to kLargestSmall its multiples of 16 bytes, then powers of 2.
+// Blocks of a class have one size: up to kLargestSmall its multiples of 16 bytes, then eight sizes
+// from one power of 2 to the next. What a block leaves unused is memory that a process pays for.
 constexpr size_t kStep = 16;
 constexpr size_t kLargestSmall = 2048;
 constexpr size_t kSmallClasses = kLargestSmall / kStep;
-constexpr size_t kClasses = kSmallClasses + 32;
+constexpr size_t kSizesPerPower = 8;
+constexpr size_t kClasses = kSmallClasses + 32 * kSizesPerPower;
 
 size_t ClassOf(size_t size) {
   if (size <= kLargestSmall) {
     return size == 0 ? 0 : (size - 1) / kStep;
   }
   size_t sizeClass = kSmallClasses;
-  for (size_t room = kLargestSmall * 2; room < size; room *= 2) {
-    ++sizeClass;
+  size_t power = kLargestSmall;
+  for (; power * 2 < size; power *= 2) {
+    sizeClass += kSizesPerPower;
   }
-  return sizeClass;
+  return sizeClass + (size - power - 1) / (power / kSizesPerPower);
 }
 
 size_t SizeOfClass(size_t sizeClass) {
-  return sizeClass < kSmallClasses ? (sizeClass + 1) * kStep
-                                   : kLargestSmall * 2 << (sizeClass - kSmallClasses);
+  if (sizeClass < kSmallClasses) {
+    return (sizeClass + 1) * kStep;
+  }
+  const size_t large = sizeClass - kSmallClasses;
+  const size_t power = kLargestSmall << (large / kSizesPerPower);
+  return power + (large % kSizesPerPower + 1) * (power / kSizesPerPower);
 }
 
 class PlainMemory : public Memory {
@@ -92,7 +100,7 @@ class PlainMemory : public Memory {
       return EFI_INVALID_PARAMETER;
     }
     BlockHeader* const block = static_cast<BlockHeader*>(buffer) - 1;
-    if (!IsInArena(block) || block->mark != kLive) {
+    if (!IsBlock(buffer)) {
       mState.reports.AddMisuse("FreePool was called for what is no block, or was freed before");
       return EFI_INVALID_PARAMETER;
     }
@@ -127,6 +135,14 @@ class PlainMemory : public Memory {
 
   void GiveTo(const Owner&, const void*) override {}
   void CheckForOverruns() override {}
+
+  bool IsBlock(const void* buffer) const {
+    if (buffer == nullptr) {
+      return false;
+    }
+    const BlockHeader* const block = static_cast<const BlockHeader*>(buffer) - 1;
+    return IsInArena(block) && block->mark == kLive;
+  }
 
  private:
   static constexpr size_t kArenaSize = size_t{1} << 28;
@@ -168,3 +184,8 @@ std::unique_ptr<Memory> MakeMemory(FirmwareState& state) {
 }
 
 }  // namespace tvq::host
+
+BOOLEAN TvqHostIsBlock(const VOID* Buffer) {
+  const auto& memory = tvq::host::FirmwareState::Current().GetMemory();
+  return static_cast<const tvq::host::PlainMemory&>(memory).IsBlock(Buffer) ? TRUE : FALSE;
+}

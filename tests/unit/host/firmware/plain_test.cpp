@@ -102,6 +102,24 @@ TEST_F(PlainFirmware, PagesLieWhereTheyAreWanted) {
             EFI_INVALID_PARAMETER);
 }
 
+// The largest part of what a driver asks of the core is of the form: this handle's protocol.
+TEST_F(PlainFirmware, AHandleIsABlockThatTheCoreMadeOne) {
+  EFI_GUID guid = {1, 2, 3, {4}};
+  EFI_HANDLE handle = nullptr;
+  void* found = nullptr;
+  EXPECT_EQ(mServices->InstallProtocolInterface(&handle, &guid, EFI_NATIVE_INTERFACE, this),
+            EFI_SUCCESS);
+  EXPECT_EQ(mServices->HandleProtocol(handle, &guid, &found), EFI_SUCCESS);
+  EXPECT_EQ(found, this);
+
+  UINT64 elsewhere[8] = {};
+  EXPECT_EQ(mServices->HandleProtocol(nullptr, &guid, &found), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mServices->HandleProtocol(&elsewhere[4], &guid, &found), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mServices->HandleProtocol(Allocate(256), &guid, &found), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mServices->UninstallProtocolInterface(handle, &guid, this), EFI_SUCCESS);
+  EXPECT_EQ(mServices->HandleProtocol(handle, &guid, &found), EFI_INVALID_PARAMETER);
+}
+
 TEST_F(PlainFirmware, ImagesShareOneTable) {
   mFirmware.ConstructImage(mFirmware.LoadImage(images::probe));
   EXPECT_EQ(mFirmware.SystemTableOf(images::probe), mFirmware.SystemTable());
