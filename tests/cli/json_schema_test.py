@@ -1,5 +1,7 @@
 """What every command prints as JSON is valid by its schema in docs/schema, has no member that the schema does not know, and is
-the same in each run.
+the same in each run. The SARIF log of `tvq lint` is valid by what SARIF 2.1.0 asks of its members.
+
+usage: json_schema_test.py TVQ SAMPLES [SCHEMA]       checks SARIF by this schema in place of sarif.schema.json
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -18,6 +20,7 @@ except ImportError:
     sys.exit(tables.SKIPPED)
 
 SCHEMAS = tables.ROOT / "docs" / "schema"
+SARIF = pathlib.Path(__file__).parent / "sarif.schema.json"
 OPEN = "additionalProperties"
 
 
@@ -60,6 +63,48 @@ class Schemas:
                         sys.exit(f"{name}: the schema takes a document with another '{member}'")
 
 
+class Sarif:
+    """The log as SARIF has it: one schema for the form, and here what a schema cannot say."""
+
+    def __init__(self, file):
+        schema = json.loads(file.read_text(encoding="utf-8"))
+        validator = jsonschema.validators.validator_for(schema)
+        self.validator = validator(closed(schema) if file == SARIF else schema)
+        self.results = 0
+
+    def check(self, text, what):
+        log = json.loads(text)
+        for error in self.validator.iter_errors(log):
+            sys.exit(f"{what}: {'/'.join(str(step) for step in error.absolute_path)}: {error.message[:300]}")
+        rules = log["runs"][0]["tool"]["driver"]["rules"]
+        for result in log["runs"][0]["results"]:
+            self.results += 1
+            if rules[result["ruleIndex"]]["id"] != result["ruleId"]:
+                sys.exit(f"{what}: rule {result['ruleIndex']} is not {result['ruleId']}")
+            self.check_numbers(result, what)
+
+    @staticmethod
+    def check_numbers(result, what):
+        """Every location that another one names is there, once."""
+        places = result["locations"] + result.get("relatedLocations", [])
+        numbers = [place["id"] for place in places if "id" in place]
+        targets = [relation["target"] for place in places for relation in place.get("relationships", [])]
+        if len(numbers) != len(set(numbers)) or not set(targets) <= set(numbers):
+            sys.exit(f"{what}: {result['ruleId']}: locations {numbers}, named are {targets}")
+
+    def reject_what_does_not_fit(self, text):
+        for path, value in ((["version"], "2.0.0"), (["runs", 0, "results", 0, "level"], "fatal"),
+                            (["runs", 0, "results", 0, "message"], {}), (["runs", 0, "tool"], {}),
+                            (["runs", 0, "results", 0, "ruleIndex"], -2)):
+            log = json.loads(text)
+            at = log
+            for step in path[:-1]:
+                at = at[step]
+            at[path[-1]] = value
+            if self.validator.is_valid(log):
+                sys.exit(f"the schema of SARIF takes a log with {path} = {value}")
+
+
 def commands(tvq, table, folder):
     """The command lines whose documents are checked: each is run twice."""
     name = table.name
@@ -88,9 +133,24 @@ def blobs_of(export):
         yield blobs[: len(blobs) // 2]
 
 
+def check_sarif(tvq, files, sarif, folder):
+    """The logs of all tables, with and without bytes and a baseline."""
+    nothing = folder / "nothing known.json"
+    nothing.write_bytes(tables.run(tvq, "lint", "--disable", "all", "--json", files[0], status=(0, 1)))
+    log = b""
+    for table in files:
+        for options in ([], ["--hex"], ["--baseline", nothing]):
+            log = tables.run(tvq, "lint", "--profile", "all", "--format", "sarif", *options, table, status=(0, 1))
+            sarif.check(log, f"lint of {table.name} {options}")
+    if sarif.results == 0:
+        sys.exit("no log has a result")
+    sarif.reject_what_does_not_fit(log)
+
+
 def main(arguments):
-    tvq, files = tables.program_and_tables(arguments)
+    tvq, files = tables.program_and_tables(arguments[:2])
     schemas = Schemas()
+    sarif = Sarif(pathlib.Path(arguments[2]) if arguments[2:] else SARIF)
     checked = 0
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
@@ -112,11 +172,12 @@ def main(arguments):
                 (folder / "device.tvq").write_bytes(blobs)
                 schemas.check(tables.run(tvq, "decode", folder / "device.tvq", "--json", status=(0, 2)), f"decode of {table.name}")
                 checked += 1
+        check_sarif(tvq, files, sarif, folder)
     schemas.reject_what_does_not_fit()
     unused = sorted(set(schemas.validators) - set(schemas.used))
     if unused:
         sys.exit(f"no document of these was seen: {unused}")
-    print(f"{checked} documents of {len(schemas.used)} schemas are valid")
+    print(f"{checked} documents of {len(schemas.used)} schemas are valid, and {sarif.results} results in SARIF")
 
 
 if __name__ == "__main__":
