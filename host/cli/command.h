@@ -34,11 +34,11 @@ enum ExitStatus : int {
   kExitNoState = 3,  // no state was saved yet
 };
 
-// What the help and the manual say of a command. Lines are at most 100 characters.
+// What the help and the manual say of a command.
 struct CommandText {
   const char* name;
   const char* summary;   // one line without a full stop, for the list of commands
-  const char* details;   // paragraphs
+  const char* details;   // paragraphs with an empty line between; other ends of lines mean nothing
   const char* examples;  // command lines, each with a line feed
   const char* statuses;  // what the exit statuses mean here, a sentence for each
 };
@@ -67,8 +67,12 @@ class Commands {
   // The body of the command that the arguments named.
   const CommandBody& Chosen() const { return mChosen; }
 
-  // Whether --quiet was given.
+  // Adds --wide, for a command that prints lines for people.
+  void AddWide(CLI::App& command);
+
+  // Whether --quiet was given, and --wide.
   bool IsQuiet() const { return mIsQuiet; }
+  bool IsWide() const { return mIsWide; }
 
   // Everything that was added.
   CommandTree Tree() const;
@@ -78,6 +82,7 @@ class Commands {
   std::vector<AddedCommand> mAdded;
   CommandBody mChosen;
   bool mIsQuiet = false;
+  bool mIsWide = false;
 };
 
 // Declares the function of every command.

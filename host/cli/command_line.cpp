@@ -9,12 +9,14 @@
 
 #include <CLI/CLI.hpp>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/command.h"
 #include "host/cli/input/input.h"
+#include "host/cli/output/paragraph.h"
 #include "host/cli/pages/command_tree.h"
 
 namespace tvq::cli {
@@ -30,12 +32,38 @@ constexpr char kVersion[] = "tvq " TVQ_VERSION;
 constexpr char kSummary[] = "The inventory that TVQSMBIOS makes of an SMBIOS table.";
 constexpr char kFooter[] =
     "`tvq COMMAND --help` tells more, with examples.\n"
-    "Exit status of every command: 0 nothing was found; 1 something was found; 2 it could not be\n"
-    "done; 3 no state was saved yet. 1 wins over 2.";
+    "Exit status of every command: 0 nothing was found; 1 something was found; 2 it\n"
+    "could not be done; 3 no state was saved yet. 1 wins over 2.";
+constexpr std::size_t kHelpWidth = 80;
+
+// Text in lines of a page, for a place that is `indent` characters in.
+std::string HelpText(std::string_view text, std::size_t indent) {
+  Terminal page;
+  page.width = kHelpWidth - indent;
+  std::string lines = Filled(text, page);
+  lines.pop_back();
+  return lines;
+}
 
 // Options without the names of the options that they exclude or need.
 class HelpFormatter : public CLI::Formatter {
  public:
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return HelpText(option->get_description(), get_column_width());
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    std::ostringstream line;
+    CLI::detail::format_help(line, command->get_name(),
+                             HelpText(command->get_description(), get_column_width()),
+                             get_column_width());
+    return line.str();
+  }
+  // The parser adds an empty line.
+  std::string make_footer(const CLI::App* app) const override {
+    std::string footer = CLI::Formatter::make_footer(app);
+    footer.erase(footer.find_last_not_of('\n') + 1);
+    return footer.empty() ? footer : footer + '\n';
+  }
   std::string make_option_opts(const CLI::Option* option) const override {
     const std::string type = option->get_type_name();
     return type.empty() ? "" : " " + type;
@@ -55,12 +83,20 @@ void RequireKnownCommand(const CLI::App& app, int argc, const char* const* argv)
 
 CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
   CLI::App* command = mApp.add_subcommand(text.name, text.summary);
-  command->footer(fmt::format("{}\n\nExamples:\n{}\nExit status: {}", text.details, text.examples,
-                              text.statuses));
+  command->footer(std::string());  // in place of that of `tvq`
+  // Made when it is asked for: every run adds all commands.
+  command->footer([text] {
+    return fmt::format("{}\n\nExamples:\n{}\n{}", HelpText(text.details, 0), text.examples,
+                       HelpText(fmt::format("Exit status: {}", text.statuses), 0));
+  });
   command->add_flag("-q,--quiet", mIsQuiet, "Print no warnings and remarks, errors alone");
   command->callback([this, body = std::move(body)] { mChosen = body; });
   mAdded.push_back({text, command});
   return *command;
+}
+
+void Commands::AddWide(CLI::App& command) {
+  command.add_flag("-w,--wide", mIsWide, "Let lines be as long as they are");
 }
 
 CommandTree Commands::Tree() const {
@@ -128,6 +164,7 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
     RequireKnownCommand(app, argc, argv);
     app.parse(argc, argv);
     console.isQuiet = commands.IsQuiet();
+    console.terminal.width = commands.IsWide() ? 0 : console.terminal.width;
     return commands.Chosen()(console);
   } catch (const CLI::Success& request) {
     app.exit(request, console.out, console.diagnostics);

@@ -14,7 +14,8 @@
 namespace tvq::lint {
 namespace {
 
-constexpr std::size_t kLineWidth = 96;
+constexpr std::size_t kPageWidth = 80;
+constexpr std::size_t kManualWidth = 96;
 
 std::string ProfilesOf(const Rule& rule) {
   std::string names;
@@ -26,13 +27,13 @@ std::string ProfilesOf(const Rule& rule) {
   return names;
 }
 
-// The text in lines of kLineWidth, each with `indent` in front.
-std::string Wrap(std::string_view text, std::string_view indent) {
+// The text in lines of that width, each with `indent` in front.
+std::string Wrap(std::string_view text, std::string_view indent, std::size_t lineWidth) {
   std::string wrapped;
   std::size_t width = 0;
   while (!text.empty()) {
     const std::size_t length = std::min(text.find(' '), text.size());
-    if (width != 0 && width + 1 + length > kLineWidth) {
+    if (width != 0 && width + 1 + length > lineWidth) {
       wrapped += '\n';
       width = 0;
     }
@@ -150,8 +151,8 @@ std::string ListRules() {
 std::string ExplainRule(const Rule& rule) {
   std::string text =
       fmt::format("{} ({}; profile {})\n", rule.name, NameOf(rule.severity), ProfilesOf(rule));
-  text += Wrap(rule.summary, "  ") + '\n' + Wrap(rule.why, "  ") + "\nWhat to change:\n" +
-          Wrap(rule.fix, "  ");
+  const auto wrap = [](std::string_view prose) { return Wrap(prose, "  ", kPageWidth); };
+  text += wrap(rule.summary) + '\n' + wrap(rule.why) + "\nWhat to change:\n" + wrap(rule.fix);
   if (!rule.example.empty()) {
     text += "\nExample, in the form that `tvq mktable` reads:\n" + Indent(rule.example, "  ");
   }
@@ -165,8 +166,9 @@ std::string RulesInMarkdown() {
                         ProfilesOf(*rule), rule->summary);
   }
   for (const Rule* rule : AllRules()) {
-    text += fmt::format("\n## {}\n\n{}\n{}\n{}\n", rule->name, Wrap(rule->summary, ""),
-                        Wrap(rule->why, ""), Wrap("To change: " + std::string(rule->fix), ""));
+    const auto wrap = [](std::string_view prose) { return Wrap(prose, "", kManualWidth); };
+    text += fmt::format("\n## {}\n\n{}\n{}\n{}\n", rule->name, wrap(rule->summary), wrap(rule->why),
+                        wrap("To change: " + std::string(rule->fix)));
     if (!rule->example.empty()) {
       text += "    " + Indent(rule->example, "    ").substr(4);
     } else {

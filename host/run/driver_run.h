@@ -64,7 +64,7 @@ struct Table {
 struct Conformed {
   Table table;  // the original one when it needs no change or was refused
   bool isRefused = false;
-  std::string summary;  // one sentence without a full stop
+  std::string summary;               // one sentence without a full stop
   std::vector<std::string> changes;  // where all of them are described
   std::vector<std::string> remarks;  // those of the changes that are more than a device's name
 };

@@ -17,6 +17,8 @@ constexpr std::string_view kHandle = "Handle 0x";
 constexpr std::string_view kBody = "\tHeader and Data:";
 constexpr std::string_view kStrings = "\tStrings:";
 constexpr std::string_view kVersion = "SMBIOS ";
+// Text for people has these headings, too, above structures that dmidecode cannot explain.
+constexpr char kHint[] = "have dmidecode print the bytes: `sudo dmidecode -u | tvq show -`";
 
 bool StartsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
@@ -83,8 +85,7 @@ class HexTextReader {
     }
     const Bytes bytes = HexLine(line);
     if (bytes.empty()) {
-      return Error{"the line does not hold bytes", "only the output of dmidecode -u can be read",
-                   mLine};
+      return Error{"the line does not hold bytes", kHint, mLine};
     }
     mTable.structures.insert(mTable.structures.end(), bytes.begin(), bytes.end());
     mIsTextNext = mPart == Part::kStrings && bytes.back() == 0;
@@ -96,8 +97,7 @@ class HexTextReader {
     if (mHandleLine != 0) {
       const std::size_t size = mTable.structures.size() - mStart;
       if (size < 4) {
-        return Error{"the structure has no bytes", "only the output of dmidecode -u can be read",
-                     mHandleLine};
+        return Error{"the structure has no bytes", kHint, mHandleLine};
       }
       mTable.structures.insert(mTable.structures.end(), mHasStrings ? 1 : 2, 0);
     }

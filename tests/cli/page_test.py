@@ -1,6 +1,6 @@
 """docs/tvq.md shows what the command prints: every `$ tvq ...` of it is run, on tables that this test makes.
 
-A line with nothing but "..." on the page stands for any number of lines. What is left out of the test is named.
+A line with nothing but "..." on the page stands for any number of lines.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -15,7 +15,6 @@ import tempfile
 import tables
 
 PAGE = tables.ROOT / "docs" / "tvq.md"
-LEFT_OUT = {"lint"}  # its findings are those of a captured table
 
 
 def make_tables(tvq, samples, folder):
@@ -26,6 +25,8 @@ def make_tables(tvq, samples, folder):
         "before": source,
         "after": source.replace('"7A2C0003"', '"7A2C9999"').replace('"Riser 1"', '"Riser 2"'),
         "large": source.replace("[end", "[type 200]\n" * 300 + "[end"),
+        # With names as boards of another maker have them.
+        "dump": re.sub(r'"DIMM_A(\d)"', r'"P1-DIMM\1A"', source).replace('"CPU1"', '"SOCKET 0"').replace('"CPU2"', '"SOCKET 1"'),
         "clash": (tables.ROOT / "tests" / "e2e" / "clash.smbios").read_text(encoding="utf-8"),
     }
     for name, text in sources.items():
@@ -58,9 +59,8 @@ def main(arguments):
         make_tables(tvq, samples, folder)
         for command, wanted in shown_commands():
             words = shlex.split(command)
-            if words[0] != "tvq" or words[1] in LEFT_OUT:
-                print(f"not run: {command}")
-                continue
+            if words[0] != "tvq":
+                sys.exit(f"{PAGE.name} shows another command: {command}")
             done = subprocess.run([tvq, *words[1:]], cwd=folder, capture_output=True, text=True, check=False)
             if not fits(wanted, done.stdout.splitlines()):
                 sys.exit(f"{PAGE.name} shows another output of: {command}\n{done.stdout}{done.stderr}")

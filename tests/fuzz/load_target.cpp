@@ -37,8 +37,7 @@ void Conform(DriverRun& driver, const tvq::run::Table& table) {
   }
   Expect(conformed.table.structures.size() <= kMaxTableSize,
          "a conformed table is larger than an entry point can state");
-  const tvq::run::Conformed again =
-      driver.Conform(conformed.table, tvq::run::Described::kChanges);
+  const tvq::run::Conformed again = driver.Conform(conformed.table, tvq::run::Described::kChanges);
   Expect(!again.isRefused && again.changes.empty(), "a conformed table is conformed once more");
 }
 

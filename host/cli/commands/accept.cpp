@@ -43,7 +43,7 @@ ExitStatus Accept(const AcceptOptions& options, Console& console) {
         driver, options.state, before,
         [&](uint64_t number) { return driver.Accept(before.bytes, options.names, origin, number); },
         console);
-    console.out << "Saved in " << path << '\n';
+    console.Page(fmt::format("Saved in {}\n", path));
   } catch (const run::StateError& error) {
     throw InputError(
         error.what(),

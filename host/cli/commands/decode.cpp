@@ -11,6 +11,7 @@
 
 #include "host/cli/device/blob.h"
 #include "host/cli/command.h"
+#include "host/cli/input/file_kind.h"
 #include "host/cli/input/input.h"
 #include "host/cli/redact/redact.h"
 #include "host/cli/output/json.h"
@@ -130,6 +131,7 @@ std::optional<DataError> Decode(Decoded& decoded) {
 
 ExitStatus Decode(const DecodeOptions& options, Console& console) {
   std::vector<uint8_t> file = ReadInput(options.file, kHint, console);
+  RefuseTables(options.file, file, "stored blobs", "tvq show");
   if (const std::optional<Masker> masker = MakeMasker(options.redact)) {
     RedactBlobs(file, *masker);
   }
@@ -144,7 +146,7 @@ ExitStatus Decode(const DecodeOptions& options, Console& console) {
     if (options.json) {
       blobs.push_back(ToJson(decoded));
     } else {
-      console.out << ToText(decoded, console.terminal);
+      console.Page(ToText(decoded, console.terminal));
     }
   }
   if (list.error) {
@@ -158,7 +160,7 @@ ExitStatus Decode(const DecodeOptions& options, Console& console) {
     Json json = SchemaJson("tvq-decode");
     json["blobs"] = blobs;
     json["errors"] = reasons;
-    console.out << json.dump(1) << '\n';
+    PrintJson(json, console);
   }
   for (const DataError& error : errors) {
     console.Error(fmt::format("{}:0x{:04X}: {}", options.file, error.Offset(), error.what()));
@@ -176,6 +178,7 @@ void AddDecode(Commands& commands) {
       ->type_name("")
       ->required();
   app.add_flag("--json", options->json, "Print one JSON document");
+  commands.AddWide(app);
   AddRedact(app, options->redact);
 }
 

@@ -213,15 +213,15 @@ std::string FieldText(const run::FieldChange& change, const Terminal& terminal) 
 
 void PrintStructures(const Difference& difference, const Console& console) {
   if (!difference.structures.empty()) {
-    console.out << '\n' << Painted(console.terminal, Ink::kBold, "Structures") << '\n';
+    console.Page("\n" + Painted(console.terminal, Ink::kBold, "Structures") + "\n");
   }
   for (const StructureChange& change : difference.structures) {
-    console.out << fmt::format("  {}{}\n", change.structure,
-                               change.isAdded     ? ": added"
-                               : change.isRemoved ? ": gone"
-                                                  : "");
+    console.Page(fmt::format("  {}{}\n", change.structure,
+                             change.isAdded     ? ": added"
+                             : change.isRemoved ? ": gone"
+                                                : ""));
     for (const run::FieldChange& field : change.fields) {
-      console.out << FieldText(field, console.terminal);
+      console.Page(FieldText(field, console.terminal));
     }
   }
 }
@@ -243,7 +243,7 @@ Json ToJson(const Difference& difference) {
 ExitStatus Diff(const DiffOptions& options, Console& console) {
   const Difference difference = Compare(options, console);
   if (options.json) {
-    console.out << ToJson(difference).dump(1) << '\n';
+    PrintJson(ToJson(difference), console);
   } else {
     PrintComparison(difference.comparison, console);
     PrintStructures(difference, console);
@@ -262,6 +262,7 @@ void AddDiff(Commands& commands) {
   AddConform(app, options->conform);
   app.add_flag("-v,--verbose", options->isVerbose,
                "Every device, also where nothing is to be looked at");
+  commands.AddWide(app);
   app.add_flag("--json", options->json, "Print one JSON document");
   AddRedact(app, options->redact);
 }

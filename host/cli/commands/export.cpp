@@ -29,7 +29,7 @@ ExitStatus Export(const TableOptions& options, Console& console) {
   run::Table table = ReadTable(driver, options, console);
   const bool isConformed = !options.conform || ConformTable(driver, table, console);
   const run::Results results = RunDriver(driver, table, options, console);
-  console.out << ToJson(table, results).dump(1) << '\n';
+  PrintJson(ToJson(table, results), console);
   return isConformed ? kExitNothingFound : kExitFound;
 }
 

@@ -58,14 +58,24 @@ Overview MakeQuietOverview(const GetOptions& options, const Console& console) {
   return MakeOverview(options.table, quiet, Documents::kDropped);
 }
 
+// A program takes lines apart at the tab, so that they have to stay whole.
+void PrintPaths(const std::vector<PathValue>& paths, const Console& console) {
+  for (const PathValue& one : paths) {
+    const std::string line = fmt::format("{}\t{}\n", one.path, one.value);
+    if (console.terminal.isPipe) {
+      console.Text(line);
+    } else {
+      console.Page(fmt::format("{}  {}\n", one.path, one.value));
+    }
+  }
+}
+
 ExitStatus Get(GetOptions options, Console& console) {
   const std::string path = TakeArguments(options);
   const Overview overview = MakeQuietOverview(options, console);
   const MachineView view = overview.View();
   if (options.isList) {
-    for (const PathValue& one : ListPaths(view)) {
-      console.out << one.path << '\t' << one.value << '\n';
-    }
+    PrintPaths(ListPaths(view), console);
     return kExitNothingFound;
   }
   const Selection selection = Select(view, path);
@@ -80,7 +90,7 @@ ExitStatus Get(GetOptions options, Console& console) {
     console.Warning(fmt::format("the table has no '{}'", path));
     return kExitFound;
   }
-  console.out << value << '\n';
+  console.Text(value + '\n');
   return kExitNothingFound;
 }
 
@@ -93,6 +103,7 @@ void AddGet(Commands& commands) {
   app.add_option("TABLE|PATH", options->arguments, "A captured table, or '-'; what to print of it")
       ->type_name("");
   app.add_flag("--list", options->isList, "Print every path with its value");
+  commands.AddWide(app);
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
 }

@@ -193,20 +193,20 @@ ExitStatus Examine(const LintOptions& options, Console& console) {
 
 ExitStatus Explain(const std::string& name, Console& console) {
   if (name == "all") {
-    console.out << lint::RulesInMarkdown();
+    console.Text(lint::RulesInMarkdown());
     return kExitNothingFound;
   }
   const lint::Rule* rule = lint::FindRule(name);
   if (rule == nullptr) {
     ThrowUnknownRule(name);
   }
-  console.out << lint::ExplainRule(*rule);
+  console.Page(lint::ExplainRule(*rule));
   return kExitNothingFound;
 }
 
 ExitStatus Lint(const LintOptions& options, Console& console) {
   if (options.list) {
-    console.out << lint::ListRules();
+    console.Page(lint::ListRules());
     return kExitNothingFound;
   }
   return options.explain.empty() ? Examine(options, console) : Explain(options.explain, console);
@@ -264,6 +264,7 @@ void AddLint(Commands& commands) {
                     {{"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}},
                     "How the findings are printed (text)");
   app.add_flag("--json", options->json, "The same as --format json");
+  commands.AddWide(app);
   app.add_flag("--hex", options->hex, "Show the bytes of the structures, too");
   app.add_option("--explain", options->explain,
                  "Tell all about a rule; 'all' prints the manual of all rules in Markdown")

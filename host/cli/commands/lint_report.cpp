@@ -12,6 +12,7 @@
 #include <ostream>
 
 #include "host/cli/commands/lint_baseline.h"
+#include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -55,7 +56,7 @@ class LinePrinter {
   }
 
   void Line(std::size_t indent, const std::string& text) const {
-    mConsole.out << std::string(indent, ' ') << text << '\n';
+    mConsole.Page(std::string(indent, ' ') + text + '\n');
   }
 
   void PrintBelow(std::size_t indent, const Finding& finding) const {
@@ -85,18 +86,21 @@ class LinePrinter {
     }
   }
 
-  // Sixteen in a line, with their offset in the file and as text.
+  // Sixteen in a line, or eight where it has no room, with their offset in the file and as text.
   void PrintBytes(std::size_t indent, const lint::Place& place) const {
-    constexpr std::size_t kPerLine = 16;
+    constexpr std::size_t kWidthOfSixteen = 76;
+    const std::size_t room = mConsole.terminal.width;
+    const std::size_t perLine = room == 0 || indent + kWidthOfSixteen <= room ? 16 : 8;
     const std::vector<std::uint8_t> bytes = BytesOf(mReport, place);
-    for (std::size_t at = 0; at < bytes.size(); at += kPerLine) {
+    for (std::size_t at = 0; at < bytes.size(); at += perLine) {
       std::string digits;
       std::string text;
-      for (std::size_t i = at; i < std::min(at + kPerLine, bytes.size()); ++i) {
+      for (std::size_t i = at; i < std::min(at + perLine, bytes.size()); ++i) {
         digits += fmt::format("{:02X} ", bytes[i]);
         text += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
       }
-      Line(indent, fmt::format("0x{:04X}  {:48} {}", *place.offset + at, digits, text));
+      Line(indent,
+           fmt::format("0x{:04X}  {:{}} {}", *place.offset + at, digits, 3 * perLine, text));
     }
   }
 
@@ -107,7 +111,7 @@ class LinePrinter {
 
 void PrintSummary(const LintReport& report, const Console& console) {
   const auto line = [&](std::string_view text) {
-    console.out << fmt::format("{}: {}\n", report.name, text);
+    console.Page(fmt::format("{}: {}\n", report.name, text));
   };
   std::vector<Finding> groups[2];
   for (const Finding& finding : report.findings) {
@@ -208,7 +212,7 @@ void PrintJson(const LintReport& report, const Console& console) {
   if (!report.baseline.empty()) {
     document["baseline"] = {{"file", report.baseline}, {"known", report.known}};
   }
-  console.out << document.dump(1) << '\n';
+  PrintJson(document, console);
 }
 
 }  // namespace tvq::cli

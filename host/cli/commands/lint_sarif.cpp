@@ -14,6 +14,7 @@
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/commands/lint_baseline.h"
 #include "host/cli/commands/lint_report.h"
+#include "host/cli/output/json.h"
 #include "host/lint/lint.h"
 
 namespace tvq::cli {
@@ -149,7 +150,7 @@ void PrintSarif(const LintReport& report, const Console& console) {
                      "sarif-schema-2.1.0.json"},
                     {"version", "2.1.0"},
                     {"runs", Json::array({run})}};
-  console.out << log.dump(1) << '\n';
+  PrintJson(log, console);
 }
 
 }  // namespace tvq::cli

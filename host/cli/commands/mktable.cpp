@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "host/cli/command.h"
+#include "host/cli/input/file_kind.h"
 #include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/table_input.h"
@@ -128,9 +129,9 @@ Result<std::string> ListFields(const std::string& type) {
   return text;
 }
 
-void WriteOutput(const std::string& path, const std::string& result, std::ostream& out) {
+void WriteOutput(const std::string& path, const std::string& result, const Console& console) {
   if (path.empty() || path == "-") {
-    out << result;
+    console.out << result;
     return;
   }
   const size_t slash = path.rfind('/');
@@ -170,9 +171,12 @@ Result<std::string> Produce(const MktableOptions& options, const Console& consol
     return ListFields(options.fields);
   }
   const std::optional<Masker> masker = MakeMasker(options.redact);
-  return options.dump.empty()
-             ? BuildDump(ReadInput(options.source, kSourceHint, console), masker, console)
-             : BuildSource(ReadInput(options.dump, kTableHint, console), masker, console);
+  if (!options.dump.empty()) {
+    return BuildSource(ReadInput(options.dump, kTableHint, console), masker, console);
+  }
+  const Bytes source = ReadInput(options.source, kSourceHint, console);
+  RefuseTables(options.source, source, "source", "tvq mktable --from-dump");
+  return BuildDump(source, masker, console);
 }
 
 void RequireOneTask(const MktableOptions& options) {
@@ -191,7 +195,11 @@ ExitStatus Mktable(const MktableOptions& options, Console& console) {
   if (!result) {
     ThrowFailure(options.dump.empty() ? options.source : options.dump, result.Failure());
   }
-  WriteOutput(options.output, *result, console.out);
+  if (options.fields.empty() || !options.output.empty()) {
+    WriteOutput(options.output, *result, console);
+  } else {
+    console.Page(*result);
+  }
   return kExitNothingFound;
 }
 

@@ -42,7 +42,7 @@ Script ScriptFor(std::string_view shell) {
 
 void AddMan(Commands& commands) {
   commands.Add(kManText, [&commands](Console& console) {
-    console.out << ManPage(commands.Tree());
+    console.Text(ManPage(commands.Tree()));
     return kExitNothingFound;
   });
 }
@@ -50,7 +50,7 @@ void AddMan(Commands& commands) {
 void AddCompletion(Commands& commands) {
   const auto shell = std::make_shared<std::string>();
   CLI::App& app = commands.Add(kCompletionText, [&commands, shell](Console& console) {
-    console.out << ScriptFor(*shell)(commands.Tree());
+    console.Text(ScriptFor(*shell)(commands.Tree()));
     return kExitNothingFound;
   });
   app.add_option("bash|zsh|fish", *shell, "The shell")

@@ -7,11 +7,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <ostream>
 
 #include "host/cli/input/input.h"
 #include "host/cli/device/overview.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/output/json.h"
 
 #include <nlohmann/json.hpp>
 
@@ -44,7 +44,6 @@ struct ShowOptions {
   TableOptions table;
   std::vector<std::string> arguments;
   std::string name;
-  bool isWide = false;
   bool json = false;
 };
 
@@ -95,20 +94,27 @@ Overview MakeOverview(const ShowOptions& options, const Console& console) {
   }
 }
 
+void Print(const Overview& overview, PartPlace place, bool isJson, const Console& console) {
+  if (isJson) {
+    PrintJson(DeviceJson(overview, place), console);
+  } else {
+    console.Page(DeviceText(overview, place, console.terminal));
+  }
+}
+
 ExitStatus Show(ShowOptions options, Console& console) {
   TakeArguments(options);
   const Overview overview = MakeOverview(options, console);
   const ExitStatus status = overview.missing.empty() ? kExitNothingFound : kExitFound;
-  Terminal terminal = PageOf(console.terminal);
-  terminal.width = options.isWide ? 0 : terminal.width;
   if (!options.name.empty()) {
-    const PartPlace place = FindPart(overview, options);
-    console.out << (options.json ? DeviceJson(overview, place).dump(1) + '\n'
-                                 : DeviceText(overview, place, terminal));
+    Print(overview, FindPart(overview, options), options.json, console);
     return kExitNothingFound;
   }
-  console.out << (options.json ? ToJson(overview).dump(1) + '\n'
-                               : OverviewText(overview, terminal));
+  if (options.json) {
+    PrintJson(ToJson(overview), console);
+  } else {
+    console.Page(OverviewText(overview, console.terminal));
+  }
   return status;
 }
 
@@ -123,7 +129,7 @@ void AddShow(Commands& commands) {
       ->type_name("");
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
-  app.add_flag("-w,--wide", options->isWide, "Let lines be as long as they are");
+  commands.AddWide(app);
   app.add_flag("--json", options->json, "Print one JSON document");
 }
 

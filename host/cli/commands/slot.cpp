@@ -263,8 +263,11 @@ ExitStatus Slot(const SlotOptions& options, Console& console) {
   answers.served = FindServed(answers);
   const bool agree = IsSame(answers.served, answers.table);
   answers.reason = agree ? "" : ReasonOf(answers);
-  console.out << (options.json ? ToJson(answers).dump(1) + '\n'
-                               : ToText(answers, PageOf(console.terminal)));
+  if (options.json) {
+    PrintJson(ToJson(answers), console);
+  } else {
+    console.Page(ToText(answers, console.terminal));
+  }
   return agree ? kExitNothingFound : kExitFound;
 }
 
@@ -280,6 +283,7 @@ void AddSlot(Commands& commands) {
   app.add_flag("--id", options->isById, "Ask \"SMBIOSSLOTID\" instead of \"SMBIOSPCISlotInfo\"");
   AddTableOptions(app, options->table);
   AddConform(app, options->table);
+  commands.AddWide(app);
   app.add_flag("--json", options->json, "Print one JSON document");
 }
 

@@ -80,9 +80,9 @@ ExitStatus Save(const StateOptions& options, Console& console) {
       driver, options, StateBefore(driver, options.folder, console),
       [&](uint64_t number) { return driver.State(origin, number); }, console);
   if (options.json) {
-    console.out << SavedJson(path, results).dump(1) << '\n';
+    PrintJson(SavedJson(path, results), console);
   } else {
-    console.out << "Saved in " << path << '\n';
+    console.Page(fmt::format("Saved in {}\n", path));
   }
   return kExitNothingFound;
 }
@@ -99,7 +99,7 @@ ExitStatus Verify(const StateOptions& options, Console& console) {
   if (options.json) {
     Json json = SchemaJson("tvq-verify");
     AddComparison(comparison, "findings", json);
-    console.out << json.dump(1) << '\n';
+    PrintJson(json, console);
   } else {
     PrintComparison(comparison, console);
   }
@@ -123,6 +123,7 @@ void AddVerify(Commands& commands) {
   AddStateOptions(app, "The folder that `tvq save` was given", *options);
   app.add_flag("-v,--verbose", options->isVerbose,
                "Every device, also where nothing is to be looked at");
+  commands.AddWide(app);
 }
 
 }  // namespace tvq::cli

@@ -6,7 +6,6 @@
 #include "host/cli/compare/comparison_output.h"
 
 #include <nlohmann/json.hpp>
-#include <ostream>
 
 #include "host/cli/output/text.h"
 
@@ -41,7 +40,7 @@ Json ToJson(const run::Finding& finding) {
 
 void PrintComparison(const run::Comparison& comparison, const Console& console) {
   for (const std::string& line : comparison.lines) {
-    console.out << Utf8OfBytes(line) << '\n';
+    console.Page(Printable(line) + '\n');
   }
 }
 

@@ -17,6 +17,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
+// Entry points of 32 and of 64 bits begin so (SMBIOS 5.2.1 and 5.2.2).
+constexpr std::string_view kAnchor = "_SM";
+
 // How a file begins, what it then is, and what to do about it; "{}" is its name.
 struct FileKind {
   std::string_view magic;
@@ -49,6 +52,15 @@ void RefuseOtherFiles(const std::string& name, const std::vector<uint8_t>& file)
       throw InputError(fmt::format("{} is {}", name, kind.what),
                        fmt::format(fmt::runtime(kind.hint), name));
     }
+  }
+}
+
+void RefuseTables(const std::string& name, const std::vector<uint8_t>& file, const char* wanted,
+                  const char* command) {
+  const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());
+  if (bytes.substr(0, kAnchor.size()) == kAnchor) {
+    throw InputError(fmt::format("{} is a table, and no {}", name, wanted),
+                     fmt::format("`{} {}` reads it", command, name));
   }
 }
 

@@ -16,6 +16,10 @@ namespace tvq::cli {
 // table: compressed, a saved state, or what dmidecode prints for people.
 void RefuseOtherFiles(const std::string& name, const std::vector<uint8_t>& file);
 
+// Throws InputError for a table where something else is wanted. `command` reads tables.
+void RefuseTables(const std::string& name, const std::vector<uint8_t>& file, const char* wanted,
+                  const char* command);
+
 }  // namespace tvq::cli
 
 #endif  // TVQ_HOST_CLI_INPUT_FILE_KIND_H_

@@ -12,6 +12,9 @@
 #include <cstdlib>
 #include <ostream>
 
+#include "host/cli/output/paragraph.h"
+#include "host/cli/output/text.h"
+
 namespace tvq::cli {
 namespace {
 
@@ -52,43 +55,43 @@ const char* CodeOf(Ink ink) {
 
 }  // namespace
 
+void Console::Page(const std::string& utf8) const {
+  out << Folded(utf8, terminal);
+}
+
+void Console::Text(std::string_view utf8) const {
+  out << Shown(utf8, terminal);
+}
+
 void Console::Line(std::string_view text) const {
-  if (isQuiet) {
-    return;
+  if (!isQuiet) {
+    diagnostics << Folded(fmt::format("tvq: {}\n", text), terminal);
   }
-  diagnostics << "tvq: " << text << '\n';
 }
 
 void Console::Warning(std::string_view text) const {
-  if (isQuiet) {
-    return;
-  }
-  diagnostics << "tvq: warning: " << text << '\n';
+  Line(fmt::format("warning: {}", text));
 }
 
 void Console::Error(std::string_view text, std::string_view hint) const {
-  diagnostics << "tvq: error: " << text << '\n';
+  diagnostics << Folded(fmt::format("tvq: error: {}\n", text), terminal);
   if (!hint.empty()) {
-    diagnostics << "tvq: hint: " << hint << '\n';
+    diagnostics << Folded(fmt::format("tvq: hint: {}\n", hint), terminal);
   }
 }
 
 Terminal StandardTerminal() {
+  constexpr std::size_t kUsualWidth = 80;
   const bool isAscii = !IsUtf8Locale();
   if (isatty(STDOUT_FILENO) == 0) {
-    return {0, false, isAscii};
+    return {kUsualWidth, false, isAscii, true};
   }
   winsize size = {};
   ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+  const std::size_t width = size.ws_col == 0 ? kUsualWidth : size.ws_col;
   const char* const kind = std::getenv("TERM");
   const bool isDumb = kind == nullptr || std::string_view(kind) == "dumb";
-  return {size.ws_col, !isDumb && !IsSet("NO_COLOR"), isAscii};
-}
-
-Terminal PageOf(Terminal terminal) {
-  constexpr std::size_t kUsualWidth = 80;
-  terminal.width = terminal.width == 0 ? kUsualWidth : terminal.width;
-  return terminal;
+  return {width, !isDumb && !IsSet("NO_COLOR"), isAscii, false};
 }
 
 std::string Painted(const Terminal& terminal, Ink ink, std::string_view text) {

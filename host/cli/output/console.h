@@ -18,6 +18,7 @@ struct Terminal {
   std::size_t width = 0;  // 0: lines may be as long as they are
   bool hasColour = false;
   bool isAscii = false;  // it shows no other characters
+  bool isPipe = false;   // a program reads what is printed, or a file keeps it
 };
 
 struct Console {
@@ -27,18 +28,22 @@ struct Console {
   Terminal terminal = {};
   bool isQuiet = false;  // of the lines on `diagnostics`, it has the errors alone
 
-  // Lines on `diagnostics`.
+  // Lines for people on `out`, each with its line feed: no wider than the terminal, in characters that
+  // it shows.
+  void Page(const std::string& utf8) const;
+  // One text on `out`, as long as it is.
+  void Text(std::string_view utf8) const;
+
+  // Lines on `diagnostics`, shown as a page is.
   void Line(std::string_view text) const;
   void Warning(std::string_view text) const;
   void Error(std::string_view text, std::string_view hint = "") const;
 };
 
-// Of this process: no width and no colour where standard output is no terminal, and no colour where
-// the variable NO_COLOR asks for none. The locale says whether it shows ASCII alone.
+// Of this process: where standard output is no terminal, 80 characters wide and without colour; and
+// without colour where the variable NO_COLOR asks for none. The locale says whether it shows ASCII
+// alone.
 Terminal StandardTerminal();
-
-// The same for lines that people read: of 80 characters where nothing is known of the width.
-Terminal PageOf(Terminal terminal);
 
 enum class Ink {
   kPlain,

@@ -5,6 +5,8 @@
  */
 #include "host/cli/output/json.h"
 
+#include <ostream>
+
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -77,6 +79,13 @@ ordered_json ToJson(const std::vector<Item>& items) {
 
 ordered_json SchemaJson(const char* name) {
   return {{"schema", name}, {"schemaVersion", 1}};
+}
+
+// A name of a file need not be UTF-8.
+void PrintJson(const ordered_json& document, const Console& console) {
+  console.out << document.dump(1, ' ', console.terminal.isAscii,
+                               ordered_json::error_handler_t::replace)
+              << '\n';
 }
 
 ordered_json SmbiosJson(const run::Table& table) {

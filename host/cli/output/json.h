@@ -8,12 +8,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/cli/output/console.h"
 #include "host/run/driver_run.h"
 
 namespace tvq::cli {
 
 // The beginning of every document: the name of its schema in docs/schema, and the version of that.
 nlohmann::ordered_json SchemaJson(const char* name);
+
+// Prints a document. What the terminal cannot show is spelled out as JSON does it: "\u00e9".
+void PrintJson(const nlohmann::ordered_json& document, const Console& console);
 
 nlohmann::ordered_json SmbiosJson(const run::Table& table);
 nlohmann::ordered_json AttributesJson(const std::vector<run::Attribute>& attributes);

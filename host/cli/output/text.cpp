@@ -46,6 +46,28 @@ void Append(std::string& utf8, char32_t character) {
   }
 }
 
+struct Character {
+  char32_t code;
+  size_t length;
+};
+
+// The first one of the text; a byte that begins none counts for itself.
+Character FrontOf(std::string_view utf8) {
+  const auto lead = static_cast<uint8_t>(utf8.front());
+  const size_t length = lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (length == 1 || utf8.size() < length) {
+    return {lead, 1};
+  }
+  char32_t code = lead & (0x7F >> length);
+  for (const char byte : utf8.substr(1, length - 1)) {
+    if ((static_cast<uint8_t>(byte) & 0xC0) != 0x80) {
+      return {lead, 1};
+    }
+    code = code << 6 | (static_cast<uint8_t>(byte) & 0x3F);
+  }
+  return {code, length};
+}
+
 }  // namespace
 
 std::string Utf8OfWide(std::u16string_view text) {
@@ -124,6 +146,20 @@ std::string Printable(std::u16string_view text, const Terminal& terminal) {
                              : fmt::format("\\x{:02X}", unsigned{unit});
   }
   return terminal.isAscii ? printable : Printable(text);
+}
+
+std::string Shown(std::string_view utf8, const Terminal& terminal) {
+  if (!terminal.isAscii) {
+    return std::string(utf8);
+  }
+  std::string shown;
+  while (!utf8.empty()) {
+    const Character front = FrontOf(utf8);
+    shown += front.code < 0x80 ? std::string(utf8.substr(0, 1))
+                               : fmt::format("\\x{:02X}", static_cast<uint32_t>(front.code));
+    utf8.remove_prefix(front.length);
+  }
+  return shown;
 }
 
 std::string Hex(const std::vector<uint8_t>& bytes) {

@@ -32,6 +32,10 @@ std::string Printable(std::u16string_view text);
 std::string Printable(std::string_view text, const Terminal& terminal);
 std::string Printable(std::u16string_view text, const Terminal& terminal);
 
+// UTF-8 as the terminal can show it: where that is ASCII alone, with "\xE4" for other characters and
+// for bytes that are no UTF-8.
+std::string Shown(std::string_view utf8, const Terminal& terminal);
+
 // Two lower-case digits for each byte.
 std::string Hex(const std::vector<uint8_t>& bytes);
 

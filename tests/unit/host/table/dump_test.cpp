@@ -198,6 +198,8 @@ TEST(ReadHexText, NamesTheStructureWithoutBytes) {
   ASSERT_FALSE(table);
   EXPECT_EQ(table.Failure().line, 3u);
   EXPECT_EQ(table.Failure().message, "the structure has no bytes");
+  EXPECT_EQ(table.Failure().hint,
+            "have dmidecode print the bytes: `sudo dmidecode -u | tvq show -`");
 }
 
 }  // namespace

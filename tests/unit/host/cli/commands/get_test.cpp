@@ -15,11 +15,13 @@ using test::Table;
 using testing::HasSubstr;
 using testing::Not;
 
+constexpr Terminal kPipe = {80, false, false, true};
+
 class CliGet : public CliTest {
  protected:
-  Outcome Get(const Table& table, std::vector<std::string> more) {
+  Outcome Get(const Table& table, std::vector<std::string> more, Terminal terminal = {}) {
     more.insert(more.begin(), {"get", Write("table.bin", table.Bytes())});
-    return RunTvq(more);
+    return RunTvq(more, "", terminal);
   }
   static Table TwoBoards() {
     return Table::Of(TableOf({}), test::BaseBoard{}, test::BaseBoard{.serial = "BRD0002"});
@@ -73,7 +75,7 @@ TEST_F(CliGet, ListsThePartsThatALabelMayMean) {
 }
 
 TEST_F(CliGet, ListsEveryPathThatItTakes) {
-  const Outcome listed = Get(TwoBoards(), {"--list", "--conform"});
+  const Outcome listed = Get(TwoBoards(), {"--list", "--conform"}, kPipe);
   EXPECT_EQ(listed.status, 0);
   EXPECT_THAT(listed.out, HasSubstr("system.serial\tABC1234\n"));
   EXPECT_THAT(listed.out, HasSubstr("board[2].serial\tBRD0002\n"));
@@ -87,6 +89,23 @@ TEST_F(CliGet, ListsEveryPathThatItTakes) {
               line.substr(tab + 1) + '\n');
   }
   EXPECT_GT(count, 50u);
+}
+
+TEST_F(CliGet, KeepsItsLinesWholeForProgramsAlone) {
+  Server server;
+  server.processor = std::string(30, 'x') + ' ' + std::string(40, 'y');
+  EXPECT_THAT(Get(TableOf(server), {"--list"}, kPipe).out,
+              HasSubstr("CPU.Socket.1.version\t" + server.processor + "\n"));
+  EXPECT_THAT(Get(TableOf(server), {"--list"}, {80}).out,
+              HasSubstr("CPU.Socket.1.version  " + std::string(30, 'x') + "\n  " +
+                        std::string(40, 'y') + "\n"));
+  EXPECT_EQ(Get(TableOf(server), {"CPU.Socket.1.version"}, kPipe).out, server.processor + "\n");
+}
+
+TEST_F(CliGet, SpellsOutWhatIsNoAsciiWhereTheTerminalShowsNoMore) {
+  Server server;
+  server.processor = "Core\xAE 8";
+  EXPECT_EQ(Get(TableOf(server), {"CPU.Socket.1.version"}, {80, false, true}).out, "Core\\xAE 8\n");
 }
 
 TEST_F(CliGet, WantsOnePath) {

@@ -40,7 +40,7 @@ Table NamedMachine(const std::vector<std::string>& sockets,
 
 class CliShow : public CliTest {
  protected:
-  Outcome Show(const Table& table, std::vector<std::string> more = {}, Terminal terminal = {}) {
+  Outcome Show(const Table& table, std::vector<std::string> more = {}, Terminal terminal = {80}) {
     more.insert(more.begin(), {"show", Write("table.bin", table.Bytes())});
     return RunTvq(more, "", terminal);
   }

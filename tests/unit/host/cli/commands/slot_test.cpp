@@ -23,7 +23,7 @@ class CliSlot : public CliTest {
   Outcome Ask(const Table& table, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "slot");
     arguments.insert(arguments.end(), {"--table", Write("table.bin", table.Bytes())});
-    return RunTvq(arguments);
+    return RunTvq(arguments, "", {80});
   }
 };
 

@@ -71,5 +71,15 @@ TEST_F(FileKind, ThatOnlyRootMayReadGetsTheSameCommandWithSudo) {
                                            path + "' --json`\n"));
 }
 
+TEST_F(FileKind, ThatIsATableIsNoSourceAndHasNoBlobs) {
+  const std::string table = Write("table.bin", {'_', 'S', 'M', '3', '_', 0x7D});
+  EXPECT_EQ(RunTvq({"mktable", table, "-o", "-"}).diagnostics,
+            "tvq: error: " + table + " is a table, and no source\n" +
+                "tvq: hint: `tvq mktable --from-dump " + table + "` reads it\n");
+  EXPECT_EQ(RunTvq({"decode", table}).diagnostics,
+            "tvq: error: " + table + " is a table, and no stored blobs\n" +
+                "tvq: hint: `tvq show " + table + "` reads it\n");
+}
+
 }  // namespace
 }  // namespace tvq::cli

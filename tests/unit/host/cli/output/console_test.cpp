@@ -44,15 +44,16 @@ class Variable {
   std::optional<std::string> mBefore;
 };
 
-// Puts a terminal of 132 columns in the place of standard output as long as it lives.
+// Puts a terminal in the place of standard output as long as it lives.
 class FakeTerminal {
  public:
-  FakeTerminal() : mMaster(posix_openpt(O_RDWR | O_NOCTTY)), mBefore(dup(STDOUT_FILENO)) {
+  explicit FakeTerminal(unsigned short columns = 132)
+      : mMaster(posix_openpt(O_RDWR | O_NOCTTY)), mBefore(dup(STDOUT_FILENO)) {
     EXPECT_EQ(grantpt(mMaster), 0);
     EXPECT_EQ(unlockpt(mMaster), 0);
     const int slave = open(ptsname(mMaster), O_RDWR | O_NOCTTY);
     winsize size = {};
-    size.ws_col = 132;
+    size.ws_col = columns;
     EXPECT_EQ(ioctl(slave, TIOCSWINSZ, &size), 0);
     EXPECT_EQ(dup2(slave, STDOUT_FILENO), STDOUT_FILENO);
     close(slave);
@@ -77,7 +78,7 @@ bool HasColour(const std::optional<std::string>& term, const std::optional<std::
   return StandardTerminal().hasColour;
 }
 
-TEST(StandardTerminal, HasNothingWhereThereIsNone) {
+TEST(StandardTerminal, IsAPageWithoutColourWhereThereIsNone) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const int before = dup(STDOUT_FILENO);
@@ -88,13 +89,20 @@ TEST(StandardTerminal, HasNothingWhereThereIsNone) {
   for (const int file : {ends[0], ends[1], before}) {
     close(file);
   }
-  EXPECT_EQ(terminal.width, 0u);
+  EXPECT_EQ(terminal.width, 80u);
   EXPECT_FALSE(terminal.hasColour);
+  EXPECT_TRUE(terminal.isPipe);
 }
 
 TEST(StandardTerminal, IsAsWideAsItIs) {
   const FakeTerminal terminal;
   EXPECT_EQ(StandardTerminal().width, 132u);
+  EXPECT_FALSE(StandardTerminal().isPipe);
+}
+
+TEST(StandardTerminal, IsOfTheUsualWidthWhereItDoesNotSay) {
+  const FakeTerminal terminal(0);
+  EXPECT_EQ(StandardTerminal().width, 80u);
 }
 
 TEST(StandardTerminal, HasColourUnlessItIsDumbOrNobodyWantsAny) {
@@ -133,6 +141,32 @@ TEST(Messages, BeginWithTheNameOfTheCommand) {
             "tvq: error: this too\n"
             "tvq: hint: try it so\n");
   EXPECT_EQ(out.str(), "");
+}
+
+TEST(Messages, AreShownAsThePageIs) {
+  std::istringstream in;
+  std::ostringstream out;
+  std::ostringstream diagnostics;
+  const Console console{in, out, diagnostics, {20, false, true}};
+  console.Error("caf\xC3\xA9 is no table");
+  console.Page("a line that is long\n  \xE2\x82\xAC and a line of it too\n");
+  console.Text("one line, however long, of \xC3\xA9\n");
+  EXPECT_EQ(diagnostics.str(), "tvq: error: caf\\xE9\n  is no table\n");
+  EXPECT_EQ(out.str(),
+            "a line that is long\n"
+            "  \\x20AC and a line\n    of it too\n"
+            "one line, however long, of \\xE9\n");
+}
+
+TEST(Messages, OfAQuietRunAreErrorsAlone) {
+  std::istringstream in;
+  std::ostringstream out;
+  std::ostringstream diagnostics;
+  const Console console{in, out, diagnostics, {}, true};
+  console.Line("a line");
+  console.Warning("mind this");
+  console.Error("that failed", "try it so");
+  EXPECT_EQ(diagnostics.str(), "tvq: error: that failed\ntvq: hint: try it so\n");
 }
 
 }  // namespace

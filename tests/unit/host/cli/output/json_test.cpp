@@ -5,6 +5,8 @@
  */
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "host/cli/output/json.h"
 
 namespace tvq::cli {
@@ -24,6 +26,19 @@ TEST(CliJson, HasTheMembersInTheirOrder) {
             R"({"schema":"tvq-export","schemaVersion":1,)"
             R"("smbios":{"major":2,"minor":7,"structureCount":115,"sizeInBytes":4631},)"
             R"("start":"Not Found","records":[],"attributes":[],"variables":[],"log":[]})");
+}
+
+TEST(CliJson, IsPrintedAsTheTerminalShowsIt) {
+  const auto print = [](const ordered_json& document, bool isAscii) {
+    std::istringstream in;
+    std::ostringstream out;
+    PrintJson(document, {in, out, out, {80, false, isAscii}});
+    return out.str();
+  };
+  EXPECT_EQ(print({{"a", "caf\xC3\xA9"}}, false), "{\n \"a\": \"caf\xC3\xA9\"\n}\n");
+  EXPECT_EQ(print({{"a", "caf\xC3\xA9"}}, true), "{\n \"a\": \"caf\\u00e9\"\n}\n");
+  EXPECT_EQ(print({{"a", "\xFF"}}, true), "{\n \"a\": \"\\ufffd\"\n}\n")
+      << "the name of a file that is no UTF-8";
 }
 
 TEST(CliJson, ShowsARecord) {

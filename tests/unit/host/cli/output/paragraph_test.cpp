@@ -23,6 +23,11 @@ TEST(Width, CountsCharactersAndNotBytes) {
   EXPECT_EQ(WidthOf("\x7F\xC2\x80"), 2u);
 }
 
+TEST(Width, OfACodeForColourIsNone) {
+  EXPECT_EQ(WidthOf("\x1B[31mab\x1B[0m c"), 4u);
+  EXPECT_EQ(WidthOf("\x1B[31"), 4u) << "a code that does not end";
+}
+
 TEST(Wrapped, IsOneLineWhereTheWidthIsNotKnown) {
   EXPECT_EQ(Wrapped("one two three", PageOfWidth(0), 3), "   one two three\n");
   EXPECT_EQ(Wrapped("", PageOfWidth(0), 2), "  \n");
@@ -45,6 +50,40 @@ TEST(Wrapped, BreaksAWordThatIsLongerThanALine) {
   EXPECT_EQ(Wrapped("äöüßé", PageOfWidth(4), 0), "äöüß\n  é\n");
   EXPECT_EQ(Wrapped("abc", PageOfWidth(1), 2), "  a\n    b\n    c\n")
       << "no room, and still an end";
+}
+
+TEST(Wrapped, KeepsACommandInOneLineWhereItFits) {
+  EXPECT_EQ(Wrapped("try `a b c` now", PageOfWidth(10), 0), "try\n  `a b c`\n  now\n");
+  EXPECT_EQ(Wrapped("`a b c d e f g`, so", PageOfWidth(10), 0), "`a b c d e\n  f g`, so\n");
+  EXPECT_EQ(Wrapped("one ` alone is a word", PageOfWidth(10), 0), "one `\n  alone is\n  a word\n");
+}
+
+TEST(Wrapped, LeavesCodesForColourWhole) {
+  EXPECT_EQ(Wrapped("\x1B[31mabcdef\x1B[0m gh", PageOfWidth(4), 0),
+            "\x1B[31mabcd\n  ef\x1B[0m\n  gh\n");
+}
+
+TEST(Wrapped, CountsCharactersAsTheTerminalSpellsThem) {
+  EXPECT_EQ(Wrapped("ab é", {7, false, false}, 0), "ab é\n");
+  EXPECT_EQ(Wrapped("ab é", {7, false, true}, 0), "ab \\xE9\n");
+  EXPECT_EQ(Wrapped("abc é", {7, false, true}, 0), "abc\n  \\xE9\n");
+}
+
+TEST(Folded, BreaksTheLinesThatAreTooLong) {
+  EXPECT_EQ(Folded("short\n  a longer line\n\nshort\n", PageOfWidth(10)),
+            "short\n  a longer\n    line\n\nshort\n");
+  EXPECT_EQ(Folded("äöüßäöüßäö\n", PageOfWidth(10)), "äöüßäöüßäö\n");
+  EXPECT_EQ(Folded("a longer line\n", PageOfWidth(0)), "a longer line\n");
+  EXPECT_EQ(Folded("", PageOfWidth(10)), "");
+}
+
+TEST(Folded, KeepsTheBlanksBetweenColumns) {
+  EXPECT_EQ(Folded("A    B    cc dd\n", PageOfWidth(13)), "A    B    cc\n  dd\n");
+}
+
+TEST(Filled, BreaksParagraphsAnew) {
+  EXPECT_EQ(Filled("one\ntwo three\nfour\n\nfive", PageOfWidth(9)),
+            "one two\nthree\nfour\n\nfive\n");
 }
 
 TEST(Listed, IsBrokenBetweenItems) {

@@ -87,5 +87,22 @@ TEST(CliText, PrintsControlCharactersByTheirCodes) {
   EXPECT_EQ(Printable(std::u16string(u"\x1\x2")), "\\x01\\x02");
 }
 
+TEST(Shown, IsTheTextWhereTheTerminalShowsAll) {
+  EXPECT_EQ(Shown("aé€𝄞\xFF", {}), "aé€𝄞\xFF");
+}
+
+TEST(Shown, SpellsOutWhatIsNoAscii) {
+  const Terminal ascii = {80, false, true};
+  EXPECT_EQ(Shown("plain", ascii), "plain");
+  EXPECT_EQ(Shown("aé€𝄞b", ascii), "a\\xE9\\x20AC\\x1D11Eb");
+}
+
+TEST(Shown, SpellsOutBytesThatAreNoUtf8) {
+  const Terminal ascii = {80, false, true};
+  EXPECT_EQ(Shown("\xFF\xC3", ascii), "\\xFF\\xC3");
+  EXPECT_EQ(Shown("\xC3x\xE2\x82x\x80", ascii), "\\xC3x\\xE2\\x82x\\x80");
+  EXPECT_EQ(Shown("\xC0\x80", ascii), "\\xC0\\x80");
+}
+
 }  // namespace
 }  // namespace tvq::cli
