@@ -12,7 +12,10 @@
 
 namespace tvq::run {
 
-Started::Started(Table table, bool isStarted) : mTable(std::move(table)), mIsStarted(isStarted) {
+void Started::NameDevices() {
+  if (mHasNames) {
+    return;
+  }
   bool hasLabels = false;
   if (mTable.original &&
       !tvqplatform::IsRefused(mConformed.Conform(ViewOf(mTable.original->structures)))) {
@@ -23,6 +26,7 @@ Started::Started(Table table, bool isStarted) : mTable(std::move(table)), mIsSta
   if (!hasLabels) {
     throw std::bad_alloc();
   }
+  mHasNames = true;
 }
 
 tvqplatform::SmbiosTable Started::Published() const {
@@ -32,7 +36,8 @@ tvqplatform::SmbiosTable Started::Published() const {
           static_cast<UINT16>(count), ViewOf(structures)};
 }
 
-void Started::Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot) const {
+void Started::Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot) {
+  NameDevices();
   tvqplatform::Inventory inventory;
   CollectInto(inventory);
   const UINT32 options = (mTable.original ? 0u : tvqplatform::kSnapshotAsIs) |

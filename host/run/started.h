@@ -6,6 +6,8 @@
 #ifndef TVQ_HOST_RUN_STARTED_H_
 #define TVQ_HOST_RUN_STARTED_H_
 
+#include <utility>
+
 #include "host/run/driver_run.h"
 
 #include "host/firmware/firmware.h"
@@ -19,16 +21,19 @@ namespace tvq::run {
 // The table of a run, and the machine with it as a snapshot.
 class Started {
  public:
-  Started(Table table, bool isStarted);
+  Started(Table table, bool isStarted) : mTable(std::move(table)), mIsStarted(isStarted) {}
 
   // Of the records that there are now. Throws std::bad_alloc, or what Collect does.
-  void Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot) const;
+  void Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot);
 
  private:
+  // Once, for the first snapshot: most runs take none.
+  void NameDevices();
   tvqplatform::SmbiosTable Published() const;
 
   Table mTable;
   bool mIsStarted;
+  bool mHasNames = false;
   tvqplatform::ConformedTable mConformed;
   tvqplatform::DeviceLabels mLabels;
 };
