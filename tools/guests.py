@@ -53,6 +53,7 @@ class Guest:
     variables: pathlib.Path | None  # The store of its variables as it is before the first boot; None when it has none.
     package: str  # Where the firmware comes from.
     crash: bytes  # What the firmware prints before it stops for good.
+    banner: bytes = b""  # All that it prints before it starts anything, where it was seen to hang there.
     memory: str = MEMORY
     script_file: str = "startup.nsh"
     script: object = shell_script  # Makes that file's bytes of the lines.
@@ -79,6 +80,7 @@ AARCH64 = Guest(
     variables=pathlib.Path("/usr/share/AAVMF/AAVMF_VARS.fd"),
     package="qemu-efi-aarch64",
     crash=b"Synchronous Exception at ",
+    banner=b"UEFI firmware (version ",
 )
 # The UEFI of another maker. It publishes a table of its own and starts the disk's boot file by itself.
 U_BOOT = dataclasses.replace(
@@ -88,6 +90,7 @@ U_BOOT = dataclasses.replace(
     variables=None,
     package="u-boot-qemu",
     crash=b'" handler, esr ',
+    banner=b"",
     memory="1G",
     script_file="boot.scr",
     script=u_boot_script,

@@ -11,6 +11,7 @@ import sys
 import tempfile
 import unittest
 import zlib
+from unittest import mock
 
 import scripts  # noqa: F401
 import boot_qemu
@@ -169,6 +170,30 @@ class Machine(FolderTest):
         self.assertEqual(
             self.run_program(program, timeout=2.0), (b"before\n", "the machine did not power off within 2 s")
         )
+
+    def test_firmware_that_hangs_behind_its_banner_is_started_again(self):
+        # It hangs the first time, and powers off the second time.
+        program = (
+            "import pathlib, sys, time; print('UEFI firmware (version 1)', flush=True); mark = pathlib.Path(sys.argv[1])\n"
+            "if not mark.exists(): mark.touch(); time.sleep(60)\n"
+            "print('report', flush=True)"
+        )
+        firmware = self.folder / "firmware.fd"
+        firmware.write_bytes(b"variables")
+        guest = dataclasses.replace(guests.AARCH64, code=firmware, variables=firmware)
+        command = [sys.executable, "-c", program, str(self.folder / "mark")]
+        with mock.patch.object(boot_qemu, "SECONDS_TO_START", 0.3), mock.patch.object(
+            guests, "qemu_command", return_value=command
+        ) as started:
+            raw, problem = boot_qemu.start(self.boot(guest=guest, timeout=30.0), self.folder, self.folder / "variables.fd")
+        self.assertEqual((raw, problem), (b"UEFI firmware (version 1)\nreport\n", None))
+        self.assertEqual(started.call_count, 2)
+
+    def test_a_hang_behind_anything_else_is_that_of_the_machine(self):
+        for serial in (b"", b"UEFI firmware (version 1)\nTvqAgent\n", b"TvqAgent\n"):
+            self.assertFalse(boot_qemu.shows_banner_alone(serial, guests.AARCH64))
+        self.assertTrue(boot_qemu.shows_banner_alone(b"UEFI firmware (version 1)\r\n", guests.AARCH64))
+        self.assertFalse(boot_qemu.shows_banner_alone(b"UEFI firmware (version 1)\n", guests.X64))
 
     def test_a_crash_of_the_firmware_is_not_waited_out(self):
         program = "import time; print('!!!! X64 Exception Type - 06(#UD)', flush=True); time.sleep(60)"
