@@ -21,6 +21,19 @@ TABLE = [
     "type=17,loc_pfx=DIMM,bank=BANK 0,manufacturer=TVQ Reference,serial=TVQM001,asset=TVQMA01,part=TVQ-DIMM,speed=3200",
 ]
 
+# What the disk can be, and what plugs it in: the controllers first.
+VIRTIO = "virtio"
+MEDIA = {
+    VIRTIO: ("virtio-blk-pci,drive=disk",),
+    "usb": ("qemu-xhci,id=stick", "usb-storage,bus=stick.0,drive=disk,removable=on"),
+    "nvme": ("nvme,drive=disk,serial=TVQ",),
+    "ahci": ("ich9-ahci,id=stick", "ide-hd,bus=stick.0,drive=disk"),
+    # As a management controller plugs in its virtual media.
+    "usb-cdrom": ("qemu-xhci,id=stick", "usb-storage,bus=stick.0,drive=disk,removable=on"),
+    "cdrom": ("ich9-ahci,id=stick", "ide-cd,bus=stick.0,drive=disk"),
+}
+CDROMS = ("usb-cdrom", "cdrom")
+
 
 def shell_script(lines):
     """A script that UEFI's shell runs by itself from a disk that has nothing to boot."""
@@ -55,6 +68,7 @@ class Guest:
     crash: bytes  # What the firmware prints before it stops for good.
     banner: bytes = b""  # All that it prints before it starts anything, where it was seen to hang there.
     memory: str = MEMORY
+    display: tuple = ()  # Options that give it a display and a keyboard.
     script_file: str = "startup.nsh"
     script: object = shell_script  # Makes that file's bytes of the lines.
 
@@ -64,11 +78,23 @@ X64 = Guest(
     architecture="X64",
     boot_file="BOOTX64.EFI",
     program="qemu-system-x86_64",
-    options=("-machine", "q35,accel=tcg,memory-backend=ram", "-vga", "none"),
+    options=("-machine", "q35,accel=tcg,memory-backend=ram"),
     code=pathlib.Path("/usr/share/OVMF/OVMF_CODE_4M.fd"),
     variables=pathlib.Path("/usr/share/OVMF/OVMF_VARS_4M.fd"),
     package="ovmf",
     crash=b"Exception Type - ",
+    display=("-vga", "std"),
+)
+# The same with Secure Boot on, and the keys that Debian's package of the firmware ships for tests.
+SECURE_X64 = dataclasses.replace(
+    X64,
+    name="X64-SECURE",
+    options=(
+        *("-machine", "q35,smm=on,accel=tcg,memory-backend=ram"),
+        *("-global", "driver=cfi.pflash01,property=secure,value=on"),
+    ),
+    code=pathlib.Path("/usr/share/OVMF/OVMF_CODE_4M.secboot.fd"),
+    variables=pathlib.Path("/usr/share/OVMF/OVMF_VARS_4M.snakeoil.fd"),
 )
 AARCH64 = Guest(
     name="AARCH64",
@@ -81,6 +107,7 @@ AARCH64 = Guest(
     package="qemu-efi-aarch64",
     crash=b"Synchronous Exception at ",
     banner=b"UEFI firmware (version ",
+    display=("-device", "virtio-gpu-pci", "-device", "qemu-xhci,id=keys", "-device", "usb-kbd,bus=keys.0"),
 )
 # The UEFI of another maker. It publishes a table of its own and starts the disk's boot file by itself.
 U_BOOT = dataclasses.replace(
@@ -108,22 +135,28 @@ def firmware_options(guest, variables):
     ]
 
 
-def disk_option(disk, writes):
+def disk_option(disk, writes, medium):
     """The disk; `writes` is a file that takes every write to it, or None."""
     image = f"format=raw,file={disk}"
     if writes:
         image = f"driver=blklogwrites,file.driver=file,file.filename={disk},log.driver=file,log.filename={writes}"
+    if medium in CDROMS:
+        image += ",media=cdrom,readonly=on"
     return f"if=none,id=disk,{image}"
 
 
-def qemu_command(guest, disk, variables, writes=None):
-    """Starts the machine with a disk and a store of variables that it may write to; its serial line is stdout."""
+def qemu_command(guest, disk, variables, writes=None, medium=VIRTIO, table=TABLE, display=False):
+    """Starts the machine with a disk and a store of variables that it may write to; its serial line is stdin and stdout. `table`
+    is what QEMU says of the machine; with `display` it has one, and a keyboard."""
     command = [guest.program, *guest.options, "-nodefaults", "-no-reboot", "-display", "none", "-net", "none"]
     command += ["-m", guest.memory, "-object", f"memory-backend-ram,id=ram,size={guest.memory},reserve=off"]
     command += ["-smp", f"{SOCKETS},sockets={SOCKETS}"]
     command += firmware_options(guest, variables)
-    command += ["-drive", disk_option(disk, writes), "-device", "virtio-blk-pci,drive=disk"]
+    command += guest.display if display else ()
+    command += ["-drive", disk_option(disk, writes, medium)]
+    for device in MEDIA[medium]:
+        command += ["-device", device]
     command += ["-serial", "stdio"]
-    for structure in TABLE:
+    for structure in table:
         command += ["-smbios", structure]
     return command
