@@ -16,6 +16,15 @@ namespace tvqplatform {
 
 namespace {
 
+// A volume for machines of several architectures has the images of each in a folder of its own.
+#if defined(MDE_CPU_AARCH64)
+#define TVQ_ARCHITECTURE u"AARCH64"
+#else
+#define TVQ_ARCHITECTURE u"X64"
+#endif
+
+constexpr UINTN kImagePathSize = 48;
+
 constexpr CHAR8 kCopyFiles[] =
     "copy TvqPlatform.efi and TVQSMBIOS.efi into the folder \\TVQ of the volume that TvqAgent "
     "was started from.";
@@ -45,10 +54,10 @@ bool DriverControl::Ensure() {
   if (!EFI_ERROR(FindLoadedDriver().Status)) {
     return true;
   }
-  if (FindPlatform() == nullptr && !Load(tvq::Ucs2(TVQ_FILE(u"TvqPlatform.efi")))) {
+  if (FindPlatform() == nullptr && !Load(u"TvqPlatform.efi")) {
     return false;
   }
-  if (!Load(tvq::Ucs2(TVQ_FILE(u"TVQSMBIOS.efi")))) {
+  if (!Load(u"TVQSMBIOS.efi")) {
     return false;
   }
   if (EFI_ERROR(FindLoadedDriver().Status)) {
@@ -58,8 +67,13 @@ bool DriverControl::Ensure() {
   return true;
 }
 
-bool DriverControl::Load(const CHAR16* path) {
+bool DriverControl::Load(const char16_t* name) {
   CHAR8 what[64];
+  CHAR16 path[kImagePathSize];
+  UnicodeSPrint(path, sizeof(path), tvq::Ucs2(TVQ_FILE(TVQ_ARCHITECTURE u"\\%s")), tvq::Ucs2(name));
+  if (!mVolume.Exists(path)) {
+    UnicodeSPrint(path, sizeof(path), tvq::Ucs2(TVQ_FILE(u"%s")), tvq::Ucs2(name));
+  }
   if (!mVolume.Exists(path)) {
     AsciiSPrint(what, sizeof(what), "%s is missing", path);
     mReport.Fail(what, kCopyFiles);

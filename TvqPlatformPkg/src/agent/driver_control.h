@@ -27,7 +27,8 @@ class DriverControl {
   void Unload();
 
  private:
-  [[nodiscard]] bool Load(const CHAR16* path);
+  /// Loads an image by its file's name.
+  [[nodiscard]] bool Load(const char16_t* name);
 
   const Volume& mVolume;
   RunReport& mReport;

@@ -256,6 +256,17 @@ TEST_F(AgentRun, SaysWhichFileOfTheDriverIsMissing) {
   EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: \\TVQ\\TVQSMBIOS.efi is missing\n"));
 }
 
+TEST_F(AgentRun, TakesTheImagesOfItsArchitectureWhereAVolumeServesSeveral) {
+  LoadPlatform();
+  PublishFirmwareTable(MinimalServer());
+  Files().Put("\\TVQ\\TVQSMBIOS.efi", "MZ");
+  Files().Put("\\TVQ\\X64\\TVQSMBIOS.efi", "MZ");
+  Firmware().FailCall(host::images::agent, host::Service::LoadImage, 1, EFI_SECURITY_VIOLATION);
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(),
+              EndsWith("\\TVQ\\X64\\TVQSMBIOS.efi cannot be loaded: Security Violation\n"));
+}
+
 TEST_F(AgentRun, ReportsADriverThatCannotBeLoaded) {
   LoadPlatform();
   PublishFirmwareTable(MinimalServer());
