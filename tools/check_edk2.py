@@ -5,7 +5,7 @@ usage: check_edk2.py ROOT EDK2
 
 Each package's .ci.yaml says what is allowed. Ecc of the tree's BaseTools reads the public headers; no GUID is one of the
 tree's; every INF is in the package's DSC; no INF uses a package that is not allowed; every header in Include/Library is a
-library class; every file is UTF-8. Licences are another check's.
+library class; flags of C files are those of C++ files; every file is UTF-8. Licences are another check's.
 
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
@@ -125,6 +125,16 @@ def library_class_findings(package):
             yield f"{package.name}.dec: library class {name} has no header {header}"
 
 
+def flag_findings(package):
+    """Newer trees take the flags of C++ files from CXX_FLAGS, which older ones do not know: both have to say the same."""
+    for path in sorted([*package.folder.rglob("*.inf"), *package.folder.rglob("*.dsc"), *package.folder.rglob("*.inc")]):
+        flags = [line for line in lines_of(path) if re.match(r"GCC:\S+_C(C|XX)_FLAGS\b", line)]
+        for line in flags:
+            twin = re.sub(r"_C(C|XX)_FLAGS", lambda found: "_CXX_FLAGS" if found[1] == "C" else "_CC_FLAGS", line, count=1)
+            if twin not in flags:
+                yield f"{package.shown(path)}: '{line}' stands without '{twin}'"
+
+
 def encoding_findings(package):
     for path in sorted(package.folder.rglob("*")):
         if path.is_file():
@@ -182,7 +192,7 @@ def findings(root, edk2):
     packages = [Package(path.parent) for path in sorted(root.glob("*/*.dec"))]
     yield from guid_findings(packages, edk2)
     for package in packages:
-        for check in (dsc_findings, dependency_findings, library_class_findings, encoding_findings):
+        for check in (dsc_findings, dependency_findings, library_class_findings, flag_findings, encoding_findings):
             yield from check(package)
         yield from ecc_findings(package, edk2)
 

@@ -53,7 +53,7 @@ class CheckEdk2(unittest.TestCase):
     def test_a_package_in_order_has_no_finding(self):
         package = self.package()
         self.assertEqual(list(check_edk2.guid_findings([package], self.edk2)), [])
-        for check in ("dsc", "dependency", "library_class", "encoding"):
+        for check in ("dsc", "dependency", "library_class", "flag", "encoding"):
             self.assertEqual(list(getattr(check_edk2, f"{check}_findings")(package)), [], check)
 
     def test_a_guid_of_the_tree_in_either_form_is_one(self):
@@ -88,6 +88,16 @@ class CheckEdk2(unittest.TestCase):
                 "APkg/Include/Library/BLib.h is no library class of APkg.dec",
                 "APkg.dec: library class ALib has no header Include/Library/ALib.h",
             ],
+        )
+
+    def test_flags_of_c_that_are_none_of_cpp_are_one(self):
+        both = "[BuildOptions]\n  GCC:*_*_*_CC_FLAGS = -fx\n  GCC:*_*_*_CXX_FLAGS = -fx\n"
+        self.write(self.root, "APkg/A.inf", both)
+        self.assertEqual(list(check_edk2.flag_findings(self.package())), [])
+        self.write(self.root, "APkg/A.inf", both + "  GCC:*_*_X64_CXX_FLAGS = -fy\n")
+        self.assertEqual(
+            list(check_edk2.flag_findings(self.package())),
+            ["APkg/A.inf: 'GCC:*_*_X64_CXX_FLAGS = -fy' stands without 'GCC:*_*_X64_CC_FLAGS = -fy'"],
         )
 
     def test_a_file_that_is_not_utf8_is_one(self):
