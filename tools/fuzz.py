@@ -106,7 +106,7 @@ def positive(text):
 
 def parse_arguments(arguments):
     parser = argparse.ArgumentParser(prog="./dev fuzz", description="Feeds the driver with mutated input.")
-    parser.add_argument("target", choices=["table", "verify", "load"])
+    parser.add_argument("target", choices=["table", "verify", "load", "state"])
     parser.add_argument("--seconds", type=positive, metavar="N", help="stop after this time")
     parser.add_argument("--runs", type=positive, metavar="N", help="stop after so many executions")
     parser.add_argument("--jobs", type=positive, default=1, metavar="N", help="processes at a time")

@@ -6,11 +6,15 @@
 #ifndef TVQ_TESTS_FUZZ_SMALL_SERVER_H_
 #define TVQ_TESTS_FUZZ_SMALL_SERVER_H_
 
+#include "host/table/dump.h"
 #include "tests/fuzz/guarded_table.h"
 
 namespace tvq::fuzz {
 
 Table SmallServer();
+
+// The same, as a file of `dmidecode --dump-bin`.
+Bytes SmallServerDump();
 
 }  // namespace tvq::fuzz
 

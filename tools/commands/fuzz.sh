@@ -7,6 +7,7 @@
 #?   table     SMBIOS tables: the whole start, every operation of every record, every attribute, the end
 #?   verify    what an agent stored, against the records of a started driver
 #?   load      files as `tvq` reads them: captured tables, and their source form
+#?   state     saved states: reading, comparing with a machine and with another state, accepting
 #?
 #?   --seconds N      stop after this time (default: 60, unless --runs is given)
 #?   --runs N         stop after so many executions
@@ -26,8 +27,8 @@ source "$LIB/host.sh"
 
 target="${1:-}"
 case "$target" in
-  table | verify | load) shift ;;
-  *) UsageError "fuzz: the targets are table, verify and load; ./dev help fuzz tells more" ;;
+  table | verify | load | state) shift ;;
+  *) UsageError "fuzz: the targets are table, verify, load and state; ./dev help fuzz tells more" ;;
 esac
 for argument; do
   [[ "$argument" != -v ]] || VERBOSE=1
