@@ -295,12 +295,6 @@ Bytes DriverRun::State(const Origin& origin, uint64_t generation) {
   return FileOf(snapshot.Get(), generation, origin.time);
 }
 
-std::vector<std::string> DriverRun::Holes() {
-  tvqplatform::BootSnapshot now;
-  mImpl->started->Take({}, now);
-  return HolesOf(now.Get());
-}
-
 Bytes DriverRun::Accept(const Bytes& saved, const std::vector<std::string>& names,
                         const Origin& origin, uint64_t generation) {
   tvqplatform::BootSnapshot now;

@@ -147,6 +147,12 @@ struct StateOptions {
   bool isRedacted = false;
 };
 
+// A device of a state that nothing can be compared with.
+struct StateHole {
+  std::string fqdd;  // empty for a device that has none
+  std::string why;
+};
+
 // Whether a saved state is one to compare the machine of a run with.
 struct StateFit {
   enum class Machine {
@@ -164,7 +170,7 @@ struct StateFit {
   std::string program;  // version of the program that saved it; empty where that is unknown
   StateOptions options;
   bool hasOtherOptions = false;
-  std::vector<std::string> holes;  // a line for each device that nothing can be compared with
+  std::vector<StateHole> holes;
 };
 
 // The table that a saved state was made of.
@@ -233,8 +239,6 @@ class DriverRun {
 
   // After Run: the state of all devices, as the agent saves it.
   Bytes State(const Origin& origin = {}, uint64_t generation = 1);
-  // After Run: a line for each device that nothing could be compared with if the state were saved.
-  std::vector<std::string> Holes();
   // After Run: the saved state, in which the devices of these names or labels are as they are now.
   // Throws StateError, whose message then begins with the name.
   Bytes Accept(const Bytes& saved, const std::vector<std::string>& names, const Origin& origin,

@@ -45,6 +45,26 @@ StateFit::Machine MachineOf(MachineMatch match) {
   return StateFit::Machine::kUnknown;
 }
 
+std::string PlainText(const CHAR16* text) {
+  const std::u16string wide = WideText(text);
+  std::string plain;
+  std::transform(wide.begin(), wide.end(), std::back_inserter(plain), [](char16_t character) {
+    return character < ' ' || character > '~' ? '?' : static_cast<char>(character);
+  });
+  return plain;
+}
+
+std::vector<StateHole> HolesOf(const tvqplatform::Snapshot& snapshot) {
+  std::vector<StateHole> holes;
+  for (const tvqplatform::SnapshotDevice& device : snapshot.Devices) {
+    const tvqplatform::Hole hole = tvqplatform::FindHole(device);
+    if (hole != tvqplatform::Hole::kNone) {
+      holes.push_back({PlainText(device.Fqdd), tvqplatform::HoleText(hole, device.Why)});
+    }
+  }
+  return holes;
+}
+
 }  // namespace
 
 void ReadInto(const Bytes& file, tvqplatform::StoredState& state) {
@@ -85,24 +105,6 @@ StateFit FitOf(const tvqplatform::Snapshot& now, const tvqplatform::StoredState&
   fit.hasOtherOptions = saved.Version > 1 && saved.Content.Options != now.Options;
   fit.holes = HolesOf(saved.Content);
   return fit;
-}
-
-std::vector<std::string> HolesOf(const tvqplatform::Snapshot& snapshot) {
-  std::vector<std::string> holes;
-  for (const tvqplatform::SnapshotDevice& device : snapshot.Devices) {
-    const tvqplatform::Hole hole = tvqplatform::FindHole(device);
-    if (hole == tvqplatform::Hole::kNone) {
-      continue;
-    }
-    const std::u16string wide = WideText(device.Fqdd);
-    std::string fqdd;
-    std::transform(wide.begin(), wide.end(), std::back_inserter(fqdd), [](char16_t character) {
-      return character < ' ' || character > '~' ? '?' : static_cast<char>(character);
-    });
-    holes.push_back((fqdd.empty() ? "a device without a name" : fqdd) + ": " +
-                    tvqplatform::HoleText(hole, device.Why));
-  }
-  return holes;
 }
 
 Bytes FileOf(const tvqplatform::Snapshot& snapshot, uint64_t generation, uint64_t time) {

@@ -19,9 +19,6 @@ StateFile CheckStateFile(const Bytes& file, uint64_t number);
 
 StateFit FitOf(const tvqplatform::Snapshot& now, const tvqplatform::StoredState& saved);
 
-// One line for each device that nothing can be compared with.
-std::vector<std::string> HolesOf(const tvqplatform::Snapshot& snapshot);
-
 // The file of a snapshot.
 Bytes FileOf(const tvqplatform::Snapshot& snapshot, uint64_t generation, uint64_t time);
 

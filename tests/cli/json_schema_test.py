@@ -121,6 +121,7 @@ def commands(tvq, table, folder):
     state = folder / f"{name}.state"
     yield [tvq, "save", state, "--json", *dump]
     yield [tvq, "verify", state, "--json", *dump]
+    yield [tvq, "accept", state, "System.Embedded.1", "--json", *dump]
     yield [tvq, "diff", state, table, "--json"]
     yield [tvq, "diff", table, folder / "other.bin", "--json"]
 

@@ -124,7 +124,7 @@ bool Comparison::JudgeDevice(UINT32 after, const DriverQuestion& driver) {
     finding.Rows.Add(Verdict::kNoRecord);
     finding.WasSoBefore = finding.Before != kNone && !HasRecord(mBefore[finding.Before]);
   }
-  if (finding.Rows.Empty() && !ShowsReplacement(device.Own)) {
+  if (finding.Rows.Empty() && !device.ShowsReplacement()) {
     finding.Rows.Add(Verdict::kCannotTell);
   }
   return Add(finding);
@@ -262,7 +262,7 @@ bool Comparison::CompareNumber(NumberKind kind, const ComparedDevice& before,
   const Text now = after.Own[kind];
   const bool isUsable = IsUsable(kind, then) && IsUsable(kind, now);
   if (CompareTexts(then, now) == 0) {
-    finding.IsSamePart = finding.IsSamePart || isUsable;
+    finding.IsSamePart = finding.IsSamePart || (before.IsToldBy(kind) && after.IsToldBy(kind));
     return true;
   }
   if (isUsable) {

@@ -61,6 +61,13 @@ class DevicesOfBoth : public TwoSides {
   const Side& mAfter;
 };
 
+/// Equal numbers of one side tell none of its devices from the others.
+void NoteRepeated(Side& side, Elements equal, NumberKind kind) {
+  for (UINTN i = 0; equal.Size() > 1 && i < equal.Size(); i++) {
+    side.NoteRepeated(equal[i].Index, kind);
+  }
+}
+
 }  // namespace
 
 bool Matching::Find(Side& before, Side& after) {
@@ -75,7 +82,7 @@ bool Matching::Find(Side& before, Side& after) {
   return mAreRulesOthers ? PairUnderOtherRules(before, after) : PairByName(before, after);
 }
 
-bool Matching::PairByNumber(const Side& before, const Side& after, NumberKind kind) {
+bool Matching::PairByNumber(Side& before, Side& after, NumberKind kind) {
   DevicesOfBoth devices(before, after);
   const auto hasNumber = [kind](const ComparedDevice& device) {
     return device.Kind != DeviceKind::kSystem && IsUsable(kind, device.Own[kind]);
@@ -86,7 +93,9 @@ bool Matching::PairByNumber(const Side& before, const Side& after, NumberKind ki
   };
   // Also those that another number has paired: they have this one all the same.
   return devices.AddAll(hasNumber) &&
-         devices.VisitGroups(byNumber, [this](Elements befores, Elements afters) {
+         devices.VisitGroups(byNumber, [&](Elements befores, Elements afters) {
+           NoteRepeated(before, befores, kind);
+           NoteRepeated(after, afters, kind);
            if (befores.Size() == 1 && afters.Size() == 1) {
              mNumbers.Join(befores[0].Index, afters[0].Index);
            }

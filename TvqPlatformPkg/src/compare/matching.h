@@ -29,7 +29,7 @@ class Matching {
   bool AreNamesOthers() const { return mAreNamesOthers; }
 
  private:
-  [[nodiscard]] bool PairByNumber(const Side& before, const Side& after, NumberKind kind);
+  [[nodiscard]] bool PairByNumber(Side& before, Side& after, NumberKind kind);
   [[nodiscard]] bool PairByName(const Side& before, const Side& after);
   [[nodiscard]] bool PairInOrder(const Side& before, const Side& after);
   [[nodiscard]] bool PairUnderOtherRules(Side& before, Side& after);

@@ -68,16 +68,6 @@ bool IsUsable(NumberKind kind, Text number) {
   return kind == NumberKind::kUuid ? IsUsableUuid(number) : !devices::IsDummy(number);
 }
 
-bool ShowsReplacement(const Numbers& numbers) {
-  constexpr NumberKind kTelling[] = {NumberKind::kPpin, NumberKind::kUuid, NumberKind::kSerial};
-  for (const NumberKind kind : kTelling) {
-    if (IsUsable(kind, numbers[kind])) {
-      return true;
-    }
-  }
-  return false;
-}
-
 INTN CompareTexts(Text left, Text right) {
   for (UINTN i = 0; i < left.Length() && i < right.Length(); i++) {
     if (left[i] != right[i]) {

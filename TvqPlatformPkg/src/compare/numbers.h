@@ -35,11 +35,8 @@ struct Numbers {
   smbios::Text& operator[](NumberKind kind) { return Texts[static_cast<UINTN>(kind)]; }
 };
 
-/// Whether the number tells one part from another: placeholders do not.
+/// Whether the number may tell one part from another: placeholders do not.
 bool IsUsable(NumberKind kind, smbios::Text number);
-
-/// Whether one of the numbers would be another one if the part was replaced.
-bool ShowsReplacement(const Numbers& numbers);
 
 /// A number below, equal to or above 0; a text that is missing comes first.
 INTN CompareTexts(smbios::Text left, smbios::Text right);

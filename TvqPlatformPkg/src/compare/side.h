@@ -25,7 +25,26 @@ struct ComparedDevice {
   DeviceKind Kind;
   smbios::Structure Where;  ///< None where the table was not kept.
   Numbers Own;
+  UINT8
+  Repeated;  ///< A bit for each NumberKind that another device of the kind has with the same value.
   CHAR16 Name[kSnapshotFqddSize];  ///< By which it is matched: the FQDD, or the locator.
+
+  /// Whether the number tells this part from all others: placeholders do not, and numbers that two
+  /// devices of the machine have do not either.
+  bool IsToldBy(NumberKind kind) const {
+    return IsUsable(kind, Own[kind]) && (Repeated & BitOf(kind)) == 0;
+  }
+  /// Whether one of the numbers would be another one if the part was replaced.
+  bool ShowsReplacement() const {
+    return IsToldBy(NumberKind::kPpin) || IsToldBy(NumberKind::kUuid) ||
+           IsToldBy(NumberKind::kSerial);
+  }
+  void NoteRepeated(NumberKind kind) { Repeated |= BitOf(kind); }
+
+ private:
+  static constexpr UINT8 BitOf(NumberKind kind) {
+    return static_cast<UINT8>(1u << static_cast<UINT8>(kind));
+  }
 };
 
 /// The devices of the snapshot in their order, then the stacks of high-bandwidth memory.
@@ -47,6 +66,9 @@ class Side {
   const Snapshot& Machine() const { return *mSnapshot; }
   UINTN Size() const { return mDevices.Size(); }
   const ComparedDevice& operator[](UINTN i) const { return mDevices[i]; }
+
+  /// Several devices of a kind have the number of this one.
+  void NoteRepeated(UINTN i, NumberKind kind) { mDevices[i].NoteRepeated(kind); }
 
   /// Whether Name is one of today's rules.
   bool HasTodaysNames() const { return mHasTodaysNames; }

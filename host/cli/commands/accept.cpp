@@ -35,15 +35,15 @@ struct AcceptOptions {
 ExitStatus Accept(const AcceptOptions& options, Console& console) {
   run::DriverRun driver;
   const LoadedState before = LoadState(driver, options.state.folder, console);
-  CollectRecords(driver, options.state, console);
+  const run::Results results = CollectRecords(driver, options.state, console);
   CheckFit(driver, before, options.state, console);
   const run::Origin origin = OriginOf(options.state);
   try {
-    const std::string path = SaveChecked(
+    const SavedState saved = SaveChecked(
         driver, options.state, before,
         [&](uint64_t number) { return driver.Accept(before.bytes, options.names, origin, number); },
         console);
-    console.Page(fmt::format("Saved in {}\n", path));
+    PrintSaved(saved, results, options.state.json, console);
   } catch (const run::StateError& error) {
     throw InputError(
         error.what(),

@@ -32,7 +32,9 @@ constexpr CommandText kText = {
     "fields\n"
     "of its document that changed; below stand the structures that changed, where both sides have "
     "a\n"
-    "table. Devices on which nothing is to be looked at are only counted.",
+    "table; after a firmware update they are no difference by themselves. Devices on which nothing "
+    "is\n"
+    "to be looked at are only counted.",
     "  tvq diff before.bin after.bin\n"
     "  tvq diff /var/lib/tvq dump.bin\n"
     "  tvq diff --json state-1 state-2\n",
@@ -248,7 +250,9 @@ ExitStatus Diff(const DiffOptions& options, Console& console) {
     PrintComparison(difference.comparison, console);
     PrintStructures(difference, console);
   }
-  return difference.structures.empty() ? StatusOf(difference.comparison) : kExitFound;
+  // Other firmware describes the same parts in other structures.
+  const bool decidedByDevices = difference.structures.empty() || difference.comparison.firmware;
+  return decidedByDevices ? StatusOf(difference.comparison) : kExitFound;
 }
 
 }  // namespace

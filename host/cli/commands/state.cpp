@@ -50,17 +50,6 @@ constexpr CommandText kVerifyText = {
     "be\n"
     "read or was made with other options; 3 no state was saved yet. 1 wins over 2."};
 
-Json SavedJson(const std::string& path, const run::Results& results) {
-  Json devices = Json::array();
-  for (const run::Record& record : results.records) {
-    devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
-  }
-  Json json = SchemaJson("tvq-save");
-  json["state"] = path;
-  json["devices"] = devices;
-  return json;
-}
-
 // A state that cannot be read is in no save's way.
 std::optional<LoadedState> StateBefore(run::DriverRun& driver, const std::string& folder,
                                        const Console& console) {
@@ -76,14 +65,10 @@ ExitStatus Save(const StateOptions& options, Console& console) {
   run::DriverRun driver;
   const run::Results results = CollectRecords(driver, options, console);
   const run::Origin origin = OriginOf(options);
-  const std::string path = SaveChecked(
+  const SavedState saved = SaveChecked(
       driver, options, StateBefore(driver, options.folder, console),
       [&](uint64_t number) { return driver.State(origin, number); }, console);
-  if (options.json) {
-    PrintJson(SavedJson(path, results), console);
-  } else {
-    console.Page(fmt::format("Saved in {}\n", path));
-  }
+  PrintSaved(saved, results, options.json, console);
   return kExitNothingFound;
 }
 

@@ -10,11 +10,16 @@
 
 #include <CLI/CLI.hpp>
 #include <ctime>
+#include <nlohmann/json.hpp>
 
 #include "host/cli/input/input.h"
+#include "host/cli/output/json.h"
+#include "host/cli/output/text.h"
 
 namespace tvq::cli {
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 // The first year that no state was saved in.
 constexpr uint64_t kEndOfTime = 253402300800;
@@ -71,10 +76,28 @@ run::StateFit FitOf(run::DriverRun& driver, const LoadedState& state, const Stat
   }
 }
 
-void SayHoles(const std::vector<std::string>& holes, const char* what, const Console& console) {
-  for (const std::string& hole : holes) {
-    console.Warning(fmt::format("{} {}", what, hole));
+void SayHoles(const std::vector<run::StateHole>& holes, const char* what, const Console& console) {
+  for (const run::StateHole& hole : holes) {
+    console.Warning(fmt::format(
+        "{} {}: {}", what, hole.fqdd.empty() ? "a device without a name" : hole.fqdd, hole.why));
   }
+}
+
+Json ToJson(const SavedState& saved, const run::Results& results) {
+  Json devices = Json::array();
+  for (const run::Record& record : results.records) {
+    devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
+  }
+  Json missing = Json::array();
+  for (const run::StateHole& hole : saved.holes) {
+    missing.push_back({{"fqdd", hole.fqdd.empty() ? Json() : Json(hole.fqdd)}, {"why", hole.why}});
+  }
+  Json json = SchemaJson("tvq-save");
+  json["state"] = saved.path;
+  json["isNew"] = saved.isNew;
+  json["devices"] = devices;
+  json["missing"] = missing;
+  return json;
 }
 
 }  // namespace
@@ -134,13 +157,13 @@ void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptio
            fmt::format("the state, saved {}, is incomplete:", TimeText(fit.time)).c_str(), console);
 }
 
-std::string SaveChecked(run::DriverRun& driver, const StateOptions& options,
-                        const std::optional<LoadedState>& before,
-                        const std::function<run::Bytes(uint64_t number)>& encode,
-                        const Console& console) {
+SavedState SaveChecked(run::DriverRun& driver, const StateOptions& options,
+                       const std::optional<LoadedState>& before,
+                       const std::function<run::Bytes(uint64_t number)>& encode,
+                       const Console& console) {
   const run::Bytes state = encode(1);
   const LoadedState now = {"this state", state};
-  const std::vector<std::string> holes = FitOf(driver, now, options).holes;
+  const std::vector<run::StateHole> holes = FitOf(driver, now, options).holes;
   if (before) {
     const run::StateFit fit = FitOf(driver, *before, options);
     CheckMachine(fit, *before, options, console);
@@ -151,11 +174,20 @@ std::string SaveChecked(run::DriverRun& driver, const StateOptions& options,
     }
     if (driver.AreEqual(state, before->bytes)) {
       console.Line(fmt::format("{} says the same; nothing is written", before->path));
-      return before->path;
+      return {before->path, holes, false};
     }
   }
   SayHoles(holes, "saved without", console);
-  return SaveState(options.folder, options.kept, encode);
+  return {SaveState(options.folder, options.kept, encode), holes, true};
+}
+
+void PrintSaved(const SavedState& saved, const run::Results& results, bool isJson,
+                const Console& console) {
+  if (isJson) {
+    PrintJson(ToJson(saved, results), console);
+  } else {
+    console.Page(fmt::format("Saved in {}\n", saved.path));
+  }
 }
 
 }  // namespace tvq::cli

@@ -25,6 +25,13 @@ struct StateOptions {
   bool incomplete = false;
 };
 
+// What a save came to.
+struct SavedState {
+  std::string path;  // of the state that counts now
+  std::vector<run::StateHole> holes;
+  bool isNew = false;  // otherwise a state is there that says the same
+};
+
 // Adds DIR, the options of the table, --other-machine and --json.
 void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options);
 // Adds --keep and --incomplete.
@@ -43,11 +50,15 @@ void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptio
               const Console& console);
 
 // Saves a state, unless it is what was saved already, or would put an incomplete state in place of a
-// complete one. Returns the path of the state that counts now.
-std::string SaveChecked(run::DriverRun& driver, const StateOptions& options,
-                        const std::optional<LoadedState>& before,
-                        const std::function<run::Bytes(uint64_t number)>& encode,
-                        const Console& console);
+// complete one.
+SavedState SaveChecked(run::DriverRun& driver, const StateOptions& options,
+                       const std::optional<LoadedState>& before,
+                       const std::function<run::Bytes(uint64_t number)>& encode,
+                       const Console& console);
+
+// Says where the state is, or prints all that is known of it as JSON.
+void PrintSaved(const SavedState& saved, const run::Results& results, bool isJson,
+                const Console& console);
 
 }  // namespace tvq::cli
 

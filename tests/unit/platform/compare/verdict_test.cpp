@@ -71,6 +71,13 @@ TEST_F(CompareVerdict, IsThatNobodyCanTellWhereNoNumberWouldShowAReplacement) {
               HasSubstr("  DIMM.Socket.A1 (DIMM_A1): cannot tell\n"));
 }
 
+TEST_F(CompareVerdict, IsThatNobodyCanTellWhereTwoModulesHaveTheSameNumber) {
+  mBefore.Of(Modules("11223344", "11223344")).With(A1("x")).With(A2("x"));
+  mAfter.Of(Modules("11223344", "11223344")).With(A1("x")).With(A2("x"));
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [cannot tell]", "DIMM.Socket.A2 [cannot tell]"));
+  EXPECT_EQ(Exit(), 0);
+}
+
 TEST_F(CompareVerdict, OfAProcessorIsSameWhereItHasAPpin) {
   const auto machine = [](const std::vector<std::string>& texts) {
     return Table::Of(Processor{.handle = kSocket1}, OemStrings{.texts = texts}, End{});
@@ -214,7 +221,7 @@ TEST_F(CompareVerdict, IsNoMoveWhereTwoHaveTheNumber) {
   mAfter.Of(Modules("11223344", "11223344"))
       .With(A1(ModuleOf("11223344")))
       .With(A2(ModuleOf("11223344")));
-  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [same]", "DIMM.Socket.A2 [new]"));
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [cannot tell]", "DIMM.Socket.A2 [new]"));
 }
 
 TEST_F(CompareVerdict, IsNoMoveWhereTwoHaveTheNumberNowOrThen) {
@@ -283,6 +290,19 @@ TEST_F(CompareVerdict, SaysThatNothingTellsWhetherItIsTheSamePart) {
   mBefore.Of(Modules("None")).With(A1(ModuleOf("None", "PART-1", "<Size>8</Size>")));
   mAfter.Of(Modules("None")).With(A1(ModuleOf("None", "PART-1", "<Size>4</Size>")));
   EXPECT_EQ(Row(), "DIMM.Socket.A1 [changed]");
+  EXPECT_THAT(Shown(), HasSubstr("changed (nothing says whether it is the same part)\n"));
+}
+
+// One of the two may have come into the place of the other.
+TEST_F(CompareVerdict, ANumberThatTwoModulesHadDoesNotSayThatItIsTheSamePart) {
+  mBefore.Of(Modules("11223344", "11223344"))
+      .With(A1(ModuleOf("11223344", "PART-1", "<Size>8</Size>")))
+      .With(A2("x"));
+  mAfter.Of(Modules("11223344", "55667788"))
+      .With(A1(ModuleOf("11223344", "PART-1", "<Size>4</Size>")))
+      .With(A2("y"));
+  EXPECT_THAT(Rows(),
+              ElementsAre("DIMM.Socket.A1 [changed]", "DIMM.Socket.A2 [replaced] [changed]"));
   EXPECT_THAT(Shown(), HasSubstr("changed (nothing says whether it is the same part)\n"));
 }
 

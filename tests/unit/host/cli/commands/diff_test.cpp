@@ -107,6 +107,25 @@ TEST_F(CliDiff, AValueThatTheDriverDoesNotCompareIsADifferenceOfTheSamePart) {
                                   "      Board/SerialNumber: (none) -> BRD0001\n"));
 }
 
+TEST_F(CliDiff, AStructureOfNoDeviceIsADifferenceUnlessTheFirmwareWasUpdated) {
+  const auto dump = [this](const char* version, uint16_t speed) {
+    return Write(std::string(version) + std::to_string(speed) + ".bin",
+                 Table::Of(test::Bios{.version = version}, test::System{}, test::Processor{},
+                           test::Cache{.maximumSize = speed}, test::End{})
+                     .Bytes());
+  };
+  const auto diff = [&](const char* version, uint16_t size) {
+    return RunTvq({"diff", dump("1.0", 0x100), dump(version, size), "--conform"});
+  };
+  const Outcome changed = diff("1.0", 0x200);
+  EXPECT_EQ(changed.status, 1);
+  EXPECT_THAT(changed.out, HasSubstr("\nStructures\n"));
+  const Outcome updated = diff("2.0", 0x200);
+  EXPECT_EQ(updated.status, 0);
+  EXPECT_THAT(updated.out, HasSubstr("Firmware update: 1.0 -> 2.0"));
+  EXPECT_THAT(updated.out, HasSubstr("\nStructures\n"));
+}
+
 TEST_F(CliDiff, SavedStatesDifferAsTheirTablesDo) {
   const std::string before = State("before", {});
   const Outcome diff = RunTvq({"diff", before, State("after", WithAnotherModule())});

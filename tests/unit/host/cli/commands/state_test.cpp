@@ -58,8 +58,11 @@ TEST_F(CliState, SaysAsJsonWhatWasSaved) {
   EXPECT_EQ(saved.status, 0) << saved.diagnostics;
   const auto json = nlohmann::json::parse(saved.out);
   EXPECT_EQ(json["state"], StateFile());
+  EXPECT_EQ(json["isNew"], true);
   EXPECT_EQ(json["devices"], nlohmann::json({"CPU.Socket.1", "DIMM.Socket.A1", "DIMM.Socket.A2",
                                              "System.Embedded.1"}));
+  EXPECT_THAT(json["missing"], IsEmpty());
+  EXPECT_EQ(nlohmann::json::parse(Run("save", {}, {"--json"}).out)["isNew"], false);
 }
 
 TEST_F(CliState, AnotherSerialNumberIsAReplacement) {
@@ -419,6 +422,9 @@ TEST_F(CliState, WithHolesIsSaidAndReplacesNoneWithoutUnlessToldTo) {
               HasSubstr("saved without CPU.Socket.1: a document that no parser reads"));
   EXPECT_THAT(Verify(unreadable).diagnostics,
               HasSubstr("is incomplete: CPU.Socket.1: a document that no parser reads"));
+  EXPECT_EQ(
+      nlohmann::json::parse(Run("save", unreadable, {"--json"}).out)["missing"],
+      nlohmann::json({{{"fqdd", "CPU.Socket.1"}, {"why", "a document that no parser reads"}}}));
 }
 
 TEST_F(CliState, AsManyAsAreWantedStay) {
@@ -440,6 +446,8 @@ TEST_F(CliState, TakesOverOneDeviceAlone) {
   const Outcome accepted = Run("accept", server, {"DIMM_A2"});
   EXPECT_EQ(accepted.status, 0) << accepted.diagnostics;
   EXPECT_EQ(accepted.out, "Saved in " + State() + "/state-2.bin\n");
+  EXPECT_EQ(nlohmann::json::parse(Run("accept", server, {"DIMM_A2", "--json"}).out)["isNew"],
+            false);
   const Outcome verified = Verify(server);
   EXPECT_EQ(verified.status, 1);
   EXPECT_THAT(verified.out, HasSubstr("1 replaced"));
