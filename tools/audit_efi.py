@@ -31,6 +31,9 @@ PE32_PLUS = 0x20B
 # The entry of the data directory.
 IMPORTS = 1
 PAGE = 0x1000
+NX_COMPAT = 0x0100
+# From the start of the optional header.
+CHECKSUM, DLL_CHARACTERISTICS = 64, 70
 
 
 class NotAnImage(Exception):
@@ -60,6 +63,8 @@ class Image:
     entry: int
     alignment: int
     imports: int
+    characteristics: int
+    checksum: int
     sections: list
     size: int
 
@@ -80,6 +85,21 @@ def parse_section(data, offset):
     return Section(text, address, max(size, raw_size), flags)
 
 
+def optional_header(data):
+    """Where the optional header begins."""
+    return unpack("<I", data, 0x3C)[0] + 24
+
+
+def checksum(data):
+    """The checksum that the file should have: its own field counts as zero."""
+    at = optional_header(data) + CHECKSUM
+    blank = data[:at] + bytes(4) + data[at + 4 :] + bytes(len(data) % 2)
+    total = sum(struct.unpack(f"<{len(blank) // 2}H", blank))
+    while total >> 16:
+        total = (total & 0xFFFF) + (total >> 16)
+    return total + len(data)
+
+
 def parse_image(data):
     """Reads the headers of a PE32+ image."""
     if not data.startswith(b"MZ"):
@@ -88,18 +108,20 @@ def parse_image(data):
     signature, machine, count, optional_size = unpack("<4sHH12xH", data, header)
     if signature != b"PE\0\0":
         raise NotAnImage("no PE image: the PE signature is missing")
-    optional = header + 24
+    optional = optional_header(data)
     (magic,) = unpack("<H", data, optional)
     if magic != PE32_PLUS:
         raise NotAnImage(f"no PE32+ image: its optional header has magic {magic:#x}")
     (entry,) = unpack("<I", data, optional + 16)
     (alignment,) = unpack("<I", data, optional + 32)
     (subsystem,) = unpack("<H", data, optional + 68)
+    (found,) = unpack("<I", data, optional + CHECKSUM)
+    (characteristics,) = unpack("<H", data, optional + DLL_CHARACTERISTICS)
     (directories,) = unpack("<I", data, optional + 108)
     imports = unpack("<II", data, optional + 112 + 8 * IMPORTS)[1] if directories > IMPORTS else 0
     first = optional + optional_size
     sections = [parse_section(data, first + 40 * index) for index in range(count)]
-    return Image(machine, subsystem, entry, alignment, imports, sections, len(data))
+    return Image(machine, subsystem, entry, alignment, imports, characteristics, found, sections, len(data))
 
 
 def check_headers(image, expected_subsystem, page_aligned):
@@ -113,6 +135,14 @@ def check_headers(image, expected_subsystem, page_aligned):
         yield f"it imports symbols ({image.imports} bytes of names), and nobody provides any"
     if page_aligned and image.alignment != PAGE:
         yield f"its section alignment is {image.alignment:#x}, expected {PAGE:#x}"
+
+
+def check_protection(image, data):
+    """Yields what keeps firmware that protects pages from taking the image as it is."""
+    if not image.characteristics & NX_COMPAT:
+        yield "NX_COMPAT is not set"
+    if image.checksum != checksum(data):
+        yield f"its checksum is {image.checksum:#x}, that of the file {checksum(data):#x}"
 
 
 def check_sections(image):
@@ -167,20 +197,22 @@ def check_elf(path):
             yield f"unexpected section {name} in {path.name}"
 
 
-def audit(path, applications=(), page_aligned=False, has_elf=True):
+def audit(path, applications=(), page_aligned=False, has_elf=True, nx_compat=False):
     """The findings on one image, as the dictionary that --json prints."""
     path = pathlib.Path(path)
     kind = "application" if path.stem in applications else "driver"
     report = {"image": str(path), "kind": kind, "problems": []}
     try:
-        image = parse_image(path.read_bytes())
+        data = path.read_bytes()
+        image = parse_image(data)
         report |= {
             "machine": MACHINES.get(image.machine, hex(image.machine)),
             "size": image.size,
             "alignment": image.alignment,
             "sections": [{"name": s.name, "size": s.size, "rights": s.rights()} for s in image.sections],
         }
-        report["problems"] += check_headers(image, kind, page_aligned)
+        report["problems"] += check_headers(image, kind, page_aligned or nx_compat)
+        report["problems"] += check_protection(image, data) if nx_compat else ()
         report["problems"] += check_sections(image)
         if has_elf:
             report["problems"] += check_elf(path.with_suffix(".debug"))
@@ -224,6 +256,7 @@ def parse_arguments(arguments):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("images", nargs="+", metavar="IMAGE", help="an .efi file, its .debug file beside it")
     parser.add_argument("--page-aligned", action="store_true", help="the images were linked with 4 KiB sections")
+    parser.add_argument("--nx-compat", action="store_true", help="the images were made ready to go out (harden_efi.py)")
     parser.add_argument(
         "--no-elf", action="store_true", help="the linker made PE files at once, and stopped at undefined symbols itself"
     )
@@ -237,7 +270,7 @@ def parse_arguments(arguments):
 def main(arguments):
     options = parse_arguments(arguments)
     applications = options.application or ["TvqAgent", "TvqPlatformTest", "TvqFaults"]
-    reports = [audit(image, applications, options.page_aligned, not options.no_elf) for image in options.images]
+    reports = [audit(image, applications, options.page_aligned, not options.no_elf, options.nx_compat) for image in options.images]
     print(json.dumps(reports, indent=2) if options.json else render(reports))
     return 1 if any(report["problems"] for report in reports) else 0
 

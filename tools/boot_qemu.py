@@ -69,13 +69,14 @@ def booting_toolchain(build, guest):
     return dict(line.split() for line in named.read_text(encoding="utf-8").splitlines())[guest.architecture]
 
 
-def image_paths(build, target, guest=guests.X64):
-    """The images of one target in EDK II's output folder: a dictionary of name to path."""
+def image_paths(build, target, guest=guests.X64, variant=""):
+    """The images of one target in EDK II's output folder: a dictionary of name to path. `variant` is what the folders of other
+    builds of the packages have behind their names."""
     found = {}
     folder = f"{target}_{booting_toolchain(build, guest)}"
     for package, names in (("TvqPlatformPkg", (AGENT, PLATFORM, FAULTS)), ("TvqSmbiosPkg", (DRIVER, PLATFORM_TEST))):
         for name in names:
-            found[name] = pathlib.Path(build) / package / folder / guest.architecture / name
+            found[name] = pathlib.Path(build) / f"{package}{variant}" / folder / guest.architecture / name
     return found
 
 

@@ -29,7 +29,7 @@ MEDIA = {
     "nvme": ("nvme,drive=disk,serial=TVQ",),
     "ahci": ("ich9-ahci,id=stick", "ide-hd,bus=stick.0,drive=disk"),
     # As a management controller plugs in its virtual media.
-    "usb-cdrom": ("qemu-xhci,id=stick", "usb-storage,bus=stick.0,drive=disk,removable=on"),
+    "usb-cdrom": ("qemu-xhci,id=stick", "usb-bot,bus=stick.0,id=bot", "scsi-cd,bus=bot.0,lun=0,drive=disk"),
     "cdrom": ("ich9-ahci,id=stick", "ide-cd,bus=stick.0,drive=disk"),
 }
 CDROMS = ("usb-cdrom", "cdrom")

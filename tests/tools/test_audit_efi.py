@@ -13,6 +13,7 @@ import unittest
 
 import scripts  # noqa: F401
 import audit_efi
+import harden_efi
 import pe_builder
 
 SOUND_C = "int gCount = 7; int Entry(void) { return ++gCount; }\n"
@@ -82,6 +83,22 @@ class BrokenHeaders(AuditTest):
         image = pe_builder.build(imports=40)
         self.assertEqual(self.problems(image), ["it imports symbols (40 bytes of names), and nobody provides any"])
 
+class ImagesThatGoOut(AuditTest):
+    def test_a_hardened_driver_passes(self):
+        self.assertEqual(self.problems(harden_efi.hardened(pe_builder.build(alignment=0x1000)), nx_compat=True), [])
+
+    def test_one_that_was_not_made_ready_fails(self):
+        self.assertEqual(
+            self.problems(pe_builder.build(), nx_compat=True)[:2],
+            ["its section alignment is 0x40, expected 0x1000", "NX_COMPAT is not set"],
+        )
+
+    def test_a_byte_that_changed_since_fails(self):
+        image = bytearray(harden_efi.hardened(pe_builder.build(alignment=0x1000)))
+        image[-1] ^= 1
+        (problem,) = self.problems(bytes(image), nx_compat=True)
+        self.assertRegex(problem, "^its checksum is 0x[0-9a-f]+, that of the file 0x[0-9a-f]+$")
+
 
 class BrokenSections(AuditTest):
     def test_a_section_both_writable_and_executable_fails(self):
@@ -101,7 +118,7 @@ class BrokenSections(AuditTest):
 
     def test_overlapping_sections_fail(self):
         image = bytearray(pe_builder.build())
-        first_header = 0x40 + 24 + pe_builder.OPTIONAL_SIZE
+        first_header = audit_efi.optional_header(image) + 112 + 2 * 8
         image[first_header + 8 : first_header + 12] = (0x80).to_bytes(4, "little")
         self.assertEqual(self.problems(bytes(image)), ["sections .text and .data overlap"])
 

@@ -178,8 +178,27 @@ FirmwareTarget() {
   Unlock
 }
 
-# Firmware TOOLCHAIN...: both targets and the audit of all images. With the tool chain of most users the driver is
-# linked once more with page-aligned sections; on AARCH64 they are so anyway.
+# BuildPageAligned TARGET PACKAGE...: with the tool chain of most users, linked once more with sections of whole pages; on AARCH64
+# they are so anyway.
+BuildPageAligned() {
+  local target="$1" package
+  shift
+  for package; do
+    BuildImages "$package" "$(FirstToolchain X64)" "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+  done
+}
+
+# StickImages: what goes onto a stick, without the audit.
+StickImages() {
+  Lock "$BUILD/firmware.lock"
+  ForgetOtherTree
+  BuildPageAligned RELEASE "${PACKAGES[@]}"
+  BuildPackages "$(FirstToolchain AARCH64)" RELEASE
+  Unlock
+}
+
+# Firmware TOOLCHAIN...: both targets and the audit of all images. The driver is linked with page-aligned sections too, and what
+# else goes onto a stick.
 Firmware() {
   local toolchain target
   Lock "$BUILD/firmware.lock"
@@ -187,8 +206,9 @@ Firmware() {
   for toolchain; do
     for target in "${TARGETS[@]}"; do
       BuildPackages "$toolchain" "$target"
-      [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildImages TvqSmbiosPkg "$toolchain" "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+      [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned "$target" TvqSmbiosPkg
     done
+    [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned RELEASE TvqPlatformPkg
   done
   Step "Auditing the images" audit AuditImages "$@"
   Unlock
