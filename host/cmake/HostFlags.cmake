@@ -48,6 +48,10 @@ if(TVQ_SHIPPED)
   target_compile_options(tvq_hardened INTERFACE -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE
                                                 -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS -Wformat -Werror=format-security)
   target_link_options(tvq_hardened INTERFACE -Wl,-z,relro,-z,now)
+  # Equal sources give equal programs, wherever they lie: of several maps the last one that fits counts.
+  foreach(map "${PROJECT_SOURCE_DIR}=." "${PROJECT_BINARY_DIR}=build" "${EDK2_DIR}=edk2" "${EXPAT_DIR}=expat")
+    add_compile_options("-ffile-prefix-map=${map}")
+  endforeach()
   # Nothing that is not called is in a program.
   target_compile_options(tvq_hardened INTERFACE -ffunction-sections -fdata-sections)
   target_link_options(tvq_hardened INTERFACE -Wl,--gc-sections)

@@ -23,6 +23,13 @@ struct FieldChange {
   std::optional<std::string> after;
 };
 
+// How a comparison ends, and what a device adds to it; 1 wins over 2.
+enum class ComparisonStatus {
+  kNothingFound = 0,
+  kFound = 1,
+  kTrouble = 2
+};
+
 struct Finding {
   std::u16string fqdd;  // empty for a device without one
   std::string label;    // what the machine's own table calls its place; empty where it does not
@@ -35,18 +42,12 @@ struct Finding {
   std::string reason;  // why it has no record, was not verified, or its fields are not known
   std::vector<FieldChange> fields;
   std::string toDo;
+  ComparisonStatus status = ComparisonStatus::kNothingFound;
 };
 
 struct FirmwareUpdate {
   std::optional<std::string> before;
   std::optional<std::string> after;
-};
-
-// How a comparison ends; 1 wins over 2.
-enum class ComparisonStatus {
-  kNothingFound = 0,
-  kFound = 1,
-  kTrouble = 2
 };
 
 struct Comparison {

@@ -86,6 +86,7 @@ Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Find
     finding.fields.push_back(ToChange(result, result.Change(found.FirstChange + i)));
   }
   finding.toDo = tvqplatform::WordsOf(found.What).ToDo;
+  finding.status = static_cast<ComparisonStatus>(result.ExitOf(found));
   return finding;
 }
 

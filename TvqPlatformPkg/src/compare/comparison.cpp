@@ -414,23 +414,31 @@ bool Comparison::FindFirmwareUpdate() {
   return true;
 }
 
+ExitStatus Comparison::ExitOf(const Finding& finding) const {
+  constexpr Verdict kFindings[] = {Verdict::kMoved, Verdict::kNew, Verdict::kGone,
+                                   Verdict::kReplaced};
+  for (const Verdict verdict : kFindings) {
+    if (finding.Rows.Has(verdict)) {
+      return ExitStatus::kFound;
+    }
+  }
+  if (finding.Rows.Has(Verdict::kChanged) && !HasOtherFirmware()) {
+    return ExitStatus::kFound;
+  }
+  const bool isTrouble =
+      finding.Rows.Has(Verdict::kNoRecord) || finding.Rows.Has(Verdict::kNotVerified);
+  return isTrouble && !finding.WasSoBefore ? ExitStatus::kTrouble : ExitStatus::kNothingFound;
+}
+
 ExitStatus Comparison::Exit() const {
   ExitStatus exit = HasOtherOptions() ? ExitStatus::kTrouble : ExitStatus::kNothingFound;
   for (const Finding& finding : mFindings) {
-    constexpr Verdict kFindings[] = {Verdict::kMoved, Verdict::kNew, Verdict::kGone,
-                                     Verdict::kReplaced};
-    for (const Verdict verdict : kFindings) {
-      if (finding.Rows.Has(verdict)) {
-        return ExitStatus::kFound;
-      }
+    const ExitStatus status = ExitOf(finding);
+    if (status == ExitStatus::kFound) {
+      return status;
     }
-    if (finding.Rows.Has(Verdict::kChanged) && !HasOtherFirmware()) {
-      return ExitStatus::kFound;
-    }
-    const bool isTrouble =
-        finding.Rows.Has(Verdict::kNoRecord) || finding.Rows.Has(Verdict::kNotVerified);
-    if (isTrouble && !finding.WasSoBefore) {
-      exit = ExitStatus::kTrouble;
+    if (status == ExitStatus::kTrouble) {
+      exit = status;
     }
   }
   return exit;

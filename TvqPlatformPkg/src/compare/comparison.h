@@ -91,6 +91,8 @@ class Comparison {
 
   UINTN Count(Verdict verdict) const { return mCounts[static_cast<UINTN>(verdict)]; }
   ExitStatus Exit() const;
+  /// What the device adds to that.
+  ExitStatus ExitOf(const Finding& finding) const;
 
  private:
   [[nodiscard]] bool FindAll(const DriverQuestion& driver);

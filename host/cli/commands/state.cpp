@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "host/cli/compare/comparison_journal.h"
 #include "host/cli/compare/comparison_output.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
@@ -50,6 +51,13 @@ constexpr CommandText kVerifyText = {
     "be\n"
     "read or was made with other options; 3 no state was saved yet. 1 wins over 2."};
 
+struct VerifyOptions {
+  StateOptions state;
+  bool saveFirst = false;
+  bool ifFound = false;
+  bool journal = false;
+};
+
 // A state that cannot be read is in no save's way.
 std::optional<LoadedState> StateBefore(run::DriverRun& driver, const std::string& folder,
                                        const Console& console) {
@@ -72,21 +80,53 @@ ExitStatus Save(const StateOptions& options, Console& console) {
   return kExitNothingFound;
 }
 
-ExitStatus Verify(const StateOptions& options, Console& console) {
-  run::DriverRun driver;
-  const LoadedState state = LoadState(driver, options.folder, console);
-  CollectRecords(driver, options, console);
-  CheckFit(driver, state, options, console);
-  run::CompareOptions how;
-  how.isVerbose = options.isVerbose;
-  how.isAscii = console.terminal.isAscii;
-  const run::Comparison comparison = driver.Compare(state.bytes, OriginOf(options), how);
-  if (options.json) {
+// The saved state; where there is none, and that is wanted, the one of this run, saved.
+LoadedState StateOrFirst(run::DriverRun& driver, const VerifyOptions& options,
+                         const std::optional<Journal>& journal, const Console& console) {
+  const std::string& folder = options.state.folder;
+  std::optional<LoadedState> state = options.saveFirst
+                                         ? LoadStateIfAny(driver, folder, console)
+                                         : std::optional(LoadState(driver, folder, console));
+  CollectRecords(driver, options.state, console);
+  if (!state) {
+    const run::Origin origin = OriginOf(options.state);
+    const SavedState saved = SaveChecked(
+        driver, options.state, std::nullopt,
+        [&](uint64_t number) { return driver.State(origin, number); }, console);
+    if (journal) {
+      WriteFirstState(saved.path, *journal);
+    }
+    state = LoadState(driver, folder, console);
+  }
+  return std::move(*state);
+}
+
+void Print(const run::Comparison& comparison, const VerifyOptions& options, Console& console) {
+  if (options.ifFound && comparison.status == run::ComparisonStatus::kNothingFound) {
+    return;
+  }
+  if (options.state.json) {
     Json json = SchemaJson("tvq-verify");
     AddComparison(comparison, "findings", json);
     PrintJson(json, console);
   } else {
     PrintComparison(comparison, console);
+  }
+}
+
+ExitStatus Verify(const VerifyOptions& options, Console& console) {
+  const std::optional<Journal> journal =
+      options.journal ? std::optional<Journal>(std::in_place) : std::nullopt;
+  run::DriverRun driver;
+  const LoadedState state = StateOrFirst(driver, options, journal, console);
+  CheckFit(driver, state, options.state, console);
+  run::CompareOptions how;
+  how.isVerbose = options.state.isVerbose;
+  how.isAscii = console.terminal.isAscii;
+  const run::Comparison comparison = driver.Compare(state.bytes, OriginOf(options.state), how);
+  Print(comparison, options, console);
+  if (journal) {
+    WriteToJournal(comparison, *journal);
   }
   return StatusOf(comparison);
 }
@@ -102,12 +142,18 @@ void AddSave(Commands& commands) {
 }
 
 void AddVerify(Commands& commands) {
-  const auto options = std::make_shared<StateOptions>();
+  const auto options = std::make_shared<VerifyOptions>();
   CLI::App& app =
       commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
-  AddStateOptions(app, "The folder that `tvq save` was given", *options);
-  app.add_flag("-v,--verbose", options->isVerbose,
+  AddStateOptions(app, "The folder that `tvq save` was given", options->state);
+  app.add_flag("-v,--verbose", options->state.isVerbose,
                "Every device, also where nothing is to be looked at");
+  app.add_flag("--save-first", options->saveFirst,
+               "Where no state was saved yet, save one and compare with that");
+  app.add_flag("--if-found", options->ifFound, "Print only where something is to be looked at");
+  app.add_flag("--journal", options->journal,
+               "Write to the system's journal, too: an entry for each device that is to be looked "
+               "at, and one that sums up");
   commands.AddWide(app);
 }
 

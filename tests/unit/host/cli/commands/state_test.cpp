@@ -75,6 +75,34 @@ TEST_F(CliState, AnotherSerialNumberIsAReplacement) {
   EXPECT_THAT(verified.out, HasSubstr("Summary: 2 same, 1 cannot tell, 1 replaced\n"));
 }
 
+TEST_F(CliState, SaveFirstSavesWhereThereIsNoStateAndComparesLaterOnes) {
+  EXPECT_EQ(Run("verify", {}).status, 3);
+  const Outcome first = Run("verify", {}, {"--save-first"});
+  EXPECT_EQ(first.status, 0) << first.diagnostics;
+  EXPECT_EQ(first.out, "Summary: 3 same, 1 cannot tell\n");
+  EXPECT_TRUE(fs::exists(StateFile()));
+  Server server;
+  server.modules[1].serial = "99AABBCC";
+  EXPECT_EQ(Run("verify", server, {"--save-first"}).status, 1);
+  EXPECT_EQ(Run("verify", server, {"--save-first"}).status, 1) << "it is saved once";
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+}
+
+TEST_F(CliState, IfFoundPrintsNothingOfAQuietMachine) {
+  Save({});
+  for (const std::vector<std::string>& options :
+       {std::vector<std::string>{"--if-found"}, {"--if-found", "--json"}}) {
+    const Outcome quiet = Run("verify", {}, options);
+    EXPECT_EQ(quiet.status, 0);
+    EXPECT_EQ(quiet.out, "");
+    Server server;
+    server.modules.pop_back();
+    const Outcome found = Run("verify", server, options);
+    EXPECT_EQ(found.status, 1);
+    EXPECT_THAT(found.out, HasSubstr("gone"));
+  }
+}
+
 TEST_F(CliState, AnotherPartNumberIsAReplacement) {
   Save({});
   Server server;
