@@ -16,7 +16,7 @@ import virtual_machine
 SCRIPT = (
     "load virtio 0 ${ramdisk_addr_r} TvqPlatformTest.efi",
     "setenv test ${ramdisk_addr_r}:${filesize}",
-    "setenv bootargs TvqAgent.efi",
+    "setenv bootargs TvqAgent.efi unattended",
     "load virtio 0 ${kernel_addr_r} TvqAgent.efi",
     "bootefi ${kernel_addr_r}",
     "bootefi ${test}",

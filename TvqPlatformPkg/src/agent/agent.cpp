@@ -8,15 +8,18 @@
 
 extern "C" {
 #include <Protocol/LoadedImage.h>
+#include <Protocol/ShellParameters.h>
 }
 
 #include <TvqVersion.h>
 
+#include "../handle_list.h"
 #include "driver_control.h"
 #include "messages.h"
 #include "prepared_table.h"
 #include "records.h"
-#include "results.h"
+#include "screen_session.h"
+#include "watchdog.h"
 
 namespace tvqplatform {
 
@@ -30,23 +33,49 @@ tvq::Span<const CHAR8> AsText(const GrowingArray<UINT8>& bytes) {
 
 }  // namespace
 
+Agent::Agent(EFI_HANDLE image)
+    : mImage(image),
+      mIsFromShell(InterfaceOn<VOID>(image, gEfiShellParametersProtocolGuid) != nullptr) {}
+
 EFI_STATUS Agent::Run() {
+  const Watchdog watchdog(mIsFromShell);
   AddLine(&mReport, "TvqAgent " TVQ_VERSION ": inventory of this machine from its SMBIOS table");
   const EFI_STATUS opened = mVolume.Open(mImage);
   ReadOptions();
+  mReport.UseConsole(!WantsScreen());
+  CheckVolume(opened);
+  if (mOptions.Stop || mOptions.Unload) {
+    End();
+    return mReport.Finish(mVolume);
+  }
+  return Begin();
+}
+
+bool Agent::WantsScreen() const {
+  if (mOptions.Unattended || mOptions.Stop || mOptions.Unload || !Console::IsThere()) {
+    return false;
+  }
+  return mOptions.Screen || !(mOptions.PowerOff || mIsFromShell);
+}
+
+void Agent::CheckVolume(EFI_STATUS opened) {
   if (EFI_ERROR(opened)) {
     mReport.FailWithStatus("the volume that TvqAgent was started from cannot be opened", opened,
                            "start TvqAgent from a FAT volume.");
+    return;
   }
-  if (mOptions.Stop || mOptions.Unload) {
-    End();
-  } else {
-    Begin();
+  mVolume.TryToWrite(tvq::Ucs2(TVQ_FOLDER));
+  if (mVolume.IsReadOnly()) {
+    const Topic before = mReport.Begin(Topic::kMedium);
+    AddLine(&mReport,
+            "Volume: it cannot be written to; nothing is saved, and what lies there is compared "
+            "with.");
+    (void)mReport.Begin(before);
   }
-  return mReport.Finish(mVolume);
 }
 
-void Agent::Begin() {
+EFI_STATUS Agent::Begin() {
+  ScreenContent content;
   PreparedTable table(mVolume, mReport);
   DriverControl driver(mVolume, mReport);
   bool isStarted = true;
@@ -57,10 +86,32 @@ void Agent::Begin() {
     AddLine(&mReport, "Start: the driver was started before; its records are shown as they are.");
     table.ReadLabels(mOptions.AsIs);
   } else {
-    isStarted = driver.Ensure() && table.Prepare(mOptions.AsIs) && driver.Start(mOptions.AsIs);
+    isStarted = driver.Ensure() && table.Prepare(mOptions.AsIs) &&
+                driver.Start(mOptions.AsIs, mOptions.KeepVariable);
   }
   const StartedTable started = table.Started(isStarted);
-  Results(mVolume, mReport, started, mOptions).ShowAndSave();
+  Results results(mVolume, mReport, started, mOptions);
+  if (WantsScreen()) {
+    results.ShowOn(content);
+  }
+  results.ShowAndSave();
+  table.PutBack();
+  const EFI_STATUS status = mReport.Finish(mVolume);
+  return WantsScreen() ? ShowScreen(results, content) : status;
+}
+
+/// The options that were for the visit alone do not hold for what somebody does at the screen.
+EFI_STATUS Agent::ShowScreen(Results& results, ScreenContent& content) {
+  mOptions.Accept = false;
+  mOptions.NameCount = 0;
+  ScreenEnd end = ScreenEnd::kLeft;
+  if (!ScreenSession(mVolume, mReport, results, mOptions, content).Run(end)) {
+    mReport.ShowOnConsole();
+  }
+  mReport.UseConsole(true);
+  mReport.ShowEnd();
+  mOptions.PowerOff = mOptions.PowerOff || end == ScreenEnd::kPowerOff;
+  return mReport.HasFailed() ? EFI_ABORTED : EFI_SUCCESS;
 }
 
 /// The records come first: unloading the driver leaves them behind, and then nobody may ask them.

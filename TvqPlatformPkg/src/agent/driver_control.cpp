@@ -25,6 +25,8 @@ namespace {
 
 constexpr UINTN kImagePathSize = 48;
 
+#define TVQ_FAMILY_VARIABLE "EFI_SMBIOS_PROCESSOR_FAMILY"
+
 constexpr CHAR8 kCopyFiles[] =
     "copy TvqPlatform.efi and TVQSMBIOS.efi into the folder \\TVQ of the volume that TvqAgent "
     "was started from.";
@@ -92,13 +94,17 @@ bool DriverControl::Load(const char16_t* name) {
   return true;
 }
 
-bool DriverControl::Start(bool asIs) {
+bool DriverControl::Start(bool asIs, bool keepVariable) {
+  const FamilyVariable variable;
   const UINT64 before = ReadTicks();
   const EFI_STATUS status = StartDriver();
   const UINT64 ticks = ReadTicks() - before;
   const UINT64 microseconds = TicksToMicroseconds(ticks, TicksPerSecond());
   AddLine(&mReport, "Start: %r, in %ld.%03d ms (%,ld ticks of the processor's clock)", status,
           microseconds / 1000, static_cast<UINT32>(microseconds % 1000), ticks);
+  if (!keepVariable) {
+    PutBack(variable);
+  }
   if (EFI_ERROR(status)) {
     mReport.FailWithStatus("the driver's start failed", status,
                            status == EFI_NOT_FOUND && asIs
@@ -106,6 +112,17 @@ bool DriverControl::Start(bool asIs) {
                                : "look at the last lines of \\TVQ\\log.txt.");
   }
   return !EFI_ERROR(status);
+}
+
+void DriverControl::PutBack(const FamilyVariable& variable) {
+  bool isChanged;
+  const EFI_STATUS status = variable.PutBack(isChanged);
+  if (EFI_ERROR(status) && status != EFI_UNSUPPORTED) {
+    AddLine(&mReport, "Variable: " TVQ_FAMILY_VARIABLE " stays as the start left it (%r)", status);
+    AddLine(&mReport, "  What to do: nothing; the next start writes the same.");
+  } else if (isChanged) {
+    AddLine(&mReport, "Variable: " TVQ_FAMILY_VARIABLE " is as before the start again");
+  }
 }
 
 bool DriverControl::TakeOff() {

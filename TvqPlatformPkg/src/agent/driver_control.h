@@ -7,6 +7,7 @@
 #ifndef TVQ_PLATFORM_AGENT_DRIVER_CONTROL_H_
 #define TVQ_PLATFORM_AGENT_DRIVER_CONTROL_H_
 
+#include "family_variable.h"
 #include "run_report.h"
 
 namespace tvqplatform {
@@ -18,8 +19,9 @@ class DriverControl {
   /// Loads platform and driver where they are missing. False: one of them cannot be had.
   [[nodiscard]] bool Ensure();
 
-  /// `asIs`: the table was not conformed, which may be why the start fails. False: it did.
-  [[nodiscard]] bool Start(bool asIs);
+  /// `asIs`: the table was not conformed, which may be why the start fails. The variable that the
+  /// start writes is put back as it was, unless it is to stay. False: the start failed.
+  [[nodiscard]] bool Start(bool asIs, bool keepVariable);
 
   /// Takes the records off. False: some are still there.
   [[nodiscard]] bool TakeOff();
@@ -29,6 +31,7 @@ class DriverControl {
  private:
   /// Loads an image by its file's name.
   [[nodiscard]] bool Load(const char16_t* name);
+  void PutBack(const FamilyVariable& variable);
 
   const Volume& mVolume;
   RunReport& mReport;

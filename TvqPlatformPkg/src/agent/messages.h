@@ -17,6 +17,8 @@ namespace tvqplatform {
 
 inline constexpr CHAR8 kCheckVolume[] =
     "check that the volume can be written to and has room, then run TvqAgent again.";
+inline constexpr CHAR8 kOtherMedium[] =
+    "copy the medium's files to one that can be written to, and start TvqAgent from there.";
 inline constexpr CHAR8 kRestart[] = "restart the machine and run TvqAgent before anything else.";
 
 }  // namespace tvqplatform

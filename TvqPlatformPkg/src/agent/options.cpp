@@ -32,16 +32,20 @@ constexpr Option kOptions[] = {
     {"again", &Options::Again},
     {"as-is", &Options::AsIs},
     {"incomplete", &Options::Incomplete},
+    {"keep-variable", &Options::KeepVariable},
     {"other-machine", &Options::OtherMachine},
     {"poweroff", &Options::PowerOff},
+    {"screen", &Options::Screen},
     {"stop", &Options::Stop},
+    {"unattended", &Options::Unattended},
     {"unload", &Options::Unload},
 };
 
+constexpr CHAR8 kCountdown[] = "countdown=";
 constexpr CHAR8 kKeep[] = "keep=";
 constexpr CHAR8 kState[] = "state=";
-/// As many states as anybody wants.
-constexpr UINTN kMostKept = 1000;
+/// As many states or seconds as anybody wants.
+constexpr UINTN kMost = 1000;
 
 /// The option of a word, or null.
 const Option* FindOption(tvq::Span<const CHAR8> word) {
@@ -63,16 +67,16 @@ const Option* FindOption(tvq::Span<const CHAR8> word) {
   return true;
 }
 
-/// False: it is no number from 1 to kMostKept.
+/// False: it is no number from 1 to kMost.
 [[nodiscard]] bool TakeNumber(tvq::Span<const CHAR8> word, UINTN& number) {
   UINTN value = 0;
   for (const CHAR8 digit : word) {
-    if (digit < '0' || digit > '9' || value > kMostKept) {
+    if (digit < '0' || digit > '9' || value > kMost) {
       return false;
     }
     value = value * 10 + (digit - '0');
   }
-  if (value < 1 || value > kMostKept) {
+  if (value < 1 || value > kMost) {
     return false;
   }
   number = value;
@@ -103,6 +107,9 @@ const Option* FindOption(tvq::Span<const CHAR8> word) {
 [[nodiscard]] bool TakeOther(tvq::Span<const CHAR8> word, Options& options) {
   if (TakePrefix(word, kKeep)) {
     return TakeNumber(word, options.Keep);
+  }
+  if (TakePrefix(word, kCountdown)) {
+    return TakeNumber(word, options.Countdown);
   }
   if (TakePrefix(word, kState)) {
     return TakeFolder(word, options);

@@ -24,6 +24,10 @@ struct Options {
   bool PowerOff = false;        ///< The machine is switched off at the end.
   bool Incomplete = false;      ///< A state with holes may replace one without.
   bool OtherMachine = false;    ///< The state of another machine will do.
+  bool KeepVariable = false;    ///< What the start writes into NVRAM stays there.
+  bool Screen = false;          ///< Somebody is there to look at the screen.
+  bool Unattended = false;      ///< Nobody is there.
+  UINTN Countdown = 30;         ///< Seconds that the screen waits for a first key.
   UINTN Keep = 10;              ///< States that stay.
   CHAR8 State[kNameSize] = {};  ///< The folder of the states, where it is given.
   CHAR8 Names[kMaximumNames][kNameSize] =
@@ -34,8 +38,8 @@ struct Options {
 
 /// The words that are known, for messages.
 inline constexpr CHAR8 kOptionWords[] =
-    "accept [NAME...], again, as-is, incomplete, keep=N, other-machine, poweroff, state=FOLDER, "
-    "stop, unload";
+    "accept [NAME...], again, as-is, countdown=N, incomplete, keep=N, keep-variable, "
+    "other-machine, poweroff, screen, state=FOLDER, stop, unattended, unload";
 
 /// Reads words between blanks and line ends; quotation marks keep blanks in a word together. Words
 /// behind "accept" that are no options are names.

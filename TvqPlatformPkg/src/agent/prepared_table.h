@@ -30,6 +30,9 @@ class PreparedTable {
   /// Reads that table only for what it prints at its sockets and slots. Nothing is reported.
   void ReadLabels(bool asIs);
 
+  /// Puts back what the firmware had published. The driver's table stays where it is.
+  void PutBack() { mPublication.Restore(); }
+
   const DeviceLabels& Labels() const { return mLabels; }
 
   /// What a snapshot is taken of.

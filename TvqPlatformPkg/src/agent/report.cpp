@@ -25,25 +25,38 @@ void MakePrintable(CHAR8* line) {
 }
 
 /// The console takes CHAR16; pieces of a line do.
-void ShowText(const CHAR8* text) {
+void ShowText(const CHAR8* text, UINTN size) {
   if (gST->ConOut == nullptr) {
     return;
   }
   CHAR16 piece[kShortLine];
-  while (*text != '\0') {
+  for (UINTN start = 0; start < size;) {
     UINTN length = 0;
-    while (*text != '\0' && length + 1 < ARRAY_SIZE(piece)) {
-      piece[length++] = static_cast<UINT8>(*text++);
+    while (start < size && length + 1 < ARRAY_SIZE(piece)) {
+      piece[length++] = static_cast<UINT8>(text[start++]);
     }
     piece[length] = 0;
     gST->ConOut->OutputString(gST->ConOut, piece);
   }
 }
 
+void ShowLine(const CHAR8* text, UINTN length) {
+  ShowText(text, length);
+  ShowText("\r\n", 2);
+}
+
 }  // namespace
 
 Report::~Report() {
   mText.Free();
+  mLines.Free();
+}
+
+void Report::Keep(UINTN count) {
+  if (count < mLines.Size()) {
+    mText.Shrink(mLines[count].Start);
+    mLines.Shrink(count);
+  }
 }
 
 void Report::Add(const CHAR8* format, VA_LIST marker) {
@@ -58,14 +71,17 @@ void Report::Add(const CHAR8* format, VA_LIST marker) {
   }
 }
 
+void Report::ShowOnConsole() const {
+  ForEachLine([](const CHAR8* line, UINTN length, Topic) { ShowLine(line, length); });
+}
+
 void Report::AddText(CHAR8* line) {
   MakePrintable(line);
-  if (mUsesConsole) {
-    ShowText(line);
-    ShowText("\r\n");
-  }
   const UINTN length = AsciiStrLen(line);
-  if (!mText.Reserve(length + 1)) {
+  if (mUsesConsole) {
+    ShowLine(line, length);
+  }
+  if (!mText.Reserve(length + 1) || !mLines.Append({static_cast<UINT32>(mText.Size()), mTopic})) {
     mLost++;
     return;
   }

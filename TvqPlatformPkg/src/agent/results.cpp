@@ -13,11 +13,17 @@
 #include "file_names.h"
 #include "messages.h"
 #include "show.h"
-#include "state_check.h"
 
 namespace tvqplatform {
 
 namespace {
+
+constexpr CHAR8 kTakeOffFirst[] =
+    "run TvqAgent stop to take off the records that an unloaded driver left behind, then TvqAgent "
+    "again.";
+constexpr CHAR8 kRestartForBlobs[] =
+    "restart the machine and run TvqAgent before anything else; \\TVQ\\log.txt says what was "
+    "missing.";
 
 /// Appends a device's blobs one after another.
 [[nodiscard]] bool AppendBlobs(const DeviceInventory& device, GrowingArray<UINT8>& bytes) {
@@ -30,6 +36,22 @@ namespace {
   return true;
 }
 
+/// The name of the first blob that the device did not give, or null.
+const CHAR8* FirstMissingBlob(const DeviceInventory& device) {
+  constexpr const CHAR8* kNames[kBlobCount] = {"inventory", "configuration", "end"};
+  for (UINTN slot = 0; slot < kBlobCount; slot++) {
+    if (BlobBytes(device, slot).Empty()) {
+      return kNames[slot];
+    }
+  }
+  return nullptr;
+}
+
+const CHAR16* NameOf(const DeviceInventory& device) {
+  return device.Fqdd == nullptr || device.Fqdd[0] == 0 ? tvq::Ucs2(u"a device without a name")
+                                                       : device.Fqdd;
+}
+
 void AddToReport(VOID* report, const CHAR8* line) {
   AddLine(static_cast<RunReport*>(report), "%a", line);
 }
@@ -37,45 +59,71 @@ void AddToReport(VOID* report, const CHAR8* line) {
 }  // namespace
 
 void Results::ShowAndSave() {
-  Inventory inventory;
-  const EFI_STATUS status = inventory.Collect();
+  const EFI_STATUS status = mInventory.Collect();
   if (EFI_ERROR(status)) {
     mReport.FailWithStatus("the records cannot be collected", status, kRestart);
   }
   AddLine(&mReport, "");
-  ShowInventory(mReport, inventory, mTable.Labels);
+  ShowInventory(mReport, mInventory, mTable.Labels);
+  ShowMissingBlobs();
   AddLine(&mReport, "");
   ShowAttributes(mReport, AttributeAnswers());
   AddLine(&mReport, "");
-  AddLine(&mReport, "Saved in \\TVQ:");
-  SaveDevices(inventory);
-  AddLine(&mReport, "");
-  CheckState(inventory);
+  if (!mVolume.IsReadOnly()) {
+    AddLine(&mReport, "Saved in \\TVQ:");
+    SaveDevices();
+    AddLine(&mReport, "");
+  }
+  mHasNow = mNow.Take(mInventory, mTable, SecondsNow());
+  if (mContent != nullptr) {
+    ShowDevices(mInventory, mTable.Labels, mNow.Get(), *mContent);
+  }
+  CheckState();
   AddLine(&mReport, "");
   SaveLog();
-  if (inventory.LeftBehind() != 0) {
+  if (mInventory.LeftBehind() != 0) {
     AddLine(&mReport, "");
     AddLine(&mReport, "Left behind: %d records of a driver that was unloaded; they are not asked",
-            static_cast<UINT32>(inventory.LeftBehind()));
+            static_cast<UINT32>(mInventory.LeftBehind()));
   }
-  if (inventory.Size() == 0 && !mReport.HasFailed()) {
-    mReport.Fail("the driver made no record",
-                 inventory.LeftBehind() == 0 ? "look at \\TVQ\\log.txt for what it reported."
-                                             : "run TvqAgent stop to take off the records that an "
-                                               "unloaded driver left behind, then TvqAgent again.");
+  if (mInventory.Size() == 0 && !mReport.HasFailed()) {
+    mReport.Fail("the driver made no record", mInventory.LeftBehind() == 0
+                                                  ? "look at \\TVQ\\log.txt for what it reported."
+                                                  : kTakeOffFirst);
   }
 }
 
-void Results::SaveDevices(const Inventory& inventory) {
+void Results::Save() {
+  AddLine(&mReport, "Saved in \\TVQ:");
+  SaveDevices();
+  SaveLog();
+}
+
+/// The inventory has the device all the same; only its documents are missing.
+void Results::ShowMissingBlobs() {
+  for (UINTN i = 0; i < mInventory.Size(); i++) {
+    const DeviceInventory& device = mInventory[i];
+    const CHAR8* const missing = FirstMissingBlob(device);
+    if (missing == nullptr) {
+      continue;
+    }
+    const Topic before = mReport.Begin(Topic::kProblem);
+    AddLine(&mReport, "Blobs: %s has no %a blob (%r)", NameOf(device), missing, device.GetStatus);
+    AddLine(&mReport, "  What to do: %a", kRestartForBlobs);
+    (void)mReport.Begin(before);
+  }
+}
+
+void Results::SaveDevices() {
   const EFI_STATUS status = mVolume.MakeFolder(tvq::Ucs2(TVQ_FOLDER));
   if (EFI_ERROR(status)) {
     mReport.FailWithStatus("the folder \\TVQ cannot be made", status, kCheckVolume);
   }
   FileNames names;
-  for (UINTN i = 0; i < inventory.Size(); i++) {
+  for (UINTN i = 0; i < mInventory.Size(); i++) {
     FileNames::Name name;
     OwnedArray<UINT8> bytes;
-    if (!names.Take(inventory[i].Fqdd, name) || !AppendBlobs(inventory[i], bytes)) {
+    if (!names.Take(mInventory[i].Fqdd, name) || !AppendBlobs(mInventory[i], bytes)) {
       mReport.FailWithStatus("a device's blobs cannot be saved", EFI_OUT_OF_RESOURCES,
                              kCheckVolume);
       return;
@@ -92,43 +140,54 @@ void Results::SaveLog() {
     AddLine(&mReport, "  (no log: TvqPlatform is not loaded)");
     return;
   }
+  if (mVolume.IsReadOnly()) {
+    return;
+  }
   Report log;
   log.UseConsole(false);
   WriteLog(log, *platform);
   mReport.SaveFile(mVolume, tvq::Ucs2(TVQ_FILE(u"log.txt")), log.Text());
 }
 
-void Results::CheckState(const Inventory& inventory) {
-  BootSnapshot now;
-  if (!now.Take(inventory, mTable, SecondsNow())) {
-    mReport.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
+void Results::CheckState(RunReport& report) {
+  if (!mHasNow) {
+    report.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
     return;
   }
   struct Question {
-    Results* Self;
-    const Inventory& Devices;
-    const Snapshot& Now;
+    Results& Self;
+    RunReport& Report;
 
     static void Run(VOID* context, const Snapshot& saved) {
       auto* asked = static_cast<Question*>(context);
-      asked->Self->CompareWithState(asked->Devices, asked->Now, saved);
+      asked->Self.Compare(saved, asked->Report);
     }
   };
-  Question question = {this, inventory, now.Get()};
-  StateCheck(mVolume, mReport, mOptions).Run(now.Get(), {Question::Run, &question});
+  Question question = {*this, report};
+  const Topic before = report.Begin(Topic::kState);
+  StateCheck check(mVolume, report, mOptions);
+  check.Run(mNow.Get(), {Question::Run, &question});
+  mOutcome = check.Outcome();
+  (void)report.Begin(before);
 }
 
-void Results::CompareWithState(const Inventory& inventory, const Snapshot& now,
-                               const Snapshot& saved) {
+void Results::Compare(const Snapshot& saved, RunReport& report) {
   Comparison comparison;
-  if (!comparison.Run(saved, now, QuestionFor(inventory))) {
-    mReport.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
+  if (!comparison.Run(saved, mNow.Get(), QuestionFor(mInventory))) {
+    report.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
     return;
   }
+  const Topic before = report.Begin(Topic::kRest);
   if (!IsQuiet(comparison)) {
-    AddLine(&mReport, "Since the saved state:");
+    AddLine(&report, "Since the saved state:");
   }
-  WriteComparison(comparison, Wanted::kFindings, {AddToReport, &mReport, true});
+  (void)report.Begin(Topic::kFinding);
+  WriteComparison(comparison, Wanted::kFindings, {AddToReport, &report, true});
+  (void)report.Begin(before);
+  if (mContent != nullptr) {
+    ForgetVerdicts(*mContent);
+    ShowVerdicts(comparison, *mContent);
+  }
 }
 
 }  // namespace tvqplatform

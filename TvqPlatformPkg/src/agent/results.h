@@ -10,6 +10,8 @@
 #include "boot_snapshot.h"
 #include "options.h"
 #include "run_report.h"
+#include "screen/content.h"
+#include "state_check.h"
 
 namespace tvqplatform {
 
@@ -18,19 +20,41 @@ class Results {
   Results(const Volume& volume, RunReport& report, const StartedTable& table,
           const Options& options)
       : mVolume(volume), mReport(report), mTable(table), mOptions(options) {}
+  Results(const Results&) = delete;
+  Results& operator=(const Results&) = delete;
+
+  /// The verdicts go there too, for whoever looks at a screen.
+  void ShowOn(ScreenContent& content) { mContent = &content; }
 
   void ShowAndSave();
 
+  /// Saves the inventory and the log; files that have the same bytes stay.
+  void Save();
+
+  /// Compares with the saved state, and saves this boot's as the options say.
+  void CheckState() { CheckState(mReport); }
+  void CheckState(RunReport& report);
+
+  const Inventory& Devices() const { return mInventory; }
+  const Snapshot& Now() const { return mNow.Get(); }
+  /// Of the last check.
+  const StateOutcome& Outcome() const { return mOutcome; }
+
  private:
-  void SaveDevices(const Inventory& inventory);
+  void ShowMissingBlobs();
+  void SaveDevices();
   void SaveLog();
-  void CheckState(const Inventory& inventory);
-  void CompareWithState(const Inventory& inventory, const Snapshot& now, const Snapshot& saved);
+  void Compare(const Snapshot& saved, RunReport& report);
 
   const Volume& mVolume;
   RunReport& mReport;
   const StartedTable& mTable;
   const Options& mOptions;
+  Inventory mInventory;
+  BootSnapshot mNow;
+  bool mHasNow = false;
+  StateOutcome mOutcome;
+  ScreenContent* mContent = nullptr;
 };
 
 }  // namespace tvqplatform

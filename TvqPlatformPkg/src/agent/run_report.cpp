@@ -11,9 +11,19 @@
 
 namespace tvqplatform {
 
+namespace {
+
+constexpr CHAR8 kSuccess[] = "TvqAgent: success";
+constexpr CHAR8 kFailed[] = "TvqAgent: failed: %a";
+
+}  // namespace
+
 void RunReport::Fail(const CHAR8* reason, const CHAR8* advice) {
+  const Topic before = Begin(Topic::kProblem);
   AddLine(this, "Problem: %a.", reason);
   AddLine(this, "  What to do: %a", advice);
+  (void)Begin(before);
+  mFailures++;
   if (!mFailed) {
     mFailed = true;
     AsciiSPrint(mReason, sizeof(mReason), "%a", reason);
@@ -29,8 +39,8 @@ void RunReport::FailWithStatus(const CHAR8* what, EFI_STATUS status, const CHAR8
 }
 
 EFI_STATUS RunReport::Finish(const Volume& volume) {
-  constexpr CHAR8 kSuccess[] = "TvqAgent: success";
-  constexpr CHAR8 kFailed[] = "TvqAgent: failed: %a";
+  const bool usesConsole = UsesConsole();
+  const UINTN end = CountLines();
   AddLine(this, "");
   UseConsole(false);
   if (mFailed) {
@@ -38,21 +48,33 @@ EFI_STATUS RunReport::Finish(const Volume& volume) {
   } else {
     AddLine(this, kSuccess);
   }
-  EFI_STATUS status = volume.MakeFolder(tvq::Ucs2(TVQ_FOLDER));
-  if (!EFI_ERROR(status)) {
-    status = volume.Write(tvq::Ucs2(TVQ_FILE(u"report.txt")), Text());
-  }
+  const EFI_STATUS status = SaveText(volume);
+  Keep(end);
   // The console's last line tells about the report's file too.
-  UseConsole(true);
+  UseConsole(usesConsole);
   if (EFI_ERROR(status)) {
     FailWithStatus("\\TVQ\\report.txt cannot be written", status, kCheckVolume);
   }
+  ShowEnd();
+  return mFailed ? EFI_ABORTED : EFI_SUCCESS;
+}
+
+EFI_STATUS RunReport::SaveText(const Volume& volume) const {
+  if (volume.IsReadOnly()) {
+    return EFI_SUCCESS;
+  }
+  const EFI_STATUS status = volume.MakeFolder(tvq::Ucs2(TVQ_FOLDER));
+  return EFI_ERROR(status) ? status : volume.Write(tvq::Ucs2(TVQ_FILE(u"report.txt")), Text());
+}
+
+void RunReport::ShowEnd() {
+  const UINTN end = CountLines();
   if (mFailed) {
     AddLine(this, kFailed, mReason);
-    return EFI_ABORTED;
+  } else {
+    AddLine(this, kSuccess);
   }
-  AddLine(this, kSuccess);
-  return EFI_SUCCESS;
+  Keep(end);
 }
 
 void RunReport::SaveFile(const Volume& volume, const CHAR16* path, tvq::Span<const UINT8> bytes) {

@@ -19,15 +19,23 @@ class RunReport : public Report {
   void FailWithStatus(const CHAR8* what, EFI_STATUS status, const CHAR8* advice);
 
   bool HasFailed() const { return mFailed; }
+  UINTN Failures() const { return mFailures; }
 
-  /// Ends the report and saves it. EFI_SUCCESS, or EFI_ABORTED after a failure.
+  /// Ends the report and saves it, unless the volume takes nothing. EFI_SUCCESS, or EFI_ABORTED after
+  /// a failure. Lines that are added then come in front of the end.
   [[nodiscard]] EFI_STATUS Finish(const Volume& volume);
 
   /// Saves a file, and says so with its size.
   void SaveFile(const Volume& volume, const CHAR16* path, tvq::Span<const UINT8> bytes);
 
+  /// Shows how it ended, as the last line of the console.
+  void ShowEnd();
+
  private:
+  [[nodiscard]] EFI_STATUS SaveText(const Volume& volume) const;
+
   bool mFailed = false;
+  UINTN mFailures = 0;
   CHAR8 mReason[128];
 };
 

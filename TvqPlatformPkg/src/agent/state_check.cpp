@@ -18,6 +18,7 @@ namespace {
 
 constexpr CHAR8 kSaved[] = "State: saved; later boots are compared with it";
 constexpr CHAR8 kAccepted[] = "State: accepted; this boot's is saved";
+constexpr CHAR8 kNotSaved[] = "State: not saved, because the volume cannot be written to";
 constexpr CHAR8 kLeft[] = "State: left as it was saved; the option accept saves this boot's";
 
 bool HasRecord(const Snapshot& snapshot) {
@@ -60,14 +61,27 @@ void StateCheck::Run(const Snapshot& now, const StateComparer& comparer) {
     return;
   }
   if (files.HasState() && ShowState(now, files)) {
+    mOutcome.IsCompared = true;
+    mOutcome.SavedTime = files.Current().Content.Time;
     comparer.Compare(comparer.Context, files.Current().Content);
   }
-  if (mOptions.NameCount != 0) {
+  SaveUnlessReadOnly(now, files);
+}
+
+void StateCheck::SaveUnlessReadOnly(const Snapshot& now, StateFiles& files) {
+  const bool wantsSave = mOptions.Accept || !files.HasState();
+  if (mVolume.IsReadOnly() && mOptions.Accept) {
+    mReport.Fail("the state cannot be accepted, because the volume cannot be written to",
+                 kOtherMedium);
+  } else if (mVolume.IsReadOnly() && wantsSave) {
+    AddLine(&mReport, kNotSaved);
+  } else if (mOptions.NameCount != 0) {
     AcceptNames(now, files);
-  } else if (mOptions.Accept || !files.HasState()) {
+  } else if (wantsSave) {
     Save(now, files, files.IsFirst() ? kSaved : kAccepted);
   } else {
     AddLine(&mReport, kLeft);
+    mOutcome.End = StateEnd::kLeft;
   }
 }
 
@@ -238,13 +252,16 @@ void StateCheck::AcceptNames(const Snapshot& now, StateFiles& files) {
 }
 
 void StateCheck::Write(const Snapshot& snapshot, StateFiles& files, const CHAR8* what) {
+  const StateEnd saved = files.IsFirst() ? StateEnd::kFirst : StateEnd::kAccepted;
   EFI_STATUS status;
   switch (files.Save(snapshot, mOptions.Keep, status)) {
     case SaveResult::kSaved:
       AddLine(&mReport, "%a", what);
+      mOutcome.End = saved;
       break;
     case SaveResult::kUnchanged:
       AddLine(&mReport, "State: accepted; it is what was saved already");
+      mOutcome.End = StateEnd::kAccepted;
       break;
     case SaveResult::kFailed:
       mReport.FailWithStatus("the state cannot be saved", status, kCheckVolume);

@@ -21,6 +21,20 @@ struct StateComparer {
   VOID* Context;
 };
 
+/// What became of this boot's state.
+enum class StateEnd : UINT8 {
+  kNone,      ///< It is not saved; the report says why.
+  kFirst,     ///< It is saved, as the first one.
+  kAccepted,  ///< It is saved beside others, or was there already.
+  kLeft,      ///< Another one stays the one that counts.
+};
+
+struct StateOutcome {
+  bool IsCompared = false;
+  UINT64 SavedTime = 0;  ///< Of the state that it was compared with; 0 where that is unknown.
+  StateEnd End = StateEnd::kNone;
+};
+
 class StateCheck {
  public:
   StateCheck(const Volume& volume, RunReport& report, const Options& options)
@@ -30,6 +44,8 @@ class StateCheck {
   /// until somebody accepts the new one.
   void Run(const Snapshot& now, const StateComparer& comparer);
 
+  const StateOutcome& Outcome() const { return mOutcome; }
+
  private:
   [[nodiscard]] EFI_STATUS ChooseFolder(const Snapshot& now, CHAR16 (&path)[kPathSize]) const;
   [[nodiscard]] bool Load(const Snapshot& now, StateFiles& files);
@@ -38,6 +54,8 @@ class StateCheck {
   [[nodiscard]] bool ShowState(const Snapshot& now, const StateFiles& files);
   [[nodiscard]] bool ShowMachine(const Snapshot& now, const StoredState& state);
   void ShowHoles(const Snapshot& snapshot, const CHAR8* whose);
+  /// On a volume that takes nothing, only who asked for it is told of a failure.
+  void SaveUnlessReadOnly(const Snapshot& now, StateFiles& files);
   /// Unless that would put an incomplete state in place of a complete one.
   void Save(const Snapshot& snapshot, StateFiles& files, const CHAR8* what);
   void AcceptNames(const Snapshot& now, StateFiles& files);
@@ -46,6 +64,7 @@ class StateCheck {
   const Volume& mVolume;
   RunReport& mReport;
   const Options& mOptions;
+  StateOutcome mOutcome;
 };
 
 }  // namespace tvqplatform

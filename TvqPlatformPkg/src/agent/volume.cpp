@@ -8,6 +8,7 @@
 
 extern "C" {
 #include <Guid/FileInfo.h>
+#include <Guid/FileSystemInfo.h>
 #include <Library/DevicePathLib.h>
 #include <Protocol/LoadedImage.h>
 }
@@ -62,6 +63,17 @@ class OpenFileGuard {
     return status;
   }
   return size == bytes.Size() ? file->Flush(file) : EFI_VOLUME_FULL;
+}
+
+/// What the file system says of itself; a label of 64 characters is more than FAT has.
+bool SaysReadOnly(EFI_FILE_PROTOCOL* root) {
+  union {
+    EFI_FILE_SYSTEM_INFO Info;
+    UINT8 Bytes[SIZE_OF_EFI_FILE_SYSTEM_INFO + 64 * sizeof(CHAR16)];
+  } buffer;
+  UINTN size = sizeof(buffer);
+  return !EFI_ERROR(root->GetInfo(root, &gEfiFileSystemInfoGuid, &size, &buffer)) &&
+         buffer.Info.ReadOnly != FALSE;
 }
 
 bool AreEqual(const GrowingArray<UINT8>& left, tvq::Span<const UINT8> right) {
@@ -131,6 +143,11 @@ EFI_STATUS Volume::Open(EFI_HANDLE image) {
   }
   auto* volume = static_cast<EFI_SIMPLE_FILE_SYSTEM_PROTOCOL*>(fileSystem);
   return volume->OpenVolume(volume, &mRoot);
+}
+
+void Volume::TryToWrite(const CHAR16* folder) {
+  mIsReadOnly =
+      mRoot != nullptr && (SaysReadOnly(mRoot) || MakeFolder(folder) == EFI_WRITE_PROTECTED);
 }
 
 EFI_STATUS Volume::OpenFile(const CHAR16* path, UINT64 mode, UINT64 attributes,

@@ -34,6 +34,11 @@ class Volume {
   /// Opens the volume that the image was loaded from.
   [[nodiscard]] EFI_STATUS Open(EFI_HANDLE image);
 
+  /// Finds out whether it takes anything, and makes the folder where it does.
+  void TryToWrite(const CHAR16* folder);
+  /// Says so before, or refuses everything as a CD does: nothing need be tried then.
+  bool IsReadOnly() const { return mIsReadOnly; }
+
   /// EFI_NOT_FOUND: there is no such file. EFI_BAD_BUFFER_SIZE: it is larger than `limit`.
   [[nodiscard]] EFI_STATUS Read(const CHAR16* path, UINTN limit, GrowingArray<UINT8>& bytes) const;
 
@@ -62,6 +67,7 @@ class Volume {
 
   EFI_HANDLE mDevice = nullptr;
   EFI_FILE_PROTOCOL* mRoot = nullptr;
+  bool mIsReadOnly = false;
 };
 
 }  // namespace tvqplatform

@@ -430,6 +430,10 @@ void FormatSummary(const Comparison& comparison, CHAR8* buffer, UINTN size) {
   }
 }
 
+void WriteFinding(const Comparison& comparison, const Finding& finding, const LineSink& sink) {
+  DeviceLines(comparison, finding, sink).Write();
+}
+
 void WriteComparison(const Comparison& comparison, Wanted wanted, const LineSink& sink) {
   if (comparison.HasOtherOptions()) {
     CHAR8 text[kTextSize];
@@ -448,7 +452,7 @@ void WriteComparison(const Comparison& comparison, Wanted wanted, const LineSink
   }
   for (UINTN i = 0; i < comparison.Size(); i++) {
     if (wanted == Wanted::kEverything || IsFinding(comparison, comparison[i])) {
-      DeviceLines(comparison, comparison[i], sink).Write();
+      WriteFinding(comparison, comparison[i], sink);
     }
   }
   CHAR8 text[kTextSize];

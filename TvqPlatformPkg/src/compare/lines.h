@@ -28,6 +28,9 @@ enum class Wanted {
 
 void WriteComparison(const Comparison& comparison, Wanted wanted, const LineSink& sink);
 
+/// One device's lines, whether or not somebody has to look at it.
+void WriteFinding(const Comparison& comparison, const Finding& finding, const LineSink& sink);
+
 /// Why the device was not verified, or its fields are not known; empty where there is no reason.
 void FormatObstacle(const Comparison& comparison, const Finding& finding, CHAR8* buffer,
                     UINTN size);

@@ -15,7 +15,12 @@
 
 #include "TvqPlatformPkg/src/smbios/publication.h"
 #include "images/driver.h"
+#include "tests/unit/platform/agent/fake_terminal.h"
 #include "tests/unit/platform/agent/fake_volume.h"
+
+extern "C" {
+#include <Protocol/ShellParameters.h>
+}
 
 namespace tvq::test {
 
@@ -60,19 +65,24 @@ class AgentHarness {
     return ConfigurationTable(mFirmware, gEfiSmbiosTableGuid) == static_cast<VOID*>(mEntry.Data());
   }
 
-  // Runs the agent as if it had been started from the volume, with this command line.
+  // Runs the agent as if it had been started from the volume by a shell, with this command line.
   EFI_STATUS RunAgent(const std::u16string& commandLine = u"TvqAgent.efi") {
-    const EFI_HANDLE image = mFirmware.LoadImage(host::images::agent);
-    VOID* found = nullptr;
-    EXPECT_EQ(mFirmware.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
+    EFI_HANDLE image = mFirmware.LoadImage(host::images::agent);
+    EFI_BOOT_SERVICES* const services = mFirmware.BootServices();
+    EFI_SHELL_PARAMETERS_PROTOCOL parameters = {};
+    EXPECT_EQ(services->InstallProtocolInterface(&image, &gEfiShellParametersProtocolGuid,
+                                                 EFI_NATIVE_INTERFACE, &parameters),
               EFI_SUCCESS);
-    auto* loaded = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(found);
-    mCommandLine = commandLine;
-    loaded->DeviceHandle = mHasVolume ? mVolume.Device() : nullptr;
-    loaded->LoadOptions = mCommandLine.data();
-    loaded->LoadOptionsSize = static_cast<UINT32>((mCommandLine.size() + 1) * sizeof(char16_t));
-    return mFirmware.StartImage(image);
+    const EFI_STATUS status = Start(image, commandLine);
+    EXPECT_EQ(
+        services->UninstallProtocolInterface(image, &gEfiShellParametersProtocolGuid, &parameters),
+        EFI_SUCCESS);
+    return status;
   }
+  // The same by a boot manager, which hands over no text.
+  EFI_STATUS BootAgent() { return Start(mFirmware.LoadImage(host::images::agent), u""); }
+  // The console of later runs, which else have a console without a keyboard.
+  void UseTerminal(FakeTerminal* terminal) { mTerminal = terminal; }
   void RemoveVolume() { mHasVolume = false; }
 
   std::string Report() { return mVolume.Get("\\TVQ\\report.txt"); }
@@ -81,8 +91,30 @@ class AgentHarness {
   }
 
  private:
+  EFI_STATUS Start(EFI_HANDLE image, const std::u16string& commandLine) {
+    VOID* found = nullptr;
+    EXPECT_EQ(mFirmware.BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &found),
+              EFI_SUCCESS);
+    auto* loaded = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(found);
+    mCommandLine = commandLine;
+    loaded->DeviceHandle = mHasVolume ? mVolume.Device() : nullptr;
+    loaded->LoadOptions = mCommandLine.data();
+    loaded->LoadOptionsSize = static_cast<UINT32>((mCommandLine.size() + 1) * sizeof(char16_t));
+    EFI_SYSTEM_TABLE* const system = mFirmware.SystemTableOf(host::images::agent);
+    EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL* const output = system->ConOut;
+    if (mTerminal != nullptr) {
+      system->ConOut = mTerminal->Output();
+      system->ConIn = mTerminal->Input();
+    }
+    const EFI_STATUS status = mFirmware.StartImage(image);
+    system->ConOut = output;
+    system->ConIn = nullptr;
+    return status;
+  }
+
   host::Firmware mFirmware;
   FakeVolume mVolume;
+  FakeTerminal* mTerminal = nullptr;
   bool mHasVolume = true;
   host::LowMapping mTable;
   host::LowMapping mEntry;

@@ -15,6 +15,7 @@
 
 extern "C" {
 #include <Guid/FileInfo.h>
+#include <Guid/FileSystemInfo.h>
 }
 
 namespace tvq::test {
@@ -61,6 +62,9 @@ EFI_STATUS EFIAPI Write(EFI_FILE_PROTOCOL* self, UINTN* size, VOID* buffer) {
 }
 EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL* self) {
   return Self(self).volume->Flush(Self(self));
+}
+EFI_STATUS EFIAPI GetInfo(EFI_FILE_PROTOCOL* self, EFI_GUID* type, UINTN* size, VOID* buffer) {
+  return Self(self).volume->GetInfo(*type, size, buffer);
 }
 
 }  // namespace
@@ -148,6 +152,7 @@ EFI_STATUS FakeVolume::Make(const std::string& path, UINT64 attributes) {
   if (!IsFolder(path.substr(0, std::max<size_t>(1, path.rfind('\\'))))) {
     return EFI_NOT_FOUND;
   }
+  ++mChanges;
   if (attributes == EFI_FILE_DIRECTORY) {
     mFolders.push_back(path);
   } else {
@@ -162,6 +167,9 @@ EFI_STATUS FakeVolume::Open(EFI_FILE_PROTOCOL** opened, const std::string& path,
   const bool mayMake = mode == (kChange | EFI_FILE_MODE_CREATE);
   if (!mayMake && mode != EFI_FILE_MODE_READ && mode != kChange) {
     return EFI_INVALID_PARAMETER;
+  }
+  if (mIsProtected && mode != EFI_FILE_MODE_READ) {
+    return EFI_WRITE_PROTECTED;
   }
   const std::string spelled = Spelled(path);
   EFI_STATUS status = Begin(FileCall::kOpen, spelled);
@@ -182,6 +190,7 @@ EFI_STATUS FakeVolume::Open(EFI_FILE_PROTOCOL** opened, const std::string& path,
   handle->interface.Read = test::Read;
   handle->interface.Write = test::Write;
   handle->interface.Flush = test::Flush;
+  handle->interface.GetInfo = test::GetInfo;
   *opened = &handle->interface;
   mOpen.push_back(std::move(handle));
   return EFI_SUCCESS;
@@ -192,6 +201,27 @@ void FakeVolume::Close(Handle* handle) {
                                   [&](const auto& open) { return open.get() == handle; });
   ASSERT_NE(found, mOpen.end()) << "a file was closed twice";
   mOpen.erase(found);
+}
+
+// Of the file system alone.
+EFI_STATUS FakeVolume::GetInfo(const EFI_GUID& type, UINTN* size, VOID* buffer) const {
+  if (std::memcmp(&type, &gEfiFileSystemInfoGuid, sizeof(type)) != 0) {
+    return EFI_UNSUPPORTED;
+  }
+  const std::u16string label = u"TVQ";
+  const UINTN needed = SIZE_OF_EFI_FILE_SYSTEM_INFO + (label.size() + 1) * sizeof(CHAR16);
+  if (*size < needed) {
+    *size = needed;
+    return EFI_BUFFER_TOO_SMALL;
+  }
+  EFI_FILE_SYSTEM_INFO info = {};
+  info.Size = needed;
+  info.ReadOnly = mSaysProtected ? TRUE : FALSE;
+  std::memcpy(buffer, &info, SIZE_OF_EFI_FILE_SYSTEM_INFO);
+  std::memcpy(static_cast<char*>(buffer) + SIZE_OF_EFI_FILE_SYSTEM_INFO, label.c_str(),
+              (label.size() + 1) * sizeof(CHAR16));
+  *size = needed;
+  return EFI_SUCCESS;
 }
 
 EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
@@ -260,6 +290,7 @@ EFI_STATUS FakeVolume::Write(Handle& handle, UINTN* size, VOID* buffer) {
   if (status != EFI_SUCCESS) {
     return status;
   }
+  ++mChanges;
   const bool isCut = mLastCall && mCalls == *mLastCall;
   *size = std::min(isCut ? *size / 2 : *size, mWriteLimit);
   std::string& content = mFiles.at(handle.path);
@@ -283,6 +314,7 @@ EFI_STATUS FakeVolume::Delete(const Handle& handle) {
       Begin(FileCall::kDelete, handle.path) != EFI_SUCCESS) {
     return EFI_WARN_DELETE_FAILURE;
   }
+  ++mChanges;
   mFiles.erase(handle.path);
   return EFI_SUCCESS;
 }

@@ -55,6 +55,13 @@ class FakeVolume {
   void Fail(FileCall call, EFI_STATUS status, const std::string& path = "") {
     mFailures.push_back({call, status, path});
   }
+  // Refuses everything that would change it, as a CD does; `isSaid` where the file system says so before.
+  void Protect(bool isSaid = true) {
+    mIsProtected = true;
+    mSaysProtected = isSaid;
+  }
+  // Calls that wrote, made or removed something.
+  uint64_t Changes() const { return mChanges; }
   // Makes every write take no more than this much.
   void LimitWrites(UINTN size) { mWriteLimit = size; }
   // Changes the last byte of whatever is written to the file, as a bad sector does.
@@ -71,6 +78,7 @@ class FakeVolume {
   EFI_STATUS Open(EFI_FILE_PROTOCOL** opened, const std::string& path, UINT64 mode,
                   UINT64 attributes);
   void Close(Handle* handle);
+  EFI_STATUS GetInfo(const EFI_GUID& type, UINTN* size, VOID* buffer) const;
   EFI_STATUS Read(Handle& handle, UINTN* size, VOID* buffer);
   EFI_STATUS Write(Handle& handle, UINTN* size, VOID* buffer);
   EFI_STATUS Flush(const Handle& handle);
@@ -98,6 +106,9 @@ class FakeVolume {
   std::vector<std::string> mFolders;
   std::vector<std::unique_ptr<Handle>> mOpen;
   std::vector<Failure> mFailures;
+  bool mIsProtected = false;
+  bool mSaysProtected = false;
+  uint64_t mChanges = 0;
   UINTN mWriteLimit = MAX_UINTN;
   std::string mDamaged;
   uint64_t mCalls = 0;
