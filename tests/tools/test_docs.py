@@ -8,7 +8,7 @@ import unittest
 
 from scripts import ROOT
 
-PAGES = [ROOT / "README.md", ROOT / "CHANGELOG.md", *sorted((ROOT / "docs").glob("*.md")), ROOT / "samples" / "README.md"]
+PAGES = [ROOT / "README.md", ROOT / "CHANGELOG.md", ROOT / "SECURITY.md", *sorted((ROOT / "docs").glob("*.md")), ROOT / "samples" / "README.md"]
 # A screen in full height, with the table of where to read on.
 FIRST_SCREEN = 70
 

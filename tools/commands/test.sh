@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --service] [-v]
 #?
 #?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
 #?               mirrors theirs, and changed tests; nothing else is built
 #?   -R REGEX    only the tests whose names match
 #?   --guarded   in place of the tests: the agent's whole run on firmware that stops at the first byte outside a block of
 #?               memory, or behind the stack. That firmware is built first, once.
+#?   --service   in place of the tests: the Debian package and its service, also on Debian's kernel in QEMU, which takes about
+#?               five minutes
 #?   -v          show the output of the tools while they build
 #?
 #? The host tests run in build/test with the address and undefined-behaviour sanitizers.
@@ -20,12 +22,14 @@ source "$LIB/ovmf.sh"
 source "$LIB/host.sh"
 
 guarded=0
+service=0
 revision=
 selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
     --guarded) guarded=1 ;;
+    --service) service=1 ;;
     --changed)
       revision=HEAD
       if [[ -n "${2:-}" && "$2" != -* ]]; then
@@ -76,6 +80,11 @@ if ((guarded)); then
   OwnOvmf tail head
   EndToEndTools
   Tests --config Guarded --label guarded
+fi
+if ((service)); then
+  LongTests
+  BuildHost test build.ninja
+  Tests --config Service --label service
 fi
 mapfile -t toolchains < <(BootingToolchains)
 # EDK II's build keeps one core busy for most of its time, ours takes what there is.

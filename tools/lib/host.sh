@@ -45,8 +45,9 @@ StaticHost() { BuildHost host tvq_static; }
 # The sample tables and the program that builds them, which take no part of EDK II.
 Tables() { BuildHost host tvq_samples; }
 
-# Optimised, without sanitizers: tests that run the driver tens of thousands of times, and the program as it is shipped.
-LongTests() { BuildHost long tvq_long_tests tvq tvq_static; }
+# Optimised, without sanitizers: tests that run the driver tens of thousands of times, and the program as it is shipped with its
+# pages.
+LongTests() { BuildHost long tvq_long_tests tvq tvq_static tvq_pages; }
 
 # What the tests run.
 HostTests() {

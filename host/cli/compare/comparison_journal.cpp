@@ -82,7 +82,7 @@ JournalEntry EntryOf(const run::Finding& finding) {
   entry.Add("TVQ_VERDICT", finding.verdict);
   // A field may be there several times: each of its values finds the entry.
   for (const std::string& verdict : finding.also) {
-    entry.Add("TVQ_VERDICT", verdict);
+    entry.Add("TVQ_ALSO", verdict);
   }
   AddIfAny("TVQ_FQDD", Printable(finding.fqdd), entry);
   AddIfAny("TVQ_LABEL", Printable(finding.label), entry);

@@ -33,7 +33,7 @@ run::Finding Replaced() {
   run::Finding finding = Same(u"DIMM.Socket.A3");
   finding.label = "DIMM_A3";
   finding.verdict = "replaced";
-  finding.also = {"changed"};
+  finding.also = {"changed", "cannot tell"};
   finding.fields = {{"Inventory/WWN", "7A2C0003", "7A2C9999"}};
   finding.toDo = "find out by whom";
   finding.status = ComparisonStatus::kFound;
@@ -86,7 +86,8 @@ TEST_F(ComparisonJournal, ADeviceThatIsToBeLookedAtHasAnEntryOfItsOwnBeforeTheSu
           {"MESSAGE_ID", {kFindingId}},
           {"PRIORITY", {"4"}},
           {"SYSLOG_IDENTIFIER", {"tvq"}},
-          {"TVQ_VERDICT", {"replaced", "changed"}},
+          {"TVQ_VERDICT", {"replaced"}},
+          {"TVQ_ALSO", {"changed", "cannot tell"}},
           {"TVQ_FQDD", {"DIMM.Socket.A3"}},
           {"TVQ_LABEL", {"DIMM_A3"}},
           {"TVQ_KIND", {"memory module"}},

@@ -1,0 +1,233 @@
+"""The service under a real systemd, in a container with a table of its own: the first boot saves the state, a quiet one writes
+one line, a replaced module is found, told and handed on, accepted, and silent again. Without a table it is skipped, with a
+damaged state it fails, and what runs in its sandbox reaches nothing else.
+
+usage: boot_test.py BUILD-TREE FOLDER
+
+SPDX-License-Identifier: BSD-2-Clause-Patent
+"""
+
+import json
+import pathlib
+import shutil
+import subprocess
+import sys
+
+from debian_root import Root, require, run
+from package_test import demand, make
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+SAMPLE = ROOT / "samples" / "two-socket.smbios"
+# A boot takes about 5 s, on a busy machine a multiple.
+TIMEOUT = 240
+UNITS = ("tvq-verify.service", "tvq-accept@.service", "tvq-save.service", "tvq-probe.service")
+DROP_IN = """[Unit]
+ConditionVirtualization=
+ConditionPathExists=/srv/table/DMI
+[Service]
+LoadCredential=
+LoadCredential=DMI:/srv/table/DMI
+LoadCredential=smbios_entry_point:/srv/table/smbios_entry_point
+"""
+STEPS = """[Unit]
+After=tvq-verify.service
+[Service]
+Type=oneshot
+ExecStart=/bin/sh /srv/steps.sh
+ExecStopPost=/bin/systemctl poweroff --no-block
+[Install]
+WantedBy=multi-user.target
+"""
+HOOK = """#!/bin/sh
+echo "$0 $(id -un)" >>/srv/out/hooks
+exec cat >>/srv/out/findings
+"""
+# step NAME: once nothing of ours is waited for any more, what systemd and the journal say since the last step.
+FUNCTIONS = """
+step() {
+  while systemctl list-jobs --no-legend | grep -v tvq-steps | grep -q tvq; do sleep 0.1; done
+  journalctl --sync
+  mkdir -p /srv/out/$1
+  journalctl -t tvq -o json --cursor-file=/srv/cursor >/srv/out/$1/journal
+  systemctl show tvq-verify.service tvq-changed.service -p Id,Result,ActiveState,ExecMainStatus,ConditionResult >/srv/out/$1/units
+  cp /run/tvq/findings.json /srv/out/$1/ || true
+  stat -c '%n %U %a' /run/tvq /run/tvq/* /var/lib/tvq /var/lib/tvq/* >/srv/out/$1/files
+  mv /srv/out/hooks /srv/out/findings /srv/out/$1/ || true
+}
+"""
+FIRST_BOOT = """
+step first
+systemctl start tvq-verify
+step quiet
+"""
+SECOND_BOOT = """
+step replaced
+journalctl TVQ_VERDICT=replaced -o cat >/srv/out/replaced/found
+journalctl -x -t tvq >/srv/out/replaced/explained
+systemctl start tvq-accept@DIMM.Socket.A3
+systemctl start tvq-verify
+step accepted
+systemctl start tvq-probe
+step probed
+mv /srv/table /srv/no-table
+systemctl start tvq-verify
+step skipped
+mv /srv/no-table /srv/table
+for state in /var/lib/tvq/state-*; do echo damaged >$state; done
+systemctl start tvq-verify
+step failed
+"""
+# What a program in the sandbox can do: a line for each that it can.
+PROBE = """[Unit]
+Description=What can be done in the sandbox
+[Service]
+Type=oneshot
+ExecStart=/bin/sh /srv/probe.sh
+StandardOutput=truncate:/srv/out/probe
+"""
+PROBE_SCRIPT = """
+can() { name="$1"; shift; if "$@" >/dev/null 2>&1; then echo "$name"; fi; }
+can "write its own state" touch /var/lib/tvq/probe
+can "read its table" cat $CREDENTIALS_DIRECTORY/DMI
+can "read the folder of root" ls /run/tvq
+can "plant a file for root" touch /run/tvq/probe
+can "write elsewhere" touch /etc/probe
+can "write elsewhere in /var/lib" touch /var/lib/probe
+can "write into /srv" touch /srv/probe
+can "read passwords" cat /etc/shadow
+can "see other programs" test -d /proc/1/root
+can "see a disk" ls /dev/sda /dev/vda
+can "mount" mount -t tmpfs none /mnt
+can "have a capability" sh -c '! grep -q "CapEff:.0000000000000000" /proc/self/status'
+rm -f /var/lib/tvq/probe
+"""
+ALLOWED = ["write its own state", "read its table"]
+
+
+def put_table(tvq, source, folder):
+    """The two files of /sys/firmware/dmi/tables, of a table's source."""
+    folder.mkdir(parents=True, exist_ok=True)
+    dump = folder / "dump"
+    run(tvq, "mktable", "--quiet", "-", "-o", dump, text_input=source)
+    data = dump.read_bytes()
+    # The dump has the entry point in its first 32 bytes, by whose second field its own length is known.
+    length = data[6] if data.startswith(b"_SM3_") else data[5]
+    (folder / "smbios_entry_point").write_bytes(data[:length])
+    (folder / "DMI").write_bytes(data[32:])
+    dump.unlink()
+
+
+class Machine:
+    """A container that has the package, and the table of a folder."""
+
+    def __init__(self, folder, package):
+        self.root = Root(folder)
+        self.root.install(package)
+        units = self.root.path("/etc/systemd/system")
+        for unit in UNITS:
+            drop_ins = units / f"{unit}.d"
+            drop_ins.mkdir()
+            (drop_ins / "table.conf").write_text(DROP_IN, encoding="utf-8")
+        (units / "tvq-probe.service.d" / "sandbox.conf").symlink_to("/lib/systemd/system/tvq-verify.service.d/sandbox.conf")
+        (units / "tvq-probe.service").write_text(PROBE, encoding="utf-8")
+        (units / "tvq-steps.service").write_text(STEPS, encoding="utf-8")
+        (units / "multi-user.target.wants" / "tvq-steps.service").symlink_to("../tvq-steps.service")
+        self.root.path("/srv/probe.sh").write_text(PROBE_SCRIPT, encoding="utf-8")
+        for name in ("10-first", "20-second"):
+            hook = self.root.path(f"/etc/tvq/changed.d/{name}")
+            hook.write_text(HOOK, encoding="utf-8")
+            hook.chmod(0o755)
+        self.out = self.root.path("/srv/out")
+
+    def boot(self, steps):
+        self.root.path("/srv/steps.sh").write_text(FUNCTIONS + steps, encoding="utf-8")
+        command = ["systemd-nspawn", "--quiet", "--boot", "--register=no", "--keep-unit", "--private-network", "--console=pipe",
+                   "-D", self.root.folder]
+        with open(self.root.folder.parent / "console.txt", "ab") as console:
+            done = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=console, stderr=console,
+                                  timeout=TIMEOUT, check=False)
+        demand(done.returncode == 0, f"a boot that ends by itself, not with {done.returncode}; {console.name} tells more")
+
+    def text(self, step, name):
+        file = self.out / step / name
+        return file.read_text(encoding="utf-8") if file.exists() else ""
+
+    def journal(self, step):
+        return [json.loads(line) for line in self.text(step, "journal").splitlines()]
+
+    def unit(self, step, name):
+        for block in self.text(step, "units").split("\n\n"):
+            values = dict(line.split("=", 1) for line in block.splitlines())
+            if values.get("Id") == name:
+                return values
+        return {}
+
+
+def check_first_boot(machine):
+    first = machine.journal("first")
+    demand([entry["MESSAGE"] for entry in first] == ["The first state of this machine is saved in /var/lib/tvq/state-1.bin",
+                                                     "Nothing is to be looked at: 15 same"], f"the first state: {first}")
+    demand(all(entry["_SYSTEMD_UNIT"] == "tvq-verify.service" for entry in first), "entries of the unit itself")
+    files = machine.text("first", "files").splitlines()
+    for line in ("/var/lib/tvq tvq 755", "/var/lib/tvq/state-1.bin tvq 600", "/run/tvq root 700"):
+        demand(line in files, f"{line}: {files}")
+    quiet = machine.journal("quiet")
+    demand(len(quiet) == 1 and quiet[0]["PRIORITY"] == "6", f"a quiet run writes one line: {quiet}")
+    demand(machine.unit("quiet", "tvq-verify.service")["Result"] == "success", "a quiet run succeeds")
+    demand(not machine.text("quiet", "hooks"), "nobody is called for a quiet run")
+
+
+def check_replaced(machine):
+    entries = machine.journal("replaced")
+    finding = next((entry for entry in entries if entry.get("TVQ_FQDD") == "DIMM.Socket.A3"), {})
+    wanted = {"TVQ_VERDICT": "replaced", "TVQ_LABEL": "DIMM_A3", "TVQ_KIND": "memory module", "TVQ_BEFORE": "7A2C0003",
+              "TVQ_AFTER": "7A2C9999", "PRIORITY": "4"}
+    demand(wanted.items() <= finding.items(), f"an entry of the module that was replaced: {entries}")
+    demand(len(entries) == 2, f"one entry for one finding, and one that sums up: {entries}")
+    found = machine.text("replaced", "found").splitlines()
+    demand(found == [finding["MESSAGE"]], f"journalctl TVQ_VERDICT=replaced finds it: {found}")
+    demand("systemctl start tvq-accept@DIMM.Socket.A3" in machine.text("replaced", "explained"), "journalctl -x says what to do")
+    unit = machine.unit("replaced", "tvq-verify.service")
+    demand((unit["Result"], unit["ExecMainStatus"]) == ("success", "1"), f"findings are no failure of the unit: {unit}")
+    hooks = machine.text("replaced", "hooks").splitlines()
+    demand(hooks == ["/etc/tvq/changed.d/10-first root", "/etc/tvq/changed.d/20-second root"], f"each is called once, in order: {hooks}")
+    findings = machine.text("replaced", "findings.json")
+    demand(machine.text("replaced", "findings") == findings * 2, "each has the findings on its standard input")
+    devices = {one["fqdd"]: one["verdict"] for one in json.loads(findings)["findings"]}
+    demand(devices["DIMM.Socket.A3"] == "replaced", f"the findings name it: {devices}")
+
+
+def check_others(machine):
+    accepted = machine.journal("accepted")
+    demand(accepted[-1]["MESSAGE"] == "Nothing is to be looked at: 15 same", f"what was accepted is silent: {accepted}")
+    demand(not machine.text("accepted", "hooks"), "and nobody is called")
+    probed = machine.text(".", "probe").splitlines()
+    demand(probed == ALLOWED, f"all that can be done in the sandbox is {ALLOWED}: {probed}")
+    unit = machine.unit("skipped", "tvq-verify.service")
+    demand(unit["ConditionResult"] == "no" and unit["ActiveState"] == "inactive", f"without a table it is skipped: {unit}")
+    demand(not machine.journal("skipped"), "and says nothing")
+    unit = machine.unit("failed", "tvq-verify.service")
+    demand(unit["ActiveState"] == "failed" and unit["ExecMainStatus"] == "2", f"what cannot be compared is a failure: {unit}")
+    demand(not machine.text("failed", "hooks"), "of which nobody is told findings")
+
+
+def main(arguments):
+    build, folder = (pathlib.Path(argument).resolve() for argument in arguments)
+    require("mmdebstrap", "systemd-nspawn", "dh")
+    tvq = build / "host" / "cli" / "tvq"
+    machine = Machine(folder / "root", make(build, folder))
+    source = SAMPLE.read_text(encoding="utf-8")
+    table = machine.root.path("/srv/table")
+    put_table(tvq, source, table)
+    machine.boot(FIRST_BOOT)
+    check_first_boot(machine)
+    put_table(tvq, source.replace('"7A2C0003"', '"7A2C9999"'), table)
+    machine.boot(SECOND_BOOT)
+    check_replaced(machine)
+    check_others(machine)
+    shutil.rmtree(machine.root.folder)
+    print("two boots: a first state, a quiet run, a replaced module found, told, handed on and accepted")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
