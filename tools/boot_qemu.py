@@ -55,6 +55,7 @@ class Boot:
     table: pathlib.Path | None = None
     words: tuple = ("poweroff",)
     script: tuple = ()  # lines for the firmware's own shell, which runs in place of the agent
+    after: tuple = ()  # lines for the shell, where the boot goes on to it after the agent
     tables: dict = dataclasses.field(default_factory=dict)  # by name, what a script finds in a folder of tables
     timeout: float = 120.0
     live: object = None  # called with every piece of serial output
@@ -113,6 +114,10 @@ def disk_files(boot, folder):
     else:
         text.write_bytes((" ".join(boot.words) + "\r\n").encode("ascii"))
         files |= {text: f"{FOLDER}/options.txt", boot.images[AGENT]: f"EFI/BOOT/{boot.guest.boot_file}"}
+    if boot.after:
+        after = folder / "after"
+        after.write_bytes(boot.guest.script(boot.after))
+        files |= {after: boot.guest.script_file, boot.images[PLATFORM_TEST]: PLATFORM_TEST}
     if boot.table:
         files[boot.table] = f"{FOLDER}/table.bin"
     files |= {table: f"{FOLDER}/tables/{name}.bin" for name, table in boot.tables.items()}

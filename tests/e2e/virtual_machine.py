@@ -76,24 +76,25 @@ class VirtualMachine:
         options.out.mkdir(parents=True, exist_ok=True)
         boot_qemu.empty_folder(self.out, keep_state=False)
 
-    def described(self, table, *words, script=(), tables=None, writes=None):
-        """One boot. With a script, the shell runs that in place of the agent."""
+    def described(self, table, *words, script=(), after=(), tables=None, writes=None):
+        """One boot. With a script, the shell runs that in place of the agent; lines after the agent are for the shell too."""
         return boot_qemu.Boot(
             images=boot_qemu.image_paths(self.options.images, self.options.target, self.guest),
             out=self.out,
             guest=self.guest,
             table=table,
-            words=(*words, "poweroff"),
+            words=words if after else (*words, "poweroff"),
             script=script,
+            after=after,
             tables=tables or {},
             timeout=TIMEOUT,
             writes=writes,
         )
 
-    def boot(self, table, *words, script=(), tables=None, writes=None):
+    def boot(self, table, *words, script=(), after=(), tables=None, writes=None):
         """The agent's report; without one, or when an assertion failed, the test ends."""
         try:
-            report = boot_qemu.run(self.described(table, *words, script=script, tables=tables, writes=writes))
+            report = boot_qemu.run(self.described(table, *words, script=script, after=after, tables=tables, writes=writes))
         except boot_qemu.BootFailure as failure:
             sys.exit(f"{failure}\n{failure.hint}\n{failure.details}")
         failed = assertions(self.serial())

@@ -31,6 +31,11 @@ constexpr CHAR8 kCopyFiles[] =
     "copy TvqPlatform.efi and TVQSMBIOS.efi into the folder \\TVQ of the volume that TvqAgent "
     "was started from.";
 
+constexpr CHAR8 kRefusedImage[] =
+    "Secure Boot refuses this file: enroll its hash, or the key that it is signed with, in the "
+    "firmware's "
+    "setup; or sign it with a key that is enrolled there; or switch Secure Boot off.";
+
 /// Loads an image from a file and runs it. A driver stays; EFI_ALREADY_STARTED is its business.
 [[nodiscard]] EFI_STATUS LoadAndStartImage(const Volume& volume, const CHAR16* path) {
   EFI_DEVICE_PATH_PROTOCOL* devicePath = volume.PathOf(path);
@@ -86,7 +91,7 @@ bool DriverControl::Load(const char16_t* name) {
     AsciiSPrint(what, sizeof(what), "%s cannot be loaded", path);
     mReport.FailWithStatus(what, status,
                            status == EFI_SECURITY_VIOLATION || status == EFI_ACCESS_DENIED
-                               ? "switch Secure Boot off, or sign the file."
+                               ? kRefusedImage
                                : kCopyFiles);
     return false;
   }

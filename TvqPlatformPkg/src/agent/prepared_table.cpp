@@ -17,6 +17,21 @@ namespace {
 /// Far more than a 32-bit entry point can state, so that the table itself is judged.
 constexpr UINTN kMaximumFile = SIZE_1MB;
 
+constexpr CHAR8 kRemoveFile[] =
+    "remove \\TVQ\\table.bin to see this machine's own table, or use one of at most 65,535 bytes.";
+constexpr CHAR8 kTooLargeForDriver[] =
+    "nothing here: the driver reads no larger table. Under Linux, dmidecode shows it. A later "
+    "version "
+    "of the firmware, or fewer cards in the machine, may make it smaller.";
+constexpr CHAR8 kNoTable[] =
+    "look for a switch for SMBIOS in the firmware's setup, or update the firmware. To see the "
+    "table of another "
+    "machine, put it at \\TVQ\\table.bin, as dmidecode --dump-bin writes it.";
+constexpr CHAR8 kFreeLowMemory[] =
+    "put TvqAgent first in the boot order, switch off in the firmware's setup what runs before it, "
+    "such as "
+    "booting from the network, and restart the machine.";
+
 }  // namespace
 
 PreparedTable::~PreparedTable() {
@@ -25,6 +40,9 @@ PreparedTable::~PreparedTable() {
 
 bool PreparedTable::Prepare(bool asIs) {
   if (!Read()) {
+    return false;
+  }
+  if (!IsSmallEnough()) {
     return false;
   }
   mPublished = mCapture.Table;
@@ -75,8 +93,7 @@ bool PreparedTable::Read() {
   const EFI_STATUS status = Fetch();
   if (status == EFI_NOT_FOUND || mIsFirmwares) {
     if (!mIsFirmwares) {
-      mReport.Fail("this firmware has no SMBIOS table",
-                   "put a captured table at \\TVQ\\table.bin, as dmidecode --dump-bin writes it.");
+      mReport.Fail("this firmware has no SMBIOS table", kNoTable);
       return false;
     }
     ShowTable(mReport, mCapture, "the firmware");
@@ -94,6 +111,18 @@ bool PreparedTable::Read() {
   }
   ShowTable(mReport, mCapture, "\\TVQ\\table.bin");
   return true;
+}
+
+bool PreparedTable::IsSmallEnough() {
+  const UINTN size = mCapture.Table.Structures.Size();
+  if (size <= kMaximumTableSize) {
+    return true;
+  }
+  CHAR8 what[80];
+  AsciiSPrint(what, sizeof(what), "the table has %,d bytes, and the driver reads at most 65,535",
+              static_cast<UINT32>(size));
+  mReport.Fail(what, mIsFirmwares ? kTooLargeForDriver : kRemoveFile);
+  return false;
 }
 
 /// A table that cannot be conformed is used as it stands, so that something can be shown.
@@ -121,9 +150,8 @@ bool PreparedTable::Publish() {
   }
   const EFI_STATUS status = mPublication.Publish(mCapture.Table);
   if (EFI_ERROR(status)) {
-    mReport.FailWithStatus(
-        "the table cannot be published below 4 GiB", status,
-        status == EFI_BAD_BUFFER_SIZE ? "use a table of at most 65,535 bytes." : kRestart);
+    mReport.FailWithStatus("the table cannot be published below 4 GiB", status,
+                           status == EFI_OUT_OF_RESOURCES ? kFreeLowMemory : kRestart);
     return false;
   }
   AddLine(&mReport, "Published: %d structures, %d bytes, below 4 GiB behind a 32-bit entry point",

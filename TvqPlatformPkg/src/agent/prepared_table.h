@@ -41,6 +41,7 @@ class PreparedTable {
  private:
   [[nodiscard]] EFI_STATUS Fetch();
   [[nodiscard]] bool Read();
+  [[nodiscard]] bool IsSmallEnough();
   void Conform();
   [[nodiscard]] bool Publish();
 

@@ -108,7 +108,11 @@ void Results::ShowMissingBlobs() {
       continue;
     }
     const Topic before = mReport.Begin(Topic::kProblem);
-    AddLine(&mReport, "Blobs: %s has no %a blob (%r)", NameOf(device), missing, device.GetStatus);
+    if (EFI_ERROR(device.GetStatus)) {
+      AddLine(&mReport, "Blobs: %s gives none (%r)", NameOf(device), device.GetStatus);
+    } else {
+      AddLine(&mReport, "Blobs: %s gives no %a blob", NameOf(device), missing);
+    }
     AddLine(&mReport, "  What to do: %a", kRestartForBlobs);
     (void)mReport.Begin(before);
   }

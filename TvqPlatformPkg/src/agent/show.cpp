@@ -121,6 +121,9 @@ void ShowChanges(Report& report, ConformResult result, const ConformedTable& con
     CHAR8 sentence[kSentence];
     FormatChange(change, sentence, sizeof(sentence));
     AddLine(&report, "  %a", sentence);
+    if (change.Field == ChangedField::kInactive) {
+      AddLine(&report, "    What to do: nothing; the firmware's own table keeps it as it is.");
+    }
   }
 }
 

@@ -127,6 +127,8 @@ void StateCheck::ShowSkipped(const StateFiles& files) {
     if (skipped.Defect == StateDefect::kCutOff) {
       AddLine(&mReport, "State: %s was cut off while it was saved; %a", path,
               files.HasState() ? "the one before it counts" : "there is none before it");
+      AddLine(&mReport,
+              "  What to do: nothing, but leave the medium in the machine until it is done.");
       continue;
     }
     CHAR8 what[160];
@@ -226,6 +228,10 @@ void StateCheck::Save(const Snapshot& snapshot, StateFiles& files, const CHAR8* 
     }
   }
   ShowHoles(snapshot, "Saved without");
+  if (CountHoles(snapshot) != 0) {
+    AddLine(&mReport,
+            "  What to do: mend what is missing, then accept, so that it is compared too.");
+  }
   Write(snapshot, files, what);
 }
 
