@@ -100,6 +100,14 @@ class AnEarlierRun(unittest.TestCase):
         found = self.killed(earlier, [mutant(31), mutant(32), mutant(33)])
         self.assertEqual({number: outcome.result for number, outcome in found.items()}, {31: "killed"})
 
+    def test_that_was_cut_off_has_left_what_it_knew(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "mutate.json"
+            mutate.keep(path, reported({1: "survived", 2: "survived"}))
+            mutate.keep(path, reported({1: "killed", 2: "survived"}))
+            self.assertEqual(list(pathlib.Path(folder).iterdir()), [path])
+            self.assertEqual(list(report.killed_before(path, [mutant(1), mutant(2)])), [1])
+
     def test_that_wrote_something_else_is_refused(self):
         for text in ("{}", "[", '{"results": [{"number": 1}]}'):
             with self.assertRaisesRegex(report.ExplanationError, "no result of an earlier run"):

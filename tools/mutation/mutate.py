@@ -106,6 +106,14 @@ def _programs(paths, scratch, jobs):
     return found
 
 
+def keep(path, result):
+    """Writes what is known so far, so that a run that is cut off is gone on with by --again."""
+    if path:
+        fresh = path.with_name(f"{path.name}.new")
+        fresh.write_text(json.dumps(result.as_json(), indent=1) + "\n", encoding="utf-8")
+        fresh.replace(path)
+
+
 def run(arguments):
     start = time.monotonic()
     everything = _listed(arguments.tree)
@@ -125,16 +133,15 @@ def run(arguments):
     killed = report.killed_before(arguments.again, mutants) if arguments.again else {}
     explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
     progress = Run(mutants, killed, report.explained(explanations, mutants), arguments.jobs)
+    is_part = arguments.changed is not None or bool(arguments.sample)
+    result = report.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     for slow in (False, True):
         for program in sorted(all_programs, key=lambda program: program.seconds(slow)):
             # What a mutant leaves behind goes with the folder.
             with tempfile.TemporaryDirectory(dir=scratch, ignore_cleanup_errors=True) as folder:
                 progress.through(program, slow, folder)
+            keep(arguments.json, result)
     note(f"took {time.monotonic() - start:.0f} s")
-    is_part = arguments.changed is not None or bool(arguments.sample)
-    result = report.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
-    if arguments.json:
-        arguments.json.write_text(json.dumps(result.as_json(), indent=1) + "\n", encoding="utf-8")
     for part in (result.details(), result.table(), selection.uncompiled(everything["uncompiled"])):
         if part:
             print(part)
