@@ -5,6 +5,7 @@
  */
 #include <exception>
 #include <iostream>
+#include <new>
 
 #include "host/cli/command_line.h"
 
@@ -18,6 +19,9 @@ int main(int argc, char** argv) {
       return 2;
     }
     return status;
+  } catch (const std::bad_alloc&) {
+    console.Error("there is not enough memory for this");
+    return 2;
   } catch (const std::exception& error) {
     console.Error(error.what());
     return 2;

@@ -55,6 +55,8 @@ struct Comparison {
   std::vector<std::pair<std::string, size_t>> counts;  // of every verdict
   std::optional<FirmwareUpdate> firmware;
   bool hasOtherOptions = false;  // and so nothing was compared
+  std::string notComparedWhy;
+  std::string notComparedToDo;
   bool hasOtherNames = false;
   ComparisonStatus status = ComparisonStatus::kNothingFound;
   std::vector<std::string> lines;  // all of it for people, of 8-bit characters

@@ -34,7 +34,7 @@ extern "C" {
 #include "TvqPlatformPkg/src/smbios/conform.h"
 #include "TvqPlatformPkg/src/smbios/names/device_labels.h"
 #include "TvqPlatformPkg/src/smbios/publication.h"
-#include "TvqPlatformPkg/src/states/accepted_devices.h"
+#include "TvqPlatformPkg/src/compare/accepted_devices.h"
 #include "TvqPlatformPkg/src/states/state_format.h"
 
 namespace tvq::run {
@@ -320,6 +320,14 @@ StateFit DriverRun::FitOf(const Bytes& state, const Origin& origin) {
   tvqplatform::StoredState saved;
   ReadInto(state, saved);
   return run::FitOf(now.Get(), saved);
+}
+
+StateFit DriverRun::FitOf(const Bytes& state, const Bytes& now) {
+  tvqplatform::StoredState saved;
+  tvqplatform::StoredState current;
+  ReadInto(state, saved);
+  ReadInto(now, current);
+  return run::FitOf(current.Content, saved);
 }
 
 StateFile DriverRun::CheckStateFile(const Bytes& file, uint64_t number) {

@@ -245,6 +245,9 @@ class DriverRun {
                uint64_t generation);
   // After Run: whether the state is one to compare with. Throws StateError.
   StateFit FitOf(const Bytes& state, const Origin& origin);
+  // Whether a state is one to compare another one with, which stands for this machine. Throws
+  // StateError.
+  StateFit FitOf(const Bytes& state, const Bytes& now);
   // The file with this number, which is its generation.
   StateFile CheckStateFile(const Bytes& file, uint64_t number);
   // Whether the states differ in nothing but number and time. Throws StateError.

@@ -20,7 +20,7 @@ namespace {
 using tvqplatform::MachineMatch;
 using tvqplatform::StateDefect;
 
-std::string TextOf(const tvqplatform::MachineIdentity& machine) {
+std::string TextOf(const tvqplatform::Snapshot& machine) {
   char text[tvqplatform::kMachineTextSize];
   tvqplatform::FormatMachine(machine, text);
   return text;
@@ -94,15 +94,16 @@ StateFile CheckStateFile(const Bytes& file, uint64_t number) {
 StateFit FitOf(const tvqplatform::Snapshot& now, const tvqplatform::StoredState& saved) {
   StateFit fit;
   fit.machine = MachineOf(tvqplatform::MatchMachines(now, saved.Content));
-  fit.thisMachine = TextOf(now.Machine);
-  fit.savedMachine = TextOf(saved.Content.Machine);
+  fit.thisMachine = TextOf(now);
+  fit.savedMachine = TextOf(saved.Content);
   fit.version = saved.Version;
   fit.generation = saved.Generation;
   fit.time = saved.Content.Time;
   fit.program.assign(saved.Content.Program.begin(), saved.Content.Program.end());
   fit.options = OptionsOf(saved.Content.Options);
-  // The first version did not keep them.
-  fit.hasOtherOptions = saved.Version > 1 && saved.Content.Options != now.Options;
+  // The first version did not keep them; it masked nothing.
+  fit.hasOtherOptions = saved.Version > 1 ? saved.Content.Options != now.Options
+                                          : (now.Options & tvqplatform::kSnapshotRedacted) != 0;
   fit.holes = HolesOf(saved.Content);
   return fit;
 }

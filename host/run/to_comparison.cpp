@@ -75,7 +75,9 @@ Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Find
   finding.also = RowsBehind(found);
   if (found.MovedFrom != tvqplatform::kNone) {
     const tvqplatform::SnapshotDevice* const former = result.Before()[found.MovedFrom].Device;
-    finding.movedFrom = former == nullptr ? std::u16string() : WideText(former->Fqdd);
+    // A stack of memory has its locator for a name.
+    finding.movedFrom =
+        WideText(former == nullptr ? result.Before()[found.MovedFrom].Name : former->Fqdd);
   }
   finding.witnesses = WitnessesOf(found);
   finding.isSamePart = found.IsSamePart;
@@ -85,7 +87,7 @@ Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Find
   for (UINTN i = 0; i < found.ChangeCount; ++i) {
     finding.fields.push_back(ToChange(result, result.Change(found.FirstChange + i)));
   }
-  finding.toDo = tvqplatform::WordsOf(found.What).ToDo;
+  finding.toDo = tvqplatform::ToDoOf(result, found);
   finding.status = static_cast<ComparisonStatus>(result.ExitOf(found));
   return finding;
 }
@@ -120,6 +122,12 @@ Comparison ToComparison(tvqplatform::Comparison& result, const CompareOptions& o
     comparison.firmware = {TextIfAny(result.FirmwareBefore()), TextIfAny(result.FirmwareAfter())};
   }
   comparison.hasOtherOptions = result.HasOtherOptions();
+  if (comparison.hasOtherOptions) {
+    char why[kSentence];
+    tvqplatform::FormatOtherOptions(result, why, sizeof(why));
+    comparison.notComparedWhy = why;
+    comparison.notComparedToDo = tvqplatform::kToDoForOtherOptions;
+  }
   comparison.hasOtherNames = result.HasOtherNames();
   comparison.status = static_cast<ComparisonStatus>(result.Exit());
   comparison.lines = LinesOf(result, options);

@@ -6,7 +6,7 @@
 
 #include "state_check.h"
 
-#include "../states/accepted_devices.h"
+#include "../compare/accepted_devices.h"
 #include "../states/holes.h"
 #include "calendar.h"
 #include "machine_folder.h"
@@ -60,12 +60,16 @@ void StateCheck::Run(const Snapshot& now, const StateComparer& comparer) {
   if (!Load(now, files)) {
     return;
   }
-  if (files.HasState() && ShowState(now, files)) {
+  const bool isComparable = files.HasState() && ShowState(now, files);
+  if (isComparable) {
     mOutcome.IsCompared = true;
     mOutcome.SavedTime = files.Current().Content.Time;
     comparer.Compare(comparer.Context, files.Current().Content);
   }
-  SaveUnlessReadOnly(now, files);
+  // Single devices are taken over only into a state that was compared.
+  if (isComparable || !files.HasState() || mOptions.NameCount == 0) {
+    SaveUnlessReadOnly(now, files);
+  }
 }
 
 void StateCheck::SaveUnlessReadOnly(const Snapshot& now, StateFiles& files) {
@@ -185,9 +189,9 @@ bool StateCheck::ShowMachine(const Snapshot& now, const StoredState& state) {
     return true;
   }
   CHAR8 machine[kMachineTextSize];
-  FormatMachine(now.Machine, machine);
+  FormatMachine(now, machine);
   AddLine(&mReport, "  This machine: %a", machine);
-  FormatMachine(state.Content.Machine, machine);
+  FormatMachine(state.Content, machine);
   AddLine(&mReport, "  Saved of:     %a", machine);
   if (match == MachineMatch::kBoardReplaced) {
     AddLine(&mReport, "State: of %a", MachineMatchText(match));

@@ -186,10 +186,11 @@ EFI_STATUS StateFiles::LoadFirstVersion() {
   return mHasState ? EFI_SUCCESS : worst;
 }
 
-/// Whether it differs from the current state in nothing but when it was saved.
+/// Whether it differs from the current state in nothing but when it was saved. In front of one that
+/// cannot be read another one is wanted.
 bool StateFiles::IsUnchanged(const Snapshot& snapshot) const {
   EncodedState state;
-  if (!mHasState || mCurrent == 0 ||
+  if (!mHasState || mCurrent == 0 || !mSkipped.Empty() ||
       !state.Write(snapshot, mState.Generation, mState.Content.Time)) {
     return false;
   }

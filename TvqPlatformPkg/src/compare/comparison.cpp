@@ -8,6 +8,7 @@
 
 #include <IndustryStandard/SmbiosFields.h>
 
+#include "../states/machine_identity.h"
 #include "../text.h"
 #include "parts_of_system.h"
 
@@ -27,13 +28,6 @@ bool HasRecord(const ComparedDevice& device) {
 
 bool AreEqual(tvq::Span<const UINT8> left, tvq::Span<const UINT8> right) {
   return left.Size() == right.Size() && CompareMem(left.Data(), right.Data(), left.Size()) == 0;
-}
-
-/// UUIDs have the usual order in the table from this version on (SMBIOS 7.2.1); of a machine whose
-/// table was not kept, nobody knows an older one.
-bool HasSwappedUuids(const Snapshot& machine) {
-  const SmbiosTable& table = machine.Table;
-  return table.Structures.Empty() || table.Major > 2 || (table.Major == 2 && table.Minor >= 6);
 }
 
 /// The first that a structure states.
@@ -292,6 +286,7 @@ bool Comparison::CompareParts(Finding& finding) {
     if (change.IsReplaced) {
       AddWitness(change.Who, finding);
     }
+    finding.HasOtherParts = finding.HasOtherParts || change.IsOneSided;
     if (!AddNumberChange(change.Path, change.Before, change.After, finding)) {
       return false;
     }
@@ -414,6 +409,12 @@ bool Comparison::FindFirmwareUpdate() {
   return true;
 }
 
+bool Comparison::IsOfFirmwareUpdate(const Finding& finding) const {
+  const bool isKnown = finding.IsSamePart || finding.Kind == DeviceKind::kSystem;
+  return HasOtherFirmware() && isKnown && !finding.HasOtherParts &&
+         finding.FieldsWhy == Obstacle::kNone;
+}
+
 ExitStatus Comparison::ExitOf(const Finding& finding) const {
   constexpr Verdict kFindings[] = {Verdict::kMoved, Verdict::kNew, Verdict::kGone,
                                    Verdict::kReplaced};
@@ -422,7 +423,7 @@ ExitStatus Comparison::ExitOf(const Finding& finding) const {
       return ExitStatus::kFound;
     }
   }
-  if (finding.Rows.Has(Verdict::kChanged) && !HasOtherFirmware()) {
+  if (finding.Rows.Has(Verdict::kChanged) && !IsOfFirmwareUpdate(finding)) {
     return ExitStatus::kFound;
   }
   const bool isTrouble =

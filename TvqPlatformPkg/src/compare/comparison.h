@@ -35,14 +35,15 @@ struct Finding {
   Verdict What;   ///< The first of Rows.
   Verdicts Rows;  ///< All that apply.
   DeviceKind Kind;
-  UINT32 Before;     ///< The device that was in its place; kNone where there was none.
-  UINT32 After;      ///< kNone for a device that is gone.
-  UINT32 MovedFrom;  ///< What the device was before it moved; kNone unless it did.
-  UINT32 Witnesses;  ///< A bit for each Witness that it was replaced.
-  bool IsSamePart;   ///< A usable number says so.
-  bool IsByNumbers;  ///< Numbers decided what the driver could not.
-  bool WasSoBefore;  ///< The saved state had no record, or no document that can be read, either.
-  Obstacle Why;      ///< The driver could not be asked; kNone when it was not needed either.
+  UINT32 Before;       ///< The device that was in its place; kNone where there was none.
+  UINT32 After;        ///< kNone for a device that is gone.
+  UINT32 MovedFrom;    ///< What the device was before it moved; kNone unless it did.
+  UINT32 Witnesses;    ///< A bit for each Witness that it was replaced.
+  bool IsSamePart;     ///< A usable number says so.
+  bool HasOtherParts;  ///< Of the system: a board, chassis or power supply was put in or taken out.
+  bool IsByNumbers;    ///< Numbers decided what the driver could not.
+  bool WasSoBefore;    ///< The saved state had no record, or no document that can be read, either.
+  Obstacle Why;        ///< The driver could not be asked; kNone when it was not needed either.
   Unreadable WhyInWords;  ///< For kSaved.
   EFI_STATUS Status;      ///< What the driver answered.
   Obstacle FieldsWhy;     ///< The fields that changed are not known.
@@ -88,6 +89,10 @@ class Comparison {
   bool HasOtherFirmware() const { return mFirmwareBefore != kNone || mFirmwareAfter != kNone; }
   const CHAR8* FirmwareBefore() const { return TextAt(mFirmwareBefore); }
   const CHAR8* FirmwareAfter() const { return TextAt(mFirmwareAfter); }
+
+  /// Whether the firmware update accounts for what changed: then it is no alarm. It does for values of
+  /// a part that is known to be the same, and of the system.
+  bool IsOfFirmwareUpdate(const Finding& finding) const;
 
   UINTN Count(Verdict verdict) const { return mCounts[static_cast<UINTN>(verdict)]; }
   ExitStatus Exit() const;

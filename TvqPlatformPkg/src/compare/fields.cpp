@@ -8,6 +8,7 @@
 
 #include <Library/TvqBlobLib.h>
 
+#include "../states/machine_identity.h"
 #include "../text.h"
 
 namespace tvqplatform {

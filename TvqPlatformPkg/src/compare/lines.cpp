@@ -7,6 +7,7 @@
 #include "lines.h"
 
 #include "../smbios/names/slot_place.h"
+#include "../states/holes.h"
 #include "../text.h"
 
 namespace tvqplatform {
@@ -110,7 +111,7 @@ class DeviceLines {
     if (mFinding.What != Verdict::kSame) {
       Paragraph paragraph(mSink, 6);
       paragraph.Add("To do:");
-      paragraph.Add(WordsOf(mFinding.What).ToDo);
+      paragraph.Add(ToDoOf(mComparison, mFinding));
     }
   }
 
@@ -281,21 +282,6 @@ void FormatWhy(const Finding& finding, Obstacle why, Unreadable inWords, CHAR8* 
   }
 }
 
-const CHAR8* InWords(WhyNoRecord why) {
-  switch (why) {
-    case WhyNoRecord::kClash:
-      return "a device before it has the same name, as far as the driver reads it";
-    case WhyNoRecord::kBehind:
-      return "the driver ended at a device before it";
-    case WhyNoRecord::kBehindTable:
-      return "the table ends before it, for the driver";
-    case WhyNoRecord::kNotStarted:
-      return "the driver's start ended without records";
-    default:
-      return "the driver's log tells why";
-  }
-}
-
 /// How a state was made.
 const CHAR8* OptionsInWords(UINT32 options) {
   switch (options) {
@@ -312,17 +298,20 @@ const CHAR8* OptionsInWords(UINT32 options) {
   }
 }
 
+void WriteText(const LineSink& sink, const CHAR8* text) {
+  Paragraph paragraph(sink, 0);
+  paragraph.Add(text);
+}
+
 /// The devices that changed with the firmware, in one line.
 void WriteFirmwareUpdate(const Comparison& comparison, const LineSink& sink) {
   UINTN devices = 0;
   UINTN fields = 0;
-  UINTN unsure = 0;
   for (UINTN i = 0; i < comparison.Size(); i++) {
     const Finding& finding = comparison[i];
-    if (finding.What == Verdict::kChanged) {
+    if (finding.What == Verdict::kChanged && comparison.IsOfFirmwareUpdate(finding)) {
       devices++;
       fields += finding.ChangeCount;
-      unsure += finding.IsSamePart ? 0 : 1;
     }
   }
   CHAR8 text[kTextSize];
@@ -331,23 +320,10 @@ void WriteFirmwareUpdate(const Comparison& comparison, const LineSink& sink) {
   AsciiSPrint(text, sizeof(text), "Firmware update: %a -> %a; %d fields of %d devices changed",
               before == nullptr ? "(none)" : before, after == nullptr ? "(none)" : after,
               static_cast<UINT32>(fields), static_cast<UINT32>(devices));
-  {
-    Paragraph paragraph(sink, 0);
-    paragraph.Add(text);
-    if (unsure != 0) {
-      AsciiSPrint(text, sizeof(text), "(nothing says whether %d of them are the same parts)",
-                  static_cast<UINT32>(unsure));
-      paragraph.Add(text);
-    }
-  }
+  WriteText(sink, text);
   Paragraph paragraph(sink, 2);
   paragraph.Add("To do:");
   paragraph.Add(kAfterFirmwareUpdate);
-}
-
-void WriteText(const LineSink& sink, const CHAR8* text) {
-  Paragraph paragraph(sink, 0);
-  paragraph.Add(text);
 }
 
 }  // namespace
@@ -372,10 +348,22 @@ bool IsFinding(const Comparison& comparison, const Finding& finding) {
     case Verdict::kCannotTell:
       return false;
     case Verdict::kChanged:
-      return !comparison.HasOtherFirmware();
+      return !comparison.IsOfFirmwareUpdate(finding);
     default:
       return true;
   }
+}
+
+const CHAR8* ToDoOf(const Comparison& comparison, const Finding& finding) {
+  const bool isOfUpdate =
+      finding.What == Verdict::kChanged && comparison.IsOfFirmwareUpdate(finding);
+  return isOfUpdate ? kAfterFirmwareUpdate : WordsOf(finding.What).ToDo;
+}
+
+void FormatOtherOptions(const Comparison& comparison, CHAR8* buffer, UINTN size) {
+  AsciiSPrint(buffer, size, "Not compared: saved %a, and now %a.",
+              OptionsInWords(comparison.OptionsBefore()),
+              OptionsInWords(comparison.OptionsAfter()));
 }
 
 bool IsQuiet(const Comparison& comparison) {
@@ -392,7 +380,7 @@ void FormatObstacle(const Comparison& comparison, const Finding& finding, CHAR8*
                     UINTN size) {
   buffer[0] = '\0';
   if (finding.What == Verdict::kNoRecord) {
-    AsciiSPrint(buffer, size, "%a%a", InWords(comparison.After()[finding.After].Device->Why),
+    AsciiSPrint(buffer, size, "%a%a", ReasonText(comparison.After()[finding.After].Device->Why),
                 finding.WasSoBefore ? "; so it was in the saved state" : "");
     return;
   }
@@ -437,11 +425,11 @@ void WriteFinding(const Comparison& comparison, const Finding& finding, const Li
 void WriteComparison(const Comparison& comparison, Wanted wanted, const LineSink& sink) {
   if (comparison.HasOtherOptions()) {
     CHAR8 text[kTextSize];
-    AsciiSPrint(text, sizeof(text), "Not compared: saved %a, and now %a.",
-                OptionsInWords(comparison.OptionsBefore()),
-                OptionsInWords(comparison.OptionsAfter()));
+    FormatOtherOptions(comparison, text, sizeof(text));
     WriteText(sink, text);
-    WriteText(sink, "  To do: use the same options, or save anew");
+    Paragraph paragraph(sink, 2);
+    paragraph.Add("To do:");
+    paragraph.Add(kToDoForOtherOptions);
     return;
   }
   if (comparison.HasOtherFirmware()) {

@@ -38,6 +38,13 @@ void FormatObstacle(const Comparison& comparison, const Finding& finding, CHAR8*
 /// Who says that it was replaced: "the driver, the serial number"; empty where nobody does.
 void FormatWitnesses(const Finding& finding, CHAR8* buffer, UINTN size);
 
+/// What to do about it: after a firmware update, not what the verdict says elsewhere.
+const CHAR8* ToDoOf(const Comparison& comparison, const Finding& finding);
+
+/// Why nothing was compared, where the options are others.
+void FormatOtherOptions(const Comparison& comparison, CHAR8* buffer, UINTN size);
+inline constexpr CHAR8 kToDoForOtherOptions[] = "use the same options, or save anew";
+
 /// "9 same, 1 replaced"; "no device, now or then" where there is none.
 void FormatSummary(const Comparison& comparison, CHAR8* buffer, UINTN size);
 

@@ -144,7 +144,8 @@ bool Matching::PairUnderOtherRules(Side& before, Side& after) {
     const SnapshotDevice* const now = after[i].Device;
     const UINT32 then = mPlaces.BeforeOf(i);
     mAreNamesOthers =
-        mAreNamesOthers || (then != kNone && now != nullptr &&
+        mAreNamesOthers || (then != kNone && now != nullptr && now->Fqdd[0] != 0 &&
+                            before[then].Device->Fqdd[0] != 0 &&
                             Compare(&now->Fqdd[0], &before[then].Device->Fqdd[0]) != 0);
   }
   return true;

@@ -60,12 +60,6 @@ class Ppins {
   UINTN mString = 0;  ///< Of the structure there, the last one that was looked at.
 };
 
-/// Room for a UUID in its usual form, and its terminator.
-inline constexpr UINTN kUuidText = 37;
-/// In the usual order: from SMBIOS 2.6 on, the bytes of the first three groups stand in the table
-/// with the lowest first.
-void PrintUuid(const UINT8* uuid, bool isSwapped, CHAR8 (&text)[kUuidText]);
-
 }  // namespace tvqplatform
 
 #endif

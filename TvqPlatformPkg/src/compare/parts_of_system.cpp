@@ -30,10 +30,15 @@ constexpr PartKind kKinds[] = {
     {SMBIOS_FIELD(39, SerialNumber), "PowerSupply", Witness::kPowerSupply},
 };
 
-/// The serial number, and none for a placeholder.
 Text SerialOf(const Structure& structure, smbios::Field<UINT8> field) {
   const Text serial = WithoutOuterBlanks(structure.GetString(field));
-  return IsUsable(NumberKind::kSerial, serial) ? serial : Text();
+  return serial.Length() == 0 ? Text() : serial;
+}
+
+/// What stands for a part that has no number.
+Text Present() {
+  static constexpr CHAR8 kPresent[] = "present";
+  return Text(reinterpret_cast<const UINT8*>(kPresent), sizeof(kPresent) - 1);
 }
 
 }  // namespace
@@ -42,8 +47,11 @@ bool PartsOfSystem::Collect(Bytes table, GrowingArray<Part>& parts) {
   UINT32 counts[ARRAY_SIZE(kKinds)] = {};
   for (const Structure& structure : smbios::Walk(table)) {
     for (UINT8 kind = 0; kind < ARRAY_SIZE(kKinds); kind++) {
-      if (structure.Type() == kKinds[kind].Serial.Type &&
-          !parts.Append({kind, ++counts[kind], SerialOf(structure, kKinds[kind].Serial)})) {
+      if (structure.Type() != kKinds[kind].Serial.Type) {
+        continue;
+      }
+      const Text serial = SerialOf(structure, kKinds[kind].Serial);
+      if (!parts.Append({kind, ++counts[kind], serial, IsUsable(NumberKind::kSerial, serial)})) {
         return false;
       }
     }
@@ -55,12 +63,14 @@ bool PartsOfSystem::Collect(Bytes table, GrowingArray<Part>& parts) {
 bool PartsOfSystem::Pair(bool bySerial) {
   TwoSides parts;
   for (UINTN i = 0; i < mBefore.Size(); i++) {
-    if (mPairs.AfterOf(i) == kNone && (!bySerial || mBefore[i].Serial) && !parts.Add(i, false)) {
+    if (mPairs.AfterOf(i) == kNone && (!bySerial || mBefore[i].IsToldBySerial) &&
+        !parts.Add(i, false)) {
       return false;
     }
   }
   for (UINTN i = 0; i < mAfter.Size(); i++) {
-    if (mPairs.BeforeOf(i) == kNone && (!bySerial || mAfter[i].Serial) && !parts.Add(i, true)) {
+    if (mPairs.BeforeOf(i) == kNone && (!bySerial || mAfter[i].IsToldBySerial) &&
+        !parts.Add(i, true)) {
       return false;
     }
   }
@@ -76,9 +86,10 @@ bool PartsOfSystem::Pair(bool bySerial) {
 
 bool PartsOfSystem::AppendChange(UINT32 before, UINT32 after) {
   const Part& part = after == kNone ? mBefore[before] : mAfter[after];
+  const bool isOneSided = before == kNone || after == kNone;
   const Text then = before == kNone ? Text() : mBefore[before].Serial;
   const Text now = after == kNone ? Text() : mAfter[after].Serial;
-  if (CompareTexts(then, now) == 0) {
+  if (!isOneSided && CompareTexts(then, now) == 0) {
     return true;
   }
   if (!mChanges.AppendZeroed(1)) {
@@ -86,15 +97,18 @@ bool PartsOfSystem::AppendChange(UINT32 before, UINT32 after) {
   }
   PartChange& change = mChanges[mChanges.Size() - 1];
   const PartKind& kind = kKinds[part.Kind];
+  const CHAR8* const field = isOneSided && !part.Serial ? "" : "/SerialNumber";
   if (part.Number == 1) {
-    AsciiSPrint(change.Path, sizeof(change.Path), "%a/SerialNumber", kind.Name);
+    AsciiSPrint(change.Path, sizeof(change.Path), "%a%a", kind.Name, field);
   } else {
-    AsciiSPrint(change.Path, sizeof(change.Path), "%a[%d]/SerialNumber", kind.Name, part.Number);
+    AsciiSPrint(change.Path, sizeof(change.Path), "%a[%d]%a", kind.Name, part.Number, field);
   }
   change.Who = kind.Who;
-  change.IsReplaced = then && now;
-  change.Before = then;
-  change.After = now;
+  change.IsOneSided = isOneSided;
+  change.IsReplaced = !isOneSided && mBefore[before].IsToldBySerial && mAfter[after].IsToldBySerial;
+  const Text alone = part.Serial ? part.Serial : Present();
+  change.Before = !isOneSided ? then : before == kNone ? Text() : alone;
+  change.After = !isOneSided ? now : after == kNone ? Text() : alone;
   return true;
 }
 

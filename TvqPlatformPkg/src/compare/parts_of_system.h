@@ -13,11 +13,14 @@
 
 namespace tvqplatform {
 
-/// A part with another serial number, or one that has none on one side.
+/// A part with another serial number, or one that is on one side alone.
 struct PartChange {
-  CHAR8 Path[40];  ///< "PowerSupply[2]/SerialNumber": the second one of the table.
+  CHAR8
+  Path[40];  ///< "PowerSupply[2]/SerialNumber": the second one of the table. Of a part without
+             ///< a number "PowerSupply[2]", which is present or is not.
   Witness Who;
   bool IsReplaced;  ///< Both numbers tell parts from each other.
+  bool IsOneSided;  ///< The part was put in or taken out.
   smbios::Text Before;
   smbios::Text After;
 };
@@ -32,9 +35,10 @@ class PartsOfSystem {
 
  private:
   struct Part {
-    UINT8 Kind;     ///< Its place among the kinds of parts.
-    UINT32 Number;  ///< Of its kind in the table, from 1.
-    smbios::Text Serial;
+    UINT8 Kind;           ///< Its place among the kinds of parts.
+    UINT32 Number;        ///< Of its kind in the table, from 1.
+    smbios::Text Serial;  ///< As the table has it, placeholders too.
+    bool IsToldBySerial;
   };
 
   [[nodiscard]] static bool Collect(Bytes table, GrowingArray<Part>& parts);

@@ -73,11 +73,11 @@ UINTN CountHoles(const Snapshot& snapshot) {
 const CHAR8* HoleText(Hole hole, WhyNoRecord why) {
   constexpr const CHAR8* kReasons[] = {
       "",
-      "no record: another device before it has the same device path",
-      "no record: the driver refused it",
-      "no record: the driver stopped before it",
+      "no record: a device before it has the same name, as far as the driver reads it",
+      "no record: the driver refused it, and its log tells why",
+      "no record: the driver ended at a device before it",
       "no record: the table ends before it, for the driver",
-      "no record: the driver's start failed",
+      "no record: the driver's start ended without records",
   };
   switch (hole) {
     case Hole::kNoRecord:
@@ -90,6 +90,11 @@ const CHAR8* HoleText(Hole hole, WhyNoRecord why) {
       break;
   }
   return "";
+}
+
+const CHAR8* ReasonText(WhyNoRecord why) {
+  const CHAR8* const text = HoleText(Hole::kNoRecord, why);
+  return *text == '\0' ? text : text + sizeof("no record: ") - 1;
 }
 
 }  // namespace tvqplatform

@@ -23,8 +23,11 @@ Hole FindHole(const SnapshotDevice& device);
 
 UINTN CountHoles(const Snapshot& snapshot);
 
-/// "no record: another device before it has the same device path".
+/// "no record: the driver ended at a device before it".
 const CHAR8* HoleText(Hole hole, WhyNoRecord why);
+
+/// The same without "no record: ".
+const CHAR8* ReasonText(WhyNoRecord why);
 
 }  // namespace tvqplatform
 

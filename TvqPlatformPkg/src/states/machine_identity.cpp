@@ -52,6 +52,27 @@ bool HasUsableUuid(const MachineIdentity& machine) {
   return machine.HasUuid && !devices::SaysNone(machine.Uuid) && !devices::IsMadeUp(machine.Uuid);
 }
 
+bool HasSwappedUuids(const Snapshot& machine) {
+  const SmbiosTable& table = machine.Table;
+  return table.Structures.Empty() || table.Major > 2 || (table.Major == 2 && table.Minor >= 6);
+}
+
+void PrintUuid(const UINT8* uuid, bool isSwapped, CHAR8 (&text)[kUuidText]) {
+  constexpr UINT8 kSwapped[devices::kUuidSize] = {3, 2, 1,  0,  5,  4,  7,  6,
+                                                  8, 9, 10, 11, 12, 13, 14, 15};
+  constexpr CHAR8 kDigits[] = "0123456789abcdef";
+  UINTN length = 0;
+  for (UINTN i = 0; i < devices::kUuidSize; i++) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) {
+      text[length++] = '-';
+    }
+    const UINT8 byte = uuid[isSwapped ? kSwapped[i] : i];
+    text[length++] = kDigits[byte >> 4];
+    text[length++] = kDigits[byte & 0xF];
+  }
+  text[length] = '\0';
+}
+
 bool IsUsableNumber(smbios::Text serial) {
   return serial && !devices::IsDummy(serial);
 }

@@ -9,6 +9,7 @@
 #include <Library/TvqBlobLib.h>
 #include <Protocol/TvqInventory.h>
 
+#include "../smbios/names/slot_place.h"
 #include "machine_identity.h"
 
 namespace tvqplatform {
@@ -29,8 +30,10 @@ Agreement AgreementOf(bool isThere, bool isEqual) {
   return !isThere ? Agreement::kAbsent : isEqual ? Agreement::kAgrees : Agreement::kDiffers;
 }
 
+/// Blanks around a number say nothing.
 Agreement CompareNumbers(smbios::Text now, smbios::Text saved) {
-  return AgreementOf(IsUsableNumber(now) && IsUsableNumber(saved), AreEqual(now, saved));
+  return AgreementOf(IsUsableNumber(now) && IsUsableNumber(saved),
+                     AreEqual(WithoutOuterBlanks(now), WithoutOuterBlanks(saved)));
 }
 
 Agreement CompareUuids(const MachineIdentity& now, const MachineIdentity& saved) {
@@ -92,10 +95,11 @@ VOID EFIAPI AppendPrinted(CHAR8 (&buffer)[kMachineTextSize], const CHAR8* format
   VA_END(marker);
 }
 
-void AppendSerial(CHAR8 (&buffer)[kMachineTextSize], const CHAR8* whose, smbios::Text serial) {
-  if (!IsUsableNumber(serial)) {
+void AppendSerial(CHAR8 (&buffer)[kMachineTextSize], const CHAR8* whose, smbios::Text number) {
+  if (!IsUsableNumber(number)) {
     return;
   }
+  const smbios::Text serial = WithoutOuterBlanks(number);
   CHAR8 shown[kShownSerial + 1] = {};
   for (UINTN i = 0; i < MIN(serial.Length(), kShownSerial); i++) {
     shown[i] = serial[i] < ' ' || serial[i] > '~' ? '?' : static_cast<CHAR8>(serial[i]);
@@ -103,22 +107,13 @@ void AppendSerial(CHAR8 (&buffer)[kMachineTextSize], const CHAR8* whose, smbios:
   AppendPrinted(buffer, "%a%a %a", buffer[0] == '\0' ? "" : ", ", whose, shown);
 }
 
-UINTN HexDigit(UINTN value) {
-  return static_cast<UINTN>("0123456789abcdef"[value & 0xF]);
-}
-
-/// As it is written: SMBIOS keeps the first three groups with their lowest byte first.
-void AppendUuid(CHAR8 (&buffer)[kMachineTextSize], const MachineIdentity& machine) {
-  if (!HasUsableUuid(machine)) {
+void AppendUuid(CHAR8 (&buffer)[kMachineTextSize], const Snapshot& machine) {
+  if (!HasUsableUuid(machine.Machine)) {
     return;
   }
-  constexpr UINT8 kOrder[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-  AppendPrinted(buffer, "%aUUID ", buffer[0] == '\0' ? "" : ", ");
-  for (UINTN i = 0; i < sizeof(machine.Uuid); i++) {
-    const bool beginsGroup = i == 4 || i == 6 || i == 8 || i == 10;
-    const UINT8 byte = machine.Uuid[kOrder[i]];
-    AppendPrinted(buffer, "%a%c%c", beginsGroup ? "-" : "", HexDigit(byte >> 4), HexDigit(byte));
-  }
+  CHAR8 uuid[kUuidText];
+  PrintUuid(machine.Machine.Uuid, HasSwappedUuids(machine), uuid);
+  AppendPrinted(buffer, "%aUUID %a", buffer[0] == '\0' ? "" : ", ", uuid);
 }
 
 }  // namespace
@@ -150,11 +145,11 @@ const CHAR8* MachineMatchText(MachineMatch match) {
   return "a machine that nothing tells from others";
 }
 
-void FormatMachine(const MachineIdentity& machine, CHAR8 (&buffer)[kMachineTextSize]) {
+void FormatMachine(const Snapshot& machine, CHAR8 (&buffer)[kMachineTextSize]) {
   buffer[0] = '\0';
-  AppendSerial(buffer, "system", machine.SystemSerial);
-  AppendSerial(buffer, "board", machine.BoardSerial);
-  AppendSerial(buffer, "chassis", machine.ChassisSerial);
+  AppendSerial(buffer, "system", machine.Machine.SystemSerial);
+  AppendSerial(buffer, "board", machine.Machine.BoardSerial);
+  AppendSerial(buffer, "chassis", machine.Machine.ChassisSerial);
   AppendUuid(buffer, machine);
   if (buffer[0] == '\0') {
     AppendPrinted(buffer, "no number that tells it from others");

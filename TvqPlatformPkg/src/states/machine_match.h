@@ -125,7 +125,7 @@ const CHAR8* MachineMatchText(MachineMatch match);
 inline constexpr UINTN kMachineTextSize = 256;
 /// What tells the machine from others: "system ABC1234, board BRD0001, UUID 00112233-...", or that
 /// nothing does. Characters that a terminal may take for more than text show as '?'.
-void FormatMachine(const MachineIdentity& machine, CHAR8 (&buffer)[kMachineTextSize]);
+void FormatMachine(const Snapshot& machine, CHAR8 (&buffer)[kMachineTextSize]);
 
 }  // namespace tvqplatform
 

@@ -15,6 +15,7 @@
 #include "host/cli/compare/diff_fields.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
+#include "host/cli/input/state_run.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
@@ -38,9 +39,9 @@ constexpr CommandText kText = {
     "  tvq diff before.bin after.bin\n"
     "  tvq diff /var/lib/tvq dump.bin\n"
     "  tvq diff --json state-1 state-2\n",
-    "0 nothing differs; 1 something does; 2 something could not be compared or read. 1 wins over\n"
-    "2."};
-constexpr std::string_view kStateMagic = "TVQSTATE";
+    "0 nothing differs; 1 something does; 2 something could not be compared or read; 3 a folder "
+    "has\n"
+    "no state yet. 1 wins over 2."};
 
 struct DiffOptions {
   std::string before;
@@ -70,11 +71,6 @@ bool IsFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool IsState(const run::Bytes& file) {
-  return file.size() >= kStateMagic.size() &&
-         std::equal(kStateMagic.begin(), kStateMagic.end(), file.begin());
-}
-
 // The state in a folder or a file; nothing where the path names a table.
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
                                   const Console& console) {
@@ -84,8 +80,7 @@ std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& pat
   if (IsFolder(path)) {
     return LoadState(driver, path, console).bytes;
   }
-  run::Bytes file = ReadFile(path, kTableHint);
-  return IsState(file) ? std::optional(std::move(file)) : std::nullopt;
+  return LoadStateFile(path);
 }
 
 // Runs the driver on the side's table.
@@ -171,6 +166,20 @@ void Redact(Side& before, Side& after, const Masker& masker,
   }
 }
 
+// Says what makes the two hard to compare: they are of two machines, or lack devices.
+void SayFit(run::DriverRun& driver, const Side& before, const Side& after, bool isRedacted,
+            const Console& console) {
+  const run::StateFit fit = driver.FitOf(*before.state, *after.state);
+  if (fit.machine == run::StateFit::Machine::kAnother && isRedacted) {
+    console.Warning("these are two machines");
+  } else if (fit.machine == run::StateFit::Machine::kAnother) {
+    console.Warning(fmt::format("these are two machines: {} is {}; {} is {}", before.name,
+                                fit.savedMachine, after.name, fit.thisMachine));
+  }
+  SayHoles(fit.holes, before.name + " lacks", console);
+  SayHoles(driver.FitOf(*after.state, *before.state).holes, after.name + " lacks", console);
+}
+
 Difference Compare(const DiffOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   Side before;
@@ -195,8 +204,11 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   Difference difference;
   if (after.table) {
     Run(driver, after, console);
+    after.state = driver.State(after.origin);
+    SayFit(driver, before, after, masker.has_value(), console);
     difference.comparison = driver.Compare(*before.state, after.origin, how);
   } else {
+    SayFit(driver, before, after, masker.has_value(), console);
     difference.comparison = driver.CompareStates(*before.state, *after.state, how);
   }
   if (before.table && after.table && !difference.comparison.hasOtherOptions) {

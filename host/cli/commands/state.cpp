@@ -33,7 +33,7 @@ constexpr CommandText kSaveText = {
     "  sudo tvq save /var/lib/tvq\n"
     "  tvq save before --from-dump dump.bin\n",
     "0 the state is saved, or it is what was saved already; 2 it is not, and what\n"
-    "was there still is."};
+    "was there still is, or it may be gone after a power cut, which is said."};
 
 constexpr CommandText kVerifyText = {
     "verify", "Compares every device with the saved state",
@@ -58,23 +58,12 @@ struct VerifyOptions {
   bool journal = false;
 };
 
-// A state that cannot be read is in no save's way.
-std::optional<LoadedState> StateBefore(run::DriverRun& driver, const std::string& folder,
-                                       const Console& console) {
-  try {
-    return LoadStateIfAny(driver, folder, console);
-  } catch (const InputError& error) {
-    console.Warning(error.what());
-    return std::nullopt;
-  }
-}
-
 ExitStatus Save(const StateOptions& options, Console& console) {
   run::DriverRun driver;
   const run::Results results = CollectRecords(driver, options, console);
   const run::Origin origin = OriginOf(options);
   const SavedState saved = SaveChecked(
-      driver, options, StateBefore(driver, options.folder, console),
+      driver, options, LoadStateIfAny(driver, options.folder, Damaged::kIsSaid, console),
       [&](uint64_t number) { return driver.State(origin, number); }, console);
   PrintSaved(saved, results, options.json, console);
   return kExitNothingFound;
@@ -85,7 +74,7 @@ LoadedState StateOrFirst(run::DriverRun& driver, const VerifyOptions& options,
                          const std::optional<Journal>& journal, const Console& console) {
   const std::string& folder = options.state.folder;
   std::optional<LoadedState> state = options.saveFirst
-                                         ? LoadStateIfAny(driver, folder, console)
+                                         ? LoadStateIfAny(driver, folder, Damaged::kFails, console)
                                          : std::optional(LoadState(driver, folder, console));
   CollectRecords(driver, options.state, console);
   if (!state) {
@@ -101,13 +90,15 @@ LoadedState StateOrFirst(run::DriverRun& driver, const VerifyOptions& options,
   return std::move(*state);
 }
 
-void Print(const run::Comparison& comparison, const VerifyOptions& options, Console& console) {
+void Print(const run::Comparison& comparison, const std::vector<run::StateHole>& holes,
+           const VerifyOptions& options, Console& console) {
   if (options.ifFound && comparison.status == run::ComparisonStatus::kNothingFound) {
     return;
   }
   if (options.state.json) {
     Json json = SchemaJson("tvq-verify");
     AddComparison(comparison, "findings", json);
+    json["savedWithout"] = HolesJson(holes);
     PrintJson(json, console);
   } else {
     PrintComparison(comparison, console);
@@ -119,12 +110,12 @@ ExitStatus Verify(const VerifyOptions& options, Console& console) {
       options.journal ? std::optional<Journal>(std::in_place) : std::nullopt;
   run::DriverRun driver;
   const LoadedState state = StateOrFirst(driver, options, journal, console);
-  CheckFit(driver, state, options.state, console);
+  const run::StateFit fit = CheckFit(driver, state, options.state, console);
   run::CompareOptions how;
   how.isVerbose = options.state.isVerbose;
   how.isAscii = console.terminal.isAscii;
   const run::Comparison comparison = driver.Compare(state.bytes, OriginOf(options.state), how);
-  Print(comparison, options, console);
+  Print(comparison, fit.holes, options, console);
   if (journal) {
     WriteToJournal(comparison, *journal);
   }

@@ -56,6 +56,8 @@ Json FieldsJson(const std::vector<run::FieldChange>& fields) {
 
 void AddComparison(const run::Comparison& comparison, const char* findings, Json& json) {
   json["isCompared"] = !comparison.hasOtherOptions;
+  json["reason"] = TextOrNull(comparison.notComparedWhy);
+  json["toDo"] = TextOrNull(comparison.notComparedToDo);
   json["hasOtherNames"] = comparison.hasOtherNames;
   json["firmware"] = comparison.firmware
                          ? Json({{"before", TextOrNull(comparison.firmware->before)},

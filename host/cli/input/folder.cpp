@@ -66,6 +66,17 @@ std::string TemporaryName(const std::string& name) {
   return fmt::format(".{}.{:016x}", name, number);
 }
 
+// The name that a file with a temporary one was to have; empty where the name is no temporary one.
+std::string FinalName(const std::string& name) {
+  constexpr size_t kDigits = 16;
+  constexpr char kHex[] = "0123456789abcdef";
+  const size_t dot = name.rfind('.');
+  const bool isTemporary = name.size() > kDigits + 2 && name[0] == '.' && dot != 0 &&
+                           name.size() - dot - 1 == kDigits &&
+                           name.find_first_not_of(kHex, dot + 1) == std::string::npos;
+  return isTemporary ? name.substr(1, dot - 1) : "";
+}
+
 // A file of this process alone, which goes again unless it takes its final name.
 class NewFile {
  public:
@@ -161,12 +172,17 @@ Written WriteFile(const Descriptor& folder, const std::string& name,
 bool IsSpecialFile(const Descriptor& folder, const std::string& name) {
   struct stat status = {};
   return fstatat(folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode) && !S_ISDIR(status.st_mode);
+         !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 
-void RemoveLeftovers(const Descriptor& folder, const std::string& prefix) {
+void RemoveLeftovers(const Descriptor& folder,
+                     const std::function<bool(const std::string& name)>& isTheirs) {
   for (const std::string& name : NamesIn(folder)) {
-    if (name.rfind("." + prefix, 0) == 0) {
+    const std::string final = FinalName(name);
+    struct stat status = {};
+    if (!final.empty() && isTheirs(final) &&
+        fstatat(folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISREG(status.st_mode) && status.st_uid == geteuid()) {
       unlinkat(folder.Number(), name.c_str(), 0);
     }
   }

@@ -7,6 +7,7 @@
 #define TVQ_HOST_CLI_INPUT_FOLDER_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,12 +59,13 @@ enum class Written {
 Written WriteFile(const Descriptor& folder, const std::string& name,
                   const std::vector<uint8_t>& bytes, Taken taken);
 
-// Whether the name is that of a device, a pipe or the like, which is never replaced.
+// Whether the name is that of a link, a device, a pipe or the like, which is never replaced.
 bool IsSpecialFile(const Descriptor& folder, const std::string& name);
 
-// Removes what interrupted writes left of files whose names begin so. Nobody else may write there at
-// the same time.
-void RemoveLeftovers(const Descriptor& folder, const std::string& prefix);
+// Removes what interrupted writes of this user left of the files that isTheirs(name) is true of. Nobody
+// else may write there at the same time.
+void RemoveLeftovers(const Descriptor& folder,
+                     const std::function<bool(const std::string& name)>& isTheirs);
 
 // The names in a folder; empty where it cannot be read.
 std::vector<std::string> NamesIn(const Descriptor& folder);

@@ -163,13 +163,23 @@ std::string PathIn(const std::string& folder, const std::string& name) {
   return folder + (!folder.empty() && folder.back() == '/' ? "" : "/") + name;
 }
 
-// Keeps other saves away as long as it lives.
+// Keeps other saves away as long as it lives. Everybody who may read the folder can hold the lock, so
+// that nobody waits long for it; without it, saves at the same time do not get in each other's way
+// either: the second one finds the name taken.
 class FolderLock {
  public:
   explicit FolderLock(const Descriptor& folder) : mFolder(folder.Number()) {
-    // Where there are no locks, saves at the same time do not get in each other's way: the second
-    // one finds the name taken.
-    mIsHeld = flock(mFolder, LOCK_EX) == 0;
+    constexpr int kAttempts = 20;
+    constexpr useconds_t kPause = 50000;
+    for (int i = 0; i < kAttempts && !mIsHeld; ++i) {
+      mIsHeld = flock(mFolder, LOCK_EX | LOCK_NB) == 0;
+      if (!mIsHeld && errno != EWOULDBLOCK && errno != EINTR) {
+        return;
+      }
+      if (!mIsHeld) {
+        usleep(kPause);
+      }
+    }
   }
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;
@@ -182,8 +192,29 @@ class FolderLock {
 
  private:
   int mFolder;
-  bool mIsHeld;
+  bool mIsHeld = false;
 };
+
+// Those without a number are of versions before, which did not keep it in the state's own name.
+run::StateFile Check(run::DriverRun& driver, const run::Bytes& bytes, uint64_t number) {
+  if (number != 0) {
+    return driver.CheckStateFile(bytes, number);
+  }
+  try {
+    driver.ReadStateTable(bytes);
+    return {};
+  } catch (const run::StateError& error) {
+    return {run::StateFile::Kind::kUnusable, error.what()};
+  }
+}
+
+// Whether the folder is one that the first version of the agent left states in.
+bool HasFirstAgentsStates(const std::string& folder) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  return directory.IsOpen() &&
+         (HasFile(directory, "state-a.bin") || HasFile(directory, "state-b.bin"));
+}
 
 void RemoveOld(const Descriptor& folder, unsigned kept) {
   const std::vector<NumberedFile> files = StatesIn(folder);
@@ -214,11 +245,15 @@ std::string SaveState(const std::string& folder, unsigned kept,
   }
   const FolderLock lock(directory);
   if (lock.IsHeld()) {
-    RemoveLeftovers(directory, std::string(kPrefix));
+    RemoveLeftovers(directory, [](const std::string& name) { return NumberIn(name) != 0; });
   }
   const std::vector<NumberedFile> files = StatesIn(directory);
   const uint64_t number = files.empty() ? 1 : files.front().number + 1;
   const std::string path = PathIn(folder, NameOf(number));
+  if (number >= kNumberLimit) {
+    throw InputError(fmt::format("cannot write {}: states have at most nine digits", path),
+                     "save in another folder, or move the states away");
+  }
   const Written written = WriteFile(directory, NameOf(number), encode(number), Taken::kFails);
   if (written == Written::kNo) {
     Fail("write", path, "", SaveHint(errno, folder));
@@ -233,7 +268,7 @@ std::string SaveState(const std::string& folder, unsigned kept,
 }
 
 std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::string& folder,
-                                          const Console& console) {
+                                          Damaged damaged, const Console& console) {
   std::string link;
   const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
   if (!directory.IsOpen() && errno == ENOENT && link.empty()) {
@@ -247,31 +282,58 @@ std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::str
   if (HasFile(directory, kSingleFile)) {
     files.push_back({0, kSingleFile});
   }
-  for (const NumberedFile& file : files) {
-    const std::string path = PathIn(folder, file.name);
-    run::Bytes bytes = ReadFileIn(directory, file.name, path);
-    const run::StateFile state =
-        file.number == 0 ? run::StateFile{} : driver.CheckStateFile(bytes, file.number);
+  for (size_t i = 0; i < files.size(); ++i) {
+    const std::string path = PathIn(folder, files[i].name);
+    run::Bytes bytes = ReadFileIn(directory, files[i].name, path);
+    const run::StateFile state = Check(driver, bytes, files[i].number);
     if (state.kind == run::StateFile::Kind::kWhole) {
-      return LoadedState{path, std::move(bytes)};
+      return LoadedState{path, std::move(bytes), i == 0};
     }
+    const bool isLast = i + 1 == files.size();
     // Only the newest one can have been cut off.
-    if (state.kind != run::StateFile::Kind::kCutOff || file.number != files.front().number) {
+    const bool isCutOff = state.kind == run::StateFile::Kind::kCutOff && i == 0;
+    if (!isCutOff && damaged == Damaged::kFails) {
       throw InputError(fmt::format("{} {}", path, state.what),
-                       "move it away to use the state before it, which `tvq save` kept");
+                       isLast ? "move it away and save a new one"
+                              : "move it away to use the state before it, which `tvq save` kept");
     }
-    console.Warning(
-        fmt::format("{} {}; {}", path, state.what,
-                    files.size() == 1 ? "there is none before it" : "the one before it counts"));
+    console.Warning(fmt::format("{} {}; {}", path, state.what,
+                                isLast ? "there is none before it" : "the one before it counts"));
   }
   return std::nullopt;
 }
 
+std::optional<run::Bytes> LoadStateFile(const std::string& path) {
+  constexpr std::string_view kMagic = "TVQSTATE";
+  char magic[kMagic.size()] = {};
+  struct stat status = {};
+  const Descriptor peeked(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const bool isState = peeked.IsOpen() && fstat(peeked.Number(), &status) == 0 &&
+                       S_ISREG(status.st_mode) &&
+                       pread(peeked.Number(), magic, sizeof(magic), 0) == sizeof(magic) &&
+                       std::string_view(magic, sizeof(magic)) == kMagic;
+  if (!isState) {
+    return std::nullopt;
+  }
+  const size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  if (!directory.IsOpen()) {
+    Fail("open", folder, link, kFolderHint);
+  }
+  CheckFolder(directory, folder);
+  return ReadFileIn(directory, slash == std::string::npos ? path : path.substr(slash + 1), path);
+}
+
 LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const Console& console) {
-  std::optional<LoadedState> state = LoadStateIfAny(driver, folder, console);
+  std::optional<LoadedState> state = LoadStateIfAny(driver, folder, Damaged::kFails, console);
   if (!state) {
-    throw NoStateError(fmt::format("there is no saved state in {}", folder),
-                       "save a state first with `tvq save " + folder + "`");
+    throw NoStateError(
+        fmt::format("there is no saved state in {}", folder),
+        HasFirstAgentsStates(folder)
+            ? "state-a.bin and state-b.bin are of an earlier agent: `tvq diff` reads either"
+            : "save a state first with `tvq save " + folder + "`");
   }
   return std::move(*state);
 }

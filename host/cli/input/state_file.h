@@ -23,6 +23,13 @@ inline constexpr unsigned kKeptStates = 10;
 struct LoadedState {
   std::string path;
   run::Bytes bytes;
+  bool isNewest = true;  // no file behind it was passed over
+};
+
+// What a damaged state, or one of a later version, comes to.
+enum class Damaged {
+  kFails,   // with an InputError
+  kIsSaid,  // and passed over
 };
 
 // The newest state in a folder that is whole. What was cut off while it was saved is passed over with
@@ -33,7 +40,10 @@ LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const C
 
 // The same, and nothing where there is no state.
 std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::string& folder,
-                                          const Console& console);
+                                          Damaged damaged, const Console& console);
+
+// The bytes of one file, under the same rules; nothing where it does not begin as a state does.
+std::optional<run::Bytes> LoadStateFile(const std::string& path);
 
 // Saves a state beside those that are there, and removes all but the newest `kept`. The folder is
 // made when it is missing. `encode` gives the file with a number. Returns its path. Throws an

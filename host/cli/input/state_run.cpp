@@ -38,6 +38,12 @@ std::string OptionsText(const run::StateOptions& options) {
   return text.empty() ? "without --as-is and --redact" : "with " + text;
 }
 
+std::string OtherOptionsText(const run::StateFit& fit, const LoadedState& state,
+                             const StateOptions& options) {
+  return fmt::format("{} was saved {}, and this is a run {}", state.path, OptionsText(fit.options),
+                     OptionsText({!options.table.conform, options.table.redact.isWanted}));
+}
+
 void CheckMachine(const run::StateFit& fit, const LoadedState& state, const StateOptions& options,
                   const Console& console) {
   using Machine = run::StateFit::Machine;
@@ -76,31 +82,36 @@ run::StateFit FitOf(run::DriverRun& driver, const LoadedState& state, const Stat
   }
 }
 
-void SayHoles(const std::vector<run::StateHole>& holes, const char* what, const Console& console) {
+Json ToJson(const SavedState& saved, const run::Results& results) {
+  Json devices = Json::array();
+  for (const run::Record& record : results.records) {
+    devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
+  }
+  Json json = SchemaJson("tvq-save");
+  json["state"] = saved.path;
+  json["isNew"] = saved.isNew;
+  json["devices"] = devices;
+  json["missing"] = HolesJson(saved.holes);
+  return json;
+}
+
+}  // namespace
+
+void SayHoles(const std::vector<run::StateHole>& holes, const std::string& what,
+              const Console& console) {
   for (const run::StateHole& hole : holes) {
     console.Warning(fmt::format(
         "{} {}: {}", what, hole.fqdd.empty() ? "a device without a name" : hole.fqdd, hole.why));
   }
 }
 
-Json ToJson(const SavedState& saved, const run::Results& results) {
-  Json devices = Json::array();
-  for (const run::Record& record : results.records) {
-    devices.push_back(record.fqdd ? Json(Utf8OfWide(*record.fqdd)) : Json());
+Json HolesJson(const std::vector<run::StateHole>& holes) {
+  Json list = Json::array();
+  for (const run::StateHole& hole : holes) {
+    list.push_back({{"fqdd", hole.fqdd.empty() ? Json() : Json(hole.fqdd)}, {"why", hole.why}});
   }
-  Json missing = Json::array();
-  for (const run::StateHole& hole : saved.holes) {
-    missing.push_back({{"fqdd", hole.fqdd.empty() ? Json() : Json(hole.fqdd)}, {"why", hole.why}});
-  }
-  Json json = SchemaJson("tvq-save");
-  json["state"] = saved.path;
-  json["isNew"] = saved.isNew;
-  json["devices"] = devices;
-  json["missing"] = missing;
-  return json;
+  return list;
 }
-
-}  // namespace
 
 void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options) {
   app.add_option("DIR", options.folder, folder)->type_name("")->required();
@@ -142,19 +153,17 @@ run::Origin OriginOf(const StateOptions& options) {
   return origin;
 }
 
-void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptions& options,
-              const Console& console) {
+run::StateFit CheckFit(run::DriverRun& driver, const LoadedState& state,
+                       const StateOptions& options, const Console& console) {
   const run::StateFit fit = FitOf(driver, state, options);
   if (fit.hasOtherOptions) {
-    throw InputError(
-        fmt::format("{} was saved {}, and this is a run {}: not compared", state.path,
-                    OptionsText(fit.options),
-                    OptionsText({!options.table.conform, options.table.redact.isWanted})),
-        "run with the options that the state was saved with");
+    throw InputError(OtherOptionsText(fit, state, options) + ": not compared",
+                     "run with the options that the state was saved with");
   }
   CheckMachine(fit, state, options, console);
-  SayHoles(fit.holes,
-           fmt::format("the state, saved {}, is incomplete:", TimeText(fit.time)).c_str(), console);
+  SayHoles(fit.holes, fmt::format("the state, saved {}, is incomplete:", TimeText(fit.time)),
+           console);
+  return fit;
 }
 
 SavedState SaveChecked(run::DriverRun& driver, const StateOptions& options,
@@ -166,13 +175,17 @@ SavedState SaveChecked(run::DriverRun& driver, const StateOptions& options,
   const std::vector<run::StateHole> holes = FitOf(driver, now, options).holes;
   if (before) {
     const run::StateFit fit = FitOf(driver, *before, options);
+    if (fit.hasOtherOptions) {
+      throw InputError(OtherOptionsText(fit, *before, options) + ", and not replaced",
+                       "save in a folder of its own what is made with other options");
+    }
     CheckMachine(fit, *before, options, console);
     if (!holes.empty() && fit.holes.empty() && !options.incomplete) {
       SayHoles(holes, "missing:", console);
       throw InputError("this state is incomplete and does not replace the complete one",
                        "find out why devices are missing, or add --incomplete");
     }
-    if (driver.AreEqual(state, before->bytes)) {
+    if (before->isNewest && driver.AreEqual(state, before->bytes)) {
       console.Line(fmt::format("{} says the same; nothing is written", before->path));
       return {before->path, holes, false};
     }

@@ -7,7 +7,9 @@
 #define TVQ_HOST_CLI_INPUT_STATE_RUN_H_
 
 #include <functional>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 #include "host/cli/input/state_file.h"
 #include "host/cli/input/table_input.h"
@@ -46,8 +48,14 @@ run::Origin OriginOf(const StateOptions& options);
 
 // Says what the state is. Throws an InputError where it is of another machine, unless that is wanted,
 // or was saved with other options.
-void CheckFit(run::DriverRun& driver, const LoadedState& state, const StateOptions& options,
+run::StateFit CheckFit(run::DriverRun& driver, const LoadedState& state,
+                       const StateOptions& options, const Console& console);
+
+// A warning for each: what, the device, and why.
+void SayHoles(const std::vector<run::StateHole>& holes, const std::string& what,
               const Console& console);
+// The same as JSON: "fqdd", null for a device that has none, and "why".
+nlohmann::ordered_json HolesJson(const std::vector<run::StateHole>& holes);
 
 // Saves a state, unless it is what was saved already, or would put an incomplete state in place of a
 // complete one.

@@ -8,7 +8,7 @@
 #include "tests/unit/platform/agent/fake_record.h"
 #include "tests/unit/platform/platform_fixture.h"
 
-#include "TvqPlatformPkg/src/states/accepted_devices.h"
+#include "TvqPlatformPkg/src/compare/accepted_devices.h"
 #include "TvqPlatformPkg/src/states/machine_identity.h"
 
 namespace tvq::test {
@@ -152,6 +152,108 @@ TEST_F(AcceptingDevices, TakesOverOneAfterTheOther) {
   EXPECT_EQ(accepted.Get().Table.StructureCount, Structures().size());
 }
 
+// --- Moves ---
+
+// Slots by their modules' serial numbers; an empty slot has a structure and no device.
+Table Slots(const std::vector<std::pair<const char*, const char*>>& modules) {
+  std::vector<MemoryDevice> slots;
+  for (const auto& [locator, serial] : modules) {
+    MemoryDevice slot = {.handle = static_cast<uint16_t>(0x1100 + slots.size()),
+                         .locator = locator};
+    slot.serial = serial == nullptr ? test::Text() : test::Text(serial);
+    slots.push_back(slot);
+  }
+  return TableWith("X", slots);
+}
+// Each with the blobs "old" or "new".
+class AcceptingMoves : public AcceptingDevices {
+ protected:
+  std::vector<std::string> Accepted(const Machine& before, const Machine& after, const char* name) {
+    EXPECT_EQ(mMoves.Begin(before.snapshot, after.snapshot), AcceptResult::kAccepted);
+    EXPECT_EQ(mMoves.Accept(name), AcceptResult::kAccepted);
+    std::vector<std::string> devices;
+    for (const tvqplatform::SnapshotDevice& device : mMoves.Get().Devices) {
+      devices.push_back(Utf8(device.Fqdd) + " " +
+                        std::string(device.Blobs.begin(), device.Blobs.end()));
+    }
+    return devices;
+  }
+  std::vector<std::string> AcceptedSerials() const {
+    return NamesOf(Copy(mMoves.Get().Table.Structures), 17, 0x18);
+  }
+
+ private:
+  AcceptedDevices mMoves;
+};
+
+TEST_F(AcceptingMoves, TakesOverBothEndsOfAMove) {
+  const Machine before(Slots({{"A1", "AAA1"}, {"A2", nullptr}}), {{u"DIMM.Socket.A1", 0x1100}},
+                       "old");
+  const Machine after(Slots({{"A1", nullptr}, {"A2", "AAA1"}}), {{u"DIMM.Socket.A2", 0x1101}},
+                      "new");
+  EXPECT_THAT(Accepted(before, after, "DIMM.Socket.A2"), ElementsAre("DIMM.Socket.A2 new"));
+  EXPECT_THAT(AcceptedSerials(), ElementsAre("", "AAA1")) << "each slot has one structure";
+}
+
+TEST_F(AcceptingMoves, TakesOverAllThatChangedPlacesWithOneAnother) {
+  const std::vector<Device> devices = {{u"DIMM.Socket.A1", 0x1100},
+                                       {u"DIMM.Socket.A2", 0x1101},
+                                       {u"DIMM.Socket.A3", 0x1102},
+                                       {u"DIMM.Socket.A4", 0x1103}};
+  const Machine before(Slots({{"A1", "AAA1"}, {"A2", "AAA2"}, {"A3", "AAA3"}, {"A4", "AAA4"}}),
+                       devices, "old");
+  const Machine after(Slots({{"A1", "AAA2"}, {"A2", "AAA3"}, {"A3", "AAA1"}, {"A4", "BBB4"}}),
+                      devices, "new");
+  EXPECT_THAT(Accepted(before, after, "DIMM.Socket.A2"),
+              ElementsAre("DIMM.Socket.A1 new", "DIMM.Socket.A2 new", "DIMM.Socket.A3 new",
+                          "DIMM.Socket.A4 old"));
+  EXPECT_THAT(AcceptedSerials(), ElementsAre("AAA2", "AAA3", "AAA1", "AAA4"));
+}
+
+TEST_F(AcceptingMoves, ANewModuleTakesTheRoomOfItsEmptySlot) {
+  const Machine before(Slots({{"A1", nullptr}}), {}, "old");
+  const Machine after(Slots({{"A1", "AAA1"}}), {{u"DIMM.Socket.A1", 0x1100}}, "new");
+  EXPECT_THAT(Accepted(before, after, "DIMM.Socket.A1"), ElementsAre("DIMM.Socket.A1 new"));
+  EXPECT_THAT(AcceptedSerials(), ElementsAre("AAA1"));
+}
+
+TEST_F(AcceptingMoves, OfAModuleThatIsGoneTheEmptySlotStays) {
+  const Machine before(Slots({{"A1", "AAA1"}}), {{u"DIMM.Socket.A1", 0x1100}}, "old");
+  const Machine after(Slots({{"A1", nullptr}}), {}, "new");
+  EXPECT_THAT(Accepted(before, after, "DIMM.Socket.A1"), ElementsAre());
+  EXPECT_THAT(AcceptedSerials(), ElementsAre(""));
+}
+
+TEST_F(AcceptingMoves, TheSystemIsTakenOverAlsoWhereItHasNoRecordAnyMore) {
+  const Machine before(Slots({}), {kSystem}, "old");
+  Machine after(Slots({}), {{u"", 0x100, TVQ_CLASS_SYSTEM}}, "new");
+  after.snapshot.Devices[0].Why = tvqplatform::WhyNoRecord::kRefused;
+  EXPECT_THAT(Accepted(before, after, "System.Embedded.1"), ElementsAre(" new"))
+      << "as a hole, and not as gone";
+}
+
+TEST_F(AcceptingMoves, AStackOfMemoryIsTakenOverByItsLabel) {
+  const auto stack = [](const char* serial) {
+    return TableWith(
+        "X", {{.handle = 0x1100, .locator = "CPU1_HBM0", .memoryType = 0x20, .serial = serial}});
+  };
+  const Machine before(stack("AAA1"), {}, "old");
+  const Machine after(stack("BBB1"), {}, "new");
+  EXPECT_THAT(Accepted(before, after, "CPU1_HBM0"), ElementsAre());
+  EXPECT_THAT(AcceptedSerials(), ElementsAre("BBB1"));
+}
+
+TEST_F(AcceptingMoves, OfASystemWithAsManyStructuresAsFitIsQuick) {
+  Bytes table;
+  for (int i = 0; i < 9000; ++i) {
+    const Bytes chassis = {3, 4, static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 8), 0, 0};
+    table.insert(table.end(), chassis.begin(), chassis.end());
+  }
+  Machine machine(Slots({}), {kSystem}, "x");
+  machine.snapshot.Table.Structures = View(table);
+  EXPECT_THAT(Accepted(machine, machine, "System.Embedded.1"), ElementsAre("System.Embedded.1 x"));
+}
+
 TEST_F(AcceptingDevices, SaysWhatItDoesNotKnow) {
   AcceptedDevices& accepted = Begun();
   for (const char* name : {"", "DIMM", "DIMM.Socket.A", "DIMM.Socket.A11", "dimm a1"}) {
@@ -170,6 +272,8 @@ TEST_F(AcceptingDevices, NeedsTheNameWhereALabelIsThatOfSeveral) {
 }
 
 TEST_F(AcceptingDevices, RefusesStatesOfOtherNamesOrWithoutATable) {
+  Saved().Options = tvqplatform::kSnapshotAsIs;
+  EXPECT_EQ(AcceptedDevices().Begin(Saved(), Now()), AcceptResult::kOtherOptions);
   Saved().NamingRules = 1;
   EXPECT_EQ(AcceptedDevices().Begin(Saved(), Now()), AcceptResult::kOtherNames);
   Saved().Table = {};

@@ -250,12 +250,18 @@ TEST_F(MachineNumbers, ThatAreMaskedSayNothing) {
   EXPECT_EQ(Compare(masked, masked).System, Agreement::kAbsent);
 }
 
+TEST_F(MachineNumbers, AreEqualWhateverBlanksAreAround) {
+  EXPECT_EQ(Compare({.system = "A1B2"}, {.system = " A1B2 "}).System, Agreement::kAgrees);
+  EXPECT_EQ(Compare({.system = "A1B2"}, {.system = "A1 B2"}).System, Agreement::kDiffers);
+}
+
 TEST_F(MachineNumbers, AreShownInOneLine) {
-  tvqplatform::MachineIdentity machine = {};
+  tvqplatform::Snapshot snapshot;
+  tvqplatform::MachineIdentity& machine = snapshot.Machine;
   char text[tvqplatform::kMachineTextSize];
-  tvqplatform::FormatMachine(machine, text);
+  tvqplatform::FormatMachine(snapshot, text);
   EXPECT_STREQ(text, "no number that tells it from others");
-  const std::string serial = "A1\x1B[2J\xE9";
+  const std::string serial = " A1\x1B[2J\xE9 ";
   machine.SystemSerial = {reinterpret_cast<const UINT8*>(serial.c_str()), serial.size()};
   const std::string longSerial = std::string(100, 'x') + "y";
   machine.BoardSerial = {reinterpret_cast<const UINT8*>(longSerial.c_str()), longSerial.size()};
@@ -263,10 +269,15 @@ TEST_F(MachineNumbers, AreShownInOneLine) {
   machine.HasUuid = true;
   const Bytes uuid = System{}.uuid;
   std::copy(uuid.begin(), uuid.end(), machine.Uuid);
-  tvqplatform::FormatMachine(machine, text);
-  EXPECT_EQ(std::string(text), "system A1?[2J?, board " + std::string(40, 'x') + ", chassis " +
-                                   std::string(40, 'x') +
-                                   ", UUID 00112233-4455-6677-8899-aabbccddeeff");
+  const std::string beforeUuid = "system A1?[2J?, board " + std::string(40, 'x') + ", chassis " +
+                                 std::string(40, 'x') + ", UUID ";
+  tvqplatform::FormatMachine(snapshot, text);
+  EXPECT_EQ(std::string(text), beforeUuid + "00112233-4455-6677-8899-aabbccddeeff");
+  const Bytes table(6);
+  snapshot.Table = {2, 5, 1, {table.data(), table.size()}};
+  tvqplatform::FormatMachine(snapshot, text);
+  EXPECT_EQ(std::string(text), beforeUuid + "33221100-5544-7766-8899-aabbccddeeff")
+      << "before SMBIOS 2.6";
 }
 
 }  // namespace

@@ -154,6 +154,10 @@ TEST_F(AgentState, BeforeADamagedOneIsComparedAndTheDamageReported) {
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("\nSummary: 2 same, 1 cannot tell\n"));
   EXPECT_THAT(Report(), HasSubstr("Problem: \\TVQ\\machine-ABC1234\\state-2.bin is damaged."));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi accept"), EFI_ABORTED);
+  EXPECT_TRUE(Files().Has("\\TVQ\\machine-ABC1234\\state-3.bin"))
+      << "also where nothing changed, so that the damaged one is not the newest any more";
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
 }
 
 TEST_F(AgentState, BeforeOneThatWasCutOffCounts) {
@@ -272,8 +276,11 @@ TEST_F(AgentState, OfAnotherMachineIsRefusedUnlessToldOtherwise) {
   EXPECT_THAT(Report(), HasSubstr("  Saved of:     system XYZ9999\n"));
   EXPECT_THAT(Report(), Not(HasSubstr(kCompared)));
   EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: the saved state is of another machine\n"));
-  EXPECT_EQ(RunAgent(u"TvqAgent.efi state=golden accept"), EFI_ABORTED);
-  EXPECT_FALSE(Files().Has("\\TVQ\\golden\\state-2.bin"));
+  for (const char16_t* line :
+       {u"TvqAgent.efi state=golden accept", u"TvqAgent.efi state=golden accept DIMM_A1"}) {
+    EXPECT_EQ(RunAgent(line), EFI_ABORTED);
+    EXPECT_FALSE(Files().Has("\\TVQ\\golden\\state-2.bin"));
+  }
   EXPECT_EQ(RunAgent(u"TvqAgent.efi state=golden other-machine"), EFI_SUCCESS);
   EXPECT_THAT(Report(), HasSubstr(kCompared));
   EXPECT_EQ(RunAgent(u"TvqAgent.efi state=golden other-machine accept"), EFI_SUCCESS);
@@ -289,6 +296,8 @@ TEST_F(AgentState, OfOtherOptionsIsNamedAndNotCompared) {
   EXPECT_THAT(Report(), Not(HasSubstr(kCompared)));
   EXPECT_THAT(Report(), HasSubstr("Problem: the state was saved with the table as it is, and this "
                                   "boot is with the table made fit for the driver: not compared."));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi accept DIMM_A1"), EFI_ABORTED);
+  EXPECT_FALSE(Files().Has(kSecond)) << "no state is of both";
 }
 
 // --- Holes ---
@@ -298,8 +307,9 @@ TEST_F(AgentState, WithHolesIsSaidWhenItIsSavedAndWhenItIsCompared) {
                                  Processor{.designation = "CPU1"},
                                  FqddMap{.groups = {{"CPU.Socket.1", 0x8002}}}, End{}));
   const std::string hole =
-      "\nSaved without: CPU.Socket.1, no record: another device before it has the same device "
-      "path\n";
+      "\nSaved without: CPU.Socket.1, no record: a device before it has the same name, as far as "
+      "the "
+      "driver reads it\n";
   EXPECT_EQ(RunAgent(u"TvqAgent.efi as-is"), EFI_SUCCESS);
   EXPECT_THAT(Report(), HasSubstr(hole));
   EXPECT_THAT(Report(), HasSubstr(kSaved));

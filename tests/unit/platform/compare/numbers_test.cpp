@@ -6,6 +6,7 @@
 #include "tests/unit/platform/compare/compare_fixture.h"
 
 #include "TvqPlatformPkg/src/compare/numbers.h"
+#include "TvqPlatformPkg/src/states/machine_identity.h"
 
 namespace tvq::test {
 namespace {

@@ -322,6 +322,37 @@ TEST_F(CompareVerdict, AfterAFirmwareUpdateChangesAreCountedAndNoAlarm) {
             "Summary: 2 changed\n");
 }
 
+TEST_F(CompareVerdict, AfterAFirmwareUpdateWhatNothingSaysToBeTheSamePartIsAnAlarm) {
+  const auto machine = [](const char* version) {
+    return Table::Of(Bios{.version = version}, System{.handle = kTheSystem},
+                     MemoryDevice{.handle = kSlotA1, .locator = "DIMM_A1", .serial = "None"},
+                     End{});
+  };
+  mBefore.Of(machine("1.0")).With(TheSystem("1.0")).With(A1(ModuleOf("None", "P", "<S>32</S>")));
+  mAfter.Of(machine("2.0")).With(TheSystem("2.0")).With(A1(ModuleOf("None", "P", "<S>16</S>")));
+  EXPECT_THAT(Rows(), ElementsAre("System.Embedded.1 [changed]", "DIMM.Socket.A1 [changed]"));
+  EXPECT_EQ(Exit(), 1);
+  EXPECT_EQ(Shown(),
+            "Firmware update: 1.0 -> 2.0; 1 fields of 1 devices changed\n"
+            "  To do: save anew, so that what changes next stands out\n"
+            "  DIMM.Socket.A1 (DIMM_A1): changed (nothing says whether it is the same part)\n"
+            "      Configuration/dimmData/S: 32 -> 16\n"
+            "      To do: accept it if that was intended, else reseat it or order a part\n"
+            "Summary: 2 changed\n");
+}
+
+TEST_F(CompareVerdict, AfterAFirmwareUpdateADocumentThatCannotBeReadAnyMoreIsAnAlarm) {
+  const auto machine = [](const char* version) {
+    return Table::Of(Bios{.version = version},
+                     MemoryDevice{.handle = kSlotA1, .serial = "11223344"}, End{});
+  };
+  mBefore.Of(machine("1.0")).With(A1(ModuleOf("11223344")));
+  mAfter.Of(machine("2.0")).With(A1("Core & Works"));
+  EXPECT_EQ(Row(), "DIMM.Socket.A1 [changed]");
+  EXPECT_EQ(Exit(), 1);
+  EXPECT_THAT(Shown(), HasSubstr("the later document cannot be read"));
+}
+
 TEST_F(CompareVerdict, AfterAFirmwareUpdateAReplacedPartIsFoundAllTheSame) {
   const auto machine = [](const char* version, const char* serial) {
     return Table::Of(Bios{.version = version}, System{.handle = kTheSystem},
@@ -341,6 +372,63 @@ TEST_F(CompareVerdict, KnowsAFirmwareUpdateByTheDocumentsOfTheSystem) {
   EXPECT_STREQ(Result().FirmwareBefore(), "1.0");
   EXPECT_STREQ(Result().FirmwareAfter(), "2.0");
   EXPECT_EQ(Exit(), 0);
+}
+
+// --- Parts of the system ---
+
+// A system with a power supply, and with a second one that has this serial number, which is taken out.
+class CompareTakenOutPart : public CompareVerdict {
+ protected:
+  void TakeOut(const Text& serial, const char* laterVersion = "1.0") {
+    const Structure second = SupplyWith(serial);
+    mBefore
+        .Of(Table::Of(Bios{.version = "1.0"}, System{.handle = kTheSystem}, SupplyWith("PSU0001"),
+                      second, End{}))
+        .With(TheSystem("1.0"));
+    mAfter
+        .Of(Table::Of(Bios{.version = laterVersion}, System{.handle = kTheSystem},
+                      SupplyWith("PSU0001"), End{}))
+        .With(TheSystem("1.0"));
+    EXPECT_EQ(Row(), "System.Embedded.1 [changed]");
+    EXPECT_EQ(Exit(), 1);
+  }
+
+ private:
+  static Structure SupplyWith(const Text& serial) {
+    Structure power{.type = 39};
+    power.Byte(0).String(std::nullopt).String("PSU").String("Power Works").String(serial);
+    return power;
+  }
+};
+
+TEST_F(CompareTakenOutPart, IsAChange) {
+  TakeOut("PSU0002");
+  EXPECT_THAT(Changes(), ElementsAre("PowerSupply[2]/SerialNumber: PSU0002 -> (none)"));
+}
+
+TEST_F(CompareTakenOutPart, IsAChangeAlsoWithAPlaceholderForANumber) {
+  TakeOut("Not Specified");
+  EXPECT_THAT(Changes(), ElementsAre("PowerSupply[2]/SerialNumber: Not Specified -> (none)"));
+}
+
+TEST_F(CompareTakenOutPart, IsAChangeAlsoWithoutANumber) {
+  TakeOut(std::nullopt);
+  EXPECT_THAT(Changes(), ElementsAre("PowerSupply[2]: present -> (none)"));
+}
+
+TEST_F(CompareTakenOutPart, IsAnAlarmAlsoAfterAFirmwareUpdate) {
+  TakeOut("PSU0002", "2.0");
+  EXPECT_THAT(Shown(), HasSubstr("  System.Embedded.1: changed (the same part)\n"));
+}
+
+TEST_F(CompareVerdict, ANumberThatIsNoneAnyMoreIsShownAsTheTableHasIt) {
+  const auto machine = [](const char* serial) {
+    return Table::Of(System{.handle = kTheSystem}, BaseBoard{.serial = serial}, End{});
+  };
+  mBefore.Of(machine("BRD0001")).With(TheSystem("1.0"));
+  mAfter.Of(machine("To be filled by O.E.M.")).With(TheSystem("1.0"));
+  EXPECT_EQ(Row(), "System.Embedded.1 [changed]");
+  EXPECT_THAT(Changes(), ElementsAre("Board/SerialNumber: BRD0001 -> To be filled by O.E.M."));
 }
 
 // --- Not verified ---

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/unit/host/cli/server.h"
 #include "tests/unit/shared/entry_point.h"
 
@@ -132,6 +134,43 @@ TEST_F(CliDiff, SavedStatesDifferAsTheirTablesDo) {
   EXPECT_EQ(diff.status, 1);
   EXPECT_EQ(diff.out, DiffTables({}, WithAnotherModule()).out);
   EXPECT_EQ(RunTvq({"diff", before, before}).out, "Summary: 3 same, 1 cannot tell\n");
+}
+
+TEST_F(CliDiff, AStateIsReadUnderTheRulesOfEveryState) {
+  const std::string state = State("before", {});
+  const std::string after = TableFile("after.bin", {});
+  std::filesystem::create_symlink(state, Path("link"));
+  const Outcome linked = RunTvq({"diff", Path("link") + "/state-1.bin", after, "--conform"});
+  EXPECT_EQ(linked.status, 2);
+  EXPECT_THAT(linked.diagnostics, HasSubstr("is a symbolic link"));
+  std::filesystem::permissions(state + "/state-1.bin", std::filesystem::perms::all);
+  const Outcome open = RunTvq({"diff", state + "/state-1.bin", after, "--conform"});
+  EXPECT_EQ(open.status, 2);
+  EXPECT_THAT(open.diagnostics, HasSubstr("others may write it"));
+}
+
+TEST_F(CliDiff, TwoMachinesAreNamedAsThat) {
+  const auto dump = [this](const std::string& name, const char* serial, uint8_t last) {
+    test::System system{.serial = serial};
+    system.uuid.back() = last;
+    return Write(name, Table::Of(test::Bios{}, system, test::Processor{}, test::End{}).Bytes());
+  };
+  const std::string one = dump("one", "AAA1234", 1);
+  const std::string other = dump("other", "BBB1234", 2);
+  EXPECT_THAT(RunTvq({"diff", one, other, "--conform"}).diagnostics,
+              HasSubstr("these are two machines: " + one + " is system AAA1234"));
+  const Outcome redacted = RunTvq({"diff", one, other, "--conform", "--redact"});
+  EXPECT_THAT(redacted.diagnostics, HasSubstr("these are two machines\n"));
+  EXPECT_THAT(redacted.diagnostics, Not(HasSubstr("AAA1234")));
+}
+
+TEST_F(CliDiff, DevicesThatNothingCanBeComparedWithAreNamed) {
+  Server unreadable;
+  unreadable.processor = "Core & Works";
+  const Outcome diff = DiffTables({}, unreadable);
+  EXPECT_THAT(diff.diagnostics,
+              HasSubstr("after.bin lacks CPU.Socket.1: a document that no parser reads"));
+  EXPECT_THAT(diff.diagnostics, Not(HasSubstr("before.bin lacks")));
 }
 
 TEST_F(CliDiff, AStateAndATableCanBeCompared) {

@@ -389,6 +389,25 @@ TEST_F(CliState, ADamagedStateIsInNoSavesWay) {
   EXPECT_EQ(Verify({}).status, 0);
 }
 
+TEST_F(CliState, BeforeADamagedOneIsTheOneThatASaveReplaces) {
+  Save({});
+  Server other;
+  other.cores = 9;
+  Save(other);
+  test::Bytes damaged = Read("state/state-2.bin");
+  damaged[40] ^= 1;
+  Write("state/state-2.bin", damaged);
+  Server unreadable;
+  unreadable.processor = "Core & Works";
+  const Outcome refused = Save(unreadable);
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_THAT(refused.diagnostics, HasSubstr("state-2.bin is damaged; the one before it counts"));
+  EXPECT_THAT(refused.diagnostics, HasSubstr("does not replace the complete one"));
+  EXPECT_EQ(Save({}).out, "Saved in " + State() + "/state-3.bin\n")
+      << "also where nothing changed, so that the damaged one is not the newest any more";
+  EXPECT_EQ(Verify({}).status, 0);
+}
+
 TEST_F(CliState, OfAnotherMachineIsRefusedWithBothUnlessToldOtherwise) {
   const auto run = [&](const char* command, const char* serial, std::vector<std::string> more) {
     test::System system;
@@ -422,6 +441,10 @@ TEST_F(CliState, OfOtherOptionsIsNamedAndNotCompared) {
   EXPECT_EQ(verified.status, 2);
   EXPECT_THAT(verified.diagnostics, HasSubstr("was saved without --as-is and --redact, and this is "
                                               "a run with --redact: not compared"));
+  const Outcome saved = Run("save", {}, {"--redact", "--redact-key", "a key"});
+  EXPECT_EQ(saved.status, 2) << "a machine without a name could take the folder over";
+  EXPECT_THAT(saved.diagnostics, HasSubstr("a run with --redact, and not replaced"));
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
 }
 
 TEST_F(CliState, ThatIsRedactedSaysNothingOfTheMachine) {
@@ -453,6 +476,33 @@ TEST_F(CliState, WithHolesIsSaidAndReplacesNoneWithoutUnlessToldTo) {
   EXPECT_EQ(
       nlohmann::json::parse(Run("save", unreadable, {"--json"}).out)["missing"],
       nlohmann::json({{{"fqdd", "CPU.Socket.1"}, {"why", "a document that no parser reads"}}}));
+}
+
+TEST_F(CliState, WithHolesIsSaidAsJsonToo) {
+  Server unreadable;
+  unreadable.processor = "Core & Works";
+  ASSERT_EQ(Save(unreadable).status, 0);
+  const Outcome verified = Run("verify", unreadable, {"--json", "--quiet"});
+  EXPECT_EQ(
+      nlohmann::json::parse(verified.out)["savedWithout"],
+      nlohmann::json({{{"fqdd", "CPU.Socket.1"}, {"why", "a document that no parser reads"}}}));
+}
+
+TEST_F(CliState, AfterAFirmwareUpdateJsonSaysToDoWhatTheTextSays) {
+  const auto run = [&](const char* command, const char* version) {
+    const std::string table =
+        Write("table.bin", test::Table::Of(test::Bios{.version = version}, test::System{},
+                                           test::Processor{}, test::End{})
+                               .Bytes());
+    return RunTvq({command, State(), "--conform", "--json", "--table", table});
+  };
+  ASSERT_EQ(run("save", "1.0").status, 0);
+  const auto json = nlohmann::json::parse(run("verify", "2.0").out);
+  for (const auto& finding : json["findings"]) {
+    if (finding["verdict"] == "changed") {
+      EXPECT_EQ(finding["toDo"], "save anew, so that what changes next stands out");
+    }
+  }
 }
 
 TEST_F(CliState, AsManyAsAreWantedStay) {

@@ -6,9 +6,12 @@
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <functional>
@@ -129,6 +132,15 @@ TEST_F(StateFile, IsKnownByItsNumber) {
   EXPECT_EQ(Save(), File(11));
 }
 
+TEST_F(StateFile, HasANumberOfAtMostNineDigits) {
+  Save();
+  Write("state/state-999999999.bin", {});
+  EXPECT_EQ(SaveError(),
+            "cannot write " + File(1000000000) +
+                ": states have at most nine digits; save in another folder, or move the "
+                "states away");
+}
+
 TEST_F(StateFile, StaysUpToHowManyAreWanted) {
   for (uint8_t i = 1; i <= 12; ++i) {
     Save({i});
@@ -189,6 +201,22 @@ TEST_F(StateFile, OfVersionsBeforeIsReadWhereThereIsNoOther) {
 }
 
 // What `tvq save` of version 1 wrote for that table.
+TEST_F(StateFile, OfVersionsBeforeThatIsDamagedIsInNoSavesWay) {
+  fs::create_directory(Folder());
+  Write("state/tvq-state.bin", {1, 2, 3});
+  SaveOf({});
+  EXPECT_EQ(Verify({}).status, 0);
+}
+
+TEST_F(StateFile, OfAnEarlierAgentIsNamed) {
+  fs::create_directory(Folder());
+  Write("state/state-a.bin", {1, 2, 3});
+  const Outcome verified = Verify({});
+  EXPECT_EQ(verified.status, 3);
+  EXPECT_THAT(verified.diagnostics,
+              HasSubstr("state-a.bin and state-b.bin are of an earlier agent"));
+}
+
 TEST_F(StateFile, OfVersionOneIsCompared) {
   const std::string source = TVQ_SOURCE_DIR;
   ASSERT_EQ(RunTvq({"mktable", source + "/tests/e2e/names.smbios", "-o", Path("dump.bin")}).status,
@@ -342,6 +370,23 @@ TEST_F(StateFile, IsSavedWhateverAnInterruptedSaveLeft) {
   EXPECT_THAT(Names(), UnorderedElementsAre("state-1.bin", ".other"));
 }
 
+TEST_F(StateFile, LeavesWhatItDidNotWriteItself) {
+  fs::create_directory(Folder());
+  for (const char* name : {".state-mine", ".state-1.bin.mine", ".state-x.bin.0123456789abcdef"}) {
+    Write(std::string("state/") + name, {1});
+  }
+  Save();
+  EXPECT_EQ(Names().size(), 4u);
+}
+
+TEST_F(StateFile, IsSavedAlsoWhileSomebodyElseHoldsTheFoldersLock) {
+  fs::create_directory(Folder());
+  const int other = open(Folder().c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  EXPECT_EQ(Save(), File(1));
+  close(other);
+}
+
 TEST_F(StateFile, IsNotSavedWhereItsFolderCannotBeMade) {
   EXPECT_EQ(
       ErrorOf([this] { SaveState(Path("missing/state"), 10, [](uint64_t) { return Bytes{1}; }); }),
@@ -400,7 +445,8 @@ TEST_F(StateFile, OfAnyOtherCommandIsWrittenAsAWholeToo) {
   EXPECT_EQ(Read("out.bin"), before);
   Write("victim", {1, 2, 3});
   fs::create_symlink(Path("victim"), Path("link"));
-  EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("link")}).status, 0);
+  EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("link")}).status, 2);
+  EXPECT_TRUE(fs::is_symlink(Path("link")));
   EXPECT_EQ(Read("victim"), Bytes({1, 2, 3}));
   ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
   const Outcome refused = RunTvq({"mktable", source, "-o", Path("pipe")});
