@@ -163,7 +163,8 @@ def main(arguments):
                 if not text:
                     continue
                 schemas.check(text, " ".join(str(word) for word in command))
-                if text != tables.run(*words, status=(0, 1, 2)):
+                # What is saved already is not new any more.
+                if command[1] not in ("save", "accept") and text != tables.run(*words, status=(0, 1, 2)):
                     sys.exit(f"{command} prints something else in another run")
                 checked += 1
             for part in ("system", "CPU1", "DIMM_A1", "PCIe Slot 1"):

@@ -143,7 +143,8 @@ void Use(Machine& machine, const Bytes& file) {
   DriverRun& driver = machine.driver;
   tvq::run::CompareOptions everything;
   everything.isVerbose = true;
-  (void)driver.FitOf(file, {});
+  (void)driver.FitOf(file, tvq::run::Origin());
+  (void)driver.FitOf(file, machine.state);
   (void)driver.ReadStateTable(file);
   (void)driver.Compare(file, {}, everything);
   (void)driver.CompareStates(file, machine.state, everything);

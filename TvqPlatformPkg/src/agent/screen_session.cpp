@@ -45,7 +45,7 @@ bool ScreenSession::Run(ScreenEnd& end) {
     return false;
   }
   CHAR8 machine[kMachineTextSize];
-  FormatMachine(mResults.Now().Machine, machine);
+  FormatMachine(mResults.Now(), machine);
   AsciiSPrint(mContent.Title, sizeof(mContent.Title), "TvqAgent " TVQ_VERSION "  %a", machine);
   Describe(mReport);
   const ScreenCommands commands = {Do, this};
