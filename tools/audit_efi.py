@@ -19,7 +19,7 @@ import struct
 import subprocess
 import sys
 
-MACHINES = {0x8664: "X64", 0xAA64: "AARCH64"}
+MACHINES = {0x8664: "X64", 0xAA64: "AARCH64", 0x5064: "RISCV64"}
 SUBSYSTEMS = {10: "application", 11: "driver"}
 EXPECTED_PE_SECTIONS = {".text", ".rdata", ".data", ".reloc"}
 # .eh_frame is emptied by the objcopy step of the tool chain, yet the section stays.
@@ -127,7 +127,7 @@ def parse_image(data):
 def check_headers(image, expected_subsystem, page_aligned):
     """Yields what is wrong with the headers."""
     if image.machine not in MACHINES:
-        yield f"machine type {image.machine:#x} is neither X64 nor AARCH64"
+        yield f"machine type {image.machine:#x} is none of {', '.join(MACHINES.values())}"
     found = SUBSYSTEMS.get(image.subsystem, f"unknown ({image.subsystem})")
     if found != expected_subsystem:
         yield f"its subsystem is {found}, expected {expected_subsystem}"

@@ -71,6 +71,7 @@ class Guest:
     display: tuple = ()  # Options that give it a display and a keyboard.
     script_file: str = "startup.nsh"
     script: object = shell_script  # Makes that file's bytes of the lines.
+    takes_table: bool = True  # QEMU makes an SMBIOS table for such a machine.
 
 
 X64 = Guest(
@@ -122,7 +123,20 @@ U_BOOT = dataclasses.replace(
     script_file="boot.scr",
     script=u_boot_script,
 )
-BY_NAME = {guest.name: guest for guest in (X64, AARCH64, U_BOOT)}
+# The same UEFI on another processor.
+RISCV64 = dataclasses.replace(
+    U_BOOT,
+    name="RISCV64",
+    architecture="RISCV64",
+    boot_file="BOOTRISCV64.EFI",
+    program="qemu-system-riscv64",
+    options=("-machine", "virt,accel=tcg,memory-backend=ram"),
+    code=pathlib.Path("/usr/lib/u-boot/qemu-riscv64/u-boot.bin"),
+    crash=b"Unhandled exception: ",
+    display=(),
+    takes_table=False,
+)
+BY_NAME = {guest.name: guest for guest in (X64, AARCH64, U_BOOT, RISCV64)}
 
 
 def firmware_options(guest, variables):
@@ -157,6 +171,6 @@ def qemu_command(guest, disk, variables, writes=None, medium=VIRTIO, table=TABLE
     for device in MEDIA[medium]:
         command += ["-device", device]
     command += ["-serial", "stdio"]
-    for structure in table:
+    for structure in table if guest.takes_table else ():
         command += ["-smbios", structure]
     return command

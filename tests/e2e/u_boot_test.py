@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Runs agent, platform and driver on U-Boot, whose UEFI is another maker's: on the table that it publishes itself, conformed and as
-it is, and TvqPlatformTest beside them.
+it is, and TvqPlatformTest beside them. On AARCH64, unless --arch names another machine of its kind.
 
 Exit status: 0 everything is as expected, 1 it is not.
 
@@ -45,7 +45,7 @@ def as_is_problems(machine):
 
 
 def main(arguments):
-    options = virtual_machine.argument_parser(__doc__.splitlines()[0]).parse_args([*arguments, "--arch", "U-BOOT"])
+    options = virtual_machine.argument_parser(__doc__.splitlines()[0]).parse_args(["--arch", "U-BOOT", *arguments])
     machine = virtual_machine.VirtualMachine(options)
     found = [*conformed_problems(machine), *as_is_problems(machine)]
     print("\n".join(found) or f"as expected; {PLATFORM_TEST}")

@@ -66,7 +66,7 @@ class BrokenHeaders(AuditTest):
 
     def test_an_unknown_machine_fails(self):
         self.assertEqual(
-            self.problems(pe_builder.build(machine=0x14C)), ["machine type 0x14c is neither X64 nor AARCH64"]
+            self.problems(pe_builder.build(machine=0x14C)), ["machine type 0x14c is none of X64, AARCH64, RISCV64"]
         )
 
     def test_small_sections_fail_where_pages_are_wanted(self):

@@ -219,6 +219,10 @@ class Machine(FolderTest):
             self.assertIn(wanted, command)
             self.assertEqual("file=variables" in command, guest.variables is not None)
 
+    def test_qemu_is_told_of_a_table_only_where_it_makes_one(self):
+        for guest in (guests.U_BOOT, guests.RISCV64):
+            self.assertEqual("-smbios" in guests.qemu_command(guest, "disk", None), guest is guests.U_BOOT)
+
     def test_missing_firmware_names_the_package_that_has_it(self):
         guest = dataclasses.replace(guests.AARCH64, code=self.folder / "none.fd")
         with self.assertRaisesRegex(boot_qemu.BootFailure, "none.fd is missing") as caught:

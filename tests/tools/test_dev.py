@@ -56,7 +56,7 @@ class FrontDoor(unittest.TestCase):
                 self.assertIn("--frobnicate", result.stderr)
 
     def test_a_tool_chain_that_is_not_known_is_a_message(self):
-        for option, wanted in (("--arch", "X64 AARCH64"), ("--toolchain", "GCC5 CLANG38 CLANGPDB GCC49"), ("--target", "DEBUG RELEASE")):
+        for option, wanted in (("--arch", "X64 AARCH64 RISCV64"), ("--toolchain", "GCC5 CLANG38 CLANGPDB GCC49 GCC5_RISCV64"), ("--target", "DEBUG RELEASE")):
             for value in (("RISCV",), ("GCC5 CLANG38",), ("",), ()):
                 with self.subTest(option=option, value=value):
                     result = run(ROOT / "dev", "build", "firmware", option, *value)
@@ -151,21 +151,21 @@ class ShellFunctions(unittest.TestCase):
         definitions.write_text("".join(f"RELEASE_{name}_CC_FLAGS = -Os\n" for name in toolchains), encoding="utf-8")
         return {"EDK2_DIR": str(self.root)}
 
-    OLD = ("GCC5_X64", "CLANG38_X64", "CLANGDWARF_X64", "CLANGPDB_X64", "GCC49_AARCH64", "GCC49_X64")
-    NEW = ("GCC_X64", "GCC5_X64", "GCCNOLTO_AARCH64", "GCC49_AARCH64", "CLANGDWARF_X64", "CLANGPDB_X64")
+    OLD = ("GCC5_X64", "CLANG38_X64", "CLANGDWARF_X64", "CLANGPDB_X64", "GCC49_AARCH64", "GCC49_X64", "GCC5_RISCV64")
+    NEW = ("GCC_X64", "GCC5_X64", "GCCNOLTO_AARCH64", "GCC49_AARCH64", "CLANGDWARF_X64", "CLANGPDB_X64", "GCC_RISCV64")
 
     def test_the_first_tool_chain_of_an_architecture_makes_the_images_that_boot(self):
         for names, wanted in ((self.OLD, ["GCC5", "GCC49"]), (self.NEW, ["GCC", "GCCNOLTO"])):
             tree = self.tools_def(*names)
             self.assertEqual(self.bash("BootingToolchains", **tree).stdout.split(), wanted)
-            named = [f"X64 {wanted[0]}", f"AARCH64 {wanted[1]}"]
+            named = [f"X64 {wanted[0]}", f"AARCH64 {wanted[1]}", f"RISCV64 {wanted[0]}"]
             self.assertEqual(self.bash("NameBootingImages", **tree).stdout.splitlines(), named)
 
     def test_every_tool_chain_belongs_to_one_architecture(self):
         script = 'for t in $(AllToolchains); do echo "$t $(ArchitectureOf $t)"; done'
         for names, wanted in (
-            (self.OLD, ["GCC5 X64", "CLANG38 X64", "CLANGPDB X64", "GCC49 AARCH64"]),
-            (self.NEW, ["GCC X64", "CLANGDWARF X64", "CLANGPDB X64", "GCCNOLTO AARCH64"]),
+            (self.OLD, ["GCC5 X64", "CLANG38 X64", "CLANGPDB X64", "GCC49 AARCH64", "GCC5_RISCV64 RISCV64"]),
+            (self.NEW, ["GCC X64", "CLANGDWARF X64", "CLANGPDB X64", "GCCNOLTO AARCH64", "GCC_RISCV64 RISCV64"]),
         ):
             tree = self.tools_def(*names)
             self.assertEqual(self.bash(script, **tree).stdout.splitlines(), wanted)

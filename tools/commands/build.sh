@@ -8,9 +8,9 @@
 #?   tables             only the sample tables and the program that builds tables of their source, in build/host
 #?   all                firmware and host (the default)
 #?   -v                 shows the output of the tools while they work
-#?   --arch ARCH        firmware for this architecture: X64 (the default) or AARCH64
+#?   --arch ARCH        firmware for this architecture: X64 (the default), AARCH64 or RISCV64
 #?   --toolchain NAME   firmware of this tool chain, by the name that the EDK II tree has for it: in 2022.11 GCC5 (the default),
-#?                      CLANG38 or CLANGPDB for X64, GCC49 for AARCH64
+#?                      CLANG38 or CLANGPDB for X64, GCC49 for AARCH64, GCC5_RISCV64 for RISCV64
 #?   --all              firmware of every tool chain
 #?   --target TARGET    firmware of this target alone, without the audit and the page-aligned driver
 #
@@ -68,6 +68,9 @@ if [[ -n "$toolchain" ]]; then
   toolchains=("$toolchain")
 elif ((every == 0)); then
   toolchains=("$(FirstToolchain "$arch")")
+fi
+if [[ "$what" != host && "$what" != tables && " ${toolchains[*]} " == *_RISCV64\ * ]]; then
+  InstallRiscv64
 fi
 case "$what" in
   firmware) BuildFirmware ;;

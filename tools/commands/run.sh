@@ -3,7 +3,8 @@
 #?
 #? usage: ./dev run [--arch ARCH] [--table FILE | --qemu-table] [--as-is] [--accept] [--out DIR] [-v]
 #?
-#?   --arch ARCH     the machine to boot: x64 (the default), aarch64, or u-boot (AARCH64 with another UEFI)
+#?   --arch ARCH     the machine to boot: x64 (the default), aarch64, u-boot (AARCH64 with another UEFI), or
+#?                   riscv64 (that UEFI too)
 #?   --table FILE    the table to publish: what dmidecode --dump-bin writes, a bare table, or the source of one, as
 #?                   those in samples/ (default: samples/two-socket.smbios)
 #?   --qemu-table    the table that QEMU itself publishes: two sockets, four modules

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --service] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service] [-v]
 #?
 #?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
 #?               mirrors theirs, and changed tests; nothing else is built
@@ -10,6 +10,7 @@
 #?               memory, or behind the stack. That firmware is built first, once.
 #?   --service   in place of the tests: the Debian package and its service, also on Debian's kernel in QEMU, which takes about
 #?               five minutes
+#?   --riscv64   in place of the tests: agent, platform and driver for RISCV64, on U-Boot. A compiler for it is installed.
 #?   -v          show the output of the tools while they build
 #?
 #? The host tests run in build/test with the address and undefined-behaviour sanitizers.
@@ -21,15 +22,13 @@ source "$LIB/firmware.sh"
 source "$LIB/ovmf.sh"
 source "$LIB/host.sh"
 
-guarded=0
-service=0
+kind=
 revision=
 selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
-    --guarded) guarded=1 ;;
-    --service) service=1 ;;
+    --guarded | --riscv64 | --service) kind="${1#--}" ;;
     --changed)
       revision=HEAD
       if [[ -n "${2:-}" && "$2" != -* ]]; then
@@ -75,17 +74,24 @@ if [[ -n "$revision" ]]; then
   Changed "$revision"
   exit
 fi
-if ((guarded)); then
-  FirmwareTarget "$(FirstToolchain X64)" DEBUG
-  OwnOvmf tail head
-  EndToEndTools
-  Tests --config Guarded --label guarded
-fi
-if ((service)); then
-  LongTests
-  BuildHost test build.ninja
-  Tests --config Service --label service
-fi
+case "$kind" in
+  guarded)
+    FirmwareTarget "$(FirstToolchain X64)" DEBUG
+    OwnOvmf tail head
+    EndToEndTools
+    ;;
+  riscv64)
+    InstallRiscv64
+    Firmware "$(FirstToolchain RISCV64)"
+    EndToEndTools
+    ;;
+  service)
+    LongTests
+    BuildHost test build.ninja
+    ;;
+esac
+# CMake calls the configuration by the name with a capital.
+[[ -z "$kind" ]] || Tests --config "${kind^}" --label "$kind"
 mapfile -t toolchains < <(BootingToolchains)
 # EDK II's build keeps one core busy for most of its time, ours takes what there is.
 Note "the firmware is built beside the host's programs"

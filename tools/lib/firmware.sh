@@ -6,17 +6,24 @@
 FIRMWARE="$BUILD/firmware"
 # The tool chains of each architecture, by the names that they have in one release of EDK II or another, the preferred one first.
 # The images of the first tool chain are those that boot.
-declare -A TOOLCHAINS=([X64]="GCC|GCC5 CLANG38|CLANGDWARF CLANGPDB" [AARCH64]="GCCNOLTO|GCC49")
-ARCHITECTURES=(X64 AARCH64)
+declare -A TOOLCHAINS=([X64]="GCC|GCC5 CLANG38|CLANGDWARF CLANGPDB" [AARCH64]="GCCNOLTO|GCC49" [RISCV64]="GCC|GCC5")
+ARCHITECTURES=(X64 AARCH64 RISCV64)
+# Of those that are built and booted unless somebody asks for more.
+USUAL_ARCHITECTURES=(X64 AARCH64)
+
+# What compiles and boots RISCV64, which no usual command needs.
+InstallRiscv64() { InstallPackages gcc-riscv64-linux-gnu g++-riscv64-linux-gnu qemu-system-misc; }
 TARGETS=(DEBUG RELEASE)
 
-# ToolchainsOf ARCH: those of the EDK II tree, one on each line, by the names that it defines.
+# ToolchainsOf ARCH: those of the EDK II tree, one on each line, by the names that it defines. RISCV64 shares its name with X64, so
+# that here it has the architecture behind it.
 ToolchainsOf() {
-  local names name
+  local names name suffix=
+  [[ "$1" != RISCV64 ]] || suffix=_RISCV64
   for names in ${TOOLCHAINS[$1]}; do
     for name in ${names//|/ }; do
-      if grep -qE "^RELEASE_${name}_$1_CC_FLAGS" "$EDK2_DIR/BaseTools/Conf/tools_def.template"; then
-        echo "$name"
+      if grep -qE "^(RELEASE|[*])_${name}_$1_CC_FLAGS" "$EDK2_DIR/BaseTools/Conf/tools_def.template"; then
+        echo "$name$suffix"
         break
       fi
     done
@@ -30,10 +37,13 @@ FirstToolchain() {
   echo "${names%%$'\n'*}"
 }
 
+# NameInEdk2 TOOLCHAIN: what the tree calls it.
+NameInEdk2() { echo "${1%_RISCV64}"; }
+
 # The tool chains whose images boot, one on each line.
 BootingToolchains() {
   local arch
-  for arch in "${ARCHITECTURES[@]}"; do
+  for arch in "${USUAL_ARCHITECTURES[@]}"; do
     FirstToolchain "$arch"
   done
 }
@@ -73,6 +83,7 @@ InEdk2() (
   export PACKAGES_PATH="$EDK2_DIR:$ROOT" PYTHON_COMMAND=python3
   # Where the definitions of the tool chains look for compilers other than the machine's own.
   export GCC49_AARCH64_PREFIX=aarch64-linux-gnu- GCCNOLTO_AARCH64_PREFIX=aarch64-linux-gnu-
+  export GCC5_RISCV64_PREFIX=riscv64-linux-gnu- GCC_RISCV64_PREFIX=riscv64-linux-gnu-
   export CLANG38_BIN=/usr/bin/ CLANGDWARF_BIN=/usr/bin/ CLANG_BIN=/usr/bin/
   # MAKEFLAGS of a calling make would reach the makefiles that `build` writes.
   unset MAKEFLAGS MAKELEVEL
@@ -96,7 +107,7 @@ Edk2Build() {
   local package="$1" toolchain="$2" target="$3" defines
   shift 3
   mapfile -t defines < <(Edk2Defines)
-  InEdk2 "$FIRMWARE" build -a "$(ArchitectureOf "$toolchain")" -t "$toolchain" -b "$target" -n "$JOBS" \
+  InEdk2 "$FIRMWARE" build -a "$(ArchitectureOf "$toolchain")" -t "$(NameInEdk2 "$toolchain")" -b "$target" -n "$JOBS" \
     -p "$package/$package.dsc" -D "EXPAT_DIR=$EXPAT_DIR" "${defines[@]}" "$@"
 }
 
@@ -119,7 +130,7 @@ BuildImages() {
   mkdir -p "$FIRMWARE/Conf" "$FIRMWARE/stamps"
   # A list of modules that changed leaves images behind which nobody builds any more.
   if [[ "$ROOT/$package/$package.dsc" -nt "$stamp" ]]; then
-    rm -rf "${FIRMWARE:?}/Build/$name/$built"
+    rm -rf "${FIRMWARE:?}/Build/$name/${built%_RISCV64}/$(ArchitectureOf "$toolchain")"
   fi
   rm -f "$stamp"
   started="$FIRMWARE/stamps/.started"
@@ -132,7 +143,7 @@ BuildImages() {
 NameBootingImages() {
   local arch
   for arch in "${ARCHITECTURES[@]}"; do
-    echo "$arch $(FirstToolchain "$arch")"
+    echo "$arch $(NameInEdk2 "$(FirstToolchain "$arch")")"
   done
 }
 
@@ -157,13 +168,14 @@ BuildPackages() {
 
 # AuditImages TOOLCHAIN...: the driver linked once more lies in a folder of its own, and its sections must be page-aligned.
 AuditImages() {
-  local toolchain status=0 images aligned options
+  local toolchain status=0 images aligned options folder
   for toolchain; do
     options=()
     # Its linker makes PE files without a detour.
     [[ "$toolchain" != CLANGPDB ]] || options=(--no-elf)
-    images=("$FIRMWARE"/Build/Tvq*Pkg/*_"$toolchain"/*/*.efi)
-    aligned=("$FIRMWARE"/Build/Tvq*PageAligned/*_"$toolchain"/*/*.efi)
+    folder="$(NameInEdk2 "$toolchain")/$(ArchitectureOf "$toolchain")"
+    images=("$FIRMWARE"/Build/Tvq*Pkg/*_"$folder"/*.efi)
+    aligned=("$FIRMWARE"/Build/Tvq*PageAligned/*_"$folder"/*.efi)
     python3 "$TOOLS/audit_efi.py" "${options[@]}" "${images[@]}" || status=1
     [[ ! -f "${aligned[0]}" ]] || python3 "$TOOLS/audit_efi.py" --page-aligned "${aligned[@]}" || status=1
   done

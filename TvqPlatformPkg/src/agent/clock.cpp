@@ -33,7 +33,13 @@ constexpr UINTN kMeasuredMicroseconds = 10000;
 }  // namespace
 
 UINT64 ReadTicks() {
+#if defined(MDE_CPU_RISCV64)
+  UINT64 ticks;
+  __asm__ __volatile__("rdtime %0" : "=r"(ticks) : : "memory");
+  return ticks;
+#else
   return AsmReadTsc();
+#endif
 }
 
 UINT64 TicksPerSecond() {

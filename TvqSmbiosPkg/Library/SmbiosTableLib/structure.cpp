@@ -16,6 +16,20 @@ constexpr U64 NulBytes(U64 word) {
   return (word - kOnes) & ~word & (kOnes << 7);
 }
 
+/// Which byte of a word the lowest bit is in.
+SizeType ByteOfLowestBit(U64 word) {
+#if defined(__riscv)
+  // The base instruction set cannot count zeros, and what compilers call instead is in no library of EDK II.
+  SizeType byte = 0;
+  for (; (word & 0xFF) == 0; word >>= 8) {
+    byte++;
+  }
+  return byte;
+#else
+  return static_cast<SizeType>(__builtin_ctzll(word)) / 8;
+#endif
+}
+
 /// The first NUL, null when there is none. Eight bytes at a time: most of the time of a walk would
 /// go into single ones.
 const U8* FindNul(const U8* text, const U8* end) {
@@ -23,7 +37,7 @@ const U8* FindNul(const U8* text, const U8* end) {
   for (; static_cast<SizeType>(end - text) >= kWord; text += kWord) {
     const U64 nuls = NulBytes(Read64(text));
     if (nuls != 0) {
-      return text + __builtin_ctzll(nuls) / 8;
+      return text + ByteOfLowestBit(nuls);
     }
   }
   while (text < end && *text != 0) {
