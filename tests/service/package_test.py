@@ -55,10 +55,15 @@ def make(build, folder, *options, **variables):
 
 
 def check_sameness(build, folder, package):
-    """Neither the clock's zone nor the user's mask nor the locale is in the package."""
-    before = os.umask(0o077)
-    other = make(build, folder / "again", TZ="Pacific/Auckland", LC_ALL="C", HOME="/nonexistent")
-    os.umask(before)
+    """Neither the clock's zone nor the user's mask nor the locale nor the age of files is in the package."""
+    page = build / "host" / "cli" / "pages" / "tvq.fish"
+    age, mask = page.stat(), os.umask(0o077)
+    os.utime(page, (1, 1))
+    try:
+        other = make(build, folder / "again", TZ="Pacific/Auckland", LC_ALL="C", HOME="/nonexistent")
+    finally:
+        os.umask(mask)
+        os.utime(page, ns=(age.st_atime_ns, age.st_mtime_ns))
     demand(other.read_bytes() == package.read_bytes(), f"{other} is the same as {package}")
 
 
