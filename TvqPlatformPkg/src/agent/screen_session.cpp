@@ -8,12 +8,16 @@
 
 #include <TvqVersion.h>
 
+#include "../states/machine_identity.h"
 #include "../states/machine_match.h"
 #include "screen/summary.h"
 
 namespace tvqplatform {
 
 namespace {
+
+/// What a title has room for, beside the machine's serial number.
+constexpr UINTN kShownModel = 24;
 
 constexpr CHAR8 kRootOfDocument[] = "Configuration/";
 
@@ -44,13 +48,25 @@ bool ScreenSession::Run(ScreenEnd& end) {
   if (!console.Open()) {
     return false;
   }
-  CHAR8 machine[kMachineTextSize];
-  FormatMachine(mResults.Now(), machine);
-  AsciiSPrint(mContent.Title, sizeof(mContent.Title), "TvqAgent " TVQ_VERSION "  %a", machine);
+  FormatTitle();
   Describe(mReport);
   const ScreenCommands commands = {Do, this};
   end = Screen(console, mContent, commands).Run(static_cast<UINT32>(mOptions.Countdown));
   return true;
+}
+
+/// The model, and what tells the machine from others of it.
+void ScreenSession::FormatTitle() {
+  CHAR8 machine[kMachineTextSize];
+  FormatMachine(mResults.Now(), machine);
+  const smbios::Text text = ReadModel(mResults.Now().Table.Structures);
+  CHAR8 model[kShownModel + 1];
+  ZeroMem(model, sizeof(model));
+  if (text) {
+    CopyMem(model, text.Data(), MIN(text.Length(), kShownModel));
+  }
+  AsciiSPrint(mContent.Title, sizeof(mContent.Title), "TvqAgent " TVQ_VERSION "  %a%a%a", model,
+              model[0] == '\0' ? "" : ", ", machine);
 }
 
 void ScreenSession::Do(VOID* context, Command command, View& view) {

@@ -26,6 +26,7 @@ class ScreenSession {
  private:
   static void Do(VOID* context, Command command, View& view);
 
+  void FormatTitle();
   /// Writes what the screen shows, of the report of the last comparison.
   void Describe(const RunReport& state);
   void ShowDetails(const ShownDevice& device);

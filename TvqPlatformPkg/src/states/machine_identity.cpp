@@ -48,6 +48,10 @@ MachineIdentity ReadMachineIdentity(Bytes table) {
   return machine;
 }
 
+smbios::Text ReadModel(Bytes table) {
+  return FirstString(table, SMBIOS_FIELD(1, ProductName));
+}
+
 bool HasUsableUuid(const MachineIdentity& machine) {
   return machine.HasUuid && !devices::SaysNone(machine.Uuid) && !devices::IsMadeUp(machine.Uuid);
 }

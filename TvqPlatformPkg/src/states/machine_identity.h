@@ -14,6 +14,9 @@ namespace tvqplatform {
 /// UUID and serial numbers of the first system, board and chassis of a table, which has to stay.
 MachineIdentity ReadMachineIdentity(Bytes table);
 
+/// What its maker calls the model; no text where the table does not say.
+smbios::Text ReadModel(Bytes table);
+
 /// Whether the UUID tells the machine from others: there is one, and somebody made it for the machine.
 bool HasUsableUuid(const MachineIdentity& machine);
 

@@ -108,7 +108,7 @@ class Drawing {
         AsciiSPrint(text, sizeof(text), "page %d of %d ", static_cast<UINT32>(mView.Page + 1),
                     static_cast<UINT32>(mPages.Count()));
     const UINTN column = mPicture.Width() - length;
-    mPicture.Put(0, 1, mContent.Title, MIN(Length(mContent.Title), column - 2));
+    RowWriter(mPicture, 0, 1).Add(mContent.Title, column - 2);
     mPicture.Put(0, column, text);
     mPicture.SetStyle(0, Style::kBar);
   }

@@ -71,7 +71,7 @@ TEST_F(AgentScreen, SaysFirstWhatMattersAndThenWhatIsThere) {
   Terminal().Type("q");
   Boot();
   EXPECT_EQ(Picture(0),
-            R"( TvqAgent 0.9.0  system ABC1234, UUID 00112233-4455-6677-8899-aabb page 1 of 4
+            R"( TvqAgent 0.9.0  Rack One, system ABC1234, UUID 00112233-4455-667~ page 1 of 4
 First visit: 4 devices are saved. Nothing to do.
 State: saved; later boots are compared with it
 
@@ -105,7 +105,7 @@ TEST_F(AgentScreen, NamesWhatWasFoundAndWhatToDo) {
   Terminal().Type("q");
   Boot();
   EXPECT_EQ(Picture(0),
-            R"( TvqAgent 0.9.0  system ABC1234, UUID 00112233-4455-6677-8899-aabb page 1 of 4
+            R"( TvqAgent 0.9.0  Rack One, system ABC1234, UUID 00112233-4455-667~ page 1 of 4
 2 of 4 devices are not what was saved 2026-11-22 08:00 UTC. What to do:
   DIMM.Socket.A1 (DIMM_A1): replaced
       another part than was here, says the driver, the serial number

@@ -154,7 +154,7 @@ TEST_F(AgentScreenView, ShowsWhatIsNotPrintableAsAQuestionMark) {
 
 TEST_F(AgentScreenView, CutsATitleThatWouldReachThePage) {
   std::snprintf(Content().Title, sizeof(Content().Title), "%s", std::string(79, 'T').c_str());
-  EXPECT_THAT(Picture(), testing::StartsWith(" " + std::string(65, 'T') + " page 1 of 1\n"));
+  EXPECT_THAT(Picture(), testing::StartsWith(" " + std::string(64, 'T') + "~ page 1 of 1\n"));
 }
 
 // --- Keys ---
