@@ -66,6 +66,7 @@ SECOND_BOOT = """
 step replaced
 journalctl TVQ_VERDICT=replaced -o cat >/srv/out/replaced/found
 journalctl -x -t tvq >/srv/out/replaced/explained
+tvq verify --sysfs /srv/table /var/lib/tvq >/srv/out/replaced/as-root 2>&1
 {page}
 step accepted
 systemctl start tvq-probe
@@ -212,6 +213,7 @@ def check_page(machine, found):
     page = PAGE.read_text(encoding="utf-8")
     for message in found:
         demand(f"\n{message}\n" in page, f"a page that shows '{message}'")
+    demand("others may write there" in machine.text("replaced", "as-root"), "that root reads no state of the service")
     failed = machine.text(".", "failed-commands")
     demand(not failed, f"that all commands of the page work: {failed}")
     typed = machine.text(".", "page")
