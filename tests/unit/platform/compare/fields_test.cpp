@@ -100,6 +100,22 @@ TEST_F(CompareFields, CannotBeReadOfWhatIsNoDocument) {
 }
 
 // The path of an element is a copy for each, so that a document of the driver's depth is enough.
+TEST_F(CompareFields, CannotBeReadWithoutMemoryWhichIsNoFaultOfTheDocument) {
+  LoadPlatform();
+  uint64_t failed = 0;
+  for (uint64_t n = 1;; ++n) {
+    Firmware().Memory().FailAllocation(n, host::images::platform);
+    const Unreadable why = Read("<r><a>1</a></r>");
+    Firmware().Memory().StopFailing();
+    if (why == Unreadable::kNot) {
+      break;
+    }
+    ASSERT_EQ(why, Unreadable::kNoMemory) << n;
+    ++failed;
+  }
+  EXPECT_GT(failed, 3u);
+}
+
 TEST_F(CompareFields, CannotBeReadOfSectionsDeepInEachOther) {
   LoadPlatform();
   const auto nested = [](int depth) {
