@@ -20,6 +20,7 @@ struct StartedTable {
   const DeviceLabels& Labels;  ///< Of Conformed.
   bool IsStarted;              ///< The start ended with success.
   UINT32 Options;              ///< SnapshotOptions.
+  bool IsOfOthers = false;     ///< The records are of another machine's table.
 };
 
 class BootSnapshot {

@@ -7,6 +7,9 @@
 #include "prepared_table.h"
 
 #include "../smbios/firmware_table.h"
+#include "../smbios/names/slot_place.h"
+#include "../states/machine_identity.h"
+#include "attributes.h"
 #include "messages.h"
 #include "show.h"
 
@@ -61,6 +64,12 @@ void PreparedTable::ReadLabels(bool asIs) {
     return;
   }
   mPublished = mCapture.Table;
+  mIsOfOthers = IsOfOthers();
+  if (mIsOfOthers) {
+    mReport.Fail("the records are of another machine's table than the one that is read here",
+                 "run TvqAgent again, which starts the driver on this one; nothing is compared.");
+    return;
+  }
   mIsAsIs = asIs || IsRefused(mConformed.Conform(mCapture.Table.Structures));
   if (mIsAsIs) {
     (void)mLabels.Collect(mCapture.Table.Structures);
@@ -71,8 +80,30 @@ void PreparedTable::ReadLabels(bool asIs) {
 }
 
 StartedTable PreparedTable::Started(bool isStarted) const {
-  return {mPublished, mCapture.Table.Structures, mLabels, isStarted,
-          mIsAsIs ? static_cast<UINT32>(kSnapshotAsIs) : 0};
+  return {mPublished,
+          mCapture.Table.Structures,
+          mLabels,
+          isStarted,
+          mIsAsIs ? static_cast<UINT32>(kSnapshotAsIs) : 0,
+          mIsOfOthers};
+}
+
+bool PreparedTable::IsOfOthers() const {
+  const AttributeAnswers answers;
+  const CHAR16* tag = answers[0].Text;
+  const smbios::Text serial =
+      WithoutOuterBlanks(ReadMachineIdentity(mPublished.Structures).SystemSerial);
+  if (tag == nullptr || !serial) {
+    return false;
+  }
+  while (*tag == ' ') {
+    tag++;
+  }
+  UINTN i = 0;
+  while (i < serial.Length() && tag[i] == serial[i]) {
+    i++;
+  }
+  return i != serial.Length() || (tag[i] != 0 && tag[i] != ' ');
 }
 
 /// EFI_NOT_FOUND where there is neither a file nor a table of the firmware.

@@ -27,7 +27,8 @@ class PreparedTable {
   /// Publishes the table of \TVQ\table.bin, or the firmware's own, where the driver looks for one.
   /// False: the report says why there is none.
   [[nodiscard]] bool Prepare(bool asIs);
-  /// Reads that table only for what it prints at its sockets and slots. Nothing is reported.
+  /// Reads that table only for what it prints at its sockets and slots. Reported is alone that it is
+  /// not the one that the records are of.
   void ReadLabels(bool asIs);
 
   /// Puts back what the firmware had published. The driver's table stays where it is.
@@ -44,6 +45,8 @@ class PreparedTable {
   [[nodiscard]] bool IsSmallEnough();
   void Conform();
   [[nodiscard]] bool Publish();
+  /// Whether the driver's records are of a machine with another serial number.
+  bool IsOfOthers() const;
 
   const Volume& mVolume;
   RunReport& mReport;
@@ -56,6 +59,7 @@ class PreparedTable {
   bool mIsFirmwares = false;
   bool mIsChanged = false;
   bool mIsAsIs = false;
+  bool mIsOfOthers = false;
 };
 
 }  // namespace tvqplatform

@@ -158,6 +158,11 @@ void Results::CheckState(RunReport& report) {
     report.FailWithStatus("the devices cannot be compared", EFI_OUT_OF_RESOURCES, kRestart);
     return;
   }
+  if (mTable.IsOfOthers) {
+    AddLine(&report,
+            "State: not compared and not saved, because the records are another machine's");
+    return;
+  }
   struct Question {
     Results& Self;
     RunReport& Report;

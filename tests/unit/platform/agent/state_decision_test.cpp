@@ -287,6 +287,21 @@ TEST_F(AgentState, OfAnotherMachineIsRefusedUnlessToldOtherwise) {
   EXPECT_TRUE(Files().Has("\\TVQ\\golden\\state-2.bin"));
 }
 
+// The driver keeps records of the table that it was started on, whatever lies on the volume by now.
+TEST_F(AgentState, OfRecordsOfAnotherTableThanTheVolumesIsNeitherComparedNorSaved) {
+  PublishFirmwareTable(ServerWith({.serial = "ABC1234"}));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  Files().Put("\\TVQ\\table.bin",
+              AsText(ServerWith({.serial = "XYZ9999", .uuid = Bytes(16)}, "99AABBCC").Bytes()));
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("\nState: not compared and not saved, because the records are "
+                                  "another machine's\n"));
+  EXPECT_FALSE(Files().Has("\\TVQ\\machine-XYZ9999\\state-1.bin"));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr(kSaved));
+  EXPECT_TRUE(Files().Has("\\TVQ\\machine-XYZ9999\\state-1.bin"));
+}
+
 // --- Other options ---
 
 TEST_F(AgentState, OfOtherOptionsIsNamedAndNotCompared) {
