@@ -51,11 +51,10 @@ class Results {
   const StartedTable& mTable;
   const Options& mOptions;
   Inventory mInventory;
+  BootSnapshot mNow;
+  bool mHasNow = false;
   StateOutcome mOutcome;
   ScreenContent* mContent = nullptr;
-  bool mHasNow = false;
-  // Last, because Clang calls memset for more than 128 bytes of zero in a row.
-  BootSnapshot mNow;
 };
 
 }  // namespace tvqplatform

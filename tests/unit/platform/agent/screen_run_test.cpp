@@ -142,6 +142,44 @@ TEST_F(AgentScreen, HasNothingToDoWhereNothingChanged) {
                                     "08:00 UTC.\nSummary: 2 same, 1 cannot tell\n"));
 }
 
+TEST_F(AgentScreen, TellsAFirmwareUpdateFromPartsThatWereExchanged) {
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, Processor{}, End{}));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(Table::Of(Bios{.version = "2.5.0"}, System{}, Processor{}, End{}));
+  Terminal().Type("q");
+  Boot();
+  EXPECT_THAT(Picture(0),
+              HasSubstr("\nNo part was exchanged since what was saved 2026-11-22 08:00 UTC. "
+                        "What to do:\nFirmware update: 2.4.6 -> 2.5.0;"));
+}
+
+TEST_F(AgentScreen, ListsWhatIsGoneBehindWhatIsThere) {
+  PublishFirmwareTable(ServerWithModules("1A2B3C4D", "2B3C4D5E"));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, Processor{},
+                                 MemoryDevice{.locator = "DIMM_A1", .serial = "1A2B3C4D"}, End{}));
+  Terminal().Type("doyq");
+  Boot();
+  EXPECT_THAT(Picture(0), AllOf(HasSubstr("\n1 of 3 devices is not what was saved"),
+                                HasSubstr("\n   -        System.Embedded.1  same "),
+                                HasSubstr("\n>! DIMM_A2  DIMM.Socket.A2     gone ")));
+  EXPECT_THAT(Picture(1), HasSubstr("\nDIMM_A2  DIMM.Socket.A2\n"));
+  EXPECT_THAT(Picture(3),
+              AllOf(HasSubstr("\nNothing to do: 3 devices"), Not(HasSubstr("DIMM_A2"))));
+}
+
+TEST_F(AgentScreen, ListsWhatTheDriverMadeNoRecordOf) {
+  PublishFirmwareTable(ClashingServer());
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi again as-is"), EFI_ABORTED) << "it has no type 225";
+  Files().Put("\\TVQ\\options.txt", "as-is");
+  Terminal().Type("q");
+  Boot();
+  EXPECT_THAT(Picture(0), AllOf(HasSubstr("\nSomething went wrong. What to do:\n"),
+                                HasSubstr("SOCKET 0"), HasSubstr("(no record)")));
+}
+
 TEST_F(AgentScreen, ShowsAfterAFailureWhatToDoBeforeAnythingElse) {
   PublishFirmwareTable(MinimalServer());
   Files().Fail(FileCall::kWrite, EFI_VOLUME_FULL, "\\TVQ\\log.txt");
