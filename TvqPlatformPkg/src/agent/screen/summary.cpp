@@ -29,7 +29,8 @@ void AddComparison(const StateOutcome& outcome, ScreenContent& content) {
                 MAX(all, found), found == 1 ? "is" : "are", time);
     Add(Style::kAttention, text, content);
   } else if (content.IsQuiet) {
-    AsciiSPrint(text, sizeof(text), "Nothing to do: %d devices, as they were saved %a.", all, time);
+    AsciiSPrint(text, sizeof(text), "Nothing to do: %d %a saved %a.", all,
+                all == 1 ? "device, as it was" : "devices, as they were", time);
     Add(Style::kGood, text, content);
   } else {
     AsciiSPrint(text, sizeof(text),
@@ -47,11 +48,12 @@ void AddHeadlines(const VisitFacts& facts, ScreenContent& content) {
   if (facts.Outcome.IsCompared) {
     AddComparison(facts.Outcome, content);
   } else if (facts.Outcome.End == StateEnd::kFirst) {
-    AsciiSPrint(text, sizeof(text), "First visit: %d devices are saved. Nothing to do.", all);
+    AsciiSPrint(text, sizeof(text), "First visit: %d %a saved. Nothing to do.", all,
+                all == 1 ? "device is" : "devices are");
     Add(Style::kGood, text, content);
   } else if (facts.IsReadOnly && !facts.Report.HasFailed()) {
-    AsciiSPrint(text, sizeof(text), "%d devices. Nothing was saved before to compare them with.",
-                all);
+    AsciiSPrint(text, sizeof(text), "%d %a. Nothing was saved before to compare with.", all,
+                all == 1 ? "device" : "devices");
     Add(Style::kAttention, text, content);
   }
 }

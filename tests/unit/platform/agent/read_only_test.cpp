@@ -92,7 +92,7 @@ TEST_P(AgentOnReadOnlyVolume, SaysThatThereIsNothingToCompareWith) {
   terminal.Type("q");
   BootAgent();
   EXPECT_THAT(terminal.Pictures().at(0),
-              HasSubstr("\n3 devices. Nothing was saved before to compare them with.\n"));
+              HasSubstr("\n3 devices. Nothing was saved before to compare with.\n"));
   UseTerminal(nullptr);
 }
 

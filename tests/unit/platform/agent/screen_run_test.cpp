@@ -180,6 +180,18 @@ TEST_F(AgentScreen, ListsWhatTheDriverMadeNoRecordOf) {
                                 HasSubstr("SOCKET 0"), HasSubstr("(no record)")));
 }
 
+TEST_F(AgentScreen, CountsOneDeviceAsOne) {
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, End{}));
+  Terminal().Type("q");
+  Boot();
+  EXPECT_THAT(Picture(0), HasSubstr("\nFirst visit: 1 device is saved. Nothing to do.\n"));
+  Terminal().Do([&] {
+    EXPECT_THAT(Terminal().Picture(), HasSubstr("\nNothing to do: 1 device, as it was saved 2026"));
+  });
+  Terminal().Type("q");
+  Boot();
+}
+
 TEST_F(AgentScreen, ShowsAfterAFailureWhatToDoBeforeAnythingElse) {
   PublishFirmwareTable(MinimalServer());
   Files().Fail(FileCall::kWrite, EFI_VOLUME_FULL, "\\TVQ\\log.txt");
