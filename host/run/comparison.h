@@ -7,6 +7,7 @@
 #define TVQ_HOST_RUN_COMPARISON_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -34,6 +35,7 @@ struct Finding {
   std::u16string fqdd;  // empty for a device without one
   std::string label;    // what the machine's own table calls its place; empty where it does not
   std::string kind;     // "processor", "memory module", "HBM stack" or "system"
+  std::optional<uint16_t> handle;  // of its structure in the later table, where that is known
   std::string verdict;
   std::vector<std::string> also;  // verdicts that apply as well
   std::optional<std::u16string> movedFrom;

@@ -65,12 +65,22 @@ std::vector<std::string> RowsBehind(const tvqplatform::Finding& found) {
   return rows;
 }
 
+// Nothing for a device that is gone.
+std::optional<uint16_t> HandleOf(const tvqplatform::Comparison& result,
+                                 const tvqplatform::Finding& found) {
+  if (found.After == tvqplatform::kNone || !result.After()[found.After].Where) {
+    return std::nullopt;
+  }
+  return result.After()[found.After].Where.Handle();
+}
+
 Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Finding& found) {
   Finding finding;
   finding.fqdd = WideText(tvqplatform::FqddOf(result, found));
   const smbios::Text label = tvqplatform::LabelOf(result, found);
   finding.label.assign(label.begin(), label.end());
   finding.kind = tvqplatform::NameOf(found.Kind);
+  finding.handle = HandleOf(result, found);
   finding.verdict = tvqplatform::WordsOf(found.What).Name;
   finding.also = RowsBehind(found);
   if (found.MovedFrom != tvqplatform::kNone) {

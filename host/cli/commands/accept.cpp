@@ -35,7 +35,7 @@ struct AcceptOptions {
 ExitStatus Accept(const AcceptOptions& options, Console& console) {
   run::DriverRun driver;
   const LoadedState before = LoadState(driver, options.state.folder, console);
-  const run::Results results = CollectRecords(driver, options.state, console);
+  const run::Results results = CollectRecords(driver, options.state, console).results;
   CheckFit(driver, before, options.state, console);
   const run::Origin origin = OriginOf(options.state);
   try {

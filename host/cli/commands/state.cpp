@@ -11,6 +11,8 @@
 
 #include "host/cli/compare/comparison_journal.h"
 #include "host/cli/compare/comparison_output.h"
+#include "host/cli/fleet/device_row.h"
+#include "host/cli/fleet/metrics_file.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
 #include "host/cli/output/json.h"
@@ -45,22 +47,25 @@ constexpr CommandText kVerifyText = {
     "--redact\n"
     "the state has to be one that was saved with --redact.",
     "  sudo tvq verify /var/lib/tvq\n"
-    "  tvq verify before --from-dump dump.bin -v\n",
+    "  tvq verify before --from-dump dump.bin -v\n"
+    "  tvq verify /var/lib/tvq --metrics /var/lib/prometheus/node-exporter/tvq.prom\n",
     "0 nothing is to be looked at; 1 a device moved, is new, gone, replaced\n"
     "or changed; 2 one has no record or could not be verified, or the state or the table cannot "
     "be\n"
-    "read or was made with other options; 3 no state was saved yet. 1 wins over 2."};
+    "read or was made with other options, or the metrics cannot be written; 3 no state was saved\n"
+    "yet. 1 wins over 2."};
 
 struct VerifyOptions {
   StateOptions state;
   bool saveFirst = false;
   bool ifFound = false;
   bool journal = false;
+  MetricsOptions metrics;
 };
 
 ExitStatus Save(const StateOptions& options, Console& console) {
   run::DriverRun driver;
-  const run::Results results = CollectRecords(driver, options, console);
+  const run::Results results = CollectRecords(driver, options, console).results;
   const run::Origin origin = OriginOf(options);
   const SavedState saved = SaveChecked(
       driver, options, LoadStateIfAny(driver, options.folder, Damaged::kIsSaid, console),
@@ -69,14 +74,20 @@ ExitStatus Save(const StateOptions& options, Console& console) {
   return kExitNothingFound;
 }
 
-// The saved state; where there is none, and that is wanted, the one of this run, saved.
-LoadedState StateOrFirst(run::DriverRun& driver, const VerifyOptions& options,
-                         const std::optional<Journal>& journal, const Console& console) {
+// A run, and the state that it is compared with.
+struct RunAndState {
+  Collected run;
+  LoadedState state;
+};
+
+// Where there is no state, and that is wanted, it is the one of this run, saved.
+RunAndState RunAndLoad(run::DriverRun& driver, const VerifyOptions& options,
+                       const std::optional<Journal>& journal, const Console& console) {
   const std::string& folder = options.state.folder;
   std::optional<LoadedState> state = options.saveFirst
                                          ? LoadStateIfAny(driver, folder, Damaged::kFails, console)
                                          : std::optional(LoadState(driver, folder, console));
-  CollectRecords(driver, options.state, console);
+  Collected run = CollectRecords(driver, options.state, console);
   if (!state) {
     const run::Origin origin = OriginOf(options.state);
     const SavedState saved = SaveChecked(
@@ -87,7 +98,45 @@ LoadedState StateOrFirst(run::DriverRun& driver, const VerifyOptions& options,
     }
     state = LoadState(driver, folder, console);
   }
-  return std::move(*state);
+  return {std::move(run), std::move(*state)};
+}
+
+struct Verified {
+  run::Comparison comparison;
+  std::vector<run::StateHole> holes;       // of the saved state
+  std::optional<MeasuredDevices> devices;  // where somebody wants metrics, and they were compared
+};
+
+Verified CompareWithState(const VerifyOptions& options, const std::optional<Journal>& journal,
+                          const Console& console) {
+  run::DriverRun driver;
+  const RunAndState both = RunAndLoad(driver, options, journal, console);
+  Verified verified;
+  verified.holes = CheckFit(driver, both.state, options.state, console).holes;
+  run::CompareOptions how;
+  how.isVerbose = options.state.isVerbose;
+  how.isAscii = console.terminal.isAscii;
+  verified.comparison = driver.Compare(both.state.bytes, OriginOf(options.state), how);
+  if (!options.metrics.file.empty() && !verified.comparison.hasOtherOptions) {
+    verified.devices = {MakeRows(both.run.table, both.run.results), verified.comparison.counts,
+                        verified.comparison.firmware.has_value()};
+    AddVerdicts(verified.comparison, verified.devices->rows);
+  }
+  return verified;
+}
+
+// The metrics say that it failed, too.
+Verified CompareOrSayWhyNot(const VerifyOptions& options, const std::optional<Journal>& journal,
+                            const Console& console) {
+  try {
+    return CompareWithState(options, journal, console);
+  } catch (const NoStateError&) {
+    WriteMetrics(options.metrics, kExitNoState, std::nullopt, console);
+    throw;
+  } catch (...) {
+    WriteMetrics(options.metrics, kExitTrouble, std::nullopt, console);
+    throw;
+  }
 }
 
 void Print(const run::Comparison& comparison, const std::vector<run::StateHole>& holes,
@@ -108,18 +157,15 @@ void Print(const run::Comparison& comparison, const std::vector<run::StateHole>&
 ExitStatus Verify(const VerifyOptions& options, Console& console) {
   const std::optional<Journal> journal =
       options.journal ? std::optional<Journal>(std::in_place) : std::nullopt;
-  run::DriverRun driver;
-  const LoadedState state = StateOrFirst(driver, options, journal, console);
-  const run::StateFit fit = CheckFit(driver, state, options.state, console);
-  run::CompareOptions how;
-  how.isVerbose = options.state.isVerbose;
-  how.isAscii = console.terminal.isAscii;
-  const run::Comparison comparison = driver.Compare(state.bytes, OriginOf(options.state), how);
-  Print(comparison, fit.holes, options, console);
+  Verified verified = CompareOrSayWhyNot(options, journal, console);
+  const ExitStatus status = StatusOf(verified.comparison);
+  const bool isMeasured =
+      WriteMetrics(options.metrics, status, std::move(verified.devices), console);
+  Print(verified.comparison, verified.holes, options, console);
   if (journal) {
-    WriteToJournal(comparison, *journal);
+    WriteToJournal(verified.comparison, *journal);
   }
-  return StatusOf(comparison);
+  return isMeasured || status == kExitFound ? status : kExitTrouble;
 }
 
 }  // namespace
@@ -145,6 +191,7 @@ void AddVerify(Commands& commands) {
   app.add_flag("--journal", options->journal,
                "Write to the system's journal, too: an entry for each device that is to be looked "
                "at, and one that sums up");
+  AddMetrics(app, options->metrics);
   commands.AddWide(app);
 }
 

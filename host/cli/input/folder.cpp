@@ -45,7 +45,10 @@ bool IsLink(int folder, const std::string& name) {
   return isLink;
 }
 
-bool WriteAll(int file, const std::vector<uint8_t>& bytes) {
+bool WriteAll(int file, const std::vector<uint8_t>& bytes, Readers readers) {
+  if (readers == Readers::kEveryone && fchmod(file, 0644) != 0) {
+    return false;
+  }
   size_t written = 0;
   while (written < bytes.size()) {
     const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
@@ -100,8 +103,8 @@ class NewFile {
     }
   }
 
-  bool Write(const std::vector<uint8_t>& bytes) {
-    return mFile.IsOpen() && WriteAll(mFile.Number(), bytes);
+  bool Write(const std::vector<uint8_t>& bytes, Readers readers) {
+    return mFile.IsOpen() && WriteAll(mFile.Number(), bytes, readers);
   }
   bool TakeName(const std::string& name, Taken taken) {
     const unsigned flags = taken == Taken::kFails ? RENAME_NOREPLACE : 0;
@@ -157,13 +160,13 @@ Descriptor OpenFolder(const std::string& path, Missing missing, std::string& lin
 }
 
 Written WriteFile(const Descriptor& folder, const std::string& name,
-                  const std::vector<uint8_t>& bytes, Taken taken) {
+                  const std::vector<uint8_t>& bytes, Taken taken, Readers readers) {
   if (IsSpecialFile(folder, name)) {
     errno = EEXIST;
     return Written::kNo;
   }
   NewFile file(folder.Number(), name);
-  if (!file.Write(bytes) || !file.TakeName(name, taken)) {
+  if (!file.Write(bytes, readers) || !file.TakeName(name, taken)) {
     return Written::kNo;
   }
   return fsync(folder.Number()) == 0 ? Written::kYes : Written::kNotSure;

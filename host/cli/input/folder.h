@@ -46,6 +46,11 @@ enum class Taken {
   kReplaced,  // as a whole
 };
 
+enum class Readers {
+  kOwner,
+  kEveryone,
+};
+
 // What became of a file that was to be written.
 enum class Written {
   kNo,  // errno says why; what was there before still is
@@ -53,11 +58,12 @@ enum class Written {
   kNotSure,  // it is there, and may not be after a power cut: errno says why
 };
 
-// Writes a file for its owner alone, as a whole or not at all: a new one is created under a name of
-// its own, reaches the disk, and then takes this name. Whatever an interrupted write left is in
-// nobody's way.
+// Writes a file as a whole or not at all: a new one is created under a name of its own, reaches the
+// disk, and then takes this name. Its owner alone may write it. Whatever an interrupted write left is
+// in nobody's way.
 Written WriteFile(const Descriptor& folder, const std::string& name,
-                  const std::vector<uint8_t>& bytes, Taken taken);
+                  const std::vector<uint8_t>& bytes, Taken taken,
+                  Readers readers = Readers::kOwner);
 
 // Whether the name is that of a link, a device, a pipe or the like, which is never replaced.
 bool IsSpecialFile(const Descriptor& folder, const std::string& name);

@@ -131,8 +131,8 @@ void AddSaveOptions(CLI::App& app, StateOptions& options) {
                "Put a state that lacks devices in place of one that lacks none");
 }
 
-run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
-                            const Console& console) {
+Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,
+                         const Console& console) {
   run::Table table = ReadTable(driver, options.table, console);
   if (options.table.conform && !ConformTable(driver, table, console)) {
     throw InputError("the table cannot be conformed", "run with --as-is");
@@ -143,7 +143,7 @@ run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
                      options.table.conform ? "`tvq export` shows the driver's log"
                                            : "without --as-is, the table is made fit for it");
   }
-  return results;
+  return {std::move(table), std::move(results)};
 }
 
 run::Origin OriginOf(const StateOptions& options) {

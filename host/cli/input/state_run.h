@@ -39,9 +39,15 @@ void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options);
 // Adds --keep and --incomplete.
 void AddSaveOptions(CLI::App& app, StateOptions& options);
 
+// A table that the driver ran on, and what it made of it.
+struct Collected {
+  run::Table table;
+  run::Results results;
+};
+
 // Runs the driver, and insists on records.
-run::Results CollectRecords(run::DriverRun& driver, const StateOptions& options,
-                            const Console& console);
+Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,
+                         const Console& console);
 
 // What a state that is made now says of itself.
 run::Origin OriginOf(const StateOptions& options);
