@@ -124,6 +124,10 @@ def commands(tvq, table, folder):
     yield [tvq, "accept", state, "System.Embedded.1", "--json", *dump]
     yield [tvq, "diff", state, table, "--json"]
     yield [tvq, "diff", table, folder / "other.bin", "--json"]
+    rows = ("export", table, "--rows", "--time", "1795000000")
+    yield [tvq, *rows]
+    yield [tvq, *rows, "--against", state]
+    yield [tvq, *rows, "--redact", "--redact-key", "key", "--host", "a server"]
 
 
 def blobs_of(export):
@@ -162,7 +166,8 @@ def main(arguments):
                 text = tables.run(*words, status=(0, 1, 2))
                 if not text:
                     continue
-                schemas.check(text, " ".join(str(word) for word in command))
+                for document in text.splitlines() if "--rows" in command else [text]:
+                    schemas.check(document, " ".join(str(word) for word in command))
                 # What is saved already is not new any more.
                 if command[1] not in ("save", "accept") and text != tables.run(*words, status=(0, 1, 2)):
                     sys.exit(f"{command} prints something else in another run")

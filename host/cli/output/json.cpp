@@ -14,6 +14,9 @@ namespace {
 
 using nlohmann::ordered_json;
 
+// A name of a file need not be UTF-8.
+constexpr auto kForOtherBytes = ordered_json::error_handler_t::replace;
+
 ordered_json ToJson(const std::optional<std::u16string>& text) {
   return text ? ordered_json(Utf8OfWide(*text)) : ordered_json(nullptr);
 }
@@ -81,11 +84,12 @@ ordered_json SchemaJson(const char* name) {
   return {{"schema", name}, {"schemaVersion", 1}};
 }
 
-// A name of a file need not be UTF-8.
 void PrintJson(const ordered_json& document, const Console& console) {
-  console.out << document.dump(1, ' ', console.terminal.isAscii,
-                               ordered_json::error_handler_t::replace)
-              << '\n';
+  console.out << document.dump(1, ' ', console.terminal.isAscii, kForOtherBytes) << '\n';
+}
+
+void PrintJsonLine(const ordered_json& document, const Console& console) {
+  console.out << document.dump(-1, ' ', console.terminal.isAscii, kForOtherBytes) << '\n';
 }
 
 ordered_json SmbiosJson(const run::Table& table) {

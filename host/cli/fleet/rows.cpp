@@ -1,0 +1,126 @@
+/*
+ * `tvq export --rows`: one line of JSON for each device.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include "host/cli/fleet/rows.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <ctime>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "host/cli/fleet/device_row.h"
+#include "host/cli/output/json.h"
+
+namespace tvq::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// This machine's name, or that of the file: a folder of captured tables has a file for each machine.
+std::string OwnName(const TableOptions& table) {
+  if (table.file == "-") {
+    return "";
+  }
+  if (!table.file.empty()) {
+    return std::filesystem::path(table.file).stem().string();
+  }
+  char name[256] = {};
+  return gethostname(name, sizeof(name) - 1) == 0 ? name : "";
+}
+
+// It tells which machine this is, as a serial number does.
+std::string HostOf(const TableOptions& table, const RowOptions& options) {
+  if (options.host) {
+    return *options.host;
+  }
+  const std::optional<Masker> masker = MakeMasker(table.redact);
+  const std::string name = OwnName(table);
+  return masker ? masker->Mask(name) : name;
+}
+
+// Where nothing in the table tells the machine from others, its name has to.
+std::string MachineOf(const run::Table& table, const std::string& host) {
+  const std::string identity = MachineIdentityOf(table);
+  return identity.empty() && !host.empty() ? "host:" + host : identity;
+}
+
+Json RowJson(const DeviceRow& row, std::uint64_t time, const std::string& host,
+             const std::string& machine) {
+  Json json = SchemaJson("tvq-row");
+  json["time"] = time;
+  json["host"] = host;
+  json["machine"] = machine;
+  json["class"] = row.kind;
+  json["fqdd"] = row.fqdd;
+  json["label"] = row.label;
+  json["maker"] = row.maker;
+  json["part"] = row.part;
+  json["serial"] = row.serial;
+  json["sizeInBytes"] = row.sizeInBytes;
+  json["speed"] = row.speed;
+  json["ratedSpeed"] = row.ratedSpeed;
+  json["firmware"] = row.firmware;
+  json["verdict"] = row.verdict;
+  return json;
+}
+
+StateOptions OptionsToCompare(const TableOptions& table, const RowOptions& options) {
+  StateOptions compared;
+  compared.table = table;
+  compared.folder = options.state;
+  compared.otherMachine = options.otherMachine;
+  return compared;
+}
+
+}  // namespace
+
+void AddRows(CLI::App& app, RowOptions& options) {
+  CLI::Option* const rows =
+      app.add_flag("--rows", options.isWanted,
+                   "Print one line for each device instead, for the tables of a database");
+  CLI::Option* const against =
+      app.add_option("--against", options.state,
+                     "What became of each device since `tvq save DIR`, in the rows")
+          ->type_name("DIR")
+          ->needs(rows);
+  app.add_flag("--other-machine", options.otherMachine,
+               "Take the state of another machine for one of this machine")
+      ->needs(against);
+  app.add_option("--host", options.host,
+                 "The machine's name in the rows, instead of its own or that of FILE")
+      ->type_name("NAME")
+      ->needs(rows);
+  app.add_option("--time", options.time, "When it was so, in seconds since 1970, instead of now")
+      ->type_name("N")
+      ->needs(rows);
+}
+
+std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions& options,
+                                        const Console& console) {
+  return options.state.empty() ? std::nullopt
+                               : std::optional(LoadState(driver, options.state, console));
+}
+
+void PrintRows(run::DriverRun& driver, const Collected& collected,
+               const std::optional<LoadedState>& state, const TableOptions& table,
+               const RowOptions& options, const Console& console) {
+  std::vector<DeviceRow> rows = MakeRows(collected.table, collected.results);
+  if (state) {
+    const StateOptions compared = OptionsToCompare(table, options);
+    CheckFit(driver, *state, compared, console);
+    AddVerdicts(driver.Compare(state->bytes, OriginOf(compared), {}), rows);
+  }
+  const std::uint64_t time =
+      options.time ? *options.time : static_cast<std::uint64_t>(std::time(nullptr));
+  const std::string host = HostOf(table, options);
+  const std::string machine = MachineOf(collected.table, host);
+  for (const DeviceRow& row : rows) {
+    PrintJsonLine(RowJson(row, time, host, machine), console);
+  }
+}
+
+}  // namespace tvq::cli

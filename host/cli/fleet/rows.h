@@ -1,0 +1,39 @@
+/*
+ * `tvq export --rows`: one line of JSON for each device, for the tables of a database.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_FLEET_ROWS_H_
+#define TVQ_HOST_CLI_FLEET_ROWS_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/cli/input/state_run.h"
+
+namespace tvq::cli {
+
+struct RowOptions {
+  bool isWanted = false;
+  std::string state;  // a folder of states to compare with; empty: nothing is compared
+  bool otherMachine = false;
+  std::optional<std::string> host;    // as it is wanted in the rows
+  std::optional<std::uint32_t> time;  // seconds since 1970, instead of now
+};
+
+// Adds --rows, and what goes with it.
+void AddRows(CLI::App& app, RowOptions& options);
+
+// The state to compare with, where one is wanted. Throws an InputError.
+std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions& options,
+                                        const Console& console);
+
+// Prints the rows of a table that the driver ran on. Throws an InputError.
+void PrintRows(run::DriverRun& driver, const Collected& collected,
+               const std::optional<LoadedState>& state, const TableOptions& table,
+               const RowOptions& options, const Console& console);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_FLEET_ROWS_H_
