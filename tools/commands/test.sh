@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service | --fleet] [-v]
 #?
 #?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
 #?               mirrors theirs, and changed tests; nothing else is built
@@ -11,6 +11,8 @@
 #?   --service   in place of the tests: the Debian package and its service, also on Debian's kernel in QEMU, which takes about
 #?               five minutes
 #?   --riscv64   in place of the tests: agent, platform and driver for RISCV64, on U-Boot. A compiler for it is installed.
+#?   --fleet     in place of the tests: 3,000 machines over 30 days in sqlite3 and in ClickHouse, and an alert of Prometheus
+#?               on a replaced module, with Debian's packages unpacked under build/fleet; about 5 minutes
 #?   -v          show the output of the tools while they build
 #?
 #? The host tests run in build/test with the address and undefined-behaviour sanitizers.
@@ -21,6 +23,7 @@ source "$LIB/setup.sh"
 source "$LIB/firmware.sh"
 source "$LIB/ovmf.sh"
 source "$LIB/host.sh"
+source "$LIB/fleet.sh"
 
 kind=
 revision=
@@ -28,7 +31,7 @@ selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
-    --guarded | --riscv64 | --service) kind="${1#--}" ;;
+    --guarded | --riscv64 | --service | --fleet) kind="${1#--}" ;;
     --changed)
       revision=HEAD
       if [[ -n "${2:-}" && "$2" != -* ]]; then
@@ -88,6 +91,10 @@ case "$kind" in
   service)
     LongTests
     BuildHost test build.ninja
+    ;;
+  fleet)
+    FleetTools
+    BuildHost test tvq
     ;;
 esac
 # CMake calls the configuration by the name with a capital.
