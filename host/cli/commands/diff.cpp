@@ -4,7 +4,6 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -65,23 +64,6 @@ struct Difference {
   run::Comparison comparison;
   std::vector<StructureChange> structures;
 };
-
-bool IsFolder(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// The state in a folder or a file; nothing where the path names a table.
-std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
-                                  const Console& console) {
-  if (path == "-") {
-    return std::nullopt;
-  }
-  if (IsFolder(path)) {
-    return LoadState(driver, path, console).bytes;
-  }
-  return LoadStateFile(path);
-}
 
 // Runs the driver on the side's table.
 void Run(run::DriverRun& driver, const Side& side, const Console& console) {

@@ -25,6 +25,8 @@ namespace {
 
 constexpr std::string_view kPrefix = "state-";
 constexpr std::string_view kSuffix = ".bin";
+// How the agent names the folder of a machine.
+constexpr std::string_view kMachinePrefix = "machine-";
 // What versions before had in place of numbered files.
 constexpr char kSingleFile[] = "tvq-state.bin";
 constexpr char kFolderHint[] = "name a folder that you may write to and that is no link";
@@ -223,7 +225,42 @@ void RemoveOld(const Descriptor& folder, unsigned kept) {
   }
 }
 
+// What to do where a folder has no state: the agent's has one for each machine.
+std::string NoStateHint(const std::string& folder) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  std::vector<std::string> machines;
+  if (directory.IsOpen()) {
+    for (const std::string& name : NamesIn(directory)) {
+      if (name.rfind(kMachinePrefix, 0) == 0) {
+        machines.push_back(PathIn(folder, name));
+      }
+    }
+  }
+  if (HasFirstAgentsStates(folder)) {
+    return "state-a.bin and state-b.bin are of an earlier agent: `tvq diff` reads either";
+  }
+  if (machines.empty()) {
+    return "save a state first with `tvq save " + folder + "`";
+  }
+  std::sort(machines.begin(), machines.end());
+  return fmt::format("name the folder of one machine: {}", fmt::join(machines, ", "));
+}
+
 }  // namespace
+
+std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
+                                  const Console& console) {
+  struct stat status = {};
+  if (path == "-" || stat(path.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  if (S_ISDIR(status.st_mode)) {
+    return LoadState(driver, path, console).bytes;
+  }
+  // Whoever writes into a pipe is not disturbed: what comes through it comes once.
+  return S_ISREG(status.st_mode) ? LoadStateFile(path) : std::nullopt;
+}
 
 std::string SaveHint(int error, const std::string& folder) {
   const std::string kept = "what was saved there before is still there";
@@ -329,11 +366,7 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path) {
 LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const Console& console) {
   std::optional<LoadedState> state = LoadStateIfAny(driver, folder, Damaged::kFails, console);
   if (!state) {
-    throw NoStateError(
-        fmt::format("there is no saved state in {}", folder),
-        HasFirstAgentsStates(folder)
-            ? "state-a.bin and state-b.bin are of an earlier agent: `tvq diff` reads either"
-            : "save a state first with `tvq save " + folder + "`");
+    throw NoStateError(fmt::format("there is no saved state in {}", folder), NoStateHint(folder));
   }
   return std::move(*state);
 }

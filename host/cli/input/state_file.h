@@ -45,6 +45,11 @@ std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::str
 // The bytes of one file, under the same rules; nothing where it does not begin as a state does.
 std::optional<run::Bytes> LoadStateFile(const std::string& path);
 
+// The state that the path names: of a folder the newest one, else the file itself. Nothing where it is no
+// state, or "-".
+std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
+                                  const Console& console);
+
 // Saves a state beside those that are there, and removes all but the newest `kept`. The folder is
 // made when it is missing. `encode` gives the file with a number. Returns its path. Throws an
 // InputError.

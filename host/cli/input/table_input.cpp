@@ -12,6 +12,7 @@
 
 #include "host/cli/input/file_kind.h"
 #include "host/cli/input/input.h"
+#include "host/cli/input/state_file.h"
 #include "host/table/dump.h"
 
 namespace tvq::cli {
@@ -87,6 +88,32 @@ run::Table FileTable(run::DriverRun& driver, const run::Bytes& file, const Table
   throw InputError(
       fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options), error.what()),
       kTableHint);
+}
+
+// The table that a saved state was made of, as the machine published it.
+run::Table TableOfState(run::DriverRun& driver, const run::Bytes& state,
+                        const TableOptions& options, const Console& console) {
+  run::StateTable kept;
+  try {
+    kept = driver.ReadStateTable(state);
+  } catch (const run::StateError& error) {
+    throw InputError(fmt::format("{} {}", NameOf(options), error.what()), kTableHint);
+  }
+  if (!kept.table) {
+    throw InputError(fmt::format("{} is a saved state without its table", NameOf(options)),
+                     fmt::format("name the state first, and a table to compare it with: `tvq diff "
+                                 "{} TABLE`",
+                                 options.file));
+  }
+  if (const std::optional<Masker> masker = MakeMasker(options.redact)) {
+    SayBlanked(RedactTable(kept.table->structures, *masker), console);
+  }
+  return std::move(*kept.table);
+}
+
+// Whether the options name a file or a folder, of which either may be a state.
+bool MayBeState(const TableOptions& options) {
+  return !options.file.empty() && options.file != "-";
 }
 
 void AddTableSource(CLI::App& app, TableOptions& options) {
@@ -170,6 +197,12 @@ run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableO
 }
 
 run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console) {
+  if (MayBeState(options)) {
+    const std::optional<run::Bytes> state = StateIn(driver, options.file, console);
+    if (state) {
+      return TableOfState(driver, *state, options, console);
+    }
+  }
   run::Table table = TableOf(driver, ReadTableBytes(options, console), options, console);
   for (const std::string& warning : table.warnings) {
     console.Warning(warning);

@@ -51,7 +51,7 @@ TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
 run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
                    const Console& console);
 
-// Reads the table that the options name; what is odd about it is said. Throws InputError.
+// Reads the table that the options name, also the one that a saved state was made of; what is odd about it is said. Throws InputError.
 run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console);
 
 // Puts the conformed table in place of the table. Says how much changed, and whatever is more than a

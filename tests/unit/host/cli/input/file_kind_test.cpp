@@ -5,6 +5,10 @@
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <thread>
 
 #include "tests/unit/host/cli/server.h"
 
@@ -44,11 +48,30 @@ TEST_F(FileKind, ThatDmidecodePrintedForPeopleHasNoBytes) {
                         "-`\n"));
 }
 
-TEST_F(FileKind, ThatIsAStateIsToBeCompared) {
+TEST_F(FileKind, ThatIsAStateHasTheTableThatItWasMadeOf) {
+  const std::string table = Write("table", test::MinimalServer().Bytes());
+  RunTvq({"save", Path("state"), "--table", table});
+  const Outcome ofTable = RunTvq({"show", "--table", table});
+  ASSERT_EQ(ofTable.status, 0);
+  for (const char* state : {"state/state-1.bin", "state"}) {
+    const Outcome ofState = RunTvq({"show", Path(state)});
+    EXPECT_EQ(ofState.status, 0);
+    EXPECT_EQ(ofState.out, ofTable.out);
+  }
+  EXPECT_EQ(RunTvq({"show", Path("state"), "--redact", "--redact-key", "k"}).out,
+            RunTvq({"show", "--table", table, "--redact", "--redact-key", "k"}).out);
+  EXPECT_EQ(RunTvq({"verify", Path("state"), "--from-dump", Path("state/state-1.bin")}).status, 0);
+}
+
+TEST_F(FileKind, ThatIsADamagedStateSaysSo) {
+  EXPECT_THAT(Said("TVQSTATE and nothing more"), HasSubstr(" was cut off while it was saved\n"));
+}
+
+TEST_F(FileKind, OfAStateIsToBeComparedWhereTheBytesThemselvesMatter) {
   RunTvq({"save", Path("state"), "--conform", "--table", Write("table", TableOf({}).Bytes())});
-  const Outcome shown = RunTvq({"show", Path("state/state-1.bin")});
-  EXPECT_EQ(shown.status, 2);
-  EXPECT_THAT(shown.diagnostics,
+  const Outcome linted = RunTvq({"lint", Path("state/state-1.bin")});
+  EXPECT_EQ(linted.status, 2);
+  EXPECT_THAT(linted.diagnostics,
               HasSubstr(" is a saved state, and no table\ntvq: hint: name the "
                         "state first, and a table to compare it with: `tvq diff "));
 }
@@ -79,6 +102,19 @@ TEST_F(FileKind, ThatIsATableIsNoSourceAndHasNoBlobs) {
   EXPECT_EQ(RunTvq({"decode", table}).diagnostics,
             "tvq: error: " + table + " is a table, and no stored blobs\n" +
                 "tvq: hint: `tvq show " + table + "` reads it\n");
+}
+
+TEST_F(FileKind, ThatIsAPipeIsReadOnce) {
+  const test::Bytes table = test::MinimalServer().Bytes();
+  const std::string pipe = Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::thread writer([&] {
+    std::ofstream(pipe, std::ios::binary)
+        .write(reinterpret_cast<const char*>(table.data()), static_cast<std::streamsize>(table.size()));
+  });
+  const Outcome shown = RunTvq({"show", "--table", pipe});
+  writer.join();
+  EXPECT_EQ(shown.status, 0) << shown.diagnostics;
 }
 
 }  // namespace

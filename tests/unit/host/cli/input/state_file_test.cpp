@@ -351,6 +351,15 @@ TEST_F(StateFile, ThatIsMissingIsToBeSavedFirst) {
   }
 }
 
+TEST_F(StateFile, OfOneOfTheMachinesOnAStickIsToBeNamed) {
+  fs::create_directories(Path("state/machine-B"));
+  fs::create_directories(Path("state/machine-A"));
+  const Outcome verified = Verify({});
+  EXPECT_EQ(verified.status, 3);
+  EXPECT_THAT(verified.diagnostics, HasSubstr("tvq: hint: name the folder of one machine: " +
+                                              Folder() + "/machine-A, " + Folder() + "/machine-B"));
+}
+
 TEST_F(StateFile, InAFileInPlaceOfTheFolderCannotBeOpened) {
   Write("state", {1});
   EXPECT_THAT(LoadError(), HasSubstr("cannot open " + Folder() + ": Not a directory"));
