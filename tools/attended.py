@@ -132,7 +132,8 @@ class Machine:
                     return seconds
         return None
 
-    def _until(self, happened, what, seconds):
+    def wait_until(self, happened, what, seconds=SECONDS):
+        """Until a function says so; `what` names that in the failure."""
         end = time.monotonic() + seconds
         while not happened():
             if time.monotonic() > end:
@@ -146,14 +147,14 @@ class Machine:
 
     def wait_for(self, text, seconds=SECONDS):
         """Until the text stands on the screen, in one line."""
-        self._until(lambda: any(text in line for line in self.screen()), f"'{text}'", seconds)
+        self.wait_until(lambda: any(text in line for line in self.screen()), f"'{text}'", seconds)
 
     def wait_until_gone(self, text, seconds=SECONDS):
-        self._until(lambda: not any(text in line for line in self.screen()), f"a screen without '{text}'", seconds)
+        self.wait_until(lambda: not any(text in line for line in self.screen()), f"a screen without '{text}'", seconds)
 
     def wait_for_output(self, text, seconds=SECONDS):
         """Until the serial console has ever said it, also where it went off the screen again."""
-        self._until(lambda: text.encode() in _ESCAPES.sub(b"", self.raw()), f"'{text}'", seconds)
+        self.wait_until(lambda: text.encode() in _ESCAPES.sub(b"", self.raw()), f"'{text}'", seconds)
 
     def wait_until_off(self, seconds=SECONDS):
         """Until the machine is off, or is reset where QEMU was told not to restart it."""

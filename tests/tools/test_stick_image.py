@@ -7,6 +7,8 @@ import contextlib
 import io
 import os
 import pathlib
+import re
+import shlex
 import struct
 import subprocess
 import tempfile
@@ -16,12 +18,13 @@ import uuid
 import zlib
 from unittest import mock
 
-import scripts  # noqa: F401
+import scripts
 import audit_efi
 import harden_efi
 import pe_builder
 import stick_image
 
+PAGE = scripts.ROOT / "docs" / "stick.md"
 EPOCH = "1700000000"
 NAMES = ("TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi")
 MACHINES = {"X64": 0x8664, "AARCH64": 0xAA64}
@@ -80,13 +83,10 @@ class ImageTest(unittest.TestCase):
         return self.files_of(f"{stick}@@1M")
 
     def make_key(self):
-        key, certificate = self.folder / "key.pem", self.folder / "certificate.pem"
-        subprocess.run(
-            ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Test", "-keyout", key, "-out", certificate],
-            check=True,
-            capture_output=True,
-        )
-        return key, certificate
+        """A key and its certificate, as the page says."""
+        command = re.search(r"(?m)^openssl req .*-keyout (\S+) -out (\S+)$", PAGE.read_text(encoding="utf-8"))
+        subprocess.run(shlex.split(command[0]), cwd=self.folder, check=True, capture_output=True)
+        return self.folder / command[1], self.folder / command[2]
 
 
 class Stick(ImageTest):

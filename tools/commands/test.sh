@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service | --fleet] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service | --fleet | --stick] [-v]
 #?
 #?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
 #?               mirrors theirs, and changed tests; nothing else is built
@@ -13,6 +13,8 @@
 #?   --riscv64   in place of the tests: agent, platform and driver for RISCV64, on U-Boot. A compiler for it is installed.
 #?   --fleet     in place of the tests: 3,000 machines over 30 days in sqlite3 and in ClickHouse, and an alert of Prometheus
 #?               on a replaced module, with Debian's packages unpacked under build/fleet; about 5 minutes
+#?   --stick     in place of the tests: boots the stick and the disc of ./dev image on every machine that QEMU plays here, from
+#?               every medium, with Secure Boot and without, and prints what became of each boot
 #?   -v          show the output of the tools while they build
 #?
 #? The host tests run in build/test with the address and undefined-behaviour sanitizers.
@@ -31,7 +33,7 @@ selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
-    --guarded | --riscv64 | --service | --fleet) kind="${1#--}" ;;
+    --guarded | --riscv64 | --service | --fleet | --stick) kind="${1#--}" ;;
     --changed)
       revision=HEAD
       if [[ -n "${2:-}" && "$2" != -* ]]; then
@@ -95,6 +97,12 @@ case "$kind" in
   fleet)
     FleetTools
     BuildHost test tvq
+    ;;
+  stick)
+    StickImages
+    EndToEndTools
+    exec python3 -B "$ROOT/tests/e2e/stick_test.py" --all --images "$FIRMWARE/Build" --out "$BUILD/stick" \
+      --build-table "$BUILD/test/host/table/tvq_build_sample" --tvq "$BUILD/test/host/cli/tvq"
     ;;
 esac
 # CMake calls the configuration by the name with a capital.

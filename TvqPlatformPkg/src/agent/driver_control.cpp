@@ -19,6 +19,8 @@ namespace {
 // A volume for machines of several architectures has the images of each in a folder of its own.
 #if defined(MDE_CPU_AARCH64)
 #define TVQ_ARCHITECTURE u"AARCH64"
+#elif defined(MDE_CPU_RISCV64)
+#define TVQ_ARCHITECTURE u"RISCV64"
 #else
 #define TVQ_ARCHITECTURE u"X64"
 #endif

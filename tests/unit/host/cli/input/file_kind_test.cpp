@@ -110,7 +110,8 @@ TEST_F(FileKind, ThatIsAPipeIsReadOnce) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   std::thread writer([&] {
     std::ofstream(pipe, std::ios::binary)
-        .write(reinterpret_cast<const char*>(table.data()), static_cast<std::streamsize>(table.size()));
+        .write(reinterpret_cast<const char*>(table.data()),
+               static_cast<std::streamsize>(table.size()));
   });
   const Outcome shown = RunTvq({"show", "--table", pipe});
   writer.join();
