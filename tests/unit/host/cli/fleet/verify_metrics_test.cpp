@@ -46,7 +46,7 @@ class CliMetrics : public CliTest {
   // The file as an earlier run left it.
   void WriteSuccessAt(uint64_t time) {
     const std::string text =
-        MetricsText({time, time, kExitNothingFound, std::nullopt}, Serials::kHidden);
+        MetricsText({time, time, kExitNothingFound, MeasuredDevices{}}, Serials::kHidden);
     Write("tvq.prom", test::Bytes(text.begin(), text.end()));
   }
 };
