@@ -75,7 +75,8 @@ mv /srv/table /srv/no-table
 systemctl start tvq-verify
 step skipped
 mv /srv/no-table /srv/table
-for state in /var/lib/tvq/state-*; do echo damaged >$state; done
+rm /var/lib/tvq/state-*
+echo damaged >/var/lib/tvq/state-1.bin
 systemctl start tvq-verify
 step failed
 """

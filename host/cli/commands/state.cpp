@@ -87,6 +87,11 @@ RunAndState RunAndLoad(run::DriverRun& driver, const VerifyOptions& options,
   std::optional<LoadedState> state = options.saveFirst
                                          ? LoadStateIfAny(driver, folder, Damaged::kFails, console)
                                          : std::optional(LoadState(driver, folder, console));
+  if (!state && HasStates(folder)) {
+    // Nobody decided that the machine is as it should be.
+    throw InputError(fmt::format("no state in {} is whole", folder),
+                     "`tvq save` takes the machine as it is now");
+  }
   Collected run = CollectRecords(driver, options.state, console);
   if (!state) {
     const run::Origin origin = OriginOf(options.state);

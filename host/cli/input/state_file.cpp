@@ -363,6 +363,12 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path) {
   return ReadFileIn(directory, slash == std::string::npos ? path : path.substr(slash + 1), path);
 }
 
+bool HasStates(const std::string& folder) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  return directory.IsOpen() && (!StatesIn(directory).empty() || HasFile(directory, kSingleFile));
+}
+
 LoadedState LoadState(run::DriverRun& driver, const std::string& folder, const Console& console) {
   std::optional<LoadedState> state = LoadStateIfAny(driver, folder, Damaged::kFails, console);
   if (!state) {

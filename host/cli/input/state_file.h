@@ -50,6 +50,9 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path);
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
                                   const Console& console);
 
+// Whether there are states in a folder, whole or not.
+bool HasStates(const std::string& folder);
+
 // Saves a state beside those that are there, and removes all but the newest `kept`. The folder is
 // made when it is missing. `encode` gives the file with a number. Returns its path. Throws an
 // InputError.

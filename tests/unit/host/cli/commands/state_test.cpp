@@ -88,6 +88,15 @@ TEST_F(CliState, SaveFirstSavesWhereThereIsNoStateAndComparesLaterOnes) {
   EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
 }
 
+TEST_F(CliState, SaveFirstPutsNothingInThePlaceOfADamagedState) {
+  Save({});
+  fs::resize_file(StateFile(), fs::file_size(StateFile()) / 2);
+  const Outcome verified = Run("verify", {}, {"--save-first"});
+  EXPECT_EQ(verified.status, 2);
+  EXPECT_THAT(verified.diagnostics, HasSubstr("no state in " + State() + " is whole"));
+  EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+}
+
 TEST_F(CliState, IfFoundPrintsNothingOfAQuietMachine) {
   Save({});
   for (const std::vector<std::string>& options :
