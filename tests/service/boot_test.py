@@ -52,7 +52,7 @@ step() {
   mkdir -p /srv/out/$1
   journalctl -t tvq -o json --cursor-file=/srv/cursor >/srv/out/$1/journal
   systemctl show tvq-verify.service tvq-changed.service -p Id,Result,ActiveState,ExecMainStatus,ConditionResult >/srv/out/$1/units
-  cp /run/tvq/findings.json /srv/out/$1/ || true
+  cp /run/tvq/findings.json /var/lib/tvq/rows.ndjson /var/lib/tvq/tvq.prom /srv/out/$1/ || true
   stat -c '%n %U %a' /run/tvq /run/tvq/* /var/lib/tvq /var/lib/tvq/* >/srv/out/$1/files
   mv /srv/out/hooks /srv/out/findings /srv/out/$1/ || true
 }
@@ -75,6 +75,10 @@ mv /srv/table /srv/no-table
 systemctl start tvq-verify
 step skipped
 mv /srv/no-table /srv/table
+sed -i 's/^TVQ_OPTIONS=/&--redact/' /etc/tvq/tvq.conf
+rm /var/lib/tvq/state-*.bin
+systemctl start tvq-verify
+step redacted
 rm /var/lib/tvq/state-*
 echo damaged >/var/lib/tvq/state-1.bin
 systemctl start tvq-verify
@@ -138,7 +142,7 @@ class Machine:
             drop_ins = units / f"{unit}.d"
             drop_ins.mkdir()
             (drop_ins / "table.conf").write_text(DROP_IN, encoding="utf-8")
-        (units / "tvq-probe.service.d" / "sandbox.conf").symlink_to("/lib/systemd/system/tvq-verify.service.d/sandbox.conf")
+        (units / "tvq-probe.service.d" / "shared.conf").symlink_to("/lib/systemd/system/tvq-verify.service.d/shared.conf")
         (units / "tvq-probe.service").write_text(PROBE, encoding="utf-8")
         (units / "tvq-steps.service").write_text(STEPS, encoding="utf-8")
         (units / "multi-user.target.wants" / "tvq-steps.service").symlink_to("../tvq-steps.service")
@@ -181,7 +185,8 @@ def check_first_boot(machine):
                                                      "Nothing is to be looked at: 15 same"], f"the first state: {first}")
     demand(all(entry["_SYSTEMD_UNIT"] == "tvq-verify.service" for entry in first), "entries of the unit itself")
     files = machine.text("first", "files").splitlines()
-    for line in ("/var/lib/tvq tvq 755", "/var/lib/tvq/state-1.bin tvq 600", "/run/tvq root 700"):
+    for line in ("/var/lib/tvq tvq 755", "/var/lib/tvq/state-1.bin tvq 600", "/var/lib/tvq/rows.ndjson tvq 600",
+                 "/var/lib/tvq/tvq.prom tvq 644", "/run/tvq root 700"):
         demand(line in files, f"{line}: {files}")
     quiet = machine.journal("quiet")
     demand(len(quiet) == 1 and quiet[0]["PRIORITY"] == "6", f"a quiet run writes one line: {quiet}")
@@ -207,6 +212,10 @@ def check_replaced(machine):
     demand(machine.text("replaced", "findings") == findings * 2, "each has the findings on its standard input")
     devices = {one["fqdd"]: one["verdict"] for one in json.loads(findings)["findings"]}
     demand(devices["DIMM.Socket.A3"] == "replaced", f"the findings name it: {devices}")
+    demand('tvq_devices{verdict="replaced"} 1\n' in machine.text("replaced", "tvq.prom"), "the metrics count it")
+    rows = [json.loads(line) for line in machine.text("replaced", "rows.ndjson").splitlines()]
+    demand([(row["fqdd"], row["serial"]) for row in rows if row["verdict"] == "replaced"] == [("DIMM.Socket.A3", "7A2C9999")],
+           f"the rows name it: {rows}")
 
 
 def check_page(machine, found):
@@ -230,9 +239,13 @@ def check_others(machine):
     unit = machine.unit("skipped", "tvq-verify.service")
     demand(unit["ConditionResult"] == "no" and unit["ActiveState"] == "inactive", f"without a table it is skipped: {unit}")
     demand(not machine.journal("skipped"), "and says nothing")
+    redacted = machine.text("redacted", "rows.ndjson")
+    demand("7A2C" not in redacted and len(redacted.splitlines()) == 15, f"rows without serial numbers: {redacted}")
+    demand(machine.journal("redacted")[-1]["MESSAGE"] == "Nothing is to be looked at: 15 same", "and a first state to compare with")
     unit = machine.unit("failed", "tvq-verify.service")
     demand(unit["ActiveState"] == "failed" and unit["ExecMainStatus"] == "2", f"what cannot be compared is a failure: {unit}")
     demand(not machine.text("failed", "hooks"), "of which nobody is told findings")
+    demand("tvq_verify_success 0\n" in machine.text("failed", "tvq.prom"), "and the metrics say so")
 
 
 def main(arguments):

@@ -101,7 +101,7 @@ def check_life(root, older, package):
     root.install(older)
     demand(root.run("dpkg-query", "-W", "-f", "${Status} ${Version}", "tvq") == f"install ok installed {OLDER}", "the older version")
     config = root.path("/etc/tvq/tvq.conf")
-    changed = config.read_text(encoding="utf-8").replace("TVQ_OPTIONS=", "TVQ_OPTIONS=--other-machine")
+    changed = config.read_text(encoding="utf-8").replace("\nTVQ_OPTIONS=", "\nTVQ_OPTIONS=--other-machine")
     config.write_text(changed, encoding="utf-8")
     root.path("/var/lib/tvq").mkdir(exist_ok=True)
     root.path("/var/lib/tvq/state-1.bin").write_bytes(b"a state")

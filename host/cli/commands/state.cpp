@@ -12,11 +12,13 @@
 #include "host/cli/compare/comparison_journal.h"
 #include "host/cli/compare/comparison_output.h"
 #include "host/cli/fleet/device_row.h"
+#include "host/cli/fleet/rows.h"
 #include "host/cli/fleet/metrics_file.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/paragraph.h"
+#include "host/cli/output/whole_file.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -52,7 +54,7 @@ constexpr CommandText kVerifyText = {
     "0 nothing is to be looked at; 1 a device moved, is new, gone, replaced\n"
     "or changed; 2 one has no record or could not be verified, or the state or the table cannot "
     "be\n"
-    "read or was made with other options, or the metrics cannot be written; 3 no state was saved\n"
+    "read or was made with other options, or a file cannot be written; 3 no state was saved\n"
     "yet. 1 wins over 2."};
 
 struct VerifyOptions {
@@ -61,6 +63,7 @@ struct VerifyOptions {
   bool ifFound = false;
   bool journal = false;
   MetricsOptions metrics;
+  std::string rowsFile;  // empty: nobody wants any
 };
 
 ExitStatus Save(const StateOptions& options, Console& console) {
@@ -108,8 +111,10 @@ RunAndState RunAndLoad(run::DriverRun& driver, const VerifyOptions& options,
 
 struct Verified {
   run::Comparison comparison;
-  std::vector<run::StateHole> holes;       // of the saved state
-  std::optional<MeasuredDevices> devices;  // where somebody wants metrics, and they were compared
+  std::vector<run::StateHole> holes;  // of the saved state
+  // Where somebody wants metrics or rows, and they were compared:
+  std::optional<MeasuredDevices> devices;
+  std::string rows;
 };
 
 Verified CompareWithState(const VerifyOptions& options, const std::optional<Journal>& journal,
@@ -122,10 +127,13 @@ Verified CompareWithState(const VerifyOptions& options, const std::optional<Jour
   how.isVerbose = options.state.isVerbose;
   how.isAscii = console.terminal.isAscii;
   verified.comparison = driver.Compare(both.state.bytes, OriginOf(options.state), how);
-  if (!options.metrics.file.empty() && !verified.comparison.hasOtherOptions) {
+  const bool areRowsWanted = !options.metrics.file.empty() || !options.rowsFile.empty();
+  if (areRowsWanted && !verified.comparison.hasOtherOptions) {
     verified.devices = {MakeRows(both.run.table, both.run.results), verified.comparison.counts,
                         verified.comparison.firmware.has_value()};
     AddVerdicts(verified.comparison, verified.devices->rows);
+    verified.rows =
+        RowLines(verified.devices->rows, both.run.table, options.state.table, {}, console.terminal);
   }
   return verified;
 }
@@ -164,13 +172,17 @@ ExitStatus Verify(const VerifyOptions& options, Console& console) {
       options.journal ? std::optional<Journal>(std::in_place) : std::nullopt;
   Verified verified = CompareOrSayWhyNot(options, journal, console);
   const ExitStatus status = StatusOf(verified.comparison);
+  const bool areRowsWritten =
+      options.rowsFile.empty() || !verified.devices ||
+      WriteWhole({options.rowsFile, "rows"}, verified.rows, Readers::kOwner, console);
   const bool isMeasured =
       WriteMetrics(options.metrics, status, std::move(verified.devices), console);
   Print(verified.comparison, verified.holes, options, console);
   if (journal) {
     WriteToJournal(verified.comparison, *journal);
   }
-  return isMeasured || status == kExitFound ? status : kExitTrouble;
+  const bool isAllWritten = isMeasured && areRowsWritten;
+  return isAllWritten || status == kExitFound ? status : kExitTrouble;
 }
 
 }  // namespace
@@ -197,6 +209,9 @@ void AddVerify(Commands& commands) {
                "Write to the system's journal, too: an entry for each device that is to be looked "
                "at, and one that sums up");
   AddMetrics(app, options->metrics);
+  app.add_option("--rows", options->rowsFile,
+                 "Write what `tvq export --rows` prints there, for whatever sends it on")
+      ->type_name("FILE");
   commands.AddWide(app);
 }
 

@@ -48,7 +48,7 @@ std::string MessageOf(const run::Finding& finding) {
   return message;
 }
 
-// Something is missing: the one finding that a machine may not run without.
+// A part that is missing is missed now; the others do their work.
 Priority PriorityOf(const run::Finding& finding) {
   return finding.verdict == "gone" ? Priority::kError : Priority::kWarning;
 }

@@ -105,6 +105,20 @@ std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions
                                : std::optional(LoadState(driver, options.state, console));
 }
 
+std::string RowLines(const std::vector<DeviceRow>& rows, const run::Table& ranOn,
+                     const TableOptions& table, const RowOptions& options,
+                     const Terminal& terminal) {
+  const std::uint64_t time =
+      options.time ? *options.time : static_cast<std::uint64_t>(std::time(nullptr));
+  const std::string host = HostOf(table, options);
+  const std::string machine = MachineOf(ranOn, host);
+  std::string lines;
+  for (const DeviceRow& row : rows) {
+    lines += JsonLine(RowJson(row, time, host, machine), terminal);
+  }
+  return lines;
+}
+
 void PrintRows(run::DriverRun& driver, const Collected& collected,
                const std::optional<LoadedState>& state, const TableOptions& table,
                const RowOptions& options, const Console& console) {
@@ -114,13 +128,7 @@ void PrintRows(run::DriverRun& driver, const Collected& collected,
     CheckFit(driver, *state, compared, console);
     AddVerdicts(driver.Compare(state->bytes, OriginOf(compared), {}), rows);
   }
-  const std::uint64_t time =
-      options.time ? *options.time : static_cast<std::uint64_t>(std::time(nullptr));
-  const std::string host = HostOf(table, options);
-  const std::string machine = MachineOf(collected.table, host);
-  for (const DeviceRow& row : rows) {
-    PrintJsonLine(RowJson(row, time, host, machine), console);
-  }
+  console.out << RowLines(rows, collected.table, table, options, console.terminal);
 }
 
 }  // namespace tvq::cli

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "host/cli/fleet/device_row.h"
 #include "host/cli/input/state_run.h"
 
 namespace tvq::cli {
@@ -28,6 +29,11 @@ void AddRows(CLI::App& app, RowOptions& options);
 // The state to compare with, where one is wanted. Throws an InputError.
 std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions& options,
                                         const Console& console);
+
+// A line of JSON for each row of a table that the driver ran on.
+std::string RowLines(const std::vector<DeviceRow>& rows, const run::Table& ranOn,
+                     const TableOptions& table, const RowOptions& options,
+                     const Terminal& terminal);
 
 // Prints the rows of a table that the driver ran on. Throws an InputError.
 void PrintRows(run::DriverRun& driver, const Collected& collected,

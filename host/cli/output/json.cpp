@@ -88,8 +88,8 @@ void PrintJson(const ordered_json& document, const Console& console) {
   console.out << document.dump(1, ' ', console.terminal.isAscii, kForOtherBytes) << '\n';
 }
 
-void PrintJsonLine(const ordered_json& document, const Console& console) {
-  console.out << document.dump(-1, ' ', console.terminal.isAscii, kForOtherBytes) << '\n';
+std::string JsonLine(const ordered_json& document, const Terminal& terminal) {
+  return document.dump(-1, ' ', terminal.isAscii, kForOtherBytes) + '\n';
 }
 
 ordered_json SmbiosJson(const run::Table& table) {

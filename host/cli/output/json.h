@@ -18,8 +18,8 @@ nlohmann::ordered_json SchemaJson(const char* name);
 
 // Prints a document. What the terminal cannot show is spelled out as JSON does it: "\u00e9".
 void PrintJson(const nlohmann::ordered_json& document, const Console& console);
-// The same on one line, of which a program reads many.
-void PrintJsonLine(const nlohmann::ordered_json& document, const Console& console);
+// The same on one line with its end, of which a program reads many.
+std::string JsonLine(const nlohmann::ordered_json& document, const Terminal& terminal);
 
 nlohmann::ordered_json SmbiosJson(const run::Table& table);
 nlohmann::ordered_json AttributesJson(const std::vector<run::Attribute>& attributes);

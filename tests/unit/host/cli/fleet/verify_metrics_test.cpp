@@ -196,5 +196,61 @@ TEST_F(CliMetrics, SayThatTheFirmwareIsAnotherOne) {
   EXPECT_THAT(Metrics(), HasSubstr("tvq_firmware_updated 1\n"));
 }
 
+class CliVerifyRows : public CliMetrics {
+ protected:
+  std::string RowsFile() const { return Path("rows.ndjson"); }
+  Outcome VerifyWithRows(const Server& server) {
+    return Run("verify", server, {"--rows", RowsFile()});
+  }
+  // Every line, without when and where it was made.
+  static std::vector<nlohmann::json> Devices(const std::string& lines) {
+    std::vector<nlohmann::json> devices;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+      nlohmann::json device = nlohmann::json::parse(line);
+      device.erase("time");
+      device.erase("host");
+      device.erase("machine");
+      devices.push_back(device);
+    }
+    return devices;
+  }
+  std::string Rows() const {
+    const test::Bytes bytes = Read("rows.ndjson");
+    return std::string(bytes.begin(), bytes.end());
+  }
+};
+
+TEST_F(CliVerifyRows, AreThoseOfExport) {
+  Run("save", {});
+  EXPECT_EQ(VerifyWithRows(WithOtherModule()).status, 1);
+  const Outcome exported =
+      RunTvq({"export", "--rows", "--against", Path("state"), "--table", Path("table.bin")});
+  EXPECT_EQ(Devices(Rows()), Devices(exported.out));
+  EXPECT_THAT(Rows(), HasSubstr("\"verdict\":\"replaced\""));
+}
+
+TEST_F(CliVerifyRows, AreForTheirOwnerAlone) {
+  Run("save", {});
+  VerifyWithRows({});
+  EXPECT_EQ(fs::status(RowsFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(CliVerifyRows, StayWhatTheyWereWhereNothingWasCompared) {
+  Run("save", {});
+  VerifyWithRows({});
+  const std::string before = Rows();
+  fs::remove_all(Path("state"));
+  EXPECT_EQ(VerifyWithRows(WithOtherModule()).status, 3);
+  EXPECT_EQ(Rows(), before);
+}
+
+TEST_F(CliVerifyRows, ThatCannotBeWrittenAreTrouble) {
+  Run("save", {});
+  const Outcome verified = Run("verify", {}, {"--rows", Path("nowhere/rows.ndjson")});
+  EXPECT_EQ(verified.status, 2);
+  EXPECT_THAT(verified.diagnostics, HasSubstr("the rows cannot be written to "));
+}
+
 }  // namespace
 }  // namespace tvq::cli
