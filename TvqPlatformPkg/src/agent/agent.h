@@ -35,8 +35,8 @@ class Agent {
   bool WantsScreen() const;
   void CheckVolume(EFI_STATUS opened);
   /// Starts the driver where it was not, and shows what it has built.
-  EFI_STATUS Begin();
-  EFI_STATUS ShowScreen(Results& results, ScreenContent& content);
+  [[nodiscard]] EFI_STATUS Begin();
+  [[nodiscard]] EFI_STATUS ShowScreen(Results& results, ScreenContent& content);
   /// Takes the records off, or unloads the driver.
   void End();
 
