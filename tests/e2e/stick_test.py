@@ -95,7 +95,6 @@ CASES = (
     Case("secure-x64-cdrom-signed", SECURE_X64, "cdrom", signed=True),
     Case("aarch64-usb", AARCH64, "usb"),
     Case("aarch64-nvme", AARCH64, "nvme"),
-    Case("aarch64-ahci", AARCH64, "ahci"),
     Case("aarch64-virtio", AARCH64, "virtio"),
     Case("aarch64-usb-cdrom", AARCH64, "usb-cdrom"),
     Case("secure-aarch64-usb-signed", SECURE_AARCH64, "usb", signed=True),
