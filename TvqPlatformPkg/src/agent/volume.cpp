@@ -76,6 +76,22 @@ bool SaysReadOnly(EFI_FILE_PROTOCOL* root) {
          buffer.Info.ReadOnly != FALSE;
 }
 
+/// Whether the volume lies on a disc. Some firmware does not know that such a medium takes no writes, and
+/// does not get over one.
+bool IsOnDisc(EFI_HANDLE device) {
+  VOID* path = nullptr;
+  if (EFI_ERROR(gBS->HandleProtocol(device, &gEfiDevicePathProtocolGuid, &path))) {
+    return false;
+  }
+  const auto* node = static_cast<const EFI_DEVICE_PATH_PROTOCOL*>(path);
+  for (; !IsDevicePathEnd(node); node = NextDevicePathNode(node)) {
+    if (DevicePathType(node) == MEDIA_DEVICE_PATH && DevicePathSubType(node) == MEDIA_CDROM_DP) {
+      return true;
+    }
+  }
+  return false;
+}
+
 bool AreEqual(const GrowingArray<UINT8>& left, tvq::Span<const UINT8> right) {
   return left.Size() == right.Size() &&
          (right.Empty() || CompareMem(left.Data(), right.Data(), right.Size()) == 0);
@@ -146,8 +162,8 @@ EFI_STATUS Volume::Open(EFI_HANDLE image) {
 }
 
 void Volume::TryToWrite(const CHAR16* folder) {
-  mIsReadOnly =
-      mRoot != nullptr && (SaysReadOnly(mRoot) || MakeFolder(folder) == EFI_WRITE_PROTECTED);
+  mIsReadOnly = mRoot != nullptr && (SaysReadOnly(mRoot) || IsOnDisc(mDevice) ||
+                                     MakeFolder(folder) == EFI_WRITE_PROTECTED);
 }
 
 EFI_STATUS Volume::OpenFile(const CHAR16* path, UINT64 mode, UINT64 attributes,

@@ -17,10 +17,35 @@ constexpr char kRefused[] =
     "\r\nVolume: it cannot be written to; nothing is saved, and what lies there is compared "
     "with.\r\n";
 
-// Whether the file system says before that it takes nothing, or only refuses.
-class AgentOnReadOnlyVolume : public testing::TestWithParam<bool>, protected AgentHarness {
+enum class Known {
+  kBefore,     // the file system says that it takes nothing
+  kByRefusal,  // it only refuses
+  kByDevicePath,  // it says nothing, and lies on a disc; whoever writes there all the same is found out
+};
+
+class AgentOnReadOnlyVolume : public testing::TestWithParam<Known>, protected AgentHarness {
  protected:
   AgentOnReadOnlyVolume() { LoadDriver(); }
+  ~AgentOnReadOnlyVolume() override {
+    if (mIsDisc) {
+      Firmware().BootServices()->UninstallProtocolInterface(Files().Device(),
+                                                            &gEfiDevicePathProtocolGuid, &mDisc);
+    }
+  }
+
+  void Protect() {
+    if (GetParam() != Known::kByDevicePath) {
+      Files().Protect(GetParam() == Known::kBefore);
+      return;
+    }
+    mDisc.cdrom.Header = {MEDIA_DEVICE_PATH, MEDIA_CDROM_DP, {sizeof(CDROM_DEVICE_PATH), 0}};
+    mDisc.end = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, {sizeof(mDisc.end), 0}};
+    EFI_HANDLE device = Files().Device();
+    ASSERT_EQ(Firmware().BootServices()->InstallProtocolInterface(
+                  &device, &gEfiDevicePathProtocolGuid, EFI_NATIVE_INTERFACE, &mDisc),
+              EFI_SUCCESS);
+    mIsDisc = true;
+  }
 
   // What the volume holds, but for its log of changes.
   std::vector<std::string> Contents() {
@@ -30,13 +55,21 @@ class AgentOnReadOnlyVolume : public testing::TestWithParam<bool>, protected Age
     }
     return contents;
   }
+
+ private:
+  struct {
+    CDROM_DEVICE_PATH cdrom;
+    EFI_DEVICE_PATH_PROTOCOL end;
+  } mDisc = {};
+  bool mIsDisc = false;
 };
 
-INSTANTIATE_TEST_SUITE_P(Says, AgentOnReadOnlyVolume, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Known, AgentOnReadOnlyVolume,
+                         testing::Values(Known::kBefore, Known::kByRefusal, Known::kByDevicePath));
 
 TEST_P(AgentOnReadOnlyVolume, ShowsTheInventoryAndSaysInOneLineThatNothingIsSaved) {
   PublishFirmwareTable(MinimalServer());
-  Files().Protect(GetParam());
+  Protect();
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Console(),
               AllOf(HasSubstr(kRefused), HasSubstr("\r\nRecords: 3\r\n"),
@@ -51,7 +84,7 @@ TEST_P(AgentOnReadOnlyVolume, ComparesWithWhatLiesThere) {
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
   ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
   const std::vector<std::string> before = Contents();
-  Files().Protect(GetParam());
+  Protect();
   const size_t shown = Console().size();
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Console().substr(shown), AllOf(HasSubstr(kRefused), HasSubstr("\r\nSummary: "),
@@ -63,7 +96,7 @@ TEST_P(AgentOnReadOnlyVolume, ComparesWithWhatLiesThere) {
 TEST_P(AgentOnReadOnlyVolume, SaysThatItCannotAcceptWhereThatWasAskedFor) {
   PublishFirmwareTable(MinimalServer());
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
-  Files().Protect(GetParam());
+  Protect();
   EXPECT_EQ(RunAgent(u"TvqAgent.efi accept"), EFI_ABORTED);
   EXPECT_THAT(Console(),
               HasSubstr("\r\nProblem: the state cannot be accepted, because the volume cannot be "
@@ -73,7 +106,7 @@ TEST_P(AgentOnReadOnlyVolume, SaysThatItCannotAcceptWhereThatWasAskedFor) {
 TEST_P(AgentOnReadOnlyVolume, OffersNothingAtTheScreenThatItCannotDo) {
   PublishFirmwareTable(MinimalServer());
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
-  Files().Protect(GetParam());
+  Protect();
   FakeTerminal terminal(Firmware());
   UseTerminal(&terminal);
   terminal.Type("ayoysq");
@@ -86,7 +119,7 @@ TEST_P(AgentOnReadOnlyVolume, OffersNothingAtTheScreenThatItCannotDo) {
 
 TEST_P(AgentOnReadOnlyVolume, SaysThatThereIsNothingToCompareWith) {
   PublishFirmwareTable(MinimalServer());
-  Files().Protect(GetParam());
+  Protect();
   FakeTerminal terminal(Firmware());
   UseTerminal(&terminal);
   terminal.Type("q");
