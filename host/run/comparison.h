@@ -45,11 +45,13 @@ struct Finding {
   std::vector<FieldChange> fields;
   std::string toDo;
   ComparisonStatus status = ComparisonStatus::kNothingFound;
+  bool isToLookAt = false;  // somebody has to
 };
 
 struct FirmwareUpdate {
   std::optional<std::string> before;
   std::optional<std::string> after;
+  std::string toDo;
 };
 
 struct Comparison {
@@ -61,6 +63,7 @@ struct Comparison {
   std::string notComparedToDo;
   bool hasOtherNames = false;
   ComparisonStatus status = ComparisonStatus::kNothingFound;
+  std::string summary;             // "9 same, 1 replaced"
   std::vector<std::string> lines;  // all of it for people, of 8-bit characters
 };
 

@@ -99,6 +99,7 @@ Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Find
   }
   finding.toDo = tvqplatform::ToDoOf(result, found);
   finding.status = static_cast<ComparisonStatus>(result.ExitOf(found));
+  finding.isToLookAt = tvqplatform::IsFinding(result, found);
   return finding;
 }
 
@@ -129,7 +130,8 @@ Comparison ToComparison(tvqplatform::Comparison& result, const CompareOptions& o
                                    result.Count(static_cast<Verdict>(i)));
   }
   if (result.HasOtherFirmware()) {
-    comparison.firmware = {TextIfAny(result.FirmwareBefore()), TextIfAny(result.FirmwareAfter())};
+    comparison.firmware = {TextIfAny(result.FirmwareBefore()), TextIfAny(result.FirmwareAfter()),
+                           tvqplatform::kAfterFirmwareUpdate};
   }
   comparison.hasOtherOptions = result.HasOtherOptions();
   if (comparison.hasOtherOptions) {
@@ -140,6 +142,9 @@ Comparison ToComparison(tvqplatform::Comparison& result, const CompareOptions& o
   }
   comparison.hasOtherNames = result.HasOtherNames();
   comparison.status = static_cast<ComparisonStatus>(result.Exit());
+  char summary[kSentence];
+  tvqplatform::FormatSummary(result, summary, sizeof(summary));
+  comparison.summary = summary;
   comparison.lines = LinesOf(result, options);
   return comparison;
 }

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 #? Build everything and run every test: units, tools, and the driver on firmware in QEMU
 #?
-#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --riscv64 | --service | --fleet | --stick] [-v]
+#? usage: ./dev test [-R REGEX | --changed [REVISION]] [--guarded | --report | --riscv64 | --service | --fleet | --stick] [-v]
 #?
 #?   --changed   only the tests of the files that differ from REVISION (HEAD): those in the folder of tests/unit that
 #?               mirrors theirs, and changed tests; nothing else is built
 #?   -R REGEX    only the tests whose names match
 #?   --guarded   in place of the tests: the agent's whole run on firmware that stops at the first byte outside a block of
 #?               memory, or behind the stack. That firmware is built first, once.
+#?   --report    in place of the tests: the pages of `tvq report` about every table, in a browser
 #?   --service   in place of the tests: the Debian package and its service, also on Debian's kernel in QEMU, which takes about
 #?               five minutes
 #?   --riscv64   in place of the tests: agent, platform and driver for RISCV64, on U-Boot. A compiler for it is installed.
@@ -33,7 +34,7 @@ selection=()
 while (($#)); do
   case "$1" in
     -v) VERBOSE=1 ;;
-    --guarded | --riscv64 | --service | --fleet | --stick) kind="${1#--}" ;;
+    --guarded | --report | --riscv64 | --service | --fleet | --stick) kind="${1#--}" ;;
     --changed)
       revision=HEAD
       if [[ -n "${2:-}" && "$2" != -* ]]; then
@@ -85,6 +86,7 @@ case "$kind" in
     OwnOvmf tail head
     EndToEndTools
     ;;
+  report) HostTests ;;
   riscv64)
     InstallRiscv64
     Firmware "$(FirstToolchain RISCV64)"

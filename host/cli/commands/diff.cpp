@@ -12,9 +12,8 @@
 
 #include "host/cli/compare/comparison_output.h"
 #include "host/cli/compare/diff_fields.h"
+#include "host/cli/compare/sides.h"
 #include "host/cli/input/input.h"
-#include "host/cli/input/state_file.h"
-#include "host/cli/input/state_run.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/text.h"
@@ -51,148 +50,31 @@ struct DiffOptions {
   RedactOptions redact;
 };
 
-// One of the two.
-struct Side {
-  std::string name;
-  std::optional<run::Bytes> state;  // of a table: none until it ran
-  std::optional<run::Table> table;  // as the machine published it; none in a state without one
-  bool isAsIs = false;
-  run::Origin origin;
-};
-
 struct Difference {
   run::Comparison comparison;
   std::vector<StructureChange> structures;
 };
-
-// Runs the driver on the side's table.
-void Run(run::DriverRun& driver, const Side& side, const Console& console) {
-  TableOptions options;
-  options.file = side.name;
-  options.conform = !side.isAsIs;
-  run::Table table = *side.table;
-  if (options.conform) {
-    run::Conformed conformed = driver.Conform(table);
-    if (conformed.isRefused) {
-      throw InputError(fmt::format("{} cannot be conformed: {}", side.name, conformed.summary),
-                       "run with --as-is");
-    }
-    table = std::move(conformed.table);
-  }
-  if (RunDriver(driver, table, options, console).records.empty()) {
-    throw InputError(
-        fmt::format("the driver made no record of {}", side.name),
-        options.conform ? "`tvq show` tells why" : "without --as-is, the table is made fit for it");
-  }
-}
-
-Side Load(run::DriverRun& driver, const std::string& path, const DiffOptions& options,
-          const Console& console) {
-  Side side;
-  side.name = path;
-  side.state = StateIn(driver, path, console);
-  if (!side.state) {
-    TableOptions table;
-    table.file = path;
-    side.isAsIs = !options.conform;
-    side.table = ReadTable(driver, table, console);
-    return side;
-  }
-  try {
-    run::StateTable kept = driver.ReadStateTable(*side.state);
-    side.table = std::move(kept.table);
-    side.isAsIs = kept.isAsIs;
-    side.origin = kept.origin;
-  } catch (const run::StateError& error) {
-    throw InputError(fmt::format("{} {}", path, error.what()),
-                     "name another state, or the table that it was saved of");
-  }
-  return side;
-}
-
-// The changes as a document, in which the secrets are found by the names of its elements.
-Element DocumentOf(const std::vector<run::FieldChange>& changes) {
-  constexpr std::string_view kNumber = "SerialNumber";
-  Element document;
-  for (const run::FieldChange& change : changes) {
-    const std::string name = change.field.substr(change.field.rfind('/') + 1);
-    for (const std::optional<std::string>& text : {change.before, change.after}) {
-      Element element;
-      element.name = name == kNumber ? "WWN" : name;
-      element.text = text.value_or("");
-      document.children.push_back(std::move(element));
-    }
-  }
-  return document;
-}
-
-// Once the driver has compared them.
-void Redact(Side& before, Side& after, const Masker& masker,
-            std::vector<run::FieldChange>& changes) {
-  std::vector<std::vector<uint8_t>*> tables;
-  for (Side* const side : {&before, &after}) {
-    if (side->table) {
-      tables.push_back(&side->table->structures);
-    }
-  }
-  Element document = DocumentOf(changes);
-  RedactTogether(tables, {&document}, masker);
-  auto masked = document.children.begin();
-  for (run::FieldChange& change : changes) {
-    for (std::optional<std::string>* const text : {&change.before, &change.after}) {
-      if (*text) {
-        *text = masked->text;
-      }
-      ++masked;
-    }
-  }
-}
-
-// Says what makes the two hard to compare: they are of two machines, or lack devices.
-void SayFit(run::DriverRun& driver, const Side& before, const Side& after, bool isRedacted,
-            const Console& console) {
-  const run::StateFit fit = driver.FitOf(*before.state, *after.state);
-  if (fit.machine == run::StateFit::Machine::kAnother && isRedacted) {
-    console.Warning("these are two machines");
-  } else if (fit.machine == run::StateFit::Machine::kAnother) {
-    console.Warning(fmt::format("these are two machines: {} is {}; {} is {}", before.name,
-                                fit.savedMachine, after.name, fit.thisMachine));
-  }
-  SayHoles(fit.holes, before.name + " lacks", console);
-  SayHoles(driver.FitOf(*after.state, *before.state).holes, after.name + " lacks", console);
-}
 
 Difference Compare(const DiffOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
   Side before;
   {
     run::DriverRun driver;
-    before = Load(driver, options.before, options, console);
-    if (!before.state) {
-      Run(driver, before, console);
-      before.state = driver.State(before.origin);
-    }
+    before = LoadSide(driver, options.before, options.conform, console);
+    MakeState(driver, before, console);
   }
   run::DriverRun driver;
-  Side after = Load(driver, options.after, options, console);
+  Side after = LoadSide(driver, options.after, options.conform, console);
   run::CompareOptions how;
   how.isVerbose = options.isVerbose;
   how.isAscii = console.terminal.isAscii;
   if (masker) {
     how.mask = [&](std::vector<run::FieldChange>& changes) {
-      Redact(before, after, *masker, changes);
+      MaskSides(before, after, *masker, changes);
     };
   }
   Difference difference;
-  if (after.table) {
-    Run(driver, after, console);
-    after.state = driver.State(after.origin);
-    SayFit(driver, before, after, masker.has_value(), console);
-    difference.comparison = driver.Compare(*before.state, after.origin, how);
-  } else {
-    SayFit(driver, before, after, masker.has_value(), console);
-    difference.comparison = driver.CompareStates(*before.state, *after.state, how);
-  }
+  difference.comparison = CompareSides(driver, before, after, how, console);
   if (before.table && after.table && !difference.comparison.hasOtherOptions) {
     difference.structures = DiffTables(*before.table, *after.table);
   }

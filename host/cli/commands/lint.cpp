@@ -14,6 +14,7 @@
 #include "host/cli/input/input.h"
 #include "host/cli/commands/lint_baseline.h"
 #include "host/cli/commands/lint_report.h"
+#include "host/cli/commands/lint_subject.h"
 #include "host/cli/input/table_input.h"
 #include "host/lint/lint.h"
 #include "host/table/text.h"
@@ -42,10 +43,6 @@ constexpr CommandText kText = {
     "2 there is no table that can be used, or the command line is wrong."};
 
 constexpr std::size_t kUsualMaximum = 8;
-
-// What lies in front of a document in its blob, and its terminator.
-constexpr std::size_t kBlobFrame = 81;
-constexpr std::size_t kConfigurationBlob = 1;
 
 enum class Format {
   kText,
@@ -91,58 +88,6 @@ lint::Selection Select(const LintOptions& options) {
     }
   }
   return selection;
-}
-
-std::uint8_t StructureTypeOf(unsigned deviceType) {
-  constexpr std::uint8_t kTypes[] = {4, 17, 1};
-  constexpr unsigned kFirstDeviceType = 2;
-  return kTypes[deviceType - kFirstDeviceType];
-}
-
-std::vector<lint::Document> DocumentsOf(const run::Results& results) {
-  std::vector<lint::Document> documents;
-  std::map<unsigned, std::size_t> devices;
-  for (const run::Record& record : results.records) {
-    const auto& blob = record.blobs[kConfigurationBlob];
-    documents.push_back({StructureTypeOf(record.deviceType), devices[record.deviceType]++,
-                         blob && blob->size() > kBlobFrame ? blob->size() - kBlobFrame : 0});
-  }
-  return documents;
-}
-
-// The documents that the driver writes about the table; about a conformed one where it writes none,
-// which hardly differ in size.
-std::vector<lint::Document> WriteDocuments(const TableBytes& bytes, const TableOptions& options,
-                                           const Console& console) {
-  for (const bool isConformed : {false, true}) {
-    run::DriverRun driver;
-    run::Table table = TableOf(driver, bytes, options, console);
-    if (isConformed) {
-      table = driver.Conform(table).table;
-    }
-    try {
-      const run::Results results = driver.Run(table);
-      if (!results.records.empty()) {
-        return DocumentsOf(results);
-      }
-    } catch (const run::TableError&) {
-      return {};  // Too large to be published, which is a finding of its own.
-    }
-  }
-  return {};
-}
-
-lint::Subject ReadSubject(const TableBytes& bytes, const TableOptions& options,
-                          const Console& console) {
-  auto subject = bytes.entryPoint.empty() ? lint::Subject::Read(bytes.file)
-                                          : lint::Subject::Read(bytes.entryPoint, bytes.file);
-  if (!subject) {
-    throw InputError(fmt::format("{} is no SMBIOS table that can be used: {}", NameOf(options),
-                                 subject.Failure().message),
-                     kTableHint);
-  }
-  subject->SetDocuments(WriteDocuments(bytes, options, console));
-  return std::move(*subject);
 }
 
 void LeaveKnownOut(const LintOptions& options, LintReport& report) {

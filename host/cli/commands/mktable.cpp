@@ -6,17 +6,15 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
 
 #include "host/cli/command.h"
 #include "host/cli/input/file_kind.h"
-#include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/output/output_file.h"
 #include "host/table/dump.h"
 #include "host/table/layout.h"
 #include "host/table/source.h"
@@ -127,34 +125,6 @@ Result<std::string> ListFields(const std::string& type) {
     text += "; repeats\n";
   }
   return text;
-}
-
-void WriteOutput(const std::string& path, const std::string& result, const Console& console) {
-  if (path.empty() || path == "-") {
-    console.out << result;
-    return;
-  }
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  std::string link;
-  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
-  if (directory.IsOpen() && IsSpecialFile(directory, name)) {
-    throw InputError(fmt::format("cannot write {}: it is no plain file", path),
-                     "`-o -` writes to standard output");
-  }
-  const Written written =
-      directory.IsOpen()
-          ? WriteFile(directory, name, {result.begin(), result.end()}, Taken::kReplaced)
-          : Written::kNo;
-  if (written != Written::kYes) {
-    throw InputError(
-        fmt::format(
-            "{} {}: {}",
-            written == Written::kNo ? "cannot write" : "written, but perhaps not on the disk:",
-            path, link.empty() ? std::strerror(errno) : link + " is a symbolic link"),
-        "name a file in a folder that you may write to, by a path without links");
-  }
 }
 
 // Names the file and, where one is to blame, the line.

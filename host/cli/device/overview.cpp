@@ -74,12 +74,11 @@ void MakeDevices(Overview& overview, Documents documents) {
   }
 }
 
-}  // namespace
-
-Overview MakeOverview(const TableOptions& options, const Console& console, Documents documents) {
-  run::DriverRun driver;
+// Of a table as it was read.
+Overview Survey(run::DriverRun& driver, run::Table table, const TableOptions& options,
+                const Console& console, Documents documents) {
   Overview overview;
-  overview.table = ReadTable(driver, options, console);
+  overview.table = std::move(table);
   overview.machine = ReadMachine(overview.table);
   if (options.conform) {
     ConformTable(driver, overview.table, console);
@@ -92,6 +91,19 @@ Overview MakeOverview(const TableOptions& options, const Console& console, Docum
     overview.conformable = driver.Conform(overview.table, run::Described::kChanges);
   }
   return overview;
+}
+
+}  // namespace
+
+Overview MakeOverview(const TableOptions& options, const Console& console, Documents documents) {
+  run::DriverRun driver;
+  return Survey(driver, ReadTable(driver, options, console), options, console, documents);
+}
+
+Overview MakeOverview(const TableBytes& bytes, const TableOptions& options, const Console& console,
+                      Documents documents) {
+  run::DriverRun driver;
+  return Survey(driver, ReadTable(driver, bytes, options, console), options, console, documents);
 }
 
 Json DeviceJson(const Overview& overview, PartPlace place) {

@@ -37,6 +37,9 @@ enum class Documents {
 
 // Reads the machine, and runs the driver on its table.
 Overview MakeOverview(const TableOptions& options, const Console& console, Documents documents);
+// The same, of a table that was read already.
+Overview MakeOverview(const TableBytes& bytes, const TableOptions& options, const Console& console,
+                      Documents documents);
 
 std::string OverviewText(const Overview& overview, const Terminal& terminal);
 nlohmann::ordered_json ToJson(const Overview& overview);

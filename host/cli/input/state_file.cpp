@@ -249,6 +249,16 @@ std::string NoStateHint(const std::string& folder) {
 
 }  // namespace
 
+bool HoldsStates(const std::string& folder) {
+  std::string link;
+  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  const std::vector<std::string> names =
+      directory.IsOpen() ? NamesIn(directory) : std::vector<std::string>();
+  return std::any_of(names.begin(), names.end(), [](const std::string& name) {
+    return name == kSingleFile || name.rfind(kPrefix, 0) == 0 || name.rfind(kMachinePrefix, 0) == 0;
+  });
+}
+
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
                                   const Console& console) {
   struct stat status = {};

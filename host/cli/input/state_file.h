@@ -45,6 +45,9 @@ std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::str
 // The bytes of one file, under the same rules; nothing where it does not begin as a state does.
 std::optional<run::Bytes> LoadStateFile(const std::string& path);
 
+// Whether there are states in a folder, or folders of machines as an agent makes them.
+bool HoldsStates(const std::string& folder);
+
 // The state that the path names: of a folder the newest one, else the file itself. Nothing where it is no
 // state, or "-".
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,

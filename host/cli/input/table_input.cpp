@@ -170,20 +170,27 @@ std::string NameOf(const TableOptions& options) {
                                : options.file;
 }
 
+TableBytes Redacted(TableBytes bytes, const TableOptions& options, const Masker& masker,
+                    const Console& console) {
+  if (!options.file.empty()) {
+    bytes.file = RedactedFile(options, std::move(bytes.file), masker, console);
+  } else {
+    SayBlanked(RedactTable(bytes.file, masker), console);
+  }
+  return bytes;
+}
+
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
+  TableBytes bytes;
   if (!options.file.empty()) {
-    run::Bytes file = ReadInput(options.file, kTableHint, console);
-    RefuseOtherFiles(NameOf(options), file);
-    return {masker ? RedactedFile(options, std::move(file), *masker, console) : std::move(file),
-            {}};
+    bytes.file = ReadInput(options.file, kTableHint, console);
+    RefuseOtherFiles(NameOf(options), bytes.file);
+  } else {
+    bytes.entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
+    bytes.file = ReadFile(options.systemFolder + "/DMI", kSystemHint);
   }
-  run::Bytes entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
-  run::Bytes structures = ReadFile(options.systemFolder + "/DMI", kSystemHint);
-  if (masker) {
-    SayBlanked(RedactTable(structures, *masker), console);
-  }
-  return {std::move(structures), std::move(entryPoint)};
+  return masker ? Redacted(std::move(bytes), options, *masker, console) : bytes;
 }
 
 run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
@@ -203,7 +210,12 @@ run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const 
       return TableOfState(driver, *state, options, console);
     }
   }
-  run::Table table = TableOf(driver, ReadTableBytes(options, console), options, console);
+  return ReadTable(driver, ReadTableBytes(options, console), options, console);
+}
+
+run::Table ReadTable(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
+                     const Console& console) {
+  run::Table table = TableOf(driver, bytes, options, console);
   for (const std::string& warning : table.warnings) {
     console.Warning(warning);
   }

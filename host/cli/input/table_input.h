@@ -47,12 +47,18 @@ struct TableBytes {
   run::Bytes entryPoint;  // empty where the file holds everything
 };
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
+// The same bytes, but for what names the machine and its parts.
+TableBytes Redacted(TableBytes bytes, const TableOptions& options, const Masker& masker,
+                    const Console& console);
 // The table in these bytes. Throws InputError.
 run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
                    const Console& console);
 
 // Reads the table that the options name, also the one that a saved state was made of; what is odd about it is said. Throws InputError.
 run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console);
+// The same, of bytes that were read already.
+run::Table ReadTable(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
+                     const Console& console);
 
 // Puts the conformed table in place of the table. Says how much changed, and whatever is more than a
 // new name for a device. False: it could not be conformed.

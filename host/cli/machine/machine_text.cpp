@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/cli/machine/fact_text.h"
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
 #include "host/cli/output/text_table.h"
@@ -21,7 +22,6 @@ using facts::Kind;
 using facts::Part;
 
 constexpr std::size_t kTitleWidth = 11;
-constexpr char kNothing[] = "-";
 
 // A fact where it stands: "serial 1234", "16 GB".
 struct FactShown {
@@ -29,38 +29,6 @@ struct FactShown {
   const char* heading;  // of a column
   const char* before;   // where it is no column
 };
-
-std::string ValueText(const Part& part, std::string_view fact, const Terminal& terminal) {
-  const facts::Value& value = part.Find(fact);
-  if (const auto* const text = std::get_if<std::string>(&value)) {
-    return Printable(*text, terminal);
-  }
-  if (const bool* const flag = std::get_if<bool>(&value)) {
-    return *flag ? "yes" : kNothing;
-  }
-  const auto* const number = std::get_if<std::uint64_t>(&value);
-  if (number == nullptr) {
-    return kNothing;
-  }
-  constexpr std::pair<std::string_view, const char*> kUnits[] = {
-      {"InMTs", "MT/s"}, {"InMHz", "MHz"},       {"InBits", "bits"},
-      {"InWatts", "W"},  {"InMillivolts", "mV"}, {"InUnits", "U"}};
-  if (fact == "sizeInBytes" || fact == "capacityInBytes" || fact == "romSizeInBytes") {
-    return SizeInWords(*number);
-  }
-  for (const auto& [end, unit] : kUnits) {
-    if (fact.size() > end.size() && fact.substr(fact.size() - end.size()) == end) {
-      return fmt::format("{} {}", *number, unit);
-    }
-  }
-  if (fact == "coreCount") {
-    return Counted(*number, "core");
-  }
-  if (fact == "threadCount") {
-    return Counted(*number, "thread");
-  }
-  return fmt::format("{}", *number);
-}
 
 // ---- Parts of which a machine has one, or few ----
 
@@ -294,16 +262,6 @@ std::string TableSays(const Difference& difference, const Terminal& terminal) {
 std::string InWords(const Difference& difference, const Terminal& terminal) {
   return fmt::format("{} \"{}\", {}", difference.element, Printable(difference.document, terminal),
                      TableSays(difference, terminal));
-}
-
-std::string TitleOf(std::string_view fact) {
-  std::string title;
-  for (const char character : fact) {
-    const bool isCapital = character >= 'A' && character <= 'Z';
-    title += isCapital && !title.empty() ? " " : "";
-    title += isCapital ? static_cast<char>(character - 'A' + 'a') : character;
-  }
-  return title;
 }
 
 }  // namespace

@@ -46,6 +46,13 @@ void Append(std::string& utf8, char32_t character) {
   }
 }
 
+// Marks, embeddings and isolates of bidirectional text (Unicode, UAX 9).
+bool TurnsDirection(char32_t character) {
+  return character == 0x061C || (character >= 0x200E && character <= 0x200F) ||
+         (character >= 0x2028 && character <= 0x202E) ||
+         (character >= 0x2066 && character <= 0x2069);
+}
+
 struct Character {
   char32_t code;
   size_t length;
@@ -160,6 +167,24 @@ std::string Shown(std::string_view utf8, const Terminal& terminal) {
     utf8.remove_prefix(front.length);
   }
   return shown;
+}
+
+std::string Harmless(std::string_view utf8) {
+  std::string harmless;
+  while (!utf8.empty()) {
+    const Character front = FrontOf(utf8);
+    // A code in more bytes than it takes is not UTF-8 either.
+    const bool isNoCharacter = (front.length == 1 && front.code >= 0x80) ||
+                               (front.length == 3 && front.code < 0x800) ||
+                               (front.length == 4 && front.code < 0x10000);
+    const bool isSpelledOut =
+        IsControl(front.code) || isNoCharacter || TurnsDirection(front.code) ||
+        (front.code >= 0xD800 && front.code <= 0xDFFF) || front.code > 0x10FFFF;
+    harmless += isSpelledOut ? fmt::format("\\x{:02X}", static_cast<uint32_t>(front.code))
+                             : std::string(utf8.substr(0, front.length));
+    utf8.remove_prefix(front.length);
+  }
+  return harmless;
 }
 
 std::string Hex(const std::vector<uint8_t>& bytes) {

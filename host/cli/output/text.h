@@ -36,6 +36,10 @@ std::string Printable(std::u16string_view text, const Terminal& terminal);
 // for bytes that are no UTF-8.
 std::string Shown(std::string_view utf8, const Terminal& terminal);
 
+// UTF-8 that shows what it says: control characters, those that turn the direction of a text, and bytes
+// that are no UTF-8 are spelled out as "\x1B".
+std::string Harmless(std::string_view utf8);
+
 // Two lower-case digits for each byte.
 std::string Hex(const std::vector<uint8_t>& bytes);
 

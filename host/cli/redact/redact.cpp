@@ -6,6 +6,7 @@
 #include "host/cli/redact/redact.h"
 
 #include <fmt/format.h>
+#include <sodium.h>
 
 #include <CLI/CLI.hpp>
 #include <fstream>
@@ -16,6 +17,15 @@ namespace tvq::cli {
 namespace {
 
 constexpr char kMachineKey[] = "/etc/machine-id";
+
+// Empty where neither the options nor this machine have one.
+std::string KeyOf(const RedactOptions& options) {
+  std::string key = options.key;
+  if (key.empty()) {
+    std::getline(std::ifstream(kMachineKey), key);
+  }
+  return key;
+}
 
 }  // namespace
 
@@ -33,16 +43,21 @@ std::optional<Masker> MakeMasker(const RedactOptions& options) {
   if (!options.isWanted) {
     return std::nullopt;
   }
-  if (!options.key.empty()) {
-    return Masker(options.key);
-  }
-  std::string identity;
-  std::getline(std::ifstream(kMachineKey), identity);
-  if (identity.empty()) {
+  const std::string key = KeyOf(options);
+  if (key.empty()) {
     throw InputError(fmt::format("this machine has no identity in {}", kMachineKey),
                      "name what the masks depend on with --redact-key TEXT");
   }
-  return Masker(identity);
+  return Masker(key);
+}
+
+Masker MakePageMasker(const RedactOptions& options) {
+  std::string key = KeyOf(options);
+  if (key.empty()) {
+    key.resize(crypto_generichash_KEYBYTES);
+    randombytes_buf(key.data(), key.size());
+  }
+  return Masker(key);
 }
 
 }  // namespace tvq::cli

@@ -31,6 +31,10 @@ void AddRedact(CLI::App& app, RedactOptions& options);
 // Nothing where --redact was not given. Throws InputError.
 std::optional<Masker> MakeMasker(const RedactOptions& options);
 
+// The same for what is masked unless somebody asks for more: where this machine has no identity, the
+// masks are others each time.
+Masker MakePageMasker(const RedactOptions& options);
+
 // Masks a structure table in place: the numbers and tags that name the machine or a part, OEM
 // strings, every other text that repeats one of them, and whatever has no name in the source form.
 // Nothing changes its place or its length, and the driver's names stay. Returns how many bytes at

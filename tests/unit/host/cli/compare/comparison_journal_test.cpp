@@ -161,7 +161,7 @@ TEST_F(ComparisonJournal, ControlCharactersOfTheMachineCommandNoTerminal) {
 
 TEST_F(ComparisonJournal, AFirmwareUpdateIsToldOnceAndIsNoAlarm) {
   run::Comparison comparison;
-  comparison.firmware = run::FirmwareUpdate{"1.0", std::nullopt};
+  comparison.firmware = run::FirmwareUpdate{"1.0", std::nullopt, ""};
   comparison.counts = {{"changed", 4}};
   const auto entries = Written(comparison);
   ASSERT_THAT(entries, SizeIs(1));

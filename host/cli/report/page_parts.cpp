@@ -1,0 +1,59 @@
+/*
+ * What the sections of the page have in common.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#include <fmt/format.h>
+
+#include "host/cli/output/text.h"
+#include "host/cli/report/page_sections.h"
+
+namespace tvq::cli {
+
+using facts::Kind;
+
+bool IsPictured(Kind kind) {
+  return kind == Kind::kProcessor || kind == Kind::kModule || kind == Kind::kSlot;
+}
+
+std::string RowId(PartPlace place) {
+  return fmt::format("{}-{}", NameOf(place.kind).one, place.index + 1);
+}
+
+std::string BoxId(PartPlace place) {
+  return "at-" + RowId(place);
+}
+
+std::string ChangeId(std::size_t change) {
+  return fmt::format("change-{}", change + 1);
+}
+
+std::string FindingId(std::size_t finding) {
+  return fmt::format("finding-{}", finding + 1);
+}
+
+std::string DisplayName(const MachineView& view, PartPlace place) {
+  const facts::Part& part = view.At(place);
+  const std::string_view label = part.TextOf("label");
+  const std::string printed = LabelText(label.empty() ? part.TextOf("location") : label);
+  return printed != "-" ? printed : NameOf(view, place);
+}
+
+void WritePartLink(const Page& page, PartPlace place) {
+  page.html.Link('#' + (IsPictured(place.kind) ? BoxId(place) : RowId(place)),
+                 DisplayName(page.View(), place), "part");
+}
+
+HtmlAttributes SectionNamed(const std::string& id) {
+  return {{"id", id}, {"aria-labelledby", id + "-heading"}};
+}
+
+void WriteHeading(const Page& page, const std::string& id, std::string_view text) {
+  page.html.Add("h2", {{"id", id + "-heading"}}, text);
+}
+
+void WriteBadge(const Page& page, std::string_view kind, std::string_view text) {
+  page.html.Add("span", {{"class", fmt::format("badge {}", kind)}}, text);
+}
+
+}  // namespace tvq::cli

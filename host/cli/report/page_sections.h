@@ -1,0 +1,58 @@
+/*
+ * The sections of the page about a machine.
+ *
+ * SPDX-License-Identifier: BSD-2-Clause-Patent
+ */
+#ifndef TVQ_HOST_CLI_REPORT_PAGE_SECTIONS_H_
+#define TVQ_HOST_CLI_REPORT_PAGE_SECTIONS_H_
+
+#include <string>
+
+#include "host/cli/report/html_writer.h"
+#include "host/cli/report/part_notes.h"
+#include "host/cli/report/report.h"
+
+namespace tvq::cli {
+
+// What a section is written from, and to.
+struct Page {
+  const Report& report;
+  const PartNotes& notes;
+  HtmlWriter& html;
+
+  MachineView View() const { return report.View(); }
+};
+
+void WriteIdentity(const Page& page);  // what is this machine
+void WriteBrief(const Page& page);     // what is wrong, or changed, in a line each
+void WriteChanges(const Page& page);
+void WritePicture(const Page& page);
+void WriteFindings(const Page& page);
+void WriteDriver(const Page& page);
+void WriteTables(const Page& page);
+
+// Whether the picture shows parts of this kind.
+bool IsPictured(facts::Kind kind);
+
+// The anchors of a part: of its row among the tables, and of its box in the picture.
+std::string RowId(PartPlace place);
+std::string BoxId(PartPlace place);
+std::string ChangeId(std::size_t change);
+std::string FindingId(std::size_t finding);
+
+// By its printed label, or else by what the driver calls it.
+std::string DisplayName(const MachineView& view, PartPlace place);
+
+// A link to where the part is shown: in the picture, else in the tables.
+void WritePartLink(const Page& page, PartPlace place);
+
+// The heading of a section, of that id; the section refers to it.
+HtmlAttributes SectionNamed(const std::string& id);
+void WriteHeading(const Page& page, const std::string& id, std::string_view text);
+
+// A word in a box: "error", "replaced".
+void WriteBadge(const Page& page, std::string_view kind, std::string_view text);
+
+}  // namespace tvq::cli
+
+#endif  // TVQ_HOST_CLI_REPORT_PAGE_SECTIONS_H_
