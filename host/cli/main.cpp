@@ -3,6 +3,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <unistd.h>
+
 #include <exception>
 #include <iostream>
 #include <new>
@@ -10,7 +12,13 @@
 #include "host/cli/command_line.h"
 
 int main(int argc, char** argv) {
-  tvq::cli::Console console{std::cin, std::cout, std::cerr, tvq::cli::StandardTerminal()};
+  tvq::cli::Console console{std::cin,
+                            std::cout,
+                            std::cerr,
+                            tvq::cli::StandardTerminal(),
+                            false,
+                            false,
+                            isatty(STDERR_FILENO) != 0};
   try {
     const int status = tvq::cli::RunCommandLine(argc, argv, console);
     std::cout.flush();

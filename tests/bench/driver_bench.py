@@ -9,6 +9,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 import argparse
 import json
 import math
+import statistics
 import sys
 import tempfile
 from pathlib import Path
@@ -167,6 +168,24 @@ def process_section(tvq, file):
     return Section(f"Whole process, static: processor time, medians of {whole_process.RUNS} runs in turn", figures)
 
 
+MANY_TABLES, MEDIAN_STRUCTURES = 1000, 80
+
+
+def many_section(tvq):
+    """One run over many tables beside as many runs of another program. The processor time of all workers counts."""
+    progress(f"{MANY_TABLES:,} tables in one run")
+    with tempfile.NamedTemporaryFile(suffix=".bin") as table:
+        table.write(tables.of_size(MEDIAN_STRUCTURES))
+        table.flush()
+        dmidecode = [whole_process.program("dmidecode"), "--from-dump", table.name]
+        export = [tvq, "export", "--ndjson", *[table.name] * MANY_TABLES]
+        others = statistics.median(whole_process.seconds(dmidecode) for _ in range(whole_process.RUNS))
+        mine = whole_process.seconds(export) / MANY_TABLES
+        others = (others + statistics.median(whole_process.seconds(dmidecode) for _ in range(whole_process.RUNS))) / 2
+    figures = [Figure("many-export", "tvq export, for each table, over dmidecode's whole process", mine / others, "times", 1)]
+    return Section(f"{MANY_TABLES:,} tables of {MEDIAN_STRUCTURES} structures in one run, static: processor time", figures)
+
+
 def measure(options):
     """All sections."""
     bench = Workbench(options.programs)
@@ -176,7 +195,8 @@ def measure(options):
     if not options.quick:
         sections[1:1] = [growth_section(bench)]
         sections += [pool_section(bench, subject), size_section(options.firmware), comparison_section(bench, subject),
-                     time_section(bench, subject), process_section(options.tvq, subject.file)]
+                     time_section(bench, subject), process_section(options.tvq, subject.file),
+                     many_section(options.tvq)]
     return sections
 
 

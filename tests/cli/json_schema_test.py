@@ -123,6 +123,9 @@ def commands(tvq, table, folder):
     yield [tvq, "verify", state, "--json", *dump]
     yield [tvq, "accept", state, "System.Embedded.1", "--json", *dump]
     yield [tvq, "diff", state, table, "--json"]
+    for command in ("show", "export", "lint"):
+        yield [tvq, command, "--ndjson", table, folder / "no table"]
+    yield [tvq, "report", "--ndjson", "--redact", "--redact-key", "key", table, folder / "no table", "-o", folder / "pages"]
     yield [tvq, "diff", table, folder / "other.bin", "--json"]
     rows = ("export", table, "--rows", "--time", "1795000000")
     yield [tvq, *rows]
@@ -166,7 +169,8 @@ def main(arguments):
                 text = tables.run(*words, status=(0, 1, 2))
                 if not text:
                     continue
-                for document in text.splitlines() if "--rows" in command else [text]:
+                are_lines = "--rows" in command or "--ndjson" in command
+                for document in text.splitlines() if are_lines else [text]:
                     schemas.check(document, " ".join(str(word) for word in command))
                 # What is saved already is not new any more.
                 if command[1] not in ("save", "accept") and text != tables.run(*words, status=(0, 1, 2)):

@@ -7,6 +7,8 @@
 #include <optional>
 
 #include "host/cli/fleet/rows.h"
+#include "host/cli/many/many_tables.h"
+#include "host/cli/many/table_list.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/output/json.h"
 
@@ -25,6 +27,7 @@ constexpr CommandText kText = {
     "  sudo tvq export\n"
     "  tvq export dump.bin\n"
     "  dmidecode -u | tvq export -\n"
+    "  tvq export dumps/ > dumps.ndjson\n"
     "  sudo tvq export --rows --against /var/lib/tvq\n",
     "0 it was printed; 1 it was printed, but the table could not be conformed; 2\n"
     "there is no table that can be used, or the state or the command line is wrong; 3 no state "
@@ -34,19 +37,20 @@ constexpr CommandText kText = {
 struct ExportOptions {
   TableOptions table;
   RowOptions rows;
+  ManyOptions many;
 };
 
-ExitStatus Export(const ExportOptions& options, Console& console) {
-  run::DriverRun driver(options.rows.isWanted ? run::LogLines::kDropped : run::LogLines::kKept);
-  const std::optional<LoadedState> state = StateForRows(driver, options.rows, console);
+ExitStatus Export(const TableOptions& table, const RowOptions& rows, Console& console) {
+  run::DriverRun driver(rows.isWanted ? run::LogLines::kDropped : run::LogLines::kKept);
+  const std::optional<LoadedState> state = StateForRows(driver, rows, console);
   Collected collected;
-  collected.table = ReadTable(driver, options.table, console);
-  const bool isConformed = !options.table.conform || ConformTable(driver, collected.table, console);
-  collected.results = RunDriver(driver, collected.table, options.table, console);
-  if (options.rows.isWanted) {
-    PrintRows(driver, collected, state, options.table, options.rows, console);
+  collected.table = ReadTable(driver, table, console);
+  const bool isConformed = !table.conform || ConformTable(driver, collected.table, console);
+  collected.results = RunDriver(driver, collected.table, table, console);
+  if (rows.isWanted) {
+    PrintRows(driver, collected, state, table, rows, console);
   } else {
-    PrintJson(ToJson(collected.table, collected.results), console);
+    PrintExport(collected.table, collected.results, console);
   }
   return isConformed ? kExitNothingFound : kExitFound;
 }
@@ -55,11 +59,19 @@ ExitStatus Export(const ExportOptions& options, Console& console) {
 
 void AddExport(Commands& commands) {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App& app =
-      commands.Add(kText, [options](Console& console) { return Export(*options, console); });
+  CLI::App& app = commands.Add(kText, [options](Console& console) {
+    ManyOptions many = options->many;
+    many.areRows = options->rows.isWanted;
+    // Documents that follow one another are lines.
+    many.areLines = !many.areRows && (many.areLines || AreMany(many.arguments));
+    return RunOnTables(options->table, many, console, [&](const TableOptions& table, Console& own) {
+      return Export(table, options->rows, own);
+    });
+  });
   AddTableOptions(app, options->table);
-  AddTableFile(app, options->table);
+  AddTableFiles(app, options->many);
   AddConform(app, options->table);
+  AddMany(app, options->many);
   AddRows(app, options->rows);
 }
 

@@ -16,6 +16,8 @@
 #include "host/cli/commands/lint_report.h"
 #include "host/cli/commands/lint_subject.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/many/many_tables.h"
+#include "host/cli/many/table_list.h"
 #include "host/lint/lint.h"
 #include "host/table/text.h"
 
@@ -52,6 +54,7 @@ enum class Format {
 
 struct LintOptions {
   TableOptions table;
+  ManyOptions many;
   lint::Profile profile = lint::kDriver;
   lint::Severity failOn = lint::Severity::kNote;
   std::vector<std::string> enable;
@@ -136,6 +139,22 @@ ExitStatus Examine(const LintOptions& options, Console& console) {
   return isGrave ? kExitFound : kExitNothingFound;
 }
 
+ExitStatus ExamineAll(const LintOptions& options, Console& console) {
+  LintOptions one = options;
+  const bool isJson = options.json || options.format == Format::kJson;
+  const bool areMany = AreMany(options.many.arguments);
+  if (areMany && options.format == Format::kSarif) {
+    throw InputError("a SARIF log is about one table", "--ndjson prints a line for each table");
+  }
+  one.json = isJson || options.many.areLines;
+  one.many.areLines = options.many.areLines || (isJson && areMany);
+  return RunOnTables(options.table, one.many, console,
+                     [&one](const TableOptions& table, Console& own) {
+                       one.table = table;
+                       return Examine(one, own);
+                     });
+}
+
 ExitStatus Explain(const std::string& name, Console& console) {
   if (name == "all") {
     console.Text(lint::RulesInMarkdown());
@@ -154,7 +173,7 @@ ExitStatus Lint(const LintOptions& options, Console& console) {
     console.Page(lint::ListRules());
     return kExitNothingFound;
   }
-  return options.explain.empty() ? Examine(options, console) : Explain(options.explain, console);
+  return options.explain.empty() ? ExamineAll(options, console) : Explain(options.explain, console);
 }
 
 // An option whose value is one of a few words.
@@ -181,7 +200,8 @@ void AddLint(Commands& commands) {
   CLI::App& app =
       commands.Add(kText, [options](Console& console) { return Lint(*options, console); });
   AddTableOptions(app, options->table);
-  AddTableFile(app, options->table);
+  AddTableFiles(app, options->many);
+  AddMany(app, options->many);
   AddChoice<lint::Profile>(
       app, "--profile", options->profile,
       {{"driver", lint::kDriver}, {"table", lint::kTable}, {"all", lint::kBoth}},

@@ -7,12 +7,21 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <set>
 
 #include "host/cli/commands/lint_subject.h"
 #include "host/cli/compare/comparison_output.h"
 #include "host/cli/compare/sides.h"
 #include "host/cli/input/input.h"
+#include "host/cli/many/many_tables.h"
+#include "host/cli/many/table_list.h"
+#include "host/cli/output/json.h"
 #include "host/cli/output/output_file.h"
+#include "host/cli/report/index_page.h"
 #include "host/cli/report/report.h"
 #include "host/lint/lint.h"
 
@@ -28,11 +37,13 @@ constexpr CommandText kText = {
     "save`\n"
     "or an agent's stick. Serial numbers and the like are masked unless --show-serials asks for "
     "them.\n"
-    "Without FILE, the table of this machine is read, which takes root rights.",
+    "Without FILE, the table of this machine is read, which takes root rights. Of several, and of\n"
+    "folders, -o names a folder, which gets an index as well.",
     "  sudo tvq report -o server.html\n"
     "  tvq report dump.bin -o server.html\n"
     "  tvq report after.bin --against before.bin -o changes.html\n"
-    "  sudo tvq report --against /var/lib/tvq -o changes.html\n",
+    "  sudo tvq report --against /var/lib/tvq -o changes.html\n"
+    "  tvq report dumps/ -o pages\n",
     "0 nothing is to be looked at; 1 `tvq lint` finds something, a device has no record or\n"
     "something changed since; 2 there is no table that can be used, or the page cannot be "
     "written;\n"
@@ -40,6 +51,7 @@ constexpr CommandText kText = {
 
 struct ReportOptions {
   TableOptions table;
+  ManyOptions many;
   std::string output;
   std::string earlier;
   bool showsSerials = false;
@@ -118,13 +130,108 @@ ExitStatus StatusOfReport(const Report& report) {
   return report.earlier ? StatusOf(report.earlier->comparison) : kExitNothingFound;
 }
 
-ExitStatus WriteReport(const ReportOptions& options, Console& console) {
+// What a line of --ndjson says of a page.
+std::string SummaryLine(const Report& report, const std::string& page) {
+  const ReportSummary summary = Summarize(report);
+  nlohmann::ordered_json json = SchemaJson("tvq-report");
+  json["page"] = page;
+  json["machine"] = summary.machine;
+  json["serial"] = summary.serial;
+  json["processors"] = summary.processors;
+  json["memoryInBytes"] = summary.memoryInBytes;
+  json["modules"] = summary.modules;
+  json["firmware"] = summary.firmware;
+  json["errors"] = summary.errors;
+  json["warnings"] = summary.warnings;
+  json["changes"] = summary.changes;
+  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
+IndexRow RowOf(const std::string& table, const std::string& line) {
+  const nlohmann::json json = nlohmann::json::parse(line, nullptr, false);
+  IndexRow row;
+  row.table = table;
+  if (json.is_discarded() || !json.contains("page")) {
+    row.trouble =
+        json.is_discarded() ? "nothing is known" : json.value("error", "nothing is known");
+    return row;
+  }
+  row.page = json["page"];
+  row.summary = {json["machine"],       json["serial"],   json["processors"],
+                 json["memoryInBytes"], json["modules"],  json["firmware"],
+                 json["errors"],        json["warnings"], json["changes"]};
+  return row;
+}
+
+// A name for the page of each table: that of its file, and a number where several have it.
+std::map<std::string, std::string> NamePages(const std::vector<std::string>& tables) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
+  std::map<std::string, std::string> pages;
+  std::set<std::string> taken = {"index"};
+  for (const std::string& table : tables) {
+    std::string stem = std::filesystem::path(table).stem().native();
+    for (char& character : stem) {
+      character = kPlain.find(character) == std::string_view::npos ? '_' : character;
+    }
+    std::string name = stem;
+    for (int number = 2; pages.count(table) == 0 && !taken.insert(name).second; ++number) {
+      name = fmt::format("{}-{}", stem, number);
+    }
+    pages.emplace(table, name + ".html");
+  }
+  return pages;
+}
+
+ExitStatus WriteReports(const ReportOptions& options, Console& console) {
+  if (options.output.empty() || options.output == "-") {
+    throw InputError("the pages about several tables go to a folder", "name it with -o FOLDER");
+  }
+  ManyOptions many = options.many;
+  if (std::vector<std::string> tables = ListTables(many.arguments); !tables.empty()) {
+    many.arguments = std::move(tables);
+  }
+  many.areLines = true;
+  const std::map<std::string, std::string> pages = NamePages(many.arguments);
+  MakeOutputFolder(options.output);
+  std::vector<IndexRow> rows;
+  const ExitStatus worst = RunMany(
+      many, console,
+      [&](const std::string& table, Console& own) {
+        ReportOptions one = options;
+        one.table.file = table;
+        const Report report = MakeReport(one, own);
+        WriteOutput(options.output + "/" + pages.at(table), ReportPage(report), own);
+        own.out << SummaryLine(report, pages.at(table));
+        return StatusOfReport(report);
+      },
+      [&](const std::string& table, ExitStatus, std::string&& line) {
+        rows.push_back(RowOf(table, line));
+        if (options.many.areLines && !line.empty()) {
+          console.out << LineOf(table, line);
+        }
+      });
+  WriteOutput(options.output + "/index.html",
+              IndexPage(rows, !options.showsSerials, !options.earlier.empty()), console);
+  return worst;
+}
+
+ExitStatus WriteReport(ReportOptions options, Console& console) {
+  if (AreMany(options.many.arguments)) {
+    return WriteReports(options, console);
+  }
+  if (!options.many.arguments.empty()) {
+    options.table.file = options.many.arguments.front();
+  }
   if (options.output.empty() && !console.terminal.isPipe) {
     throw InputError("a page is not for a terminal",
                      "name a file with -o report.html; `-o -` prints it all the same");
   }
   const Report report = MakeReport(options, console);
   WriteOutput(options.output, ReportPage(report), console);
+  if (options.many.areLines && !options.output.empty() && options.output != "-") {
+    console.out << LineOf(report.name, SummaryLine(report, options.output));
+  }
   return StatusOfReport(report);
 }
 
@@ -135,9 +242,11 @@ void AddReport(Commands& commands) {
   CLI::App& app =
       commands.Add(kText, [options](Console& console) { return WriteReport(*options, console); });
   AddTableOptions(app, options->table);
-  AddTableFile(app, options->table);
+  AddTableFiles(app, options->many);
+  AddMany(app, options->many);
   AddConform(app, options->table);
-  app.add_option("-o,--output", options->output, "The file that the page is written to")
+  app.add_option("-o,--output", options->output,
+                 "The file that the page is written to; of several tables, a folder")
       ->type_name("FILE");
   app.add_option("--against", options->earlier,
                  "Show what changed since: a table, a state, or a folder with states")

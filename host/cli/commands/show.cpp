@@ -11,6 +11,8 @@
 #include "host/cli/input/input.h"
 #include "host/cli/device/overview.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/many/many_tables.h"
+#include "host/cli/many/table_list.h"
 #include "host/cli/output/json.h"
 
 #include <nlohmann/json.hpp>
@@ -43,6 +45,7 @@ constexpr CommandText kText = {
 struct ShowOptions {
   TableOptions table;
   std::vector<std::string> arguments;
+  ManyOptions many;
   std::string name;
   bool json = false;
 };
@@ -102,8 +105,7 @@ void Print(const Overview& overview, PartPlace place, bool isJson, const Console
   }
 }
 
-ExitStatus Show(ShowOptions options, Console& console) {
-  TakeArguments(options);
+ExitStatus ShowOne(const ShowOptions& options, Console& console) {
   const Overview overview = MakeOverview(options, console);
   const ExitStatus status = overview.missing.empty() ? kExitNothingFound : kExitFound;
   if (!options.name.empty()) {
@@ -118,6 +120,32 @@ ExitStatus Show(ShowOptions options, Console& console) {
   return status;
 }
 
+// A second argument may be a part of the first; of three, all are tables.
+bool AreTables(const ShowOptions& options) {
+  const std::vector<std::string>& arguments = options.arguments;
+  return options.table.file.empty() && AreMany(arguments) &&
+         (arguments.size() == 1 || NamesFile(arguments[1]));
+}
+
+ExitStatus Show(ShowOptions options, Console& console) {
+  const bool areTables = AreTables(options);
+  if (!areTables) {
+    TakeArguments(options);
+  }
+  if (areTables) {
+    options.many.arguments = options.arguments;
+  } else if (options.many.areLines && !options.table.file.empty() && options.name.empty()) {
+    options.many.arguments = {options.table.file};
+  }
+  options.many.areLines = options.many.areLines || (options.json && areTables);
+  options.json = options.json || options.many.areLines;
+  return RunOnTables(options.table, options.many, console,
+                     [&options](const TableOptions& table, Console& own) {
+                       options.table = table;
+                       return ShowOne(options, own);
+                     });
+}
+
 }  // namespace
 
 void AddShow(Commands& commands) {
@@ -125,9 +153,10 @@ void AddShow(Commands& commands) {
   CLI::App& app =
       commands.Add(kText, [options](Console& console) { return Show(*options, console); });
   app.add_option("TABLE|NAME", options->arguments,
-                 "A captured table, or '-'; a printed label or an FQDD")
+                 "A captured table, or '-', or several, and folders; a printed label or an FQDD")
       ->type_name("");
   AddTableOptions(app, options->table);
+  AddMany(app, options->many);
   AddConform(app, options->table);
   commands.AddWide(app);
   app.add_flag("--json", options->json, "Print one JSON document");

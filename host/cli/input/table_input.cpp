@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <filesystem>
 
 #include "host/cli/input/file_kind.h"
 #include "host/cli/input/input.h"
@@ -113,7 +114,9 @@ run::Table TableOfState(run::DriverRun& driver, const run::Bytes& state,
 
 // Whether the options name a file or a folder, of which either may be a state.
 bool MayBeState(const TableOptions& options) {
-  return !options.file.empty() && options.file != "-";
+  std::error_code error;
+  return !options.file.empty() && options.file != "-" &&
+         (!std::filesystem::is_directory(options.file, error) || HoldsStates(options.file));
 }
 
 void AddTableSource(CLI::App& app, TableOptions& options) {
@@ -147,13 +150,6 @@ void AddTableSource(CLI::App& app, TableOptions& options) {
 void AddTableOptions(CLI::App& app, TableOptions& options) {
   AddTableSource(app, options);
   AddRedact(app, options.redact);
-}
-
-void AddTableFile(CLI::App& app, TableOptions& options) {
-  app.add_option("FILE", options.file, "The same as --from-dump FILE")
-      ->type_name("")
-      ->excludes(app.get_option("--from-dump"))
-      ->excludes(app.get_option("--table"));
 }
 
 void AddConform(CLI::App& app, bool& conform) {

@@ -29,8 +29,6 @@ struct TableOptions {
 
 // Adds --from-dump, --table, --smbios-version, --sysfs and those of --redact. The options have to live until the command ran.
 void AddTableOptions(CLI::App& app, TableOptions& options);
-// Adds FILE, which says the same as --from-dump FILE.
-void AddTableFile(CLI::App& app, TableOptions& options);
 // Adds --as-is, and --conform for what happens without it.
 void AddConform(CLI::App& app, bool& conform);
 inline void AddConform(CLI::App& app, TableOptions& options) {

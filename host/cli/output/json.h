@@ -24,8 +24,8 @@ std::string JsonLine(const nlohmann::ordered_json& document, const Terminal& ter
 nlohmann::ordered_json SmbiosJson(const run::Table& table);
 nlohmann::ordered_json AttributesJson(const std::vector<run::Attribute>& attributes);
 
-// The document of `tvq export`.
-nlohmann::ordered_json ToJson(const run::Table& table, const run::Results& results);
+// Prints the document of `tvq export`.
+void PrintExport(const run::Table& table, const run::Results& results, const Console& console);
 
 }  // namespace tvq::cli
 

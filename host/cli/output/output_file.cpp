@@ -44,4 +44,14 @@ void WriteOutput(const std::string& path, const std::string& result, const Conso
   }
 }
 
+void MakeOutputFolder(const std::string& path) {
+  std::string link;
+  if (!OpenFolder(path, Missing::kIsMade, link).IsOpen()) {
+    throw InputError(
+        fmt::format("cannot make the folder {}: {}", path,
+                    link.empty() ? std::strerror(errno) : link + " is a symbolic link"),
+        "name a folder that you may write to, by a path without links");
+  }
+}
+
 }  // namespace tvq::cli

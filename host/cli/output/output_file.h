@@ -16,6 +16,9 @@ namespace tvq::cli {
 // output where the path is empty or "-". Throws InputError.
 void WriteOutput(const std::string& path, const std::string& result, const Console& console);
 
+// Makes a folder for such files where there is none yet. Throws InputError.
+void MakeOutputFolder(const std::string& path);
+
 }  // namespace tvq::cli
 
 #endif  // TVQ_HOST_CLI_OUTPUT_OUTPUT_FILE_H_

@@ -26,7 +26,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
   return lines;
 }
 
-DeviceRow Module(const std::string& label) {
+DeviceRow ModuleRow(const std::string& label) {
   DeviceRow row;
   row.kind = "memory module";
   row.fqdd = "DIMM.Socket.A1";
@@ -43,32 +43,32 @@ MeasuredRun RunOf(const std::vector<DeviceRow>& rows) {
 }
 
 TEST(Metrics, HaveALineForEachDevice) {
-  EXPECT_THAT(LinesOf(MetricsText(RunOf({Module("DIMM_A1")}), Serials::kHidden)),
+  EXPECT_THAT(LinesOf(MetricsText(RunOf({ModuleRow("DIMM_A1")}), Serials::kHidden)),
               Contains("tvq_device_info{class=\"memory module\",fqdd=\"DIMM.Socket.A1\","
                        "label=\"DIMM_A1\",maker=\"Memory Works\",part=\"MW16\","
                        "verdict=\"same\"} 1"));
 }
 
 TEST(Metrics, HaveSerialNumbersWhereTheyAreAskedForAlone) {
-  EXPECT_THAT(MetricsText(RunOf({Module("A1")}), Serials::kHidden), Not(HasSubstr("0123ABCD")));
-  EXPECT_THAT(MetricsText(RunOf({Module("A1")}), Serials::kShown),
+  EXPECT_THAT(MetricsText(RunOf({ModuleRow("A1")}), Serials::kHidden), Not(HasSubstr("0123ABCD")));
+  EXPECT_THAT(MetricsText(RunOf({ModuleRow("A1")}), Serials::kShown),
               HasSubstr("part=\"MW16\",serial=\"0123ABCD\",verdict=\"same\""));
 }
 
 TEST(Metrics, EscapeWhatTheFormatReserves) {
-  const std::string text = MetricsText(RunOf({Module("a\\b \"c\"\nd\x01")}), Serials::kHidden);
+  const std::string text = MetricsText(RunOf({ModuleRow("a\\b \"c\"\nd\x01")}), Serials::kHidden);
   EXPECT_THAT(text, HasSubstr(R"(label="a\\b \"c\" d ",)"));
 }
 
 TEST(Metrics, KeepOtherCharacters) {
-  EXPECT_THAT(MetricsText(RunOf({Module("b\xC3\xA4y")}), Serials::kHidden),
+  EXPECT_THAT(MetricsText(RunOf({ModuleRow("b\xC3\xA4y")}), Serials::kHidden),
               HasSubstr("label=\"b\xC3\xA4y\""));
 }
 
 // Two lines with the same labels would make a reader refuse all of them.
 TEST(Metrics, CountDevicesThatNothingTellsApart) {
   const std::string text =
-      MetricsText(RunOf({Module("A1"), Module("A2"), Module("A1")}), Serials::kHidden);
+      MetricsText(RunOf({ModuleRow("A1"), ModuleRow("A2"), ModuleRow("A1")}), Serials::kHidden);
   std::vector<std::string> counts;
   for (const std::string& line : LinesOf(text)) {
     if (line.rfind("tvq_device_info{", 0) == 0) {
@@ -80,7 +80,7 @@ TEST(Metrics, CountDevicesThatNothingTellsApart) {
 
 TEST(Metrics, HaveHelpAndTypeInFrontOfEachMetric) {
   const std::vector<std::string> lines =
-      LinesOf(MetricsText(RunOf({Module("A1")}), Serials::kHidden));
+      LinesOf(MetricsText(RunOf({ModuleRow("A1")}), Serials::kHidden));
   std::string name;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (lines[i].rfind("# HELP ", 0) == 0) {

@@ -14,6 +14,17 @@ namespace {
 
 using nlohmann::ordered_json;
 
+std::string ExportOf(const run::Table& table, const run::Results& results, bool isOneLine = true) {
+  std::istringstream in;
+  std::ostringstream out;
+  PrintExport(table, results, {in, out, out, {}, false, isOneLine});
+  return out.str();
+}
+
+ordered_json ToJson(const run::Table& table, const run::Results& results) {
+  return ordered_json::parse(ExportOf(table, results));
+}
+
 TEST(CliJson, HasTheMembersInTheirOrder) {
   run::Table table;
   table.major = 2;

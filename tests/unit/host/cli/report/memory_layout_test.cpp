@@ -17,8 +17,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-facts::Machine Machine(const std::vector<std::string>& sockets,
-                       const std::vector<test::MemoryDevice>& modules) {
+facts::Machine MachineOf(const std::vector<std::string>& sockets,
+                         const std::vector<test::MemoryDevice>& modules) {
   std::vector<test::Processor> processors;
   for (const std::string& socket : sockets) {
     processors.push_back({.designation = socket});
@@ -43,7 +43,7 @@ std::vector<std::string> InWords(const facts::Machine& machine) {
   return words;
 }
 
-test::MemoryDevice Slot(const std::string& locator, const std::string& bank) {
+test::MemoryDevice SlotOf(const std::string& locator, const std::string& bank) {
   test::MemoryDevice device;
   device.locator = locator;
   device.bankLocator = bank.empty() ? test::Text() : test::Text(bank);
@@ -51,55 +51,57 @@ test::MemoryDevice Slot(const std::string& locator, const std::string& bank) {
 }
 
 TEST(MemoryLayout, LabelsPutSlotsAtTheirProcessor) {
-  EXPECT_THAT(InWords(Machine({"CPU1", "CPU2"}, {Slot("P1-DIMMA1", ""), Slot("P1-DIMMA2", ""),
-                                                 Slot("P1-DIMMB1", ""), Slot("P2-DIMMA1", "")})),
-              ElementsAre("[0]; A: 0 1; B: 2", "[1]; A: 3"));
+  EXPECT_THAT(
+      InWords(MachineOf({"CPU1", "CPU2"}, {SlotOf("P1-DIMMA1", ""), SlotOf("P1-DIMMA2", ""),
+                                           SlotOf("P1-DIMMB1", ""), SlotOf("P2-DIMMA1", "")})),
+      ElementsAre("[0]; A: 0 1; B: 2", "[1]; A: 3"));
 }
 
 TEST(MemoryLayout, ABankThatCountsAsTheSocketsDoWinsOverALabelThatDoesNot) {
-  EXPECT_THAT(
-      InWords(Machine({"SOCKET 0", "SOCKET 1"}, {Slot("P1-DIMM1A", "P0_Node0_Channel0_Dimm0"),
-                                                 Slot("P2-DIMM1D", "P1_Node1_Channel0_Dimm0")})),
-      ElementsAre("[0]; Channel 0: 0", "[1]; Channel 0: 1"));
+  EXPECT_THAT(InWords(MachineOf({"SOCKET 0", "SOCKET 1"},
+                                {SlotOf("P1-DIMM1A", "P0_Node0_Channel0_Dimm0"),
+                                 SlotOf("P2-DIMM1D", "P1_Node1_Channel0_Dimm0")})),
+              ElementsAre("[0]; Channel 0: 0", "[1]; Channel 0: 1"));
 }
 
 TEST(MemoryLayout, AChannelThatIsNamedWinsOverALetter) {
-  EXPECT_THAT(InWords(Machine({"CPU1"}, {Slot("DIMM_A1", "CPU1 Channel 0"),
-                                         Slot("DIMM_A2", "CPU1 Channel 1")})),
+  EXPECT_THAT(InWords(MachineOf({"CPU1"}, {SlotOf("DIMM_A1", "CPU1 Channel 0"),
+                                           SlotOf("DIMM_A2", "CPU1 Channel 1")})),
               ElementsAre("[0]; Channel 0: 0; Channel 1: 1"));
-  EXPECT_THAT(
-      InWords(Machine({"CPU1"}, {Slot("DIMM 0", "P1 CHANNEL A"), Slot("DIMM 0", "P1 CHANNEL B")})),
-      ElementsAre("[0]; Channel A: 0; Channel B: 1"));
+  EXPECT_THAT(InWords(MachineOf(
+                  {"CPU1"}, {SlotOf("DIMM 0", "P1 CHANNEL A"), SlotOf("DIMM 0", "P1 CHANNEL B")})),
+              ElementsAre("[0]; Channel A: 0; Channel B: 1"));
 }
 
 TEST(MemoryLayout, NumbersThatNoSocketHasDrawNothingAtASocket) {
-  EXPECT_THAT(InWords(Machine({"SP3r2"}, {Slot("DIMM 0", "P0 CHANNEL A")})),
+  EXPECT_THAT(InWords(MachineOf({"SP3r2"}, {SlotOf("DIMM 0", "P0 CHANNEL A")})),
               ElementsAre("Memory, labelled for processor 0; Channel A: 0"));
-  EXPECT_THAT(InWords(Machine({"CPU1", "CPU1"}, {Slot("P1-DIMMA1", "")})),
+  EXPECT_THAT(InWords(MachineOf({"CPU1", "CPU1"}, {SlotOf("P1-DIMMA1", "")})),
               ElementsAre("Memory, labelled for processor 1; A: 0"))
       << "two sockets have the number";
 }
 
 TEST(MemoryLayout, WhereNothingIsStatedThereIsAList) {
-  EXPECT_THAT(InWords(Machine({"CPU 1"}, {Slot("RAM slot #0", "RAM slot #0"), Slot("Top", "")})),
-              ElementsAre("Memory; : 0 1"));
-  EXPECT_THAT(InWords(Machine({"CPU1"}, {Slot("P1-DIMMA1", ""), Slot("Spare", "")})),
+  EXPECT_THAT(
+      InWords(MachineOf({"CPU 1"}, {SlotOf("RAM slot #0", "RAM slot #0"), SlotOf("Top", "")})),
+      ElementsAre("Memory; : 0 1"));
+  EXPECT_THAT(InWords(MachineOf({"CPU1"}, {SlotOf("P1-DIMMA1", ""), SlotOf("Spare", "")})),
               ElementsAre("Memory; : 0 1"))
       << "one slot says nothing";
-  EXPECT_THAT(InWords(Machine({"CPU1"}, {})), IsEmpty());
+  EXPECT_THAT(InWords(MachineOf({"CPU1"}, {})), IsEmpty());
 }
 
 TEST(MemoryMarks, EmptySlowAndOtherModulesAreMarked) {
-  test::MemoryDevice usual = Slot("P1-DIMMA1", "");
-  test::MemoryDevice slow = Slot("P1-DIMMA2", "");
+  test::MemoryDevice usual = SlotOf("P1-DIMMA1", "");
+  test::MemoryDevice slow = SlotOf("P1-DIMMA2", "");
   slow.configuredSpeed = static_cast<std::uint16_t>(slow.speed - 100);
   usual.configuredSpeed = usual.speed;
   test::MemoryDevice other = usual;
   other.locator = "P1-DIMMB1";
   other.size = static_cast<std::uint16_t>(usual.size / 2);
-  test::MemoryDevice empty = Slot("P1-DIMMB2", "");
+  test::MemoryDevice empty = SlotOf("P1-DIMMB2", "");
   empty.size = 0;
-  const facts::Machine machine = Machine({"CPU1"}, {usual, slow, other, empty});
+  const facts::Machine machine = MachineOf({"CPU1"}, {usual, slow, other, empty});
   const auto marks = MarkMemory(machine, GroupMemory(machine));
   ASSERT_EQ(marks.size(), 4u);
   EXPECT_FALSE(marks[0].isSlow || marks[0].isEmpty || !marks[0].others.empty());
