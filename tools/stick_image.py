@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The command behind `./dev image`: an image for a stick, or for virtual media, that boots the agent on X64 and AARCH64.
+"""The command behind `./dev image`: an image for a stick, or for virtual media, that boots the agent on X64, AARCH64 and, where it is wanted, RISCV64.
 
 Equal images, options and times give equal bytes: whatever else formats make up (identifiers, times) is derived from these. The
 time is that of SOURCE_DATE_EPOCH, or else of the last commit.
@@ -30,9 +30,10 @@ import harden_efi
 import machine
 
 GUESTS = (guests.X64, guests.AARCH64)
+FURTHER_GUESTS = (guests.RISCV64,)
 TARGET = "RELEASE"
 # The builds whose sections are whole pages; on AARCH64 all are.
-VARIANTS = {"X64": "PageAligned", "AARCH64": ""}
+VARIANTS = {"X64": "PageAligned", "AARCH64": "", "RISCV64": "PageAligned"}
 APPLICATIONS = ("TvqAgent",)
 LABEL = "TVQ"
 README = machine.ROOT / "tools" / "stick_readme.txt"
@@ -90,10 +91,10 @@ class Tools:
         self.run(*command, prefix=("faketime", "-f", time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(self.epoch))))
 
 
-def image_files(folder):
+def image_files(folder, machines=GUESTS):
     """The images in EDK II's output folder: a dictionary of path on the stick to path here."""
     found = {}
-    for guest in GUESTS:
+    for guest in machines:
         paths = boot_qemu.image_paths(folder, TARGET, guest, VARIANTS[guest.architecture])
         found[f"EFI/BOOT/{guest.boot_file}"] = paths[boot_qemu.AGENT]
         for name in (boot_qemu.PLATFORM, boot_qemu.DRIVER):
@@ -101,10 +102,10 @@ def image_files(folder):
     return found
 
 
-def read_images(folder):
+def read_images(folder, machines=GUESTS):
     """The images as they go out: a dictionary of path on the stick to bytes."""
     images = {}
-    for target, path in image_files(folder).items():
+    for target, path in image_files(folder, machines).items():
         try:
             images[target] = harden_efi.hardened(path.read_bytes())
         except (OSError, harden_efi.NotFit, audit_efi.NotAnImage) as error:
@@ -154,7 +155,7 @@ def states(folder):
 
 def contents(options, tools):
     """What lies on the stick: a dictionary of path to bytes."""
-    images = read_images(options.images)
+    images = read_images(options.images, GUESTS + (FURTHER_GUESTS if options.riscv64 else ()))
     files = {"README.txt": readme()}
     if options.sign:
         images = {target: signed(image, options.sign, tools) for target, image in images.items()}
@@ -275,6 +276,7 @@ def parse_arguments(arguments):
     parser = argparse.ArgumentParser(prog="./dev image", description="Writes an image for a stick, or for virtual media.")
     parser.add_argument("--iso", action="store_true", help="a disc with an El Torito image, for a BMC's virtual media")
     parser.add_argument("--sign", nargs=2, metavar=("KEY", "CERT"), type=pathlib.Path, help="sign every image (PEM files)")
+    parser.add_argument("--riscv64", action="store_true", help="RISCV64 as well")
     parser.add_argument("--options", metavar="WORDS", help="what the agent finds in \\TVQ\\options.txt")
     parser.add_argument("--states", metavar="DIR", type=pathlib.Path, help="the states of an earlier stick go onto this one")
     parser.add_argument("--out", metavar="FILE", type=pathlib.Path, help="the image (build/tvq.img, build/tvq.iso)")

@@ -27,7 +27,7 @@ import stick_image
 PAGE = scripts.ROOT / "docs" / "stick.md"
 EPOCH = "1700000000"
 NAMES = ("TvqAgent.efi", "TvqPlatform.efi", "TVQSMBIOS.efi")
-MACHINES = {"X64": 0x8664, "AARCH64": 0xAA64}
+MACHINES = {"X64": 0x8664, "AARCH64": 0xAA64, "RISCV64": 0x5064}
 SECTOR = 512
 
 
@@ -39,6 +39,9 @@ def image(name, architecture):
     return bytes(built)
 
 
+CHAINS = (("X64", "PageAligned", "GCC5"), ("RISCV64", "PageAligned", "GCC5"), ("AARCH64", "", "GCC49"))
+
+
 class ImageTest(unittest.TestCase):
     def setUp(self):
         owner = tempfile.TemporaryDirectory()
@@ -46,8 +49,8 @@ class ImageTest(unittest.TestCase):
         self.folder = pathlib.Path(owner.name)
         self.images = self.folder / "firmware" / "Build"
         (self.folder / "firmware").mkdir()
-        (self.folder / "firmware" / "booting").write_text("X64 GCC5\nAARCH64 GCC49\n")
-        for architecture, variant, chain in (("X64", "PageAligned", "GCC5"), ("AARCH64", "", "GCC49")):
+        (self.folder / "firmware" / "booting").write_text("X64 GCC5\nAARCH64 GCC49\nRISCV64 GCC5\n")
+        for architecture, variant, chain in CHAINS:
             for name in NAMES:
                 package = "TvqSmbiosPkg" if name == NAMES[2] else "TvqPlatformPkg"
                 path = self.images / f"{package}{variant}" / f"RELEASE_{chain}" / architecture / name
@@ -106,6 +109,14 @@ class Stick(ImageTest):
         )
         self.assertEqual(files["EFI/BOOT/BOOTX64.EFI"], harden_efi.hardened(image("TvqAgent.efi", "X64")))
         self.assertEqual(files["TVQ/AARCH64/TVQSMBIOS.efi"], harden_efi.hardened(image("TVQSMBIOS.efi", "AARCH64")))
+
+    def test_riscv64_is_there_where_it_is_wanted(self):
+        files = self.files_of_stick(self.make("--riscv64"))
+        self.assertEqual(
+            sorted(name for name in files if "RISCV64" in name),
+            ["EFI/BOOT/BOOTRISCV64.EFI", "TVQ/RISCV64/TVQSMBIOS.efi", "TVQ/RISCV64/TvqPlatform.efi"],
+        )
+        self.assertEqual(files["TVQ/RISCV64/TVQSMBIOS.efi"], harden_efi.hardened(image("TVQSMBIOS.efi", "RISCV64")))
 
     def test_every_image_says_nx_compat(self):
         files = self.files_of_stick(self.make())

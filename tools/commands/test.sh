@@ -101,7 +101,7 @@ case "$kind" in
     BuildHost test tvq
     ;;
   stick)
-    StickImages
+    StickImages X64
     EndToEndTools
     exec python3 -B "$ROOT/tests/e2e/stick_test.py" --all --images "$FIRMWARE/Build" --out "$BUILD/stick" \
       --build-table "$BUILD/test/host/table/tvq_build_sample" --tvq "$BUILD/test/host/cli/tvq"

@@ -190,21 +190,23 @@ FirmwareTarget() {
   Unlock
 }
 
-# BuildPageAligned TARGET PACKAGE...: with the tool chain of most users, linked once more with sections of whole pages; on AARCH64
-# they are so anyway.
+# BuildPageAligned ARCH TARGET PACKAGE...: linked once more with sections of whole pages; on AARCH64 they are so anyway.
 BuildPageAligned() {
-  local target="$1" package
-  shift
+  local arch="$1" target="$2" package
+  shift 2
   for package; do
-    BuildImages "$package" "$(FirstToolchain X64)" "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
+    BuildImages "$package" "$(FirstToolchain "$arch")" "$target" PageAligned -D TVQ_PAGE_ALIGNED=TRUE
   done
 }
 
-# StickImages: what goes onto a stick, without the audit.
+# StickImages ARCH...: what goes onto a stick, AARCH64 always, without the audit.
 StickImages() {
+  local arch
   Lock "$BUILD/firmware.lock"
   ForgetOtherTree
-  BuildPageAligned RELEASE "${PACKAGES[@]}"
+  for arch; do
+    BuildPageAligned "$arch" RELEASE "${PACKAGES[@]}"
+  done
   BuildPackages "$(FirstToolchain AARCH64)" RELEASE
   Unlock
 }
@@ -218,9 +220,9 @@ Firmware() {
   for toolchain; do
     for target in "${TARGETS[@]}"; do
       BuildPackages "$toolchain" "$target"
-      [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned "$target" TvqSmbiosPkg
+      [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned X64 "$target" TvqSmbiosPkg
     done
-    [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned RELEASE TvqPlatformPkg
+    [[ "$toolchain" != "$(FirstToolchain X64)" ]] || BuildPageAligned X64 RELEASE TvqPlatformPkg
   done
   Step "Auditing the images" audit AuditImages "$@"
   Unlock
