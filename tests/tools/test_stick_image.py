@@ -286,20 +286,20 @@ class Signed(ImageTest):
 
 class Trouble(ImageTest):
     def test_an_image_that_was_not_built(self):
-        next(self.images.rglob("TVQSMBIOS.efi")).unlink()
+        next(self.images.rglob("X64/TVQSMBIOS.efi")).unlink()
         status, said, out = self.run_main()
         self.assertEqual(status, 1)
         self.assertRegex(said, r"TVQSMBIOS\.efi: No such file or directory\n$")
         self.assertFalse(out.exists())
 
     def test_an_image_that_is_not_fit(self):
-        next(self.images.rglob("TvqAgent.efi")).write_bytes(pe_builder.build())
+        next(self.images.rglob("X64/TvqAgent.efi")).write_bytes(pe_builder.build())
         status, said, _ = self.run_main()
         self.assertEqual(status, 1)
         self.assertIn("its section alignment is 0x40", said)
 
     def test_an_image_of_the_wrong_kind(self):
-        path = next(self.images.rglob("TvqAgent.efi"))
+        path = next(self.images.rglob("X64/TvqAgent.efi"))
         path.write_bytes(pe_builder.build(alignment=0x1000))
         status, said, _ = self.run_main()
         self.assertEqual(status, 1)
