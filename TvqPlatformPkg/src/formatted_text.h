@@ -57,10 +57,31 @@ struct FormattedText {
   UINTN Length = 0;  ///< in characters, without the terminator
 };
 
+/// Most texts are shorter, and are formatted once.
+inline constexpr UINTN kUsualLength = 200;
+
+/// A text in a block of its size, with room for `more` bytes behind the terminator.
+template <typename Character>
+FormattedText<Character> CopyOf(const Character* text, UINTN length, UINTN more) {
+  FormattedText<Character> copy;
+  const UINTN size = (length + 1) * sizeof(Character);
+  copy.Text.Reset(static_cast<Character*>(AllocatePool(size + more)));
+  if (copy.Text) {
+    CopyMem(copy.Text.Get(), text, size);
+    copy.Length = length;
+  }
+  return copy;
+}
+
 /// Formats in a block that has room for `more` bytes behind the terminator. The caller's marker stays
 /// where it is.
 template <typename Character>
 FormattedText<Character> Format(const Character* format, VA_LIST marker, UINTN more = 0) {
+  Character usual[kUsualLength];
+  const UINTN length = PrintInto(usual, sizeof(usual), format, marker);
+  if (length + 1 < kUsualLength) {
+    return CopyOf(usual, length, more);
+  }
   // A text that leaves a character free is whole.
   for (UINTN room = LengthByPrintLib(format, marker) + 2;; room *= 2) {
     const UINTN size = room * sizeof(Character);
