@@ -28,6 +28,7 @@ WANTED = (
     "/usr/share/zsh/vendor-completions/_tvq",
     "/usr/share/fish/vendor_completions.d/tvq.fish",
     "/usr/share/doc/tvq/service.md",
+    "/usr/share/doc/tvq/examples/tvq-alerts.yml",
     "/usr/share/doc/tvq/copyright",
     "/usr/share/tvqsmbios/schema/tvq-verify.schema.json",
     "/usr/lib/sysusers.d/tvq.conf",
