@@ -5,8 +5,8 @@
  *
  *     void AddSlot(Commands& commands) {
  *       const auto options = std::make_shared<SlotOptions>();
- *       CLI::App& app = commands.Add(kText, [options](Console& console) { ... });
- *       app.add_option("BDF", options->address, "...")->required();
+ *       Parameters parameters = commands.Add(kText, [options](Console& console) { ... });
+ *       parameters.Value("BDF", options->address, "...").Required();
  *     }
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
@@ -16,13 +16,11 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include "host/cli/output/console.h"
-
-namespace CLI {
-class App;
-}
+#include "host/cli/parameters.h"
 
 namespace tvq::cli {
 
@@ -43,8 +41,14 @@ struct CommandText {
   const char* statuses;  // what the exit statuses mean here, a sentence for each
 };
 
-// What a command does. An InputError ends it with a message and kExitTrouble, a CLI::ParseError with
-// a word about its usage.
+// Arguments that do not go together. The message is a sentence without a full stop.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What a command does. An InputError ends it with a message and kExitTrouble, a UsageError with a word about its
+// usage too.
 using CommandBody = std::function<ExitStatus(Console&)>;
 
 struct AddedCommand {
@@ -62,13 +66,13 @@ class Commands {
   Commands& operator=(const Commands&) = delete;
 
   // The subcommand, for its options. The body runs after everything was parsed.
-  CLI::App& Add(const CommandText& text, CommandBody body);
+  Parameters Add(const CommandText& text, CommandBody body);
 
   // The body of the command that the arguments named.
   const CommandBody& Chosen() const { return mChosen; }
 
   // Adds --wide, for a command that prints lines for people.
-  void AddWide(CLI::App& command);
+  void AddWide(Parameters parameters);
 
   // Whether --quiet was given, and --wide.
   bool IsQuiet() const { return mIsQuiet; }

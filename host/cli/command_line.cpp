@@ -81,7 +81,7 @@ void RequireKnownCommand(const CLI::App& app, int argc, const char* const* argv)
 
 }  // namespace
 
-CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
+Parameters Commands::Add(const CommandText& text, CommandBody body) {
   CLI::App* command = mApp.add_subcommand(text.name, text.summary);
   command->footer(std::string());  // in place of that of `tvq`
   // Made when it is asked for: every run adds all commands.
@@ -92,11 +92,11 @@ CLI::App& Commands::Add(const CommandText& text, CommandBody body) {
   command->add_flag("-q,--quiet", mIsQuiet, "Print no warnings and remarks, errors alone");
   command->callback([this, body = std::move(body)] { mChosen = body; });
   mAdded.push_back({text, command});
-  return *command;
+  return Parameters(*command);
 }
 
-void Commands::AddWide(CLI::App& command) {
-  command.add_flag("-w,--wide", mIsWide, "Let lines be as long as they are");
+void Commands::AddWide(Parameters parameters) {
+  parameters.Flag("-w,--wide", mIsWide, "Let lines be as long as they are");
 }
 
 CommandTree Commands::Tree() const {
@@ -133,8 +133,7 @@ std::string WithCommand(std::string hint, int argc, const char* const* argv) {
 }
 
 // The parser's own message may be of several lines, of which the first tells what is wrong.
-int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const Console& console) {
-  const std::string message = error.what();
+int ReportUsage(const CLI::App& app, const std::string& message, const Console& console) {
   const std::vector<CLI::App*> named = app.get_subcommands();
   const std::string command = named.empty() ? "" : named.front()->get_name() + ' ';
   console.Error(message.substr(0, message.find('\n')),
@@ -170,7 +169,9 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
     app.exit(request, console.out, console.diagnostics);
     return kExitNothingFound;
   } catch (const CLI::ParseError& error) {
-    return ReportUsage(app, error, console);
+    return ReportUsage(app, error.what(), console);
+  } catch (const UsageError& error) {
+    return ReportUsage(app, error.what(), console);
   } catch (const NoStateError& error) {
     console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
     return kExitNoState;

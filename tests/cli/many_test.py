@@ -4,6 +4,7 @@ of many pages in a browser.
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -69,6 +70,33 @@ class Many(unittest.TestCase):
 
     def test_a_single_table_can_be_a_line_too(self):
         self.assertEqual(json.loads(self.tvq("export", "--ndjson", "rack/0.bin").stdout)["file"], "rack/0.bin")
+
+    def test_the_rows_of_each_machine_have_its_name(self):
+        done = self.tvq("export", "--rows", *self.tables)
+        hosts = [json.loads(line)["host"] for line in done.stdout.splitlines()]
+        self.assertEqual(list(dict.fromkeys(hosts)), ["2", "0", "1"])
+        self.assertEqual(done.returncode, 2)
+
+    def progress(self, *arguments):
+        """What stands on a terminal on which standard error is shown."""
+        terminal, ours = os.openpty()
+        process = subprocess.Popen([TVQ, *arguments], cwd=self.folder, stdout=subprocess.DEVNULL, stderr=ours)
+        os.close(ours)
+        shown = b""
+        with contextlib.suppress(OSError), open(terminal, "rb", buffering=0) as screen:
+            while part := screen.read(4096):
+                shown += part
+        process.wait()
+        return shown.decode()
+
+    def test_a_terminal_shows_how_far_it_is(self):
+        shown = self.progress("show", "rack/0.bin", "bad.bin", "rack/1.bin")
+        steps = [shown.index(f"\r{number} of 3 tables") for number in (1, 2, 3)]
+        self.assertEqual(steps, sorted(steps))
+        self.assertIn("\r\x1b[Ktvq: bad.bin:", shown)
+        self.assertTrue(shown.endswith("\r\x1b[K"), "it leaves nothing behind")
+        self.assertEqual(self.progress("show", "rack/0.bin"), "")
+        self.assertEqual(self.tvq("show", "rack").stderr, "", "no terminal, no progress")
 
     def test_memory_does_not_grow_with_the_number_of_tables(self):
         def peak(count):

@@ -8,6 +8,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import pathlib
+import re
 import sys
 import tempfile
 import unittest
@@ -19,6 +20,7 @@ import tables
 TVQ, SAMPLES, FOLDER, WINDOW = None, None, None, None
 WHOLE = False
 WIDTHS = (390, 1280, 1920)
+POINTS_PER_INCH = 72
 PIXELS_PER_INCH, MARGIN = 96, 2 * 14 / 25.4
 PAPERS = {"A4": (210 / 25.4, 297 / 25.4), "letter": (8.5, 11)}
 
@@ -55,12 +57,21 @@ class Checks(unittest.TestCase):
         self.check_layout(file, WIDTHS[1], "dark")
         for name, (width, height) in PAPERS.items():
             self.check_layout(file, int((width - MARGIN) * PIXELS_PER_INCH), "dark", "print")
-            self.assertTrue(WINDOW.print(width, height).startswith(b"%PDF-"), name)
+            self.check_sheets(WINDOW.print(width, height), width, height, name)
         self.assertEqual(WINDOW.ask(), [], file.name)
         self.assertEqual(WINDOW.messages(), [], file.name)
 
 
 class Pages(Checks):
+    def check_sheets(self, document, width, height, name):
+        self.assertTrue(document.startswith(b"%PDF-"), name)
+        sheets = re.findall(rb"/MediaBox\s*\[([^\]]*)\]", document)
+        self.assertGreater(len(sheets), 1, name)
+        for sheet in sheets:
+            left, bottom, right, top = map(float, sheet.split())
+            self.assertAlmostEqual(right - left, width * POINTS_PER_INCH, delta=1, msg=name)
+            self.assertAlmostEqual(top - bottom, height * POINTS_PER_INCH, delta=1, msg=name)
+
     def test_the_page_of_a_server_fits_every_screen_and_paper(self):
         self.check(page("server", SAMPLES / "two-socket.bin"))
 

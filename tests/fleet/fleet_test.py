@@ -69,6 +69,10 @@ def doubles(rows):
     return {(row["class"], row["part"], row["serial"]) for row in rows}
 
 
+def alike(rows):
+    return {row["machine"] for row in rows}
+
+
 def changed(rows):
     return {(row["host"], row["fqdd"], row["label"], row["verdict"]): int(row["since"]) for row in rows}
 
@@ -79,6 +83,7 @@ def check_queries(database, site):
         ("Machines with a recalled part", recalled, site.recalled()),
         ("Mixed or slow memory", uneven, site.uneven()),
         ("Serial numbers seen twice", doubles, site.doubles),
+        ("Machines that count as one", alike, site.alike),
         ("What changed last week", changed, site.changed_last_week()),
     ):
         if not wanted:

@@ -35,6 +35,7 @@ class Site:
         # What the queries are to find.
         self.wandered = []
         self.doubles = set()
+        self.alike = set()
         self.changed = {}
         self.reports = {}
         self._plan(swaps)
@@ -55,6 +56,7 @@ class Site:
         some = max(1, len(self.hosts) // 100)
         self._plan_identities(take(some, "even"), take(max(2, some // 2), "even"), take(max(2, some // 2), "small"))
         self._succeed(*take(2, "even"))
+        self._plan_alike(take(2, "even"))
         givers, takers = take(swaps, "even", "anonymous", "small"), take(swaps, "even", "anonymous", "small")
         for number, (giver, taker) in enumerate(zip(givers, takers, strict=True)):
             self._steady |= {giver, taker}
@@ -88,6 +90,13 @@ class Site:
             self.doubles.add(("system", enclosure[0].devices[0]["part"], ENCLOSURE))
         for number, host in enumerate(alike):
             self._set(host, serial="7A2C0001", part=f"TVQM5R32G5{number}")
+
+    def _plan_alike(self, hosts):
+        """Machines whose maker gave all of them one UUID."""
+        for host in hosts:
+            host.take_machine_of(hosts[0])
+        self._steady.update(hosts)
+        self.alike.add(hosts[0].machine)
 
     def _succeed(self, former, latter):
         """A machine follows another one in an enclosure, whose number both have."""

@@ -5,12 +5,12 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "host/cli/command.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
+#include "host/cli/input/stick.h"
 
 namespace tvq::cli {
 namespace {
@@ -32,7 +32,8 @@ struct AcceptOptions {
   std::vector<std::string> names;
 };
 
-ExitStatus Accept(const AcceptOptions& options, Console& console) {
+ExitStatus Accept(AcceptOptions options, Console& console) {
+  options.state.folder = FolderOfMachine(options.state, console);
   run::DriverRun driver;
   const LoadedState before = LoadState(driver, options.state.folder, console);
   const run::Results results = CollectRecords(driver, options.state, console).results;
@@ -56,13 +57,14 @@ ExitStatus Accept(const AcceptOptions& options, Console& console) {
 
 void AddAccept(Commands& commands) {
   const auto options = std::make_shared<AcceptOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Accept(*options, console); });
-  AddStateOptions(app, "The folder that `tvq save` was given", options->state);
-  AddSaveOptions(app, options->state);
-  app.add_option("NAME", options->names, "The FQDDs or labels of the devices")
-      ->type_name("")
-      ->required();
+  AddStateOptions(parameters, "The folder that `tvq save` was given, or an agent's stick",
+                  options->state);
+  AddSaveOptions(parameters, options->state);
+  parameters.Values("NAME", options->names, "The FQDDs or labels of the devices")
+      .Named("")
+      .Required();
 }
 
 }  // namespace tvq::cli

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <ostream>
 
@@ -172,14 +171,14 @@ ExitStatus Decode(const DecodeOptions& options, Console& console) {
 
 void AddDecode(Commands& commands) {
   const auto options = std::make_shared<DecodeOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Decode(*options, console); });
-  app.add_option("FILE", options->file, "The stored blobs, or '-' for standard input")
-      ->type_name("")
-      ->required();
-  app.add_flag("--json", options->json, "Print one JSON document");
-  commands.AddWide(app);
-  AddRedact(app, options->redact);
+  parameters.Value("FILE", options->file, "The stored blobs, or '-' for standard input")
+      .Named("")
+      .Required();
+  parameters.Flag("--json", options->json, "Print one JSON document");
+  commands.AddWide(parameters);
+  AddRedact(parameters, options->redact);
 }
 
 }  // namespace tvq::cli

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -27,7 +26,9 @@ constexpr CommandText kText = {
     "diff", "Compares two tables, or two saved states, device by device",
     "BEFORE and AFTER are captured tables, '-', states (the folder that `tvq save` was given, or "
     "the\n"
-    "file in it), or one of each. Every device gets its verdict as from `tvq verify`, with the "
+    "file in it), or one of each; of an agent's stick it is the machine that the other side is "
+    "of.\n"
+    "Every device gets its verdict as from `tvq verify`, with the "
     "fields\n"
     "of its document that changed; below stand the structures that changed, where both sides have "
     "a\n"
@@ -55,16 +56,27 @@ struct Difference {
   std::vector<StructureChange> structures;
 };
 
+// A path on a stick has the machine's serial number in it, and is not what was typed.
+Side LoadNamed(run::DriverRun& driver, const std::string& name, const std::string& path,
+               bool conform, const Console& console) {
+  Side side = LoadSide(driver, path, conform, console);
+  side.name = name;
+  return side;
+}
+
 Difference Compare(const DiffOptions& options, const Console& console) {
+  const bool conform = options.conform;
+  const std::string beforePath = SideOnStick(options.before, options.after, conform, console);
+  const std::string afterPath = SideOnStick(options.after, options.before, conform, console);
   const std::optional<Masker> masker = MakeMasker(options.redact);
   Side before;
   {
     run::DriverRun driver;
-    before = LoadSide(driver, options.before, options.conform, console);
+    before = LoadNamed(driver, options.before, beforePath, conform, console);
     MakeState(driver, before, console);
   }
   run::DriverRun driver;
-  Side after = LoadSide(driver, options.after, options.conform, console);
+  Side after = LoadNamed(driver, options.after, afterPath, conform, console);
   run::CompareOptions how;
   how.isVerbose = options.isVerbose;
   how.isAscii = console.terminal.isAscii;
@@ -135,16 +147,16 @@ ExitStatus Diff(const DiffOptions& options, Console& console) {
 
 void AddDiff(Commands& commands) {
   const auto options = std::make_shared<DiffOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Diff(*options, console); });
-  app.add_option("BEFORE", options->before, "A table or a state")->type_name("")->required();
-  app.add_option("AFTER", options->after, "A table or a state")->type_name("")->required();
-  AddConform(app, options->conform);
-  app.add_flag("-v,--verbose", options->isVerbose,
-               "Every device, also where nothing is to be looked at");
-  commands.AddWide(app);
-  app.add_flag("--json", options->json, "Print one JSON document");
-  AddRedact(app, options->redact);
+  parameters.Value("BEFORE", options->before, "A table or a state").Named("").Required();
+  parameters.Value("AFTER", options->after, "A table or a state").Named("").Required();
+  AddConform(parameters, options->conform);
+  parameters.Flag("-v,--verbose", options->isVerbose,
+                  "Every device, also where nothing is to be looked at");
+  commands.AddWide(parameters);
+  parameters.Flag("--json", options->json, "Print one JSON document");
+  AddRedact(parameters, options->redact);
 }
 
 }  // namespace tvq::cli

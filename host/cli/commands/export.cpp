@@ -3,7 +3,6 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include <CLI/CLI.hpp>
 #include <optional>
 
 #include "host/cli/fleet/rows.h"
@@ -41,8 +40,8 @@ struct ExportOptions {
 };
 
 ExitStatus Export(const TableOptions& table, const RowOptions& rows, Console& console) {
+  const std::optional<LoadedState> state = StateForRows(table, rows, console);
   run::DriverRun driver(rows.isWanted ? run::LogLines::kDropped : run::LogLines::kKept);
-  const std::optional<LoadedState> state = StateForRows(driver, rows, console);
   Collected collected;
   collected.table = ReadTable(driver, table, console);
   const bool isConformed = !table.conform || ConformTable(driver, collected.table, console);
@@ -59,7 +58,7 @@ ExitStatus Export(const TableOptions& table, const RowOptions& rows, Console& co
 
 void AddExport(Commands& commands) {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App& app = commands.Add(kText, [options](Console& console) {
+  Parameters parameters = commands.Add(kText, [options](Console& console) {
     ManyOptions many = options->many;
     many.areRows = options->rows.isWanted;
     // Documents that follow one another are lines.
@@ -68,11 +67,11 @@ void AddExport(Commands& commands) {
       return Export(table, options->rows, own);
     });
   });
-  AddTableOptions(app, options->table);
-  AddTableFiles(app, options->many);
-  AddConform(app, options->table);
-  AddMany(app, options->many);
-  AddRows(app, options->rows);
+  AddTableOptions(parameters, options->table);
+  AddTableFiles(parameters, options->many);
+  AddConform(parameters, options->table);
+  AddMany(parameters, options->many);
+  AddRows(parameters, options->rows);
 }
 
 }  // namespace tvq::cli

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "host/cli/device/overview.h"
@@ -98,14 +97,15 @@ ExitStatus Get(GetOptions options, Console& console) {
 
 void AddGet(Commands& commands) {
   const auto options = std::make_shared<GetOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Get(*options, console); });
-  app.add_option("TABLE|PATH", options->arguments, "A captured table, or '-'; what to print of it")
-      ->type_name("");
-  app.add_flag("--list", options->isList, "Print every path with its value");
-  commands.AddWide(app);
-  AddTableOptions(app, options->table);
-  AddConform(app, options->table);
+  parameters
+      .Values("TABLE|PATH", options->arguments, "A captured table, or '-'; what to print of it")
+      .Named("");
+  parameters.Flag("--list", options->isList, "Print every path with its value");
+  commands.AddWide(parameters);
+  AddTableOptions(parameters, options->table);
+  AddConform(parameters, options->table);
 }
 
 }  // namespace tvq::cli

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -176,65 +175,46 @@ ExitStatus Lint(const LintOptions& options, Console& console) {
   return options.explain.empty() ? ExamineAll(options, console) : Explain(options.explain, console);
 }
 
-// An option whose value is one of a few words.
-template <typename Value>
-CLI::Option* AddChoice(CLI::App& app, const std::string& name, Value& value,
-                       const std::map<std::string, Value>& words, const std::string& help) {
-  std::string all;
-  for (const auto& [word, ignored] : words) {
-    all += (all.empty() ? "" : "|") + word;
-  }
-  return app
-      .add_option_function<std::string>(
-          name, [&value, words](const std::string& word) { value = words.at(word); }, help)
-      ->check([words, all](const std::string& word) {
-        return words.count(word) != 0 ? std::string() : "'" + word + "' is none of " + all;
-      })
-      ->type_name(all);
-}
-
 }  // namespace
 
 void AddLint(Commands& commands) {
   const auto options = std::make_shared<LintOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Lint(*options, console); });
-  AddTableOptions(app, options->table);
-  AddTableFiles(app, options->many);
-  AddMany(app, options->many);
-  AddChoice<lint::Profile>(
-      app, "--profile", options->profile,
-      {{"driver", lint::kDriver}, {"table", lint::kTable}, {"all", lint::kBoth}},
-      "Who reads the table (driver)");
-  app.add_option("--enable", options->enable, "Look for what this rule is about, too")
-      ->type_name("RULE")
-      ->delimiter(',')
-      ->allow_extra_args(false);
-  app.add_option("--disable", options->disable, "Leave a rule out; --enable counts more")
-      ->type_name("RULE")
-      ->delimiter(',')
-      ->allow_extra_args(false);
-  AddChoice<lint::Severity>(app, "--fail-on", options->failOn,
-                            {{"error", lint::Severity::kError},
-                             {"warning", lint::Severity::kWarning},
-                             {"note", lint::Severity::kNote}},
-                            "End with status 1 only for findings as grave as that (note)");
-  app.add_option("--max", options->maximum,
-                 "Show no more places and consequences of each fault, 0 for all (8)")
-      ->type_name("N");
-  app.add_option("--baseline", options->baseline,
-                 "Leave out what this document has, which --json wrote earlier")
-      ->type_name("FILE");
-  AddChoice<Format>(app, "--format", options->format,
-                    {{"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}},
-                    "How the findings are printed (text)");
-  app.add_flag("--json", options->json, "The same as --format json");
-  commands.AddWide(app);
-  app.add_flag("--hex", options->hex, "Show the bytes of the structures, too");
-  app.add_option("--explain", options->explain,
-                 "Tell all about a rule; 'all' prints the manual of all rules in Markdown")
-      ->type_name("RULE");
-  app.add_flag("--list", options->list, "List the rules");
+  AddTableOptions(parameters, options->table);
+  AddTableFiles(parameters, options->many);
+  AddMany(parameters, options->many);
+  parameters.Value("--profile", options->profile,
+                   {{"driver", lint::kDriver}, {"table", lint::kTable}, {"all", lint::kBoth}},
+                   "Who reads the table (driver)");
+  parameters.List("--enable", options->enable, "Look for what this rule is about, too")
+      .Named("RULE");
+  parameters.List("--disable", options->disable, "Leave a rule out; --enable counts more")
+      .Named("RULE");
+  parameters.Value("--fail-on", options->failOn,
+                   {{"error", lint::Severity::kError},
+                    {"warning", lint::Severity::kWarning},
+                    {"note", lint::Severity::kNote}},
+                   "End with status 1 only for findings as grave as that (note)");
+  parameters
+      .Value("--max", options->maximum,
+             "Show no more places and consequences of each fault, 0 for all (8)")
+      .Named("N");
+  parameters
+      .Value("--baseline", options->baseline,
+             "Leave out what this document has, which --json wrote earlier")
+      .Named("FILE");
+  parameters.Value("--format", options->format,
+                   {{"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}},
+                   "How the findings are printed (text)");
+  parameters.Flag("--json", options->json, "The same as --format json");
+  commands.AddWide(parameters);
+  parameters.Flag("--hex", options->hex, "Show the bytes of the structures, too");
+  parameters
+      .Value("--explain", options->explain,
+             "Tell all about a rule; 'all' prints the manual of all rules in Markdown")
+      .Named("RULE");
+  parameters.Flag("--list", options->list, "List the rules");
 }
 
 }  // namespace tvq::cli

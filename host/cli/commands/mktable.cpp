@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -152,10 +151,10 @@ Result<std::string> Produce(const MktableOptions& options, const Console& consol
 void RequireOneTask(const MktableOptions& options) {
   const int tasks = !options.source.empty() + !options.dump.empty() + !options.fields.empty();
   if (tasks != 1) {
-    throw CLI::ValidationError("mktable", "takes one of SOURCE, --from-dump and --fields");
+    throw UsageError("mktable: takes one of SOURCE, --from-dump and --fields");
   }
   if (!options.source.empty() && options.output.empty()) {
-    throw CLI::RequiredError("-o FILE, where the table is written to,");
+    throw UsageError("-o FILE, where the table is written to, is required");
   }
 }
 
@@ -177,17 +176,18 @@ ExitStatus Mktable(const MktableOptions& options, Console& console) {
 
 void AddMktable(Commands& commands) {
   const auto options = std::make_shared<MktableOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Mktable(*options, console); });
-  app.add_option("SOURCE", options->source, "A table in source form")->type_name("");
-  app.add_option("-o,--output", options->output, "Where the result goes")->type_name("FILE");
-  app.add_option("--from-dump", options->dump,
-                 "What `dmidecode --dump-bin` or `dmidecode -u` wrote, or a bare structure table")
-      ->type_name("FILE");
-  app.add_option("--fields", options->fields,
-                 "List the fields of a type of structure, or all types")
-      ->type_name("TYPE|all");
-  AddRedact(app, options->redact);
+  parameters.Value("SOURCE", options->source, "A table in source form").Named("");
+  parameters.Value("-o,--output", options->output, "Where the result goes").Named("FILE");
+  parameters
+      .Value("--from-dump", options->dump,
+             "What `dmidecode --dump-bin` or `dmidecode -u` wrote, or a bare structure table")
+      .Named("FILE");
+  parameters
+      .Value("--fields", options->fields, "List the fields of a type of structure, or all types")
+      .Named("TYPE|all");
+  AddRedact(parameters, options->redact);
 }
 
 }  // namespace tvq::cli

@@ -3,7 +3,6 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <ostream>
 #include <string_view>
@@ -49,14 +48,14 @@ void AddMan(Commands& commands) {
 
 void AddCompletion(Commands& commands) {
   const auto shell = std::make_shared<std::string>();
-  CLI::App& app = commands.Add(kCompletionText, [&commands, shell](Console& console) {
+  Parameters parameters = commands.Add(kCompletionText, [&commands, shell](Console& console) {
     console.Text(ScriptFor(*shell)(commands.Tree()));
     return kExitNothingFound;
   });
-  app.add_option("bash|zsh|fish", *shell, "The shell")
-      ->type_name("")
-      ->required()
-      ->check([](const std::string& name) {
+  parameters.Value("bash|zsh|fish", *shell, "The shell")
+      .Named("")
+      .Required()
+      .Checked([](const std::string& name) {
         return ScriptFor(name) != nullptr ? std::string()
                                           : "'" + name + "' is none of bash|zsh|fish";
       });

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -17,6 +16,8 @@
 #include "host/cli/compare/comparison_output.h"
 #include "host/cli/compare/sides.h"
 #include "host/cli/input/input.h"
+#include "host/cli/input/state_file.h"
+#include "host/cli/input/stick.h"
 #include "host/cli/many/many_tables.h"
 #include "host/cli/many/table_list.h"
 #include "host/cli/output/json.h"
@@ -37,12 +38,15 @@ constexpr CommandText kText = {
     "save`\n"
     "or an agent's stick. Serial numbers and the like are masked unless --show-serials asks for "
     "them.\n"
-    "Without FILE, the table of this machine is read, which takes root rights. Of several, and of\n"
-    "folders, -o names a folder, which gets an index as well.",
+    "FILE is a captured table, or a state, of which the page shows the table. Without FILE, the\n"
+    "table of this machine is read, which takes root rights. Of several, and of folders, -o names "
+    "a\n"
+    "folder, which gets an index as well.",
     "  sudo tvq report -o server.html\n"
     "  tvq report dump.bin -o server.html\n"
     "  tvq report after.bin --against before.bin -o changes.html\n"
     "  sudo tvq report --against /var/lib/tvq -o changes.html\n"
+    "  tvq report /mnt/TVQ/machine-ABC1234 -o server.html\n"
     "  tvq report dumps/ -o pages\n",
     "0 nothing is to be looked at; 1 `tvq lint` finds something, a device has no record or\n"
     "something changed since; 2 there is no table that can be used, or the page cannot be "
@@ -60,6 +64,7 @@ struct ReportOptions {
 // The bytes of a table, and as the page shows them.
 struct Source {
   TableBytes plain;
+  bool wasRedacted = false;  // of a saved state: the table is masked also where it is plain
   TableBytes shown;
   std::optional<Masker> masker;
 };
@@ -68,7 +73,9 @@ Source ReadSource(const ReportOptions& options, const Console& console) {
   TableOptions plain = options.table;
   plain.redact.isWanted = false;
   Source source;
-  source.plain = ReadTableBytes(plain, console);
+  TableOrState read = ReadTableOrState(plain, console);
+  source.plain = std::move(read.bytes);
+  source.wasRedacted = read.wasRedacted;
   source.shown = source.plain;
   if (!options.showsSerials) {
     source.masker = MakePageMasker(options.table.redact);
@@ -77,23 +84,42 @@ Source ReadSource(const ReportOptions& options, const Console& console) {
   return source;
 }
 
+// A table's name on the page: what the agent named it after is masked like the number itself.
+std::string ShownName(const std::string& name, const ReportOptions& options) {
+  return options.showsSerials ? name : WithoutMachineNumbers(name);
+}
+
 Side SideOf(run::DriverRun& driver, const ReportOptions& options, const Source& source,
             const Side& before, const Console& console) {
   Side side;
   side.name = NameOf(options.table);
   side.isAsIs = !options.table.conform;
   // A state that was saved redacted knows masks alone.
-  side.origin.isRedacted = before.origin.isRedacted && source.masker;
-  side.table =
-      TableOf(driver, side.origin.isRedacted ? source.shown : source.plain, options.table, console);
+  const bool isMasked = before.origin.isRedacted && source.masker && !source.wasRedacted;
+  side.origin.isRedacted = isMasked || source.wasRedacted;
+  side.table = TableOf(driver, isMasked ? source.shown : source.plain, options.table, console);
   return side;
 }
 
+// The state of the table as it is.
+run::Bytes StateNow(run::DriverRun& driver, const ReportOptions& options, const Source& source,
+                    const Console& console) {
+  Side side = SideOf(driver, options, source, {}, console);
+  MakeState(driver, side, console);
+  return std::move(*side.state);
+}
+
 Earlier CompareWith(const ReportOptions& options, const Source& source, const Console& console) {
+  const std::string earlier = FolderOfMachine(
+      options.earlier,
+      [&](run::DriverRun& driver, const Console& quiet) {
+        return StateNow(driver, options, source, quiet);
+      },
+      console);
   Side before;
   {
     run::DriverRun driver;
-    before = LoadSide(driver, options.earlier, options.table.conform, console);
+    before = LoadSide(driver, earlier, options.table.conform, console);
     MakeState(driver, before, console);
   }
   run::DriverRun driver;
@@ -104,13 +130,13 @@ Earlier CompareWith(const ReportOptions& options, const Source& source, const Co
       MaskSides(before, after, *source.masker, changes);
     };
   }
-  return {options.earlier, CompareSides(driver, before, after, how, console)};
+  return {ShownName(options.earlier, options), CompareSides(driver, before, after, how, console)};
 }
 
 Report MakeReport(const ReportOptions& options, const Console& console) {
   const Source source = ReadSource(options, console);
   Report report;
-  report.name = NameOf(options.table);
+  report.name = ShownName(NameOf(options.table), options);
   report.isRedacted = source.masker.has_value();
   report.overview = MakeOverview(source.shown, options.table, console, Documents::kDropped);
   report.findings = lint::Examine(ReadSubject(source.shown, options.table, console),
@@ -164,13 +190,14 @@ IndexRow RowOf(const std::string& table, const std::string& line) {
 }
 
 // A name for the page of each table: that of its file, and a number where several have it.
-std::map<std::string, std::string> NamePages(const std::vector<std::string>& tables) {
+std::map<std::string, std::string> NamePages(const std::vector<std::string>& tables,
+                                             const ReportOptions& options) {
   constexpr std::string_view kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
   std::map<std::string, std::string> pages;
   std::set<std::string> taken = {"index"};
   for (const std::string& table : tables) {
-    std::string stem = std::filesystem::path(table).stem().native();
+    std::string stem = std::filesystem::path(ShownName(table, options)).stem().native();
     for (char& character : stem) {
       character = kPlain.find(character) == std::string_view::npos ? '_' : character;
     }
@@ -192,7 +219,7 @@ ExitStatus WriteReports(const ReportOptions& options, Console& console) {
     many.arguments = std::move(tables);
   }
   many.areLines = true;
-  const std::map<std::string, std::string> pages = NamePages(many.arguments);
+  const std::map<std::string, std::string> pages = NamePages(many.arguments, options);
   MakeOutputFolder(options.output);
   std::vector<IndexRow> rows;
   const ExitStatus worst = RunMany(
@@ -206,7 +233,7 @@ ExitStatus WriteReports(const ReportOptions& options, Console& console) {
         return StatusOfReport(report);
       },
       [&](const std::string& table, ExitStatus, std::string&& line) {
-        rows.push_back(RowOf(table, line));
+        rows.push_back(RowOf(ShownName(table, options), line));
         if (options.many.areLines && !line.empty()) {
           console.out << LineOf(table, line);
         }
@@ -239,21 +266,24 @@ ExitStatus WriteReport(ReportOptions options, Console& console) {
 
 void AddReport(Commands& commands) {
   const auto options = std::make_shared<ReportOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return WriteReport(*options, console); });
-  AddTableOptions(app, options->table);
-  AddTableFiles(app, options->many);
-  AddMany(app, options->many);
-  AddConform(app, options->table);
-  app.add_option("-o,--output", options->output,
-                 "The file that the page is written to; of several tables, a folder")
-      ->type_name("FILE");
-  app.add_option("--against", options->earlier,
-                 "Show what changed since: a table, a state, or a folder with states")
-      ->type_name("BEFORE");
-  app.add_flag("--show-serials", options->showsSerials,
-               "Serial numbers, tags, UUIDs and OEM strings as they are")
-      ->excludes(app.get_option("--redact"));
+  AddTableOptions(parameters, options->table);
+  AddTableFiles(parameters, options->many);
+  AddMany(parameters, options->many);
+  AddConform(parameters, options->table);
+  parameters
+      .Value("-o,--output", options->output,
+             "The file that the page is written to; of several tables, a folder")
+      .Named("FILE");
+  parameters
+      .Value("--against", options->earlier,
+             "Show what changed since: a table, a state, a folder with states, or an agent's stick")
+      .Named("BEFORE");
+  parameters
+      .Flag("--show-serials", options->showsSerials,
+            "Serial numbers, tags, UUIDs and OEM strings as they are")
+      .Excludes(parameters.Get("--redact"));
 }
 
 }  // namespace tvq::cli

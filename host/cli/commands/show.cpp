@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "host/cli/input/input.h"
@@ -150,16 +149,17 @@ ExitStatus Show(ShowOptions options, Console& console) {
 
 void AddShow(Commands& commands) {
   const auto options = std::make_shared<ShowOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Show(*options, console); });
-  app.add_option("TABLE|NAME", options->arguments,
-                 "A captured table, or '-', or several, and folders; a printed label or an FQDD")
-      ->type_name("");
-  AddTableOptions(app, options->table);
-  AddMany(app, options->many);
-  AddConform(app, options->table);
-  commands.AddWide(app);
-  app.add_flag("--json", options->json, "Print one JSON document");
+  parameters
+      .Values("TABLE|NAME", options->arguments,
+              "A captured table, or '-', or several, and folders; a printed label or an FQDD")
+      .Named("");
+  AddTableOptions(parameters, options->table);
+  AddMany(parameters, options->many);
+  AddConform(parameters, options->table);
+  commands.AddWide(parameters);
+  parameters.Flag("--json", options->json, "Print one JSON document");
 }
 
 }  // namespace tvq::cli

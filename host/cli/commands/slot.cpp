@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <ostream>
 
@@ -275,16 +274,16 @@ ExitStatus Slot(const SlotOptions& options, Console& console) {
 
 void AddSlot(Commands& commands) {
   const auto options = std::make_shared<SlotOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kText, [options](Console& console) { return Slot(*options, console); });
-  app.add_option("[DOMAIN:]BUS:DEVICE.FUNCTION", options->address, "The PCI address")
-      ->type_name("")
-      ->required();
-  app.add_flag("--id", options->isById, "Ask \"SMBIOSSLOTID\" instead of \"SMBIOSPCISlotInfo\"");
-  AddTableOptions(app, options->table);
-  AddConform(app, options->table);
-  commands.AddWide(app);
-  app.add_flag("--json", options->json, "Print one JSON document");
+  parameters.Value("[DOMAIN:]BUS:DEVICE.FUNCTION", options->address, "The PCI address")
+      .Named("")
+      .Required();
+  parameters.Flag("--id", options->isById, "Ask \"SMBIOSSLOTID\" instead of \"SMBIOSPCISlotInfo\"");
+  AddTableOptions(parameters, options->table);
+  AddConform(parameters, options->table);
+  commands.AddWide(parameters);
+  parameters.Flag("--json", options->json, "Print one JSON document");
 }
 
 }  // namespace tvq::cli

@@ -5,7 +5,6 @@
  */
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -16,6 +15,7 @@
 #include "host/cli/fleet/metrics_file.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
+#include "host/cli/input/stick.h"
 #include "host/cli/output/json.h"
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/whole_file.h"
@@ -139,9 +139,10 @@ Verified CompareWithState(const VerifyOptions& options, const std::optional<Jour
 }
 
 // The metrics say that it failed, too.
-Verified CompareOrSayWhyNot(const VerifyOptions& options, const std::optional<Journal>& journal,
+Verified CompareOrSayWhyNot(VerifyOptions options, const std::optional<Journal>& journal,
                             const Console& console) {
   try {
+    options.state.folder = FolderOfMachine(options.state, console);
     return CompareWithState(options, journal, console);
   } catch (const NoStateError&) {
     WriteMetrics(options.metrics, kExitNoState, std::nullopt, console);
@@ -189,30 +190,33 @@ ExitStatus Verify(const VerifyOptions& options, Console& console) {
 
 void AddSave(Commands& commands) {
   const auto options = std::make_shared<StateOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kSaveText, [options](Console& console) { return Save(*options, console); });
-  AddStateOptions(app, "The folder of the states; made when it is missing", *options);
-  AddSaveOptions(app, *options);
+  AddStateOptions(parameters, "The folder of the states; made when it is missing", *options);
+  AddSaveOptions(parameters, *options);
 }
 
 void AddVerify(Commands& commands) {
   const auto options = std::make_shared<VerifyOptions>();
-  CLI::App& app =
+  Parameters parameters =
       commands.Add(kVerifyText, [options](Console& console) { return Verify(*options, console); });
-  AddStateOptions(app, "The folder that `tvq save` was given", options->state);
-  app.add_flag("-v,--verbose", options->state.isVerbose,
-               "Every device, also where nothing is to be looked at");
-  app.add_flag("--save-first", options->saveFirst,
-               "Where no state was saved yet, save one and compare with that");
-  app.add_flag("--if-found", options->ifFound, "Print only where something is to be looked at");
-  app.add_flag("--journal", options->journal,
-               "Write to the system's journal, too: an entry for each device that is to be looked "
-               "at, and one that sums up");
-  AddMetrics(app, options->metrics);
-  app.add_option("--rows", options->rowsFile,
-                 "Write what `tvq export --rows` prints there, for whatever sends it on")
-      ->type_name("FILE");
-  commands.AddWide(app);
+  AddStateOptions(parameters, "The folder that `tvq save` was given, or an agent's stick",
+                  options->state);
+  parameters.Flag("-v,--verbose", options->state.isVerbose,
+                  "Every device, also where nothing is to be looked at");
+  parameters.Flag("--save-first", options->saveFirst,
+                  "Where no state was saved yet, save one and compare with that");
+  parameters.Flag("--if-found", options->ifFound, "Print only where something is to be looked at");
+  parameters.Flag(
+      "--journal", options->journal,
+      "Write to the system's journal, too: an entry for each device that is to be looked "
+      "at, and one that sums up");
+  AddMetrics(parameters, options->metrics);
+  parameters
+      .Value("--rows", options->rowsFile,
+             "Write what `tvq export --rows` prints there, for whatever sends it on")
+      .Named("FILE");
+  commands.AddWide(parameters);
 }
 
 }  // namespace tvq::cli

@@ -13,6 +13,7 @@
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
 #include "host/cli/input/state_run.h"
+#include "host/cli/input/stick.h"
 #include "host/cli/input/table_input.h"
 #include "host/cli/redact/redact.h"
 
@@ -94,6 +95,18 @@ Side LoadSide(run::DriverRun& driver, const std::string& path, bool conform,
                      "name another state, or the table that it was saved of");
   }
   return side;
+}
+
+std::string SideOnStick(const std::string& path, const std::string& other, bool conform,
+                        const Console& console) {
+  return FolderOfMachine(
+      path,
+      [&](run::DriverRun& driver, const Console& quiet) {
+        Side side = LoadSide(driver, other, conform, quiet);
+        MakeState(driver, side, quiet);
+        return *side.state;
+      },
+      console);
 }
 
 void MakeState(run::DriverRun& driver, Side& side, const Console& console) {

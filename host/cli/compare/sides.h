@@ -28,6 +28,11 @@ struct Side {
 Side LoadSide(run::DriverRun& driver, const std::string& path, bool conform,
               const Console& console);
 
+// `path`, or where it is an agent's stick, the folder of the machine that the table or state `other` is of.
+// Throws InputError.
+std::string SideOnStick(const std::string& path, const std::string& other, bool conform,
+                        const Console& console);
+
 // Runs the driver on a side that is a table. Afterwards it is a state as well.
 void MakeState(run::DriverRun& driver, Side& side, const Console& console);
 

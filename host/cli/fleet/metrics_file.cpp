@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <ctime>
 
 #include "host/cli/output/whole_file.h"
@@ -19,14 +18,15 @@ constexpr std::string_view kSuffix = ".prom";
 
 }  // namespace
 
-void AddMetrics(CLI::App& app, MetricsOptions& options) {
-  CLI::Option* const file =
-      app.add_option("--metrics", options.file,
-                     "Write metrics for Prometheus there, also of a run that fails; the node "
-                     "exporter reads files whose names end in .prom")
-          ->type_name("FILE");
-  app.add_flag("--metrics-serials", options.hasSerials, "Serial numbers in the metrics, too")
-      ->needs(file);
+void AddMetrics(Parameters parameters, MetricsOptions& options) {
+  const Parameter file =
+      parameters
+          .Value("--metrics", options.file,
+                 "Write metrics for Prometheus there, also of a run that fails; the node "
+                 "exporter reads files whose names end in .prom")
+          .Named("FILE");
+  parameters.Flag("--metrics-serials", options.hasSerials, "Serial numbers in the metrics, too")
+      .Needs(file);
 }
 
 bool WriteMetrics(const MetricsOptions& options, ExitStatus status,

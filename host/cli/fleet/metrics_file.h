@@ -10,10 +10,7 @@
 #include <string>
 
 #include "host/cli/fleet/metrics.h"
-
-namespace CLI {
-class App;
-}
+#include "host/cli/parameters.h"
 
 namespace tvq::cli {
 
@@ -23,7 +20,7 @@ struct MetricsOptions {
 };
 
 // Adds --metrics and --metrics-serials.
-void AddMetrics(CLI::App& app, MetricsOptions& options);
+void AddMetrics(Parameters parameters, MetricsOptions& options);
 
 // Writes what a run came to, as a whole or not at all and for everybody to read, where that is wanted.
 // Without devices, when a run last ended well stays what the file said before. False: it could not be

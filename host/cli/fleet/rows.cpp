@@ -7,12 +7,12 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <ctime>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "host/cli/fleet/device_row.h"
+#include "host/cli/input/stick.h"
 #include "host/cli/output/json.h"
 
 namespace tvq::cli {
@@ -78,31 +78,39 @@ StateOptions OptionsToCompare(const TableOptions& table, const RowOptions& optio
 
 }  // namespace
 
-void AddRows(CLI::App& app, RowOptions& options) {
-  CLI::Option* const rows =
-      app.add_flag("--rows", options.isWanted,
-                   "Print one line for each device instead, for the tables of a database");
-  CLI::Option* const against =
-      app.add_option("--against", options.state,
-                     "What became of each device since `tvq save DIR`, in the rows")
-          ->type_name("DIR")
-          ->needs(rows);
-  app.add_flag("--other-machine", options.otherMachine,
-               "Take the state of another machine for one of this machine")
-      ->needs(against);
-  app.add_option("--host", options.host,
-                 "The machine's name in the rows, instead of its own or that of FILE")
-      ->type_name("NAME")
-      ->needs(rows);
-  app.add_option("--time", options.time, "When it was so, in seconds since 1970, instead of now")
-      ->type_name("N")
-      ->needs(rows);
+void AddRows(Parameters parameters, RowOptions& options) {
+  const Parameter rows =
+      parameters.Flag("--rows", options.isWanted,
+                      "Print one line for each device instead, for the tables of a database");
+  const Parameter against =
+      parameters
+          .Value("--against", options.state,
+                 "What became of each device since `tvq save DIR`, in the rows; of an agent's "
+                 "stick, since it saw this machine")
+          .Named("DIR")
+          .Needs(rows);
+  parameters
+      .Flag("--other-machine", options.otherMachine,
+            "Take the state of another machine for one of this machine")
+      .Needs(against);
+  parameters
+      .Value("--host", options.host,
+             "The machine's name in the rows, instead of its own or that of FILE")
+      .Named("NAME")
+      .Needs(rows);
+  parameters.Value("--time", options.time, "When it was so, in seconds since 1970, instead of now")
+      .Named("N")
+      .Needs(rows);
 }
 
-std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions& options,
+std::optional<LoadedState> StateForRows(const TableOptions& table, const RowOptions& options,
                                         const Console& console) {
-  return options.state.empty() ? std::nullopt
-                               : std::optional(LoadState(driver, options.state, console));
+  if (options.state.empty()) {
+    return std::nullopt;
+  }
+  const std::string folder = FolderOfMachine(OptionsToCompare(table, options), console);
+  run::DriverRun driver;
+  return LoadState(driver, folder, console);
 }
 
 std::string RowLines(const std::vector<DeviceRow>& rows, const run::Table& ranOn,

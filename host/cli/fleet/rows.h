@@ -12,6 +12,7 @@
 
 #include "host/cli/fleet/device_row.h"
 #include "host/cli/input/state_run.h"
+#include "host/cli/parameters.h"
 
 namespace tvq::cli {
 
@@ -24,10 +25,10 @@ struct RowOptions {
 };
 
 // Adds --rows, and what goes with it.
-void AddRows(CLI::App& app, RowOptions& options);
+void AddRows(Parameters parameters, RowOptions& options);
 
 // The state to compare with, where one is wanted. Throws an InputError.
-std::optional<LoadedState> StateForRows(run::DriverRun& driver, const RowOptions& options,
+std::optional<LoadedState> StateForRows(const TableOptions& table, const RowOptions& options,
                                         const Console& console);
 
 // A line of JSON for each row of a table that the driver ran on.

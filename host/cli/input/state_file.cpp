@@ -225,8 +225,7 @@ void RemoveOld(const Descriptor& folder, unsigned kept) {
   }
 }
 
-// What to do where a folder has no state: the agent's has one for each machine.
-std::string NoStateHint(const std::string& folder) {
+std::vector<std::string> MachineFoldersIn(const std::string& folder) {
   std::string link;
   const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
   std::vector<std::string> machines;
@@ -237,17 +236,47 @@ std::string NoStateHint(const std::string& folder) {
       }
     }
   }
+  std::sort(machines.begin(), machines.end());
+  return machines;
+}
+
+// What to do where a folder has no state: the agent's has one for each machine.
+std::string NoStateHint(const std::string& folder) {
   if (HasFirstAgentsStates(folder)) {
     return "state-a.bin and state-b.bin are of an earlier agent: `tvq diff` reads either";
   }
-  if (machines.empty()) {
-    return "save a state first with `tvq save " + folder + "`";
-  }
-  std::sort(machines.begin(), machines.end());
-  return fmt::format("name the folder of one machine: {}", fmt::join(machines, ", "));
+  const std::vector<std::string> machines = MachineFolders(folder);
+  return machines.empty() ? "save a state first with `tvq save " + folder + "`"
+                          : MachineFoldersHint(machines);
 }
 
 }  // namespace
+
+std::vector<std::string> MachineFolders(const std::string& stick) {
+  if (HasStates(stick)) {
+    return {};
+  }
+  const std::vector<std::string> machines = MachineFoldersIn(stick);
+  return machines.empty() ? MachineFoldersIn(PathIn(stick, "TVQ")) : machines;
+}
+
+std::string WithoutMachineNumbers(const std::string& path) {
+  std::string plain;
+  for (std::string::size_type at = 0; at < path.size();) {
+    const std::string component = path.substr(at, path.find('/', at) - at);
+    const bool isOfMachine = component.rfind(kMachinePrefix, 0) == 0;
+    plain += isOfMachine ? "machine" : component;
+    at += component.size();
+    if (at < path.size()) {
+      plain += path[at++];
+    }
+  }
+  return plain;
+}
+
+std::string MachineFoldersHint(const std::vector<std::string>& machines) {
+  return fmt::format("name the folder of one machine: {}", fmt::join(machines, ", "));
+}
 
 bool HoldsStates(const std::string& folder) {
   std::string link;

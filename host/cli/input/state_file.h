@@ -48,6 +48,14 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path);
 // Whether there are states in a folder, or folders of machines as an agent makes them.
 bool HoldsStates(const std::string& folder);
 
+// The folders of machines on an agent's stick, whose root or folder TVQ is named; none where the folder
+// has states of its own.
+std::vector<std::string> MachineFolders(const std::string& stick);
+// A path without the numbers that such folders in it are named after.
+std::string WithoutMachineNumbers(const std::string& path);
+// What to do where one of them is wanted.
+std::string MachineFoldersHint(const std::vector<std::string>& machines);
+
 // The state that the path names: of a folder the newest one, else the file itself. Nothing where it is no
 // state, or "-".
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,

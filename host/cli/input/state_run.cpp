@@ -8,7 +8,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <ctime>
 #include <nlohmann/json.hpp>
 
@@ -113,22 +112,22 @@ Json HolesJson(const std::vector<run::StateHole>& holes) {
   return list;
 }
 
-void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options) {
-  app.add_option("DIR", options.folder, folder)->type_name("")->required();
-  AddTableOptions(app, options.table);
-  AddConform(app, options.table);
-  app.add_flag("--other-machine", options.otherMachine,
-               "Take the state of another machine for one of this machine");
-  app.add_flag("--json", options.json, "Print one JSON document");
+void AddStateOptions(Parameters parameters, const char* folder, StateOptions& options) {
+  parameters.Value("DIR", options.folder, folder).Named("").Required();
+  AddTableOptions(parameters, options.table);
+  AddConform(parameters, options.table);
+  parameters.Flag("--other-machine", options.otherMachine,
+                  "Take the state of another machine for one of this machine");
+  parameters.Flag("--json", options.json, "Print one JSON document");
 }
 
-void AddSaveOptions(CLI::App& app, StateOptions& options) {
+void AddSaveOptions(Parameters parameters, StateOptions& options) {
   constexpr unsigned kMostKept = 1000;
-  app.add_option("--keep", options.kept, "How many states stay in the folder (10)")
-      ->type_name("N")
-      ->check(CLI::Range(1u, kMostKept));
-  app.add_flag("--incomplete", options.incomplete,
-               "Put a state that lacks devices in place of one that lacks none");
+  parameters.Value("--keep", options.kept, "How many states stay in the folder (10)")
+      .Named("N")
+      .Between(1, kMostKept);
+  parameters.Flag("--incomplete", options.incomplete,
+                  "Put a state that lacks devices in place of one that lacks none");
 }
 
 Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,

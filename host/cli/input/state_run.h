@@ -13,6 +13,7 @@
 
 #include "host/cli/input/state_file.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/parameters.h"
 
 namespace tvq::cli {
 
@@ -35,9 +36,9 @@ struct SavedState {
 };
 
 // Adds DIR, the options of the table, --other-machine and --json.
-void AddStateOptions(CLI::App& app, const char* folder, StateOptions& options);
+void AddStateOptions(Parameters parameters, const char* folder, StateOptions& options);
 // Adds --keep and --incomplete.
-void AddSaveOptions(CLI::App& app, StateOptions& options);
+void AddSaveOptions(Parameters parameters, StateOptions& options);
 
 // A table that the driver ran on, and what it made of it.
 struct Collected {

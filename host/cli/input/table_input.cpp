@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <filesystem>
 
@@ -92,8 +91,8 @@ run::Table FileTable(run::DriverRun& driver, const run::Bytes& file, const Table
 }
 
 // The table that a saved state was made of, as the machine published it.
-run::Table TableOfState(run::DriverRun& driver, const run::Bytes& state,
-                        const TableOptions& options, const Console& console) {
+run::StateTable TableOfState(run::DriverRun& driver, const run::Bytes& state,
+                             const TableOptions& options, const Console& console) {
   run::StateTable kept;
   try {
     kept = driver.ReadStateTable(state);
@@ -109,7 +108,7 @@ run::Table TableOfState(run::DriverRun& driver, const run::Bytes& state,
   if (const std::optional<Masker> masker = MakeMasker(options.redact)) {
     SayBlanked(RedactTable(kept.table->structures, *masker), console);
   }
-  return std::move(*kept.table);
+  return kept;
 }
 
 // Whether the options name a file or a folder, of which either may be a state.
@@ -119,44 +118,69 @@ bool MayBeState(const TableOptions& options) {
          (!std::filesystem::is_directory(options.file, error) || HoldsStates(options.file));
 }
 
-void AddTableSource(CLI::App& app, TableOptions& options) {
-  CLI::Option* dump =
-      app.add_option("--from-dump", options.file,
-                     "What `dmidecode --dump-bin FILE` or `dmidecode -u` wrote; '-' reads standard "
-                     "input")
-          ->type_name("FILE");
-  CLI::Option* table =
-      app.add_option("--table", options.file, "A bare structure table, without an entry point")
-          ->type_name("FILE")
-          ->excludes(dump);
-  app.add_option("--sysfs", options.systemFolder,
-                 "Where this machine's table is shown (/sys/firmware/dmi/tables)")
-      ->type_name("DIR")
-      ->excludes(dump)
-      ->excludes(table);
-  app.add_option_function<std::string>(
-         "--smbios-version",
-         [&options](const std::string& text) { options.version = ParseVersion(text); },
-         "The version that a bare table counts as (3.0)")
-      ->type_name("M.m")
-      ->needs(table)
-      ->check([](const std::string& text) {
+// The table of the state that the options name; nothing where they name none.
+std::optional<run::StateTable> StateTableOf(run::DriverRun& driver, const TableOptions& options,
+                                            const Console& console) {
+  const std::optional<run::Bytes> state =
+      MayBeState(options) ? StateIn(driver, options.file, console) : std::nullopt;
+  return state ? std::optional(TableOfState(driver, *state, options, console)) : std::nullopt;
+}
+
+// A state does not keep the entry point: this one says what every machine's does.
+run::Bytes DumpWithEntryPoint(const run::Table& published, const TableOptions& options) {
+  table::Table table;
+  table.version = {static_cast<uint8_t>(published.major), static_cast<uint8_t>(published.minor)};
+  table.structures = published.structures;
+  table.entryPoint =
+      published.structures.size() > 0xFFFF ? table::EntryPoint::k64Bit : table::EntryPoint::k32Bit;
+  auto dump = table::WriteDump(table);
+  if (!dump) {
+    ThrowUnusable(options, dump.Failure());
+  }
+  return std::move(*dump);
+}
+
+void AddTableSource(Parameters parameters, TableOptions& options) {
+  const Parameter dump =
+      parameters
+          .Value("--from-dump", options.file,
+                 "What `dmidecode --dump-bin FILE` or `dmidecode -u` wrote; '-' reads standard "
+                 "input")
+          .Named("FILE");
+  const Parameter table =
+      parameters.Value("--table", options.file, "A bare structure table, without an entry point")
+          .Named("FILE")
+          .Excludes(dump);
+  parameters
+      .Value("--sysfs", options.systemFolder,
+             "Where this machine's table is shown (/sys/firmware/dmi/tables)")
+      .Named("DIR")
+      .Excludes(dump)
+      .Excludes(table);
+  parameters
+      .Value(
+          "--smbios-version",
+          [&options](const std::string& text) { options.version = ParseVersion(text); },
+          "The version that a bare table counts as (3.0)")
+      .Named("M.m")
+      .Needs(table)
+      .Checked([](const std::string& text) {
         return ParseVersion(text) ? std::string() : "'" + text + "' is no version such as 3.2";
       });
 }
 
 }  // namespace
 
-void AddTableOptions(CLI::App& app, TableOptions& options) {
-  AddTableSource(app, options);
-  AddRedact(app, options.redact);
+void AddTableOptions(Parameters parameters, TableOptions& options) {
+  AddTableSource(parameters, options);
+  AddRedact(parameters, options.redact);
 }
 
-void AddConform(CLI::App& app, bool& conform) {
-  app.add_flag_callback(
+void AddConform(Parameters parameters, bool& conform) {
+  parameters.Flag(
       "--as-is", [&conform] { conform = false; },
       "Run on the table as it is, without names that stay with the slots");
-  app.add_flag_callback(
+  parameters.Flag(
       "--conform", [] {}, "The contrary, which is what happens anyway");
 }
 
@@ -199,12 +223,17 @@ run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableO
   }
 }
 
+TableOrState ReadTableOrState(const TableOptions& options, const Console& console) {
+  run::DriverRun driver;
+  if (const auto kept = StateTableOf(driver, options, console)) {
+    return {{DumpWithEntryPoint(*kept->table, options), {}}, kept->origin.isRedacted};
+  }
+  return {ReadTableBytes(options, console)};
+}
+
 run::Table ReadTable(run::DriverRun& driver, const TableOptions& options, const Console& console) {
-  if (MayBeState(options)) {
-    const std::optional<run::Bytes> state = StateIn(driver, options.file, console);
-    if (state) {
-      return TableOfState(driver, *state, options, console);
-    }
+  if (auto kept = StateTableOf(driver, options, console)) {
+    return std::move(*kept->table);
   }
   return ReadTable(driver, ReadTableBytes(options, console), options, console);
 }

@@ -28,11 +28,11 @@ struct TableOptions {
 };
 
 // Adds --from-dump, --table, --smbios-version, --sysfs and those of --redact. The options have to live until the command ran.
-void AddTableOptions(CLI::App& app, TableOptions& options);
+void AddTableOptions(Parameters parameters, TableOptions& options);
 // Adds --as-is, and --conform for what happens without it.
-void AddConform(CLI::App& app, bool& conform);
-inline void AddConform(CLI::App& app, TableOptions& options) {
-  AddConform(app, options.conform);
+void AddConform(Parameters parameters, bool& conform);
+inline void AddConform(Parameters parameters, TableOptions& options) {
+  AddConform(parameters, options.conform);
 }
 
 // How messages name the table.
@@ -45,6 +45,12 @@ struct TableBytes {
   run::Bytes entryPoint;  // empty where the file holds everything
 };
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console);
+// The same, also of the table that a saved state was made of, for which an entry point is made up.
+struct TableOrState {
+  TableBytes bytes;
+  bool wasRedacted = false;  // of a state: its table was, before it was saved
+};
+TableOrState ReadTableOrState(const TableOptions& options, const Console& console);
 // The same bytes, but for what names the machine and its parts.
 TableBytes Redacted(TableBytes bytes, const TableOptions& options, const Masker& masker,
                     const Console& console);

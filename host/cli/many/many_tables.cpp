@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <new>
 #include <nlohmann/json.hpp>
@@ -99,19 +98,20 @@ std::string LineOf(const std::string& table, const std::string& json) {
   return fmt::format("{{\"file\":{},{}", name, json.substr(json.find('{') + 1));
 }
 
-void AddMany(CLI::App& app, ManyOptions& options) {
-  app.add_flag("--ndjson", options.areLines, "Print one line of JSON for each table");
-  app.add_option("--jobs", options.workers, "Work in so many processes (one for each processor)")
-      ->type_name("N")
-      ->check(CLI::Range(1U, kMostWorkers).description(""));
+void AddMany(Parameters parameters, ManyOptions& options) {
+  parameters.Flag("--ndjson", options.areLines, "Print one line of JSON for each table");
+  parameters.Value("--jobs", options.workers, "Work in so many processes (one for each processor)")
+      .Named("N")
+      .Between(1, kMostWorkers);
 }
 
-void AddTableFiles(CLI::App& app, ManyOptions& options) {
-  app.add_option("FILE", options.arguments,
-                 "The same as --from-dump FILE; also several, and folders of them")
-      ->type_name("")
-      ->excludes(app.get_option("--from-dump"))
-      ->excludes(app.get_option("--table"));
+void AddTableFiles(Parameters parameters, ManyOptions& options) {
+  parameters
+      .Values("FILE", options.arguments,
+              "The same as --from-dump FILE; also several, and folders of them")
+      .Named("")
+      .Excludes(parameters.Get("--from-dump"))
+      .Excludes(parameters.Get("--table"));
 }
 
 ExitStatus RunMany(const ManyOptions& options, Console& console, const OneTable& one,

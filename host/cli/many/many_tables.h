@@ -23,9 +23,9 @@ struct ManyOptions {
 };
 
 // Adds --ndjson and --jobs.
-void AddMany(CLI::App& app, ManyOptions& options);
+void AddMany(Parameters parameters, ManyOptions& options);
 // Adds FILE...
-void AddTableFiles(CLI::App& app, ManyOptions& options);
+void AddTableFiles(Parameters parameters, ManyOptions& options);
 
 // What a command does with one table.
 using OneTable = std::function<ExitStatus(const std::string& table, Console& console)>;

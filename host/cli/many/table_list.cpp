@@ -34,7 +34,11 @@ void AddFilesIn(const std::string& folder, std::vector<std::string>& files) {
   std::sort(entries.begin(), entries.end());
   for (const fs::directory_entry& entry : entries) {
     if (entry.is_directory(error) && !entry.is_symlink(error)) {
-      AddFilesIn(entry.path().native(), files);
+      if (HasStates(entry.path().native())) {
+        files.push_back(entry.path().native());  // It stands for its newest state.
+      } else {
+        AddFilesIn(entry.path().native(), files);
+      }
     } else if (entry.is_regular_file(error)) {
       files.push_back(entry.path().native());
     }

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 #include <sodium.h>
 
-#include <CLI/CLI.hpp>
 #include <fstream>
 
 #include "host/cli/input/input.h"
@@ -29,14 +28,15 @@ std::string KeyOf(const RedactOptions& options) {
 
 }  // namespace
 
-void AddRedact(CLI::App& app, RedactOptions& options) {
-  app.add_flag(
+void AddRedact(Parameters parameters, RedactOptions& options) {
+  parameters.Flag(
       "--redact", options.isWanted,
       "Mask serial numbers, tags, UUIDs, OEM strings and all without a name; equal ones alike");
-  app.add_option("--redact-key", options.key,
-                 "What the masks depend on, instead of this machine's identity")
-      ->type_name("TEXT")
-      ->needs(app.get_option("--redact"));
+  parameters
+      .Value("--redact-key", options.key,
+             "What the masks depend on, instead of this machine's identity")
+      .Named("TEXT")
+      .Needs(parameters.Get("--redact"));
 }
 
 std::optional<Masker> MakeMasker(const RedactOptions& options) {

@@ -26,7 +26,7 @@ struct RedactOptions {
 };
 
 // Adds --redact and --redact-key.
-void AddRedact(CLI::App& app, RedactOptions& options);
+void AddRedact(Parameters parameters, RedactOptions& options);
 
 // Nothing where --redact was not given. Throws InputError.
 std::optional<Masker> MakeMasker(const RedactOptions& options);
