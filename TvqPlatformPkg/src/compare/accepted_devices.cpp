@@ -81,9 +81,7 @@ bool IsOfSystem(const Structure& structure) {
 
 void RemoveAt(GrowingArray<UINT8>& bytes, UINTN at, UINTN size) {
   const UINTN rest = bytes.Size() - at - size;
-  if (rest != 0) {
-    CopyMem(bytes.Data() + at, bytes.Data() + at + size, rest);
-  }
+  CopyMem(bytes.Data() + at, bytes.Data() + at + size, rest);
   bytes.Shrink(at + rest);
 }
 
@@ -93,9 +91,7 @@ void RemoveAt(GrowingArray<UINT8>& bytes, UINTN at, UINTN size) {
   if (!bytes.AppendZeroed(size)) {
     return false;
   }
-  if (rest != 0) {
-    CopyMem(bytes.Data() + at + size, bytes.Data() + at, rest);
-  }
+  CopyMem(bytes.Data() + at + size, bytes.Data() + at, rest);
   return true;
 }
 
@@ -173,11 +169,12 @@ class AcceptedDevices::NameSearch {
   bool mIsAmbiguous = false;
 };
 
-/// The handles of a table.
+/// The handles of a table that a state takes: too short for as many structures as there are handles.
 class AcceptedDevices::Handles {
  public:
   explicit Handles(Bytes table) {
     ZeroMem(mBits, sizeof(mBits));
+    Add(smbios::kNoHandle);
     for (const Structure& structure : smbios::Walk(table)) {
       Add(structure.Handle());
     }
@@ -185,26 +182,23 @@ class AcceptedDevices::Handles {
 
   void Add(UINT16 handle) { mBits[handle / 8] |= static_cast<UINT8>(1u << (handle % 8)); }
 
-  /// This one, or the next one that is free; kNoHandle where there is none. However often it is asked,
-  /// each handle is looked at once.
+  /// This one, or the next one that is free. However often it is asked, each handle is looked at once.
   UINT16 Free(UINT16 wanted) {
-    if (wanted != smbios::kNoHandle && !Has(wanted)) {
+    if (!Has(wanted)) {
       return wanted;
     }
-    mNext = mSeen == 0 ? wanted : mNext;
-    while (mSeen < smbios::kNoHandle && (mNext == smbios::kNoHandle || Has(mNext))) {
+    mNext = mNext == smbios::kNoHandle ? wanted : mNext;
+    while (Has(mNext)) {
       mNext++;
-      mSeen++;
     }
-    return mSeen < smbios::kNoHandle ? mNext : smbios::kNoHandle;
+    return mNext;
   }
 
  private:
   bool Has(UINT16 handle) const { return (mBits[handle / 8] & (1u << (handle % 8))) != 0; }
 
   UINT8 mBits[(MAX_UINT16 + 1) / 8];
-  UINT16 mNext = 0;
-  UINT32 mSeen = 0;
+  UINT16 mNext = smbios::kNoHandle;  ///< Before the first search.
 };
 
 AcceptedDevices::AcceptedDevices() = default;
@@ -263,11 +257,11 @@ AcceptResult AcceptedDevices::Accept(const CHAR8* name) {
   }
   for (UINTN i = 0; result == AcceptResult::kAccepted && i < places.Size(); i++) {
     place = places[i];
-    UINT8& isTaken = mIsTaken[place.After == kNone ? mAfter.Size() + place.Before : place.After];
-    if (isTaken != 0) {
+    bool& isTaken = mIsTaken[place.After == kNone ? mAfter.Size() + place.Before : place.After];
+    if (isTaken) {
       continue;
     }
-    isTaken = 1;
+    isTaken = true;
     result = AppendOtherEnds(place, places) ? TakeOver(place) : AcceptResult::kNoMemory;
   }
   return result;
@@ -283,9 +277,10 @@ bool AcceptedDevices::AppendOtherEnds(const Place& place, GrowingArray<Place>& p
 
 AcceptResult AcceptedDevices::TakeOver(const Place& place) {
   const ComparedDevice& device = place.After == kNone ? mBefore[place.Before] : mAfter[place.After];
-  UINT16 handle = place.After != kNone && device.Where ? device.Where.Handle() : smbios::kNoHandle;
+  UINT16 handle = smbios::kNoHandle;
   const bool isSystem = device.Kind == DeviceKind::kSystem && place.After != kNone;
-  const AcceptResult result = isSystem ? TakeSystem(handle) : TakeStructure(place, handle);
+  const AcceptResult result =
+      isSystem ? TakeSystem(device.Where, handle) : TakeStructure(place, handle);
   if (result != AcceptResult::kAccepted) {
     return result;
   }
@@ -303,10 +298,10 @@ AcceptResult AcceptedDevices::TakeDevice(const Place& place, UINT16 handle) {
       merged[i] = merged[i + 1];
     }
     merged.Shrink(merged.Size() - 1);
-    for (UINT32& other : mMergedOf) {
-      other -= other != kNone && other > former ? 1 : 0;
+    // Those behind it move up. Nobody asks for its own place again.
+    for (UINTN i = place.Before; i < mMergedOf.Size(); i++) {
+      mMergedOf[i]--;
     }
-    mMergedOf[place.Before] = kNone;
     return AcceptResult::kAccepted;
   }
   SnapshotDevice taken = *mAfter[place.After].Device;
@@ -339,7 +334,7 @@ AcceptResult AcceptedDevices::TakeStructure(const Place& place, UINT16& handle) 
   return Insert(at, current, taken, handle);
 }
 
-AcceptResult AcceptedDevices::TakeSystem(UINT16& handle) {
+AcceptResult AcceptedDevices::TakeSystem(const Structure& system, UINT16& handle) {
   for (UINTN at = 0; Structure(Table(), at);) {
     const Structure structure(Table(), at);
     if (IsOfSystem(structure)) {
@@ -349,7 +344,6 @@ AcceptResult AcceptedDevices::TakeSystem(UINT16& handle) {
     }
   }
   Handles taken(Table());
-  const UINT16 wanted = handle;
   UINTN at = 0;
   for (const Structure& structure : smbios::Walk(mNow->Table.Structures)) {
     if (!IsOfSystem(structure)) {
@@ -360,7 +354,7 @@ AcceptResult AcceptedDevices::TakeSystem(UINT16& handle) {
     if (result != AcceptResult::kAccepted) {
       return result;
     }
-    handle = structure.Handle() == wanted ? own : handle;
+    handle = system && structure.Offset() == system.Offset() ? own : handle;
     at += structure.Size();
   }
   mMerged.Machine = mNow->Machine;
@@ -371,13 +365,13 @@ AcceptResult AcceptedDevices::TakeSystem(UINT16& handle) {
 AcceptResult AcceptedDevices::Insert(UINTN at, const Structure& structure, Handles& taken,
                                      UINT16& handle) {
   const Bytes bytes = structure.Whole();
-  handle = taken.Free(handle);
-  if (handle == smbios::kNoHandle || mTable.Size() + bytes.Size() > kMaximumTableSize) {
+  if (mTable.Size() + bytes.Size() > kMaximumTableSize) {
     return AcceptResult::kTooLarge;
   }
   if (!OpenAt(mTable, at, bytes.Size())) {
     return AcceptResult::kNoMemory;
   }
+  handle = taken.Free(handle);
   taken.Add(handle);
   CopyMem(mTable.Data() + at, bytes.Data(), bytes.Size());
   CopyMem(mTable.Data() + at + smbios::kHandleOffset, &handle, sizeof(handle));

@@ -60,8 +60,9 @@ class AcceptedDevices {
   /// Puts today's structure of the place in the room of the saved one. Either may be missing: then
   /// the structure of the empty slot takes its part.
   [[nodiscard]] AcceptResult TakeStructure(const Place& place, UINT16& handle);
-  /// Puts what today's table says of the system as a whole in place of what the saved one did.
-  [[nodiscard]] AcceptResult TakeSystem(UINT16& handle);
+  /// Puts what today's table says of the system as a whole in place of what the saved one did. `system`
+  /// is its own structure there, and `handle` becomes the one that it has then.
+  [[nodiscard]] AcceptResult TakeSystem(const smbios::Structure& system, UINT16& handle);
   [[nodiscard]] AcceptResult Insert(UINTN at, const smbios::Structure& structure, Handles& taken,
                                     UINT16& handle);
   Bytes Table() const { return {mTable.Data(), mTable.Size()}; }
@@ -73,8 +74,8 @@ class AcceptedDevices {
   Snapshot mMerged;
   GrowingArray<UINT8> mTable;
   OwnedArray<UINT32>
-      mMergedOf;               ///< Of each saved device, where it is in the merged list, or kNone.
-  OwnedArray<UINT8> mIsTaken;  ///< The places by what is there now, then by what was there.
+      mMergedOf;  ///< Of each saved device that is left, where it is in the merged list.
+  OwnedArray<bool> mIsTaken;  ///< The places by what is there now, then by what was there.
 };
 
 }  // namespace tvqplatform

@@ -148,7 +148,7 @@ void Comparison::DecideByNumbers(Finding& finding) {
   const ComparedDevice& after = mAfter[finding.After];
   const Text then = mBefore[finding.Before].Own[NumberKind::kPart];
   const Text now = after.Own[NumberKind::kPart];
-  const bool isUsable = IsUsable(NumberKind::kPart, then) && IsUsable(NumberKind::kPart, now);
+  const bool isUsable = IsUsableNumber(then) && IsUsableNumber(now);
   if (isUsable && CompareTexts(then, now) != 0) {
     AddWitness(Witness::kPart, finding);
   }
@@ -320,19 +320,19 @@ bool Comparison::CompareMoved(Finding& finding) {
 /// What was in a place where nothing is now, or something that was elsewhere, and is not elsewhere
 /// itself.
 bool Comparison::JudgeGone() {
-  OwnedArray<UINT8> isAccountedFor;
+  OwnedArray<bool> isAccountedFor;
   if (!isAccountedFor.AppendZeroed(mBefore.Size())) {
     return false;
   }
   for (const Finding& finding : mFindings) {
     if (finding.MovedFrom != kNone) {
-      isAccountedFor[finding.MovedFrom] = 1;
+      isAccountedFor[finding.MovedFrom] = true;
     } else if (finding.Before != kNone) {
-      isAccountedFor[finding.Before] = 1;
+      isAccountedFor[finding.Before] = true;
     }
   }
   for (UINT32 i = 0; i < mBefore.Size(); i++) {
-    if (isAccountedFor[i] != 0) {
+    if (isAccountedFor[i]) {
       continue;
     }
     Finding finding;
@@ -363,10 +363,8 @@ bool Comparison::AddNumberChange(const CHAR8* path, Text before, Text after, Fin
 
 bool Comparison::AddChange(const CHAR8* path, const CHAR8* before, const CHAR8* after,
                            Finding& finding) {
-  const auto textOf = [](const CHAR8* text) {
-    return text == nullptr ? Text() : Text(reinterpret_cast<const UINT8*>(text), Length(text));
-  };
-  return AddNumberChange(path, textOf(before), textOf(after), finding);
+  return AddNumberChange(path, before == nullptr ? Text() : TextOf(before),
+                         after == nullptr ? Text() : TextOf(after), finding);
 }
 
 /// Whether one of the document's values changed in the same way: then it is the same number. Among

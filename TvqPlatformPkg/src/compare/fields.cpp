@@ -22,10 +22,6 @@ constexpr UINTN kDepth = 8;
 /// No path of a document of the driver is nearly as long.
 constexpr UINTN kPathSize = 256;
 
-smbios::Text TextOf(const CHAR8* text) {
-  return smbios::Text(reinterpret_cast<const UINT8*>(text), Length(text));
-}
-
 /// The sections around an element, and how often each of them came before among its neighbours.
 class Path {
  public:

@@ -48,10 +48,27 @@ template <typename T, typename Compare>
     to = from;
     from = sorted;
   }
-  if (from != elements.Data() && size != 0) {
+  if (from != elements.Data()) {
     CopyMem(elements.Data(), from, size * sizeof(T));
   }
   return true;
+}
+
+/// The first element that is not below what is looked for; the size where all are. The elements are
+/// sorted, and `isBelow` is true of those in front.
+template <typename T, typename IsBelow>
+UINTN FirstNotBelow(const GrowingArray<T>& elements, IsBelow isBelow) {
+  UINTN begin = 0;
+  UINTN end = elements.Size();
+  while (begin < end) {
+    const UINTN middle = begin + (end - begin) / 2;
+    if (isBelow(elements[middle])) {
+      begin = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
+  return begin;
 }
 
 /// The elements of two sides, to be visited in groups of equal ones.

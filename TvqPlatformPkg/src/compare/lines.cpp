@@ -378,7 +378,6 @@ bool IsQuiet(const Comparison& comparison) {
 
 void FormatObstacle(const Comparison& comparison, const Finding& finding, CHAR8* buffer,
                     UINTN size) {
-  buffer[0] = '\0';
   if (finding.What == Verdict::kNoRecord) {
     AsciiSPrint(buffer, size, "%a%a", ReasonText(comparison.After()[finding.After].Device->Why),
                 finding.WasSoBefore ? "; so it was in the saved state" : "");

@@ -11,6 +11,8 @@
 #include <Library/TvqDeviceLib.h>
 
 #include "../smbios/names/slot_place.h"
+#include "../states/machine_identity.h"
+#include "../text.h"
 
 namespace tvqplatform {
 
@@ -61,11 +63,12 @@ const CHAR8* NameOf(NumberKind kind) {
   return kNames[static_cast<UINTN>(kind)];
 }
 
+Text TextOf(const CHAR8* text) {
+  return Text(reinterpret_cast<const UINT8*>(text), Length(text));
+}
+
 bool IsUsable(NumberKind kind, Text number) {
-  if (!number) {
-    return false;
-  }
-  return kind == NumberKind::kUuid ? IsUsableUuid(number) : !devices::IsDummy(number);
+  return kind == NumberKind::kUuid ? number && IsUsableUuid(number) : IsUsableNumber(number);
 }
 
 INTN CompareTexts(Text left, Text right) {
@@ -75,14 +78,14 @@ INTN CompareTexts(Text left, Text right) {
     }
   }
   if (left.Length() != right.Length()) {
-    return left.Length() < right.Length() ? -1 : 1;
+    return static_cast<INTN>(left.Length()) - static_cast<INTN>(right.Length());
   }
   return static_cast<INTN>(static_cast<bool>(left)) - static_cast<INTN>(static_cast<bool>(right));
 }
 
 Numbers NumbersInTable(const smbios::Structure& device) {
   Numbers numbers;
-  switch (device ? device.Type() : smbios::kEndOfTable) {
+  switch (device.Type()) {
     case SMBIOS_TYPE_SYSTEM_INFORMATION:
       numbers[NumberKind::kSerial] = device.GetString(SMBIOS_FIELD(1, SerialNumber));
       if (device.Has(SMBIOS_FIELD(1, Uuid))) {
@@ -110,7 +113,7 @@ Numbers NumbersInBlobs(tvq::Span<const UINT8> data) {
   Numbers numbers;
   // It comes first, unless it could not be built.
   const blobs::Blob blob = blobs::ReadBlob(data);
-  if (!blob || blob.Type != blobs::kInventory) {
+  if (blob.Type != blobs::kInventory) {
     return numbers;
   }
   const blobs::Bytes text = blobs::BytesOf(blob.Whole, blobs::ReadInventory(blob.Whole).Wwn);

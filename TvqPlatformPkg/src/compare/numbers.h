@@ -35,6 +35,9 @@ struct Numbers {
   smbios::Text& operator[](NumberKind kind) { return Texts[static_cast<UINTN>(kind)]; }
 };
 
+/// The text up to its NUL.
+smbios::Text TextOf(const CHAR8* text);
+
 /// Whether the number may tell one part from another: placeholders do not.
 bool IsUsable(NumberKind kind, smbios::Text number);
 

@@ -8,9 +8,9 @@
 
 #include <IndustryStandard/SmbiosFields.h>
 
-#include "numbers.h"
-
 #include "../smbios/names/slot_place.h"
+#include "../states/machine_identity.h"
+#include "numbers.h"
 
 namespace tvqplatform {
 
@@ -36,10 +36,7 @@ Text SerialOf(const Structure& structure, smbios::Field<UINT8> field) {
 }
 
 /// What stands for a part that has no number.
-Text Present() {
-  static constexpr CHAR8 kPresent[] = "present";
-  return Text(reinterpret_cast<const UINT8*>(kPresent), sizeof(kPresent) - 1);
-}
+constexpr CHAR8 kPresent[] = "present";
 
 }  // namespace
 
@@ -51,7 +48,7 @@ bool PartsOfSystem::Collect(Bytes table, GrowingArray<Part>& parts) {
         continue;
       }
       const Text serial = SerialOf(structure, kKinds[kind].Serial);
-      if (!parts.Append({kind, ++counts[kind], serial, IsUsable(NumberKind::kSerial, serial)})) {
+      if (!parts.Append({kind, ++counts[kind], serial, IsUsableNumber(serial)})) {
         return false;
       }
     }
@@ -106,7 +103,7 @@ bool PartsOfSystem::AppendChange(UINT32 before, UINT32 after) {
   change.Who = kind.Who;
   change.IsOneSided = isOneSided;
   change.IsReplaced = !isOneSided && mBefore[before].IsToldBySerial && mAfter[after].IsToldBySerial;
-  const Text alone = part.Serial ? part.Serial : Present();
+  const Text alone = part.Serial ? part.Serial : TextOf(kPresent);
   change.Before = !isOneSided ? then : before == kNone ? Text() : alone;
   change.After = !isOneSided ? now : after == kNone ? Text() : alone;
   return true;

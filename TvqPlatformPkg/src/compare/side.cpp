@@ -46,10 +46,11 @@ UINT8 StructureTypeOf(DeviceKind kind) {
 /// As much of the text as there is room for.
 template <typename Character>
 void CopyName(const Character* text, UINTN length, CHAR16 (&name)[kSnapshotFqddSize]) {
-  ZeroMem(name, sizeof(name));
-  for (UINTN i = 0; i < length && i < kSnapshotFqddSize - 1; i++) {
+  const UINTN copied = MIN(length, kSnapshotFqddSize - 1);
+  for (UINTN i = 0; i < copied; i++) {
     name[i] = static_cast<UINT8>(text[i]);
   }
+  name[copied] = 0;
 }
 
 }  // namespace
@@ -93,9 +94,8 @@ bool Side::GivePpins() {
     }
   }
   const auto inTable = [this](UINT32 left, UINT32 right) -> INTN {
-    const UINTN one = mDevices[left].Where.Offset();
-    const UINTN other = mDevices[right].Where.Offset();
-    return one == other ? 0 : one < other ? -1 : 1;
+    return static_cast<INTN>(mDevices[left].Where.Offset()) -
+           static_cast<INTN>(mDevices[right].Where.Offset());
   };
   if (!Sort(processors, inTable)) {
     return false;
@@ -137,20 +137,11 @@ bool Side::NameByTodaysRules() {
   const GrowingArray<NamedDevice>& named = conformed.Devices();
   // Sockets and slots stand in the order of the table, so that they can be looked up.
   for (ComparedDevice& device : mDevices) {
-    UINTN begin = 0;
-    UINTN end = device.Where && device.Kind != DeviceKind::kHbm ? named.Size() : 0;
-    while (begin < end) {
-      const UINTN middle = begin + (end - begin) / 2;
-      if (named[middle].Where.Offset() < device.Where.Offset()) {
-        begin = middle + 1;
-      } else {
-        end = middle;
-      }
-    }
-    const bool isNamed = device.Where && begin < named.Size() &&
-                         named[begin].Where.Offset() == device.Where.Offset();
-    if (isNamed) {
-      CopyName(named[begin].Fqdd, AsciiStrLen(named[begin].Fqdd), device.Name);
+    const UINTN offset = device.Where.Offset();
+    const UINTN at = FirstNotBelow(
+        named, [offset](const NamedDevice& one) { return one.Where.Offset() < offset; });
+    if (device.Where && at < named.Size() && named[at].Where.Offset() == offset) {
+      CopyName(named[at].Fqdd, AsciiStrLen(named[at].Fqdd), device.Name);
     }
   }
   mHasTodaysNames = true;

@@ -24,25 +24,16 @@ class StructureIndex {
       }
     }
     return Sort(mEntries, [](const Entry& left, const Entry& right) -> INTN {
-      return left.Key == right.Key ? 0 : left.Key < right.Key ? -1 : 1;
+      return static_cast<INTN>(left.Key) - static_cast<INTN>(right.Key);
     });
   }
 
   /// The first one in the table; none where there is none.
   smbios::Structure Find(UINT8 type, UINT16 handle) const {
     const UINT32 key = KeyOf(type, handle);
-    UINTN begin = 0;
-    UINTN end = mEntries.Size();
-    while (begin < end) {
-      const UINTN middle = begin + (end - begin) / 2;
-      if (mEntries[middle].Key < key) {
-        begin = middle + 1;
-      } else {
-        end = middle;
-      }
-    }
-    const bool isFound = begin < mEntries.Size() && mEntries[begin].Key == key;
-    return isFound ? smbios::Structure(mTable, mEntries[begin].Offset) : smbios::Structure();
+    const UINTN at = FirstNotBelow(mEntries, [key](const Entry& entry) { return entry.Key < key; });
+    const bool isFound = at < mEntries.Size() && mEntries[at].Key == key;
+    return isFound ? smbios::Structure(mTable, mEntries[at].Offset) : smbios::Structure();
   }
 
  private:

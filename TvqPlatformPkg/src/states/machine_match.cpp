@@ -23,7 +23,7 @@ constexpr UINTN kShownSerial = 40;
 
 bool AreEqual(smbios::Text left, smbios::Text right) {
   return left.Length() == right.Length() &&
-         (left.Length() == 0 || CompareMem(left.Data(), right.Data(), left.Length()) == 0);
+         CompareMem(left.Data(), right.Data(), left.Length()) == 0;
 }
 
 Agreement AgreementOf(bool isThere, bool isEqual) {
@@ -47,7 +47,7 @@ smbios::Text SerialOf(const SnapshotDevice& device) {
     return smbios::Text();
   }
   const blobs::Blob blob = blobs::ReadBlob(device.Blobs);
-  if (!blob || blob.Type != blobs::kInventory) {
+  if (blob.Type != blobs::kInventory) {
     return smbios::Text();
   }
   const smbios::Text serial =

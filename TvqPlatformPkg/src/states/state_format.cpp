@@ -23,8 +23,9 @@ UINT32 Checksum(const STATE_HEADER& header, Bytes body) {
   STATE_HEADER blank = header;
   blank.Crc32 = 0;
   // CalculateCrc32 goes over one range, so the sum is that of the two ranges' sums.
-  UINT32 sums[2] = {CalculateCrc32(&blank, sizeof(blank)), 0};
-  sums[1] = body.Empty() ? 0 : CalculateCrc32(const_cast<UINT8*>(body.Data()), body.Size());
+  UINT32 sums[2] = {
+      CalculateCrc32(&blank, sizeof(blank)),
+      body.Empty() ? 0 : CalculateCrc32(const_cast<UINT8*>(body.Data()), body.Size())};
   return CalculateCrc32(sums, sizeof(sums));
 }
 

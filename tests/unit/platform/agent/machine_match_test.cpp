@@ -241,6 +241,24 @@ TEST_F(MachineNumbers, OfModulesAgreeWhereMoreThanHalfAreTheSame) {
   EXPECT_EQ(CompareModules({}, {"11223344"}), Agreement::kAbsent);
 }
 
+TEST_F(MachineNumbers, MayHaveOneCharacter) {
+  EXPECT_EQ(Compare({.system = "7"}, {.system = "7"}).System, Agreement::kAgrees);
+  EXPECT_EQ(Compare({.system = "7"}, {.system = "8"}).System, Agreement::kDiffers);
+}
+
+// A configuration blob whose document stands where an inventory blob refers to its texts.
+TEST_F(MachineNumbers, OfModulesAreNotReadFromAnotherBlob) {
+  const Bytes inventory = InventoryBlob({.serial = "11223344"});
+  Bytes blob = ConfigurationBlob({.document = std::string(50, 'x') + "11223344"});
+  std::copy(inventory.begin() + 16, inventory.begin() + 80, blob.begin() + 16);
+  Snapshot machine;
+  tvqplatform::SnapshotDevice device = {};
+  device.ComponentClass = TVQ_CLASS_DIMM;
+  device.Blobs = {blob.data(), blob.size()};
+  EXPECT_TRUE(machine.Add(device));
+  EXPECT_EQ(tvqplatform::CompareMachines(machine, machine).Modules, Agreement::kAbsent);
+}
+
 TEST_F(MachineNumbers, ThatAreMaskedSayNothing) {
   const Numbers machine = {.system = "A1B2", .modules = {"11223344"}};
   Numbers masked = machine;
@@ -261,7 +279,7 @@ TEST_F(MachineNumbers, AreShownInOneLine) {
   char text[tvqplatform::kMachineTextSize];
   tvqplatform::FormatMachine(snapshot, text);
   EXPECT_STREQ(text, "no number that tells it from others");
-  const std::string serial = " A1\x1B[2J\xE9 ";
+  const std::string serial = " A1\x1F ~\x7F[2J\xE9 ";
   machine.SystemSerial = {reinterpret_cast<const UINT8*>(serial.c_str()), serial.size()};
   const std::string longSerial = std::string(100, 'x') + "y";
   machine.BoardSerial = {reinterpret_cast<const UINT8*>(longSerial.c_str()), longSerial.size()};
@@ -269,7 +287,7 @@ TEST_F(MachineNumbers, AreShownInOneLine) {
   machine.HasUuid = true;
   const Bytes uuid = System{}.uuid;
   std::copy(uuid.begin(), uuid.end(), machine.Uuid);
-  const std::string beforeUuid = "system A1?[2J?, board " + std::string(40, 'x') + ", chassis " +
+  const std::string beforeUuid = "system A1? ~?[2J?, board " + std::string(40, 'x') + ", chassis " +
                                  std::string(40, 'x') + ", UUID ";
   tvqplatform::FormatMachine(snapshot, text);
   EXPECT_EQ(std::string(text), beforeUuid + "00112233-4455-6677-8899-aabbccddeeff");

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/unit/driver/uefi/dirty_stack.h"
 #include "tests/unit/platform/agent/stored_state.h"
 #include "tests/unit/platform/platform_fixture.h"
 
@@ -87,6 +88,15 @@ TEST_F(StateFormat, IsWrittenAsItIsRead) {
   EXPECT_EQ(Written(1), little);
 }
 
+TEST_F(StateFormat, IsWrittenInPlaceOfWhatWasWrittenBefore) {
+  const Bytes whole = State2{kAllSections, 7}.Encode();
+  ASSERT_EQ(ReadBytes(whole), StateDefect::kNone);
+  tvqplatform::EncodedState written;
+  EXPECT_TRUE(written.Write(Content(), 6, Content().Time));
+  EXPECT_TRUE(written.Write(Content(), 7, Content().Time));
+  EXPECT_EQ(Copy(written.File()), whole);
+}
+
 TEST_F(StateFormat, OfVersionOneHasDevicesAlone) {
   ASSERT_EQ(
       ReadBytes(State{.devices = {{u"DIMM.Socket.A1", {1, 2, 3}, 6}}, .generation = 9}.Encode()),
@@ -121,6 +131,9 @@ TEST_F(StateFormat, MayHaveSectionsThatReadersSkip) {
   EXPECT_EQ(ReadSections({kAnOrigin, kAMachine, DeviceSection(u"x", {}, 5, 0, 77)}),
             StateDefect::kNone);
   EXPECT_EQ(Content().Devices[0].Why, WhyNoRecord::kRefused) << "of a reason that is not known";
+  EXPECT_EQ(ReadSections({kAnOrigin, kAMachine, DeviceSection(u"x", {}, 5, 0, 5)}),
+            StateDefect::kNone);
+  EXPECT_EQ(Content().Devices[0].Why, WhyNoRecord::kNotStarted) << "the last reason";
 }
 
 TEST_F(StateFormat, IsRefusedWhereItsSectionsAreNotAsTheyHaveToBe) {
@@ -157,15 +170,28 @@ TEST_F(StateFormat, IsRefusedWhereItsSectionsAreNotAsTheyHaveToBe) {
     EXPECT_EQ(ReadSections(sections), StateDefect::kDamaged) << what;
     EXPECT_EQ(Content().Devices.Size(), 0u) << what;
     EXPECT_EQ(SpelledOut(Content().Program), "(none)") << what;
+    EXPECT_EQ(Content().Options, 0u) << what;
+    EXPECT_EQ(Stored().Version, 0u) << what;
+    EXPECT_EQ(Stored().Generation, 0u) << what;
   }
   EXPECT_EQ(Read({kAllSections, 1, 5}), StateDefect::kDamaged) << "a section less than there are";
   EXPECT_EQ(Read({kAllSections, 1, 7}), StateDefect::kDamaged) << "a section more than there are";
 }
 
+TEST_F(StateFormat, OfVersionOneIsRefusedWhereItsDevicesAreNotAsTheyHaveToBe) {
+  const std::vector<StateDevice> cut = {{.fqdd = u"x", .data = {1}, .statedSize = 2}};
+  EXPECT_EQ(ReadBytes(State{.devices = cut}.Encode()), StateDefect::kDamaged);
+  const std::vector<StateDevice> whole = {{.fqdd = u"x", .data = {1}}};
+  EXPECT_EQ(ReadBytes(State{.devices = whole, .behind = {0}}.Encode()), StateDefect::kDamaged);
+  EXPECT_EQ(ReadBytes(State{}.Encode()), StateDefect::kNone) << "without a device";
+}
+
 TEST_F(StateFormat, TakesTheLongestTableAndNameThereCanBe) {
-  EXPECT_EQ(ReadSections({kAnOrigin, kAMachine, TableSection(3, 2, 0, Bytes(0xFFFF)),
-                          DeviceSection(std::u16string(31, u'x'))}),
-            StateDefect::kNone);
+  const State2 state = {{kAnOrigin, kAMachine, TableSection(3, 2, 0, Bytes(0xFFFF)),
+                         DeviceSection(std::u16string(31, u'x'))}};
+  const Bytes file = state.Encode();
+  DirtyTheStack();
+  EXPECT_EQ(ReadBytes(file), StateDefect::kNone);
   EXPECT_EQ(Utf8(Content().Devices[0].Fqdd), std::string(31, 'x'));
 }
 
@@ -193,6 +219,17 @@ TEST_F(StateFormat, SaysOfAFileThatIsCutAnywhereThatItWasCutOff) {
       << "what stood on the volume before may be the end of an older state";
 }
 
+TEST_F(StateFormat, EndsWithAnEndSectionBehindItsHeader) {
+  Bytes file = State2{}.Encode();
+  ASSERT_EQ(file.size(), 32u + 16u);
+  EXPECT_TRUE(tvqplatform::EndsAsState(View(file), 1));
+  Bytes otherSize = file;
+  otherSize[32 + 7] = 1;
+  EXPECT_FALSE(tvqplatform::EndsAsState(View(otherSize), 1));
+  file.erase(file.begin());
+  EXPECT_FALSE(tvqplatform::EndsAsState(View(file), 1)) << "the header reaches into it";
+}
+
 TEST_F(StateFormat, RefusesAChangedBitAnywhere) {
   const Bytes whole = State2{kAllSections, 7}.Encode();
   for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
@@ -206,9 +243,11 @@ TEST_F(StateFormat, RefusesAChangedBitAnywhere) {
   Bytes other = whole;
   other[40] ^= 1;
   EXPECT_EQ(ReadBytes(other), StateDefect::kDamaged);
-  other = whole;
-  other[0] ^= 1;
-  EXPECT_EQ(ReadBytes(other), StateDefect::kNoState);
+  for (const size_t byte : {0, 7}) {
+    other = whole;
+    other[byte] ^= 1;
+    EXPECT_EQ(ReadBytes(other), StateDefect::kNoState) << byte;
+  }
 }
 
 TEST_F(StateFormat, NeedsMemoryAndLeavesNone) {

@@ -46,6 +46,49 @@ struct TestDevice {
   bool hasBlobs = true;
 };
 
+inline constexpr UINT16 kSocket1 = 0x400;
+inline constexpr UINT16 kSlotA1 = 0x1100;
+inline constexpr UINT16 kSlotA2 = 0x1101;
+inline constexpr UINT16 kTheSystem = 0x100;
+
+// A table with one structure for each of two modules.
+inline Table Modules(const Text& serial, const Text& other = std::nullopt,
+                     const Text& part = "PART-1") {
+  return Table::Of(
+      Bios{},
+      MemoryDevice{.handle = kSlotA1, .locator = "DIMM_A1", .serial = serial, .partNumber = part},
+      MemoryDevice{.handle = kSlotA2, .locator = "DIMM_A2", .serial = other, .partNumber = part},
+      End{});
+}
+inline TestDevice A1(const std::string& document) {
+  return {.fqdd = u"DIMM.Socket.A1", .document = document, .handle = kSlotA1};
+}
+inline TestDevice A2(const std::string& document) {
+  return {.fqdd = u"DIMM.Socket.A2", .document = document, .handle = kSlotA2};
+}
+inline TestDevice CpuAt1(const std::string& cores) {
+  return {.fqdd = u"CPU.Socket.1",
+          .componentClass = TVQ_CLASS_CPU,
+          .document = CpuOf(cores),
+          .handle = kSocket1};
+}
+inline TestDevice TheSystem(const std::string& bios) {
+  return {.fqdd = u"System.Embedded.1",
+          .componentClass = TVQ_CLASS_SYSTEM,
+          .document = SystemOf(bios),
+          .handle = kTheSystem};
+}
+// The same device, of which the driver made no record.
+inline TestDevice WithoutRecord(TestDevice device, tvqplatform::WhyNoRecord why) {
+  device.why = why;
+  return device;
+}
+inline Structure PowerSupply(const Text& serial) {
+  Structure supply{.type = 39};
+  supply.Byte(0).String(std::nullopt).String("PSU").String("Power Works").String(serial);
+  return supply;
+}
+
 // Owns what a snapshot refers to.
 class TestMachine {
  public:
@@ -71,6 +114,13 @@ class TestMachine {
       one.Blobs = View(mBlobs.back());
     }
     EXPECT_TRUE(mSnapshot.Devices.Append(one));
+    return *this;
+  }
+  // A device with these blobs and no others.
+  TestMachine& WithBlobs(const TestDevice& device, const Bytes& blobs) {
+    With(device);
+    mBlobs.push_back(blobs);
+    mSnapshot.Devices[mSnapshot.Devices.Size() - 1].Blobs = View(mBlobs.back());
     return *this;
   }
   tvqplatform::Snapshot& Get() { return mSnapshot; }
@@ -127,14 +177,15 @@ class CompareTest : public AgentTest {
     return rows.size() == 1 ? rows[0] : std::to_string(rows.size()) + " findings";
   }
   // What is shown.
-  std::string Shown(tvqplatform::Wanted wanted = tvqplatform::Wanted::kFindings) {
+  std::string Shown(tvqplatform::Wanted wanted = tvqplatform::Wanted::kFindings,
+                    bool isAscii = false) {
     std::string text;
     tvqplatform::WriteComparison(mComparison, wanted,
                                  {[](VOID* context, const CHAR8* line) {
                                     EXPECT_LE(std::string(line).size(), tvqplatform::kColumns);
                                     *static_cast<std::string*>(context) += std::string(line) + "\n";
                                   },
-                                  &text, false});
+                                  &text, isAscii});
     return text;
   }
   int Exit() const { return static_cast<int>(mComparison.Exit()); }

@@ -4,6 +4,7 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include "tests/unit/platform/compare/compare_fixture.h"
+#include "tests/unit/platform/states/fake_parser.h"
 
 namespace tvq::test {
 namespace {
@@ -70,6 +71,33 @@ TEST_F(CompareFields, OfSectionsThatRepeatAreNumbered) {
               ElementsAre("t/s[2]/a: 2 -> 9", "t[2]/s/a: 3 -> 8"));
 }
 
+TEST_F(CompareFields, OfSectionsThatRepeatAreNumberedAtEveryDepth) {
+  LoadPlatform();
+  const auto nested = [](const std::string& value) {
+    return "<r><a><b><c><d><e><f><g><h><v>1</v></h></g><g><h><v>" + value +
+           "</v></h></g></f></e></d></c></b></a></r>";
+  };
+  EXPECT_THAT(ChangesOf(nested("2"), nested("3")), ElementsAre("a/b/c/d/e/f/g[2]/h/v: 2 -> 3"));
+}
+
+// A path has room for 255 characters.
+TEST_F(CompareFields, HaveTheBeginningOfAPathThatIsTooLong) {
+  LoadPlatform();
+  const auto path = [this](size_t length, const std::string& more) {
+    const std::string name(length, 'x');
+    const auto section = [&name](const std::string& value) {
+      return "<" + name + "><v>" + value + "</v></" + name + ">";
+    };
+    const std::vector<std::string> changes = ChangesOf(
+        "<r>" + section("1") + section("2") + "</r>", "<r>" + section("1") + section("3") + "</r>");
+    EXPECT_THAT(changes, ElementsAre(name.substr(0, 255) + more + ": 2 -> 3"));
+  };
+  path(250, "[2]/v");
+  path(251, "[2]/");
+  path(252, "[2]");
+  path(253, "[2");
+}
+
 TEST_F(CompareFields, ThatRepeatAreThoseAtTheSamePlace) {
   LoadPlatform();
   EXPECT_THAT(ChangesOf("<r><a>1</a><a>2</a></r>", "<r><a>1</a><a>3</a></r>"),
@@ -81,6 +109,20 @@ TEST_F(CompareFields, HaveUuidsInTheUsualOrder) {
   EXPECT_THAT(ChangesOf("<r><UUID>33221100554477668899aabbccddeeff</UUID></r>",
                         "<r><UUID>short</UUID></r>"),
               ElementsAre("UUID: 00112233-4455-6677-8899-aabbccddeeff -> short"));
+}
+
+TEST_F(CompareFields, ThatAreNoUuidStandAsTheyAre) {
+  LoadPlatform();
+  const std::string uuid = "33221100554477668899aabbccddeeff";
+  for (const char other : {'/', ':', '`', 'g', 'A', ' ', 'x'}) {
+    for (const size_t place : {0, 1, 30, 31}) {
+      std::string text = uuid;
+      text[place] = other;
+      EXPECT_THAT(
+          ChangesOf("<r><UUID>" + text + "|</UUID></r>", "<r><UUID>" + text + "</UUID></r>"),
+          ElementsAre("UUID: " + text + "| -> " + text));
+    }
+  }
 }
 
 TEST_F(CompareFields, OfEqualDocumentsAreNone) {
@@ -131,6 +173,19 @@ TEST_F(CompareFields, CannotBeReadOfSectionsDeepInEachOther) {
   EXPECT_EQ(Read(nested(9)), Unreadable::kNot);
   EXPECT_EQ(Read(nested(10)), Unreadable::kOtherLayout);
   EXPECT_EQ(Read(nested(5000)), Unreadable::kOtherLayout);
+}
+
+TEST_F(CompareFields, CannotBeReadOfSectionsDeepInEachOtherBehindAnyElement) {
+  LoadPlatform();
+  EXPECT_EQ(Read("<r><a>1</a><s><s><s><s><s><s><s><s><s><s/></s></s></s></s></s></s></s></s></s>"
+                 "<a>1</a></r>"),
+            Unreadable::kOtherLayout);
+}
+
+TEST_F(CompareFields, AreAskedOfTheParserAsItsProtocolWants) {
+  const FakeParser parser(Firmware(), EFI_SUCCESS);
+  EXPECT_EQ(Read("<a/>"), Unreadable::kNot);
+  EXPECT_EQ(parser.Documents(), std::vector<std::string>{"<a/>"});
 }
 
 }  // namespace

@@ -21,7 +21,9 @@ TestDevice Named(const std::u16string& fqdd, const std::string& serial) {
 class CompareMatching : public CompareTest {
  protected:
   CompareMatching() { LoadPlatform(); }
-  void SavedUnderOtherNames() { mBefore.Get().NamingRules = tvqplatform::kNamingRulesUnknown; }
+  void SavedUnderOtherNames(UINT32 rules = tvqplatform::kNamingRulesUnknown) {
+    mBefore.Get().NamingRules = rules;
+  }
   // The device of the saved state that each device was, by its place there.
   std::vector<UINT32> Befores() {
     Compare();
@@ -45,6 +47,15 @@ TEST_F(CompareMatching, OfEqualNamesIsTheNthWithTheNth) {
   EXPECT_THAT(Befores(), ElementsAre(0u, 2u, 1u));
 }
 
+TEST_F(CompareMatching, OfEqualNamesIsTheFirstWithTheFirstAlsoWhereThereAreFewer) {
+  for (const char* serial : {"11111112", "22222223", "33333334"}) {
+    mBefore.With(Named(u"X", serial));
+  }
+  mAfter.With(Named(u"X", "11111112")).With(Named(u"X", "22222223"));
+  EXPECT_THAT(Befores(), ElementsAre(0u, 1u, 2u));
+  EXPECT_EQ(Result().Count(tvqplatform::Verdict::kGone), 1u);
+}
+
 TEST_F(CompareMatching, KeepsDevicesWithoutANameApartByTheirKind) {
   TestDevice system = Named(u"", "");
   system.componentClass = TVQ_CLASS_SYSTEM;
@@ -63,6 +74,31 @@ TEST_F(CompareMatching, UnderOtherRulesIsBySerialNumberFirstAndThatIsNoMove) {
             "Summary: 2 same\n");
 }
 
+TEST_F(CompareMatching, UnderOtherRulesIsBySerialNumberForEveryDevice) {
+  SavedUnderOtherNames();
+  mBefore.With(Named(u"1", "11111112")).With(Named(u"2", "22222223")).With(Named(u"3", "33333334"));
+  mAfter.With(Named(u"A", "11111112")).With(Named(u"B", "33333334")).With(Named(u"C", "22222223"));
+  EXPECT_THAT(Befores(), ElementsAre(0u, 2u, 1u));
+}
+
+// Nobody knows whether their rules are the same.
+TEST_F(CompareMatching, OfTwoStatesOfTheFirstVersionIsAsUnderOtherRules) {
+  SavedUnderOtherNames();
+  mAfter.Get().NamingRules = tvqplatform::kNamingRulesUnknown;
+  mBefore.With(Named(u"DIMM.1", "11111112"));
+  mAfter.With(Named(u"DIMM.Socket.A1", "11111112"));
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.Socket.A1 [same]"));
+}
+
+TEST_F(CompareMatching, OfTwoStatesOfEarlierRulesIsByName) {
+  SavedUnderOtherNames(1);
+  mAfter.Get().NamingRules = 1;
+  mBefore.With(Named(u"DIMM.1", "11111112"));
+  mAfter.With(Named(u"DIMM.2", "11111112"));
+  EXPECT_THAT(Rows(), ElementsAre("DIMM.2 [moved]"));
+  EXPECT_FALSE(Result().HasOtherNames());
+}
+
 TEST_F(CompareMatching, UnderOtherRulesIsByOrderWhereThereIsNoTable) {
   SavedUnderOtherNames();
   mBefore.With(Named(u"DIMM.1", "None")).With(Named(u"DIMM.2", "22222223"));
@@ -70,23 +106,77 @@ TEST_F(CompareMatching, UnderOtherRulesIsByOrderWhereThereIsNoTable) {
   EXPECT_THAT(Befores(), ElementsAre(1u, 0u));
 }
 
+// A processor and two modules that no number tells from others, at the start of a table.
+class CompareMatchingByTable : public CompareMatching {
+ protected:
+  static Table Server() {
+    return Table::Of(Processor{.handle = 0x400},
+                     MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1", .serial = "None"},
+                     MemoryDevice{.handle = 0x1101, .locator = "DIMM_A2", .serial = "None"}, Bios{},
+                     System{}, End{});
+  }
+  static TestDevice At(UINT16 handle, const std::u16string& fqdd) {
+    TestDevice device = Named(fqdd, "");
+    device.handle = handle;
+    device.componentClass = handle == 0x400 ? TVQ_CLASS_CPU : TVQ_CLASS_DIMM;
+    return device;
+  }
+  static void AddToday(TestMachine& machine) {
+    machine.Of(Server())
+        .With(At(0x1100, u"DIMM.Socket.A1"))
+        .With(At(0x400, u"CPU.Socket.1"))
+        .With(At(0x1101, u"DIMM.Socket.A2"));
+  }
+};
+
 // The table gives the saved devices the names that they have today.
-TEST_F(CompareMatching, UnderOtherRulesIsByTheSavedTable) {
+TEST_F(CompareMatchingByTable, IsByTodaysNamesWhateverTheRulesWere) {
+  for (const UINT32 rules : {tvqplatform::kNamingRulesUnknown, 1u, 3u}) {
+    TestMachine before;
+    TestMachine after;
+    before.Get().NamingRules = rules;
+    before.Of(Server())
+        .With(At(0x1101, u"old.2"))
+        .With(At(0x1100, u"old.1"))
+        .With(At(0x400, u"old.0"));
+    AddToday(after);
+    tvqplatform::Comparison comparison;
+    ASSERT_TRUE(comparison.Run(before.Get(), after.Get(), {}));
+    ASSERT_EQ(comparison.Size(), 3u) << rules;
+    EXPECT_EQ(comparison[0].Before, 1u) << rules;
+    EXPECT_EQ(comparison[1].Before, 2u) << rules;
+    EXPECT_EQ(comparison[2].Before, 0u) << rules;
+    EXPECT_TRUE(comparison.HasOtherNames()) << rules;
+  }
+}
+
+TEST_F(CompareMatchingByTable, IsByTodaysNamesOfBothSides) {
   SavedUnderOtherNames();
-  const Table table =
-      Table::Of(Bios{}, System{}, Processor{.handle = 0x400},
-                MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1", .serial = "None"},
-                MemoryDevice{.handle = 0x1101, .locator = "DIMM_A2", .serial = "None"}, End{});
-  TestDevice second = Named(u"old.2", "");
-  second.handle = 0x1101;
-  TestDevice first = Named(u"old.1", "");
-  first.handle = 0x1100;
-  mBefore.Of(table).With(second).With(first);
-  first.fqdd = u"DIMM.Socket.A1";
-  second.fqdd = u"DIMM.Socket.A2";
-  mAfter.Of(table).With(first).With(second);
+  mBefore.Of(Server()).With(At(0x1101, u"old.2")).With(At(0x1100, u"old.1"));
+  mAfter.Of(Server()).With(At(0x1100, u"older.1")).With(At(0x1101, u"older.2"));
+  mAfter.Get().NamingRules = 1;
   EXPECT_THAT(Befores(), ElementsAre(1u, 0u));
-  EXPECT_TRUE(Result().HasOtherNames());
+}
+
+// A device without a structure keeps the name that it has.
+TEST_F(CompareMatchingByTable, IsByTheSavedNameOfWhatIsNotInTheTable) {
+  SavedUnderOtherNames();
+  TestDevice nowhere = At(0x400, u"CPU.Socket.2");
+  nowhere.handle = 0xFFFF;
+  TestDevice alsoNowhere = nowhere;
+  alsoNowhere.fqdd = u"CPU.Socket.1";
+  mBefore.Of(Server()).With(nowhere).With(alsoNowhere);
+  mAfter.Of(Server()).With(alsoNowhere).With(nowhere);
+  EXPECT_THAT(Befores(), ElementsAre(1u, 0u));
+}
+
+TEST_F(CompareMatchingByTable, IsInOrderWhereTheTableCannotBeNamed) {
+  SavedUnderOtherNames();
+  const Table large = Table::Of(Server(), Copies(254, Structure{.type = 200, .body = Bytes(250)}));
+  ASSERT_EQ(Conform(large.Bytes()).result, tvqplatform::ConformResult::kTooLarge);
+  mBefore.Of(large).With(At(0x1101, u"old.2")).With(At(0x1100, u"old.1"));
+  mAfter.Of(Server()).With(At(0x1100, u"DIMM.Socket.A1")).With(At(0x1101, u"DIMM.Socket.A2"));
+  EXPECT_THAT(Befores(), ElementsAre(0u, 1u));
 }
 
 TEST_F(CompareMatching, UnderOtherRulesIsNotMentionedWhereTheNamesAreTheSame) {
@@ -95,6 +185,34 @@ TEST_F(CompareMatching, UnderOtherRulesIsNotMentionedWhereTheNamesAreTheSame) {
   mAfter.With(Named(u"A", "11111112"));
   EXPECT_THAT(Befores(), ElementsAre(0u));
   EXPECT_THAT(Shown(), Not(HasSubstr("other names")));
+}
+
+TEST_F(CompareMatching, UnderOtherRulesIsMentionedWhereAnyNameIsAnother) {
+  const std::vector<std::pair<const char16_t*, const char16_t*>> kNames[] = {
+      {{u"A", u"B"}, {u"C", u"C"}},
+      {{u"C", u"C"}, {u"A", u"B"}},
+      {{u"C", u"C"}, {u"D", u"D"}, {u"AA", u"AB"}},
+  };
+  for (const auto& names : kNames) {
+    TestMachine before;
+    TestMachine after;
+    before.Get().NamingRules = tvqplatform::kNamingRulesUnknown;
+    for (const auto& [then, now] : names) {
+      before.With(Named(then, "None"));
+      after.With(Named(now, "None"));
+    }
+    tvqplatform::Comparison comparison;
+    ASSERT_TRUE(comparison.Run(before.Get(), after.Get(), {}));
+    EXPECT_TRUE(comparison.HasOtherNames()) << names.size();
+  }
+}
+
+TEST_F(CompareMatching, UnderOtherRulesIsNotMentionedForADeviceWithoutAName) {
+  SavedUnderOtherNames();
+  mBefore.With(Named(u"A", "11111112")).With(Named(u"", "22222223"));
+  mAfter.With(Named(u"", "11111112")).With(Named(u"B", "22222223"));
+  EXPECT_THAT(Befores(), ElementsAre(0u, 1u));
+  EXPECT_FALSE(Result().HasOtherNames());
 }
 
 // A number in another place is a move only where the device would not be the same without it.

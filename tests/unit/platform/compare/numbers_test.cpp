@@ -11,6 +11,7 @@
 namespace tvq::test {
 namespace {
 
+using tvqplatform::CompareTexts;
 using tvqplatform::NumberKind;
 using tvqplatform::Numbers;
 
@@ -51,6 +52,35 @@ TEST(CompareNumbers, OfADeviceWithoutATableStandInItsInventoryBlob) {
   EXPECT_EQ(Shown(tvqplatform::NumbersInBlobs(View(EndBlob()))[NumberKind::kSerial]), "(none)");
 }
 
+TEST(CompareNumbers, OfAnInventoryBlobEndWithTheirTerminator) {
+  const Bytes blob = InventoryBlob({.serial = "A1", .marketingName = "Module"});
+  EXPECT_EQ(Shown(tvqplatform::NumbersInBlobs(View(blob))[NumberKind::kSerial]), "A1");
+}
+
+// A configuration blob whose document stands where an inventory blob refers to its texts.
+TEST(CompareNumbers, AreNotReadFromAnotherBlob) {
+  Bytes blob = ConfigurationBlob({.document = std::string(100, 'x')});
+  const Bytes inventory = InventoryBlob({.serial = "A1"});
+  std::copy(inventory.begin() + 16, inventory.begin() + 80, blob.begin() + 16);
+  EXPECT_EQ(Shown(tvqplatform::NumbersInBlobs(View(blob))[NumberKind::kSerial]), "(none)");
+}
+
+TEST(CompareNumbers, AreOrderedAsTextsAreAndMissingOnesComeFirst) {
+  const tvq::smbios::Text none;
+  const std::string kTexts[] = {"", "A", "AB", "B"};
+  for (size_t i = 0; i < std::size(kTexts); ++i) {
+    const tvq::smbios::Text text = AsNumber(kTexts[i]);
+    EXPECT_LT(CompareTexts(none, text), 0) << kTexts[i];
+    EXPECT_GT(CompareTexts(text, none), 0) << kTexts[i];
+    for (size_t k = 0; k < std::size(kTexts); ++k) {
+      const INTN order = CompareTexts(text, AsNumber(kTexts[k]));
+      EXPECT_EQ(order < 0, i < k) << kTexts[i] << ' ' << kTexts[k];
+      EXPECT_EQ(order > 0, i > k) << kTexts[i] << ' ' << kTexts[k];
+    }
+  }
+  EXPECT_EQ(CompareTexts(none, none), 0);
+}
+
 TEST(CompareNumbers, OfProcessorsFollowOneAnotherAmongTheOemStrings) {
   const Table table = Table::Of(OemStrings{.texts = {"OEM", "17[0123456789ABCDEF]", "17[short"}},
                                 OemStrings{.texts = {"x17[FEDCBA9876543210"}}, End{});
@@ -59,6 +89,21 @@ TEST(CompareNumbers, OfProcessorsFollowOneAnotherAmongTheOemStrings) {
   EXPECT_EQ(Shown(ppins.Next()), "FEDCBA9876543210");
   EXPECT_EQ(Shown(ppins.Next()), "(none)");
   EXPECT_EQ(Shown(ppins.Next()), "(none)");
+}
+
+TEST(CompareNumbers, OfAProcessorStandBetweenTheirTagAndABracket) {
+  const auto ppinIn = [](const std::string& text) {
+    const Table table = Table::Of(OemStrings{.texts = {text}}, End{});
+    return Shown(tvqplatform::Ppins(View(table.Bytes())).Next());
+  };
+  EXPECT_EQ(ppinIn("17[A1B2]"), "A1B2");
+  EXPECT_EQ(ppinIn("17[ A1B2 ]"), "A1B2");
+  EXPECT_EQ(ppinIn("17[7]"), "7");
+  EXPECT_EQ(ppinIn("17[]0123456789ABCDEF"), "(none)");
+  EXPECT_EQ(ppinIn("17[0123456789ABCDEF more"), "0123456789ABCDEF");
+  EXPECT_EQ(ppinIn("17[0123456789ABCDE"), "(none)") << "a character is missing";
+  EXPECT_EQ(ppinIn("17:0123456789ABCDEF"), "(none)") << "the tag is another";
+  EXPECT_EQ(ppinIn("17["), "(none)");
 }
 
 TEST(CompareNumbers, ThatStandForNoneAreNotUsable) {
