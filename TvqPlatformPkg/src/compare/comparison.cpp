@@ -98,8 +98,7 @@ bool Comparison::Add(Finding& finding) {
 
 bool Comparison::JudgeDevice(UINT32 after, const DriverQuestion& driver) {
   const ComparedDevice& device = mAfter[after];
-  Finding finding;
-  ZeroMem(&finding, sizeof(finding));
+  Finding finding = {};
   finding.Kind = device.Kind;
   finding.Before = mMatching.Places().BeforeOf(after);
   finding.After = after;
@@ -335,8 +334,7 @@ bool Comparison::JudgeGone() {
     if (isAccountedFor[i]) {
       continue;
     }
-    Finding finding;
-    ZeroMem(&finding, sizeof(finding));
+    Finding finding = {};
     finding.Kind = mBefore[i].Kind;
     finding.Before = i;
     finding.After = kNone;

@@ -66,7 +66,6 @@ template <typename T>
   if (length >= kSnapshotFqddSize || !Take(bytes, length * sizeof(CHAR16), fqdd)) {
     return false;
   }
-  ZeroMem(device.Fqdd, sizeof(device.Fqdd));
   if (length != 0) {
     CopyMem(device.Fqdd, fqdd.Data(), fqdd.Size());
   }
@@ -119,7 +118,7 @@ WhyNoRecord KnownReason(UINT8 why) {
 
 [[nodiscard]] StateDefect ReadDevice(Bytes bytes, Snapshot& snapshot) {
   STATE_DEVICE stored;
-  SnapshotDevice device;
+  SnapshotDevice device = {};
   if (!Take(bytes, stored) || !TakeFqdd(bytes, stored.FqddLength, device)) {
     return StateDefect::kDamaged;
   }
@@ -192,7 +191,7 @@ class SectionReader {
 [[nodiscard]] StateDefect ReadFirstVersion(Bytes body, UINT32 count, Snapshot& snapshot) {
   for (UINT32 i = 0; i < count; i++) {
     STATE_DEVICE_1 stored;
-    SnapshotDevice device;
+    SnapshotDevice device = {};
     if (!Take(body, stored) || !TakeFqdd(body, stored.FqddLength, device) ||
         !Take(body, stored.DataSize, device.Blobs)) {
       return StateDefect::kDamaged;

@@ -106,26 +106,21 @@ TEST_F(CompareMatching, UnderOtherRulesIsByOrderWhereThereIsNoTable) {
   EXPECT_THAT(Befores(), ElementsAre(1u, 0u));
 }
 
-// A processor and two modules that no number tells from others, at the start of a table.
+// A processor, two modules that no number tells from others, and an empty slot, at the start of a table.
 class CompareMatchingByTable : public CompareMatching {
  protected:
   static Table Server() {
     return Table::Of(Processor{.handle = 0x400},
                      MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1", .serial = "None"},
-                     MemoryDevice{.handle = 0x1101, .locator = "DIMM_A2", .serial = "None"}, Bios{},
-                     System{}, End{});
+                     MemoryDevice{.handle = 0x1101, .locator = "DIMM_A2", .serial = "None"},
+                     MemoryDevice{.handle = 0x1102, .size = 0, .locator = "DIMM_A3"}, Bios{},
+                     System{.handle = kTheSystem}, End{});
   }
   static TestDevice At(UINT16 handle, const std::u16string& fqdd) {
     TestDevice device = Named(fqdd, "");
     device.handle = handle;
     device.componentClass = handle == 0x400 ? TVQ_CLASS_CPU : TVQ_CLASS_DIMM;
     return device;
-  }
-  static void AddToday(TestMachine& machine) {
-    machine.Of(Server())
-        .With(At(0x1100, u"DIMM.Socket.A1"))
-        .With(At(0x400, u"CPU.Socket.1"))
-        .With(At(0x1101, u"DIMM.Socket.A2"));
   }
 };
 
@@ -138,11 +133,16 @@ TEST_F(CompareMatchingByTable, IsByTodaysNamesWhateverTheRulesWere) {
     before.Of(Server())
         .With(At(0x1101, u"old.2"))
         .With(At(0x1100, u"old.1"))
-        .With(At(0x400, u"old.0"));
-    AddToday(after);
+        .With(At(0x400, u"old.0"))
+        .With(TheSystem("1"));
+    after.Of(Server())
+        .With(At(0x1100, u"DIMM.Socket.A1"))
+        .With(At(0x400, u"CPU.Socket.1"))
+        .With(At(0x1101, u"DIMM.Socket.A2"))
+        .With(TheSystem("1"));
     tvqplatform::Comparison comparison;
     ASSERT_TRUE(comparison.Run(before.Get(), after.Get(), {}));
-    ASSERT_EQ(comparison.Size(), 3u) << rules;
+    ASSERT_EQ(comparison.Size(), 4u) << rules;
     EXPECT_EQ(comparison[0].Before, 1u) << rules;
     EXPECT_EQ(comparison[1].Before, 2u) << rules;
     EXPECT_EQ(comparison[2].Before, 0u) << rules;

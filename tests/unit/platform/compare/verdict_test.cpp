@@ -200,6 +200,13 @@ TEST_F(CompareVerdict, ANumberThatWasNotThereIsAChangeBesideThoseOfTheDocument) 
                                      "SerialNumber: (none) -> 11223344"));
 }
 
+TEST_F(CompareVerdict, ANumberThatIsThereNoMoreIsAChangeBesideThoseOfTheDocument) {
+  mBefore.Of(Modules("11223344")).With(A1("<r><A>11223344</A></r>"));
+  mAfter.Of(Modules(std::nullopt)).With(A1("<r><A>1</A></r>"));
+  EXPECT_EQ(Row(), "DIMM.Socket.A1 [changed]");
+  EXPECT_THAT(Changes(), ElementsAre("A: 11223344 -> 1", "SerialNumber: 11223344 -> (none)"));
+}
+
 TEST_F(CompareVerdict, ANumberIsListedBesideFieldsOfWhichOnlyOneValueIsItsOwn) {
   mBefore.Of(Modules("11111112")).With(A1("<r><Gone>11111112</Gone><A>11111112</A><B>1</B></r>"));
   mAfter.Of(Modules("22222223")).With(A1("<r><A>1</A><B>22222223</B><New>22222223</New></r>"));
@@ -405,14 +412,19 @@ TEST_F(CompareVerdict, FollowsAProcessorByItsPpinBeforeItsSerialNumber) {
   EXPECT_THAT(Rows(), ElementsAre("CPU.Socket.2 [moved]", "CPU.Socket.3 [new]"));
 }
 
-TEST_F(CompareVerdict, IsMovedAlsoWhereTheNamesDifferInTheirFirstCharacterAlone) {
-  TestDevice before = A1(ModuleOf("11223344"));
-  before.fqdd = u"A1";
-  TestDevice after = before;
-  after.fqdd = u"B1";
-  mBefore.Of(Modules("11223344")).With(before);
-  mAfter.Of(Modules("11223344")).With(after);
-  EXPECT_EQ(Row(), "B1 [moved]");
+TEST_F(CompareVerdict, IsMovedAlsoWhereOneNameIsTheEndOfTheOther) {
+  for (const auto& [then, now] : {std::pair(u"AB", u"B"), std::pair(u"B", u"AB")}) {
+    TestMachine before;
+    TestMachine after;
+    TestDevice device = A1(ModuleOf("11223344"));
+    device.fqdd = then;
+    before.Of(Modules("11223344")).With(device);
+    device.fqdd = now;
+    after.Of(Modules("11223344")).With(device);
+    tvqplatform::Comparison comparison;
+    ASSERT_TRUE(comparison.Run(before.Get(), after.Get(), {}));
+    EXPECT_EQ(comparison.Count(tvqplatform::Verdict::kMoved), 1u);
+  }
 }
 
 TEST_F(CompareVerdict, IsMovedAlsoIntoThePlaceOfWhatCannotBeVerified) {
