@@ -6,6 +6,7 @@
 #include "host/cli/parameters.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace tvq::cli {
 
@@ -73,9 +74,22 @@ Parameter Parameters::Value(const std::string& names, std::optional<std::uint32_
   return Parameter(mApp->add_option(names, value, help));
 }
 
-Parameter Parameters::Value(const std::string& names, std::function<void(const std::string&)> take,
-                            const std::string& help) const {
+Parameter Parameters::Value(const std::string& names, Take take, const std::string& help) const {
   return Parameter(mApp->add_option_function<std::string>(names, take, help));
+}
+
+Parameter Parameters::OneOf(const std::string& names, const std::vector<std::string>& words,
+                            Take take, const std::string& help) const {
+  std::string all;
+  for (const std::string& word : words) {
+    all += (all.empty() ? "" : "|") + word;
+  }
+  return Value(names, std::move(take), help)
+      .Checked([words, all](const std::string& value) {
+        const bool isKnown = std::find(words.begin(), words.end(), value) != words.end();
+        return isKnown ? std::string() : "'" + value + "' is none of " + all;
+      })
+      .Named(all);
 }
 
 Parameter Parameters::Values(const std::string& name, std::vector<std::string>& values,

@@ -68,22 +68,18 @@ class Parameters {
   Parameter Value(const std::string& names, std::optional<std::uint32_t>& value,
                   const std::string& help) const;
   // Hands the value over.
-  Parameter Value(const std::string& names, std::function<void(const std::string&)> take,
-                  const std::string& help) const;
+  using Take = std::function<void(const std::string& value)>;
+  Parameter Value(const std::string& names, Take take, const std::string& help) const;
   // One of a few words.
   template <typename Choice>
   Parameter Value(const std::string& names, Choice& value,
                   const std::map<std::string, Choice>& words, const std::string& help) const {
-    std::string all;
-    for (const auto& [word, ignored] : words) {
-      all += (all.empty() ? "" : "|") + word;
+    std::vector<std::string> all;
+    for (const auto& word : words) {
+      all.push_back(word.first);
     }
-    return Value(
-               names, [&value, words](const std::string& word) { value = words.at(word); }, help)
-        .Checked([words, all](const std::string& word) {
-          return words.count(word) != 0 ? std::string() : "'" + word + "' is none of " + all;
-        })
-        .Named(all);
+    return OneOf(
+        names, all, [&value, words](const std::string& word) { value = words.at(word); }, help);
   }
 
   // One or more arguments.
@@ -97,6 +93,9 @@ class Parameters {
   Parameter Get(const std::string& name) const;
 
  private:
+  Parameter OneOf(const std::string& names, const std::vector<std::string>& words, Take take,
+                  const std::string& help) const;
+
   CLI::App* mApp;
 };
 

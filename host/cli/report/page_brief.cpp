@@ -32,7 +32,7 @@ void WriteLine(const Page& page, std::string_view kind, std::string_view word,
 }
 
 // Of a device that is no part of the machine now: by what was printed there.
-std::string NameOf(const run::Finding& change) {
+std::string FormerName(const run::Finding& change) {
   const std::string label = LabelText(change.label);
   return label == "-" ? change.kind : label;
 }
@@ -55,7 +55,7 @@ void BriefChanges(const Page& page) {
     const run::Finding& change = earlier.comparison.findings[i];
     if (change.isToLookAt) {
       const auto place = page.notes.PlaceOf(change);
-      const std::string name = place ? DisplayName(page.View(), *place) : NameOf(change);
+      const std::string name = place ? DisplayName(page.View(), *place) : FormerName(change);
       WriteLine(page, "changed", change.verdict, fmt::format("{}: {}", name, change.toDo),
                 ChangeId(i));
       isQuiet = false;
@@ -121,7 +121,7 @@ void WriteChangeTitle(const Page& page, const run::Finding& change) {
   const auto title = page.html.Open("h3");
   const std::string fqdd = Printable(change.fqdd);
   const auto place = page.notes.PlaceOf(change);
-  const std::string name = place ? DisplayName(page.View(), *place) : NameOf(change);
+  const std::string name = place ? DisplayName(page.View(), *place) : FormerName(change);
   if (place) {
     WritePartLink(page, *place);
   } else {
