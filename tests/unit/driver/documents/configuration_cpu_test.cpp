@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tests/unit/driver/uefi/dirty_stack.h"
+#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/driver/uefi/document_fixture.h"
 
 namespace tvq::test {

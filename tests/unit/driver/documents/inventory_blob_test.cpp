@@ -3,7 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/unit/driver/uefi/dirty_stack.h"
+#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/driver/uefi/record_fixture.h"
 
 #include "TvqSmbiosPkg/src/documents/blobs.h"

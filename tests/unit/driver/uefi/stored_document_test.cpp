@@ -6,7 +6,7 @@
  */
 #include <cstring>
 
-#include "tests/unit/driver/uefi/dirty_stack.h"
+#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/driver/uefi/verification_fixture.h"
 
 #include "TvqSmbiosPkg/src/common/cpu_dimm.h"

@@ -3,8 +3,8 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#ifndef TVQ_TESTS_UNIT_DRIVER_UEFI_DIRTY_STACK_H_
-#define TVQ_TESTS_UNIT_DRIVER_UEFI_DIRTY_STACK_H_
+#ifndef TVQ_TESTS_UNIT_SHARED_DIRTY_STACK_H_
+#define TVQ_TESTS_UNIT_SHARED_DIRTY_STACK_H_
 
 #include <cstddef>
 
@@ -20,4 +20,4 @@ namespace tvq::test {
 
 }  // namespace tvq::test
 
-#endif  // TVQ_TESTS_UNIT_DRIVER_UEFI_DIRTY_STACK_H_
+#endif  // TVQ_TESTS_UNIT_SHARED_DIRTY_STACK_H_

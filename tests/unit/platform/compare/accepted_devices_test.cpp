@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "tests/unit/driver/uefi/dirty_stack.h"
+#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/platform/agent/fake_record.h"
 #include "tests/unit/platform/agent/stored_state.h"
 #include "tests/unit/platform/platform_fixture.h"
