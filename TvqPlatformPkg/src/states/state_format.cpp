@@ -61,6 +61,7 @@ template <typename T>
   return true;
 }
 
+/// Takes a name off the front, into a device of zeros. False: it is not there, or longer than any.
 [[nodiscard]] bool TakeFqdd(Bytes& bytes, UINT32 length, SnapshotDevice& device) {
   Bytes fqdd;
   if (length >= kSnapshotFqddSize || !Take(bytes, length * sizeof(CHAR16), fqdd)) {
