@@ -74,17 +74,18 @@ Parameter Parameters::Value(const std::string& names, std::optional<std::uint32_
   return Parameter(mApp->add_option(names, value, help));
 }
 
-Parameter Parameters::Value(const std::string& names, Take take, const std::string& help) const {
+Parameter Parameters::Value(const std::string& names, const Take& take,
+                            const std::string& help) const {
   return Parameter(mApp->add_option_function<std::string>(names, take, help));
 }
 
 Parameter Parameters::OneOf(const std::string& names, const std::vector<std::string>& words,
-                            Take take, const std::string& help) const {
+                            const Take& take, const std::string& help) const {
   std::string all;
   for (const std::string& word : words) {
     all += (all.empty() ? "" : "|") + word;
   }
-  return Value(names, std::move(take), help)
+  return Value(names, take, help)
       .Checked([words, all](const std::string& value) {
         const bool isKnown = std::find(words.begin(), words.end(), value) != words.end();
         return isKnown ? std::string() : "'" + value + "' is none of " + all;

@@ -69,12 +69,13 @@ class Parameters {
                   const std::string& help) const;
   // Hands the value over.
   using Take = std::function<void(const std::string& value)>;
-  Parameter Value(const std::string& names, Take take, const std::string& help) const;
+  Parameter Value(const std::string& names, const Take& take, const std::string& help) const;
   // One of a few words.
   template <typename Choice>
   Parameter Value(const std::string& names, Choice& value,
                   const std::map<std::string, Choice>& words, const std::string& help) const {
     std::vector<std::string> all;
+    all.reserve(words.size());
     for (const auto& word : words) {
       all.push_back(word.first);
     }
@@ -93,7 +94,7 @@ class Parameters {
   Parameter Get(const std::string& name) const;
 
  private:
-  Parameter OneOf(const std::string& names, const std::vector<std::string>& words, Take take,
+  Parameter OneOf(const std::string& names, const std::vector<std::string>& words, const Take& take,
                   const std::string& help) const;
 
   CLI::App* mApp;

@@ -104,7 +104,7 @@ Bytes FileOfSections(const Bytes& input) {
 }
 
 Bytes FileOf(const uint8_t* data, size_t size) {
-  const Bytes input(data + 1, data + size);
+  Bytes input(data + 1, data + size);
   if ((data[0] & kIsFile) != 0) {
     return input;
   }

@@ -48,9 +48,9 @@ void PrintName(const MachineIdentity& machine, CHAR16 (&name)[kNameLength + 1]) 
     }
     name[length] = 0;
   } else if (HasUsableUuid(machine)) {
-    constexpr CHAR8 kDigits[] = "0123456789abcdef";
+    constexpr char16_t kDigits[] = u"0123456789abcdef";
     for (UINTN i = 0; i < kNameLength; i++) {
-      name[i] = static_cast<CHAR16>(kDigits[(machine.Uuid[i / 2] >> (i % 2 == 0 ? 4 : 0)) & 0xF]);
+      name[i] = kDigits[(machine.Uuid[i / 2] >> (i % 2 == 0 ? 4 : 0)) & 0xF];
     }
     name[kNameLength] = 0;
   } else {

@@ -43,12 +43,13 @@ constexpr CHAR8 kPresent[] = "present";
 bool PartsOfSystem::Collect(Bytes table, GrowingArray<Part>& parts) {
   UINT32 counts[ARRAY_SIZE(kKinds)] = {};
   for (const Structure& structure : smbios::Walk(table)) {
-    for (UINT8 kind = 0; kind < ARRAY_SIZE(kKinds); kind++) {
+    for (UINTN kind = 0; kind < ARRAY_SIZE(kKinds); kind++) {
       if (structure.Type() != kKinds[kind].Serial.Type) {
         continue;
       }
       const Text serial = SerialOf(structure, kKinds[kind].Serial);
-      if (!parts.Append({kind, ++counts[kind], serial, IsUsableNumber(serial)})) {
+      if (!parts.Append(
+              {static_cast<UINT8>(kind), ++counts[kind], serial, IsUsableNumber(serial)})) {
         return false;
       }
     }

@@ -55,13 +55,17 @@ struct MachineRow {
 
 namespace machine_rows {
 
+constexpr AgreementSet Only(Agreement agreement) {
+  return {static_cast<UINT8>(agreement)};
+}
+
 constexpr AgreementSet operator|(Agreement left, Agreement right) {
   return {static_cast<UINT8>(static_cast<UINT8>(left) | static_cast<UINT8>(right))};
 }
 
-inline constexpr AgreementSet kAbsent = Agreement::kAbsent | Agreement::kAbsent;
-inline constexpr AgreementSet kAgrees = Agreement::kAgrees | Agreement::kAgrees;
-inline constexpr AgreementSet kDiffers = Agreement::kDiffers | Agreement::kDiffers;
+inline constexpr AgreementSet kAbsent = Only(Agreement::kAbsent);
+inline constexpr AgreementSet kAgrees = Only(Agreement::kAgrees);
+inline constexpr AgreementSet kDiffers = Only(Agreement::kDiffers);
 inline constexpr AgreementSet kNotDiffers = Agreement::kAgrees | Agreement::kAbsent;
 inline constexpr AgreementSet kNotAgrees = Agreement::kDiffers | Agreement::kAbsent;
 inline constexpr AgreementSet kAny = {kNotDiffers.Bits | kDiffers.Bits};

@@ -31,7 +31,8 @@ Kind KindOfMemory(U8 memoryType, U16 size) {
 bool ContainsPrefix(Text text) {
   for (smbios::SizeType start = 0; start + kLocatorPrefixLength <= text.Length(); start++) {
     smbios::SizeType alike = 0;
-    while (alike < kLocatorPrefixLength && text[start + alike] == kLocatorPrefix[alike]) {
+    while (alike < kLocatorPrefixLength &&
+           text[start + alike] == static_cast<UINT8>(kLocatorPrefix[alike])) {
       alike++;
     }
     if (alike == kLocatorPrefixLength) {

@@ -302,7 +302,7 @@ std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& pat
 }
 
 std::string SaveHint(int error, const std::string& folder) {
-  const std::string kept = "what was saved there before is still there";
+  std::string kept = "what was saved there before is still there";
   switch (error) {
     case ENOSPC:
     case EDQUOT:
@@ -325,7 +325,7 @@ std::string SaveState(const std::string& folder, unsigned kept,
   }
   const std::vector<NumberedFile> files = StatesIn(directory);
   const uint64_t number = files.empty() ? 1 : files.front().number + 1;
-  const std::string path = PathIn(folder, NameOf(number));
+  std::string path = PathIn(folder, NameOf(number));
   if (number >= kNumberLimit) {
     throw InputError(fmt::format("cannot write {}: states have at most nine digits", path),
                      "save in another folder, or move the states away");

@@ -154,7 +154,7 @@ run::Origin OriginOf(const StateOptions& options) {
 
 run::StateFit CheckFit(run::DriverRun& driver, const LoadedState& state,
                        const StateOptions& options, const Console& console) {
-  const run::StateFit fit = FitOf(driver, state, options);
+  run::StateFit fit = FitOf(driver, state, options);
   if (fit.hasOtherOptions) {
     throw InputError(OtherOptionsText(fit, state, options) + ": not compared",
                      "run with the options that the state was saved with");

@@ -57,7 +57,7 @@ std::vector<PartPlace> FindParts(const MachineView& view, std::string_view name)
 }
 
 std::string NameOf(const MachineView& view, PartPlace place) {
-  const std::string fqdd = view.FqddOf(place);
+  std::string fqdd = view.FqddOf(place);
   if (!fqdd.empty()) {
     return fqdd;
   }

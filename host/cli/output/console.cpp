@@ -18,17 +18,17 @@
 namespace tvq::cli {
 namespace {
 
-bool IsSet(const char* variable) {
+// Empty where the variable is not set.
+std::string ValueOf(const char* variable) {
   const char* const value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
+  return value == nullptr ? "" : value;
 }
 
 // By the first of the variables that is set (POSIX, Base Definitions, 8.2), without the data of a
 // locale, which need not be installed.
 bool IsUtf8Locale() {
   for (const char* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-    if (IsSet(variable)) {
-      const std::string locale = std::getenv(variable);
+    if (const std::string locale = ValueOf(variable); !locale.empty()) {
       return locale.find("UTF-8") != std::string::npos || locale.find("utf8") != std::string::npos;
     }
   }
@@ -91,7 +91,7 @@ Terminal StandardTerminal() {
   const std::size_t width = size.ws_col == 0 ? kUsualWidth : size.ws_col;
   const char* const kind = std::getenv("TERM");
   const bool isDumb = kind == nullptr || std::string_view(kind) == "dumb";
-  return {width, !isDumb && !IsSet("NO_COLOR"), isAscii, false};
+  return {width, !isDumb && ValueOf("NO_COLOR").empty(), isAscii, false};
 }
 
 std::string Painted(const Terminal& terminal, Ink ink, std::string_view text) {

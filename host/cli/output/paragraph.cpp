@@ -178,7 +178,7 @@ std::string Listed(const std::vector<std::string>& items, const Terminal& termin
 }
 
 std::string Folded(const std::string& utf8, const Terminal& terminal) {
-  const std::string shown = Shown(utf8, terminal);
+  std::string shown = Shown(utf8, terminal);
   if (terminal.width == 0) {
     return shown;
   }

@@ -21,7 +21,6 @@ using testing::ElementsAre;
 using tvqplatform::BootSnapshot;
 using tvqplatform::Snapshot;
 using tvqplatform::SnapshotDevice;
-using tvqplatform::WhyNoRecord;
 
 Table Server() {
   return Table::Of(Bios{}, System{.handle = 0x100}, BaseBoard{}, Chassis{},

@@ -16,12 +16,9 @@ extern "C" {
 namespace tvq::test {
 namespace {
 
-using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 // The watchdog that the firmware has, and what was asked of it.

@@ -12,7 +12,6 @@ using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 constexpr char kFirstState[] = "\\TVQ\\machine-ABC1234\\state-1.bin";
 constexpr char kSecondState[] = "\\TVQ\\machine-ABC1234\\state-2.bin";
@@ -489,7 +488,6 @@ TEST(AgentScreenOfAnySize, ShowsEveryDeviceOnce) {
        {std::pair<size_t, size_t>{80, 25}, {100, 31}, {40, 12}, {79, 24}, {132, 50}, {300, 90}}) {
     const std::vector<std::string> pictures =
         PicturesOf(ServerWithModules("1A2B3C4D", "2B3C4D5E"), columns, rows, 30);
-    std::string first = pictures.at(0);
     EXPECT_THAT(pictures.at(0), HasSubstr("First visit: 4 devices"));
     EXPECT_THAT(pictures.at(0), HasSubstr("Q:Leave\n")) << columns << "x" << rows;
     EXPECT_THAT(pictures.at(0) + pictures.at(1), HasSubstr("DIMM_A2  DIMM.Socket.A2")) << columns;

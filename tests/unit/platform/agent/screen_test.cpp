@@ -223,7 +223,7 @@ TEST_F(AgentScreenView, AsksBeforeItDoesWhatCannotBeTakenBack) {
 }
 
 TEST_F(AgentScreenView, DoesNothingForKeysThatItDoesNotName) {
-  for (const CHAR16 key : {'a', 'o', 's', 'd', '\r', 'x', 'y'}) {
+  for (const CHAR16 key : {u'a', u'o', u's', u'd', u'\r', u'x', u'y'}) {
     EXPECT_EQ(Press(key), Command::kNone);
     EXPECT_EQ(View().Asked, Question::kNone);
     EXPECT_FALSE(View().HasDetails);

@@ -28,7 +28,6 @@ constexpr char kMachineFolder[] = "\\TVQ\\machine-X\\";
 constexpr char kStateA[] = "\\TVQ\\state-a.bin";
 constexpr char kStateB[] = "\\TVQ\\state-b.bin";
 constexpr size_t kLargestFile = 16 << 20;
-constexpr size_t kEndSize = 16;
 
 std::string TextOfBytes(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());

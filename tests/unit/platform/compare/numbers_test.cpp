@@ -13,7 +13,6 @@ namespace {
 
 using tvqplatform::CompareTexts;
 using tvqplatform::NumberKind;
-using tvqplatform::Numbers;
 
 std::string Shown(tvq::smbios::Text text) {
   return text ? std::string(text.begin(), text.end()) : "(none)";

@@ -12,7 +12,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 using tvqplatform::ConformResult;
 
 using ConformNames = AgentTest;

@@ -69,7 +69,7 @@ TEST(MachineTable, IsWhatTheDocumentationShows) {
     if (line.rfind("| UUID |", 0) == 0) {
       isTable = true;
       std::getline(page, line);  // the line under the head
-    } else if (isTable && line.rfind("|", 0) != 0) {
+    } else if (isTable && line.rfind('|', 0) != 0) {
       break;
     } else if (isTable) {
       shown.push_back(line);

@@ -15,9 +15,7 @@ namespace tvq::cli {
 namespace {
 
 using run::ComparisonStatus;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Not;
 using testing::SizeIs;
 
 run::Finding Same(const std::u16string& fqdd) {

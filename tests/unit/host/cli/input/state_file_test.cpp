@@ -43,7 +43,6 @@ namespace {
 namespace fs = std::filesystem;
 using test::Bytes;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
