@@ -26,6 +26,14 @@ def seconds(command):
     return used.ru_utime + used.ru_stime
 
 
+def answer(command, most):
+    """What a command prints, which may end with a status up to `most`."""
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if not 0 <= done.returncode <= most:
+        raise TimingError(f"{command[0]} ended with status {done.returncode}: {done.stderr[-400:]}")
+    return done.stdout
+
+
 def ratio(command, other, clock=seconds):
     """The median of the command's runs over that of the other's, both run in turn."""
     pairs = [(clock(command), clock(other)) for _ in range(RUNS)]

@@ -74,6 +74,23 @@ class Growth(unittest.TestCase):
         self.assertEqual([round(factor, 6) for factor in factors], [4, 4])
 
 
+class ManyTables(unittest.TestCase):
+    def line(self, schema):
+        return json.dumps({"file": "a.bin", "schema": schema}) + "\n"
+
+    def test_every_table_has_to_be_exported(self):
+        driver_bench.check_lines(self.line("tvq-export") * driver_bench.MANY_TABLES)
+        for lines in ("", self.line("tvq-export") * (driver_bench.MANY_TABLES - 1),
+                      self.line("tvq-export") * (driver_bench.MANY_TABLES - 1) + self.line("tvq-failure")):
+            with self.assertRaises(driver_bench.MeasureError):
+                driver_bench.check_lines(lines)
+
+    def test_a_run_that_failed_is_not_measured(self):
+        self.assertEqual(whole_process.answer(["sh", "-c", "echo done; exit 1"], most=1), "done\n")
+        with self.assertRaisesRegex(whole_process.TimingError, "status 2: why"):
+            whole_process.answer(["sh", "-c", "echo why >&2; exit 2"], most=1)
+
+
 class WholeProcesses(unittest.TestCase):
     def test_the_ratio_is_that_of_the_medians_of_runs_in_turn(self):
         runs = []
