@@ -119,17 +119,12 @@ std::string Quoted(std::string_view word) {
   return quoted + "'";
 }
 
-// The hint with the command line in its place.
-std::string WithCommand(std::string hint, int argc, const char* const* argv) {
-  const std::size_t place = hint.find(kThisCommand);
-  if (place != std::string::npos) {
-    std::string command = "tvq";
-    for (int i = 1; i < argc; ++i) {
-      command += ' ' + Quoted(argv[i]);
-    }
-    hint.replace(place, sizeof(kThisCommand) - 1, command);
+std::string CommandLineOf(int argc, const char* const* argv) {
+  std::string command = "tvq";
+  for (int i = 1; i < argc; ++i) {
+    command += ' ' + Quoted(argv[i]);
   }
-  return hint;
+  return command;
 }
 
 // The parser's own message may be of several lines, of which the first tells what is wrong.
@@ -162,6 +157,7 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
   try {
     RequireKnownCommand(app, argc, argv);
     app.parse(argc, argv);
+    console.commandLine = CommandLineOf(argc, argv);
     console.isQuiet = commands.IsQuiet();
     console.terminal.width = commands.IsWide() ? 0 : console.terminal.width;
     return commands.Chosen()(console);
@@ -173,10 +169,10 @@ int RunCommandLine(int argc, const char* const* argv, Console& console) {
   } catch (const UsageError& error) {
     return ReportUsage(app, error.what(), console);
   } catch (const NoStateError& error) {
-    console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
+    console.Error(error.what(), WithCommand(error.Hint(), console.commandLine));
     return kExitNoState;
   } catch (const InputError& error) {
-    console.Error(error.what(), WithCommand(error.Hint(), argc, argv));
+    console.Error(error.what(), WithCommand(error.Hint(), console.commandLine));
     return kExitTrouble;
   }
 }

@@ -3,6 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <exception>
@@ -11,7 +12,26 @@
 
 #include "host/cli/command_line.h"
 
+namespace {
+
+// What is opened later must not take the number of a standard descriptor that was closed: a worker's
+// socket would get what is printed. Reading and writing still fail, as they do where it is closed.
+bool HoldStandardDescriptors() {
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const int useless = standard == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    if (fcntl(standard, F_GETFD) < 0 && open("/dev/null", useless) != standard) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  if (!HoldStandardDescriptors()) {
+    return 2;
+  }
   tvq::cli::Console console{std::cin,
                             std::cout,
                             std::cerr,

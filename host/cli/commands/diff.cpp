@@ -77,12 +77,13 @@ Difference Compare(const DiffOptions& options, const Console& console) {
   }
   run::DriverRun driver;
   Side after = LoadNamed(driver, options.after, afterPath, conform, console);
+  SecretList secrets;
   run::CompareOptions how;
   how.isVerbose = options.isVerbose;
   how.isAscii = console.terminal.isAscii;
   if (masker) {
     how.mask = [&](std::vector<run::FieldChange>& changes) {
-      MaskSides(before, after, *masker, changes);
+      MaskSides(before, after, *masker, secrets, changes);
     };
   }
   Difference difference;
@@ -138,9 +139,7 @@ ExitStatus Diff(const DiffOptions& options, Console& console) {
     PrintComparison(difference.comparison, console);
     PrintStructures(difference, console);
   }
-  // Other firmware describes the same parts in other structures.
-  const bool decidedByDevices = difference.structures.empty() || difference.comparison.firmware;
-  return decidedByDevices ? StatusOf(difference.comparison) : kExitFound;
+  return StatusOf(difference.comparison, difference.structures);
 }
 
 }  // namespace

@@ -142,6 +142,9 @@ ExitStatus ExamineAll(const LintOptions& options, Console& console) {
   LintOptions one = options;
   const bool isJson = options.json || options.format == Format::kJson;
   const bool areMany = AreMany(options.many.arguments);
+  if (options.many.areLines && options.format == Format::kSarif) {
+    throw UsageError("--ndjson prints lines of its own, and a SARIF log is none");
+  }
   if (areMany && options.format == Format::kSarif) {
     throw InputError("a SARIF log is about one table", "--ndjson prints a line for each table");
   }

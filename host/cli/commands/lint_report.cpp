@@ -189,7 +189,10 @@ std::vector<std::uint8_t> BytesOf(const LintReport& report, const lint::Place& p
   return areWanted ? report.bytes->BytesAt(*place.offset, place.size) : std::vector<std::uint8_t>();
 }
 
-void PrintLines(const LintReport& report, std::size_t limit, const Console& console) {
+void PrintLines(LintReport report, std::size_t limit, const Console& console) {
+  // A file may have any name.
+  report.name = Harmless(report.name);
+  report.files = {Harmless(report.files.table), Harmless(report.files.entryPoint)};
   const LinePrinter printer(report, limit, console);
   for (const Finding& finding : report.findings) {
     printer.Print(finding);

@@ -29,7 +29,7 @@ struct LintReport {
 
 // One line for each fault, what follows from it below it, and how many there are. At most `limit`
 // places of a fault are named and as many consequences shown, 0 for all.
-void PrintLines(const LintReport& report, std::size_t limit, const Console& console);
+void PrintLines(LintReport report, std::size_t limit, const Console& console);
 
 // One JSON document with everything.
 void PrintJson(const LintReport& report, const Console& console);

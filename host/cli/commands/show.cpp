@@ -133,8 +133,6 @@ ExitStatus Show(ShowOptions options, Console& console) {
   }
   if (areTables) {
     options.many.arguments = options.arguments;
-  } else if (options.many.areLines && !options.table.file.empty() && options.name.empty()) {
-    options.many.arguments = {options.table.file};
   }
   options.many.areLines = options.many.areLines || (options.json && areTables);
   options.json = options.json || options.many.areLines;

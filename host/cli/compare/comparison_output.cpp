@@ -84,4 +84,10 @@ ExitStatus StatusOf(const run::Comparison& comparison) {
   }
 }
 
+ExitStatus StatusOf(const run::Comparison& comparison,
+                    const std::vector<StructureChange>& structures) {
+  const bool decidedByDevices = structures.empty() || comparison.firmware;
+  return decidedByDevices ? StatusOf(comparison) : kExitFound;
+}
+
 }  // namespace tvq::cli

@@ -9,6 +9,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "host/cli/command.h"
+#include "host/cli/compare/diff_fields.h"
 #include "host/run/comparison.h"
 
 namespace tvq::cli {
@@ -22,6 +23,9 @@ void AddComparison(const run::Comparison& comparison, const char* findings,
                    nlohmann::ordered_json& json);
 
 ExitStatus StatusOf(const run::Comparison& comparison);
+// The same where the tables were compared too. Other firmware describes the same parts in other structures.
+ExitStatus StatusOf(const run::Comparison& comparison,
+                    const std::vector<StructureChange>& structures);
 
 }  // namespace tvq::cli
 

@@ -108,6 +108,14 @@ std::string NameOf(const table::Structure& structure) {
                      name.empty() ? "" : fmt::format(" ({})", name));
 }
 
+StructureChange ChangeOf(const table::Structure& structure) {
+  StructureChange change;
+  change.structure = NameOf(structure);
+  change.type = structure.Type();
+  change.handle = structure.Handle();
+  return change;
+}
+
 table::Version VersionOf(const run::Table& table) {
   return {static_cast<uint8_t>(table.major), static_cast<uint8_t>(table.minor)};
 }
@@ -129,16 +137,18 @@ std::vector<StructureChange> DiffTables(const run::Table& before, const run::Tab
   for (const auto& [key, structure] : old) {
     const auto found = nowByKey.find(key);
     if (found == nowByKey.end()) {
-      changes.push_back({NameOf(structure), false, true, {}});
+      changes.push_back(ChangeOf(structure));
+      changes.back().isRemoved = true;
     } else if (!AreEqual(structure, found->second)) {
-      changes.push_back({NameOf(structure), false, false,
-                         DiffFields(FieldsOf(structure, VersionOf(before)),
-                                    FieldsOf(found->second, VersionOf(after)))});
+      changes.push_back(ChangeOf(structure));
+      changes.back().fields = DiffFields(FieldsOf(structure, VersionOf(before)),
+                                         FieldsOf(found->second, VersionOf(after)));
     }
   }
   for (const auto& [key, structure] : now) {
     if (oldByKey.count(key) == 0) {
-      changes.push_back({NameOf(structure), true, false, {}});
+      changes.push_back(ChangeOf(structure));
+      changes.back().isAdded = true;
     }
   }
   return changes;

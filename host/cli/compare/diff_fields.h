@@ -16,6 +16,8 @@ namespace tvq::cli {
 // A structure that is in one table alone, or differs.
 struct StructureChange {
   std::string structure;  // "type 17, handle 0x1100 (memory-device)"
+  unsigned type = 0;
+  unsigned handle = 0;
   bool isAdded = false;
   bool isRemoved = false;
   std::vector<run::FieldChange> fields;

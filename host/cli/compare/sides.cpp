@@ -41,18 +41,11 @@ void Run(run::DriverRun& driver, const Side& side, const Console& console) {
   }
 }
 
-// Says what makes the two hard to compare: they are of two machines, or lack devices.
 void SayFit(run::DriverRun& driver, const Side& before, const Side& after, bool isRedacted,
             const Console& console) {
-  const run::StateFit fit = driver.FitOf(*before.state, *after.state);
-  if (fit.machine == run::StateFit::Machine::kAnother && isRedacted) {
-    console.Warning("these are two machines");
-  } else if (fit.machine == run::StateFit::Machine::kAnother) {
-    console.Warning(fmt::format("these are two machines: {} is {}; {} is {}", before.name,
-                                fit.savedMachine, after.name, fit.thisMachine));
+  for (const std::string& line : DescribeFit(driver, before, after, isRedacted)) {
+    console.Warning(line);
   }
-  SayHoles(fit.holes, before.name + " lacks", console);
-  SayHoles(driver.FitOf(*after.state, *before.state).holes, after.name + " lacks", console);
 }
 
 // The changes as a document, in which the secrets are found by the names of its elements.
@@ -109,6 +102,26 @@ std::string SideOnStick(const std::string& path, const std::string& other, bool 
       console);
 }
 
+std::vector<std::string> DescribeFit(run::DriverRun& driver, const Side& before, const Side& after,
+                                     bool isRedacted) {
+  const run::StateFit fit = driver.FitOf(*before.state, *after.state);
+  std::vector<std::string> lines;
+  if (fit.machine == run::StateFit::Machine::kAnother) {
+    lines.push_back(isRedacted
+                        ? "these are two machines"
+                        : fmt::format("these are two machines: {} is {}; {} is {}", before.name,
+                                      fit.savedMachine, after.name, fit.thisMachine));
+  }
+  const auto add = [&lines](const Side& side, const std::vector<run::StateHole>& holes) {
+    for (const run::StateHole& hole : holes) {
+      lines.push_back(DescribeHole(side.name + " lacks", hole));
+    }
+  };
+  add(before, fit.holes);
+  add(after, driver.FitOf(*after.state, *before.state).holes);
+  return lines;
+}
+
 void MakeState(run::DriverRun& driver, Side& side, const Console& console) {
   if (!side.state) {
     Run(driver, side, console);
@@ -129,7 +142,7 @@ run::Comparison CompareSides(run::DriverRun& driver, const Side& before, Side& a
   return driver.Compare(*before.state, after.origin, how);
 }
 
-void MaskSides(Side& before, Side& after, const Masker& masker,
+void MaskSides(Side& before, Side& after, const Masker& masker, SecretList& secrets,
                std::vector<run::FieldChange>& changes) {
   std::vector<std::vector<uint8_t>*> tables;
   for (Side* const side : {&before, &after}) {
@@ -138,7 +151,7 @@ void MaskSides(Side& before, Side& after, const Masker& masker,
     }
   }
   Element document = DocumentOf(changes);
-  RedactTogether(tables, {&document}, masker);
+  RedactTogether(tables, {&document}, masker, secrets);
   auto masked = document.children.begin();
   for (run::FieldChange& change : changes) {
     for (std::optional<std::string>* const text : {&change.before, &change.after}) {

@@ -12,6 +12,7 @@
 
 #include "host/cli/output/console.h"
 #include "host/cli/redact/mask.h"
+#include "host/cli/redact/redact.h"
 #include "host/run/driver_run.h"
 
 namespace tvq::cli {
@@ -41,8 +42,13 @@ void MakeState(run::DriverRun& driver, Side& side, const Console& console);
 run::Comparison CompareSides(run::DriverRun& driver, const Side& before, Side& after,
                              const run::CompareOptions& how, const Console& console);
 
+// What makes them hard to compare, a sentence without a full stop for each thing: they are of two machines, or
+// lack devices.
+std::vector<std::string> DescribeFit(run::DriverRun& driver, const Side& before, const Side& after,
+                                     bool isRedacted);
+
 // Masks the tables of both sides and the changes between them, once the driver has compared them.
-void MaskSides(Side& before, Side& after, const Masker& masker,
+void MaskSides(Side& before, Side& after, const Masker& masker, SecretList& secrets,
                std::vector<run::FieldChange>& changes);
 
 }  // namespace tvq::cli

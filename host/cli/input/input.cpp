@@ -74,6 +74,14 @@ std::vector<uint8_t> ReadInput(const std::string& path, const std::string& hint,
   });
 }
 
+std::string WithCommand(std::string hint, const std::string& commandLine) {
+  const std::size_t place = hint.find(kThisCommand);
+  if (place != std::string::npos) {
+    hint.replace(place, sizeof(kThisCommand) - 1, commandLine);
+  }
+  return hint;
+}
+
 bool NamesFile(const std::string& argument) {
   struct stat status = {};
   return argument == "-" || argument.find('/') != std::string::npos ||

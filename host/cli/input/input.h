@@ -35,6 +35,8 @@ class NoStateError : public InputError {
 // In a hint this stands for the command line as it was typed.
 inline constexpr char kThisCommand[] = "{command}";
 inline constexpr char kSudoHint[] = "only root may do that: `sudo {command}`";
+// The hint with that command line in its place.
+std::string WithCommand(std::string hint, const std::string& commandLine);
 
 // The bytes of a file. Throws an InputError with the hint, or one that says to run as root where
 // that is what is missing.

@@ -99,9 +99,13 @@ Json ToJson(const SavedState& saved, const run::Results& results) {
 void SayHoles(const std::vector<run::StateHole>& holes, const std::string& what,
               const Console& console) {
   for (const run::StateHole& hole : holes) {
-    console.Warning(fmt::format(
-        "{} {}: {}", what, hole.fqdd.empty() ? "a device without a name" : hole.fqdd, hole.why));
+    console.Warning(DescribeHole(what, hole));
   }
+}
+
+std::string DescribeHole(const std::string& what, const run::StateHole& hole) {
+  return fmt::format("{} {}: {}", what, hole.fqdd.empty() ? "a device without a name" : hole.fqdd,
+                     hole.why);
 }
 
 Json HolesJson(const std::vector<run::StateHole>& holes) {

@@ -61,6 +61,8 @@ run::StateFit CheckFit(run::DriverRun& driver, const LoadedState& state,
 // A warning for each: what, the device, and why.
 void SayHoles(const std::vector<run::StateHole>& holes, const std::string& what,
               const Console& console);
+// One of them as a sentence without a full stop.
+std::string DescribeHole(const std::string& what, const run::StateHole& hole);
 // The same as JSON: "fqdd", null for a device that has none, and "why".
 nlohmann::ordered_json HolesJson(const std::vector<run::StateHole>& holes);
 

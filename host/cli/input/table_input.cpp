@@ -61,9 +61,9 @@ run::Bytes DumpOf(const TableOptions& options, run::Bytes file) {
 
 // The same file, but for what names the machine and its parts.
 run::Bytes RedactedFile(const TableOptions& options, run::Bytes file, const Masker& masker,
-                        const Console& console) {
+                        SecretList& secrets, const Console& console) {
   run::Bytes dump = DumpOf(options, std::move(file));
-  const auto blanked = RedactDump(dump, masker);
+  const auto blanked = RedactDump(dump, masker, secrets);
   if (!blanked) {
     ThrowUnusable(options, blanked.Failure());
   }
@@ -191,17 +191,18 @@ std::string NameOf(const TableOptions& options) {
 }
 
 TableBytes Redacted(TableBytes bytes, const TableOptions& options, const Masker& masker,
-                    const Console& console) {
+                    SecretList& secrets, const Console& console) {
   if (!options.file.empty()) {
-    bytes.file = RedactedFile(options, std::move(bytes.file), masker, console);
+    bytes.file = RedactedFile(options, std::move(bytes.file), masker, secrets, console);
   } else {
-    SayBlanked(RedactTable(bytes.file, masker), console);
+    SayBlanked(RedactTogether({&bytes.file}, {}, masker, secrets), console);
   }
   return bytes;
 }
 
 TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
   const std::optional<Masker> masker = MakeMasker(options.redact);
+  SecretList secrets;
   TableBytes bytes;
   if (!options.file.empty()) {
     bytes.file = ReadInput(options.file, kTableHint, console);
@@ -210,7 +211,7 @@ TableBytes ReadTableBytes(const TableOptions& options, const Console& console) {
     bytes.entryPoint = ReadFile(options.systemFolder + "/smbios_entry_point", kSystemHint);
     bytes.file = ReadFile(options.systemFolder + "/DMI", kSystemHint);
   }
-  return masker ? Redacted(std::move(bytes), options, *masker, console) : bytes;
+  return masker ? Redacted(std::move(bytes), options, *masker, secrets, console) : bytes;
 }
 
 run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,

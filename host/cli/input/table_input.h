@@ -53,7 +53,7 @@ struct TableOrState {
 TableOrState ReadTableOrState(const TableOptions& options, const Console& console);
 // The same bytes, but for what names the machine and its parts.
 TableBytes Redacted(TableBytes bytes, const TableOptions& options, const Masker& masker,
-                    const Console& console);
+                    SecretList& secrets, const Console& console);
 // The table in these bytes. Throws InputError.
 run::Table TableOf(run::DriverRun& driver, const TableBytes& bytes, const TableOptions& options,
                    const Console& console);

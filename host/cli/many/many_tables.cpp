@@ -18,6 +18,7 @@
 #include "host/cli/many/table_list.h"
 #include "host/cli/many/worker_pool.h"
 #include "host/cli/output/json.h"
+#include "host/cli/output/text.h"
 
 namespace tvq::cli {
 namespace {
@@ -58,34 +59,52 @@ std::string FailureLine(const std::string& error, const std::string& hint) {
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
+// Lines in which no name or text of a file can command a terminal.
+std::string HarmlessLines(const std::string& lines) {
+  std::string harmless;
+  for (std::size_t at = 0; at < lines.size();) {
+    const std::size_t end = std::min(lines.find('\n', at), lines.size());
+    harmless += Harmless(std::string_view(lines).substr(at, end - at)) + '\n';
+    at = end + 1;
+  }
+  return harmless;
+}
+
 // In a worker: the command on one table, with what it prints as texts.
-WorkResult RunOne(const std::string& table, const ManyOptions& options, const Console& parent,
+WorkResult RunOne(const TableFile& table, const ManyOptions& options, const Console& parent,
                   const OneTable& one) {
   std::ostringstream out;
   std::ostringstream diagnostics;
-  Console console{parent.in, out, diagnostics, parent.terminal, parent.isQuiet, options.areLines};
+  Console console{parent.in,        out,   diagnostics,       parent.terminal, parent.isQuiet,
+                  options.areLines, false, parent.commandLine};
   WorkResult result;
-  const auto fail = [&](const char* what, const std::string& hint) {
+  const auto fail = [&](const char* what, const std::string& hint, ExitStatus status) {
     console.Error(what, hint);
     out.str(options.areLines ? FailureLine(what, hint) : "");
-    result.status = kExitTrouble;
+    result.status = status;
   };
   try {
-    result.status = static_cast<std::uint32_t>(one(table, console));
+    if (!table.trouble.empty()) {
+      throw InputError(table.trouble, "");
+    }
+    result.status = static_cast<std::uint32_t>(one(table.path, console));
+  } catch (const NoStateError& error) {
+    fail(error.what(), WithCommand(error.Hint(), parent.commandLine), kExitNoState);
   } catch (const InputError& error) {
-    fail(error.what(), error.Hint());
+    fail(error.what(), WithCommand(error.Hint(), parent.commandLine), kExitTrouble);
   } catch (const std::exception& error) {
-    fail(error.what(), "");
+    fail(error.what(), "", kExitTrouble);
   }
   result.out = out.str();
-  result.diagnostics = diagnostics.str();
+  result.diagnostics = HarmlessLines(diagnostics.str());
   return result;
 }
 
-// The worst: something found, then trouble.
+// The worst: something found, then trouble, then no state.
 ExitStatus Worse(ExitStatus left, ExitStatus right) {
   const auto rank = [](ExitStatus status) {
-    return status == kExitFound ? 2 : status == kExitNothingFound ? 0 : 1;
+    constexpr ExitStatus kRising[] = {kExitNothingFound, kExitNoState, kExitTrouble, kExitFound};
+    return std::find(std::begin(kRising), std::end(kRising), status);
   };
   return rank(left) < rank(right) ? right : left;
 }
@@ -114,69 +133,98 @@ void AddTableFiles(Parameters parameters, ManyOptions& options) {
       .Excludes(parameters.Get("--table"));
 }
 
-ExitStatus RunMany(const ManyOptions& options, Console& console, const OneTable& one,
-                   const TakeOutput& take) {
-  const std::vector<std::string> tables = ListTables(options.arguments);
+std::vector<TableFile> TablesOf(const ManyOptions& options) {
+  std::vector<TableFile> tables = ListTables(options.arguments);
   if (tables.empty()) {
     throw InputError("there is no file in " + options.arguments.front(),
                      "name tables, or folders with tables in them");
   }
+  return tables;
+}
+
+ExitStatus RunMany(const std::vector<TableFile>& tables, const ManyOptions& options,
+                   Console& console, const OneTable& one, const TakeOutput& take) {
   const Progress progress(tables.size(), console);
   ExitStatus worst = kExitNothingFound;
   const auto work = [&](std::size_t item) { return RunOne(tables[item], options, console, one); };
   WorkInOrder(tables.size(), options.workers == 0 ? ProcessorCount() : options.workers, work,
               [&](std::size_t item, WorkResult&& result) {
+                const std::string& table = tables[item].path;
                 progress.Hide();
                 if (!result.crash.empty()) {
                   const std::string what = fmt::format("the worker ended with {}", result.crash);
                   result.status = kExitTrouble;
                   result.out = options.areLines ? FailureLine(what, "") : "";
-                  console.Error(fmt::format("{}: {}", tables[item], what),
+                  console.Error(fmt::format("{}: {}", Harmless(table), what),
                                 "this is a fault of tvq; please report it");
                 }
                 if (!result.diagnostics.empty()) {
-                  console.diagnostics << fmt::format("tvq: {}:\n", tables[item])
+                  console.diagnostics << fmt::format("tvq: {}:\n", Harmless(table))
                                       << result.diagnostics;
                 }
                 const auto status = static_cast<ExitStatus>(result.status);
                 worst = Worse(worst, status);
-                take(tables[item], status, std::move(result.out));
+                take(table, status, std::move(result.out));
                 progress.Show(item + 1);
               });
   return worst;
 }
 
-ExitStatus PrintMany(const ManyOptions& options, Console& console, const OneTable& one) {
-  bool isFirst = true;
-  return RunMany(options, console, one,
-                 [&](const std::string& table, ExitStatus, std::string&& out) {
-                   if (options.areRows) {
-                     console.out << out;
-                   } else if (options.areLines && !out.empty()) {
-                     console.out << LineOf(table, out);
-                   } else if (!out.empty()) {
-                     console.Page(fmt::format("{}{}\n", isFirst ? "" : "\n",
-                                              Painted(console.terminal, Ink::kBold, table + ":")));
-                     console.out << out;
-                     isFirst = false;
-                   }
-                 });
-}
+namespace {
+
+// Prints what each table gave: below its name, or as a line that has it.
+class Printer {
+ public:
+  Printer(const ManyOptions& options, const Console& console)
+      : mOptions(options), mConsole(console) {}
+
+  void Take(const std::string& table, std::string&& out) {
+    if (out.empty()) {
+      return;
+    }
+    if (!mOptions.areRows && mOptions.areLines) {
+      out = LineOf(table, out);
+    } else if (!mOptions.areRows) {
+      const std::string name = Painted(mConsole.terminal, Ink::kBold, Harmless(table) + ":");
+      mConsole.Page(fmt::format("{}{}\n", mIsFirst ? "" : "\n", name));
+      mIsFirst = false;
+    }
+    mConsole.out << out;
+  }
+
+ private:
+  const ManyOptions& mOptions;
+  const Console& mConsole;
+  bool mIsFirst = true;
+};
+
+}  // namespace
 
 ExitStatus RunOnTables(TableOptions table, const ManyOptions& many, Console& console,
                        const std::function<ExitStatus(const TableOptions&, Console&)>& one) {
-  if (AreMany(many.arguments) || (many.areLines && !many.arguments.empty())) {
-    return PrintMany(many, console, [&](const std::string& file, Console& own) {
-      TableOptions options = table;
-      options.file = file;
-      return one(options, own);
-    });
-  }
-  if (!many.arguments.empty()) {
+  if (many.arguments.size() == 1 && !AreMany(many.arguments)) {
     table.file = many.arguments.front();
   }
-  console.isOneLine = many.areLines;
-  return one(table, console);
+  if (!many.areLines && !AreMany(many.arguments)) {
+    return one(table, console);
+  }
+  const bool isOne = !AreMany(many.arguments);
+  const std::vector<TableFile> tables =
+      isOne ? std::vector<TableFile>{{table.file.empty() ? table.systemFolder : table.file}}
+            : TablesOf(many);
+  Printer printer(many, console);
+  return RunMany(
+      tables, many, console,
+      [&](const std::string& file, Console& own) {
+        TableOptions options = table;
+        if (!isOne) {
+          options.file = file;
+        }
+        return one(options, own);
+      },
+      [&](const std::string& file, ExitStatus, std::string&& out) {
+        printer.Take(file, std::move(out));
+      });
 }
 
 }  // namespace tvq::cli

@@ -12,6 +12,7 @@
 
 #include "host/cli/command.h"
 #include "host/cli/input/table_input.h"
+#include "host/cli/many/table_list.h"
 
 namespace tvq::cli {
 
@@ -33,18 +34,19 @@ using OneTable = std::function<ExitStatus(const std::string& table, Console& con
 using TakeOutput =
     std::function<void(const std::string& table, ExitStatus status, std::string&& out)>;
 
-// Says what could not be done with which table, and goes on. The status over all: 1 wins over 2, and
-// 2 over 0.
-ExitStatus RunMany(const ManyOptions& options, Console& console, const OneTable& one,
-                   const TakeOutput& take);
+// Says what could not be done with which table, and goes on. The status over all: 1 wins over 2, 2
+// over 3, and 3 over 0.
+ExitStatus RunMany(const std::vector<TableFile>& tables, const ManyOptions& options,
+                   Console& console, const OneTable& one, const TakeOutput& take);
 
-// The same for output that is printed: below the name of its table, or as a line that has it.
-ExitStatus PrintMany(const ManyOptions& options, Console& console, const OneTable& one);
+// What the arguments name. Throws where that is nothing.
+std::vector<TableFile> TablesOf(const ManyOptions& options);
 
 // A line of JSON with the name of its table as the first member.
 std::string LineOf(const std::string& table, const std::string& json);
 
-// A command that takes FILE...: on each of them, or on the one table that the options name.
+// A command that takes FILE...: on each of them, or on the one table that the options name. What is printed of
+// several stands below the name of its table; as a line it always has that name.
 ExitStatus RunOnTables(TableOptions table, const ManyOptions& many, Console& console,
                        const std::function<ExitStatus(const TableOptions&, Console&)>& one);
 

@@ -15,10 +15,17 @@ namespace tvq::cli {
 // folder. One with states in it stands for a single table.
 bool AreMany(const std::vector<std::string>& arguments);
 
+// A table, or what stands in its place and cannot be read.
+struct TableFile {
+  std::string path;
+  std::string trouble = {};  // why it cannot be read; empty where nothing is known against it
+};
+
 // The files in the order of the arguments. A folder stands for all files in it and below, in the order of
-// their names; hidden ones are left out, and links to folders are not followed. Throws InputError
-// for a folder that cannot be read.
-std::vector<std::string> ListTables(const std::vector<std::string>& arguments);
+// their names; hidden ones are left out, and links to folders are not followed. An agent's stick stands
+// for its machines alone. Throws an InputError for a folder that was named and cannot be read, and a
+// UsageError where standard input is named twice.
+std::vector<TableFile> ListTables(const std::vector<std::string>& arguments);
 
 }  // namespace tvq::cli
 

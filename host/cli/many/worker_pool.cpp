@@ -204,11 +204,24 @@ class Pool {
     for (std::optional<Worker>& worker : mWorkers) {
       const bool isIdle = !worker || !worker->IsBusy();
       if (isIdle && mNext < std::min(mCount, mTaken + kAhead * mWorkers.size())) {
-        if (!worker) {
-          worker.emplace(mWork, mWorkers);
+        if (worker || Start(worker)) {
+          worker->Give(mNext++);
         }
-        worker->Give(mNext++);
       }
+    }
+  }
+
+  // Where no more workers can be started, those that are there do all of the work.
+  bool Start(std::optional<Worker>& worker) {
+    try {
+      worker.emplace(mWork, mWorkers);
+      return true;
+    } catch (const std::system_error&) {
+      const auto isThere = [](const std::optional<Worker>& other) { return other.has_value(); };
+      if (std::none_of(mWorkers.begin(), mWorkers.end(), isThere)) {
+        throw;
+      }
+      return false;
     }
   }
 

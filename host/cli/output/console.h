@@ -26,9 +26,10 @@ struct Console {
   std::ostream& out;
   std::ostream& diagnostics;
   Terminal terminal = {};
-  bool isQuiet = false;      // of the lines on `diagnostics`, it has the errors alone
-  bool isOneLine = false;    // each JSON document has a line of its own
-  bool hasProgress = false;  // `diagnostics` is a terminal
+  bool isQuiet = false;          // of the lines on `diagnostics`, it has the errors alone
+  bool isOneLine = false;        // each JSON document has a line of its own
+  bool hasProgress = false;      // `diagnostics` is a terminal
+  std::string commandLine = {};  // as it was typed, for hints
 
   // Lines for people on `out`, each with its line feed: no wider than the terminal, in characters that
   // it shows.

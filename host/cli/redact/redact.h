@@ -15,6 +15,7 @@
 #include "host/cli/command.h"
 #include "host/cli/device/document.h"
 #include "host/cli/redact/mask.h"
+#include "host/cli/redact/secret_list.h"
 #include "host/table/result.h"
 #include "host/table/table.h"
 
@@ -42,12 +43,18 @@ Masker MakePageMasker(const RedactOptions& options);
 std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker);
 
 // The same for tables and documents that tell of each other: what is a secret in one of them is
-// masked in all.
+// masked in all. The secrets are added to those that are known, for names that repeat them.
 std::size_t RedactTogether(const std::vector<std::vector<uint8_t>*>& tables,
-                           const std::vector<Element*>& documents, const Masker& masker);
+                           const std::vector<Element*>& documents, const Masker& masker,
+                           SecretList& secrets);
 
 // The same for a captured file, whose entry point keeps what it says. Fails where ReadDump does.
-table::Result<std::size_t> RedactDump(std::vector<uint8_t>& file, const Masker& masker);
+table::Result<std::size_t> RedactDump(std::vector<uint8_t>& file, const Masker& masker,
+                                      SecretList& secrets);
+inline table::Result<std::size_t> RedactDump(std::vector<uint8_t>& file, const Masker& masker) {
+  SecretList secrets;
+  return RedactDump(file, masker, secrets);
+}
 
 // Blanks what means nothing in the entry point at the start of a dump.
 void RedactEntryPoint(std::vector<uint8_t>& dump, table::EntryPoint kind);

@@ -42,7 +42,7 @@ void RedactEntryPoint(Bytes& dump, EntryPoint kind) {
 }
 
 // All of the file is taken for the table, also what the entry point does not count.
-table::Result<std::size_t> RedactDump(Bytes& file, const Masker& masker) {
+table::Result<std::size_t> RedactDump(Bytes& file, const Masker& masker, SecretList& secrets) {
   const auto table = table::ReadDump(file);
   if (!table) {
     return table.Failure();
@@ -50,7 +50,7 @@ table::Result<std::size_t> RedactDump(Bytes& file, const Masker& masker) {
   const auto start =
       file.begin() + static_cast<std::ptrdiff_t>(table::EntryPointArea(table->entryPoint));
   Bytes structures(start, file.end());
-  const std::size_t blanked = RedactTable(structures, masker);
+  const std::size_t blanked = RedactTogether({&structures}, {}, masker, secrets);
   std::copy(structures.begin(), structures.end(), start);
   RedactEntryPoint(file, table->entryPoint);
   return blanked;
@@ -58,10 +58,10 @@ table::Result<std::size_t> RedactDump(Bytes& file, const Masker& masker) {
 
 void SayBlanked(std::size_t size, const Console& console) {
   if (size != 0) {
-    console.Warning(
-        fmt::format("--redact blanked what follows the last whole structure ({} {}): what a reader "
-                    "would make of it is missing",
-                    size, size == 1 ? "byte" : "bytes"));
+    console.Warning(fmt::format(
+        "what follows the last whole structure is blanked, not to give it away ({} {}): "
+        "what a reader would make of it is missing",
+        size, size == 1 ? "byte" : "bytes"));
   }
 }
 

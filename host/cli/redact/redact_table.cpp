@@ -322,8 +322,8 @@ bool IsSecretField(std::string_view field) {
 }
 
 std::size_t RedactTogether(const std::vector<std::vector<uint8_t>*>& tables,
-                           const std::vector<Element*>& documents, const Masker& masker) {
-  SecretList secrets;
+                           const std::vector<Element*>& documents, const Masker& masker,
+                           SecretList& secrets) {
   std::vector<TableRedaction> redactions;
   for (std::vector<uint8_t>* const table : tables) {
     redactions.emplace_back(*table, masker, secrets);
@@ -344,7 +344,8 @@ std::size_t RedactTogether(const std::vector<std::vector<uint8_t>*>& tables,
 }
 
 std::size_t RedactTable(std::vector<uint8_t>& structures, const Masker& masker) {
-  return RedactTogether({&structures}, {}, masker);
+  SecretList secrets;
+  return RedactTogether({&structures}, {}, masker, secrets);
 }
 
 }  // namespace tvq::cli

@@ -10,7 +10,7 @@
 
   const keyOf = (row, column, isNumber) => {
     const cell = row.cells[column];
-    if (!cell || cell.colSpan > 1) return isNumber ? -1 : '';
+    if (!cell || cell.colSpan > 1) return isNumber ? -2 : '';
     return isNumber ? Number(cell.dataset.value) : cell.textContent;
   };
 
@@ -34,6 +34,8 @@
     button.addEventListener('click', () => sortBy(heading, column));
     heading.replaceChildren(button);
   });
+
+  table.classList.add('sortable');
 
   const tools = document.getElementById('tools');
   const label = document.createElement('label');

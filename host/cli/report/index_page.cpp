@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/device/inventory.h"
 #include "host/cli/output/paragraph.h"
@@ -80,7 +82,11 @@ void AddRow(HtmlWriter& html, const IndexRow& row, bool isCompared) {
   AddCount(html, "Errors", summary.errors, "error");
   AddCount(html, "Warnings", summary.warnings, "warning");
   if (isCompared) {
-    AddCount(html, kChanges.title, summary.changes, "changed");
+    if (summary.changes) {
+      AddCount(html, kChanges.title, *summary.changes, "changed");
+    } else {
+      AddCell(html, kChanges.title, "", "-1");
+    }
   }
 }
 
@@ -114,7 +120,13 @@ std::string IndexPage(const std::vector<IndexRow>& rows, bool isRedacted, bool i
   {
     const auto header = html.Open("header", {{"class", "top"}});
     html.Add("p", {{"class", "kicker"}}, "Machine reports");
-    html.Add("h1", {}, Counted(rows.size(), "machine"));
+    const auto failed = std::count_if(rows.begin(), rows.end(),
+                                      [](const IndexRow& row) { return row.page.empty(); });
+    const auto count = static_cast<std::size_t>(failed);
+    html.Add("h1", {}, Counted(rows.size() - count, "machine"));
+    if (count != 0) {
+      html.Add("p", {{"class", "maker"}}, Counted(count, "table") + " without a page");
+    }
   }
   {
     const auto main = html.Open("main", {{"id", "main"}});

@@ -20,7 +20,18 @@ namespace {
 using facts::Kind;
 using facts::Part;
 
-// What modules of one channel should have in common: "32 GB DDR5, rank 2, 4800 MT/s".
+// What modules of one channel should have in common.
+constexpr const char* kShared[] = {"sizeInBytes", "type", "rank", "ratedSpeedInMTs"};
+
+// A table that leaves a fact out at one of them says nothing against it.
+bool AreMixed(const Part& module, const Part& other) {
+  return std::any_of(std::begin(kShared), std::end(kShared), [&](const char* fact) {
+    return facts::IsKnown(module.Find(fact)) && facts::IsKnown(other.Find(fact)) &&
+           ValueText(module, fact, {}) != ValueText(other, fact, {});
+  });
+}
+
+// All of that in words: "32 GB DDR5, rank 2, 4800 MT/s".
 std::string KindOf(const Part& module) {
   std::string kind;
   const auto add = [&](const char* fact, const char* between, const char* before) {
@@ -35,25 +46,31 @@ std::string KindOf(const Part& module) {
   return kind;
 }
 
-using Counts = std::vector<std::pair<std::string, std::size_t>>;
+struct KindCount {
+  std::string kind;
+  const Part* first;
+  std::size_t count;
+};
+using Counts = std::vector<KindCount>;
 
 // In the order in which the kinds come first.
-void Count(const std::string& kind, Counts& counts) {
+void Count(const Part& module, Counts& counts) {
+  const std::string kind = KindOf(module);
   const auto found = std::find_if(counts.begin(), counts.end(),
-                                  [&](const auto& one) { return one.first == kind; });
+                                  [&](const KindCount& one) { return one.kind == kind; });
   if (found == counts.end()) {
-    counts.emplace_back(kind, 1);
+    counts.push_back({kind, &module, 1});
   } else {
-    ++found->second;
+    ++found->count;
   }
 }
 
-// The first of those that are most.
-std::string Usual(const Counts& counts) {
+// The first of those that are most; null where there is none.
+const KindCount* Usual(const Counts& counts) {
   const auto most =
       std::max_element(counts.begin(), counts.end(),
-                       [](const auto& a, const auto& b) { return a.second < b.second; });
-  return most == counts.end() ? "" : most->first;
+                       [](const KindCount& a, const KindCount& b) { return a.count < b.count; });
+  return most == counts.end() ? nullptr : &*most;
 }
 
 bool IsSlow(const Part& module) {
@@ -74,15 +91,15 @@ std::vector<MemoryMarks> MarkMemory(const facts::Machine& machine,
         marks[i].isEmpty = !facts::IsPopulated(modules[i]);
         marks[i].isSlow = !marks[i].isEmpty && IsSlow(modules[i]);
         if (!marks[i].isEmpty) {
-          Count(KindOf(modules[i]), counts);
+          Count(modules[i], counts);
         }
       }
     }
-    const std::string usual = Usual(counts);
+    const KindCount* const usual = Usual(counts);
     for (const MemoryRow& row : group.rows) {
       for (const std::size_t i : row.modules) {
-        if (!marks[i].isEmpty && KindOf(modules[i]) != usual) {
-          marks[i].others = usual;
+        if (!marks[i].isEmpty && AreMixed(modules[i], *usual->first)) {
+          marks[i].others = usual->kind;
         }
       }
     }
@@ -98,7 +115,7 @@ std::vector<std::string> DescribeMemory(const facts::Machine& machine,
   bool isMixed = false;
   for (std::size_t i = 0; i < modules.size(); ++i) {
     if (!marks[i].isEmpty) {
-      Count(KindOf(modules[i]), kinds);
+      Count(modules[i], kinds);
     }
     slow += marks[i].isSlow ? 1 : 0;
     isMixed = isMixed || !marks[i].others.empty();
@@ -106,8 +123,8 @@ std::vector<std::string> DescribeMemory(const facts::Machine& machine,
   std::vector<std::string> sentences;
   if (isMixed) {
     std::string all;
-    for (const auto& [kind, count] : kinds) {
-      all += fmt::format("{}{} of {}", all.empty() ? "" : "; ", count, kind);
+    for (const KindCount& one : kinds) {
+      all += fmt::format("{}{} of {}", all.empty() ? "" : "; ", one.count, one.kind);
     }
     sentences.push_back("Modules of different kinds stand side by side: " + all);
   }

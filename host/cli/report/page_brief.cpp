@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
@@ -16,6 +18,7 @@ namespace tvq::cli {
 namespace {
 
 constexpr std::size_t kPlacesShown = 12;
+constexpr std::size_t kStructuresShown = 8;  // in short
 
 // ---- In short ----
 
@@ -37,11 +40,36 @@ std::string FormerName(const run::Finding& change) {
   return label == "-" ? change.kind : label;
 }
 
+std::string NameOf(const Page& page, const StructureChange& change) {
+  const auto place = page.notes.PlaceOf(change);
+  return place ? page.names.Of(*place) : change.structure;
+}
+
+void BriefStructures(const Page& page) {
+  const Earlier& earlier = *page.report.earlier;
+  const std::vector<std::size_t>& structures = page.notes.Structures();
+  const std::size_t shown = earlier.comparison.firmware ? 0 : kStructuresShown;
+  for (std::size_t i = 0; i < std::min(structures.size(), shown); ++i) {
+    const StructureChange& change = earlier.structures[structures[i]];
+    WriteLine(page, "changed", VerdictOf(change), NameOf(page, change) + ", in the table",
+              StructureId(structures[i]));
+  }
+  if (structures.size() > shown) {
+    WriteLine(page, shown == 0 ? "quiet" : "changed", "changed",
+              Counted(structures.size() - shown, "structure") + " of the table" +
+                  (shown == 0 ? ", which other firmware describes otherwise" : ", too"),
+              StructureId(structures[shown]));
+  }
+}
+
 void BriefChanges(const Page& page) {
   if (!page.report.earlier) {
     return;
   }
   const Earlier& earlier = *page.report.earlier;
+  for (const std::string& remark : earlier.remarks) {
+    WriteLine(page, "warning", "compared", remark, "changes");
+  }
   if (earlier.comparison.hasOtherOptions) {
     WriteLine(page, "warning", "not compared", "Made with other options: " + earlier.name,
               "changes");
@@ -50,30 +78,45 @@ void BriefChanges(const Page& page) {
   if (earlier.comparison.firmware) {
     WriteLine(page, "changed", "firmware update", earlier.comparison.firmware->toDo, "changes");
   }
-  bool isQuiet = true;
   for (const std::size_t i : page.notes.Changes()) {
     const run::Finding& change = earlier.comparison.findings[i];
     if (change.isToLookAt) {
       const auto place = page.notes.PlaceOf(change);
-      const std::string name = place ? DisplayName(page.View(), *place) : FormerName(change);
+      const std::string name = place ? page.names.Of(*place) : FormerName(change);
       WriteLine(page, "changed", change.verdict, fmt::format("{}: {}", name, change.toDo),
                 ChangeId(i));
-      isQuiet = false;
     }
   }
-  if (isQuiet) {
-    WriteLine(page, "fine", "unchanged", Printable(earlier.comparison.summary), "changes");
+  BriefStructures(page);
+  if (page.notes.CountToLookAt() == 0) {
+    const bool isSame = !earlier.comparison.firmware && page.notes.Changes().empty();
+    WriteLine(page, "fine", isSame ? "unchanged" : "nothing to do",
+              Printable(earlier.comparison.summary), "changes");
   }
 }
 
+// Of one rule, as often as it is broken.
+void BriefRule(const Page& page, std::size_t first) {
+  const std::vector<lint::Finding>& findings = page.report.findings;
+  const lint::Finding& finding = findings[first];
+  const auto count = std::count_if(findings.begin(), findings.end(), [&](const auto& other) {
+    return other.rule == finding.rule && SeverityOf(other) == SeverityOf(finding);
+  });
+  const std::string_view severity = NameOf(SeverityOf(finding));
+  WriteLine(page, severity, severity,
+            fmt::format("{}{}{}", finding.rule->summary,
+                        count == 1 ? "" : fmt::format(", {} times", count),
+                        IsAboutStandard(*finding.rule) ? "" : " (matters to the driver alone)"),
+            FindingId(first));
+}
+
 void BriefFindings(const Page& page) {
+  std::set<std::pair<const lint::Rule*, lint::Severity>> told;
   for (std::size_t i = 0; i < page.report.findings.size(); ++i) {
     const lint::Finding& finding = page.report.findings[i];
-    const std::string_view severity = NameOf(SeverityOf(finding));
-    WriteLine(page, severity, severity,
-              fmt::format("{}{}", finding.rule->summary,
-                          IsAboutStandard(*finding.rule) ? "" : " (matters to the driver alone)"),
-              FindingId(i));
+    if (told.insert({finding.rule, SeverityOf(finding)}).second) {
+      BriefRule(page, i);
+    }
   }
 }
 
@@ -121,7 +164,7 @@ void WriteChangeTitle(const Page& page, const run::Finding& change) {
   const auto title = page.html.Open("h3");
   const std::string fqdd = Printable(change.fqdd);
   const auto place = page.notes.PlaceOf(change);
-  const std::string name = place ? DisplayName(page.View(), *place) : FormerName(change);
+  const std::string name = place ? page.names.Of(*place) : FormerName(change);
   if (place) {
     WritePartLink(page, *place);
   } else {
@@ -153,6 +196,29 @@ void WriteToDo(const Page& page, const std::string& text) {
   page.html.Add("span", {}, text);
 }
 
+// Of a text in the source form of tables, which stands in quotation marks.
+std::string Unquoted(const std::optional<std::string>& text) {
+  const bool isQuoted = text && text->size() > 1 && text->front() == '"' && text->back() == '"';
+  return !text ? "" : isQuoted ? text->substr(1, text->size() - 2) : *text;
+}
+
+// The fields of its structure that changed, but for those that the document has as well.
+void WriteStructureFields(const Page& page, const StructureChange& structure,
+                          const std::vector<run::FieldChange>& told) {
+  std::vector<run::FieldChange> fields = structure.fields;
+  const auto isTold = [&](const run::FieldChange& field) {
+    return std::any_of(told.begin(), told.end(), [&](const run::FieldChange& other) {
+      return Unquoted(field.before) == other.before.value_or("") &&
+             Unquoted(field.after) == other.after.value_or("");
+    });
+  };
+  fields.erase(std::remove_if(fields.begin(), fields.end(), isTold), fields.end());
+  if (!fields.empty()) {
+    WriteSentence(page, "In the table, " + structure.structure + ":");
+    WriteValues(page, fields);
+  }
+}
+
 void WriteChange(const Page& page, std::size_t index) {
   const run::Finding& change = page.report.earlier->comparison.findings[index];
   const auto article = page.html.Open("article", {{"id", ChangeId(index)}, {"class", "note"}});
@@ -171,7 +237,33 @@ void WriteChange(const Page& page, std::size_t index) {
   if (!change.fields.empty()) {
     WriteValues(page, change.fields);
   }
+  if (const StructureChange* const structure = page.notes.StructureOf(change)) {
+    WriteStructureFields(page, *structure, change.fields);
+  }
   WriteToDo(page, change.toDo);
+}
+
+// What a structure says that no document does.
+void WriteStructure(const Page& page, std::size_t index) {
+  const StructureChange& change = page.report.earlier->structures[index];
+  const auto article = page.html.Open("article", {{"id", StructureId(index)}, {"class", "note"}});
+  {
+    const auto title = page.html.Open("h3");
+    if (const auto place = page.notes.PlaceOf(change)) {
+      WritePartLink(page, *place);
+      page.html.Add("span", {{"class", "code"}}, change.structure);
+    } else {
+      page.html.Add("span", {{"class", "part"}}, change.structure);
+    }
+    WriteBadge(page, "changed", VerdictOf(change));
+  }
+  WriteSentence(page, change.isAdded          ? "The table did not have it before."
+                      : change.isRemoved      ? "The table does not have it any more."
+                      : change.fields.empty() ? "Bytes changed that no field has."
+                                              : "");
+  if (!change.fields.empty()) {
+    WriteValues(page, change.fields);
+  }
 }
 
 void WriteFirmwareUpdate(const Page& page, const run::FirmwareUpdate& update) {
@@ -226,6 +318,15 @@ void WriteConsequences(const Page& page, const lint::Finding& finding) {
   }
 }
 
+// What a finding is about, among others of its rule.
+std::string AboutOf(const Page& page, const lint::Finding& finding) {
+  const lint::Place& at = finding.place;
+  if (const auto part = page.notes.PlaceOf(at)) {
+    return page.names.Of(*part);
+  }
+  return at.type && at.handle ? fmt::format("type {}, handle 0x{:04X}", *at.type, *at.handle) : "";
+}
+
 void WriteFinding(const Page& page, std::size_t index) {
   const lint::Finding& finding = page.report.findings[index];
   const std::string_view severity = NameOf(SeverityOf(finding));
@@ -234,6 +335,10 @@ void WriteFinding(const Page& page, std::size_t index) {
     const auto title = page.html.Open("h3");
     WriteBadge(page, severity, severity);
     page.html.Add("span", {}, finding.rule->summary);
+    const std::string about = AboutOf(page, finding);
+    if (!about.empty()) {
+      page.html.Add("span", {{"class", "part"}}, about);
+    }
   }
   page.html.Add("p", {}, finding.message);
   WritePlaces(page, finding);
@@ -266,6 +371,11 @@ void WriteChanges(const Page& page) {
   const Earlier& earlier = *page.report.earlier;
   const auto section = page.html.Open("section", SectionNamed("changes"));
   WriteHeading(page, "changes", "What changed");
+  for (const std::string& remark : earlier.remarks) {
+    const auto line = page.html.Open("p");
+    WriteBadge(page, "warning", "compared");
+    page.html.Add("span", {}, remark + ".");
+  }
   if (earlier.comparison.hasOtherOptions) {
     for (const std::string& line : earlier.comparison.lines) {
       page.html.Add("p", {}, Printable(line));
@@ -279,6 +389,9 @@ void WriteChanges(const Page& page) {
   }
   for (const std::size_t i : page.notes.Changes()) {
     WriteChange(page, i);
+  }
+  for (const std::size_t i : page.notes.Structures()) {
+    WriteStructure(page, i);
   }
 }
 

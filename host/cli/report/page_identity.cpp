@@ -12,6 +12,7 @@
 #include "host/cli/output/paragraph.h"
 #include "host/cli/output/text.h"
 #include "host/cli/report/page_sections.h"
+#include "host/cli/report/part_notes.h"
 
 namespace tvq::cli {
 namespace {
@@ -128,7 +129,7 @@ void WriteIdentity(const Page& page) {
   if (!numbers.empty()) {
     const auto line = page.html.Open("p", {{"class", "numbers"}});
     page.html.Add("span", {{"class", "code"}}, numbers);
-    if (page.report.isRedacted) {
+    if (page.report.isRedacted || page.report.wasRedacted) {
       WriteBadge(page, "quiet", "masked");
     }
   }
@@ -152,10 +153,8 @@ ReportSummary Summarize(const Report& report) {
     summary.errors += SeverityOf(finding) == lint::Severity::kError ? 1 : 0;
     summary.warnings += SeverityOf(finding) == lint::Severity::kWarning ? 1 : 0;
   }
-  if (report.earlier) {
-    const auto& changes = report.earlier->comparison.findings;
-    summary.changes = static_cast<std::size_t>(std::count_if(
-        changes.begin(), changes.end(), [](const run::Finding& one) { return one.isToLookAt; }));
+  if (report.earlier && !report.earlier->comparison.hasOtherOptions) {
+    summary.changes = PartNotes(report).CountToLookAt();
   }
   return summary;
 }

@@ -57,17 +57,14 @@ void WriteFindingsNote(const Page& page, const std::vector<std::size_t>& finding
 
 // What became of the part, and what is wrong with it, as links to where it is told.
 void WriteNotes(const Page& page, PartPlace place) {
-  for (const std::size_t i : page.notes.ChangesOf(place)) {
-    page.html.Link('#' + ChangeId(i), page.report.earlier->comparison.findings[i].verdict,
-                   "badge changed");
-  }
+  WriteChangeMarks(page, place);
   WriteFindingsNote(page, page.notes.FindingsOf(place), true);
   WriteFindingsNote(page, page.notes.FindingsOf(place), false);
 }
 
 // The name of a box, which leads to the part's row.
 void WriteName(const Page& page, PartPlace place) {
-  page.html.Link('#' + RowId(place), DisplayName(page.View(), place), "name");
+  page.html.Link('#' + RowId(place), page.names.Of(place), "name");
 }
 
 // ---- Memory ----
@@ -100,7 +97,7 @@ void WriteBar(const Page& page, std::uint64_t size, std::uint64_t largest) {
   }
 }
 
-void WriteModule(const Page& page, std::size_t index) {
+void WriteModule(const Page& page, std::size_t index, std::uint64_t largest) {
   const PartPlace place = {Kind::kModule, index};
   const Part& module = page.View().At(place);
   const MemoryMarks& marks = page.report.marks[index];
@@ -114,7 +111,7 @@ void WriteModule(const Page& page, std::size_t index) {
     WriteLine(page, "size", size.empty() ? "size unknown" : size);
     WriteLine(page, "kind", TextOf(module, "type"));
     WriteLine(page, "kind", SpeedText(module, marks));
-    WriteBar(page, module.NumberOf("sizeInBytes"), LargestModule(page.report.overview.machine));
+    WriteBar(page, module.NumberOf("sizeInBytes"), largest);
   }
   if (marks.isSlow) {
     WriteBadge(page, "slow", "slow");
@@ -126,10 +123,11 @@ void WriteModule(const Page& page, std::size_t index) {
   WriteNotes(page, place);
 }
 
-void WriteModules(const Page& page, const std::vector<std::size_t>& modules, const char* classes) {
+void WriteModules(const Page& page, const std::vector<std::size_t>& modules, const char* classes,
+                  std::uint64_t largest) {
   const auto list = page.html.Open("ul", {{"class", classes}});
   for (const std::size_t index : modules) {
-    WriteModule(page, index);
+    WriteModule(page, index, largest);
   }
 }
 
@@ -138,13 +136,14 @@ void WriteRows(const Page& page, const MemoryGroup& group) {
       std::all_of(group.rows.begin(), group.rows.end(), [](const MemoryRow& row) {
         return !row.name.empty() && row.modules.size() <= kSlotsOfColumn;
       });
+  const std::uint64_t largest = LargestModule(page.report.overview.machine);
   const auto rows = page.html.Open("div", {{"class", areColumns ? "channels" : "rows"}});
   for (const MemoryRow& row : group.rows) {
     const auto channel = page.html.Open("div", {{"class", "channel"}});
     if (!row.name.empty()) {
       page.html.Add("h4", {}, row.name);
     }
-    WriteModules(page, row.modules, areColumns ? "stack" : "boxes");
+    WriteModules(page, row.modules, areColumns ? "stack" : "boxes", largest);
   }
 }
 

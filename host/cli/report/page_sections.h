@@ -9,6 +9,7 @@
 #include <string>
 
 #include "host/cli/report/html_writer.h"
+#include "host/cli/report/part_names.h"
 #include "host/cli/report/part_notes.h"
 #include "host/cli/report/report.h"
 
@@ -18,6 +19,7 @@ namespace tvq::cli {
 struct Page {
   const Report& report;
   const PartNotes& notes;
+  const PartNames& names;
   HtmlWriter& html;
 
   MachineView View() const { return report.View(); }
@@ -38,10 +40,8 @@ bool IsPictured(facts::Kind kind);
 std::string RowId(PartPlace place);
 std::string BoxId(PartPlace place);
 std::string ChangeId(std::size_t change);
+std::string StructureId(std::size_t structure);
 std::string FindingId(std::size_t finding);
-
-// By its printed label, or else by what the driver calls it.
-std::string DisplayName(const MachineView& view, PartPlace place);
 
 // A link to where the part is shown: in the picture, else in the tables.
 void WritePartLink(const Page& page, PartPlace place);
@@ -52,6 +52,11 @@ void WriteHeading(const Page& page, const std::string& id, std::string_view text
 
 // A word in a box: "error", "replaced".
 void WriteBadge(const Page& page, std::string_view kind, std::string_view text);
+
+// What became of a structure, in a word.
+const char* VerdictOf(const StructureChange& change);
+// What became of the part, as links to where it is told.
+void WriteChangeMarks(const Page& page, PartPlace place);
 
 }  // namespace tvq::cli
 

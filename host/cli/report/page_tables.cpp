@@ -138,11 +138,12 @@ void WriteRow(const Page& page, PartPlace place, std::size_t number,
   const auto row = page.html.Open("tr", {{"role", "row"}, {"id", RowId(place)}});
   {
     const auto name = page.html.Open("th", {{"scope", "row"}, {"role", "rowheader"}});
-    const std::string text = DisplayName(page.View(), place);
+    const std::string& text = page.names.Of(place);
     if (IsPictured(place.kind)) {
       page.html.Link('#' + BoxId(place), text);
     } else {
-      page.html.Text(text);
+      page.html.Add("span", {}, text);
+      WriteChangeMarks(page, place);
     }
   }
   for (const Column& column : columns) {
@@ -175,7 +176,13 @@ void WriteTable(const Page& page, const std::vector<PartPlace>& places, const st
 
 void WriteSingle(const Page& page, PartPlace place, const std::string& title) {
   const auto article = page.html.Open("article", {{"class", "kind"}, {"id", RowId(place)}});
-  page.html.Add("h3", {}, title);
+  {
+    const auto heading = page.html.Open("h3");
+    page.html.Add("span", {}, title);
+    if (!IsPictured(place.kind)) {
+      WriteChangeMarks(page, place);
+    }
+  }
   std::vector<Column> columns = ColumnsOf(page.View(), {place});
   const std::string label = CellText(page.View().At(place), "label");
   if (!label.empty()) {
@@ -207,12 +214,11 @@ void WriteKind(const Page& page, Kind kind, const char* title) {
 
 // ---- The driver ----
 
-void WriteMissing(const Page& page) {
-  const Overview& overview = page.report.overview;
+void WriteMissing(const Page& page, const Overview& overview, const char* title) {
   if (overview.missing.empty()) {
     return;
   }
-  page.html.Add("h3", {}, "Without a record");
+  page.html.Add("h3", {}, title);
   const auto list = page.html.Open("ul");
   for (const Missing& missing : overview.missing) {
     page.html.Add(
@@ -222,6 +228,30 @@ void WriteMissing(const Page& page) {
                                                : Counted(missing.handles.size(), missing.what),
                     missing.why));
   }
+}
+
+std::string RunInWords(const Overview& overview) {
+  std::string text = overview.trouble.empty()
+                         ? fmt::format("Start: {}; {}", overview.results.start,
+                                       Counted(overview.devices.size(), "record"))
+                         : "The driver did not run: " + overview.trouble;
+  if (!overview.others.empty()) {
+    text += "; without one of their own: " + overview.others;
+  }
+  return text + '.';
+}
+
+// The findings are about the table as it is.
+void WriteTableAsItIs(const Page& page) {
+  if (!page.report.asIs) {
+    return;
+  }
+  const Overview& asIs = *page.report.asIs;
+  page.html.Add("p", {},
+                "This is of a copy of the table in which every device has a name that stays with "
+                "its slot; the findings are about the table as it is.");
+  page.html.Add("p", {}, "Of the table as it is - " + RunInWords(asIs));
+  WriteMissing(page, asIs, "Without a record, of the table as it is");
 }
 
 void WriteDifferences(const Page& page) {
@@ -248,15 +278,9 @@ void WriteDriver(const Page& page) {
   const Overview& overview = page.report.overview;
   const auto section = page.html.Open("section", SectionNamed("driver"));
   WriteHeading(page, "driver", "What the driver makes of it");
-  std::string text = overview.trouble.empty()
-                         ? fmt::format("Start: {}; {}", overview.results.start,
-                                       Counted(overview.devices.size(), "record"))
-                         : "The driver did not run: " + overview.trouble;
-  if (!overview.others.empty()) {
-    text += "; without one of their own: " + overview.others;
-  }
-  page.html.Add("p", {}, text + ".");
-  WriteMissing(page);
+  page.html.Add("p", {}, RunInWords(overview));
+  WriteMissing(page, overview, "Without a record");
+  WriteTableAsItIs(page);
   WriteDifferences(page);
 }
 

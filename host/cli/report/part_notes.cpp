@@ -41,10 +41,14 @@ PartNotes::PartNotes(const Report& report) : mReport(report) {
   for (std::size_t i = 0; i < report.findings.size(); ++i) {
     AddFinding(report.findings[i], i);
   }
-  if (!report.earlier) {
-    return;
+  if (report.earlier) {
+    AddChanges();
+    AddStructures();
   }
-  const std::vector<run::Finding>& changes = report.earlier->comparison.findings;
+}
+
+void PartNotes::AddChanges() {
+  const std::vector<run::Finding>& changes = mReport.earlier->comparison.findings;
   for (std::size_t i = 0; i < changes.size(); ++i) {
     if (!changes[i].isToLookAt && changes[i].fields.empty()) {
       continue;
@@ -54,6 +58,35 @@ PartNotes::PartNotes(const Report& report) : mReport(report) {
       mNotes[{place->kind, place->index}].changes.push_back(i);
     }
   }
+}
+
+// The system's change tells of boards, chassis and power supplies too, which have changes of their own.
+void PartNotes::AddStructures() {
+  const std::vector<StructureChange>& structures = mReport.earlier->structures;
+  for (std::size_t i = 0; i < structures.size(); ++i) {
+    const auto place = PlaceOf(structures[i]);
+    if (place) {
+      mNotes[{place->kind, place->index}].structures.push_back(i);
+    }
+    if (!place || ChangesOf(*place).empty()) {  // else it stands with the change of the device
+      mStructures.push_back(i);
+    }
+  }
+}
+
+const StructureChange* PartNotes::StructureOf(const run::Finding& change) const {
+  const auto place = PlaceOf(change);
+  return place && !StructuresOf(*place).empty()
+             ? &mReport.earlier->structures[StructuresOf(*place).front()]
+             : nullptr;
+}
+
+std::size_t PartNotes::CountToLookAt() const {
+  const run::Comparison& comparison = mReport.earlier->comparison;
+  const auto changes = std::count_if(mChanges.begin(), mChanges.end(), [&](std::size_t i) {
+    return comparison.findings[i].isToLookAt;
+  });
+  return static_cast<std::size_t>(changes) + (comparison.firmware ? 0 : mStructures.size());
 }
 
 void PartNotes::AddFinding(const lint::Finding& finding, std::size_t index) {
@@ -77,16 +110,22 @@ void PartNotes::AddFindingAt(const lint::Place& at, std::size_t index) {
   }
 }
 
-const std::vector<std::size_t>& PartNotes::ChangesOf(PartPlace place) const {
+const PartNotes::Notes& PartNotes::NotesOf(PartPlace place) const {
   static const Notes kNone;
   const auto found = mNotes.find({place.kind, place.index});
-  return found == mNotes.end() ? kNone.changes : found->second.changes;
+  return found == mNotes.end() ? kNone : found->second;
+}
+
+const std::vector<std::size_t>& PartNotes::ChangesOf(PartPlace place) const {
+  return NotesOf(place).changes;
+}
+
+const std::vector<std::size_t>& PartNotes::StructuresOf(PartPlace place) const {
+  return NotesOf(place).structures;
 }
 
 const std::vector<std::size_t>& PartNotes::FindingsOf(PartPlace place) const {
-  static const Notes kNone;
-  const auto found = mNotes.find({place.kind, place.index});
-  return found == mNotes.end() ? kNone.findings : found->second.findings;
+  return NotesOf(place).findings;
 }
 
 std::optional<PartPlace> PartNotes::PlaceOfHandle(unsigned type, unsigned handle) const {
@@ -98,6 +137,10 @@ std::optional<PartPlace> PartNotes::PlaceOfHandle(unsigned type, unsigned handle
 
 std::optional<PartPlace> PartNotes::PlaceOf(const lint::Place& place) const {
   return place.type && place.handle ? PlaceOfHandle(*place.type, *place.handle) : std::nullopt;
+}
+
+std::optional<PartPlace> PartNotes::PlaceOf(const StructureChange& change) const {
+  return change.isRemoved ? std::nullopt : PlaceOfHandle(change.type, change.handle);
 }
 
 // By its name, which the slot of a part that is gone has as well, or by what is printed there.

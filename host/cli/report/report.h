@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "host/cli/compare/diff_fields.h"
 #include "host/cli/device/overview.h"
 #include "host/cli/report/memory_layout.h"
 #include "host/cli/report/memory_marks.h"
@@ -22,12 +23,16 @@ namespace tvq::cli {
 struct Earlier {
   std::string name;
   run::Comparison comparison;
+  std::vector<StructureChange> structures;  // of the tables, where both sides have one
+  std::vector<std::string> remarks;         // what makes the two hard to compare
 };
 
 struct Report {
   std::string name;  // of the table
   bool isRedacted = true;
+  bool wasRedacted = false;  // of a state: it was saved with masks, and knows nothing else
   Overview overview;
+  std::optional<Overview> asIs;  // where the driver ran on a copy: of the table as it is
   std::vector<lint::Finding> findings;
   std::optional<Earlier> earlier;
   std::vector<MemoryGroup> memory;
@@ -46,7 +51,7 @@ struct ReportSummary {
   std::string firmware;
   std::size_t errors = 0;
   std::size_t warnings = 0;
-  std::size_t changes = 0;
+  std::optional<std::size_t> changes;  // nothing where nothing was compared
 };
 ReportSummary Summarize(const Report& report);
 

@@ -41,10 +41,12 @@ void WriteFooter(const Page& page) {
   const auto footer = page.html.Open("footer");
   page.html.Add(
       "p", {},
-      page.report.isRedacted
+      page.report.isRedacted || page.report.wasRedacted
           ? "Serial numbers, tags, UUIDs and OEM strings are masked: each digit stands for "
-            "another digit and each letter for another letter, equal texts for equal ones. "
-            "With --show-serials the page has them as they are."
+            "another digit and each letter for another letter, equal texts for equal ones. " +
+                std::string(page.report.wasRedacted
+                                ? "The state was saved so and has nothing else."
+                                : "With --show-serials the page has them as they are.")
           : "This page has the serial numbers of the machine and its parts as they are.");
   page.html.Add("p", {},
                 fmt::format("Made by tvq {} from {}: what the machine's own SMBIOS table states, "
@@ -63,7 +65,8 @@ std::string TitleOfPage(const Report& report) {
 std::string ReportPage(const Report& report) {
   HtmlWriter html;
   const PartNotes notes(report);
-  const Page page = {report, notes, html};
+  const PartNames names(report.View());
+  const Page page = {report, notes, names, html};
   BeginPage(html, TitleOfPage(report), "");
   {
     const auto header = html.Open("header", {{"class", "top"}});

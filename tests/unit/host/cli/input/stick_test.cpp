@@ -44,6 +44,13 @@ class CliStick : public CliTest {
   void SaveOnStick(const std::string& name, const test::Table& table) {
     ASSERT_EQ(RunTvq({"save", Folder(name), "--from-dump", TableFile(table)}).status, 0);
   }
+  // What the agent leaves on a stick beside the states.
+  void AddAgentsOwnFiles() {
+    std::filesystem::create_directories(Path("stick/EFI/BOOT"));
+    for (const char* const name : {"TVQ/report.txt", "TVQ/log.txt", "EFI/BOOT/BOOTX64.EFI"}) {
+      Write(std::string("stick/") + name, {'t', 'e', 'x', 't'});
+    }
+  }
   void SaveTwoMachines() {
     SaveOnStick("AAA1", Machine("AAA1"));
     SaveOnStick("BBB2", Machine("BBB2"));
@@ -157,10 +164,13 @@ TEST_F(CliStick, GivesAPageAboutAMachineWithoutItsTable) {
 
 TEST_F(CliStick, GivesAPageToEachOfItsMachines) {
   SaveTwoMachines();
+  AddAgentsOwnFiles();
   const auto names = [this](const std::vector<std::string>& more) {
     std::vector<std::string> arguments = {"report", Path("stick"), "-o", Path("pages")};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    EXPECT_LT(RunTvq(arguments).status, 2);
+    const Outcome outcome = RunTvq(arguments);
+    EXPECT_LT(outcome.status, 2);
+    EXPECT_EQ(outcome.diagnostics, "");
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(Path("pages"))) {
       names.push_back(entry.path().filename());

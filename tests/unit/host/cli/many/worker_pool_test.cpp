@@ -7,9 +7,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <system_error>
 #include <vector>
 
 namespace tvq::cli {
@@ -69,6 +71,39 @@ TEST(WorkerPool, ACrashCostsOneItem) {
       EXPECT_THAT(taken.results[i].crash, HasSubstr(crashed ? "signal 9" : "")) << i;
     }
   }
+}
+
+// As few descriptors as a process has now, and some more, as long as this lives.
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(unsigned more) {
+    getrlimit(RLIMIT_NOFILE, &mBefore);
+    const int free = dup(STDERR_FILENO);
+    close(free);
+    rlimit few = mBefore;
+    few.rlim_cur = static_cast<unsigned>(free) + more;
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &mBefore); }
+
+ private:
+  rlimit mBefore = {};
+};
+
+TEST(WorkerPool, GoesOnWithTheWorkersThatCouldBeStarted) {
+  const FewDescriptors few(3);  // for two workers
+  const Handed taken = RunAll(30, 8, [](std::size_t) { return WorkResult{0, "done", "", ""}; });
+  ASSERT_EQ(taken.results.size(), 30u);
+  for (const WorkResult& result : taken.results) {
+    EXPECT_EQ(result.out, "done");
+  }
+}
+
+TEST(WorkerPool, SaysSoWhereNoWorkerCanBeStarted) {
+  const FewDescriptors few(1);
+  EXPECT_THROW(RunAll(3, 2, [](std::size_t) { return WorkResult(); }), std::system_error);
 }
 
 TEST(WorkerPool, DoesNothingWithNoItems) {

@@ -107,8 +107,10 @@ TEST_F(RedactFile, WhatLiesBehindTheStructuresIsBlankedAndSaid) {
   ExpectSafeSource(dump);
   const Outcome exported = RunTvq(Arguments{"export", Write("dump.bin", dump)} + kRedact);
   EXPECT_THAT(mSecrets.In(exported.out + exported.diagnostics), IsEmpty());
-  EXPECT_THAT(exported.diagnostics,
-              HasSubstr("--redact blanked what follows the last whole structure (20 bytes)"));
+  EXPECT_THAT(
+      exported.diagnostics,
+      HasSubstr(
+          "what follows the last whole structure is blanked, not to give it away (20 bytes)"));
   EXPECT_THAT(RunTvq({"export", Path("dump.bin")}).diagnostics, Not(HasSubstr("blanked")));
 }
 
