@@ -54,4 +54,9 @@ UINT64 TicksToMicroseconds(UINT64 ticks, UINT64 ticksPerSecond) {
   return ticksPerSecond == 0 ? 0 : ticks * 1000000 / ticksPerSecond;
 }
 
+void FormatMilliseconds(UINT64 microseconds, CHAR8 (&text)[kMillisecondsSize]) {
+  AsciiSPrint(text, sizeof(text), "%ld.%03d", microseconds / 1000,
+              static_cast<UINT32>(microseconds % 1000));
+}
+
 }  // namespace tvqplatform

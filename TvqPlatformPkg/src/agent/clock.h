@@ -20,6 +20,10 @@ UINT64 TicksPerSecond();
 /// Microseconds that these ticks took; 0 when the rate is not known.
 UINT64 TicksToMicroseconds(UINT64 ticks, UINT64 ticksPerSecond);
 
+inline constexpr UINTN kMillisecondsSize = 28;
+/// "12.345", of microseconds.
+void FormatMilliseconds(UINT64 microseconds, CHAR8 (&text)[kMillisecondsSize]);
+
 }  // namespace tvqplatform
 
 #endif

@@ -106,9 +106,10 @@ bool DriverControl::Start(bool asIs, bool keepVariable) {
   const UINT64 before = ReadTicks();
   const EFI_STATUS status = StartDriver();
   const UINT64 ticks = ReadTicks() - before;
-  const UINT64 microseconds = TicksToMicroseconds(ticks, TicksPerSecond());
-  AddLine(&mReport, "Start: %r, in %ld.%03d ms (%,ld ticks of the processor's clock)", status,
-          microseconds / 1000, static_cast<UINT32>(microseconds % 1000), ticks);
+  CHAR8 milliseconds[kMillisecondsSize];
+  FormatMilliseconds(TicksToMicroseconds(ticks, TicksPerSecond()), milliseconds);
+  AddLine(&mReport, "Start: %r, in %a ms (%,ld ticks of the processor's clock)", status,
+          milliseconds, ticks);
   if (!keepVariable) {
     PutBack(variable);
   }
@@ -124,7 +125,7 @@ bool DriverControl::Start(bool asIs, bool keepVariable) {
 void DriverControl::PutBack(const FamilyVariable& variable) {
   bool isChanged;
   const EFI_STATUS status = variable.PutBack(isChanged);
-  if (EFI_ERROR(status) && status != EFI_UNSUPPORTED) {
+  if (EFI_ERROR(status)) {
     AddLine(&mReport, "Variable: " TVQ_FAMILY_VARIABLE " stays as the start left it (%r)", status);
     AddLine(&mReport, "  What to do: nothing; the next start writes the same.");
   } else if (isChanged) {

@@ -37,7 +37,7 @@ FamilyVariable::FamilyVariable() {
 EFI_STATUS FamilyVariable::PutBack(bool& isChanged) const {
   isChanged = false;
   if (EFI_ERROR(mStatus) && mStatus != EFI_NOT_FOUND) {
-    return EFI_UNSUPPORTED;
+    return EFI_SUCCESS;
   }
   UINT32 attributes = 0;
   UINT8 family = 0;

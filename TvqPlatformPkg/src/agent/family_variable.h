@@ -19,9 +19,9 @@ class FamilyVariable {
   /**
     Puts it back: it goes where it was not there. Nothing that runs needs it.
 
-    @retval EFI_SUCCESS       It is as it was; `isChanged` tells whether it was another one.
-    @retval EFI_UNSUPPORTED   Nothing is known of it, and nothing is done.
-    @retval Others            It stays as the start left it.
+    @retval EFI_SUCCESS   It is as it was; `isChanged` tells whether it was another one. Or nothing was
+                          known of it, and nothing is done.
+    @retval Others        It stays as the start left it.
   **/
   [[nodiscard]] EFI_STATUS PutBack(bool& isChanged) const;
 

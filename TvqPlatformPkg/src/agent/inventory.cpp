@@ -6,6 +6,10 @@
 
 #include "inventory.h"
 
+extern "C" {
+#include <Library/DevicePathLib.h>
+}
+
 #include <Library/TvqBlobLib.h>
 #include <Protocol/ZvEntry.h>
 
@@ -19,9 +23,8 @@ namespace blobs = tvq::blobs;
 namespace {
 
 bool IsRecordPath(const EFI_DEVICE_PATH_PROTOCOL* path) {
-  const UINTN length = path->Length[0] | (path->Length[1] << 8);
-  return path->Type == HARDWARE_DEVICE_PATH && path->SubType == HW_VENDOR_DP &&
-         length == OFFSET_OF(TVQ_DEVICE_PATH, End);
+  return DevicePathType(path) == HARDWARE_DEVICE_PATH && DevicePathSubType(path) == HW_VENDOR_DP &&
+         DevicePathNodeLength(path) == OFFSET_OF(TVQ_DEVICE_PATH, End);
 }
 
 void CopyDevicePath(const EFI_DEVICE_PATH_PROTOCOL* path, DeviceInventory& device) {

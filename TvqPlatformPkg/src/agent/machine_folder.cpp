@@ -41,21 +41,21 @@ smbios::Text FirstUsable(const MachineIdentity& machine) {
 
 void PrintName(const MachineIdentity& machine, CHAR16 (&name)[kNameLength + 1]) {
   const smbios::Text serial = FirstUsable(machine);
+  UINTN length = 0;
   if (serial) {
-    UINTN length = 0;
     for (; length < MIN(serial.Length(), kNameLength); length++) {
       name[length] = AllowedInName(serial[length]);
     }
-    name[length] = 0;
   } else if (HasUsableUuid(machine)) {
     constexpr char16_t kDigits[] = u"0123456789abcdef";
-    for (UINTN i = 0; i < kNameLength; i++) {
-      name[i] = kDigits[(machine.Uuid[i / 2] >> (i % 2 == 0 ? 4 : 0)) & 0xF];
+    for (; length < kNameLength; length++) {
+      const UINT8 shift = length % 2 == 0 ? 4 : 0;
+      name[length] = kDigits[(machine.Uuid[length / 2] >> shift) & 0xF];
     }
-    name[kNameLength] = 0;
   } else {
-    UnicodeSPrint(name, sizeof(name), tvq::Ucs2(u"without-number"));
+    length = UnicodeSPrint(name, sizeof(name), tvq::Ucs2(u"without-number"));
   }
+  name[length] = 0;
 }
 
 bool IsMachineFolder(const VolumeEntry& entry) {
@@ -104,7 +104,7 @@ enum class FolderKind : UINT8 {
   OwnedArray<VolumeEntry> entries;
   EFI_STATUS status = volume.List(tvq::Ucs2(TVQ_FOLDER), entries);
   if (EFI_ERROR(status)) {
-    return status == EFI_NOT_FOUND || status == EFI_NO_MEDIA ? EFI_SUCCESS : status;
+    return status == EFI_NOT_FOUND ? EFI_SUCCESS : status;
   }
   for (const VolumeEntry& entry : entries) {
     if (!IsMachineFolder(entry)) {

@@ -36,7 +36,7 @@ class RunReport : public Report {
 
   bool mFailed = false;
   UINTN mFailures = 0;
-  CHAR8 mReason[128];
+  CHAR8 mReason[160];
 };
 
 }  // namespace tvqplatform

@@ -27,7 +27,7 @@ VOID EFIAPI AddDetail(ScreenContent* content, Style style, const CHAR8* format, 
   VA_START(marker, format);
   AsciiVSPrint(line, sizeof(line), format, marker);
   VA_END(marker);
-  content->Lost += content->Details.Add(style, line) ? 0 : 1;
+  content->Expect(content->Details.Add(style, line));
 }
 
 void Tell(Style style, const CHAR8* text, View& view) {
@@ -71,18 +71,12 @@ void ScreenSession::FormatTitle() {
 
 void ScreenSession::Do(VOID* context, Command command, View& view) {
   ScreenSession& self = *static_cast<ScreenSession*>(context);
-  const ShownDevice* const device =
-      view.Chosen < self.mContent.Devices.Size() ? &self.mContent.Devices[view.Chosen] : nullptr;
   switch (command) {
     case Command::kShowDetails:
-      if (device != nullptr) {
-        self.ShowDetails(*device);
-      }
+      self.ShowDetails(self.mContent.Devices[view.Chosen]);
       break;
     case Command::kAcceptOne:
-      if (device != nullptr) {
-        self.AcceptOne(*device, view);
-      }
+      self.AcceptOne(self.mContent.Devices[view.Chosen], view);
       break;
     case Command::kAcceptAll:
       AddLine(&self.mReport, "");
@@ -159,7 +153,7 @@ void ScreenSession::ShowDetails(const ShownDevice& device) {
   AddDetail(&mContent, Style::kPlain, "Name:    %a", device.Name);
   for (UINTN i = 0; i < device.LineCount; i++) {
     const StyledLine line = mContent.Verdicts[device.FirstLine + i];
-    mContent.Lost += mContent.Details.Add(line.How, line.Text) ? 0 : 1;
+    mContent.Expect(mContent.Details.Add(line.How, line.Text));
   }
   if (device.Record != kNone) {
     ShowValues(mResults.Devices()[device.Record]);

@@ -85,7 +85,6 @@ void StateCheck::SaveUnlessReadOnly(const Snapshot& now, StateFiles& files) {
     Save(now, files, files.IsFirst() ? kSaved : kAccepted);
   } else {
     AddLine(&mReport, kLeft);
-    mOutcome.End = StateEnd::kLeft;
   }
 }
 

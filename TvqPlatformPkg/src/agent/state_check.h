@@ -23,10 +23,9 @@ struct StateComparer {
 
 /// What became of this boot's state.
 enum class StateEnd : UINT8 {
-  kNone,      ///< It is not saved; the report says why.
+  kNone,      ///< It is not saved: another one stays the one that counts, or the report says why.
   kFirst,     ///< It is saved, as the first one.
   kAccepted,  ///< It is saved beside others, or was there already.
-  kLeft,      ///< Another one stays the one that counts.
 };
 
 struct StateOutcome {

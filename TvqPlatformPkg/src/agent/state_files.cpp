@@ -153,45 +153,49 @@ EFI_STATUS StateFiles::Load() {
   return EFI_ERROR(status) ? status : mHasState ? EFI_SUCCESS : EFI_NOT_FOUND;
 }
 
+/// Takes the file's state, unless the one that was taken before is as new.
+EFI_STATUS StateFiles::LoadFirstVersion(const CHAR16* path) {
+  OwnedArray<UINT8> bytes;
+  const EFI_STATUS status = mVolume.Read(path, kMaximumStateSize, bytes);
+  if (EFI_ERROR(status)) {
+    return status;
+  }
+  StoredState candidate;
+  const StateDefect defect = ReadState({bytes.Data(), bytes.Size()}, candidate);
+  if (defect != StateDefect::kNone) {
+    return defect == StateDefect::kNoMemory ? EFI_OUT_OF_RESOURCES : EFI_VOLUME_CORRUPTED;
+  }
+  if (mHasState && candidate.Generation <= mState.Generation) {
+    return EFI_SUCCESS;
+  }
+  mBytes.Free();
+  if (!mBytes.Append(bytes.Data(), bytes.Size()) ||
+      ReadState({mBytes.Data(), mBytes.Size()}, mState) != StateDefect::kNone) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  mHasState = true;
+  UnicodeSPrint(mFirstVersionPath, sizeof(mFirstVersionPath), tvq::Ucs2(u"%s"), path);
+  return EFI_SUCCESS;
+}
+
 EFI_STATUS StateFiles::LoadFirstVersion() {
   EFI_STATUS worst = EFI_NOT_FOUND;
   for (const char16_t* path : kFirstVersionPaths) {
-    OwnedArray<UINT8> bytes;
-    const EFI_STATUS status = mVolume.Read(tvq::Ucs2(path), kMaximumStateSize, bytes);
-    if (status == EFI_NOT_FOUND || status == EFI_NO_MEDIA) {
-      continue;
+    const EFI_STATUS status = LoadFirstVersion(tvq::Ucs2(path));
+    if (status == EFI_OUT_OF_RESOURCES) {
+      mHasState = false;  // The newer one may be what there was no memory for.
+      return status;
     }
-    if (EFI_ERROR(status)) {
-      worst = status;
-      continue;
-    }
-    StoredState candidate;
-    const StateDefect defect = ReadState({bytes.Data(), bytes.Size()}, candidate);
-    if (defect != StateDefect::kNone) {
-      worst = defect == StateDefect::kNoMemory ? EFI_OUT_OF_RESOURCES : EFI_VOLUME_CORRUPTED;
-      continue;
-    }
-    if (mHasState && candidate.Generation <= mState.Generation) {
-      continue;
-    }
-    mBytes.Free();
-    if (!mBytes.Append(bytes.Data(), bytes.Size()) ||
-        ReadState({mBytes.Data(), mBytes.Size()}, mState) != StateDefect::kNone) {
-      mHasState = false;
-      return EFI_OUT_OF_RESOURCES;
-    }
-    mHasState = true;
-    UnicodeSPrint(mFirstVersionPath, sizeof(mFirstVersionPath), tvq::Ucs2(path));
+    worst = EFI_ERROR(status) && status != EFI_NOT_FOUND ? status : worst;
   }
   return mHasState ? EFI_SUCCESS : worst;
 }
 
-/// Whether it differs from the current state in nothing but when it was saved. In front of one that
-/// cannot be read another one is wanted.
+/// Whether it differs from the current state in nothing but when it was saved, which one of version 1
+/// always does. In front of one that cannot be read another one is wanted.
 bool StateFiles::IsUnchanged(const Snapshot& snapshot) const {
   EncodedState state;
-  if (!mHasState || mCurrent == 0 || !mSkipped.Empty() ||
-      !state.Write(snapshot, mState.Generation, mState.Content.Time)) {
+  if (!mSkipped.Empty() || !state.Write(snapshot, mState.Generation, mState.Content.Time)) {
     return false;
   }
   return state.File().Size() == mBytes.Size() &&
@@ -219,7 +223,7 @@ SaveResult StateFiles::Save(const Snapshot& snapshot, UINTN kept, EFI_STATUS& st
   if (IsUnchanged(snapshot)) {
     return SaveResult::kUnchanged;
   }
-  UINT32 newest = 0;
+  UINT32 newest;
   (void)NextBelow(kNumberLimit, newest);
   EncodedState state;
   CHAR16 path[kPathSize];

@@ -17,7 +17,8 @@
 namespace tvqplatform {
 
 /// Room for a path of the agent's.
-inline constexpr UINTN kPathSize = 80;
+/// Room for a state in any folder that a volume lists.
+inline constexpr UINTN kPathSize = 96;
 
 /// How many states stay where nobody says otherwise.
 inline constexpr UINTN kKeptStates = 10;
@@ -72,6 +73,7 @@ class StateFiles {
   [[nodiscard]] EFI_STATUS ReadNumbers();
   [[nodiscard]] bool NextBelow(UINT32 limit, UINT32& number) const;
   [[nodiscard]] EFI_STATUS LoadNumber(UINT32 number);
+  [[nodiscard]] EFI_STATUS LoadFirstVersion(const CHAR16* path);
   [[nodiscard]] EFI_STATUS Skip(UINT32 number, StateDefect defect, EFI_STATUS status);
   [[nodiscard]] bool IsUnchanged(const Snapshot& snapshot) const;
   [[nodiscard]] EFI_STATUS WriteAndReadBack(const CHAR16* path, Bytes file) const;

@@ -79,7 +79,6 @@ void Console::TakeUsualMode() {
 void Console::PutModeBack() {
   if (mHasOtherMode) {
     (void)gST->ConOut->SetMode(gST->ConOut, static_cast<UINTN>(mFormerMode));
-    mHasOtherMode = false;
   }
 }
 

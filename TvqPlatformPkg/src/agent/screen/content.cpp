@@ -7,6 +7,7 @@
 #include "content.h"
 
 #include "../../compare/lines.h"
+#include "../../smbios/names/slot_place.h"
 
 namespace tvqplatform {
 
@@ -35,8 +36,17 @@ ShownDevice Blank() {
 }
 
 void Append(const ShownDevice& shown, ScreenContent& content) {
-  if (!content.Devices.Append(shown)) {
-    content.Lost++;
+  content.Expect(content.Devices.Append(shown));
+}
+
+/// Without blanks around it.
+void CopyLabelText(smbios::Text label, ShownDevice& shown) {
+  const smbios::Text text = WithoutOuterBlanks(label);
+  CopyMem(shown.Label, text.Data(), MIN(text.Length(), sizeof(shown.Label) - 1));
+}
+void CopyLabelText(const DeviceLabel* label, ShownDevice& shown) {
+  if (label != nullptr) {
+    CopyLabelText(label->Text, shown);
   }
 }
 
@@ -44,8 +54,7 @@ void ShowRecord(const Inventory& inventory, UINT32 record, const DeviceLabels& l
                 ScreenContent& content) {
   const DeviceInventory& device = inventory[record];
   ShownDevice shown = Blank();
-  CopyLabel(device.HasDevicePath ? labels.OfRecord(Bytes(device.DevicePath)) : nullptr,
-            shown.Label);
+  CopyLabelText(device.HasDevicePath ? labels.OfRecord(Bytes(device.DevicePath)) : nullptr, shown);
   CopyWide(device.Fqdd, shown.Fqdd, sizeof(shown.Fqdd));
   CopySerialNumber(device, shown.Serial, sizeof(shown.Serial));
   CopyMarketingName(device, shown.Name, sizeof(shown.Name));
@@ -57,7 +66,7 @@ void ShowRecord(const Inventory& inventory, UINT32 record, const DeviceLabels& l
 void ShowWithoutRecord(const SnapshotDevice& device, const DeviceLabels& labels,
                        ScreenContent& content) {
   ShownDevice shown = Blank();
-  CopyLabel(labels.OfFqdd(device.Fqdd), shown.Label);
+  CopyLabelText(labels.OfFqdd(device.Fqdd), shown);
   CopyWide(device.Fqdd, shown.Fqdd, sizeof(shown.Fqdd));
   AsciiSPrint(shown.Name, sizeof(shown.Name), "(no record)");
   shown.Class = ClassInWords(device.ComponentClass);
@@ -67,8 +76,7 @@ void ShowWithoutRecord(const SnapshotDevice& device, const DeviceLabels& labels,
 /// One that this boot has no line of: it is gone, or the driver makes no records of its kind.
 void ShowFinding(const Comparison& comparison, const Finding& finding, ScreenContent& content) {
   ShownDevice shown = Blank();
-  const smbios::Text label = LabelOf(comparison, finding);
-  CopyMem(shown.Label, label.Data(), MIN(label.Length(), sizeof(shown.Label) - 1));
+  CopyLabelText(LabelOf(comparison, finding), shown);
   CopyWide(FqddOf(comparison, finding), shown.Fqdd, sizeof(shown.Fqdd));
   shown.Class = NameOf(finding.Kind);
   Append(shown, content);
@@ -81,7 +89,7 @@ struct VerdictLines {
 
 void AddVerdictLine(VOID* context, const CHAR8* line) {
   auto* lines = static_cast<VerdictLines*>(context);
-  lines->Content.Lost += lines->Content.Verdicts.Add(lines->How, line) ? 0 : 1;
+  lines->Content.Expect(lines->Content.Verdicts.Add(lines->How, line));
 }
 
 }  // namespace
@@ -105,7 +113,6 @@ UINTN ScreenContent::FirstFinding() const {
 
 void ShowDevices(const Inventory& inventory, const DeviceLabels& labels, const Snapshot& now,
                  ScreenContent& content) {
-  content.Devices.Shrink(0);
   for (UINT32 i = 0; i < inventory.Size(); i++) {
     ShowRecord(inventory, i, labels, content);
   }

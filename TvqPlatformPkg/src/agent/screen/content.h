@@ -34,6 +34,9 @@ struct ScreenContent {
   ScreenContent(const ScreenContent&) = delete;
   ScreenContent& operator=(const ScreenContent&) = delete;
 
+  /// Notes that there was no memory for a line or a device.
+  void Expect(bool hasMemory) { IsCut = IsCut || !hasMemory; }
+
   UINTN CountFindings() const;
   /// The first device that somebody has to look at, or else the first one.
   UINTN FirstFinding() const;
@@ -48,7 +51,7 @@ struct ScreenContent {
   bool IsQuiet = false;             ///< The comparison says that nobody has to look at anything.
   bool CanAccept = false;  ///< There is a saved state to compare with, and room for another.
   bool CanSave = false;
-  UINTN Lost = 0;  ///< Lines and devices that there was no memory for.
+  bool IsCut = false;  ///< There was no memory for all lines and devices.
 };
 
 /// Puts every record into the content, and the devices of the snapshot that have none.

@@ -196,14 +196,16 @@ class Drawing {
   const Columns mColumns;
 };
 
-/// Those that do something now, in the last row, or on narrow screens in the last two.
+/// Those that do something now, in the last row, or on narrow screens in the last two. These begin in
+/// the first column, as the smallest screen needs every one.
 void Drawing::DrawKeys() {
   const UINTN first = mPages.RowsPerPage() + 2;
   for (UINTN row = first; row < mPicture.Rows(); row++) {
     mPicture.SetStyle(row, Style::kBar);
   }
+  const UINTN left = first + 1 < mPicture.Rows() ? 0 : 1;
   UINTN row = first;
-  UINTN column = 1;
+  UINTN column = left;
   const auto add = [&](bool applies, const CHAR8* key) {
     const UINTN length = Length(key);
     if (!applies) {
@@ -211,7 +213,7 @@ void Drawing::DrawKeys() {
     }
     if (column + length > mPicture.Width()) {
       row++;
-      column = 1;
+      column = left;
     }
     mPicture.Put(row, column, key);
     column += length + 1;

@@ -70,7 +70,7 @@ bool Pages::AddLines(PageRow::Kind kind, const StyledLines& lines, UINTN width) 
 /// Fills the page that was begun.
 bool Pages::BeginPage() {
   while (mRows.Size() % mRowsPerPage != 0) {
-    if (!mRows.Append({PageRow::Kind::kBlank, 0, 0, 0, 0})) {
+    if (!mRows.Append({PageRow::Kind::kBlank})) {
       return false;
     }
   }
@@ -93,13 +93,13 @@ bool Pages::Arrange(const ScreenContent& content, bool hasDetails, const ScreenS
       return false;
     }
     const bool isAtTop = mRows.Size() % mRowsPerPage == 0;
-    if ((!isAtTop && !mRows.Append({PageRow::Kind::kBlank, 0, 0, 0, 0})) ||
-        !mRows.Append({PageRow::Kind::kColumns, 0, 0, 0, 0})) {
+    if ((!isAtTop && !mRows.Append({PageRow::Kind::kBlank})) ||
+        !mRows.Append({PageRow::Kind::kColumns})) {
       return false;
     }
   }
   for (UINT32 i = 0; i < content.Devices.Size(); i++) {
-    if (!mRows.Append({PageRow::Kind::kDevice, i, 0, 0, 0})) {
+    if (!mRows.Append({PageRow::Kind::kDevice, i})) {
       return false;
     }
   }

@@ -13,7 +13,6 @@ bool Picture::Begin(const ScreenSize& size) {
   mStyles.Shrink(0);
   mWidth = size.Columns - 1;
   if (!mText.AppendZeroed(size.Columns * size.Rows) || !mStyles.AppendZeroed(size.Rows)) {
-    mStyles.Shrink(0);
     return false;
   }
   for (UINTN row = 0; row < size.Rows; row++) {

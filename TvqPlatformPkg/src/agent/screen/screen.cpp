@@ -81,7 +81,6 @@ void Screen::CarryOut(Command command) {
     AsciiSPrint(mView.Message, sizeof(mView.Message), "Saving...");
     mView.MessageStyle = Style::kPlain;
     (void)Refresh();
-    mView.Message[0] = '\0';
   }
   mCommands.Do(mCommands.Context, command, mView);
   mView.Chosen = mView.Chosen < mContent.Devices.Size() ? mView.Chosen : 0;

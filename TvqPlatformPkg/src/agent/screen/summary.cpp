@@ -15,7 +15,7 @@ namespace {
 constexpr UINTN kSentence = 200;
 
 void Add(Style style, const CHAR8* text, ScreenContent& content) {
-  content.Lost += content.Summary.Add(style, text) ? 0 : 1;
+  content.Expect(content.Summary.Add(style, text));
 }
 
 void AddComparison(const StateOutcome& outcome, ScreenContent& content) {
@@ -79,15 +79,15 @@ Style StyleOf(Topic topic, const CHAR8* line, UINTN length) {
 void AddTopic(const Report& report, Topic topic, ScreenContent& content) {
   report.ForEachLine([topic, &content](const CHAR8* line, UINTN length, Topic about) {
     if (about == topic) {
-      content.Lost += content.Summary.Add(StyleOf(topic, line, length), line, length) ? 0 : 1;
+      content.Expect(content.Summary.Add(StyleOf(topic, line, length), line, length));
     }
   });
 }
 
 void AddReport(const Report& report, ScreenContent& content) {
-  content.Lost += content.Report.Add(Style::kHeading, "The whole report:") ? 0 : 1;
+  content.Expect(content.Report.Add(Style::kHeading, "The whole report:"));
   report.ForEachLine([&content](const CHAR8* line, UINTN length, Topic about) {
-    content.Lost += content.Report.Add(StyleOf(about, line, length), line, length) ? 0 : 1;
+    content.Expect(content.Report.Add(StyleOf(about, line, length), line, length));
   });
 }
 
@@ -102,7 +102,7 @@ void Summarize(const VisitFacts& facts, ScreenContent& content) {
   AddTopic(facts.State, Topic::kFinding, content);
   AddTopic(facts.State, Topic::kState, content);
   AddReport(facts.Report, content);
-  if (content.Lost != 0) {
+  if (content.IsCut) {
     Add(Style::kTrouble, "There is no memory to show everything; \\TVQ\\report.txt has it.",
         content);
   }

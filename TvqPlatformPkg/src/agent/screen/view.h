@@ -39,9 +39,9 @@ struct View {
 /// What has to be done, because of a key.
 enum class Command : UINT8 {
   kNone,
-  kShowDetails,  ///< Of the chosen device.
+  kShowDetails,  ///< Of the chosen device, which is there.
   kAcceptAll,
-  kAcceptOne,
+  kAcceptOne,  ///< The same device.
   kSave,
   kPowerOff,
   kLeave,
@@ -59,10 +59,10 @@ struct PageRow {
   };
 
   Kind What;
-  UINT32 Line;   ///< In the lines of its kind, or a device.
-  UINT32 Start;  ///< The piece of that line that the row shows.
-  UINT32 Length;
-  UINT32 Indent;
+  UINT32 Line = 0;   ///< In the lines of its kind, or a device.
+  UINT32 Start = 0;  ///< The piece of that line that the row shows.
+  UINT32 Length = 0;
+  UINT32 Indent = 0;
 };
 
 /// The rows of all pages, one behind the other.

@@ -58,6 +58,7 @@ class BootSnapshotOfTable : public AgentTest {
         1234);
   }
   const Snapshot& Taken() const { return mSnapshot.Get(); }
+  const tvqplatform::DeviceLabels& NoLabels() const { return mNoLabels; }
 
   // "FQDD handle reason", one for each device.
   std::vector<std::string> Devices() const {
@@ -77,6 +78,7 @@ class BootSnapshotOfTable : public AgentTest {
   bool mIsStarted = false;
   tvqplatform::ConformedTable mConformed;
   tvqplatform::DeviceLabels mLabels;
+  tvqplatform::DeviceLabels mNoLabels;
   tvqplatform::Publication mPublication;
   BootSnapshot mSnapshot;
 };
@@ -131,6 +133,7 @@ TEST_F(BootSnapshotOfTable, SaysOfDevicesWithoutARecordWhy) {
        /*asIs=*/true);
   EXPECT_THAT(Devices(), ElementsAre("CPU.Socket.1 0400 0", "CPU.Socket.1 0401 1",
                                      "CPU.Socket.9 0402 3", " FFFF 2"));
+  EXPECT_EQ(Taken().Devices[1].ComponentClass, static_cast<UINT32>(TVQ_CLASS_CPU));
   EXPECT_EQ(Taken().Devices[3].ComponentClass, static_cast<UINT32>(TVQ_CLASS_SYSTEM));
   EXPECT_TRUE(Taken().Devices[1].Blobs.Empty());
 }
@@ -139,6 +142,24 @@ TEST_F(BootSnapshotOfTable, WhereTheDriverDidNotStartSaysSoOfEveryDevice) {
   Boot(Server(), /*asIs=*/true);
   EXPECT_THAT(Devices(), ElementsAre("CPU.Socket.1 0400 5", "DIMM.Socket.A1 1100 5",
                                      "DIMM.Socket.A2 1101 5", " 0100 5"));
+  EXPECT_EQ(Taken().Devices[1].ComponentClass, static_cast<UINT32>(TVQ_CLASS_DIMM));
+}
+
+TEST_F(BootSnapshotOfTable, HasAllDevicesWithoutARecordOrIsNone) {
+  Boot(Server(), /*asIs=*/true);
+  ASSERT_EQ(Devices().size(), 4u);
+  uint64_t n = 0;
+  bool isTaken = false;
+  while (!isTaken && n < 20) {
+    tvqplatform::Inventory inventory;
+    Firmware().Memory().FailAllocation(++n, host::images::agent);
+    BootSnapshot snapshot;
+    isTaken = snapshot.Take(inventory,
+                            {Taken().Table, Taken().Table.Structures, NoLabels(), false, 0}, 0);
+    Firmware().Memory().StopFailing();
+    EXPECT_EQ(isTaken, snapshot.Get().Devices.Size() == 4) << n;
+  }
+  EXPECT_GT(n, 2u);
 }
 
 TEST_F(BootSnapshotOfTable, CutsANameThatIsTooLong) {

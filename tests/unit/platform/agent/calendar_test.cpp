@@ -42,6 +42,7 @@ TEST_F(AgentCalendar, CountsSecondsSince1970) {
       {Date(2000, 2, 29), 951782400, "2000-02-29 00:00 UTC"},
       {Date(2000, 3, 1), 951868800, "2000-03-01 00:00 UTC"},
       {Date(2026, 11, 22, 8, 5, 6), 1795334706, "2026-11-22 08:05 UTC"},
+      {Date(2026, 11, 22, 8, 59, 0), 1795337940, "2026-11-22 08:59 UTC"},
       {Date(2100, 3, 1), 4107542400, "2100-03-01 00:00 UTC"},
       {Date(9999, 12, 31, 23, 59, 59), 253402300799, "9999-12-31 23:59 UTC"},
   };
@@ -60,6 +61,10 @@ TEST_F(AgentCalendar, GoesByTheTimeZoneWhereThereIsOne) {
   EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 22, 7, 0, 0, 300)), noon);
   EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 22, 12, 0, 0, EFI_UNSPECIFIED_TIMEZONE)), noon);
   EXPECT_EQ(tvqplatform::SecondsOf(Date(1970, 1, 1, 0, 0, 0, -60)), 0u);
+  EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 21, 12, 0, 0, 1440)), noon);
+  EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 23, 12, 0, 0, -1440)), noon);
+  EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 22, 12, 0, 0, 1441)), noon) << "it is none";
+  EXPECT_EQ(tvqplatform::SecondsOf(Date(2026, 11, 22, 12, 0, 0, -1441)), noon) << "it is none";
 }
 
 TEST_F(AgentCalendar, KnowsWhatIsNoDate) {
@@ -75,6 +80,8 @@ TEST_F(AgentCalendar, ReadsTheFirmwaresClock) {
   EXPECT_EQ(tvqplatform::SecondsNow(), 0u) << "which shows no date yet";
   Firmware().SetClock(Date(2026, 11, 22, 8, 5, 6));
   EXPECT_EQ(tvqplatform::SecondsNow(), 1795334706u);
+  Firmware().FailCall(host::images::agent, host::Service::GetTime, 1, EFI_DEVICE_ERROR);
+  EXPECT_EQ(tvqplatform::SecondsNow(), 0u);
 }
 
 }  // namespace

@@ -81,9 +81,13 @@ VOID* FakeRecord::Copy(const VOID* bytes, UINTN size) {
 
 EFI_STATUS EFIAPI FakeRecord::Identify(TVQ_INVENTORY_PROTOCOL* self, TVQ_IDENTITY* identity) {
   const FakeDevice& device = reinterpret_cast<Interfaces*>(self)->record->device;
+  if (device.identityStatus != EFI_SUCCESS) {
+    std::memset(identity, 0xAF, sizeof(*identity));
+    return device.identityStatus;
+  }
   *identity = {TVQ_IDENTITY_VERSION, device.componentClass, TVQ_IDENTITY_QUALIFIER,
                TVQ_IDENTITY_SIGNATURE, 0};
-  return device.identityStatus;
+  return EFI_SUCCESS;
 }
 
 EFI_STATUS EFIAPI FakeRecord::Get(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST* request,
@@ -98,8 +102,11 @@ EFI_STATUS EFIAPI FakeRecord::Get(TVQ_INVENTORY_PROTOCOL* self, TVQ_REQUEST* req
   UINTN slot = 0;
   for (const Bytes& blob :
        {InventoryBlob(record.device), ConfigurationBlob(record.device), EndBlob()}) {
-    slots[slot++] = {TVQ_DATA_REVISION, static_cast<UINT32>(blob.size()),
+    if (slot != record.device.missingSlot) {
+      slots[slot] = {TVQ_DATA_REVISION, static_cast<UINT32>(blob.size()),
                      record.Copy(blob.data(), blob.size())};
+    }
+    ++slot;
   }
   *result = {TVQ_DATA_REVISION, sizeof(slots), record.Copy(slots, sizeof(slots))};
   return EFI_SUCCESS;

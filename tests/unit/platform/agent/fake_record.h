@@ -30,6 +30,7 @@ struct FakeDevice {
   EFI_STATUS nameStatus = EFI_SUCCESS;
   EFI_STATUS verifyStatus = EFI_SUCCESS;
   UINT32 verifyResult = 0;
+  std::optional<UINTN> missingSlot{};  // of the blob that it does not give
 };
 
 // The inventory, configuration and end blob of a device as they are saved, one behind the other.

@@ -22,6 +22,27 @@ std::string WithoutBlanksBehind(const std::string& row) {
   return row.substr(0, row.find_last_not_of(' ') + 1);
 }
 
+char LetterOf(UINTN attribute) {
+  switch (attribute) {
+    case EFI_BLACK | EFI_BACKGROUND_LIGHTGRAY:
+      return '=';
+    case EFI_WHITE:
+      return '#';
+    case EFI_LIGHTGRAY:
+      return '.';
+    case EFI_LIGHTGREEN:
+      return '+';
+    case EFI_YELLOW:
+      return '!';
+    case EFI_LIGHTRED:
+      return 'X';
+    case EFI_WHITE | EFI_BACKGROUND_BLUE:
+      return '>';
+    default:
+      return '?';
+  }
+}
+
 }  // namespace
 
 FakeTerminal::FakeTerminal(host::Firmware& machine, size_t columns, size_t rows)
@@ -88,6 +109,14 @@ std::string FakeTerminal::Picture() const {
   return picture;
 }
 
+std::string FakeTerminal::Styles() const {
+  std::string styles;
+  for (const UINTN attribute : mAttributes) {
+    styles.push_back(LetterOf(attribute));
+  }
+  return styles;
+}
+
 UINTN FakeTerminal::AttributeOf(const std::string& text) const {
   for (size_t row = 0; row < mRows; ++row) {
     if (mCells[row].find(text) != std::string::npos) {
@@ -117,12 +146,18 @@ EFI_STATUS EFIAPI FakeTerminal::OutputString(EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL* se
   }
   terminal.mMode.CursorColumn = static_cast<INT32>(column);
   terminal.mAttributes[row] = static_cast<UINTN>(terminal.mMode.Attribute);
-  ++terminal.mRowsDrawn;
+  terminal.mDrawn.push_back(LetterOf(terminal.mAttributes[row]) +
+                            WithoutBlanksBehind(terminal.mCells[row]));
   return EFI_SUCCESS;
 }
 
 EFI_STATUS EFIAPI FakeTerminal::QueryMode(EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL* self, UINTN mode,
                                           UINTN* columns, UINTN* rows) {
+  if (Of(self).mSaid) {
+    *columns = Of(self).mSaid->columns;
+    *rows = Of(self).mSaid->rows;
+    return Of(self).mSaid->status;
+  }
   if (mode >= Of(self).mModes.size()) {
     return EFI_UNSUPPORTED;
   }
@@ -155,6 +190,8 @@ EFI_STATUS EFIAPI FakeTerminal::ClearScreen(EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL* sel
   FakeTerminal& terminal = Of(self);
   if (terminal.mIsScreen) {
     terminal.mPictures.push_back(terminal.Picture());
+  } else {
+    terminal.mClearedWith = static_cast<UINTN>(terminal.mMode.Attribute);
   }
   std::fill(terminal.mCells.begin(), terminal.mCells.end(), std::string(terminal.mColumns, ' '));
   terminal.mMode.CursorRow = 0;
@@ -201,6 +238,10 @@ EFI_STATUS EFIAPI FakeTerminal::ReadKey(EFI_SIMPLE_TEXT_INPUT_PROTOCOL*, EFI_INP
 // Time passes only while somebody waits for a key.
 VOID EFIAPI FakeTerminal::LookForKey(EFI_EVENT event, VOID* context) {
   FakeTerminal& terminal = *static_cast<FakeTerminal*>(context);
+  if (!terminal.mReady.empty()) {
+    terminal.mFirmware.BootServices()->SignalEvent(event);
+    return;
+  }
   while (!terminal.mSteps.empty() && terminal.mSteps.front().action) {
     terminal.mSteps.front().action();
     terminal.mSteps.pop_front();

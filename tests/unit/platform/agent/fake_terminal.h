@@ -8,6 +8,7 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,13 +50,24 @@ class FakeTerminal {
   std::string Picture() const;
   // The attribute of the first row that has the text, in the last picture.
   UINTN AttributeOf(const std::string& text) const;
+  // Of every row, what its colours are for, as a letter: '=' a bar, '#' a heading, '.' plain, '+' good, '!' what somebody has to look at,
+  // 'X' trouble, '>' chosen.
+  std::string Styles() const;
   // Of rows that were drawn.
-  size_t RowsDrawn() const { return mRowsDrawn; }
+  size_t RowsDrawn() const { return mDrawn.size(); }
+  // Every row that was ever drawn, with the letter of its style in front.
+  const std::vector<std::string>& Drawn() const { return mDrawn; }
+  // The colours that the screen was cleared with when it was begun.
+  UINTN ClearedWith() const { return mClearedWith; }
   size_t SecondsWaited() const { return mSecondsWaited; }
 
   // Has these modes, and is in the last one of them.
   void OfferModes(const std::vector<std::pair<size_t, size_t>>& sizes);
   EFI_SIMPLE_TEXT_OUTPUT_MODE& Mode() { return mMode; }
+  // What it says of all modes from now on, whatever they are.
+  void SayOfModes(EFI_STATUS status, size_t columns, size_t rows) {
+    mSaid = {status, columns, rows};
+  }
   // Text outside of the screen, in front of it and behind.
   const std::string& Lines() const { return mLines; }
 
@@ -94,7 +106,14 @@ class FakeTerminal {
   std::deque<EFI_INPUT_KEY> mReady;
   EFI_STATUS mReadStatus = EFI_SUCCESS;
   std::vector<std::string> mPictures;
-  size_t mRowsDrawn = 0;
+  std::vector<std::string> mDrawn;
+  UINTN mClearedWith = 0;
+  struct Said {
+    EFI_STATUS status;
+    size_t columns;
+    size_t rows;
+  };
+  std::optional<Said> mSaid;
   size_t mSecondsWaited = 0;
   size_t mIdleSeconds = 0;
 };

@@ -20,6 +20,10 @@ extern "C" {
 
 namespace tvq::test {
 
+bool FakeVolume::IgnoresCase::operator()(const std::string& left, const std::string& right) const {
+  return strcasecmp(left.c_str(), right.c_str()) < 0;
+}
+
 // The interface comes first, so that its address is that of the handle.
 struct FakeVolume::Handle {
   EFI_FILE_PROTOCOL interface = {};
@@ -27,6 +31,7 @@ struct FakeVolume::Handle {
   std::string path;
   UINT64 mode = 0;
   size_t position = 0;
+  std::vector<std::pair<std::string, UINT64>> entries{};  // of a folder, since its first was read
 };
 
 namespace {
@@ -115,16 +120,12 @@ std::vector<std::string> FakeVolume::Paths() const {
 }
 
 std::string FakeVolume::Spelled(const std::string& path) const {
-  for (const auto& [known, content] : mFiles) {
-    if (strcasecmp(known.c_str(), path.c_str()) == 0) {
-      return known;
-    }
-  }
-  return path;
+  const auto found = mFiles.find(path);
+  return found == mFiles.end() ? path : found->first;
 }
 
 bool FakeVolume::IsFolder(const std::string& path) const {
-  return std::count(mFolders.begin(), mFolders.end(), path) != 0;
+  return std::find(mFolders.begin(), mFolders.end(), path) != mFolders.end();
 }
 
 EFI_STATUS FakeVolume::Begin(FileCall call, const std::string& path) {
@@ -166,6 +167,10 @@ EFI_STATUS FakeVolume::Open(EFI_FILE_PROTOCOL** opened, const std::string& path,
   constexpr UINT64 kChange = EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE;
   const bool mayMake = mode == (kChange | EFI_FILE_MODE_CREATE);
   if (!mayMake && mode != EFI_FILE_MODE_READ && mode != kChange) {
+    return EFI_INVALID_PARAMETER;
+  }
+  // They are for what is made, and nothing that the agent makes is hidden or read-only.
+  if (attributes != 0 && (!mayMake || attributes != EFI_FILE_DIRECTORY)) {
     return EFI_INVALID_PARAMETER;
   }
   if (mIsProtected && mode != EFI_FILE_MODE_READ) {
@@ -239,8 +244,9 @@ EFI_STATUS FakeVolume::Read(Handle& handle, UINTN* size, VOID* buffer) {
   return EFI_SUCCESS;
 }
 
-EFI_STATUS FakeVolume::ReadFolder(Handle& handle, UINTN* size, VOID* buffer) const {
-  std::vector<std::pair<std::string, UINT64>> entries = {{".", EFI_FILE_DIRECTORY}};
+void FakeVolume::ListFolder(Handle& handle) const {
+  std::vector<std::pair<std::string, UINT64>>& entries = handle.entries;
+  entries = {{".", EFI_FILE_DIRECTORY}};
   const std::string prefix = handle.path == "\\" ? handle.path : handle.path + "\\";
   const auto add = [&](const std::string& path, UINT64 attribute) {
     if (path.size() > prefix.size() && path.compare(0, prefix.size(), prefix) == 0 &&
@@ -252,13 +258,19 @@ EFI_STATUS FakeVolume::ReadFolder(Handle& handle, UINTN* size, VOID* buffer) con
     add(folder, EFI_FILE_DIRECTORY);
   }
   for (const auto& [path, content] : mFiles) {
-    add(path, 0);
+    add(path, EFI_FILE_READ_ONLY | EFI_FILE_ARCHIVE);
   }
-  if (handle.position >= entries.size()) {
+}
+
+EFI_STATUS FakeVolume::ReadFolder(Handle& handle, UINTN* size, VOID* buffer) const {
+  if (handle.position == 0) {
+    ListFolder(handle);
+  }
+  if (handle.position >= handle.entries.size()) {
     *size = 0;
     return EFI_SUCCESS;
   }
-  const auto& [name, attribute] = entries[handle.position];
+  const auto& [name, attribute] = handle.entries[handle.position];
   const UINTN needed = SIZE_OF_EFI_FILE_INFO + (name.size() + 1) * sizeof(CHAR16);
   if (*size < needed) {
     *size = needed;

@@ -45,7 +45,11 @@ class FakeVolume {
   void Remove(const std::string& path) { mFiles.erase(path); }
   // And all that is in it.
   void RemoveFolder(const std::string& path);
-  bool Has(const std::string& path) const { return mFiles.count(path) != 0; }
+  // In these capitals.
+  bool Has(const std::string& path) const {
+    const auto found = mFiles.find(path);
+    return found != mFiles.end() && found->first == path;
+  }
   std::string Get(const std::string& path) const {
     return Has(path) ? mFiles.at(path) : "(missing)";
   }
@@ -60,6 +64,8 @@ class FakeVolume {
     mIsProtected = true;
     mSaysProtected = isSaid;
   }
+  // Says that it takes nothing, and takes it.
+  void SayProtected() { mSaysProtected = true; }
   // Calls that wrote, made or removed something.
   uint64_t Changes() const { return mChanges; }
   // Makes every write take no more than this much.
@@ -85,6 +91,9 @@ class FakeVolume {
   EFI_STATUS Delete(const Handle& handle);
 
  private:
+  struct IgnoresCase {
+    bool operator()(const std::string& left, const std::string& right) const;
+  };
   struct Failure {
     FileCall call;
     EFI_STATUS status;
@@ -94,6 +103,8 @@ class FakeVolume {
   std::string Spelled(const std::string& path) const;
   bool IsFolder(const std::string& path) const;
   EFI_STATUS Make(const std::string& path, UINT64 attributes);
+  // What the folder has now.
+  void ListFolder(Handle& handle) const;
   // One entry of a folder, none behind the last one.
   EFI_STATUS ReadFolder(Handle& handle, UINTN* size, VOID* buffer) const;
   // What the call comes to before it does anything.
@@ -102,7 +113,7 @@ class FakeVolume {
   host::Firmware& mFirmware;
   EFI_HANDLE mDevice = nullptr;
   EFI_SIMPLE_FILE_SYSTEM_PROTOCOL mFileSystem = {};
-  std::map<std::string, std::string> mFiles;
+  std::map<std::string, std::string, IgnoresCase> mFiles;
   std::vector<std::string> mFolders;
   std::vector<std::unique_ptr<Handle>> mOpen;
   std::vector<Failure> mFailures;

@@ -108,6 +108,50 @@ TEST_F(AgentIsGentle, TheVariableThatWasThereHasItsValueAgain) {
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   ASSERT_NE(Family(), nullptr);
   EXPECT_EQ(Family()->data, std::vector<UINT8>{0x42});
+  EXPECT_THAT(Report(), HasSubstr("is as before the start again\n"));
+}
+
+TEST_F(AgentIsGentle, TheVariableGoesAlsoWhereItSaysNothing) {
+  LoadDriverAgain();
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, Processor{.family = 0}, End{}));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi keep-variable"), EFI_SUCCESS);
+  ASSERT_NE(Family(), nullptr);
+  EXPECT_EQ(Family()->data, std::vector<UINT8>{0});
+  ASSERT_EQ(Firmware().RuntimeServices()->SetVariable(Wide(u"EFI_SMBIOS_PROCESSOR_FAMILY"),
+                                                      &gZvServicesTableGuid, 0, 0, nullptr),
+            EFI_SUCCESS);
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  EXPECT_EQ(Family(), nullptr);
+}
+
+TEST_F(AgentIsGentle, NothingIsSaidOfAVariableThatNobodyWrote) {
+  LoadDriverAgain();
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, End{}));
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_EQ(Family(), nullptr);
+  EXPECT_THAT(Report(), Not(HasSubstr("\nVariable:")));
+}
+
+TEST_F(AgentIsGentle, AVariableThatIsNoneOfTheDriversIsLeftAlone) {
+  LoadDriverAgain();
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, End{}));
+  UINT16 family = 0x4321;
+  ASSERT_EQ(Firmware().RuntimeServices()->SetVariable(
+                Wide(u"EFI_SMBIOS_PROCESSOR_FAMILY"), &gZvServicesTableGuid,
+                EFI_VARIABLE_BOOTSERVICE_ACCESS, sizeof(family), &family),
+            EFI_SUCCESS);
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_EQ(Firmware().Calls(host::images::agent, host::Service::GetVariable), 1u)
+      << "whether it was written is not looked at";
+  EXPECT_THAT(Report(), Not(HasSubstr("\nVariable:")));
+}
+
+TEST_F(AgentIsGentle, AVariableThatCannotBeReadAgainIsNamed) {
+  LoadDriverAgain();
+  PublishFirmwareTable(MinimalServer());
+  Firmware().FailCall(host::images::agent, host::Service::GetVariable, 2, EFI_DEVICE_ERROR);
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("stays as the start left it (Device Error)"));
 }
 
 TEST_F(AgentIsGentle, TheVariableIsNotWrittenAgainWhereItIsTheSame) {
@@ -117,6 +161,7 @@ TEST_F(AgentIsGentle, TheVariableIsNotWrittenAgainWhereItIsTheSame) {
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_EQ(Firmware().Calls(host::images::agent, host::Service::SetVariable), 0u);
   EXPECT_EQ(Family()->data, std::vector<UINT8>{0xB3});
+  EXPECT_THAT(Report(), Not(HasSubstr("\nVariable:")));
 }
 
 TEST_F(AgentIsGentle, TheVariableIsLeftAloneWhereNothingIsKnownOfIt) {
@@ -125,6 +170,7 @@ TEST_F(AgentIsGentle, TheVariableIsLeftAloneWhereNothingIsKnownOfIt) {
   Firmware().FailCall(host::images::agent, host::Service::GetVariable, 1, EFI_UNSUPPORTED);
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_EQ(Firmware().Calls(host::images::agent, host::Service::SetVariable), 0u);
+  EXPECT_THAT(Report(), Not(HasSubstr("\nVariable:")));
 }
 
 TEST_F(AgentIsGentle, AVariableThatStaysIsNamed) {

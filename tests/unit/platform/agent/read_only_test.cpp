@@ -109,6 +109,7 @@ TEST_P(AgentOnReadOnlyVolume, OffersNothingAtTheScreenThatItCannotDo) {
   Protect();
   FakeTerminal terminal(Firmware());
   UseTerminal(&terminal);
+  terminal.Do([&] { EXPECT_EQ(terminal.AttributeOf("Volume: it cannot"), UINTN{EFI_YELLOW}); });
   terminal.Type("ayoysq");
   EXPECT_EQ(BootAgent(), EFI_ABORTED);
   EXPECT_THAT(terminal.Pictures().at(0), AllOf(HasSubstr("\nNothing to do: 3 devices"),

@@ -192,6 +192,161 @@ TEST_F(AgentReportOfDevices, CutsSerialNumbersAndMarketingNames) {
           "  DIMM.Socket.A1  00000002 00000006 000000DC EDCC0004 00000000     208     97    148\n");
 }
 
+TEST_F(AgentReportOfDevices, ShowsWhatNoSerialNumberHasAsAQuestionMark) {
+  EXPECT_THAT(TextOf({{.serial = "11\x01\x02"
+                                 "22"}}),
+              testing::HasSubstr("  11??22  "));
+}
+
+TEST_F(AgentReportOfDevices, HasOnesOfWhichTheProtocolIsMissing) {
+  EFI_HANDLE handle = nullptr;
+  EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+  ASSERT_EQ(services->InstallProtocolInterface(&handle, &gTvqInventoryProtocolGuid,
+                                               EFI_NATIVE_INTERFACE, nullptr),
+            EFI_SUCCESS);
+  EXPECT_THAT(TextOf({}), testing::EndsWith("  -     Not Found\n"));
+}
+
+TEST_F(AgentReportOfDevices, GivesBackWhatTheyAnswered) {
+  const FakeRecord record(Firmware(), {});
+  const size_t before = Firmware().Memory().LiveCount(host::Owner::Host());
+  {
+    tvqplatform::Inventory inventory;
+    ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
+    EXPECT_EQ(Firmware().Memory().LiveCount(host::Owner::Host()), before + 6)
+        << "its name, its FQDD, three blobs and where these are";
+  }
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::Owner::Host()), before);
+}
+
+TEST_F(AgentReportOfDevices, KeepsNothingOfAnIdentityThatWasRefused) {
+  const FakeRecord record(Firmware(), {.identityStatus = EFI_UNSUPPORTED});
+  tvqplatform::Inventory inventory;
+  ASSERT_EQ(inventory.Collect(), EFI_SUCCESS);
+  const auto* identity = reinterpret_cast<const UINT8*>(&inventory[0].Identity);
+  EXPECT_EQ(Bytes(identity, identity + sizeof(TVQ_IDENTITY)), Bytes(sizeof(TVQ_IDENTITY)));
+}
+
+TEST_F(AgentReportOfDevices, ReportsThatThereIsNoMemoryToCollectThem) {
+  const FakeRecord record(Firmware(), {});
+  uint64_t n = 0;
+  EFI_STATUS status = EFI_OUT_OF_RESOURCES;
+  while (status != EFI_SUCCESS && n < 10) {
+    tvqplatform::Inventory inventory;
+    Firmware().Memory().FailAllocation(++n, host::images::agent);
+    status = inventory.Collect();
+    Firmware().Memory().StopFailing();
+    EXPECT_EQ(inventory.Size(), status == EFI_SUCCESS ? 1u : 0u) << n;
+    EXPECT_THAT(status, testing::AnyOf(EFI_SUCCESS, EFI_OUT_OF_RESOURCES)) << n;
+  }
+  EXPECT_GT(n, 1u);
+}
+
+// The path of a record, but for what a test makes of it.
+class AgentInventoryPaths : public AgentReport {
+ protected:
+  static constexpr UINT8 kNodeLength = OFFSET_OF(TVQ_DEVICE_PATH, End);
+
+  // Whether a record with this node in front of its end counts as one of the driver's.
+  bool IsTaken(UINT8 type, UINT8 subType, UINT8 low, UINT8 high, Bytes* path = nullptr) {
+    std::vector<UINT8> bytes(sizeof(TVQ_DEVICE_PATH) + 0x120);
+    for (size_t i = 4; i < kNodeLength; ++i) {
+      bytes[i] = static_cast<UINT8>(i);
+    }
+    const Bytes node = {type, subType, low, high};
+    std::copy(node.begin(), node.end(), bytes.begin());
+    const Bytes end = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, 4, 0};
+    std::copy(end.begin(), end.end(), bytes.begin() + (low | high << 8));
+    EFI_HANDLE handle = nullptr;
+    TVQ_INVENTORY_PROTOCOL protocol = {RefuseIdentity, RefuseGet, nullptr, nullptr};
+    EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+    EXPECT_EQ(services->InstallMultipleProtocolInterfaces(&handle, &gTvqInventoryProtocolGuid,
+                                                          &protocol, &gEfiDevicePathProtocolGuid,
+                                                          bytes.data(), nullptr),
+              EFI_SUCCESS);
+    tvqplatform::Inventory inventory;
+    EXPECT_EQ(inventory.Collect(), EFI_SUCCESS);
+    EXPECT_EQ(inventory.Size(), 1u);
+    if (path != nullptr) {
+      *path = Bytes(std::begin(inventory[0].DevicePath), std::end(inventory[0].DevicePath));
+      EXPECT_EQ(*path, Bytes(bytes.begin(), bytes.begin() + sizeof(TVQ_DEVICE_PATH)));
+    }
+    EXPECT_EQ(services->UninstallMultipleProtocolInterfaces(handle, &gTvqInventoryProtocolGuid,
+                                                            &protocol, &gEfiDevicePathProtocolGuid,
+                                                            bytes.data(), nullptr),
+              EFI_SUCCESS);
+    return inventory[0].HasDevicePath;
+  }
+
+ private:
+  static EFI_STATUS EFIAPI RefuseIdentity(TVQ_INVENTORY_PROTOCOL*, TVQ_IDENTITY*) {
+    return EFI_UNSUPPORTED;
+  }
+  static EFI_STATUS EFIAPI RefuseGet(TVQ_INVENTORY_PROTOCOL*, TVQ_REQUEST*, TVQ_DATA*) {
+    return EFI_UNSUPPORTED;
+  }
+};
+
+TEST_F(AgentInventoryPaths, AreThoseOfTheDriverAlone) {
+  Bytes path;
+  EXPECT_TRUE(IsTaken(HARDWARE_DEVICE_PATH, HW_VENDOR_DP, kNodeLength, 0, &path));
+  EXPECT_FALSE(IsTaken(MESSAGING_DEVICE_PATH, HW_VENDOR_DP, kNodeLength, 0));
+  EXPECT_FALSE(IsTaken(HARDWARE_DEVICE_PATH, HW_MEMMAP_DP, kNodeLength, 0));
+  EXPECT_FALSE(IsTaken(HARDWARE_DEVICE_PATH, HW_VENDOR_DP, kNodeLength + 1, 0));
+  EXPECT_FALSE(IsTaken(HARDWARE_DEVICE_PATH, HW_VENDOR_DP, kNodeLength, 1));
+}
+
+// --- The log ---
+
+// A platform whose log a test wrote.
+struct FakeLog {
+  TVQ_PLATFORM_PROTOCOL platform;
+  std::vector<std::u16string> lines;
+  UINTN lost;
+};
+
+class AgentLog : public AgentReport {
+ protected:
+  std::string TextOf(const std::vector<std::u16string>& lines, UINTN lost = 0) {
+    FakeLog log = {};
+    log.lines = lines;
+    log.lost = lost;
+    log.platform.GetLogLine = GetLine;
+    log.platform.CountLostLines = CountLost;
+    tvqplatform::WriteLog(Lines(), log.platform);
+    return Text();
+  }
+
+ private:
+  static EFI_STATUS EFIAPI GetLine(TVQ_PLATFORM_PROTOCOL* self, UINTN number, TVQ_LOG_LINE* line) {
+    const FakeLog& log = *reinterpret_cast<FakeLog*>(self);
+    if (number >= log.lines.size()) {
+      return EFI_NOT_FOUND;
+    }
+    line->Level = 0x40;
+    line->FunctionName = "Make";
+    line->Text = Wide(log.lines[number].c_str());
+    return EFI_SUCCESS;
+  }
+  static UINTN EFIAPI CountLost(TVQ_PLATFORM_PROTOCOL* self) {
+    return reinterpret_cast<FakeLog*>(self)->lost;
+  }
+};
+
+TEST_F(AgentLog, HasALineForEachWithoutItsLineFeed) {
+  EXPECT_EQ(TextOf({u"ended\n", u"not ended", u"\n", u"", u"x", u"two\nlines\n"}),
+            "0x00000040 Make                 ended\n"
+            "0x00000040 Make                 not ended\n"
+            "0x00000040 Make                 \n"
+            "0x00000040 Make                 \n"
+            "0x00000040 Make                 x\n"
+            "0x00000040 Make                 two?lines\n");
+}
+
+TEST_F(AgentLog, SaysHowManyLinesWereLost) {
+  EXPECT_EQ(TextOf({}, 1), "1 lines were lost, because there was no memory for them\n");
+}
+
 TEST_F(AgentReport, SaysOfEachAttributeThatNobodyAnswers) {
   tvqplatform::ShowAttributes(Lines(), tvqplatform::AttributeAnswers());
   EXPECT_EQ(Text(),
@@ -199,6 +354,30 @@ TEST_F(AgentReport, SaysOfEachAttributeThatNobodyAnswers) {
             "  zorv.server       SMBIOSServiceTagString  (Not Found)\n"
             "  zorv.server       SMBIOSSystemNameString  (Not Found)\n"
             "  zorv.smbios.bios  SMBIOSBIOSInfo          (Not Found)\n");
+}
+
+// Answers every question with a block of its own.
+EFI_STATUS EFIAPI AnswerWithABlock(TVQ_PLATFORM_PROTOCOL*, CHAR16*, CHAR16*, UINT64* value) {
+  VOID* block = nullptr;
+  EXPECT_EQ(gBS->AllocatePool(EfiBootServicesData, 64, &block), EFI_SUCCESS);
+  *value = reinterpret_cast<UINTN>(block);
+  return EFI_SUCCESS;
+}
+
+TEST_F(AgentReport, GivesBackWhatAttributesAreAnsweredWith) {
+  gBS = Firmware().BootServices();
+  TVQ_PLATFORM_PROTOCOL platform = {};
+  platform.GetAttribute = AnswerWithABlock;
+  EFI_HANDLE handle = nullptr;
+  ASSERT_EQ(gBS->InstallProtocolInterface(&handle, &gTvqPlatformProtocolGuid, EFI_NATIVE_INTERFACE,
+                                          &platform),
+            EFI_SUCCESS);
+  const size_t before = Firmware().Memory().LiveCount(host::Owner::Host());
+  {
+    const tvqplatform::AttributeAnswers answers;
+    EXPECT_EQ(Firmware().Memory().LiveCount(host::Owner::Host()), before + 3);
+  }
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::Owner::Host()), before);
 }
 
 // --- Time ---
@@ -217,6 +396,41 @@ TEST_F(AgentReport, TurnsTicksToMicroseconds) {
     EXPECT_EQ(tvqplatform::TicksToMicroseconds(ticks, ticksPerSecond), microseconds)
         << ticks << " at " << ticksPerSecond;
   }
+}
+
+TEST_F(AgentReport, ShowsMicrosecondsAsMilliseconds) {
+  const struct {
+    UINT64 microseconds;
+    const char* text;
+  } kCases[] = {{0, "0.000"},          {7, "0.007"},
+                {999, "0.999"},        {1000, "1.000"},
+                {1001, "1.001"},       {998999, "998.999"},
+                {1001000, "1001.000"}, {MAX_UINT64, "18446744073709551.615"}};
+  for (const auto& [microseconds, expected] : kCases) {
+    char text[tvqplatform::kMillisecondsSize];
+    tvqplatform::FormatMilliseconds(microseconds, text);
+    EXPECT_STREQ(text, expected);
+  }
+}
+
+// How long was to be waited, and how many ticks that took.
+UINTN gStalled;
+constexpr UINT64 kTicksStalled = 2000000;
+EFI_STATUS EFIAPI StallByTicks(UINTN microseconds) {
+  gStalled = microseconds;
+  for (const UINT64 start = tvqplatform::ReadTicks();
+       tvqplatform::ReadTicks() - start < kTicksStalled;) {
+  }
+  return EFI_SUCCESS;
+}
+
+TEST_F(AgentReport, MeasuresTheProcessorsClockAgainstTheFirmwares) {
+  Firmware().SystemTableOf(host::images::agent)->BootServices->Stall = StallByTicks;
+  const UINT64 before = tvqplatform::ReadTicks();
+  const UINT64 rate = tvqplatform::TicksPerSecond();
+  EXPECT_EQ(gStalled, 10000u);
+  EXPECT_GE(rate, 100 * kTicksStalled);
+  EXPECT_LE(rate, 100 * (tvqplatform::ReadTicks() - before));
 }
 
 }  // namespace

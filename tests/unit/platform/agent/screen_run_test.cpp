@@ -3,7 +3,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <algorithm>
+
 #include "tests/unit/platform/agent/agent_harness.h"
+#include "tests/unit/platform/agent/fake_record.h"
 
 namespace tvq::test {
 namespace {
@@ -223,13 +226,127 @@ TEST_F(AgentScreen, TellsMattersByColoursToo) {
     EXPECT_EQ(Terminal().AttributeOf(">! DIMM_A1"), UINTN{EFI_WHITE | EFI_BACKGROUND_BLUE});
     EXPECT_EQ(Terminal().AttributeOf(" ! DIMM_A2"), UINTN{EFI_YELLOW});
   });
-  Terminal().Type("ayq");
-  Boot();
+  Terminal().Type("ay");
+  Terminal().Do([&] {
+    EXPECT_EQ(Terminal().AttributeOf("Nothing to do:"), UINTN{EFI_LIGHTGREEN});
+    EXPECT_EQ(Terminal().AttributeOf(" Accepted, and saved"), UINTN{EFI_LIGHTGREEN});
+  });
   Terminal().Type("q");
+  Boot();
+}
+
+TEST_F(AgentScreen, TellsAFailureByItsColourToo) {
+  ExchangeModules();
+  Terminal().Do([&] { Files().Fail(FileCall::kWrite, EFI_VOLUME_FULL, kSecondState); });
+  Terminal().Type("ay");
+  Terminal().Do([&] {
+    EXPECT_EQ(Terminal().AttributeOf("Something went wrong."), UINTN{EFI_LIGHTRED});
+    EXPECT_EQ(Terminal().AttributeOf("Problem: "), UINTN{EFI_LIGHTRED});
+    EXPECT_EQ(Terminal().AttributeOf(" Not accepted; "), UINTN{EFI_LIGHTRED});
+    Files().LimitWrites(0);
+  });
+  Terminal().Type("s");
+  Terminal().Do([&] {
+    EXPECT_EQ(Terminal().AttributeOf(" Not everything is saved; "), UINTN{EFI_LIGHTRED});
+    Files().Recover();
+  });
+  Terminal().Type("s");
   Terminal().Do(
-      [&] { EXPECT_EQ(Terminal().AttributeOf("Nothing to do:"), UINTN{EFI_LIGHTGREEN}); });
+      [&] { EXPECT_EQ(Terminal().AttributeOf(" Saved in \\TVQ: "), UINTN{EFI_LIGHTGREEN}); });
   Terminal().Type("q");
   Boot();
+}
+
+TEST_F(AgentScreen, BeginsItsTitleWithAsMuchOfTheModelAsThereIsRoomFor) {
+  const struct {
+    Text product;
+    const char* title;
+  } kCases[] = {
+      {"X", " TvqAgent 0.9.0  X, system ABC1234"},
+      {std::nullopt, " TvqAgent 0.9.0  system ABC1234"},
+      {std::string(23, 'M') + "N", " TvqAgent 0.9.0  MMMMMMMMMMMMMMMMMMMMMMMN, system ABC1234"},
+      {std::string(23, 'M') + "NO", " TvqAgent 0.9.0  MMMMMMMMMMMMMMMMMMMMMMMN, system ABC1234"},
+  };
+  for (const auto& [product, title] : kCases) {
+    PublishFirmwareTable(Table::Of(Bios{}, System{.product = product}, Processor{}, End{}));
+    const size_t number = Terminal().Pictures().size();
+    Terminal().Type("q");
+    Boot();
+    EXPECT_THAT(Picture(number), StartsWith(title));
+    ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  }
+}
+
+TEST_F(AgentScreen, IsClearedInItsOwnColours) {
+  PublishFirmwareTable(MinimalServer());
+  Terminal().Mode().Attribute = EFI_TEXT_ATTR(EFI_CYAN, EFI_BLUE);
+  Terminal().Type("q");
+  Boot();
+  EXPECT_EQ(Terminal().ClearedWith(), UINTN{EFI_LIGHTGRAY});
+}
+
+TEST_F(AgentScreen, SaysThatItSavesWhileItDoes) {
+  PublishFirmwareTable(MinimalServer());
+  Terminal().Type("dq");
+  Terminal().Do([&] { EXPECT_THAT(Terminal().Drawn(), Not(testing::Contains(". Saving..."))); });
+  Terminal().Type("sq");
+  Boot();
+  EXPECT_THAT(Terminal().Drawn(), testing::Contains(". Saving..."));
+}
+
+TEST_F(AgentScreen, ComesBackToTheFirstDeviceWhereTheLastOneIsGoneForGood) {
+  PublishFirmwareTable(ServerWithModules("1A2B3C4D", "2B3C4D5E"));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, Processor{},
+                                 MemoryDevice{.locator = "DIMM_A1", .serial = "1A2B3C4D"}, End{}));
+  Terminal().Type("oyq");
+  Boot();
+  EXPECT_THAT(Picture(0), HasSubstr("\n>! DIMM_A2"));
+  EXPECT_THAT(Picture(2), HasSubstr("\n>  CPU1"));
+}
+
+TEST_F(AgentScreen, KeepsWhatItIsToDoAtTheScreenApartFromItsOptions) {
+  ExchangeModules();
+  Files().Put("\\TVQ\\options.txt", "accept screen");
+  Terminal().Type("sq");
+  Boot();
+  EXPECT_THAT(Picture(1), HasSubstr("\nState: left as it was saved; the option accept saves"));
+}
+
+TEST_F(AgentScreen, LooksAgainWithoutAccepting) {
+  ExchangeModules();
+  Terminal().Type("oysq");
+  Boot();
+  EXPECT_THAT(Picture(2), HasSubstr("\nState: left as it was saved; the option accept saves"));
+  EXPECT_THAT(Picture(3), HasSubstr("\nState: left as it was saved; the option accept saves"));
+  EXPECT_FALSE(Files().Has(kThirdState));
+}
+
+TEST_F(AgentScreen, ReportsOnceWhatItCompares) {
+  PublishFirmwareTable(MinimalServer());
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  Terminal().Type("sq");
+  Boot();
+  EXPECT_EQ(Report().find("\nSummary: "), Report().rfind("\nSummary: "));
+}
+
+TEST_F(AgentScreen, ReportsAStateThatCouldBeSavedAtLast) {
+  PublishFirmwareTable(MinimalServer());
+  Files().Fail(FileCall::kWrite, EFI_VOLUME_FULL, kFirstState);
+  Terminal().Do([&] { Files().Recover(); });
+  Terminal().Type("sq");
+  Boot();
+  EXPECT_THAT(Report().substr(Report().find("At the screen: save")),
+              HasSubstr("\nState: saved; later boots are compared with it\n"));
+}
+
+TEST_F(AgentScreen, EndsAsTheVisitDidForAShell) {
+  PublishFirmwareTable(MinimalServer());
+  UseTerminal(&Terminal());
+  Files().Fail(FileCall::kWrite, EFI_VOLUME_FULL, "\\TVQ\\log.txt");
+  Terminal().Type("q");
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi screen"), EFI_ABORTED);
 }
 
 TEST_F(AgentScreen, ShowsTheDetailsOfADevice) {
@@ -246,6 +363,61 @@ TEST_F(AgentScreen, ShowsTheDetailsOfADevice) {
   EXPECT_THAT(Picture(2), HasSubstr("\n>! DIMM_A1"));
   EXPECT_THAT(Picture(3), HasSubstr("\n>! DIMM_A2"));
   EXPECT_THAT(Picture(4), HasSubstr("\nDIMM_A2  DIMM.Socket.A2\n"));
+  EXPECT_THAT(Picture(1),
+              HasSubstr("\n  DIMM.Socket.A1 (DIMM_A1): replaced\n"
+                        "      another part than was here, says the driver, the serial number\n"
+                        "      Inventory/WWN: 1A2B3C4D -> 3C4D5E6F\n"
+                        "      To do: accept it if it was exchanged on purpose, else find out by "
+                        "whom\n\nValues:\n"));
+}
+
+TEST_F(AgentScreen, SaysNothingOfMemoryWhereThereIsEnough) {
+  ExchangeModules();
+  Terminal().Type("dqayq");
+  Boot();
+  EXPECT_THAT(Picture(4), Not(HasSubstr("There is no memory")));
+}
+
+TEST_F(AgentScreen, ShowsTheDetailsOfADeviceThatIsGone) {
+  PublishFirmwareTable(ServerWithModules("1A2B3C4D", "2B3C4D5E"));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, Processor{},
+                                 MemoryDevice{.locator = "DIMM_A1", .serial = "1A2B3C4D"}, End{}));
+  Terminal().Type("d");
+  Terminal().Do([&] { EXPECT_EQ(Terminal().Styles(), "=#...!!!...............!="); });
+  Terminal().Type("qq");
+  Boot();
+  EXPECT_THAT(Picture(1), HasSubstr("page 1 of 1\n"
+                                    "DIMM_A2  DIMM.Socket.A2\n"
+                                    "Class:   memory module\n"
+                                    "Serial:\n"
+                                    "Name:\n"
+                                    "  DIMM.Socket.A2 (DIMM_A2): gone\n"
+                                    "      "));
+  EXPECT_THAT(Picture(1), Not(HasSubstr("Values:")));
+}
+
+TEST_F(AgentScreen, ShowsTheValuesOfADevice) {
+  PublishFirmwareTable(MinimalServer());
+  const FakeRecord record(
+      Firmware(), {.fqdd = u"A",
+                   .serial = "1122\xE9",
+                   .document = "<Configuration><One>1</One><Two><Three>" + std::string(300, 'x') +
+                               "</Three></Two></Configuration>"});
+  const FakeRecord other(Firmware(), {.fqdd = u"B", .document = "<Configuration"});
+  Terminal().Press(SCAN_DOWN);
+  Terminal().Type("d");
+  Terminal().Press(SCAN_UP);
+  Terminal().Do([&] { EXPECT_EQ(Terminal().Styles(), "=#....#................!="); });
+  Terminal().Type("qq");
+  Boot();
+  EXPECT_THAT(Picture(2), AllOf(HasSubstr("\n(no label)  B\n"),
+                                HasSubstr("\nIts configuration document cannot be read.\n")));
+  EXPECT_THAT(Picture(3), AllOf(HasSubstr("\n(no label)  A\n"), HasSubstr("\nOne: 1\n")));
+  const std::string details = Picture(3);
+  EXPECT_EQ(std::count(details.begin(), details.end(), 'x'), 199 - 11)
+      << "a line has 199 characters at most, and the name of the value is one of them";
 }
 
 TEST_F(AgentScreen, LooksIntoTheNeighbourOfADevice) {
@@ -430,6 +602,43 @@ TEST_F(AgentScreen, LeavesTheConsoleAsItWas) {
   EXPECT_THAT(Terminal().Lines(), EndsWith("TvqAgent: success\r\n"));
 }
 
+TEST_F(AgentScreen, LeavesAHiddenCursorHidden) {
+  PublishFirmwareTable(MinimalServer());
+  for (const BOOLEAN isVisible : {FALSE, TRUE}) {
+    Terminal().Mode().CursorVisible = isVisible;
+    Terminal().Type("q");
+    Boot();
+    EXPECT_EQ(Terminal().Mode().CursorVisible, isVisible);
+  }
+}
+
+TEST_F(AgentScreen, TakesSixtyFourKeysFromBeforeAtMost) {
+  PublishFirmwareTable(MinimalServer());
+  for (int i = 0; i < 64; ++i) {
+    Terminal().TypeAhead('q');
+  }
+  Boot();
+  EXPECT_EQ(Terminal().SecondsWaited(), 30u);
+  for (int i = 0; i < 65; ++i) {
+    Terminal().TypeAhead('q');
+  }
+  Boot();
+  EXPECT_EQ(Terminal().SecondsWaited(), 30u) << "a keyboard that never falls silent";
+}
+
+UINT64 gPeriod;
+EFI_STATUS EFIAPI NoteTimer(EFI_EVENT, EFI_TIMER_DELAY, UINT64 period) {
+  gPeriod = period;
+  return EFI_UNSUPPORTED;
+}
+
+TEST_F(AgentScreen, AsksForASecond) {
+  PublishFirmwareTable(MinimalServer());
+  Firmware().SystemTableOf(host::images::agent)->BootServices->SetTimer = NoteTimer;
+  Boot();
+  EXPECT_EQ(gPeriod, 10000000u) << "in units of 100 ns";
+}
+
 TEST_F(AgentScreen, TakesNoKeyFromBeforeThereWasAnythingToSee) {
   PublishFirmwareTable(MinimalServer());
   Terminal().TypeAhead('q');
@@ -510,6 +719,52 @@ TEST(AgentScreenOfAnySize, IsTheOneThatEveryTerminalHas) {
   EXPECT_EQ(terminal.Mode().Mode, 2) << "the firmware's own choice comes back";
 }
 
+TEST(AgentScreenOfAnySize, IsTheUsualOneAlsoWhereAnotherHasAsManyRowsOrColumns) {
+  for (const auto& [columns, rows] : {std::pair<size_t, size_t>{80, 50}, {100, 25}}) {
+    AgentHarness machine;
+    machine.LoadDriver();
+    machine.PublishFirmwareTable(MinimalServer());
+    FakeTerminal terminal(machine.Firmware());
+    terminal.OfferModes({{80, 25}, {columns, rows}});
+    machine.UseTerminal(&terminal);
+    terminal.Do([&] { EXPECT_EQ(terminal.Mode().Mode, 0) << columns; });
+    terminal.Type("q");
+    machine.BootAgent();
+    machine.UseTerminal(nullptr);
+    EXPECT_EQ(terminal.Mode().Mode, 1) << columns;
+  }
+}
+
+TEST(AgentScreenOfAnySize, HasABoundOfItsOwn) {
+  const std::vector<std::string> pictures =
+      PicturesOf(ServerWithModules("1A2B3C4D", "2B3C4D5E"), 300, 90, 1);
+  const std::string& first = pictures.at(0);
+  EXPECT_EQ(first.find('\n'), 158u)
+      << "of 160 columns the last one stays free, and a blank is before";
+  const size_t keys = first.find(" N:Next");
+  EXPECT_EQ(std::count(first.begin(), first.begin() + static_cast<long>(keys), '\n'), 59);
+}
+
+TEST(AgentScreenOfAnySize, IsTheUsualOneWhereTheConsoleSaysNothingUseful) {
+  const struct {
+    EFI_STATUS status;
+    size_t columns;
+    size_t rows;
+  } kCases[] = {{EFI_SUCCESS, 0, 25}, {EFI_SUCCESS, 80, 0}, {EFI_DEVICE_ERROR, 100, 40}};
+  for (const auto& [status, columns, rows] : kCases) {
+    AgentHarness machine;
+    machine.LoadDriver();
+    machine.PublishFirmwareTable(MinimalServer());
+    FakeTerminal terminal(machine.Firmware());
+    terminal.SayOfModes(status, columns, rows);
+    machine.UseTerminal(&terminal);
+    terminal.Type("q");
+    machine.BootAgent();
+    machine.UseTerminal(nullptr);
+    EXPECT_EQ(terminal.RowsDrawn(), 25u) << columns << " by " << rows;
+  }
+}
+
 TEST(AgentScreenOfAnySize, IsNoneWhereNothingUsefulFits) {
   for (const auto& [columns, rows] : {std::pair<size_t, size_t>{39, 25}, {80, 11}}) {
     AgentHarness machine;
@@ -563,6 +818,42 @@ TEST(AgentScreenWithManyDevices, NeverShowsMoreThanTheScreenHolds) {
   for (int i = 0; i < 60; ++i) {
     EXPECT_THAT(all, HasSubstr("  DIMM_" + std::to_string(100 + i) + " "));
   }
+}
+
+TEST(AgentScreenWithManyDevices, ComesBackFromADeviceToItsPage) {
+  Table table = Table::Of(Bios{}, System{}, Processor{});
+  for (int i = 0; i < 30; ++i) {
+    table = Table::Of(table, MemoryDevice{.locator = "DIMM_" + std::to_string(100 + i)});
+  }
+  AgentHarness machine;
+  machine.LoadDriver();
+  machine.PublishFirmwareTable(Table::Of(table, End{}));
+  FakeTerminal terminal(machine.Firmware());
+  machine.UseTerminal(&terminal);
+  for (int i = 0; i < 25; ++i) {
+    terminal.Press(SCAN_DOWN);
+  }
+  terminal.Type("dnqq");
+  machine.BootAgent();
+  machine.UseTerminal(nullptr);
+  EXPECT_THAT(terminal.Pictures().at(25), HasSubstr("\n>  DIMM_124 "));
+  EXPECT_THAT(terminal.Pictures().at(26), HasSubstr("\nDIMM_124  DIMM"));
+  EXPECT_THAT(terminal.Pictures().at(27), HasSubstr("page 2 of 2\n"));
+  EXPECT_THAT(terminal.Pictures().at(28), HasSubstr("\n>  DIMM_124 "));
+}
+
+TEST(AgentScreenWithManyDevices, ShowsWhatTheDriverMakesNoRecordsOf) {
+  AgentHarness machine;
+  machine.LoadDriver();
+  machine.PublishFirmwareTable(Table::Of(
+      Bios{}, System{}, Processor{}, MemoryDevice{.locator = "HBM_1", .memoryType = 0x20}, End{}));
+  FakeTerminal terminal(machine.Firmware());
+  machine.UseTerminal(&terminal);
+  EXPECT_EQ(machine.RunAgent(), EFI_SUCCESS);
+  terminal.Type("q");
+  machine.BootAgent();
+  machine.UseTerminal(nullptr);
+  EXPECT_THAT(terminal.Pictures().at(0), testing::ContainsRegex("\n   HBM_1 .* HBM stack\n"));
 }
 
 // The n-th allocation of the agent fails while somebody presses every key. False: it made fewer.

@@ -31,8 +31,9 @@ class AgentScreenView : public AgentTest {
   }
 
   void AddDevice(const std::string& label, const std::string& fqdd, const char* verdict = nullptr,
-                 bool isFinding = false) {
+                 bool isFinding = false, const std::string& name = "") {
     tvqplatform::ShownDevice device = {};
+    name.copy(device.Name, sizeof(device.Name) - 1);
     label.copy(device.Label, sizeof(device.Label) - 1);
     fqdd.copy(device.Fqdd, sizeof(device.Fqdd) - 1);
     device.Class = "memory module";
@@ -69,7 +70,15 @@ class AgentScreenView : public AgentTest {
     return Picture(size);
   }
   UINTN PageCount() const { return mPages.Count(); }
-  Style StyleOfRow(UINTN row) const { return mPicture.StyleOf(row); }
+  // Of each row, a letter: '=' a bar, '#' a heading, '.' plain, '+' good, '!' attention, 'X' trouble, '>' chosen.
+  std::string Styles() const {
+    std::string styles;
+    for (UINTN row = 0; row < mPicture.Rows(); ++row) {
+      styles.push_back(".=#+!X>"[static_cast<size_t>(mPicture.StyleOf(row))]);
+    }
+    return styles;
+  }
+  const tvqplatform::Pages& Pages() const { return mPages; }
 
  private:
   tvqplatform::ScreenContent mContent;
@@ -83,7 +92,7 @@ class AgentScreenView : public AgentTest {
 
 TEST_F(AgentScreenView, HasOnePageWhereThereIsNothing) {
   EXPECT_EQ(Picture({40, 12}), " Title" + std::string(21, ' ') + "page 1 of 1\n" +
-                                   std::string(9, '\n') + " P:Power off Q:Leave\n\n");
+                                   std::string(9, '\n') + "P:Power off Q:Leave\n\n");
 }
 
 TEST_F(AgentScreenView, GoesOnInTheNextRowAtABlank) {
@@ -132,7 +141,7 @@ TEST_F(AgentScreenView, TakesTwoRowsForKeysThatDoNotFitIntoOne) {
       testing::EndsWith("\n D:Details A:Accept all O:Accept one S:Save P:Power off Q:Leave\n"));
   EXPECT_THAT(
       Picture({40, 12}),
-      testing::EndsWith("\n D:Details A:Accept all O:Accept one\n S:Save P:Power off Q:Leave\n"));
+      testing::EndsWith("\nD:Details A:Accept all O:Accept one\nS:Save P:Power off Q:Leave\n"));
 }
 
 TEST_F(AgentScreenView, MarksWhatWasCut) {
@@ -148,8 +157,8 @@ TEST_F(AgentScreenView, ShowsDashesForWhatIsMissing) {
 }
 
 TEST_F(AgentScreenView, ShowsWhatIsNotPrintableAsAQuestionMark) {
-  AddSummary("a\x1B[2J\t\x7F\x80\xFF~");
-  EXPECT_THAT(Picture(), HasSubstr("\na?[2J????~\n"));
+  AddSummary("a\x1B[2J\t\x1F\x7F\x80\xFF~");
+  EXPECT_THAT(Picture(), HasSubstr("\na?[2J?????~\n"));
 }
 
 TEST_F(AgentScreenView, CutsATitleThatWouldReachThePage) {
@@ -157,7 +166,161 @@ TEST_F(AgentScreenView, CutsATitleThatWouldReachThePage) {
   EXPECT_THAT(Picture(), testing::StartsWith(" " + std::string(64, 'T') + "~ page 1 of 1\n"));
 }
 
+TEST_F(AgentScreenView, ShowsTextsOfOneCharacter) {
+  AddDevice("A", "F", "same", false, "N");
+  EXPECT_THAT(Picture(), HasSubstr("\n   Label  FQDD  Verdict  Serial  Name\n"
+                                   ">  A      F     same     -       N\n"));
+}
+
+TEST_F(AgentScreenView, CutsAnFqddThatTakesMoreThanItsColumn) {
+  AddDevice("A1", std::string(21, 'F') + "GH");
+  EXPECT_THAT(Picture(), HasSubstr("\n>  A1     " + std::string(21, 'F') + "~  -       memory"));
+}
+
+TEST_F(AgentScreenView, HasStylesForWhatItsRowsAre) {
+  EXPECT_TRUE(Content().Summary.Add(Style::kGood, "good"));
+  EXPECT_TRUE(Content().Summary.Add(Style::kTrouble, "trouble"));
+  AddDevice("A1", "");
+  AddDevice("A2", "", "gone", true);
+  AddDevice("A3", "");
+  EXPECT_EQ(Picture({80, 13}), " Title" + std::string(61, ' ') +
+                                   "page 1 of 1\n"
+                                   "good\n"
+                                   "trouble\n"
+                                   "\n"
+                                   "   Label  FQDD  Verdict  Serial  Name\n"
+                                   ">  A1     -     -        -       memory module\n"
+                                   " ! A2     -     gone     -       memory module\n"
+                                   "   A3     -     -        -       memory module\n"
+                                   "\n\n\n\n"
+                                   " D:Details P:Power off Q:Leave\n");
+  EXPECT_EQ(Styles(), "=+X.#>!....!=");
+  View().Chosen = 1;
+  Picture({79, 13});
+  EXPECT_EQ(Styles(), "=+X.#.>...!==");
+}
+
+TEST_F(AgentScreenView, ShowsItsMessageInTheStyleOfThat) {
+  std::snprintf(View().Message, sizeof(View().Message), "Saved.");
+  View().MessageStyle = Style::kGood;
+  EXPECT_THAT(Picture({80, 12}), HasSubstr("\n Saved.\n"));
+  EXPECT_EQ(Styles(), "=.........+=");
+  Press('x');
+  EXPECT_EQ(Picture({80, 12}), " Title" + std::string(61, ' ') + "page 1 of 1\n" +
+                                   std::string(10, '\n') + " P:Power off Q:Leave\n");
+}
+
+TEST_F(AgentScreenView, AsksForADeviceByItsNameOrElseByItsLabel) {
+  Content().CanAccept = true;
+  const struct {
+    const char* label;
+    const char* fqdd;
+    const char* shown;
+  } kCases[] = {{"A1", "DIMM.Socket.A1", "DIMM.Socket.A1"}, {"A1", "F", "F"}, {"A1", "", "A1"}};
+  for (const auto& one : kCases) {
+    Content().Devices.Shrink(0);
+    AddDevice(one.label, one.fqdd);
+    EXPECT_EQ(Press('o'), Command::kNone);
+    EXPECT_THAT(Picture(), HasSubstr(std::string("\n Accept ") + one.shown +
+                                     " as it is now?  Y: yes; any other key: no\n"));
+    Press('n');
+  }
+}
+
+// --- Widths and heights ---
+
+TEST_F(AgentScreenView, ShowsALineThatFillsItsRow) {
+  AddSummary(std::string(37, 'a') + " b");
+  EXPECT_THAT(Picture({40, 12}), HasSubstr("\n" + std::string(37, 'a') + " b\n"));
+}
+
+TEST_F(AgentScreenView, SetsLinesInByHalfAScreenAtMost) {
+  AddSummary(std::string(30, ' ') + "one two three four five six seven");
+  EXPECT_THAT(Picture({40, 12}),
+              HasSubstr("\n" + std::string(30, ' ') + "one two\n" + std::string(19, ' ') +
+                        "three four five six\n" + std::string(19, ' ') + "seven\n"));
+}
+
+TEST_F(AgentScreenView, KeepsTheHeadingWhereARowIsLeftForTheFirstDevice) {
+  AddDevice("A1", "DIMM.Socket.A1");
+  for (int i = 0; i < 5; ++i) {
+    AddSummary("line");
+  }
+  EXPECT_THAT(Page(0, {40, 12}),
+              HasSubstr("\nline\n\n   Label  FQDD            Serial  Name\n>  A1"));
+  EXPECT_EQ(PageCount(), 1u);
+  AddSummary("line");
+  EXPECT_THAT(Page(0, {40, 12}), Not(HasSubstr("Label")));
+  EXPECT_EQ(PageCount(), 2u);
+}
+
+TEST_F(AgentScreenView, BeginsAPageWithTheHeadingWhereTheLinesFillThoseBefore) {
+  for (int i = 0; i < 8; ++i) {
+    AddSummary("line");
+  }
+  AddDevice("A1", "DIMM.Socket.A1");
+  EXPECT_THAT(Page(1, {40, 12}), HasSubstr("page 2 of 2\n   Label  FQDD "));
+}
+
+TEST_F(AgentScreenView, NamesEveryKeyOnTheSmallestScreen) {
+  for (int i = 0; i < 30; ++i) {
+    AddSummary("line");
+    EXPECT_TRUE(Content().Details.Add(Style::kPlain, "line"));
+  }
+  AddDevice("A1", "DIMM.Socket.A1");
+  Content().CanAccept = true;
+  Content().CanSave = true;
+  EXPECT_THAT(Picture(tvqplatform::kSmallestScreen),
+              testing::EndsWith("\nN:Next B:Back D:Details A:Accept all\n"
+                                "O:Accept one S:Save P:Power off Q:Leave\n"));
+  View().HasDetails = true;
+  EXPECT_THAT(Picture(tvqplatform::kSmallestScreen),
+              testing::EndsWith("\nN:Next B:Back A:Accept all O:Accept one\n"
+                                "S:Save P:Power off Q:Back to the list\n"));
+}
+
+TEST_F(AgentScreenView, HasOneRowOfKeysFromEightyColumnsOn) {
+  Picture({80, 25});
+  EXPECT_EQ(Pages().RowsPerPage(), 22u);
+  Picture({79, 25});
+  EXPECT_EQ(Pages().RowsPerPage(), 21u);
+}
+
+TEST_F(AgentScreenView, HasNoRowsBehindAPageAndBehindTheLast) {
+  for (int i = 0; i < 10; ++i) {
+    AddSummary("line");
+  }
+  Picture({40, 12});
+  ASSERT_EQ(Pages().RowsPerPage(), 8u);
+  EXPECT_NE(Pages().Row(0, 7), nullptr);
+  EXPECT_EQ(Pages().Row(0, 8), nullptr);
+  EXPECT_NE(Pages().Row(1, 7), nullptr) << "a page is filled";
+  EXPECT_EQ(Pages().Row(2, 0), nullptr);
+  EXPECT_EQ(Pages().PageOf(3), 0u) << "of a device that is not there";
+}
+
 // --- Keys ---
+
+TEST_F(AgentScreenView, TakesCapitalsToo) {
+  AddDevice("A1", "DIMM.Socket.A1");
+  Content().CanAccept = true;
+  Content().CanSave = true;
+  EXPECT_EQ(Press('A'), Command::kNone);
+  EXPECT_EQ(View().Asked, Question::kAcceptAll);
+  EXPECT_EQ(Press('Y'), Command::kAcceptAll);
+  EXPECT_EQ(Press('S'), Command::kSave);
+  EXPECT_EQ(Press('Q'), Command::kLeave);
+}
+
+TEST_F(AgentScreenView, AcceptsNothingWithoutADeviceOrWithoutASavedState) {
+  Content().CanAccept = true;
+  EXPECT_EQ(Press('o'), Command::kNone);
+  EXPECT_EQ(View().Asked, Question::kNone);
+  AddDevice("A1", "DIMM.Socket.A1");
+  Content().CanAccept = false;
+  EXPECT_EQ(Press('o'), Command::kNone);
+  EXPECT_EQ(View().Asked, Question::kNone);
+}
 
 TEST_F(AgentScreenView, TurnsPagesRoundAndRound) {
   for (int i = 0; i < 60; ++i) {
@@ -266,6 +429,44 @@ TEST_F(AgentScreenView, ShowsWhatItHasMemoryFor) {
     Firmware().Memory().StopFailing();
     EXPECT_GE(pages.Count(), 1u);
     EXPECT_TRUE(Draw(Content(), pages, View(), {80, 25}, picture));
+  }
+}
+
+TEST_F(AgentScreenView, TellsWhenItHasNoMemoryForAllRows) {
+  // Whatever row it is that the memory ends at.
+  for (int lines = 0; lines < 9; ++lines) {
+    Content().Devices.Shrink(0);
+    for (int devices = 0; devices < 5; ++devices) {
+      const uint64_t before = Firmware().Memory().FailedAllocations();
+      bool hasFailed = true;
+      for (uint64_t n = 1; hasFailed; ++n) {
+        tvqplatform::Pages pages;
+        Firmware().Memory().FailAllocation(n, host::images::agent);
+        const bool isArranged = pages.Arrange(Content(), false, {40, 12});
+        Firmware().Memory().StopFailing();
+        hasFailed = Firmware().Memory().FailedAllocations() == before + n;
+        EXPECT_EQ(isArranged, !hasFailed) << lines << " lines, " << devices << " devices: " << n;
+      }
+      AddDevice("A1", "");
+    }
+    AddSummary("line");
+    EXPECT_TRUE(Content().Report.Add(Style::kPlain, "reported"));
+  }
+}
+
+TEST_F(AgentScreenView, DrawsNothingWithoutMemoryForAPicture) {
+  tvqplatform::Picture picture;
+  for (const uint64_t n : {1, 2}) {
+    Firmware().Memory().FailAllocation(n, host::images::agent);
+    EXPECT_FALSE(picture.Begin({80, 25}));
+    Firmware().Memory().StopFailing();
+    EXPECT_EQ(picture.Rows(), 0u);
+    tvqplatform::Pages pages;
+    EXPECT_TRUE(pages.Arrange(Content(), false, {80, 25}));
+    tvqplatform::Picture other;
+    Firmware().Memory().FailAllocation(n, host::images::agent);
+    EXPECT_FALSE(Draw(Content(), pages, View(), {80, 25}, other));
+    Firmware().Memory().StopFailing();
   }
 }
 

@@ -4,6 +4,7 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include "tests/unit/platform/agent/agent_harness.h"
+#include "tests/unit/platform/agent/fake_record.h"
 #include "tests/unit/platform/agent/stored_state.h"
 
 namespace tvq::test {
@@ -222,6 +223,19 @@ TEST_F(AgentState, OfVersionOneIsComparedAndTheNextOneIsSavedInTheMachinesFolder
       << "the newer format counts";
 }
 
+TEST_F(AgentState, OfVersionOneOfAnotherMachineIsLeftAlone) {
+  PublishFirmwareTable(MinimalServer());
+  const std::string other =
+      AsText(State{.devices = {{u"DIMM.Socket.A1", BlobsOf({.serial = "99AABBCC"})}}}.Encode());
+  Files().Put(kVersionOne, other);
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("\nState: what an earlier version saved in \\TVQ is of another "
+                                  "machine\n"));
+  EXPECT_THAT(Report(), HasSubstr(kSaved));
+  EXPECT_EQ(Files().Get(kVersionOne), other);
+  EXPECT_TRUE(Files().Has(kFirst));
+}
+
 // --- Which machine ---
 
 TEST_F(AgentState, OfEachMachineHasAFolderOfItsOwn) {
@@ -330,6 +344,8 @@ TEST_F(AgentState, WithHolesIsSaidWhenItIsSavedAndWhenItIsCompared) {
   EXPECT_THAT(Report(), HasSubstr(kSaved));
   EXPECT_EQ(RunAgent(u"TvqAgent.efi as-is"), EFI_SUCCESS);
   EXPECT_THAT(Report(), HasSubstr(hole));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi as-is accept"), EFI_SUCCESS);
+  EXPECT_NE(Report().find(hole), Report().rfind(hole)) << "of what was saved and of what is";
 }
 
 TEST_F(AgentState, WithHolesReplacesNoneWithoutUnlessToldTo) {

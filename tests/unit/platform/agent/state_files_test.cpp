@@ -28,6 +28,13 @@ constexpr char kMachineFolder[] = "\\TVQ\\machine-X\\";
 constexpr char kStateA[] = "\\TVQ\\state-a.bin";
 constexpr char kStateB[] = "\\TVQ\\state-b.bin";
 constexpr size_t kLargestFile = 16 << 20;
+// Files that are no states, whatever number one reads into their names.
+constexpr const char* kOtherNames[] = {
+    "state-101.bin.old", "state-.bin",    "state-1000000000.bin", "state-0.bin",
+    "xstate-102.bin",    "state-10x.bin", "state--1.bin",         "107.bin",
+    "state-108",         "state-12/.bin", "state-12:.bin",        "state-bin",
+    "STATE_109.BIN",     "tate-110.bin"};
+constexpr size_t kEndSize = 16;
 
 std::string TextOfBytes(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
@@ -103,7 +110,9 @@ class AgentStateFiles : public AgentTest {
   bool IsFirst() const { return mIsFirst; }
 
   // What becomes of saving a device's state, by an agent that has loaded what is there.
-  SaveResult Save(const std::u16string& fqdd, UINTN kept = 10, uint64_t time = 0) {
+  // The allocation of that number fails while it is saved.
+  SaveResult Save(const std::u16string& fqdd, UINTN kept = 10, uint64_t time = 0,
+                  uint64_t failed = 0) {
     tvqplatform::Volume volume;
     mStatus = volume.Open(Image());
     if (EFI_ERROR(mStatus)) {
@@ -118,7 +127,12 @@ class AgentStateFiles : public AgentTest {
     std::copy(fqdd.begin(), fqdd.end(), device.Fqdd);
     EXPECT_TRUE(snapshot.Add(device));
     snapshot.Time = time;
-    return files.Save(snapshot, kept, mStatus);
+    if (failed != 0) {
+      Firmware().Memory().FailAllocation(failed, host::images::agent);
+    }
+    const SaveResult result = files.Save(snapshot, kept, mStatus);
+    Firmware().Memory().StopFailing();
+    return result;
   }
   EFI_STATUS SaveStatus() const { return mStatus; }
   EFI_HANDLE Image() { return Firmware().HandleOf(host::images::agent); }
@@ -138,6 +152,14 @@ TEST_F(AgentStateFiles, HoldNoStateWhenThereAreNone) {
   EXPECT_EQ(Load(), (Loaded{EFI_NOT_FOUND, "", 0, {}}));
 }
 
+TEST_F(AgentStateFiles, AreNoneOfOtherNames) {
+  for (const char* name : kOtherNames) {
+    Files().Put(kMachineFolder + std::string(name), "x");
+  }
+  EXPECT_EQ(Load(), (Loaded{EFI_NOT_FOUND, "", 0, {}}));
+  EXPECT_TRUE(IsFirst());
+}
+
 TEST_F(AgentStateFiles, AreOneMoreWithEachStateThatIsSaved) {
   ASSERT_EQ(Save(u"first"), SaveResult::kSaved);
   EXPECT_EQ(Files().Get(PathOf(1)), StateText(u"first", 1));
@@ -150,8 +172,7 @@ TEST_F(AgentStateFiles, AreOneMoreWithEachStateThatIsSaved) {
 TEST_F(AgentStateFiles, AreKnownByTheirNumbers) {
   PutStates({9, 10, 100});
   EXPECT_EQ(Load().generation, 100u);
-  for (const char* name : {"state-101.bin.old", "state-.bin", "state-1000000000.bin", "state-0.bin",
-                           "xstate-102.bin", "state-10x.bin", "state--1.bin"}) {
+  for (const char* name : kOtherNames) {
     Files().Put(kMachineFolder + std::string(name), "x");
   }
   EXPECT_EQ(Load(), (Loaded{EFI_SUCCESS, "old", 100, {}}));
@@ -162,6 +183,7 @@ TEST_F(AgentStateFiles, AreKnownByTheirNumbers) {
 TEST_F(AgentStateFiles, AreNotWrittenAgainWhereNothingButTheTimeIsOther) {
   ASSERT_EQ(Save(u"x", 10, 1000), SaveResult::kSaved);
   EXPECT_EQ(Save(u"x", 10, 2000), SaveResult::kUnchanged);
+  EXPECT_EQ(SaveStatus(), EFI_SUCCESS);
   EXPECT_THAT(Names(), ElementsAre("state-1.bin"));
   EXPECT_EQ(Save(u"y", 10, 2000), SaveResult::kSaved);
 }
@@ -267,7 +289,22 @@ TEST_F(AgentStateFiles, ThatCannotBeReadAreNotTakenForMissing) {
   EXPECT_EQ(Load().status, EFI_ACCESS_DENIED);
 }
 
+TEST_F(AgentStateFiles, HaveNineDigitsAtMost) {
+  PutStates({999999999});
+  EXPECT_EQ(Load(), (Loaded{EFI_SUCCESS, "old", 999999999, {}}));
+  EXPECT_EQ(Save(u"new"), SaveResult::kFailed);
+  EXPECT_EQ(SaveStatus(), EFI_VOLUME_FULL);
+  Files().Remove(PathOf(999999999));
+  PutStates({999999998});
+  EXPECT_EQ(Save(u"new", 1), SaveResult::kSaved);
+  EXPECT_THAT(Names(), ElementsAre("state-999999999.bin"));
+  Files().Put(PathOf(999999999), StateText(u"new", 999999999).substr(0, 40));
+  EXPECT_EQ(Load(), (Loaded{EFI_NOT_FOUND, "", 0, {{999999999, StateDefect::kCutOff}}}));
+}
+
 TEST_F(AgentStateFiles, MayBeAsLargeAsSixteenMegabytes) {
+  Files().Put(PathOf(1), std::string(kLargestFile, 'x'));
+  EXPECT_EQ(Load().skipped[0].second, StateDefect::kCutOff) << "it was read";
   Files().Put(PathOf(1), std::string(kLargestFile + 1, 'x'));
   EXPECT_EQ(Load().skipped[0].second, StateDefect::kDamaged);
 }
@@ -296,6 +333,33 @@ TEST_F(AgentStateFiles, OfVersionOneAreReadFromWhicheverFileIsNewer) {
   EXPECT_EQ(LoadFirstVersion().status, EFI_VOLUME_CORRUPTED);
   Files().Remove(kStateB);
   EXPECT_EQ(LoadFirstVersion().status, EFI_NOT_FOUND);
+  Files().Put(kStateA, "x");
+  EXPECT_EQ(LoadFirstVersion().status, EFI_VOLUME_CORRUPTED);
+}
+
+TEST_F(AgentStateFiles, OfVersionOneMayBeAsLarge) {
+  Files().Put(kStateA, std::string(kLargestFile, 'x'));
+  EXPECT_EQ(LoadFirstVersion().status, EFI_VOLUME_CORRUPTED) << "it was read";
+  Files().Put(kStateA, std::string(kLargestFile + 1, 'x'));
+  EXPECT_EQ(LoadFirstVersion().status, EFI_BAD_BUFFER_SIZE);
+}
+
+TEST_F(AgentStateFiles, OfVersionOneAreNeverTheOlderOnesForWantOfMemory) {
+  for (const auto& [a, b] : {std::pair<uint64_t, uint64_t>{8, 7}, {7, 8}}) {
+    Files().Put(kStateA, FirstVersion(u"a", a));
+    Files().Put(kStateB, FirstVersion(u"b", b));
+    const uint64_t before = Firmware().Memory().FailedAllocations();
+    uint64_t n = 0;
+    do {
+      Firmware().Memory().FailAllocation(++n, host::images::agent);
+      const Loaded loaded = LoadFirstVersion();
+      Firmware().Memory().StopFailing();
+      if (loaded.status != EFI_OUT_OF_RESOURCES) {
+        EXPECT_EQ(loaded, (Loaded{EFI_SUCCESS, a > b ? "a" : "b", 8, {}})) << n;
+      }
+    } while (Firmware().Memory().FailedAllocations() == before + n);
+    EXPECT_GE(n, 4u);
+  }
 }
 
 // --- What goes wrong while a state is saved ---
@@ -328,6 +392,30 @@ TEST_F(AgentStateFiles, ThatCouldNotBeRemovedAfterAFailureWereCutOff) {
   EXPECT_EQ(Load(), (Loaded{EFI_SUCCESS, "old", 5, {{6, StateDefect::kCutOff}}}));
 }
 
+TEST_F(AgentStateFiles, HaveTheirEndsWrittenWhenAllElseIsOnTheVolume) {
+  const std::string whole = StateText(u"new", 1);
+  Files().Fail(FileCall::kFlush, EFI_DEVICE_ERROR);
+  Files().Fail(FileCall::kDelete, EFI_WARN_DELETE_FAILURE);
+  EXPECT_EQ(Save(u"new"), SaveResult::kFailed);
+  EXPECT_EQ(Files().Get(PathOf(1)), whole.substr(0, whole.size() - kEndSize));
+}
+
+TEST_F(AgentStateFiles, AreSavedWholeOrNotAtAllForWantOfMemory) {
+  uint64_t n = 0;
+  do {
+    Files().RemoveFolder("\\TVQ\\machine-X");
+    PutStates({5});
+    if (Save(u"new", 1, 0, ++n) == SaveResult::kFailed) {
+      EXPECT_EQ(SaveStatus(), EFI_OUT_OF_RESOURCES) << n;
+      EXPECT_THAT(Names(), ElementsAre("state-5.bin")) << n;
+    } else {
+      EXPECT_EQ(SaveStatus(), EFI_SUCCESS) << n;
+      EXPECT_THAT(Names(), ElementsAre("state-6.bin")) << n;
+    }
+  } while (Firmware().Memory().FailedAllocations() == n);
+  EXPECT_GE(n, 4u);
+}
+
 TEST_F(AgentStateFiles, ReportAStateThatReadsBackOtherwise) {
   Files().DamageWrites(PathOf(1));
   EXPECT_EQ(Save(u"new"), SaveResult::kFailed);
@@ -343,14 +431,17 @@ TEST_F(AgentStateFiles, AreSavedAlsoWhereAnOldOneCannotBeRemoved) {
 
 TEST_F(AgentStateFiles, NeedMemoryAndLeaveNone) {
   PutStates({5, 6});
+  Files().Put(PathOf(7), "x");
   const size_t before = AgentBlocks();
   uint64_t n = 0;
   do {
     Firmware().Memory().FailAllocation(++n, host::images::agent);
-    const EFI_STATUS status = Load().status;
+    const Loaded loaded = Load();
     Firmware().Memory().StopFailing();
     // Were it not found, a new state would be saved in its place.
-    EXPECT_THAT(status, AnyOf(EFI_SUCCESS, EFI_OUT_OF_RESOURCES)) << n;
+    if (loaded.status != EFI_OUT_OF_RESOURCES) {
+      EXPECT_EQ(loaded, (Loaded{EFI_SUCCESS, "old", 6, {{7, StateDefect::kCutOff}}})) << n;
+    }
     EXPECT_EQ(AgentBlocks(), before) << n;
   } while (Firmware().Memory().FailedAllocations() == n);
   EXPECT_GE(n, 4u);

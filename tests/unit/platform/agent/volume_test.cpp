@@ -141,6 +141,7 @@ TEST_F(AgentVolume, ReportsAFileThatCannotBeRemoved) {
 TEST_F(AgentVolume, ListsWhatAFolderHas) {
   Files().Put(kPath, "x");
   Files().Put("\\TVQ\\sub\\b.bin", "x");
+  Files().Put("\\TVQ\\" + std::string(63, 'w'), "a name that has room");
   Files().Put("\\TVQ\\" + std::string(64, 'x'), "a name that has no room");
   tvqplatform::GrowingArray<tvqplatform::VolumeEntry> entries;
   ASSERT_EQ(Volume().List(Wide(u"\\TVQ"), entries), EFI_SUCCESS);
@@ -149,7 +150,7 @@ TEST_F(AgentVolume, ListsWhatAFolderHas) {
     names.push_back(Utf8(entry.Name) + (entry.IsFolder ? "\\" : ""));
   }
   Firmware().BootServices()->FreePool(entries.Data());
-  EXPECT_THAT(names, testing::ElementsAre(".\\", "sub\\", "a.bin"));
+  EXPECT_THAT(names, testing::ElementsAre(".\\", "sub\\", "a.bin", std::string(63, 'w')));
 }
 
 TEST_F(AgentVolume, SaysWhyAFolderCannotBeListed) {
@@ -205,6 +206,33 @@ TEST_F(AgentVolume, NamesAFileByItsDevicePath) {
   EXPECT_EQ(path->SubType, MEDIA_FILEPATH_DP);
   EXPECT_EQ(Utf8(reinterpret_cast<FILEPATH_DEVICE_PATH*>(path)->PathName), kPath);
   Firmware().BootServices()->FreePool(path);
+}
+
+TEST_F(AgentVolume, IsNotTriedWhereTheFileSystemSaysThatItTakesNothing) {
+  Files().SayProtected();
+  Volume().TryToWrite(Wide(u"\\new"));
+  EXPECT_TRUE(Volume().IsReadOnly());
+  EXPECT_EQ(Files().Changes(), 0u);
+}
+
+TEST_F(AgentVolume, TakesFilesOnADisk) {
+  struct {
+    SCSI_DEVICE_PATH scsi;  // of the type of a disc's node among those of another kind
+    HARDDRIVE_DEVICE_PATH disk;
+    EFI_DEVICE_PATH_PROTOCOL end;
+  } path = {};
+  path.scsi.Header = {MESSAGING_DEVICE_PATH, MSG_SCSI_DP, {sizeof(path.scsi), 0}};
+  path.disk.Header = {MEDIA_DEVICE_PATH, MEDIA_HARDDRIVE_DP, {sizeof(path.disk), 0}};
+  path.end = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, {sizeof(path.end), 0}};
+  EFI_HANDLE device = Files().Device();
+  EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+  ASSERT_EQ(services->InstallProtocolInterface(&device, &gEfiDevicePathProtocolGuid,
+                                               EFI_NATIVE_INTERFACE, &path),
+            EFI_SUCCESS);
+  Volume().TryToWrite(Wide(u"\\new"));
+  EXPECT_FALSE(Volume().IsReadOnly());
+  EXPECT_EQ(services->UninstallProtocolInterface(device, &gEfiDevicePathProtocolGuid, &path),
+            EFI_SUCCESS);
 }
 
 TEST_F(AgentVolume, ThatIsNotOpenHasNoFiles) {

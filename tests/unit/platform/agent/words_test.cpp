@@ -111,6 +111,9 @@ TEST_F(AgentOptions, AreNamesBehindAccept) {
   EXPECT_STREQ(options.Unknown, "");
   EXPECT_STREQ(Parse("CPU1 accept").Unknown, "CPU1");
   EXPECT_STREQ(Parse("accept \"CPU 1").Names[0], "CPU 1") << "a quotation mark is missing";
+  const Options together = Parse("accept \"DIMM A2\"CPU1");
+  ASSERT_EQ(together.NameCount, 2u);
+  EXPECT_STREQ(together.Names[1], "CPU1") << "a quotation mark ends a word";
 }
 
 TEST_F(AgentOptions, HaveRoomForSixteenNames) {
@@ -128,14 +131,18 @@ TEST_F(AgentOptions, SayHowManyStatesStayAndWhere) {
   EXPECT_EQ(Parse("").Keep, 10u);
   EXPECT_EQ(Parse("keep=1").Keep, 1u);
   EXPECT_EQ(Parse("keep=1000").Keep, 1000u);
-  for (const char* text :
-       {"keep=", "keep=0", "keep=1001", "keep=x", "keep=-1", "keep=99999999999999999999"}) {
+  EXPECT_EQ(Parse("keep=987").Keep, 987u);
+  EXPECT_STREQ(Parse("keep=1").Unknown, "");
+  for (const char* text : {"keep=", "keep=0", "keep=1001", "keep=x", "keep=-1", "keep=1/",
+                           "keep=1:", "keep=99999999999999999999"}) {
     EXPECT_STREQ(Parse(text).Unknown, text) << text;
     EXPECT_EQ(Parse(text).Keep, 10u) << text;
   }
+  EXPECT_EQ(Parse("accept keep=").NameCount, 0u) << "it is no device's name";
   EXPECT_STREQ(Parse("state=golden").State, "golden");
   for (const char* text : {"state=", "state=a\\b", "state=/a", "state=fs0:"}) {
     EXPECT_STREQ(Parse(text).State, "") << text;
+    EXPECT_STREQ(Parse(text).Unknown, text);
   }
   EXPECT_TRUE(Parse("incomplete").Incomplete);
   EXPECT_TRUE(Parse("other-machine").OtherMachine);
@@ -188,7 +195,7 @@ TEST_F(AgentOptions, AreReadFromCommandLinesOfUpTo512Characters) {
 TEST_F(AgentOptions, AreReadFromPrintableCharactersAlone) {
   for (const char16_t other : {u'\x1F', u'\x7F', u'\u0161', u'\u8000'}) {
     Options options;
-    EXPECT_FALSE(ParseLine(std::u16string(u"as-is") + other, options)) << int{other};
+    EXPECT_FALSE(ParseLine(std::u16string(u"TvqAgent.efi as-is ") + other, options)) << int{other};
   }
   Options options;
   EXPECT_TRUE(ParseLine(u"~ as-is", options));
