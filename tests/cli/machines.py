@@ -93,6 +93,8 @@ def hostile(source):
 
 
 def changed(source):
-    """The two-socket sample with another module, a slot that is empty now, another firmware and a board moved."""
+    """The two-socket sample with another module, a slot that is empty now, another firmware, a board moved, another power
+    supply, and a card in a slot that was free."""
     removed = source.replace('= "7A2C0005"', '= "NO DIMM"\nsize = 0\nextended-size = 0')
+    removed = removed.replace('"PW0007002"', '"PW0009999"').replace("usage       = 0x03  # available", "usage       = 0x04", 1)
     return removed.replace('"7A2C0003"', '"7A2C9999"').replace('"2.4.1"', '"2.5.0"').replace('"Riser 1"', '"Riser 2"')

@@ -81,10 +81,19 @@ class Pages(Checks):
         self.check(page("changes", after, "--against", before))
         marked = WINDOW.run("return [...document.querySelectorAll('.box')].filter(box => box.querySelector('.badge.changed'))"
                             ".map(box => [box.querySelector('.name').textContent, box.querySelector('.badge.changed').textContent])")
-        self.assertEqual(marked, [["DIMM_A3", "replaced"], ["DIMM_A5", "gone"]])
+        self.assertEqual(marked, [["DIMM_A3", "replaced"], ["DIMM_A5", "gone"], ["PCIe Slot 2", "changed"]])
+        rows = WINDOW.run("return [...document.querySelectorAll('tr')].filter(row => row.querySelector('.badge.changed'))"
+                          ".map(row => [row.querySelector('th span').textContent, row.querySelector('.badge').textContent])")
+        self.assertEqual(rows, [["Riser 2", "changed"], ["PSU Bay 2", "replaced"]])
         told = WINDOW.run("return document.querySelector('#changes').innerText")
         for words in ("2.4.1 → 2.5.0", "accept it if it was exchanged on purpose", "reseat it; if it stays away"):
             self.assertIn(words, told)
+
+    def test_a_mark_is_a_word_and_a_card_is_an_article(self):
+        WINDOW.open(page("changed", table("after", machines.changed(sample("two-socket"))), "--against", table("before", sample("two-socket"))))
+        WINDOW.run("document.querySelector('.badge').className = 'badge note'")
+        mark, card = WINDOW.run("return ['.badge.note', 'article.note'].map(one => getComputedStyle(document.querySelector(one)).borderRadius)")
+        self.assertEqual((mark, card), ("4px", "10px"))
 
     def test_what_a_table_says_is_text(self):
         self.check(page("hostile", table("hostile", machines.hostile(sample("two-socket"))), "--show-serials"))

@@ -167,6 +167,7 @@ Earlier CompareWith(const ReportOptions& options, Source& source, const Console&
   earlier.name = ShownName(options.earlier, options, source);
   if (before.table && !earlier.comparison.hasOtherOptions) {
     earlier.structures = DiffTables(*before.table, *after.table);
+    earlier.machine = ReadMachine(*before.table);
   }
   for (const std::string& line : DescribeFit(driver, before, after, source.masker.has_value())) {
     earlier.remarks.push_back(source.secrets.WithMasks(line));

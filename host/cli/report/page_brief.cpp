@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 #include <utility>
 
@@ -40,9 +41,32 @@ std::string FormerName(const run::Finding& change) {
   return label == "-" ? change.kind : label;
 }
 
+std::string Listing(const std::vector<std::string>& texts) {
+  std::string list;
+  for (const std::string& text : texts) {
+    list += (list.empty() ? "" : ", ") + text;
+  }
+  return list;
+}
+
+// Of the whole system: what of it is another part, which has a mark of its own.
+std::string WitnessesOf(const run::Finding& change) {
+  const bool isTold = change.kind == "system" && !change.witnesses.empty();
+  return isTold ? fmt::format(" ({})", Listing(change.witnesses)) : "";
+}
+
 std::string NameOf(const Page& page, const StructureChange& change) {
   const auto place = page.notes.PlaceOf(change);
   return place ? page.names.Of(*place) : change.structure;
+}
+
+// ": asset-tag, usage"
+std::string FieldsOf(const StructureChange& change) {
+  std::string fields;
+  for (const run::FieldChange& field : change.fields) {
+    fields += (fields.empty() ? ": " : ", ") + Printable(field.field);
+  }
+  return fields;
 }
 
 void BriefStructures(const Page& page) {
@@ -51,7 +75,7 @@ void BriefStructures(const Page& page) {
   const std::size_t shown = earlier.comparison.firmware ? 0 : kStructuresShown;
   for (std::size_t i = 0; i < std::min(structures.size(), shown); ++i) {
     const StructureChange& change = earlier.structures[structures[i]];
-    WriteLine(page, "changed", VerdictOf(change), NameOf(page, change) + ", in the table",
+    WriteLine(page, "changed", VerdictOf(change), NameOf(page, change) + FieldsOf(change),
               StructureId(structures[i]));
   }
   if (structures.size() > shown) {
@@ -83,8 +107,8 @@ void BriefChanges(const Page& page) {
     if (change.isToLookAt) {
       const auto place = page.notes.PlaceOf(change);
       const std::string name = place ? page.names.Of(*place) : FormerName(change);
-      WriteLine(page, "changed", change.verdict, fmt::format("{}: {}", name, change.toDo),
-                ChangeId(i));
+      WriteLine(page, "changed", change.verdict,
+                fmt::format("{}{}: {}", name, WitnessesOf(change), change.toDo), ChangeId(i));
     }
   }
   BriefStructures(page);
@@ -105,7 +129,7 @@ void BriefRule(const Page& page, std::size_t first) {
   const std::string_view severity = NameOf(SeverityOf(finding));
   WriteLine(page, severity, severity,
             fmt::format("{}{}{}", finding.rule->summary,
-                        count == 1 ? "" : fmt::format(", {} times", count),
+                        count == 1 ? "" : fmt::format(" ({} times)", count),
                         IsAboutStandard(*finding.rule) ? "" : " (matters to the driver alone)"),
             FindingId(first));
 }
@@ -141,7 +165,25 @@ std::string ValueOf(const std::optional<std::string>& text) {
   return !text ? "(none)" : text->empty() ? "(empty)" : Printable(*text);
 }
 
-void WriteValues(const Page& page, const std::vector<run::FieldChange>& fields) {
+// A field as the page shows it.
+struct ShownChange {
+  std::string field;
+  std::string before;
+  std::string after;
+};
+
+std::vector<ShownChange> ShownOf(const std::vector<run::FieldChange>& fields) {
+  std::vector<ShownChange> shown;
+  for (const run::FieldChange& field : fields) {
+    shown.push_back({Printable(field.field), ValueOf(field.before), ValueOf(field.after)});
+  }
+  return shown;
+}
+
+void WriteValues(const Page& page, const std::vector<ShownChange>& fields) {
+  if (fields.empty()) {
+    return;
+  }
   const auto table = page.html.Open("table", {{"class", "values"}});
   page.html.Add("caption", {{"class", "unseen"}}, "Values before and after");
   {
@@ -152,11 +194,11 @@ void WriteValues(const Page& page, const std::vector<run::FieldChange>& fields) 
     }
   }
   const auto body = page.html.Open("tbody");
-  for (const run::FieldChange& field : fields) {
+  for (const ShownChange& field : fields) {
     const auto row = page.html.Open("tr");
-    page.html.Add("th", {{"scope", "row"}}, Printable(field.field));
-    page.html.Add("td", {}, ValueOf(field.before));
-    page.html.Add("td", {}, ValueOf(field.after));
+    page.html.Add("th", {{"scope", "row"}}, field.field);
+    page.html.Add("td", {}, field.before);
+    page.html.Add("td", {}, field.after);
   }
 }
 
@@ -182,40 +224,82 @@ void WriteSentence(const Page& page, const std::string& text) {
   }
 }
 
-std::string Listing(const std::vector<std::string>& texts) {
-  std::string list;
-  for (const std::string& text : texts) {
-    list += (list.empty() ? "" : ", ") + text;
-  }
-  return list;
-}
-
 void WriteToDo(const Page& page, const std::string& text) {
   const auto line = page.html.Open("p", {{"class", "todo"}});
   page.html.Add("strong", {}, "What to do:");
   page.html.Add("span", {}, text);
 }
 
-// Of a text in the source form of tables, which stands in quotation marks.
-std::string Unquoted(const std::optional<std::string>& text) {
-  const bool isQuoted = text && text->size() > 1 && text->front() == '"' && text->back() == '"';
-  return !text ? "" : isQuoted ? text->substr(1, text->size() - 2) : *text;
+// The part as it was; null where it was not there.
+const facts::Part* FormerPart(const Page& page, PartPlace place) {
+  const std::vector<facts::Part>& parts = page.report.earlier->machine.Of(place.kind);
+  const auto found = std::find_if(parts.begin(), parts.end(), [&](const facts::Part& part) {
+    return part.handle == page.View().At(place).handle;
+  });
+  return found == parts.end() ? nullptr : &*found;
 }
 
-// The fields of its structure that changed, but for those that the document has as well.
-void WriteStructureFields(const Page& page, const StructureChange& structure,
-                          const std::vector<run::FieldChange>& told) {
-  std::vector<run::FieldChange> fields = structure.fields;
-  const auto isTold = [&](const run::FieldChange& field) {
-    return std::any_of(told.begin(), told.end(), [&](const run::FieldChange& other) {
-      return Unquoted(field.before) == other.before.value_or("") &&
-             Unquoted(field.after) == other.after.value_or("");
+// "assettag", of the field "asset-tag" and of the fact "assetTag"; "size" of "sizeInBytes".
+std::string PlainName(std::string_view name) {
+  std::string plain;
+  for (const char character : name.substr(0, name.find("In"))) {
+    if (character != '-') {
+      plain += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
+  }
+  return plain;
+}
+
+std::string OrNone(const std::string& text) {
+  return text.empty() ? "(none)" : text;
+}
+
+// The facts of the part that are others than before.
+std::vector<ShownChange> ChangedFacts(const facts::Part& before, const facts::Part& after,
+                                      std::set<std::string>& names) {
+  std::vector<ShownChange> changes;
+  for (const facts::Fact& fact : after.facts) {
+    const std::string then = FactText(before, fact.name);
+    const std::string now = FactText(after, fact.name);
+    if (then != now) {
+      changes.push_back({FactTitle(fact.name), OrNone(then), OrNone(now)});
+      names.insert(PlainName(fact.name));
+    }
+  }
+  return changes;
+}
+
+// What the fields of a part mean, and as they stand in the table where no fact tells.
+std::vector<ShownChange> ChangesInWords(const Page& page, const StructureChange& change) {
+  const auto place = page.notes.PlaceOf(change);
+  const facts::Part* const before = place ? FormerPart(page, *place) : nullptr;
+  std::vector<ShownChange> shown;
+  std::set<std::string> told;
+  if (before != nullptr) {
+    shown = ChangedFacts(*before, page.View().At(*place), told);
+  }
+  for (ShownChange& field : ShownOf(change.fields)) {
+    if (told.count(PlainName(field.field)) == 0) {
+      shown.push_back(std::move(field));
+    }
+  }
+  return shown;
+}
+
+// What its structure says otherwise than before, but for what the document says as well.
+void WriteBesideDocument(const Page& page, const StructureChange& structure,
+                         const std::vector<run::FieldChange>& fields) {
+  const std::vector<ShownChange> told = ShownOf(fields);
+  std::vector<ShownChange> changes = ChangesInWords(page, structure);
+  const auto isTold = [&](const ShownChange& change) {
+    return std::any_of(told.begin(), told.end(), [&](const ShownChange& other) {
+      return Unquoted(change.before) == other.before && Unquoted(change.after) == other.after;
     });
   };
-  fields.erase(std::remove_if(fields.begin(), fields.end(), isTold), fields.end());
-  if (!fields.empty()) {
+  changes.erase(std::remove_if(changes.begin(), changes.end(), isTold), changes.end());
+  if (!changes.empty()) {
     WriteSentence(page, "In the table, " + structure.structure + ":");
-    WriteValues(page, fields);
+    WriteValues(page, changes);
   }
 }
 
@@ -234,11 +318,9 @@ void WriteChange(const Page& page, std::size_t index) {
     WriteSentence(
         page, change.isSamePart ? "The same part." : "Nothing says whether it is the same part.");
   }
-  if (!change.fields.empty()) {
-    WriteValues(page, change.fields);
-  }
+  WriteValues(page, ShownOf(change.fields));
   if (const StructureChange* const structure = page.notes.StructureOf(change)) {
-    WriteStructureFields(page, *structure, change.fields);
+    WriteBesideDocument(page, *structure, change.fields);
   }
   WriteToDo(page, change.toDo);
 }
@@ -261,9 +343,7 @@ void WriteStructure(const Page& page, std::size_t index) {
                       : change.isRemoved      ? "The table does not have it any more."
                       : change.fields.empty() ? "Bytes changed that no field has."
                                               : "");
-  if (!change.fields.empty()) {
-    WriteValues(page, change.fields);
-  }
+  WriteValues(page, ChangesInWords(page, change));
 }
 
 void WriteFirmwareUpdate(const Page& page, const run::FirmwareUpdate& update) {

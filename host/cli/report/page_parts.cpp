@@ -3,13 +3,35 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <Library/TvqDeviceLib.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "host/cli/machine/fact_text.h"
 #include "host/cli/report/page_sections.h"
 
 namespace tvq::cli {
 
 using facts::Kind;
+using facts::Part;
+
+namespace {
+
+bool NamesPart(const std::optional<std::string>& serial) {
+  const std::string text = Unquoted(serial.value_or(""));
+  return !devices::IsPlaceholder(
+      smbios::Text(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+}
+
+// Whether the number that tells parts apart is another one.
+bool HasAnotherSerial(const StructureChange& change) {
+  return std::any_of(change.fields.begin(), change.fields.end(), [](const run::FieldChange& field) {
+    return field.field == "serial" && NamesPart(field.before) && NamesPart(field.after);
+  });
+}
+
+}  // namespace
 
 bool IsPictured(Kind kind) {
   return kind == Kind::kProcessor || kind == Kind::kModule || kind == Kind::kSlot;
@@ -35,6 +57,31 @@ std::string FindingId(std::size_t finding) {
   return fmt::format("finding-{}", finding + 1);
 }
 
+std::string FactTitle(std::string_view fact) {
+  for (const char* const name : {"UUID", "SKU", "PPIN", "ID"}) {
+    const std::string_view shown = name;
+    const bool isName = std::equal(fact.begin(), fact.end(), shown.begin(), shown.end(),
+                                   [](char left, char right) { return left - 'a' + 'A' == right; });
+    if (isName) {
+      return name;
+    }
+  }
+  std::string title = TitleOf(fact.substr(0, fact.find("In")));
+  if (!title.empty() && title[0] >= 'a' && title[0] <= 'z') {
+    title[0] = static_cast<char>(title[0] - 'a' + 'A');
+  }
+  return title;
+}
+
+std::string FactText(const Part& part, std::string_view fact) {
+  const facts::Value& value = part.Find(fact);
+  if (const bool* const flag = std::get_if<bool>(&value)) {
+    return *flag ? "yes" : "no";
+  }
+  const std::string text = ValueText(part, fact, {});
+  return text == kNothing ? "" : text;
+}
+
 void WritePartLink(const Page& page, PartPlace place) {
   page.html.Link('#' + (IsPictured(place.kind) ? BoxId(place) : RowId(place)), page.names.Of(place),
                  "part");
@@ -53,7 +100,15 @@ void WriteBadge(const Page& page, std::string_view kind, std::string_view text) 
 }
 
 const char* VerdictOf(const StructureChange& change) {
-  return change.isAdded ? "added" : change.isRemoved ? "gone" : "changed";
+  return change.isAdded             ? "added"
+         : change.isRemoved         ? "gone"
+         : HasAnotherSerial(change) ? "replaced"
+                                    : "changed";
+}
+
+std::string Unquoted(const std::string& text) {
+  const bool isQuoted = text.size() > 1 && text.front() == '"' && text.back() == '"';
+  return isQuoted ? text.substr(1, text.size() - 2) : text;
 }
 
 void WriteChangeMarks(const Page& page, PartPlace place) {

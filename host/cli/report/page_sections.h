@@ -43,6 +43,11 @@ std::string ChangeId(std::size_t change);
 std::string StructureId(std::size_t structure);
 std::string FindingId(std::size_t finding);
 
+// "Asset tag"; "UUID" and the like are written large.
+std::string FactTitle(std::string_view fact);
+// What the part states, in words; empty where nothing is known.
+std::string FactText(const facts::Part& part, std::string_view fact);
+
 // A link to where the part is shown: in the picture, else in the tables.
 void WritePartLink(const Page& page, PartPlace place);
 
@@ -52,6 +57,9 @@ void WriteHeading(const Page& page, const std::string& id, std::string_view text
 
 // A word in a box: "error", "replaced".
 void WriteBadge(const Page& page, std::string_view kind, std::string_view text);
+
+// A value of the source form of tables, where texts stand in quotation marks.
+std::string Unquoted(const std::string& value);
 
 // What became of a structure, in a word.
 const char* VerdictOf(const StructureChange& change);

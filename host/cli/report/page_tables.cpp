@@ -49,32 +49,6 @@ struct Column {
   }
 };
 
-// "Asset tag"; "UUID" and the like are written large.
-std::string HeadingOf(std::string_view fact) {
-  for (const char* const name : {"UUID", "SKU", "PPIN", "ID"}) {
-    const std::string_view shown = name;
-    const bool isName = std::equal(fact.begin(), fact.end(), shown.begin(), shown.end(),
-                                   [](char left, char right) { return left - 'a' + 'A' == right; });
-    if (isName) {
-      return name;
-    }
-  }
-  std::string title = TitleOf(fact.substr(0, fact.find("In")));
-  if (!title.empty() && title[0] >= 'a' && title[0] <= 'z') {
-    title[0] = static_cast<char>(title[0] - 'a' + 'A');
-  }
-  return title;
-}
-
-std::string CellText(const Part& part, std::string_view fact) {
-  const facts::Value& value = part.Find(fact);
-  if (const bool* const flag = std::get_if<bool>(&value)) {
-    return *flag ? "yes" : "no";
-  }
-  const std::string text = ValueText(part, fact, {});
-  return text == kNothing ? "" : text;
-}
-
 // What the parts of a kind have; the label is the name of a row.
 std::vector<Column> ColumnsOf(const MachineView& view, const std::vector<PartPlace>& places) {
   Column fqdd = {"FQDD", {}};
@@ -88,9 +62,9 @@ std::vector<Column> ColumnsOf(const MachineView& view, const std::vector<PartPla
     if (fact.name == "label") {
       continue;
     }
-    Column column = {HeadingOf(fact.name), {}};
+    Column column = {FactTitle(fact.name), {}};
     for (const PartPlace place : places) {
-      column.values.push_back(CellText(view.At(place), fact.name));
+      column.values.push_back(FactText(view.At(place), fact.name));
     }
     columns.push_back(std::move(column));
   }
@@ -184,7 +158,7 @@ void WriteSingle(const Page& page, PartPlace place, const std::string& title) {
     }
   }
   std::vector<Column> columns = ColumnsOf(page.View(), {place});
-  const std::string label = CellText(page.View().At(place), "label");
+  const std::string label = FactText(page.View().At(place), "label");
   if (!label.empty()) {
     columns.insert(columns.begin(), {"Label", {label}});
   }
@@ -250,7 +224,7 @@ void WriteTableAsItIs(const Page& page) {
   page.html.Add("p", {},
                 "This is of a copy of the table in which every device has a name that stays with "
                 "its slot; the findings are about the table as it is.");
-  page.html.Add("p", {}, "Of the table as it is - " + RunInWords(asIs));
+  page.html.Add("p", {}, "The table as it is: " + RunInWords(asIs));
   WriteMissing(page, asIs, "Without a record, of the table as it is");
 }
 

@@ -24,6 +24,7 @@ struct Earlier {
   std::string name;
   run::Comparison comparison;
   std::vector<StructureChange> structures;  // of the tables, where both sides have one
+  facts::Machine machine;                   // as it was then
   std::vector<std::string> remarks;         // what makes the two hard to compare
 };
 

@@ -66,6 +66,158 @@ TEST_F(CliReport, ComparesWithASavedStateToo) {
   EXPECT_THAT(Report(after, {"--against", Path("state")}).out, HasSubstr(">gone</"));
 }
 
+// Parts of which no document of the driver tells, or only that of the whole system.
+struct Around {
+  std::string assetTag = "BOARD-ASSET-1";
+  uint8_t usage = 4;
+  std::string moduleTag = "MODULE-TAG-1";
+};
+
+test::Table TableOf(const Around& around) {
+  return test::Table::Of(
+      test::Bios{}, test::System{}, test::BaseBoard{.handle = 0x200, .assetTag = around.assetTag},
+      test::Processor{}, test::MemoryDevice{.handle = 0x1100, .assetTag = around.moduleTag},
+      test::Slot{.handle = 0x900, .usage = around.usage}, test::End{});
+}
+
+class CliReportOfStructures : public CliReport {
+ protected:
+  CliReportOfStructures() { Write("before.bin", TableOf(Around{}).Bytes()); }
+  Outcome ReportChange(const Around& after, std::vector<std::string> more = {"--show-serials"}) {
+    Write("after.bin", TableOf(after).Bytes());
+    more.insert(more.begin(),
+                {"report", Path("after.bin"), "--against", Path("before.bin"), "-o", "-"});
+    return RunTvq(more);
+  }
+  // What stands in the box of the slot.
+  static std::string SlotBox(const Outcome& page) {
+    const std::size_t start = page.out.find("<li id=\"at-slot-1\"");
+    return page.out.substr(start, page.out.find("</li>", start) - start);
+  }
+};
+
+TEST_F(CliReportOfStructures, MarksASlotThatIsInUseNoMore) {
+  const Outcome page = ReportChange({.usage = 3});
+  EXPECT_THAT(SlotBox(page),
+              HasSubstr("<a class=\"badge changed\" href=\"#structure-1\">changed</a>"));
+  EXPECT_THAT(page.out,
+              HasSubstr("<th scope=\"row\">Usage</th>\n<td>In Use</td>\n<td>Available</td>"));
+  EXPECT_THAT(SlotBox(ReportChange({})), Not(HasSubstr("changed")));
+}
+
+TEST_F(CliReportOfStructures, TellsOfATagThatNoDocumentHas) {
+  const Outcome page = ReportChange({.assetTag = "BOARD-ASSET-2"});
+  EXPECT_EQ(page.status, 1);
+  EXPECT_THAT(page.out, AllOf(HasSubstr("href=\"#structure-1\">Main Tray: asset-tag</a>"),
+                              HasSubstr("<td>BOARD-ASSET-1</td>\n<td>BOARD-ASSET-2</td>")));
+  EXPECT_THAT(ReportChange({.assetTag = "BOARD-ASSET-2"}, {}).out,
+              AllOf(HasSubstr("Main Tray: asset-tag"), Not(HasSubstr("BOARD-ASSET"))));
+}
+
+TEST_F(CliReportOfStructures, SaysThatNothingChanged) {
+  EXPECT_THAT(ReportChange({}).out, HasSubstr("<span class=\"badge fine\">unchanged</span>"));
+  EXPECT_THAT(ReportChange({.usage = 3}).out, Not(HasSubstr("unchanged")));
+}
+
+TEST_F(CliReport, TellsAPowerSupplyThatWasExchangedByItself) {
+  const auto write = [this](const std::string& name, const std::string& serial) {
+    const std::string source =
+        "[bios]\n[system]\nproduct = \"Rack One\"\nserial = \"ABC1234\"\n"
+        "[power-supply 0x2700]\nlocation = \"PSU Bay 1\"\nserial = \"" +
+        serial +
+        "\"\n[power-supply 0x2701]\nlocation = \"PSU Bay 2\"\nserial = \"PSU-OTHER\"\n[end]\n";
+    EXPECT_EQ(RunTvq({"mktable", "-", "-o", Path(name)}, source).status, 0);
+    return Path(name);
+  };
+  const std::string before = write("before.bin", "PSU-OLD-1");
+  const std::string after = write("after.bin", "PSU-NEW-2");
+  EXPECT_THAT(RunTvq({"report", after, "--against", before, "-o", "-"}).out,
+              HasSubstr("<span>PSU Bay 1</span>\n<a class=\"badge changed\" "
+                        "href=\"#structure-1\">replaced</a>"));
+}
+
+TEST_F(CliReport, SaysThatTwoMachinesWereCompared) {
+  const std::string other =
+      Write("other.bin",
+            test::Table::Of(test::Bios{},
+                            test::System{.serial = "OTHER-77", .uuid = test::Bytes(16, 0x77)},
+                            test::BaseBoard{.serial = "OTHER-78"}, test::Processor{}, test::End{})
+                .Bytes());
+  EXPECT_THAT(Report({}, {"--against", other}).out,
+              AllOf(HasSubstr("<span>these are two machines.</span>"), Not(HasSubstr("OTHER-77"))));
+}
+
+TEST_F(CliReport, OfAFirmwareUpdateDoesNotSayThatNothingChanged) {
+  const auto table = [](const char* version) {
+    return test::Table::Of(test::Bios{.version = version}, test::System{}, test::Processor{},
+                           test::End{})
+        .Bytes();
+  };
+  const std::string before = Write("before.bin", table("1.0"));
+  const std::string after = Write("after.bin", table("2.0"));
+  EXPECT_THAT(RunTvq({"report", after, "--against", before, "-o", "-"}).out,
+              AllOf(HasSubstr(">firmware update</span>"), Not(HasSubstr(">unchanged<")),
+                    HasSubstr(">nothing to do</span>")));
+}
+
+TEST_F(CliReport, JoinsFindingsOfOneRuleAndSaysWhatEachIsAbout) {
+  const test::Table table = test::Table::Of(
+      test::Bios{}, test::System{.handle = 0x100},
+      test::BaseBoard{.handle = 0x200, .chassisHandle = 0x100}, test::Processor{.handle = 0x400},
+      test::MemoryDevice{.handle = 0x1100, .arrayHandle = 0x400}, test::End{});
+  const Outcome page = RunTvq({"report", Write("table.bin", table.Bytes()), "-o", "-"});
+  const std::string rule = "A field refers to a structure of another type than it should.";
+  EXPECT_THAT(page.out,
+              AllOf(HasSubstr(">" + rule + " (2 times)</a>"), Not(HasSubstr(">" + rule + "</a>")),
+                    HasSubstr("<span>" + rule + "</span>\n<span class=\"part\">Main Tray</span>"),
+                    HasSubstr("<span>" + rule + "</span>\n<span class=\"part\">DIMM_A1</span>")));
+}
+
+TEST_F(CliReport, SaysWhatBecomesOfTheTableAsItIs) {
+  Server clash;
+  clash.modules = {{"SLOT 1", "11223344"}, {"SLOT 1", "55667788"}};
+  const Outcome page = Report(clash);
+  EXPECT_THAT(page.out, AllOf(HasSubstr("This is of a copy of the table"),
+                              HasSubstr("<p>The table as it is: Start: ")));
+  EXPECT_THAT(Report(clash, {"--as-is"}).out, Not(HasSubstr("This is of a copy")));
+}
+
+TEST_F(CliReport, TellsPartsWithOneLabelApart) {
+  Server twins;
+  twins.modules = {{"SLOT 1", "11223344"}, {"SLOT 1", "55667788"}};
+  const std::string page = Report(twins).out;
+  EXPECT_THAT(page, AllOf(HasSubstr(">SLOT 1 (DIMM."), Not(HasSubstr(">SLOT 1</a>"))));
+}
+
+TEST_F(CliReport, CallsStandardInputByItsName) {
+  const std::string table = TableFile("table.bin", {});
+  const test::Bytes bytes = Read("table.bin");
+  const Outcome page = RunTvq({"report", table, "--against", "-", "-o", "-"},
+                              std::string(bytes.begin(), bytes.end()));
+  EXPECT_THAT(page.out, HasSubstr("Since standard input: "));
+}
+
+TEST_F(CliReport, OfARedactedStateSaysSoAlsoWithItsNumbers) {
+  ASSERT_EQ(RunTvq({"save", Path("state"), "--from-dump", TableFile("table.bin", {}), "--redact",
+                    "--redact-key", "key"})
+                .status,
+            0);
+  const Outcome page = RunTvq({"report", Path("state"), "--show-serials", "-o", "-"});
+  EXPECT_THAT(page.out, AllOf(HasSubstr("are masked"), HasSubstr("The state was saved so"),
+                              Not(HasSubstr("as they are."))));
+}
+
+TEST_F(CliReport, WarnsOfNoOptionThatNobodyGave) {
+  test::Bytes bytes = TableOf(Server{}).Bytes();
+  bytes.insert(bytes.end(), 20, 0x41);
+  const Outcome page = RunTvq({"report", Write("more.bin", bytes), "-o", "-"});
+  EXPECT_THAT(page.diagnostics, AllOf(HasSubstr("is blanked"), Not(HasSubstr("--redact"))));
+}
+
+TEST_F(CliReport, SaysByWhichRulesItLooks) {
+  EXPECT_THAT(RunTvq({"report", "--help"}).out, HasSubstr("--profile all"));
+}
+
 TEST_F(CliReport, WritesItsFileAndFollowsNoLink) {
   const std::string table = TableFile("table.bin", {});
   EXPECT_EQ(RunTvq({"report", table, "-o", Path("page.html")}).out, "");

@@ -112,5 +112,22 @@ TEST(MemoryMarks, EmptySlowAndOtherModulesAreMarked) {
   EXPECT_EQ(DescribeMemory(machine, marks).size(), 2u);
 }
 
+// What most modules are, where one is something else.
+std::string OthersOf(const std::vector<test::MemoryDevice>& modules, std::size_t index) {
+  const facts::Machine machine = MachineOf({}, modules);
+  return MarkMemory(machine, GroupMemory(machine))[index].others;
+}
+
+TEST(MemoryMarks, AModuleIsMixedOnlyWhereBothStateTheFact) {
+  test::MemoryDevice usual = SlotOf("DIMM_A1", "");
+  test::MemoryDevice silent = SlotOf("DIMM_A3", "");
+  silent.attributes = 0;  // states no rank
+  silent.speed = 0;
+  EXPECT_EQ(OthersOf({usual, usual, silent}, 2), "");
+  test::MemoryDevice other = silent;
+  other.attributes = 1;
+  EXPECT_NE(OthersOf({usual, usual, other}, 2), "");
+}
+
 }  // namespace
 }  // namespace tvq::cli
