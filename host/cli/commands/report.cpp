@@ -254,8 +254,10 @@ IndexRow RowOf(const std::string& table, const std::string& line, const ReportOp
 // For one table.
 struct PageNames {
   std::string byName;
-  std::string
-      withoutName;  // where the name gives a number away, which shows when the table is read
+  std::string withoutName;
+
+  // Whether the table's name gives a number away shows when the table is read.
+  const std::string& For(bool repeatsNumber) const { return repeatsNumber ? withoutName : byName; }
 };
 
 std::map<std::string, PageNames> NamePages(const std::vector<TableFile>& tables,
@@ -293,8 +295,7 @@ ExitStatus WriteReports(const ReportOptions& options, Console& console) {
         one.table.file = table;
         const Report report = MakeReport(one, own);
         const bool repeatsNumber = report.name != ShownName(table, options);
-        const std::string page =
-            repeatsNumber ? pages.at(table).withoutName : pages.at(table).byName;
+        const std::string page = pages.at(table).For(repeatsNumber);
         WriteOutput(options.output + "/" + page, ReportPage(report), own);
         own.out << SummaryLine(report, page);
         return StatusOfReport(report);

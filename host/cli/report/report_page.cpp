@@ -37,17 +37,20 @@ void WriteContents(const Page& page) {
   add({"#details", "Details"});
 }
 
+std::string MaskNote(const Report& report) {
+  if (!report.wasRedacted && !report.isRedacted) {
+    return "This page has the serial numbers of the machine and its parts as they are.";
+  }
+  return std::string(
+             "Serial numbers, tags, UUIDs and OEM strings are masked: each digit stands for "
+             "another digit and each letter for another letter, equal texts for equal ones. ") +
+         (report.wasRedacted ? "The state was saved so and has nothing else."
+                             : "With --show-serials the page has them as they are.");
+}
+
 void WriteFooter(const Page& page) {
   const auto footer = page.html.Open("footer");
-  page.html.Add(
-      "p", {},
-      page.report.isRedacted || page.report.wasRedacted
-          ? "Serial numbers, tags, UUIDs and OEM strings are masked: each digit stands for "
-            "another digit and each letter for another letter, equal texts for equal ones. " +
-                std::string(page.report.wasRedacted
-                                ? "The state was saved so and has nothing else."
-                                : "With --show-serials the page has them as they are.")
-          : "This page has the serial numbers of the machine and its parts as they are.");
+  page.html.Add("p", {}, MaskNote(page.report));
   page.html.Add("p", {},
                 fmt::format("Made by tvq {} from {}: what the machine's own SMBIOS table states, "
                             "and nothing else. The page needs no network and no scripts.",
