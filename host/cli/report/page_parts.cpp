@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "host/cli/machine/fact_text.h"
+#include "host/cli/output/text.h"
 #include "host/cli/report/page_sections.h"
 
 namespace tvq::cli {
@@ -124,6 +125,20 @@ void WriteChangeMarks(const Page& page, PartPlace place) {
     page.html.Link('#' + StructureId(i), VerdictOf(page.report.earlier->structures[i]),
                    "badge changed");
   }
+}
+
+std::string DeviceName(const Page& page, const run::Finding& change) {
+  if (const auto place = page.notes.PlaceOf(change)) {
+    return page.names.Of(*place);
+  }
+  const std::string label = LabelText(change.label);
+  return label == "-" ? change.kind : label;
+}
+
+void WriteToDo(const Page& page, const std::string& text) {
+  const auto line = page.html.Open("p", {{"class", "todo"}});
+  page.html.Add("strong", {}, "What to do:");
+  page.html.Add("span", {}, text);
 }
 
 }  // namespace tvq::cli

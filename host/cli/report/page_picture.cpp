@@ -78,14 +78,6 @@ std::string SpeedText(const Part& module, const MemoryMarks& marks) {
   return runs.empty() ? rated : runs;
 }
 
-std::uint64_t LargestModule(const facts::Machine& machine) {
-  std::uint64_t largest = 0;
-  for (const Part& module : machine.Of(Kind::kModule)) {
-    largest = std::max(largest, module.NumberOf("sizeInBytes"));
-  }
-  return largest;
-}
-
 // A bar of the size beside the largest of the machine: the number stands in the text.
 void WriteBar(const Page& page, std::uint64_t size, std::uint64_t largest) {
   if (largest != 0) {
@@ -97,7 +89,7 @@ void WriteBar(const Page& page, std::uint64_t size, std::uint64_t largest) {
   }
 }
 
-void WriteModule(const Page& page, std::size_t index, std::uint64_t largest) {
+void WriteModule(const Page& page, std::size_t index) {
   const PartPlace place = {Kind::kModule, index};
   const Part& module = page.View().At(place);
   const MemoryMarks& marks = page.report.marks[index];
@@ -111,7 +103,7 @@ void WriteModule(const Page& page, std::size_t index, std::uint64_t largest) {
     WriteLine(page, "size", size.empty() ? "size unknown" : size);
     WriteLine(page, "kind", TextOf(module, "type"));
     WriteLine(page, "kind", SpeedText(module, marks));
-    WriteBar(page, module.NumberOf("sizeInBytes"), largest);
+    WriteBar(page, module.NumberOf("sizeInBytes"), page.largestModule);
   }
   if (marks.isSlow) {
     WriteBadge(page, "slow", "slow");
@@ -123,11 +115,10 @@ void WriteModule(const Page& page, std::size_t index, std::uint64_t largest) {
   WriteNotes(page, place);
 }
 
-void WriteModules(const Page& page, const std::vector<std::size_t>& modules, const char* classes,
-                  std::uint64_t largest) {
+void WriteModules(const Page& page, const std::vector<std::size_t>& modules, const char* classes) {
   const auto list = page.html.Open("ul", {{"class", classes}});
   for (const std::size_t index : modules) {
-    WriteModule(page, index, largest);
+    WriteModule(page, index);
   }
 }
 
@@ -136,14 +127,13 @@ void WriteRows(const Page& page, const MemoryGroup& group) {
       std::all_of(group.rows.begin(), group.rows.end(), [](const MemoryRow& row) {
         return !row.name.empty() && row.modules.size() <= kSlotsOfColumn;
       });
-  const std::uint64_t largest = LargestModule(page.report.overview.machine);
   const auto rows = page.html.Open("div", {{"class", areColumns ? "channels" : "rows"}});
   for (const MemoryRow& row : group.rows) {
     const auto channel = page.html.Open("div", {{"class", "channel"}});
     if (!row.name.empty()) {
       page.html.Add("h4", {}, row.name);
     }
-    WriteModules(page, row.modules, areColumns ? "stack" : "boxes", largest);
+    WriteModules(page, row.modules, areColumns ? "stack" : "boxes");
   }
 }
 

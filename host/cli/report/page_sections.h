@@ -6,6 +6,7 @@
 #ifndef TVQ_HOST_CLI_REPORT_PAGE_SECTIONS_H_
 #define TVQ_HOST_CLI_REPORT_PAGE_SECTIONS_H_
 
+#include <cstdint>
 #include <string>
 
 #include "host/cli/report/html_writer.h"
@@ -20,6 +21,7 @@ struct Page {
   const Report& report;
   const PartNotes& notes;
   const PartNames& names;
+  std::uint64_t largestModule;  // in bytes
   HtmlWriter& html;
 
   MachineView View() const { return report.View(); }
@@ -60,6 +62,11 @@ void WriteBadge(const Page& page, std::string_view kind, std::string_view text);
 
 // A value of the source form of tables, where texts stand in quotation marks.
 std::string Unquoted(const std::string& value);
+
+// A device that changed, also one that is no part of the machine now: by what was printed there.
+std::string DeviceName(const Page& page, const run::Finding& change);
+// What somebody is to do about it.
+void WriteToDo(const Page& page, const std::string& text);
 
 // What became of a structure, in a word.
 const char* VerdictOf(const StructureChange& change);

@@ -5,6 +5,8 @@
  */
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
 #include "host/cli/output/text.h"
 #include "host/cli/report/page_frame.h"
@@ -12,6 +14,14 @@
 
 namespace tvq::cli {
 namespace {
+
+std::uint64_t LargestModule(const facts::Machine& machine) {
+  std::uint64_t largest = 0;
+  for (const facts::Part& module : machine.Of(facts::Kind::kModule)) {
+    largest = std::max(largest, module.NumberOf("sizeInBytes"));
+  }
+  return largest;
+}
 
 struct Entry {
   const char* target;
@@ -69,7 +79,7 @@ std::string ReportPage(const Report& report) {
   HtmlWriter html;
   const PartNotes notes(report);
   const PartNames names(report.View());
-  const Page page = {report, notes, names, html};
+  const Page page = {report, notes, names, LargestModule(report.overview.machine), html};
   BeginPage(html, TitleOfPage(report), "");
   {
     const auto header = html.Open("header", {{"class", "top"}});

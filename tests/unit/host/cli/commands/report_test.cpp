@@ -189,6 +189,19 @@ TEST_F(CliReport, TellsPartsWithOneLabelApart) {
   EXPECT_THAT(page, AllOf(HasSubstr(">SLOT 1 (DIMM."), Not(HasSubstr(">SLOT 1</a>"))));
 }
 
+TEST_F(CliReport, TellsEmptySlotsWithOneLabelApartByTheirBanks) {
+  const auto slot = [](uint16_t handle, const char* bank) {
+    return test::MemoryDevice{
+        .handle = handle, .size = 0, .locator = "SLOT 1", .bankLocator = bank, .serial = "NO DIMM"};
+  };
+  const test::Table table =
+      test::Table::Of(test::Bios{}, test::System{}, slot(0x1100, "BANK 0"), slot(0x1101, "BANK 1"),
+                      slot(0x1102, "BANK 2"), slot(0x1103, "BANK 2"), test::End{});
+  EXPECT_THAT(RunTvq({"report", Write("table.bin", table.Bytes()), "-o", "-"}).out,
+              AllOf(HasSubstr(">SLOT 1 (BANK 0)</a>"), HasSubstr(">SLOT 1 (BANK 1)</a>"),
+                    HasSubstr(">SLOT 1 (0x1102)</a>"), HasSubstr(">SLOT 1 (0x1103)</a>")));
+}
+
 TEST_F(CliReport, CallsStandardInputByItsName) {
   const std::string table = TableFile("table.bin", {});
   const test::Bytes bytes = Read("table.bin");
