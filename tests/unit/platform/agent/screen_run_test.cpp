@@ -720,18 +720,18 @@ TEST(AgentScreenOfAnySize, IsTheOneThatEveryTerminalHas) {
 }
 
 TEST(AgentScreenOfAnySize, IsTheUsualOneAlsoWhereAnotherHasAsManyRowsOrColumns) {
-  for (const auto& [columns, rows] : {std::pair<size_t, size_t>{80, 50}, {100, 25}}) {
+  for (const auto& other : {std::pair<size_t, size_t>{80, 50}, {100, 25}}) {
     AgentHarness machine;
     machine.LoadDriver();
     machine.PublishFirmwareTable(MinimalServer());
     FakeTerminal terminal(machine.Firmware());
-    terminal.OfferModes({{80, 25}, {columns, rows}});
+    terminal.OfferModes({{80, 25}, {other.first, other.second}});
     machine.UseTerminal(&terminal);
-    terminal.Do([&] { EXPECT_EQ(terminal.Mode().Mode, 0) << columns; });
+    terminal.Do([&] { EXPECT_EQ(terminal.Mode().Mode, 0) << other.first; });
     terminal.Type("q");
     machine.BootAgent();
     machine.UseTerminal(nullptr);
-    EXPECT_EQ(terminal.Mode().Mode, 1) << columns;
+    EXPECT_EQ(terminal.Mode().Mode, 1) << other.first;
   }
 }
 
