@@ -166,7 +166,8 @@ void ScreenSession::ShowValues(const DeviceInventory& device) {
   Document document;
   TextPool pool;
   OwnedArray<FieldValue> values;
-  if (document.Read(blob) != Unreadable::kNot || !document.Collect(false, pool, values)) {
+  if (document.Read(blob) != Unreadable::kNot ||
+      !document.Collect(HasSwappedUuids(mResults.Now()), pool, values)) {
     AddDetail(&mContent, Style::kAttention, "Its configuration document cannot be read.");
     return;
   }

@@ -41,7 +41,7 @@ struct ScreenContent {
   /// The first device that somebody has to look at, or else the first one.
   UINTN FirstFinding() const;
 
-  CHAR8 Title[80];
+  CHAR8 Title[320];                 ///< Room for a model and all that tells the machine.
   StyledLines Summary;              ///< What matters first.
   OwnedArray<ShownDevice> Devices;  ///< Those of this boot, then those that are gone.
   UINTN PresentCount = 0;           ///< Devices of this boot.

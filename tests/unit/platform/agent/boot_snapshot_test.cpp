@@ -59,6 +59,19 @@ class BootSnapshotOfTable : public AgentTest {
   }
   const Snapshot& Taken() const { return mSnapshot.Get(); }
   const tvqplatform::DeviceLabels& NoLabels() const { return mNoLabels; }
+  // Why each device of the table has no record, where there is none at all.
+  std::vector<WhyNoRecord> ReasonsWithoutRecords(const Table& table) {
+    const Bytes bytes = table.Bytes();
+    const tvqplatform::SmbiosTable published = {3, 2, 7, View(bytes)};
+    BootSnapshot snapshot;
+    EXPECT_TRUE(
+        snapshot.Take(tvqplatform::Inventory(), {published, View(bytes), mNoLabels, true, 0}, 0));
+    std::vector<WhyNoRecord> reasons;
+    for (const SnapshotDevice& device : snapshot.Get().Devices) {
+      reasons.push_back(device.Why);
+    }
+    return reasons;
+  }
 
   // "FQDD handle reason", one for each device.
   std::vector<std::string> Devices() const {
@@ -143,6 +156,17 @@ TEST_F(BootSnapshotOfTable, WhereTheDriverDidNotStartSaysSoOfEveryDevice) {
   EXPECT_THAT(Devices(), ElementsAre("CPU.Socket.1 0400 5", "DIMM.Socket.A1 1100 5",
                                      "DIMM.Socket.A2 1101 5", " 0100 5"));
   EXPECT_EQ(Taken().Devices[1].ComponentClass, static_cast<UINT32>(TVQ_CLASS_DIMM));
+}
+
+// Whatever record is missing after a start that succeeded.
+TEST_F(BootSnapshotOfTable, SaysWhyRecordsAreMissingThatTheDriverEndedAt) {
+  EXPECT_THAT(ReasonsWithoutRecords(Server()),
+              ElementsAre(WhyNoRecord::kRefused, WhyNoRecord::kRefused, WhyNoRecord::kBehind,
+                          WhyNoRecord::kRefused))
+      << "the processor, two modules and the system";
+  EXPECT_THAT(ReasonsWithoutRecords(Table::Of(System{.handle = 0x100}, Structure{1, 0xFFFF},
+                                              MemoryDevice{.handle = 0x1100}, End{})),
+              ElementsAre(WhyNoRecord::kBehindTable, WhyNoRecord::kRefused));
 }
 
 TEST_F(BootSnapshotOfTable, HasAllDevicesWithoutARecordOrIsNone) {

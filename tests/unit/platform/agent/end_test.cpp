@@ -6,6 +6,7 @@
  */
 #include "tests/unit/platform/agent/agent_harness.h"
 
+#include "TvqPlatformPkg/src/agent/clock.h"
 #include <Protocol/TvqInventory.h>
 #include <Protocol/TvqRecord.h>
 #include <Protocol/TvqStartRequest.h>
@@ -237,6 +238,18 @@ TEST_F(AgentEnd, TheReportSaysHowLongTheStartTook) {
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
   EXPECT_THAT(Report(), testing::ContainsRegex(
                             "\nStart: Success, in [0-9]+\\.[0-9]{3} ms \\([0-9,]+ ticks of"));
+}
+
+TEST_F(AgentEnd, TheStartTookNoMoreTicksThanTheRun) {
+  const UINT64 before = tvqplatform::ReadTicks();
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  const UINT64 run = tvqplatform::ReadTicks() - before;
+  const std::string report = Report();
+  std::string ticks = report.substr(report.find(" ms (") + 5);
+  ticks = ticks.substr(0, ticks.find(' '));
+  ticks.erase(std::remove(ticks.begin(), ticks.end(), ','), ticks.end());
+  EXPECT_GT(std::stoull(ticks), 0u);
+  EXPECT_LE(std::stoull(ticks), run);
 }
 
 }  // namespace

@@ -153,6 +153,37 @@ TEST_F(AgentRun, UsesTheTableOfTheVolume) {
   EXPECT_TRUE(FirmwareTableIsInPlace());
 }
 
+TEST_F(AgentRun, ShowsWhatIsOddInATableOnTheVolume) {
+  LoadDriver();
+  const Table table = MinimalServer();
+  const EntryPointBytes entry = EntryPointBytes::Of32Bits(table);
+  Files().Put("\\TVQ\\table.bin", AsText(EntryPointBytes(entry).FileWith(table)));
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), Not(HasSubstr("  Note: ")));
+  Files().Put("\\TVQ\\table.bin",
+              AsText(EntryPointBytes(entry).Set(kStructureCount, 2, 999).FileWith(table)));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  EXPECT_THAT(Report(),
+              HasSubstr("\n  Note: the entry point states 999 structures, the table has 9.\n"));
+  Files().Put("\\TVQ\\table.bin", AsText(EntryPointBytes(entry)
+                                             .Set(kTableLength, 2, 60000)
+                                             .Set(kStructureCount, 2, 999)
+                                             .FileWith(table)));
+  EXPECT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("\n  Note: the entry point states a table of 60000 bytes"));
+  EXPECT_THAT(Report(),
+              HasSubstr("\n  Note: the entry point states 999 structures, the table has 9.\n"));
+}
+
+TEST_F(AgentRun, LooksForTheReasonOfAFailedStartInTheLog) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  Firmware().Memory().FailFromAllocation(1, host::images::driver);
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  Firmware().Memory().StopFailing();
+  EXPECT_THAT(Report(), HasSubstr("What to do: look at the last lines of \\TVQ\\log.txt.\n"));
+}
+
 TEST_F(AgentRun, RefusesATableOnTheVolumeThatIsNone) {
   LoadDriver();
   PublishFirmwareTable(MinimalServer());
@@ -278,6 +309,7 @@ TEST_F(AgentRun, SaysWhichFileOfTheDriverIsMissing) {
   EXPECT_EQ(RunAgent(), EFI_ABORTED);
   EXPECT_THAT(Report(), HasSubstr("What to do: copy TvqPlatform.efi and TVQSMBIOS.efi"));
   EXPECT_THAT(Report(), Not(HasSubstr("TVQSMBIOS.efi is missing")));
+  EXPECT_THAT(Report(), Not(HasSubstr("\nTable:")));
   EXPECT_THAT(Report(), EndsWith("\nTvqAgent: failed: \\TVQ\\TvqPlatform.efi is missing\n"));
   LoadPlatform();
   EXPECT_EQ(RunAgent(), EFI_ABORTED);

@@ -408,6 +408,7 @@ TEST_F(AgentScreen, ShowsTheValuesOfADevice) {
   const FakeRecord other(Firmware(), {.fqdd = u"B", .document = "<Configuration"});
   Terminal().Press(SCAN_DOWN);
   Terminal().Type("d");
+  Terminal().Do([&] { EXPECT_EQ(Terminal().Styles(), "=#....!................!="); });
   Terminal().Press(SCAN_UP);
   Terminal().Do([&] { EXPECT_EQ(Terminal().Styles(), "=#....#................!="); });
   Terminal().Type("qq");
@@ -418,6 +419,90 @@ TEST_F(AgentScreen, ShowsTheValuesOfADevice) {
   const std::string details = Picture(3);
   EXPECT_EQ(std::count(details.begin(), details.end(), 'x'), 199 - 11)
       << "a line has 199 characters at most, and the name of the value is one of them";
+}
+
+TEST_F(AgentScreen, ShowsUuidsAsTheTitleDoes) {
+  const FakeRecord record(
+      Firmware(),
+      {.fqdd = u"A", .document = "<D><UUID>33221100554477668899aabbccddeeff</UUID></D>"});
+  const struct {
+    uint8_t minor;
+    const char* uuid;
+  } kCases[] = {{8, "UUID: 00112233-4455-6677-8899-aabbccddeeff\n"},
+                {5, "UUID: 33221100-5544-7766-8899-aabbccddeeff\n"}};
+  for (const auto& [minor, uuid] : kCases) {
+    PublishFirmwareTable(Table::Of(Bios{}, System{}, End{}).OfVersion(2, minor));
+    Files().Put("\\TVQ\\options.txt", "again");
+    const size_t number = Terminal().Pictures().size() + 1;
+    Terminal().Type("dqq");
+    Boot();
+    EXPECT_THAT(Picture(number), HasSubstr(uuid)) << int{minor};
+  }
+}
+
+TEST_F(AgentScreen, NamesValuesWithoutWhatAllDocumentsBeginWith) {
+  PublishFirmwareTable(MinimalServer());
+  Terminal().Press(SCAN_DOWN);
+  Terminal().Type("dqq");
+  Boot();
+  EXPECT_THAT(Picture(2), HasSubstr("\ndimmData/PartNumber: MW16G3200\n"));
+}
+
+TEST_F(AgentScreen, ShowsAsMuchOfALabelAsThereIsRoomFor) {
+  const struct {
+    std::string label;
+    std::string shown;
+  } kCases[] = {{"A", "A"}, {std::string(46, 'L') + "MN", std::string(46, 'L') + "M"}};
+  for (const auto& [label, shown] : kCases) {
+    PublishFirmwareTable(Table::Of(Bios{}, System{}, MemoryDevice{.locator = label}, End{}));
+    const size_t number = Terminal().Pictures().size() + 1;
+    Terminal().Type("dqq");
+    Boot();
+    EXPECT_THAT(Picture(number), HasSubstr("page 1 of 2\n" + shown + "  DIMM."));
+    ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  }
+}
+
+TEST_F(AgentScreen, SaysOfADeviceThatIsTheSameThatItIs) {
+  PublishFirmwareTable(MinimalServer());
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  Terminal().Press(SCAN_DOWN);
+  Terminal().Type("d");
+  Terminal().Do([&] {
+    EXPECT_EQ(Terminal().AttributeOf("  DIMM.Socket.A1 (DIMM_A1): same"), UINTN{EFI_LIGHTGRAY});
+  });
+  Terminal().Type("qq");
+  Boot();
+}
+
+TEST_F(AgentScreen, SpellsOutWhatIsNotAscii) {
+  PublishFirmwareTable(ServerWithModules("1A2B3C\xE9", "2B3C4D5E"));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(ServerWithModules("1A2B3C4D", "2B3C4D5E"));
+  Terminal().Type("dqq");
+  Boot();
+  EXPECT_THAT(Picture(1), HasSubstr(" 1A2B3C\\xE9 -> 1A2B3C4D\n"));
+}
+
+TEST_F(AgentScreen, AcceptsADeviceOfOneCharacter) {
+  PublishFirmwareTable(MinimalServer());
+  const FakeRecord record(Firmware(), {.fqdd = u"A"});
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi again"), EFI_SUCCESS);
+  Terminal().Type("oyq");
+  Boot();
+  EXPECT_THAT(Picture(1), HasSubstr("\n Accept A as it is now?"));
+  EXPECT_THAT(Report(), HasSubstr("\nAt the screen: accept A\n"));
+}
+
+TEST_F(AgentScreen, TellsOfMissingBlobsByTheirColour) {
+  PublishFirmwareTable(MinimalServer());
+  const FakeRecord record(Firmware(), {.fqdd = u"A", .missingSlot = TVQ_SLOT_END});
+  Terminal().Do([&] {
+    EXPECT_EQ(Terminal().AttributeOf("Blobs: A gives no end blob"), UINTN{EFI_LIGHTRED});
+  });
+  Terminal().Type("q");
+  Boot();
 }
 
 TEST_F(AgentScreen, LooksIntoTheNeighbourOfADevice) {
@@ -600,6 +685,7 @@ TEST_F(AgentScreen, LeavesTheConsoleAsItWas) {
   EXPECT_TRUE(Terminal().Mode().CursorVisible);
   EXPECT_THAT(Terminal().Picture(), Not(testing::ContainsRegex("[^\n]")));
   EXPECT_THAT(Terminal().Lines(), EndsWith("TvqAgent: success\r\n"));
+  EXPECT_THAT(Terminal().Lines(), Not(HasSubstr("Records: "))) << "which the screen showed";
 }
 
 TEST_F(AgentScreen, LeavesAHiddenCursorHidden) {
@@ -739,6 +825,8 @@ TEST(AgentScreenOfAnySize, HasABoundOfItsOwn) {
   const std::vector<std::string> pictures =
       PicturesOf(ServerWithModules("1A2B3C4D", "2B3C4D5E"), 300, 90, 1);
   const std::string& first = pictures.at(0);
+  EXPECT_THAT(first, StartsWith(" TvqAgent 0.9.0  Rack One, system ABC1234, UUID "
+                                "00112233-4455-6677-8899-aabbccddeeff   "));
   EXPECT_EQ(first.find('\n'), 158u)
       << "of 160 columns the last one stays free, and a blank is before";
   const size_t keys = first.find(" N:Next");

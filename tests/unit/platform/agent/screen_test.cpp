@@ -434,7 +434,7 @@ TEST_F(AgentScreenView, ShowsWhatItHasMemoryFor) {
 
 TEST_F(AgentScreenView, TellsWhenItHasNoMemoryForAllRows) {
   // Whatever row it is that the memory ends at.
-  for (int lines = 0; lines < 9; ++lines) {
+  for (int lines = 0; lines < 10; ++lines) {
     Content().Devices.Shrink(0);
     for (int devices = 0; devices < 5; ++devices) {
       const uint64_t before = Firmware().Memory().FailedAllocations();
@@ -442,7 +442,7 @@ TEST_F(AgentScreenView, TellsWhenItHasNoMemoryForAllRows) {
       for (uint64_t n = 1; hasFailed; ++n) {
         tvqplatform::Pages pages;
         Firmware().Memory().FailAllocation(n, host::images::agent);
-        const bool isArranged = pages.Arrange(Content(), false, {40, 12});
+        const bool isArranged = pages.Arrange(Content(), false, {40, 13});
         Firmware().Memory().StopFailing();
         hasFailed = Firmware().Memory().FailedAllocations() == before + n;
         EXPECT_EQ(isArranged, !hasFailed) << lines << " lines, " << devices << " devices: " << n;
@@ -452,6 +452,14 @@ TEST_F(AgentScreenView, TellsWhenItHasNoMemoryForAllRows) {
     AddSummary("line");
     EXPECT_TRUE(Content().Report.Add(Style::kPlain, "reported"));
   }
+}
+
+TEST_F(AgentScreenView, TakesNothingBehindTheLastRowOfAPicture) {
+  tvqplatform::Picture picture;
+  ASSERT_TRUE(picture.Begin({40, 12}));
+  const std::string before = picture.Row(11);
+  picture.Put(12, 0, "behind");
+  EXPECT_EQ(picture.Row(11), before);
 }
 
 TEST_F(AgentScreenView, DrawsNothingWithoutMemoryForAPicture) {
