@@ -63,7 +63,7 @@ void BriefStructures(const Page& page) {
   if (structures.size() > shown) {
     WriteLine(page, shown == 0 ? "quiet" : "changed", "changed",
               Counted(structures.size() - shown, "structure") + " of the table" +
-                  (shown == 0 ? ", which other firmware describes otherwise" : ", too"),
+                  (shown == 0 ? ", which may come of the firmware" : ", too"),
               StructureId(structures[shown]));
   }
 }
