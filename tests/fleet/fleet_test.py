@@ -7,6 +7,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
 import argparse
+import itertools
 import json
 import os
 import pathlib
@@ -24,6 +25,7 @@ import queries
 import site_of_machines
 
 SKIPPED = 77
+FIRST_LINES = 500
 
 
 class Timer:
@@ -100,13 +102,13 @@ def check_page(tvq, folder):
     """What the page says to type on one machine leaves what its tables describe. The folder has a table and its state."""
     metrics, rows = folder / "tvq.prom", folder / "rows.ndjson"
     for command in queries.commands():
-        for path, ours in (("/var/lib/tvq", folder / "even.state"), ("/var/lib/prometheus/node-exporter/tvq.prom", metrics)):
+        for path, ours in (("/var/lib/parts", folder / "even.state"), ("/var/lib/prometheus/node-exporter/tvq.prom", metrics)):
             command = command.replace(path, str(ours))
         # The table is that of the folder, not of this machine.
         name = shlex.split(command)[1]
         command = command.replace(f"tvq {name}", f"{shlex.quote(str(tvq))} {name} --quiet --from-dump {folder / 'even.bin'}", 1)
         subprocess.run(["bash", "-ec", command], cwd=folder, check=True)
-    written = set(re.findall(r"(?m)^(tvq_\w+)", metrics.read_text(encoding="utf-8")))
+    written = set(re.findall(r"(?m)^# TYPE (tvq_\w+)", metrics.read_text(encoding="utf-8")))
     check("metrics of the page", set(queries.table("Hear of it: Prometheus")), written)
     devices = [json.loads(line) for line in rows.read_text(encoding="utf-8").splitlines()]
     if {device["verdict"] for device in devices} != {"same"}:
@@ -114,13 +116,13 @@ def check_page(tvq, folder):
     check("columns of the page", set(queries.table("Ask all: rows")), set(devices[0]) - {"schema", "schemaVersion"})
 
 
-def write_rows(site, file):
+def write_rows(lines, file):
     count = 0
     with open(file, "w", encoding="utf-8") as rows:
-        for line in site.lines():
+        for line in lines:
             rows.write(line)
             count += 1
-    return count
+    return count, file.stat().st_size
 
 
 def run(arguments, folder):
@@ -130,17 +132,24 @@ def run(arguments, folder):
     check_page(arguments.tvq, folder)
     timer.lap()
     site = site_of_machines.Site(models, arguments.hosts, arguments.days, arguments.swaps)
-    count = write_rows(site, folder / "rows.ndjson")
-    size = (folder / "rows.ndjson").stat().st_size
-    print(f"{arguments.hosts} hosts, {arguments.days} days: {count} rows of {size / count:.0f} bytes, written in {timer.lap()}")
-    if len(site.wandered) != arguments.swaps:
-        sys.exit(f"{len(site.wandered)} parts wandered, not {arguments.swaps}")
+    lines = site.lines()
+    # The page's commands load the first lines, and those of later days into what is there.
+    first, loaded = folder / "first.ndjson", folder / "rows.ndjson"
+    write_rows(itertools.islice(lines, FIRST_LINES), first)
+    count, size = write_rows(lines, folder / "later.ndjson")
+    print(f"{arguments.hosts} hosts, {arguments.days} days: {count + FIRST_LINES} rows of {size / count:.0f} bytes, written in {timer.lap()}")
+    # One of them comes back.
+    if len(site.wandered) != arguments.swaps + 2:
+        sys.exit(f"parts wandered {len(site.wandered)} times, not {arguments.swaps + 2}")
     database = databases.Sqlite(folder) if arguments.database == "sqlite3" else databases.ClickHouse(folder, arguments.packages)
     try:
+        first.rename(loaded)
+        database.load()
+        (folder / "later.ndjson").rename(loaded)
         timer.lap()
         database.load()
         taken = timer.lap()
-        print(f"{database.name}: loaded in {taken}: {count / timer.seconds:.0f} rows/s, {database.size() / count:.1f} bytes a row")
+        print(f"{database.name}: loaded in {taken}: {count / timer.seconds:.0f} rows/s, {database.size() / (count + FIRST_LINES):.1f} bytes a row")
         check_queries(database, site)
     finally:
         database.stop()

@@ -23,7 +23,7 @@ ACCEPTED_AFTER = 3
 
 
 class Site:
-    """`swaps` parts go from one machine to another. All else happens to as many machines as there are for it."""
+    """`swaps` parts go from one machine to another, and one more goes and comes back. All else happens to as many machines as there are for it."""
 
     def __init__(self, models, hosts, days, swaps, seed=1):
         self.days = days
@@ -61,6 +61,7 @@ class Site:
         for number, (giver, taker) in enumerate(zip(givers, takers, strict=True)):
             self._steady |= {giver, taker}
             self._at(self._some_day(), self._wander, giver, taker, number)
+        self._plan_loan(*take(2, "even"))
         for host in take(2 * some, "even", "small", "anonymous"):
             self._at(self._some_day(), self._move, host)
         for host in take(2 * some, "even", "small", "mixed"):
@@ -77,6 +78,23 @@ class Site:
             self._first[host] = self._some_day()
         for host in take(some):
             self._set(host, part=RECALLED)
+
+    def _plan_loan(self, giver, taker):
+        """A module goes into another machine, and comes back."""
+        self._steady |= {giver, taker}
+        day = self._random.randrange(2, self.days - 4)
+        place, lent = giver.modules()[0], taker.modules()[0]
+        there, back = dict(place), dict(lent)
+        self._at(day, self._put, giver, place, taker, lent, there, Host.serial("stands in"))
+        self._at(day + 2, self._put, taker, lent, giver, place, there, back["serial"])
+
+    def _put(self, day, giver, place, taker, other, part, instead):
+        """The part goes from a place of the giver to another one of the taker, and in its own place one of that number."""
+        self.wandered.append((part["part"], part["serial"], giver.name, taker.name))
+        taker.change(other, "replaced", serial=part["serial"])
+        giver.change(place, "replaced", serial=instead)
+        self._settle(day, taker, other)
+        self._settle(day, giver, place)
 
     def _plan_identities(self, batch, enclosure, alike):
         """Numbers that several parts have, from the first day on."""
