@@ -59,13 +59,16 @@ struct Comparison {
   std::vector<std::pair<std::string, size_t>> counts;  // of every verdict
   std::optional<FirmwareUpdate> firmware;
   bool hasOtherOptions = false;  // and so nothing was compared
-  std::string notComparedWhy;
+  std::string notComparedWhy;    // empty where all was compared
   std::string notComparedToDo;
   bool hasOtherNames = false;
   ComparisonStatus status = ComparisonStatus::kNothingFound;
   std::string summary;             // "9 same, 1 replaced"
   std::vector<std::string> lines;  // all of it for people, of 8-bit characters
 };
+
+// Of a machine without any device: why there was nothing to compare, in a sentence without its end.
+Comparison ComparisonOfNothing(const std::string& why);
 
 struct CompareOptions {
   bool isVerbose = false;  // lines for every device

@@ -117,6 +117,16 @@ std::vector<std::string> LinesOf(const tvqplatform::Comparison& result,
 
 }  // namespace
 
+Comparison ComparisonOfNothing(const std::string& why) {
+  Comparison comparison;
+  for (const auto& words : tvqplatform::kVerdictWords) {
+    comparison.counts.emplace_back(words.Name, 0);
+  }
+  comparison.notComparedWhy = why;
+  comparison.lines = {"Nothing was compared: " + why};
+  return comparison;
+}
+
 Comparison ToComparison(tvqplatform::Comparison& result, const CompareOptions& options) {
   if (options.mask) {
     Mask(result, options);

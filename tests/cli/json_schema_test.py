@@ -121,6 +121,7 @@ def commands(tvq, table, folder):
     state = folder / f"{name}.state"
     yield [tvq, "save", state, "--json", *dump]
     yield [tvq, "verify", state, "--json", *dump]
+    yield [tvq, "verify", folder / "no state", "--save-first", "--json", "--from-dump", folder / "empty.bin"]
     yield [tvq, "accept", state, "System.Embedded.1", "--json", *dump]
     yield [tvq, "diff", state, table, "--json"]
     for command in ("show", "export", "lint"):
@@ -163,6 +164,8 @@ def main(arguments):
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         (folder / "other.bin").write_bytes(files[-1].read_bytes() if files[-1].suffix == ".bin" else files[0].read_bytes())
+        (folder / "empty.smbios").write_text('[bios 0]\nvendor = "Maker"\n\n[end 1]\n', encoding="utf-8")
+        tables.run(tvq, "mktable", folder / "empty.smbios", "-o", folder / "empty.bin", "--quiet")
         for table in files:
             for command in commands(tvq, table, folder):
                 words = [*command, "--quiet"]

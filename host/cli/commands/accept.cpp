@@ -5,9 +5,11 @@
  */
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ostream>
 
 #include "host/cli/command.h"
+#include "host/cli/device/unit_name.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
 #include "host/cli/input/stick.h"
@@ -22,7 +24,7 @@ constexpr CommandText kText = {
     "as `tvq verify` prints them; one that is gone leaves the state. To take over all devices, "
     "use\n"
     "`tvq save`.",
-    "  sudo tvq accept /var/lib/tvq DIMM.Socket.A1\n"
+    "  sudo tvq accept /var/lib/parts DIMM.Socket.A1\n"
     "  tvq accept before \"DIMM A1\" CPU.Socket.2 --from-dump dump.bin\n",
     "0 the state is saved, or it is what was saved already; 2 it is not, and what\n"
     "was there still is; 3 no state was saved yet."};
@@ -30,10 +32,15 @@ constexpr CommandText kText = {
 struct AcceptOptions {
   StateOptions state;
   std::vector<std::string> names;
+  bool areEscaped = false;
 };
 
 ExitStatus Accept(AcceptOptions options, Console& console) {
   options.state.folder = FolderOfMachine(options.state, console);
+  if (options.areEscaped) {
+    std::transform(options.names.begin(), options.names.end(), options.names.begin(),
+                   UnescapedFromUnit);
+  }
   run::DriverRun driver;
   const LoadedState before = LoadState(driver, options.state.folder, console);
   const run::Results results = CollectRecords(driver, options.state, console).results;
@@ -62,6 +69,8 @@ void AddAccept(Commands& commands) {
   AddStateOptions(parameters, "The folder that `tvq save` was given, or an agent's stick",
                   options->state);
   AddSaveOptions(parameters, options->state);
+  parameters.Flag("--escaped", options->areEscaped,
+                  "NAMEs are parts of names of systemd's units, with \\x20 for a blank");
   parameters.Values("NAME", options->names, "The FQDDs or labels of the devices")
       .Named("")
       .Required();

@@ -36,7 +36,7 @@ constexpr CommandText kText = {
     "is\n"
     "to be looked at are only counted.",
     "  tvq diff before.bin after.bin\n"
-    "  tvq diff /var/lib/tvq dump.bin\n"
+    "  tvq diff /var/lib/parts dump.bin\n"
     "  tvq diff --json state-1 state-2\n",
     "0 nothing differs; 1 something does; 2 something could not be compared or read; 3 a folder "
     "has\n"

@@ -27,7 +27,7 @@ constexpr CommandText kText = {
     "  tvq export dump.bin\n"
     "  dmidecode -u | tvq export -\n"
     "  tvq export dumps/ > dumps.ndjson\n"
-    "  sudo tvq export --rows --against /var/lib/tvq\n",
+    "  sudo tvq export --rows --against /var/lib/parts\n",
     "0 it was printed; 1 it was printed, but the table could not be conformed; 2\n"
     "there is no table that can be used, or the state or the command line is wrong; 3 no state "
     "was\n"

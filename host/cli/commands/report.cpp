@@ -44,7 +44,7 @@ constexpr CommandText kText = {
     "  sudo tvq report -o server.html\n"
     "  tvq report dump.bin -o server.html\n"
     "  tvq report after.bin --against before.bin -o changes.html\n"
-    "  sudo tvq report --against /var/lib/tvq -o changes.html\n"
+    "  sudo tvq report --against /var/lib/parts -o changes.html\n"
     "  tvq report /mnt/TVQ/machine-ABC1234 -o server.html\n"
     "  tvq report dumps/ -o pages\n",
     "0 nothing is to be looked at; 1 `tvq lint` finds something, a device has no record or\n"

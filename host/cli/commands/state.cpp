@@ -5,6 +5,8 @@
  */
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -34,7 +36,7 @@ constexpr CommandText kSaveText = {
     "one, nor one of another machine, unless that is asked for. Nothing signs a state: whoever "
     "may\n"
     "write the folder decides what it says.",
-    "  sudo tvq save /var/lib/tvq\n"
+    "  sudo tvq save /var/lib/parts\n"
     "  tvq save before --from-dump dump.bin\n",
     "0 the state is saved, or it is what was saved already; 2 it is not, and what\n"
     "was there still is, or it may be gone after a power cut, which is said."};
@@ -48,14 +50,14 @@ constexpr CommandText kVerifyText = {
     "not be verified, and what to do. A machine on which nothing changed is one line. With "
     "--redact\n"
     "the state has to be one that was saved with --redact.",
-    "  sudo tvq verify /var/lib/tvq\n"
+    "  sudo tvq verify /var/lib/parts\n"
     "  tvq verify before --from-dump dump.bin -v\n"
-    "  tvq verify /var/lib/tvq --metrics /var/lib/prometheus/node-exporter/tvq.prom\n",
+    "  sudo tvq verify /var/lib/parts --metrics /var/lib/prometheus/node-exporter/tvq.prom\n",
     "0 nothing is to be looked at; 1 a device moved, is new, gone, replaced\n"
     "or changed; 2 one has no record or could not be verified, or the state or the table cannot "
     "be\n"
-    "read or was made with other options, or a file cannot be written; 3 no state was saved\n"
-    "yet. 1 wins over 2."};
+    "read or was made with other options, or something cannot be written; 3 no state was saved\n"
+    "yet. 1 wins over 2, unless it is the metrics or the output that cannot be written."};
 
 struct VerifyOptions {
   StateOptions state;
@@ -64,6 +66,7 @@ struct VerifyOptions {
   bool journal = false;
   MetricsOptions metrics;
   std::string rowsFile;  // empty: nobody wants any
+  RowOptions rows;
 };
 
 ExitStatus Save(const StateOptions& options, Console& console) {
@@ -77,113 +80,239 @@ ExitStatus Save(const StateOptions& options, Console& console) {
   return kExitNothingFound;
 }
 
-// A run, and the state that it is compared with.
-struct RunAndState {
-  Collected run;
-  LoadedState state;
+// What a run of `tvq verify` knows when it ends, well or not.
+struct Verified {
+  std::optional<Collected> run;  // once the driver ran
+  std::vector<DeviceRow> rows;
+  bool isCompared = false;
+  run::Comparison comparison;
+  std::vector<run::StateHole> holes;  // of the saved state
 };
 
-// Where there is no state, and that is wanted, it is the one of this run, saved.
-RunAndState RunAndLoad(run::DriverRun& driver, const VerifyOptions& options,
-                       const std::optional<Journal>& journal, const Console& console) {
+// Whether both paths name the same file of the same folder, without following links.
+bool AreOnePath(const std::string& left, const std::string& right) {
+  namespace fs = std::filesystem;
+  return fs::absolute(left).lexically_normal() == fs::absolute(right).lexically_normal();
+}
+
+// Throws a UsageError for a file that is none, or would take the place of another one.
+void CheckFile(const char* option, const std::string& file, const std::string& states) {
+  if (file == "-") {
+    throw UsageError(fmt::format("{} - is no file; name one", option));
+  }
+  if (!file.empty() && NamesState(NameOfFile(file)) && AreOnePath(FolderOf(file), states + "/")) {
+    throw UsageError(fmt::format("{} {} has the name of a saved state", option, file));
+  }
+}
+
+void CheckFiles(const VerifyOptions& options) {
+  CheckFile("--metrics", options.metrics.file, options.state.folder);
+  CheckFile("--rows", options.rowsFile, options.state.folder);
+  if (!options.rowsFile.empty() && !options.metrics.file.empty() &&
+      AreOnePath(options.rowsFile, options.metrics.file)) {
+    throw UsageError("--metrics and --rows name the same file");
+  }
+}
+
+// Nothing where there is no state, and the first one is to be saved.
+std::optional<LoadedState> LoadToCompare(run::DriverRun& driver, const VerifyOptions& options,
+                                         const std::optional<Journal>& journal,
+                                         const Console& console) {
   const std::string& folder = options.state.folder;
   std::optional<LoadedState> state = options.saveFirst
                                          ? LoadStateIfAny(driver, folder, Damaged::kFails, console)
                                          : std::optional(LoadState(driver, folder, console));
   if (!state && HasStates(folder)) {
     // Nobody decided that the machine is as it should be.
-    throw InputError(fmt::format("no state in {} is whole", folder),
-                     "`tvq save` takes the machine as it is now");
+    throw InputError(
+        fmt::format("no state in {} is whole", folder),
+        fmt::format("`{}` takes the machine as it is now",
+                    IsServiceFolder(folder) ? "systemctl start tvq-save" : "tvq save " + folder));
   }
-  Collected run = CollectRecords(driver, options.state, console);
-  if (!state) {
-    const run::Origin origin = OriginOf(options.state);
-    const SavedState saved = SaveChecked(
-        driver, options.state, std::nullopt,
-        [&](uint64_t number) { return driver.State(origin, number); }, console);
-    if (journal) {
-      WriteFirstState(saved.path, *journal);
+  if (state && journal) {
+    for (const std::string& what : state->passedOver) {
+      WritePassedOver(what, *journal);
     }
-    state = LoadState(driver, folder, console);
   }
-  return {std::move(run), std::move(*state)};
+  return state;
 }
 
-struct Verified {
-  run::Comparison comparison;
-  std::vector<run::StateHole> holes;  // of the saved state
-  // Where somebody wants metrics or rows, and they were compared:
-  std::optional<MeasuredDevices> devices;
-  std::string rows;
-};
+LoadedState SaveFirst(run::DriverRun& driver, const StateOptions& options,
+                      const std::optional<Journal>& journal, const Console& console) {
+  const run::Origin origin = OriginOf(options);
+  const SavedState saved = SaveChecked(
+      driver, options, std::nullopt, [&](uint64_t number) { return driver.State(origin, number); },
+      console);
+  if (journal) {
+    WriteFirstState(saved.path, *journal);
+  }
+  return LoadState(driver, options.folder, console);
+}
 
-Verified CompareWithState(const VerifyOptions& options, const std::optional<Journal>& journal,
-                          const Console& console) {
+// Throws an InputError; `verified` has what is known by then.
+void CompareWithState(const VerifyOptions& options, const std::optional<Journal>& journal,
+                      const Console& console, Verified& verified) {
   run::DriverRun driver;
-  const RunAndState both = RunAndLoad(driver, options, journal, console);
-  Verified verified;
-  verified.holes = CheckFit(driver, both.state, options.state, console).holes;
+  std::optional<LoadedState> state = LoadToCompare(driver, options, journal, console);
+  const Collected& run = verified.run.emplace(Collect(driver, options.state, console));
+  verified.rows = MakeRows(run.table, run.results);
+  verified.isCompared = !state && verified.rows.empty() && run.results.records.empty();
+  if (verified.isCompared) {
+    verified.comparison = run::ComparisonOfNothing("the table describes no device");
+    return;
+  }
+  RequireRecords(run, options.state);
+  if (!state) {
+    state = SaveFirst(driver, options.state, journal, console);
+  }
+  verified.holes = CheckFit(driver, *state, options.state, console).holes;
   run::CompareOptions how;
   how.isVerbose = options.state.isVerbose;
   how.isAscii = console.terminal.isAscii;
-  verified.comparison = driver.Compare(both.state.bytes, OriginOf(options.state), how);
-  const bool areRowsWanted = !options.metrics.file.empty() || !options.rowsFile.empty();
-  if (areRowsWanted && !verified.comparison.hasOtherOptions) {
-    verified.devices = {MakeRows(both.run.table, both.run.results), verified.comparison.counts,
-                        verified.comparison.firmware.has_value()};
-    AddVerdicts(verified.comparison, verified.devices->rows);
-    verified.rows =
-        RowLines(verified.devices->rows, both.run.table, options.state.table, {}, console.terminal);
-  }
-  return verified;
-}
-
-// The metrics say that it failed, too.
-Verified CompareOrSayWhyNot(VerifyOptions options, const std::optional<Journal>& journal,
-                            const Console& console) {
-  try {
-    options.state.folder = FolderOfMachine(options.state, console);
-    return CompareWithState(options, journal, console);
-  } catch (const NoStateError&) {
-    WriteMetrics(options.metrics, kExitNoState, std::nullopt, console);
-    throw;
-  } catch (...) {
-    WriteMetrics(options.metrics, kExitTrouble, std::nullopt, console);
-    throw;
+  verified.comparison = driver.Compare(state->bytes, OriginOf(options.state), how);
+  verified.isCompared = !verified.comparison.hasOtherOptions;
+  if (verified.isCompared) {
+    AddVerdicts(verified.comparison, verified.rows);
   }
 }
 
-void Print(const run::Comparison& comparison, const std::vector<run::StateHole>& holes,
-           const VerifyOptions& options, Console& console) {
+// Of a machine that was not compared with anything, too.
+void WriteRows(const VerifyOptions& options, const Verified& verified, const Console& console) {
+  if (!options.rowsFile.empty() && verified.run) {
+    WriteWhole({options.rowsFile, "rows"},
+               RowLines(verified.rows, verified.run->table, options.state.table, options.rows,
+                        console.terminal),
+               Readers::kGroup);
+  }
+}
+
+void Print(const Verified& verified, const VerifyOptions& options, Console& console) {
+  const run::Comparison& comparison = verified.comparison;
   if (options.ifFound && comparison.status == run::ComparisonStatus::kNothingFound) {
     return;
   }
   if (options.state.json) {
     Json json = SchemaJson("tvq-verify");
     AddComparison(comparison, "findings", json);
-    json["savedWithout"] = HolesJson(holes);
+    json["savedWithout"] = HolesJson(verified.holes);
     PrintJson(json, console);
   } else {
     PrintComparison(comparison, console);
   }
 }
 
-ExitStatus Verify(const VerifyOptions& options, Console& console) {
-  const std::optional<Journal> journal =
-      options.journal ? std::optional<Journal>(std::in_place) : std::nullopt;
-  Verified verified = CompareOrSayWhyNot(options, journal, console);
-  const ExitStatus status = StatusOf(verified.comparison);
-  const bool areRowsWritten =
-      options.rowsFile.empty() || !verified.devices ||
-      WriteWhole({options.rowsFile, "rows"}, verified.rows, Readers::kOwner, console);
-  const bool isMeasured =
-      WriteMetrics(options.metrics, status, std::move(verified.devices), console);
-  Print(verified.comparison, verified.holes, options, console);
-  if (journal) {
-    WriteToJournal(verified.comparison, *journal);
+// What a run leaves behind. Each part is tried, whatever became of the others; the metrics come last,
+// because they say what became of the others.
+class Verification {
+ public:
+  Verification(const VerifyOptions& options, Console& console)
+      : mOptions(options), mConsole(console) {}
+
+  ExitStatus Run() {
+    Compare();
+    mStatus = StatusOf(mVerified.comparison);
+    const bool hasRows = Try([this] { WriteRows(mOptions, mVerified, mConsole); });
+    const bool isPrinted = PrintAll();
+    const bool isInJournal = Try([this] { WriteJournal(); });
+    Measure(hasRows && isPrinted && isInJournal);
+    return mStatus;
   }
-  const bool isAllWritten = isMeasured && areRowsWritten;
-  return isAllWritten || status == kExitFound ? status : kExitTrouble;
+
+ private:
+  void Compare() {
+    try {
+      if (mOptions.journal) {
+        mJournal.emplace();
+      }
+      mOptions.state.folder = FolderOfMachine(mOptions.state, mConsole);
+      CompareWithState(mOptions, mJournal, mConsole, mVerified);
+    } catch (const NoStateError& error) {
+      LeaveFailure(kExitNoState, error.what());
+      throw;
+    } catch (const std::exception& error) {
+      LeaveFailure(kExitTrouble, error.what());
+      throw;
+    }
+  }
+
+  void LeaveFailure(ExitStatus status, const char* why) {
+    mStatus = status;
+    WriteFailureToJournal(why);
+    Try([this] { WriteRows(mOptions, mVerified, mConsole); });
+    mStatus = status;
+    Measure(false);
+  }
+
+  // False: it could not be done, which is said. A finding is what the run ends with nevertheless.
+  bool Try(const std::function<void()>& step) {
+    try {
+      step();
+      return true;
+    } catch (const InputError& error) {
+      mStatus = mStatus == kExitFound ? kExitFound : kExitTrouble;
+      mConsole.Error(error.what(), error.Hint());
+      WriteFailureToJournal(error.what());
+      return false;
+    }
+  }
+
+  // What cannot be printed ends every command with trouble.
+  bool PrintAll() {
+    Print(mVerified, mOptions, mConsole);
+    const bool isPrinted = !mConsole.out.flush().fail();
+    if (!isPrinted) {
+      mStatus = kExitTrouble;
+      WriteFailureToJournal("the output cannot be written");
+    }
+    return isPrinted;
+  }
+
+  void WriteJournal() const {
+    if (!mJournal) {
+      return;
+    }
+    if (mVerified.comparison.notComparedWhy.empty()) {
+      WriteToJournal(mVerified.comparison, mStatus, *mJournal);
+    } else {
+      WriteNotCompared(mVerified.comparison.notComparedWhy, mStatus, *mJournal);
+    }
+  }
+
+  void WriteFailureToJournal(const std::string& why) const {
+    if (!mJournal) {
+      return;
+    }
+    try {
+      WriteFailure(why, mStatus, *mJournal);
+    } catch (const InputError&) {
+      // Standard error has it.
+    }
+  }
+
+  // Whoever waits for metrics hears of nothing else: without them even a finding is trouble.
+  void Measure(bool isAllWritten) {
+    MeasuredRun run;
+    run.status = mStatus;
+    run.isAllWritten = isAllWritten;
+    if (mVerified.isCompared) {
+      const run::Comparison& comparison = mVerified.comparison;
+      run.devices = {mVerified.rows, comparison.counts, comparison.firmware.has_value()};
+    }
+    if (!Try([&] { WriteMetrics(mOptions.metrics, run, mConsole); })) {
+      mStatus = kExitTrouble;
+    }
+  }
+
+  VerifyOptions mOptions;
+  Console& mConsole;
+  std::optional<Journal> mJournal;
+  Verified mVerified;
+  ExitStatus mStatus = kExitTrouble;
+};
+
+ExitStatus Verify(const VerifyOptions& options, Console& console) {
+  CheckFiles(options);
+  return Verification(options, console).Run();
 }
 
 }  // namespace
@@ -204,8 +333,10 @@ void AddVerify(Commands& commands) {
                   options->state);
   parameters.Flag("-v,--verbose", options->state.isVerbose,
                   "Every device, also where nothing is to be looked at");
-  parameters.Flag("--save-first", options->saveFirst,
-                  "Where no state was saved yet, save one and compare with that");
+  parameters.Flag(
+      "--save-first", options->saveFirst,
+      "Where no state was saved yet, save one and compare with that; a table without any "
+      "device is nothing to compare, and no failure");
   parameters.Flag("--if-found", options->ifFound, "Print only where something is to be looked at");
   parameters.Flag(
       "--journal", options->journal,
@@ -216,6 +347,10 @@ void AddVerify(Commands& commands) {
       .Value("--rows", options->rowsFile,
              "Write what `tvq export --rows` prints there, for whatever sends it on")
       .Named("FILE");
+  parameters
+      .Value("--host", options->rows.host, "The machine's name in the rows, instead of its own")
+      .Named("NAME")
+      .Needs(parameters.Get("--rows"));
   commands.AddWide(parameters);
 }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "host/cli/device/unit_name.h"
 #include "host/cli/output/text.h"
 
 namespace tvq::cli {
@@ -71,6 +72,10 @@ void AddFields(const run::Finding& finding, JournalEntry& entry) {
   }
 }
 
+void AddStatus(ExitStatus status, JournalEntry& entry) {
+  entry.Add("TVQ_EXIT_STATUS", std::to_string(static_cast<int>(status)));
+}
+
 void AddIfAny(std::string_view name, const std::string& value, JournalEntry& entry) {
   if (!value.empty()) {
     entry.Add(name, value);
@@ -93,10 +98,11 @@ JournalEntry EntryOf(const run::Finding& finding) {
   AddIfAny("TVQ_REASON", Printable(finding.reason), entry);
   AddFields(finding, entry);
   entry.Add("TVQ_TO_DO", finding.toDo);
+  AddIfAny("TVQ_UNIT", AcceptUnitOf(finding), entry);
   return entry;
 }
 
-JournalEntry SummaryOf(const run::Comparison& comparison) {
+JournalEntry SummaryOf(const run::Comparison& comparison, ExitStatus status) {
   std::string summary;
   for (const auto& [verdict, count] : comparison.counts) {
     if (count != 0) {
@@ -112,24 +118,55 @@ JournalEntry SummaryOf(const run::Comparison& comparison) {
   }
   const bool isQuiet = comparison.status == ComparisonStatus::kNothingFound && !comparison.firmware;
   JournalEntry entry(message, isQuiet ? Priority::kInformation : Priority::kNotice, kSummaryId);
-  entry.Add("TVQ_EXIT_STATUS", std::to_string(static_cast<int>(comparison.status)));
+  AddStatus(status, entry);
   return entry;
 }
 
 }  // namespace
 
-void WriteToJournal(const run::Comparison& comparison, const Journal& journal) {
+void WriteToJournal(const run::Comparison& comparison, ExitStatus status, const Journal& journal) {
   for (const run::Finding& finding : comparison.findings) {
     if (finding.status != ComparisonStatus::kNothingFound) {
       journal.Send(EntryOf(finding));
     }
   }
-  journal.Send(SummaryOf(comparison));
+  journal.Send(SummaryOf(comparison, status));
+}
+
+void WriteNotCompared(const std::string& why, ExitStatus status, const Journal& journal) {
+  JournalEntry entry("Nothing was compared: " + Harmless(why),
+                     status == kExitNothingFound ? Priority::kInformation : Priority::kError,
+                     kSummaryId);
+  AddStatus(status, entry);
+  journal.Send(entry);
 }
 
 void WriteFirstState(const std::string& path, const Journal& journal) {
   journal.Send(JournalEntry(fmt::format("The first state of this machine is saved in {}", path),
                             Priority::kNotice, kFirstStateId));
+}
+
+void WritePassedOver(const std::string& what, const Journal& journal) {
+  journal.Send(JournalEntry(Harmless(what), Priority::kWarning, kPassedOverId));
+}
+
+void WriteFailure(const std::string& why, ExitStatus status, const Journal& journal) {
+  const std::string reason = Harmless(why);
+  JournalEntry entry("tvq verify failed: " + reason, Priority::kError, kFailureId);
+  entry.Add("TVQ_REASON", reason);
+  AddStatus(status, entry);
+  journal.Send(entry);
+}
+
+std::string AcceptUnitOf(const run::Finding& finding) {
+  constexpr char16_t kLastByte = 0xFF;
+  std::string name = finding.label;
+  if (!finding.fqdd.empty()) {
+    const bool isOfBytes = std::all_of(finding.fqdd.begin(), finding.fqdd.end(),
+                                       [](char16_t character) { return character <= kLastByte; });
+    name = isOfBytes ? std::string(finding.fqdd.begin(), finding.fqdd.end()) : finding.label;
+  }
+  return name.empty() ? "" : fmt::format("tvq-accept@{}.service", EscapedForUnit(name));
 }
 
 }  // namespace tvq::cli

@@ -55,7 +55,7 @@ Json FieldsJson(const std::vector<run::FieldChange>& fields) {
 }
 
 void AddComparison(const run::Comparison& comparison, const char* findings, Json& json) {
-  json["isCompared"] = !comparison.hasOtherOptions;
+  json["isCompared"] = comparison.notComparedWhy.empty();
   json["reason"] = TextOrNull(comparison.notComparedWhy);
   json["toDo"] = TextOrNull(comparison.notComparedToDo);
   json["hasOtherNames"] = comparison.hasOtherNames;

@@ -173,13 +173,14 @@ void AddVerdicts(const run::Comparison& comparison, std::vector<DeviceRow>& rows
     auto row = std::find_if(rows.begin(), rows.end(),
                             [&](const DeviceRow& one) { return IsOf(finding, one); });
     if (row == rows.end()) {
-      DeviceRow place;
-      place.kind = finding.kind;
-      place.fqdd = Utf8OfWide(finding.fqdd);
-      place.label = Utf8OfBytes(finding.label);
-      row = rows.insert(rows.end(), place);
+      row = rows.insert(rows.end(), DeviceRow());
+      row->kind = finding.kind;
     }
+    // Without a record the table alone does not name it.
+    row->fqdd = row->fqdd.empty() ? Utf8OfWide(finding.fqdd) : row->fqdd;
+    row->label = row->label.empty() ? Utf8OfBytes(finding.label) : row->label;
     row->verdict = finding.verdict;
+    row->isFinding = finding.status != run::ComparisonStatus::kNothingFound;
   }
 }
 

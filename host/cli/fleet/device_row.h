@@ -28,6 +28,7 @@ struct DeviceRow {
   std::uint64_t ratedSpeed = 0;  // as it could
   std::string firmware;          // its own; of the system, the machine's
   std::string verdict;           // empty where nothing was compared
+  bool isFinding = false;        // the exit status says that somebody has to look at it
   std::uint16_t handle = 0;      // of its structure
 };
 
@@ -35,8 +36,8 @@ struct DeviceRow {
 // table. `table` is the one that the driver ran on.
 std::vector<DeviceRow> MakeRows(const run::Table& table, const run::Results& results);
 
-// Adds what became of each device. One that is gone gets a row that says no more of it than its
-// place, so that no part is found where it was.
+// Adds what became of each device, and where it is, if only the finding says so. One that is gone gets
+// a row that says no more of it than its place, so that no part is found where it was.
 void AddVerdicts(const run::Comparison& comparison, std::vector<DeviceRow>& rows);
 
 // What tells the machine from others, in UTF-8; empty where nothing does.

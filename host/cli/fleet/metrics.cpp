@@ -49,8 +49,23 @@ std::string LabelsOf(const DeviceRow& row, Serials serials) {
   return labels + ',' + Label("verdict", row.verdict);
 }
 
+std::string LabelsOfFinding(const DeviceRow& row) {
+  return fmt::format("{},{},{},{}", Label("class", row.kind), Label("fqdd", row.fqdd),
+                     Label("label", row.label), Label("verdict", row.verdict));
+}
+
 // A reader refuses the whole file where two lines have the same labels, so that devices which nothing
 // tells apart are counted.
+using CountsByLabels = std::map<std::string, unsigned>;
+
+std::string LinesOf(std::string_view name, const CountsByLabels& counts) {
+  std::string lines;
+  for (const auto& [labels, count] : counts) {
+    lines += fmt::format("{}{{{}}} {}\n", name, labels, count);
+  }
+  return lines;
+}
+
 std::string DevicesText(const MeasuredDevices& devices, Serials serials) {
   std::string text = Gauge("tvq_firmware_updated",
                            "Whether the firmware is another one than when the state was saved.",
@@ -59,33 +74,37 @@ std::string DevicesText(const MeasuredDevices& devices, Serials serials) {
   for (const auto& [verdict, count] : devices.counts) {
     text += fmt::format("tvq_devices{{{}}} {}\n", Label("verdict", verdict), count);
   }
-  std::map<std::string, unsigned> alike;
+  CountsByLabels all;
+  CountsByLabels findings;
   for (const DeviceRow& row : devices.rows) {
-    ++alike[LabelsOf(row, serials)];
+    ++all[LabelsOf(row, serials)];
+    if (row.isFinding) {
+      ++findings[LabelsOfFinding(row)];
+    }
   }
+  text += Header("tvq_device_finding",
+                 "Devices that somebody has to look at, as the exit status counts them.");
+  text += LinesOf("tvq_device_finding", findings);
   text += Header("tvq_device_info",
                  "How many devices these labels describe: 1, unless nothing "
                  "tells several apart.");
-  for (const auto& [labels, count] : alike) {
-    text += fmt::format("tvq_device_info{{{}}} {}\n", labels, count);
-  }
-  return text;
+  return text + LinesOf("tvq_device_info", all);
 }
 
 }  // namespace
 
 std::string MetricsText(const MeasuredRun& run, Serials serials) {
-  std::string text =
-      Gauge(kLastSuccess, "When all devices were last compared, whatever was found; 0 if never.",
-            run.lastSuccess);
+  std::string text = Gauge(
+      kLastSuccess, "When a run last ended well, whatever was found; 0 if never.", run.lastSuccess);
   text += Gauge("tvq_verify_last_run_timestamp_seconds",
                 "When the devices were last to be compared, whether that was possible or not.",
                 run.time);
-  text += Gauge("tvq_verify_success", "Whether the last run compared all devices.",
-                run.devices ? 1 : 0);
+  text += Gauge("tvq_verify_success",
+                "Whether the last run compared all devices and wrote all that it was to write.",
+                run.EndedWell() ? 1 : 0);
   text += Gauge("tvq_verify_exit_status",
-                "0 nothing is to be looked at; 1 a device is; 2 not all could be compared; 3 no "
-                "state was saved.",
+                "0 nothing is to be looked at; 1 a device is; 2 not all could be compared or "
+                "written; 3 no state was saved.",
                 run.status);
   return run.devices ? text + DevicesText(*run.devices, serials) : text;
 }

@@ -28,9 +28,12 @@ struct MeasuredDevices {
 // One run, at a time in seconds since 1970.
 struct MeasuredRun {
   std::uint64_t time = 0;
-  std::uint64_t lastSuccess = 0;  // when every device was last compared; 0: never
+  std::uint64_t lastSuccess = 0;  // of the last run that ended well; 0: never
   ExitStatus status = kExitTrouble;
   std::optional<MeasuredDevices> devices;  // none where nothing was compared
+  bool isAllWritten = true;                // whatever else the run was to write
+
+  bool EndedWell() const { return devices && isAllWritten; }
 };
 
 enum class Serials {

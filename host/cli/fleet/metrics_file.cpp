@@ -29,10 +29,9 @@ void AddMetrics(Parameters parameters, MetricsOptions& options) {
       .Needs(file);
 }
 
-bool WriteMetrics(const MetricsOptions& options, ExitStatus status,
-                  std::optional<MeasuredDevices> devices, const Console& console) {
+void WriteMetrics(const MetricsOptions& options, MeasuredRun run, const Console& console) {
   if (options.file.empty()) {
-    return true;
+    return;
   }
   const std::string name = NameOfFile(options.file);
   if (name.size() <= kSuffix.size() ||
@@ -40,14 +39,11 @@ bool WriteMetrics(const MetricsOptions& options, ExitStatus status,
     console.Warning(fmt::format("the node exporter does not read {}: its name does not end in {}",
                                 options.file, kSuffix));
   }
-  MeasuredRun run;
   run.time = static_cast<std::uint64_t>(std::time(nullptr));
-  run.lastSuccess = devices ? run.time : LastSuccessIn(StartOfFile(options.file));
-  run.status = status;
-  run.devices = std::move(devices);
-  return WriteWhole({options.file, "metrics"},
-                    MetricsText(run, options.hasSerials ? Serials::kShown : Serials::kHidden),
-                    Readers::kEveryone, console);
+  run.lastSuccess = run.EndedWell() ? run.time : LastSuccessIn(StartOfFile(options.file));
+  WriteWhole({options.file, "metrics"},
+             MetricsText(run, options.hasSerials ? Serials::kShown : Serials::kHidden),
+             Readers::kEveryone);
 }
 
 }  // namespace tvq::cli

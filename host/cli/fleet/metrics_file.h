@@ -22,11 +22,10 @@ struct MetricsOptions {
 // Adds --metrics and --metrics-serials.
 void AddMetrics(Parameters parameters, MetricsOptions& options);
 
-// Writes what a run came to, as a whole or not at all and for everybody to read, where that is wanted.
-// Without devices, when a run last ended well stays what the file said before. False: it could not be
-// written, which was said.
-bool WriteMetrics(const MetricsOptions& options, ExitStatus status,
-                  std::optional<MeasuredDevices> devices, const Console& console);
+// Writes what a run came to now, as a whole or not at all and for everybody to read, where that is
+// wanted. Unless it ended well, when one last did stays what the file said before. Throws an
+// InputError.
+void WriteMetrics(const MetricsOptions& options, MeasuredRun run, const Console& console);
 
 }  // namespace tvq::cli
 

@@ -36,15 +36,6 @@ std::vector<std::string> ComponentsOf(const std::string& path) {
   return components;
 }
 
-bool IsLink(int folder, const std::string& name) {
-  const int error = errno;
-  struct stat status = {};
-  const bool isLink =
-      fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
-  errno = error;
-  return isLink;
-}
-
 bool WriteAll(int file, const std::vector<uint8_t>& bytes, Readers readers) {
   if (readers == Readers::kEveryone && fchmod(file, 0644) != 0) {
     return false;
@@ -83,11 +74,12 @@ std::string FinalName(const std::string& name) {
 // A file of this process alone, which goes again unless it takes its final name.
 class NewFile {
  public:
-  NewFile(int folder, const std::string& name) : mFolder(folder) {
+  NewFile(int folder, const std::string& name, Readers readers) : mFolder(folder) {
+    const mode_t mode = readers == Readers::kGroup ? 0640 : 0600;
     for (int i = 0; i < kAttempts && !mFile.IsOpen(); ++i) {
       mName = TemporaryName(name);
       mFile = Descriptor(openat(folder, mName.c_str(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
       if (!mFile.IsOpen() && errno != EEXIST) {
         return;
       }
@@ -149,7 +141,7 @@ Descriptor OpenFolder(const std::string& path, Missing missing, std::string& lin
     }
     walked += (i == 0 ? "" : "/") + name;
     Descriptor next(openat(at.Number(), name.c_str(), (isLast ? O_RDONLY : O_PATH) | kFolder));
-    if (!next.IsOpen() && IsLink(at.Number(), name)) {
+    if (!next.IsOpen() && IsLink(at, name)) {
       link = walked;
     }
     const int error = errno;
@@ -165,11 +157,20 @@ Written WriteFile(const Descriptor& folder, const std::string& name,
     errno = EEXIST;
     return Written::kNo;
   }
-  NewFile file(folder.Number(), name);
+  NewFile file(folder.Number(), name, readers);
   if (!file.Write(bytes, readers) || !file.TakeName(name, taken)) {
     return Written::kNo;
   }
   return fsync(folder.Number()) == 0 ? Written::kYes : Written::kNotSure;
+}
+
+bool IsLink(const Descriptor& folder, const std::string& name) {
+  const int error = errno;
+  struct stat status = {};
+  const bool isLink = fstatat(folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                      S_ISLNK(status.st_mode);
+  errno = error;
+  return isLink;
 }
 
 bool IsSpecialFile(const Descriptor& folder, const std::string& name) {

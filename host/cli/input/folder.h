@@ -48,7 +48,8 @@ enum class Taken {
 
 enum class Readers {
   kOwner,
-  kEveryone,
+  kGroup,     // as far as the umask leaves it
+  kEveryone,  // whatever the umask says
 };
 
 // What became of a file that was to be written.
@@ -64,6 +65,9 @@ enum class Written {
 Written WriteFile(const Descriptor& folder, const std::string& name,
                   const std::vector<uint8_t>& bytes, Taken taken,
                   Readers readers = Readers::kOwner);
+
+// Whether the name is that of a symbolic link; errno stays.
+bool IsLink(const Descriptor& folder, const std::string& name);
 
 // Whether the name is that of a link, a device, a pipe or the like, which is never replaced.
 bool IsSpecialFile(const Descriptor& folder, const std::string& name);

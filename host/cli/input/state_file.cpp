@@ -29,6 +29,7 @@ constexpr std::string_view kSuffix = ".bin";
 constexpr std::string_view kMachinePrefix = "machine-";
 // What versions before had in place of numbered files.
 constexpr char kSingleFile[] = "tvq-state.bin";
+constexpr char kServiceFolder[] = "/var/lib/tvq";
 constexpr char kFolderHint[] = "name a folder that you may write to and that is no link";
 // Far more than the largest machine needs.
 constexpr off_t kLargestState = 16 << 20;
@@ -152,12 +153,21 @@ bool HasFile(const Descriptor& folder, const char* name) {
   return fstatat(folder.Number(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
+// The service's folder is that of its user, and has to stay so.
+std::string HintForFolder(const std::string& path) {
+  if (IsServiceFolder(path)) {
+    return "it is the service's: `systemctl start tvq-verify` compares, `journalctl -x -t tvq` "
+           "tells what was found and how to accept it, `systemctl start tvq-save` saves";
+  }
+  return fmt::format("where you trust it: `chown root {}` and `chmod go-w {}`", path, path);
+}
+
 // As root, nobody else may exchange the files either.
 void CheckFolder(const Descriptor& folder, const std::string& path) {
   struct stat status = {};
   if (geteuid() == 0 && fstat(folder.Number(), &status) == 0 && OthersMayWrite(status)) {
     Refuse(path, "others may write there, so that nobody knows whose states these are",
-           fmt::format("where you trust it: `chown root {}` and `chmod go-w {}`", path, path));
+           HintForFolder(path));
   }
 }
 
@@ -358,12 +368,13 @@ std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::str
   if (HasFile(directory, kSingleFile)) {
     files.push_back({0, kSingleFile});
   }
+  std::vector<std::string> passedOver;
   for (size_t i = 0; i < files.size(); ++i) {
     const std::string path = PathIn(folder, files[i].name);
     run::Bytes bytes = ReadFileIn(directory, files[i].name, path);
     const run::StateFile state = Check(driver, bytes, files[i].number);
     if (state.kind == run::StateFile::Kind::kWhole) {
-      return LoadedState{path, std::move(bytes), i == 0};
+      return LoadedState{path, std::move(bytes), std::move(passedOver)};
     }
     const bool isLast = i + 1 == files.size();
     // Only the newest one can have been cut off.
@@ -373,8 +384,10 @@ std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::str
                        isLast ? "move it away and save a new one"
                               : "move it away to use the state before it, which `tvq save` kept");
     }
-    console.Warning(fmt::format("{} {}; {}", path, state.what,
-                                isLast ? "there is none before it" : "the one before it counts"));
+    passedOver.push_back(
+        fmt::format("{} {}; {}", path, state.what,
+                    isLast ? "there is none before it" : "the one before it counts"));
+    console.Warning(passedOver.back());
   }
   return std::nullopt;
 }
@@ -400,6 +413,14 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path) {
   }
   CheckFolder(directory, folder);
   return ReadFileIn(directory, slash == std::string::npos ? path : path.substr(slash + 1), path);
+}
+
+bool IsServiceFolder(const std::string& path) {
+  return path.substr(0, path.find_last_not_of('/') + 1) == kServiceFolder;
+}
+
+bool NamesState(const std::string& name) {
+  return NumberIn(name) != 0 || name == kSingleFile;
 }
 
 bool HasStates(const std::string& folder) {

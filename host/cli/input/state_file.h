@@ -23,8 +23,13 @@ inline constexpr unsigned kKeptStates = 10;
 struct LoadedState {
   std::string path;
   run::Bytes bytes;
-  bool isNewest = true;  // no file behind it was passed over
+  std::vector<std::string> passedOver = {};  // what is wrong with each newer file, as it was said
+
+  bool IsNewest() const { return passedOver.empty(); }
 };
+
+// Whether the service has its states there, which its units alone may change.
+bool IsServiceFolder(const std::string& path);
 
 // What a damaged state, or one of a later version, comes to.
 enum class Damaged {
@@ -60,6 +65,9 @@ std::string MachineFoldersHint(const std::vector<std::string>& machines);
 // state, or "-".
 std::optional<run::Bytes> StateIn(run::DriverRun& driver, const std::string& path,
                                   const Console& console);
+
+// Whether a state has such a name.
+bool NamesState(const std::string& name);
 
 // Whether there are states in a folder, whole or not.
 bool HasStates(const std::string& folder);

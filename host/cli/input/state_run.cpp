@@ -134,19 +134,28 @@ void AddSaveOptions(Parameters parameters, StateOptions& options) {
                   "Put a state that lacks devices in place of one that lacks none");
 }
 
-Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,
-                         const Console& console) {
+Collected Collect(run::DriverRun& driver, const StateOptions& options, const Console& console) {
   run::Table table = ReadTable(driver, options.table, console);
   if (options.table.conform && !ConformTable(driver, table, console)) {
     throw InputError("the table cannot be conformed", "run with --as-is");
   }
   run::Results results = RunDriver(driver, table, options.table, console);
-  if (results.records.empty()) {
+  return {std::move(table), std::move(results)};
+}
+
+Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,
+                         const Console& console) {
+  Collected collected = Collect(driver, options, console);
+  RequireRecords(collected, options);
+  return collected;
+}
+
+void RequireRecords(const Collected& collected, const StateOptions& options) {
+  if (collected.results.records.empty()) {
     throw InputError("the driver made no record of this table",
                      options.table.conform ? "`tvq export` shows the driver's log"
                                            : "without --as-is, the table is made fit for it");
   }
-  return {std::move(table), std::move(results)};
 }
 
 run::Origin OriginOf(const StateOptions& options) {
@@ -188,7 +197,7 @@ SavedState SaveChecked(run::DriverRun& driver, const StateOptions& options,
       throw InputError("this state is incomplete and does not replace the complete one",
                        "find out why devices are missing, or add --incomplete");
     }
-    if (before->isNewest && driver.AreEqual(state, before->bytes)) {
+    if (before->IsNewest() && driver.AreEqual(state, before->bytes)) {
       console.Line(fmt::format("{} says the same; nothing is written", before->path));
       return {before->path, holes, false};
     }

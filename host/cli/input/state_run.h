@@ -46,7 +46,11 @@ struct Collected {
   run::Results results;
 };
 
-// Runs the driver, and insists on records.
+// Runs the driver.
+Collected Collect(run::DriverRun& driver, const StateOptions& options, const Console& console);
+// Throws an InputError where it made no record.
+void RequireRecords(const Collected& collected, const StateOptions& options);
+// Both.
 Collected CollectRecords(run::DriverRun& driver, const StateOptions& options,
                          const Console& console);
 

@@ -12,20 +12,22 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/cli/input/input.h"
+
 namespace tvq::cli {
 namespace {
 
-std::string FolderOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+[[noreturn]] void Fail(const NamedFile& file, const std::string& reason, const std::string& hint) {
+  throw InputError(fmt::format("the {} cannot be written to {}: {}", file.what, file.path, reason),
+                   hint);
 }
 
-void SayWhyNot(const NamedFile& file, const std::string& link, const Console& console) {
-  const std::string reason =
-      link.empty() ? std::strerror(errno) : fmt::format("{} is a symbolic link", link);
-  console.Error(fmt::format("the {} cannot be written to {}: {}", file.what, file.path, reason),
-                link.empty() ? "name a file in a folder that is there and that you may write to"
-                             : "links are not followed; name the folder that it leads to");
+[[noreturn]] void FailForLink(const NamedFile& file, const std::string& link) {
+  const std::string place = link == file.path ? "it" : link;
+  Fail(file, fmt::format("{} is a symbolic link", place),
+       fmt::format("links are not followed: name what it leads to, which `realpath {}` prints, or "
+                   "remove it",
+                   link));
 }
 
 }  // namespace
@@ -35,16 +37,29 @@ std::string NameOfFile(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-bool WriteWhole(const NamedFile& file, std::string_view text, Readers readers,
-                const Console& console) {
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+void WriteWhole(const NamedFile& file, std::string_view text, Readers readers) {
   std::string link;
   const Descriptor folder = OpenFolder(FolderOf(file.path), Missing::kFails, link);
-  if (!folder.IsOpen() || WriteFile(folder, NameOfFile(file.path), {text.begin(), text.end()},
-                                    Taken::kReplaced, readers) == Written::kNo) {
-    SayWhyNot(file, link, console);
-    return false;
+  if (!link.empty()) {
+    FailForLink(file, link);
   }
-  return true;
+  const std::string name = NameOfFile(file.path);
+  if (folder.IsOpen() && IsLink(folder, name)) {
+    FailForLink(file, file.path);
+  }
+  if (folder.IsOpen() && IsSpecialFile(folder, name)) {
+    Fail(file, "it is no plain file", "name one that may be replaced");
+  }
+  if (!folder.IsOpen() || WriteFile(folder, name, {text.begin(), text.end()}, Taken::kReplaced,
+                                    readers) == Written::kNo) {
+    Fail(file, std::strerror(errno),
+         "name a file in a folder that is there and that you may write to");
+  }
 }
 
 std::string StartOfFile(const std::string& path) {

@@ -10,7 +10,6 @@
 #include <string_view>
 
 #include "host/cli/input/folder.h"
-#include "host/cli/output/console.h"
 
 namespace tvq::cli {
 
@@ -20,16 +19,17 @@ struct NamedFile {
   const char* what;
 };
 
-// Writes the file as a whole or not at all. No link is followed in the path of its folder, and one in
-// its own place is replaced. False: it could not be written, which was said.
-bool WriteWhole(const NamedFile& file, std::string_view text, Readers readers,
-                const Console& console);
+// Writes the file as a whole or not at all. No link is followed, neither in the path of its folder nor
+// in its own place; whatever stands there and is no plain file stays. Throws an InputError.
+void WriteWhole(const NamedFile& file, std::string_view text, Readers readers);
 
 // What the file says at its beginning; nothing where there is no plain file that can be read.
 std::string StartOfFile(const std::string& path);
 
 // The path behind its last slash.
 std::string NameOfFile(const std::string& path);
+// The path up to its last slash, and "." where it has none.
+std::string FolderOf(const std::string& path);
 
 }  // namespace tvq::cli
 

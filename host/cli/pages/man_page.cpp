@@ -206,7 +206,7 @@ std::string Files() {
          Entry(Italic("DIR/state-N.bin"),
                Prose("What `tvq save` leaves in a folder; the highest number is the newest.")) +
          Entry(Italic("/etc/machine-id"),
-               Prose("What the masks of `--redact` depend on, without `--redact-key`."));
+               Prose("What the masks of `--redact` depend on, without a key of its own."));
 }
 
 std::string Environment() {

@@ -7,7 +7,9 @@
 
 #include <fmt/format.h>
 #include <sodium.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "host/cli/input/input.h"
@@ -17,8 +19,31 @@ namespace {
 
 constexpr char kMachineKey[] = "/etc/machine-id";
 
+// With the key, masks of short numbers are as good as the numbers.
+void CheckReaders(const std::string& path) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) == 0 && (status.st_mode & S_IROTH) != 0) {
+    throw InputError(fmt::format("{} is not read: others may read it, too", path),
+                     fmt::format("`chmod o-r {}`, and put another key there", path));
+  }
+}
+
+std::string KeyIn(const std::string& path) {
+  constexpr char kHint[] = "name a file whose first line is the key";
+  CheckReaders(path);
+  const std::vector<uint8_t> bytes = ReadFile(path, kHint);
+  const std::string key(bytes.begin(), std::find(bytes.begin(), bytes.end(), '\n'));
+  if (key.empty()) {
+    throw InputError(fmt::format("the first line of {} is empty", path), kHint);
+  }
+  return key;
+}
+
 // Empty where neither the options nor this machine have one.
 std::string KeyOf(const RedactOptions& options) {
+  if (!options.keyFile.empty()) {
+    return KeyIn(options.keyFile);
+  }
   std::string key = options.key;
   if (key.empty()) {
     std::getline(std::ifstream(kMachineKey), key);
@@ -37,6 +62,12 @@ void AddRedact(Parameters parameters, RedactOptions& options) {
              "What the masks depend on, instead of this machine's identity")
       .Named("TEXT")
       .Needs(parameters.Get("--redact"));
+  parameters
+      .Value("--redact-key-file", options.keyFile,
+             "The same, out of the first line of a file that others may not read")
+      .Named("FILE")
+      .Needs(parameters.Get("--redact"))
+      .Excludes(parameters.Get("--redact-key"));
 }
 
 std::optional<Masker> MakeMasker(const RedactOptions& options) {

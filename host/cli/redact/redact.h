@@ -23,13 +23,14 @@ namespace tvq::cli {
 
 struct RedactOptions {
   bool isWanted = false;
-  std::string key;  // empty: that of this machine
+  std::string key;      // empty: that of this machine
+  std::string keyFile;  // its first line is the key, in place of both; empty: none
 };
 
-// Adds --redact and --redact-key.
+// Adds --redact, --redact-key and --redact-key-file.
 void AddRedact(Parameters parameters, RedactOptions& options);
 
-// Nothing where --redact was not given. Throws InputError.
+// Nothing where --redact was not given. Throws InputError, also where others may read the key's file.
 std::optional<Masker> MakeMasker(const RedactOptions& options);
 
 // The same for what is masked unless somebody asks for more: where this machine has no identity, the

@@ -542,6 +542,24 @@ TEST_F(CliState, TakesOverOneDeviceAlone) {
   EXPECT_EQ(Verify(server).status, 0);
 }
 
+// As the service's unit does: a stack of memory has no name but what the board prints there.
+TEST_F(CliState, TakesOverADeviceByTheNameOfAUnit) {
+  const auto file = [this](const std::string& name, const char* serial) {
+    const test::MemoryDevice stack = {.locator = "HBM 0", .memoryType = 0x20, .serial = serial};
+    return Write(
+        name, test::Table::Of(test::Bios{}, test::System{}, test::Processor{}, stack, test::End{})
+                  .Bytes());
+  };
+  EXPECT_EQ(RunTvq({"save", State(), "--table", file("before.bin", "11223344")}).status, 0);
+  const std::string later = file("after.bin", "99AABBCC");
+  EXPECT_EQ(RunTvq({"verify", State(), "--table", later}).status, 1);
+  EXPECT_EQ(RunTvq({"accept", "--table", later, "--", State(), "HBM\\x200"}).status, 2);
+  const Outcome accepted =
+      RunTvq({"accept", "--escaped", "--table", later, "--", State(), "HBM\\x200"});
+  EXPECT_EQ(accepted.status, 0) << accepted.diagnostics;
+  EXPECT_EQ(RunTvq({"verify", State(), "--table", later}).status, 0);
+}
+
 TEST_F(CliState, TakesOverNoDeviceThatIsNotThere) {
   EXPECT_EQ(Run("accept", {}, {"CPU.Socket.1"}).status, 3) << "no state was saved yet";
   Save({});

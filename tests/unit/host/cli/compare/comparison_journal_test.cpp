@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "host/cli/compare/comparison_output.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 #include "tests/unit/host/cli/output/fake_journal.h"
 
@@ -43,7 +44,7 @@ class ComparisonJournal : public CliTest {
   ComparisonJournal() : mSystem(Path("socket")) {}
 
   std::vector<JournalFields> Written(const run::Comparison& comparison) {
-    WriteToJournal(comparison, Journal(mSystem.Path()));
+    WriteToJournal(comparison, StatusOf(comparison), Journal(mSystem.Path()));
     return mSystem.All();
   }
   std::vector<JournalFields> Written(const run::Finding& finding) {
@@ -92,7 +93,8 @@ TEST_F(ComparisonJournal, ADeviceThatIsToBeLookedAtHasAnEntryOfItsOwnBeforeTheSu
           {"TVQ_FIELD", {"Inventory/WWN"}},
           {"TVQ_BEFORE", {"7A2C0003"}},
           {"TVQ_AFTER", {"7A2C9999"}},
-          {"TVQ_TO_DO", {"find out by whom"}}}));
+          {"TVQ_TO_DO", {"find out by whom"}},
+          {"TVQ_UNIT", {"tvq-accept@DIMM.Socket.A3.service"}}}));
   EXPECT_THAT(entries[1].at("MESSAGE"),
               ElementsAre("Devices are to be looked at: 1 replaced, 1 same"));
   EXPECT_THAT(entries[1].at("PRIORITY"), ElementsAre("5"));
@@ -166,6 +168,62 @@ TEST_F(ComparisonJournal, AFirmwareUpdateIsToldOnceAndIsNoAlarm) {
   EXPECT_THAT(entries[0].at("MESSAGE"),
               ElementsAre("Nothing is to be looked at: 4 changed; firmware update: 1.0 -> (none)"));
   EXPECT_THAT(entries[0].at("PRIORITY"), ElementsAre("5"));
+}
+
+// A stack of memory has no name but what the board prints there.
+TEST_F(ComparisonJournal, TheUnitThatAcceptsADeviceIsThereReadyToBeTyped) {
+  run::Finding finding = Replaced();
+  EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM.Socket.A3.service");
+  finding.fqdd = u"DIMM.S\u00E4ule-1/A";
+  EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM.S\\xe4ule-1\\x2fA.service");
+  finding.fqdd = u"DIMM.\u65E5";
+  EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM_A3.service");
+  finding.fqdd.clear();
+  finding.label = "HBM 0 'x'";
+  EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@HBM\\x200\\x20\\x27x\\x27.service");
+  finding.label.clear();
+  EXPECT_EQ(AcceptUnitOf(finding), "");
+  EXPECT_EQ(Written(finding)[0].count("TVQ_UNIT"), 0u);
+}
+
+TEST_F(ComparisonJournal, TheSumHasTheStatusThatTheRunEndsWith) {
+  WriteToJournal({}, kExitTrouble, Journal(mSystem.Path()));
+  EXPECT_THAT(mSystem.All().back().at("TVQ_EXIT_STATUS"), ElementsAre("2"));
+}
+
+TEST_F(ComparisonJournal, AFailureIsAnErrorThatSaysWhyInOneLine) {
+  const std::string why = std::string(200, 'x') + " \x1B[2J";
+  WriteFailure(why, kExitNoState, Journal(mSystem.Path()));
+  const std::string shown = std::string(200, 'x') + " \\x1B[2J";
+  EXPECT_THAT(mSystem.All(), ElementsAre(JournalFields{{"MESSAGE", {"tvq verify failed: " + shown}},
+                                                       {"MESSAGE_ID", {kFailureId}},
+                                                       {"PRIORITY", {"3"}},
+                                                       {"SYSLOG_IDENTIFIER", {"tvq"}},
+                                                       {"TVQ_REASON", {shown}},
+                                                       {"TVQ_EXIT_STATUS", {"3"}}}));
+}
+
+TEST_F(ComparisonJournal, ADamagedStateThatIsPassedOverIsAWarning) {
+  WritePassedOver("state-2.bin was cut off; the one before it counts", Journal(mSystem.Path()));
+  const std::vector<JournalFields> entries = mSystem.All();
+  ASSERT_THAT(entries, SizeIs(1));
+  EXPECT_THAT(entries[0].at("MESSAGE"),
+              ElementsAre("state-2.bin was cut off; the one before it counts"));
+  EXPECT_THAT(entries[0].at("PRIORITY"), ElementsAre("4"));
+  EXPECT_THAT(entries[0].at("MESSAGE_ID"), ElementsAre(kPassedOverId));
+}
+
+TEST_F(ComparisonJournal, WhatWasNotComparedIsAnErrorUnlessTheRunEndsWell) {
+  const Journal journal(mSystem.Path());
+  WriteNotCompared("the table describes no device", kExitNothingFound, journal);
+  WriteNotCompared("other options", kExitTrouble, journal);
+  const std::vector<JournalFields> entries = mSystem.All();
+  ASSERT_THAT(entries, SizeIs(2));
+  EXPECT_THAT(entries[0].at("MESSAGE"),
+              ElementsAre("Nothing was compared: the table describes no device"));
+  EXPECT_THAT(entries[0].at("PRIORITY"), ElementsAre("6"));
+  EXPECT_THAT(entries[1].at("PRIORITY"), ElementsAre("3"));
+  EXPECT_THAT(entries[1].at("TVQ_EXIT_STATUS"), ElementsAre("2"));
 }
 
 TEST_F(ComparisonJournal, TheFirstStateIsToldWithItsPath) {

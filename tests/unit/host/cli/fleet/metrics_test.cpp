@@ -49,6 +49,24 @@ TEST(Metrics, HaveALineForEachDevice) {
                        "verdict=\"same\"} 1"));
 }
 
+// A rule needs no other metric to know whether somebody has to look at a device.
+TEST(Metrics, NameTheDevicesThatAreToBeLookedAt) {
+  DeviceRow finding = ModuleRow("DIMM_A1");
+  finding.verdict = "changed";
+  finding.isFinding = true;
+  DeviceRow updated = finding;
+  updated.isFinding = false;
+  const std::string line =
+      "tvq_device_finding{class=\"memory module\",fqdd=\"DIMM.Socket.A1\",label=\"DIMM_A1\","
+      "verdict=\"changed\"} ";
+  EXPECT_THAT(LinesOf(MetricsText(RunOf({finding, updated}), Serials::kHidden)),
+              Contains(line + "1"));
+  EXPECT_THAT(LinesOf(MetricsText(RunOf({finding, finding}), Serials::kHidden)),
+              Contains(line + "2"));
+  EXPECT_THAT(MetricsText(RunOf({updated}), Serials::kHidden),
+              Not(HasSubstr("\ntvq_device_finding")));
+}
+
 TEST(Metrics, HaveSerialNumbersWhereTheyAreAskedForAlone) {
   EXPECT_THAT(MetricsText(RunOf({ModuleRow("A1")}), Serials::kHidden), Not(HasSubstr("0123ABCD")));
   EXPECT_THAT(MetricsText(RunOf({ModuleRow("A1")}), Serials::kShown),
@@ -101,6 +119,14 @@ TEST(Metrics, OfAFailedRunHaveNoDevices) {
   EXPECT_THAT(lines, Contains("tvq_verify_exit_status 2"));
   EXPECT_THAT(lines, Contains("tvq_verify_last_run_timestamp_seconds 200"));
   EXPECT_THAT(lines, Contains("tvq_verify_last_success_timestamp_seconds 100"));
+}
+
+TEST(Metrics, OfARunThatCouldNotWriteAllHaveItsDevicesAndNoSuccess) {
+  MeasuredRun run = RunOf({ModuleRow("A1")});
+  run.isAllWritten = false;
+  const std::string text = MetricsText(run, Serials::kHidden);
+  EXPECT_THAT(text, HasSubstr("tvq_verify_success 0\n"));
+  EXPECT_THAT(text, HasSubstr("tvq_device_info{"));
 }
 
 TEST(Metrics, SayWhenARunLastEndedWell) {

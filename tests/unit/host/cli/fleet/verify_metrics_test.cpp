@@ -7,8 +7,10 @@
 #include <sys/stat.h>
 
 #include <ctime>
+#include <sstream>
 
 #include "host/cli/fleet/metrics.h"
+#include "host/cli/output/journal.h"
 #include "tests/unit/host/cli/server.h"
 
 namespace tvq::cli {
@@ -152,6 +154,27 @@ TEST_F(CliMetrics, AreNotWrittenWhereALinkStands) {
   EXPECT_TRUE(fs::is_symlink(MetricsFile()));
 }
 
+TEST_F(CliMetrics, SayOfALinkThatItIsOneAndWhatToDo) {
+  Run("save", {});
+  fs::create_symlink(Path("nowhere"), MetricsFile());
+  const std::vector<std::string> options = {"--metrics", MetricsFile()};
+  EXPECT_THAT(
+      Run("verify", {}, options).diagnostics,
+      HasSubstr("the metrics cannot be written to " + MetricsFile() +
+                ": it is a symbolic link\n"
+                "tvq: hint: links are not followed: name what it leads to, which `realpath " +
+                MetricsFile() + "` prints, or remove it\n"));
+  fs::create_directory_symlink(Path(""), Path("link"));
+  EXPECT_THAT(Run("verify", {}, {"--metrics", Path("link/tvq.prom")}).diagnostics,
+              HasSubstr(Path("link") + " is a symbolic link\n"));
+}
+
+TEST_F(CliMetrics, SayOfWhatIsNoPlainFileThatItIsNone) {
+  Run("save", {});
+  ASSERT_EQ(mkfifo(MetricsFile().c_str(), 0600), 0);
+  EXPECT_THAT(Verify({}).diagnostics, HasSubstr(": it is no plain file\n"));
+}
+
 TEST_F(CliMetrics, LeaveNothingElseBehind) {
   Run("save", {});
   fs::create_directory(Path("metrics"));
@@ -164,14 +187,78 @@ TEST_F(CliMetrics, LeaveNothingElseBehind) {
   EXPECT_EQ(names, std::vector<std::string>{"tvq.prom"});
 }
 
-TEST_F(CliMetrics, ThatCannotBeWrittenAreATroubleAndHideNoFinding) {
+// Nobody would hear of it: the service's unit fails with 2 alone.
+TEST_F(CliMetrics, ThatCannotBeWrittenAreATroubleAlsoWithAFinding) {
   Run("save", {});
   const std::vector<std::string> nowhere = {"--metrics", Path("missing/tvq.prom")};
   const Outcome quiet = Run("verify", {}, nowhere);
   EXPECT_EQ(quiet.status, 2);
   EXPECT_THAT(quiet.out, HasSubstr("Summary: 3 same"));
   EXPECT_THAT(quiet.diagnostics, HasSubstr("the metrics cannot be written to "));
-  EXPECT_EQ(Run("verify", WithOtherModule(), nowhere).status, 1);
+  const Outcome found = Run("verify", WithOtherModule(), nowhere);
+  EXPECT_EQ(found.status, 2);
+  EXPECT_THAT(found.out, HasSubstr("DIMM.Socket.A2 (DIMM_A2): replaced\n"));
+}
+
+TEST_F(CliMetrics, SayThatTheOutputCouldNotBeWritten) {
+  Run("save", {});
+  const std::string table = Path("table.bin");
+  const std::string state = Path("state");
+  const std::string metrics = MetricsFile();
+  const char* const arguments[] = {"tvq",         "verify",    state.c_str(),  "--table",
+                                   table.c_str(), "--metrics", metrics.c_str()};
+  std::istringstream in;
+  std::ostringstream out;
+  std::ostringstream diagnostics;
+  out.setstate(std::ios::badbit);
+  Console console{in, out, diagnostics};
+  EXPECT_EQ(RunCommandLine(std::size(arguments), arguments, console), 2);
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_success 0\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_exit_status 2\n"));
+}
+
+TEST_F(CliMetrics, SayThatThereWasNoJournal) {
+  if (fs::exists(kJournalSocket)) {
+    GTEST_SKIP() << "this machine has one";
+  }
+  Run("save", {});
+  EXPECT_EQ(Verify({}, {"--journal"}).status, 2);
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_success 0\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_exit_status 2\n"));
+}
+
+TEST_F(CliMetrics, StayWhatTheyWereWhereTheCommandLineIsWrong) {
+  Write("tvq.prom", {'x'});
+  EXPECT_EQ(Verify({}, {"--unknown"}).status, 2);
+  EXPECT_EQ(Verify({}, {"--rows", MetricsFile()}).status, 2);
+  EXPECT_EQ(Read("tvq.prom"), test::Bytes{'x'});
+}
+
+TEST_F(CliMetrics, TakeTheNameOfNoState) {
+  Run("save", {});
+  const test::Bytes state = Read("state/state-1.bin");
+  for (const char* const option : {"--metrics", "--rows"}) {
+    const Outcome refused = Run("verify", {}, {option, Path("state/./state-1.bin")});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.diagnostics, HasSubstr("has the name of a saved state"));
+    EXPECT_THAT(Run("verify", {}, {option, "-"}).diagnostics, HasSubstr(" - is no file"));
+  }
+  EXPECT_EQ(Read("state/state-1.bin"), state);
+  EXPECT_EQ(Run("verify", {}, {"--rows", Path("state/rows.ndjson")}).status, 0);
+}
+
+TEST_F(CliMetrics, OfATableWithoutAnyDeviceAreThoseOfARunThatEndedWell) {
+  const std::string table = Write("empty.bin", test::Table::Of(test::Bios{}, test::End{}).Bytes());
+  const std::vector<std::string> arguments = {"verify",    Path("state"), "--table",     table,
+                                              "--metrics", MetricsFile(), "--save-first"};
+  const Outcome verified = RunTvq(arguments);
+  EXPECT_EQ(verified.status, 0) << verified.diagnostics;
+  EXPECT_EQ(verified.out, "Nothing was compared: the table describes no device\n");
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_success 1\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_devices{verdict=\"replaced\"} 0\n"));
+  EXPECT_FALSE(fs::exists(Path("state"))) << "there is nothing to save";
+  Run("save", {});
+  EXPECT_EQ(RunTvq(arguments).status, 2) << "a machine that had devices";
 }
 
 TEST_F(CliMetrics, WarnOfANameThatTheNodeExporterDoesNotRead) {
@@ -194,6 +281,53 @@ TEST_F(CliMetrics, SayThatTheFirmwareIsAnotherOne) {
                 .status,
             0);
   EXPECT_THAT(Metrics(), HasSubstr("tvq_firmware_updated 1\n"));
+}
+
+// Its values say nothing of a part without numbers: it may be another one.
+TEST_F(CliMetrics, NameADeviceWithoutNumbersThatChangedWithTheFirmware) {
+  const auto file = [this](const std::string& name, const char* version, uint16_t speed) {
+    const test::MemoryDevice module = {
+        .speed = speed, .serial = "00000000", .partNumber = "Not Specified"};
+    return Write(name, test::Table::Of(test::Bios{.version = version}, test::System{},
+                                       test::Processor{}, module, test::End{})
+                           .Bytes());
+  };
+  RunTvq({"save", Path("state"), "--table", file("before.bin", "1.0", 4800)});
+  EXPECT_EQ(RunTvq({"verify", Path("state"), "--table", file("after.bin", "2.0", 5600), "--metrics",
+                    MetricsFile()})
+                .status,
+            1);
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_firmware_updated 1\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_device_finding{class=\"memory module\",fqdd=\"DIMM.Socket."
+                                   "A1\",label=\"DIMM_A1\",verdict=\"changed\"} 1\n"));
+}
+
+// A module without a record, because the driver ends at the second one of a name, beside a processor that was replaced.
+TEST_F(CliMetrics, NameADeviceWithoutARecordBesideOneThatWasReplaced) {
+  const auto file = [this](const std::string& name, const char* second, const char* processor) {
+    return Write(name, test::Table::Of(test::Bios{}, test::System{},
+                                       test::Processor{.handle = 0x10, .serial = processor},
+                                       test::MemoryDevice{.handle = 0x21, .serial = "11223344"},
+                                       test::MemoryDevice{
+                                           .handle = 0x22, .locator = second, .serial = "55667788"},
+                                       test::FqddMap{.groups = {{"CPU.Socket.1", 0x10},
+                                                                {"DIMM.Socket.A1", 0x21},
+                                                                {"DIMM.Socket.A2", 0x22}}},
+                                       test::End{})
+                           .Bytes());
+  };
+  const std::string later = file("clash.bin", "DIMM_A1", "C2B");
+  RunTvq({"save", Path("state"), "--as-is", "--table", file("whole.bin", "DIMM_A2", "C1A")});
+  EXPECT_EQ(RunTvq({"verify", Path("state"), "--as-is", "--table", later, "--metrics",
+                    MetricsFile(), "--rows", Path("rows.ndjson")})
+                .status,
+            1);
+  EXPECT_THAT(Metrics(), HasSubstr("verdict=\"replaced\"} 1\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_device_finding{class=\"memory module\",fqdd=\"DIMM.Socket."
+                                   "A2\",label=\"DIMM_A1\",verdict=\"no record\"} 1\n"));
+  const test::Bytes rows = Read("rows.ndjson");
+  EXPECT_THAT(std::string(rows.begin(), rows.end()),
+              HasSubstr("\"fqdd\":\"DIMM.Socket.A2\",\"label\":\"DIMM_A1\","));
 }
 
 class CliVerifyRows : public CliMetrics {
@@ -230,10 +364,36 @@ TEST_F(CliVerifyRows, AreThoseOfExport) {
   EXPECT_THAT(Rows(), HasSubstr("\"verdict\":\"replaced\""));
 }
 
-TEST_F(CliVerifyRows, AreForTheirOwnerAlone) {
+TEST_F(CliVerifyRows, AreForTheirGroupAsFarAsTheUserAllows) {
   Run("save", {});
-  VerifyWithRows({});
-  EXPECT_EQ(fs::status(RowsFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  const mode_t before = umask(0);
+  for (const auto& [mask, mode] : {std::pair(0022u, 0640u), std::pair(0077u, 0600u)}) {
+    umask(mask);
+    VerifyWithRows({});
+    struct stat status = {};
+    ASSERT_EQ(stat(RowsFile().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, mode);
+  }
+  umask(before);
+}
+
+TEST_F(CliVerifyRows, HaveTheNameThatTheMachineIsGiven) {
+  Run("save", {});
+  EXPECT_EQ(Run("verify", {}, {"--rows", RowsFile(), "--host", "web-01.example"}).status, 0);
+  EXPECT_EQ(nlohmann::json::parse(Rows().substr(0, Rows().find('\n')))["host"], "web-01.example");
+  EXPECT_EQ(Run("verify", {}, {"--host", "web-01.example"}).status, 2) << "without rows";
+}
+
+// What is in a machine is known, whatever its states are.
+TEST_F(CliVerifyRows, AreThereWithoutVerdictsWhereTheStateIsRefused) {
+  Run("save", {}, {"--redact", "--redact-key", "key"});
+  EXPECT_EQ(VerifyWithRows({}).status, 2);
+  const std::vector<nlohmann::json> devices = Devices(Rows());
+  ASSERT_EQ(devices.size(), 4u);
+  for (const nlohmann::json& device : devices) {
+    EXPECT_EQ(device["verdict"], "");
+  }
+  EXPECT_EQ(devices[3]["serial"], "55667788");
 }
 
 TEST_F(CliVerifyRows, StayWhatTheyWereWhereNothingWasCompared) {
@@ -250,6 +410,15 @@ TEST_F(CliVerifyRows, ThatCannotBeWrittenAreTrouble) {
   const Outcome verified = Run("verify", {}, {"--rows", Path("nowhere/rows.ndjson")});
   EXPECT_EQ(verified.status, 2);
   EXPECT_THAT(verified.diagnostics, HasSubstr("the rows cannot be written to "));
+}
+
+TEST_F(CliVerifyRows, ThatCannotBeWrittenHideNoFindingAndTheMetricsSayBoth) {
+  Run("save", {});
+  const Outcome verified = Verify(WithOtherModule(), {"--rows", Path("nowhere/rows.ndjson")});
+  EXPECT_EQ(verified.status, 1);
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_exit_status 1\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_success 0\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("\ntvq_device_finding{"));
 }
 
 }  // namespace

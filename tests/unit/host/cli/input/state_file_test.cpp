@@ -150,6 +150,17 @@ TEST_F(StateFile, StaysUpToHowManyAreWanted) {
   EXPECT_THAT(Names(), UnorderedElementsAre("state-12.bin", "state-13.bin"));
 }
 
+TEST_F(StateFile, KnowsWhichNewerOnesWerePassedOver) {
+  SaveOf({});
+  Write("state/state-2.bin", {});
+  run::DriverRun driver;
+  std::istringstream in;
+  std::ostringstream said;
+  const LoadedState state = LoadState(driver, Folder(), Console{in, said, said});
+  EXPECT_EQ(state.path, File(1));
+  EXPECT_THAT(state.passedOver, ElementsAre(StartsWith(File(2) + " was cut off ")));
+}
+
 TEST_F(StateFile, ThatWasCutOffIsSaidAndTheOneBeforeCounts) {
   SaveOf({});
   Server server;

@@ -416,6 +416,38 @@ TEST_F(CliRedact, ADumpIsMaskedOnItsWayIntoSourceForm) {
   EXPECT_THAT(source.out, Not(HasSubstr("55667788")));
 }
 
+// Arguments are for everybody to see, a file is not.
+TEST_F(CliRedact, TheFirstLineOfAFileIsAsGoodAsAKey) {
+  const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
+  const auto write = [this](const std::string& text) {
+    const std::string file = Write("key", test::Bytes(text.begin(), text.end()));
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    return file;
+  };
+  const auto show = [&](const Arguments& key) {
+    return RunTvq(Arguments{"show", "--table", table, "--redact"} + key);
+  };
+  const std::string wanted = show({"--redact-key", "a secret"}).out;
+  EXPECT_EQ(show({"--redact-key-file", write("a secret\nand more")}).out, wanted);
+  EXPECT_EQ(show({"--redact-key-file", write("a secret")}).out, wanted);
+  EXPECT_NE(show({"--redact-key-file", write("another")}).out, wanted);
+  EXPECT_EQ(show({"--redact-key-file", write("\na secret")}).status, 2);
+  EXPECT_EQ(show({"--redact-key-file", Path("missing")}).status, 2);
+  EXPECT_EQ(show({"--redact-key-file", write("a secret"), "--redact-key", "x"}).status, 2);
+  EXPECT_EQ(RunTvq({"show", "--redact-key-file", write("x"), "--table", table}).status, 2);
+}
+
+TEST_F(CliRedact, AKeyThatOthersMayReadIsRefused) {
+  const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
+  const std::string file = Write("key", {'k'});
+  std::filesystem::permissions(file, static_cast<std::filesystem::perms>(0644));
+  const Outcome refused = RunTvq({"show", "--table", table, "--redact", "--redact-key-file", file});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_TRUE(refused.out.empty());
+  EXPECT_NE(refused.diagnostics.find(file + " is not read: others may read it, too"),
+            std::string::npos);
+}
+
 TEST_F(CliRedact, AKeyWithoutRedactIsAMistake) {
   EXPECT_EQ(RunTvq({"show", "--redact-key", "x"}).status, 2);
 }
