@@ -1,6 +1,6 @@
 """The service under a real systemd, in a container with a table of its own: the first boot saves the state, a quiet one writes
 one line, a replaced module is found, told and handed on, accepted, and silent again. Without a table it is skipped, with a
-damaged state it fails, and what runs in its sandbox reaches nothing else.
+damaged state it fails and says why, a device is accepted whatever its name is, and what runs in its sandbox reaches nothing else.
 
 usage: boot_test.py BUILD-TREE FOLDER
 
@@ -19,6 +19,11 @@ from package_test import demand, make
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SAMPLE = ROOT / "samples" / "two-socket.smbios"
+KEY = "a site's key"
+STACKS = ROOT / "samples" / "hbm-mixed.smbios"
+# What the board prints at a stack of memory, which has no other name.
+STACK = "CPU0 HBM-0/a"
+STACK_UNIT = "tvq-accept@CPU0\\x20HBM-0\\x2fa.service"
 PAGE = ROOT / "docs" / "service.md"
 # A boot takes about 5 s, on a busy machine a multiple.
 TIMEOUT = 240
@@ -53,7 +58,7 @@ step() {
   journalctl -t tvq -o json --cursor-file=/srv/cursor >/srv/out/$1/journal
   systemctl show tvq-verify.service tvq-changed.service -p Id,Result,ActiveState,ExecMainStatus,ConditionResult >/srv/out/$1/units
   cp /run/tvq/findings.json /var/lib/tvq/rows.ndjson /var/lib/tvq/tvq.prom /srv/out/$1/ || true
-  stat -c '%n %U %a' /run/tvq /run/tvq/* /var/lib/tvq /var/lib/tvq/* >/srv/out/$1/files
+  stat -c '%n %U:%G %a' /run/tvq /run/tvq/* /var/lib/tvq /var/lib/tvq/* >/srv/out/$1/files
   mv /srv/out/hooks /srv/out/findings /srv/out/$1/ || true
 }
 """
@@ -76,9 +81,29 @@ systemctl start tvq-verify
 step skipped
 mv /srv/no-table /srv/table
 sed -i 's/^TVQ_OPTIONS=/&--redact/' /etc/tvq/tvq.conf
+(umask 077; echo "{key}" >/etc/tvq/redact.key)
+sed -n 's/^# *\\[Service\\]/[Service]/p; s/^# *\\(LoadCredential\\|Environment\\)=/\\1=/p' /etc/tvq/tvq.conf >/etc/systemd/system/tvq-verify.service.d/override.conf
+systemctl daemon-reload
 rm /var/lib/tvq/state-*.bin
 systemctl start tvq-verify
 step redacted
+rm /etc/systemd/system/tvq-verify.service.d/override.conf
+systemctl daemon-reload
+sed -i 's/--redact//' /etc/tvq/tvq.conf
+rm /var/lib/tvq/state-*
+mv /srv/table /srv/two-socket
+mv /srv/stacks /srv/table
+systemctl start tvq-verify
+rm -r /srv/table
+mv /srv/other-stack /srv/table
+systemctl start tvq-verify
+step stack
+journalctl -x -t tvq >/srv/out/stack/explained
+systemctl start "$(journalctl -F TVQ_UNIT | grep HBM)"
+step stack-accepted
+truncate -s 0 /var/lib/tvq/state-2.bin
+systemctl start tvq-verify
+step cut-off
 rm /var/lib/tvq/state-*
 echo damaged >/var/lib/tvq/state-1.bin
 systemctl start tvq-verify
@@ -141,8 +166,8 @@ class Machine:
         for unit in UNITS:
             drop_ins = units / f"{unit}.d"
             drop_ins.mkdir()
-            (drop_ins / "table.conf").write_text(DROP_IN, encoding="utf-8")
-        (units / "tvq-probe.service.d" / "shared.conf").symlink_to("/lib/systemd/system/tvq-verify.service.d/shared.conf")
+            (drop_ins / "20-table.conf").write_text(DROP_IN, encoding="utf-8")
+        (units / "tvq-probe.service.d" / "10-shared.conf").symlink_to("/lib/systemd/system/tvq-verify.service.d/10-shared.conf")
         (units / "tvq-probe.service").write_text(PROBE, encoding="utf-8")
         (units / "tvq-steps.service").write_text(STEPS, encoding="utf-8")
         (units / "multi-user.target.wants" / "tvq-steps.service").symlink_to("../tvq-steps.service")
@@ -185,8 +210,8 @@ def check_first_boot(machine):
                                                      "Nothing is to be looked at: 15 same"], f"the first state: {first}")
     demand(all(entry["_SYSTEMD_UNIT"] == "tvq-verify.service" for entry in first), "entries of the unit itself")
     files = machine.text("first", "files").splitlines()
-    for line in ("/var/lib/tvq tvq 755", "/var/lib/tvq/state-1.bin tvq 600", "/var/lib/tvq/rows.ndjson tvq 600",
-                 "/var/lib/tvq/tvq.prom tvq 644", "/run/tvq root 700"):
+    for line in ("/var/lib/tvq tvq:tvq 755", "/var/lib/tvq/state-1.bin tvq:tvq 600", "/var/lib/tvq/rows.ndjson tvq:tvq 640",
+                 "/var/lib/tvq/tvq.prom tvq:tvq 644", "/run/tvq root:root 700"):
         demand(line in files, f"{line}: {files}")
     quiet = machine.journal("quiet")
     demand(len(quiet) == 1 and quiet[0]["PRIORITY"] == "6", f"a quiet run writes one line: {quiet}")
@@ -203,7 +228,7 @@ def check_replaced(machine):
     demand(len(entries) == 2, f"one entry for one finding, and one that sums up: {entries}")
     found = machine.text("replaced", "found").splitlines()
     demand(found == [finding["MESSAGE"]], f"journalctl TVQ_VERDICT=replaced finds it: {found}")
-    demand("systemctl start tvq-accept@DIMM.Socket.A3" in machine.text("replaced", "explained"), "journalctl -x says what to do")
+    demand("systemctl start 'tvq-accept@DIMM.Socket.A3.service'" in machine.text("replaced", "explained"), "journalctl -x says what to do")
     unit = machine.unit("replaced", "tvq-verify.service")
     demand((unit["Result"], unit["ExecMainStatus"]) == ("success", "1"), f"findings are no failure of the unit: {unit}")
     hooks = machine.text("replaced", "hooks").splitlines()
@@ -223,14 +248,16 @@ def check_page(machine, found):
     page = PAGE.read_text(encoding="utf-8")
     for message in found:
         demand(f"\n{message}\n" in page, f"a page that shows '{message}'")
-    demand("others may write there" in machine.text("replaced", "as-root"), "that root reads no state of the service")
+    refused = machine.text("replaced", "as-root")
+    demand("others may write there" in refused and "`systemctl start tvq-verify`" in refused,
+           f"that root reads no state of the service, and hears of its units: {refused}")
     failed = machine.text(".", "failed-commands")
     demand(not failed, f"that all commands of the page work: {failed}")
     typed = machine.text(".", "page")
     demand(found[-2] in typed and "To do: " in typed, "that they show what was found")
 
 
-def check_others(machine):
+def check_others(machine, tvq):
     accepted = machine.journal("accepted")
     demand(accepted[-1]["MESSAGE"] == "Nothing is to be looked at: 15 same", f"what was accepted is silent: {accepted}")
     demand(not machine.text("accepted", "hooks"), "and nobody is called")
@@ -239,13 +266,31 @@ def check_others(machine):
     unit = machine.unit("skipped", "tvq-verify.service")
     demand(unit["ConditionResult"] == "no" and unit["ActiveState"] == "inactive", f"without a table it is skipped: {unit}")
     demand(not machine.journal("skipped"), "and says nothing")
-    redacted = machine.text("redacted", "rows.ndjson")
-    demand("7A2C" not in redacted and len(redacted.splitlines()) == 15, f"rows without serial numbers: {redacted}")
+    redacted = [json.loads(line) for line in machine.text("redacted", "rows.ndjson").splitlines()]
+    by_hand = run(tvq, "export", "--quiet", "--rows", "--redact", "--redact-key", KEY, "--sysfs", machine.root.path("/srv/two-socket"))
+    wanted = [json.loads(line)["serial"] for line in by_hand.splitlines()]
+    demand([row["serial"] for row in redacted] == wanted and len(wanted) == 15, f"masks of the key in the file, {wanted}: {redacted}")
     demand(machine.journal("redacted")[-1]["MESSAGE"] == "Nothing is to be looked at: 15 same", "and a first state to compare with")
     unit = machine.unit("failed", "tvq-verify.service")
     demand(unit["ActiveState"] == "failed" and unit["ExecMainStatus"] == "2", f"what cannot be compared is a failure: {unit}")
     demand(not machine.text("failed", "hooks"), "of which nobody is told findings")
+    why = {"PRIORITY": "3", "TVQ_EXIT_STATUS": "2", "MESSAGE_ID": "c2b80d83223e451da745daea5a356ef0"}
+    said = [entry for entry in machine.journal("failed") if why.items() <= entry.items()]
+    demand(len(said) == 1 and said[0]["TVQ_REASON"] == "no state in /var/lib/tvq is whole", f"and one entry says why: {machine.journal('failed')}")
     demand("tvq_verify_success 0\n" in machine.text("failed", "tvq.prom"), "and the metrics say so")
+
+
+def check_stack(machine):
+    """A device whose name no unit can have is accepted by the unit that the journal names, and the metrics follow by themselves."""
+    found = [entry for entry in machine.journal("stack") if "TVQ_VERDICT" in entry]
+    demand([(entry["TVQ_LABEL"], entry["TVQ_UNIT"]) for entry in found] == [(STACK, STACK_UNIT)], f"the stack that was replaced: {found}")
+    demand(f"systemctl start '{STACK_UNIT}'" in machine.text("stack", "explained"), "journalctl -x names the unit")
+    accepted = machine.journal("stack-accepted")
+    demand(accepted[-1]["MESSAGE"] == "Nothing is to be looked at: 13 same", f"a run after the stack was accepted: {accepted}")
+    demand('tvq_devices{verdict="replaced"} 0\n' in machine.text("stack-accepted", "tvq.prom"), "and its metrics")
+    passed_over = [entry["MESSAGE"] for entry in machine.journal("cut-off") if entry["PRIORITY"] == "4" and "TVQ_VERDICT" not in entry]
+    demand(passed_over == ["/var/lib/tvq/state-2.bin was cut off while it was saved; the one before it counts"],
+           f"a word about the state that was passed over: {machine.journal('cut-off')}")
 
 
 def main(arguments):
@@ -259,12 +304,16 @@ def main(arguments):
     machine.boot(FIRST_BOOT)
     check_first_boot(machine)
     put_table(tvq, source.replace('"7A2C0003"', '"7A2C9999"'), table)
+    stacks = STACKS.read_text(encoding="utf-8").replace('"CPU0_HBMIO0"', f'"{STACK}"')
+    put_table(tvq, stacks, machine.root.path("/srv/stacks"))
+    put_table(tvq, stacks.replace('"8C010000"', '"99998888"'), machine.root.path("/srv/other-stack"))
     typed = commands_of_the_page()
     demand("systemctl start tvq-accept@DIMM.Socket.A3" in typed and len(typed) > 5, f"a page that says what to type: {typed}")
-    machine.boot(SECOND_BOOT.replace("{page}", "\n".join(f"{line} >>/srv/out/page 2>&1 || echo 'failed: {line}' >>/srv/out/failed-commands" for line in typed)))
+    machine.boot(SECOND_BOOT.replace("{key}", KEY).replace("{page}", "\n".join(f"{line} >>/srv/out/page 2>&1 || echo 'failed: {line}' >>/srv/out/failed-commands" for line in typed)))
     check_replaced(machine)
     check_page(machine, [entry["MESSAGE"] for step in ("quiet", "replaced") for entry in machine.journal(step)])
-    check_others(machine)
+    check_others(machine, tvq)
+    check_stack(machine)
     shutil.rmtree(machine.root.folder)
     print("two boots: a first state, a quiet run, a replaced module found, told, handed on and accepted")
 

@@ -9,6 +9,7 @@ SPDX-License-Identifier: BSD-2-Clause-Patent
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
@@ -29,6 +30,7 @@ WANTED = (
     "/usr/share/fish/vendor_completions.d/tvq.fish",
     "/usr/share/doc/tvq/service.md",
     "/usr/share/doc/tvq/examples/tvq-alerts.yml",
+    "/usr/share/doc/tvq/SECURITY.md",
     "/usr/share/doc/tvq/copyright",
     "/usr/share/tvqsmbios/schema/tvq-verify.schema.json",
     "/usr/lib/sysusers.d/tvq.conf",
@@ -79,6 +81,17 @@ def check_contents(package):
         demand(re.search(rf"(^|, ){re.escape(library)} \(>= ", depends), f"a dependency on {library} with its version: {depends}")
 
 
+def check_links(root):
+    """Every page in the package has links that lead to a file in it."""
+    docs = root.path("/usr/share/doc/tvq")
+    pages = sorted(docs.glob("**/*.md"))
+    links = [(page, target) for page in pages
+             for target in re.findall(r"\]\(([^)#\s]+)", page.read_text(encoding="utf-8")) if not re.match(r"[a-z]+:", target)]
+    dead = [f"{page.relative_to(docs)}: {target}" for page, target in links if not (page.parent / target).exists()]
+    demand(len(pages) > 5 and len(links) > 20, f"pages with links: {len(pages)} with {len(links)}")
+    demand(not dead, f"no link that leads nowhere: {dead}")
+
+
 def check_lintian(package):
     said = run("lintian", "--allow-root", "--tag-display-limit=0", "--fail-on=error,warning", package, status=(0, 2))
     objections = [line for line in said.splitlines() if line.startswith(("E:", "W:"))]
@@ -106,6 +119,9 @@ def check_life(root, older, package):
     config.write_text(changed, encoding="utf-8")
     root.path("/var/lib/tvq").mkdir(exist_ok=True)
     root.path("/var/lib/tvq/state-1.bin").write_bytes(b"a state")
+    metrics = root.path("/var/lib/prometheus/node-exporter/tvq.prom")
+    metrics.parent.mkdir(parents=True)
+    metrics.symlink_to("/var/lib/tvq/tvq.prom")
     root.install(package)
     version = root.run("tvq", "--version").split()[1]
     demand(root.run("dpkg-query", "-W", "-f", "${Status} ${Version}", "tvq") == f"install ok installed {version}", "the newer version")
@@ -115,9 +131,12 @@ def check_life(root, older, package):
     for unit, target in (("tvq-verify.service", "multi-user.target"), ("tvq-verify.timer", "timers.target")):
         demand(root.path(f"/etc/systemd/system/{target}.wants/{unit}").is_symlink(), f"{unit} is enabled")
     check_units(root)
+    check_links(root)
     root.run("dpkg", "--remove", "tvq")
     demand(config.exists() and root.path("/var/lib/tvq/state-1.bin").exists(), "options and states survive a removal")
     root.run("dpkg", "--purge", "tvq")
+    demand(not metrics.is_symlink(), "no link that leads nowhere, which the node exporter would report")
+    shutil.rmtree(metrics.parent.parent)
     left = sorted(path for path in root.files() - before if not STAYS.fullmatch(path))
     lost = sorted(path for path in before - root.files() if not STAYS.fullmatch(path))
     demand(not left and not lost, f"after the purge all is as it was; left: {left}, lost: {lost}")
