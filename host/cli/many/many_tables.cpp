@@ -100,10 +100,11 @@ WorkResult RunOne(const TableFile& table, const ManyOptions& options, const Cons
   return result;
 }
 
+constexpr ExitStatus kRising[] = {kExitNothingFound, kExitNoState, kExitTrouble, kExitFound};
+
 // The worst: something found, then trouble, then no state.
 ExitStatus Worse(ExitStatus left, ExitStatus right) {
   const auto rank = [](ExitStatus status) {
-    constexpr ExitStatus kRising[] = {kExitNothingFound, kExitNoState, kExitTrouble, kExitFound};
     return std::find(std::begin(kRising), std::end(kRising), status);
   };
   return rank(left) < rank(right) ? right : left;

@@ -32,7 +32,7 @@ std::string KeyIn(const std::string& path) {
   constexpr char kHint[] = "name a file whose first line is the key";
   CheckReaders(path);
   const std::vector<uint8_t> bytes = ReadFile(path, kHint);
-  const std::string key(bytes.begin(), std::find(bytes.begin(), bytes.end(), '\n'));
+  std::string key(bytes.begin(), std::find(bytes.begin(), bytes.end(), '\n'));
   if (key.empty()) {
     throw InputError(fmt::format("the first line of {} is empty", path), kHint);
   }

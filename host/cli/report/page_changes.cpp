@@ -28,6 +28,7 @@ struct ShownChange {
 
 std::vector<ShownChange> ShownOf(const std::vector<run::FieldChange>& fields) {
   std::vector<ShownChange> shown;
+  shown.reserve(fields.size());
   for (const run::FieldChange& field : fields) {
     shown.push_back({Printable(field.field), ValueOf(field.before), ValueOf(field.after)});
   }

@@ -18,6 +18,7 @@ constexpr std::size_t kPlacesShown = 12;
 // Where a fault shows, as links.
 void WritePlaces(const Page& page, const lint::Finding& finding) {
   std::vector<lint::Place> places = {finding.place};
+  places.reserve(finding.alike.size() + 1);
   for (const lint::Occurrence& occurrence : finding.alike) {
     places.push_back(occurrence.place);
   }

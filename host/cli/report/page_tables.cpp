@@ -16,7 +16,6 @@ namespace tvq::cli {
 namespace {
 
 using facts::Kind;
-using facts::Part;
 
 // With more, rows are cards on any screen.
 constexpr std::size_t kMostColumns = 10;

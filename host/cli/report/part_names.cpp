@@ -27,7 +27,7 @@ std::string WithBank(const facts::Part& part) {
 // What tells a part from others with its label.
 std::string Distinction(const MachineView& view, PartPlace place, bool isOnlyOfBank) {
   const facts::Part& part = view.At(place);
-  const std::string fqdd = Printable(view.FqddOf(place));
+  std::string fqdd = Printable(view.FqddOf(place));
   if (!fqdd.empty()) {
     return fqdd;
   }

@@ -21,6 +21,7 @@ using testing::ElementsAre;
 using tvqplatform::BootSnapshot;
 using tvqplatform::Snapshot;
 using tvqplatform::SnapshotDevice;
+using tvqplatform::WhyNoRecord;
 
 Table Server() {
   return Table::Of(Bios{}, System{.handle = 0x100}, BaseBoard{}, Chassis{},
@@ -61,7 +62,7 @@ class BootSnapshotOfTable : public AgentTest {
   const tvqplatform::DeviceLabels& NoLabels() const { return mNoLabels; }
   // Why each device of the table has no record, where there is none at all.
   std::vector<WhyNoRecord> ReasonsWithoutRecords(const Table& table) {
-    const Bytes bytes = table.Bytes();
+    const Bytes& bytes = table.Bytes();
     const tvqplatform::SmbiosTable published = {3, 2, 7, View(bytes)};
     BootSnapshot snapshot;
     EXPECT_TRUE(

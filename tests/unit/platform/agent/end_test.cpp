@@ -246,7 +246,7 @@ TEST_F(AgentEnd, TheStartTookNoMoreTicksThanTheRun) {
   const UINT64 run = tvqplatform::ReadTicks() - before;
   const std::string report = Report();
   std::string ticks = report.substr(report.find(" ms (") + 5);
-  ticks = ticks.substr(0, ticks.find(' '));
+  ticks.resize(ticks.find(' '));
   ticks.erase(std::remove(ticks.begin(), ticks.end(), ','), ticks.end());
   EXPECT_GT(std::stoull(ticks), 0u);
   EXPECT_LE(std::stoull(ticks), run);

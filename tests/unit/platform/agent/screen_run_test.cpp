@@ -15,6 +15,7 @@ using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 constexpr char kFirstState[] = "\\TVQ\\machine-ABC1234\\state-1.bin";
 constexpr char kSecondState[] = "\\TVQ\\machine-ABC1234\\state-2.bin";

@@ -420,7 +420,7 @@ TEST_F(CliRedact, ADumpIsMaskedOnItsWayIntoSourceForm) {
 TEST_F(CliRedact, TheFirstLineOfAFileIsAsGoodAsAKey) {
   const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
   const auto write = [this](const std::string& text) {
-    const std::string file = Write("key", test::Bytes(text.begin(), text.end()));
+    std::string file = Write("key", test::Bytes(text.begin(), text.end()));
     std::filesystem::permissions(file, std::filesystem::perms::owner_all);
     return file;
   };
