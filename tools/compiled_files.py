@@ -31,6 +31,8 @@ class Tree:
     def __init__(self, root, name):
         self.root = root.resolve()
         self._build = self.root / "build"
+        # A folder whose name only begins like that of the root is another one.
+        self._named_root = re.compile(re.escape(bytes(self.root)) + rb"(?![\w.+-])")
         commands = json.loads((self._build / name / "compile_commands.json").read_text(encoding="utf-8"))
         self._commands = {}
         for command in commands:
@@ -57,7 +59,7 @@ class Tree:
         return path.relative_to(self.root).as_posix()
 
     def _without_root(self, text):
-        return text.replace(bytes(self.root), b"")
+        return self._named_root.sub(b"", text)
 
     def _texts(self, source, command):
         words = shlex.split(command["command"])

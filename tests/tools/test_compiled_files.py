@@ -90,6 +90,11 @@ class Unlike(unittest.TestCase):
         self.compile(self.root, flags="-O3")
         self.assertEqual(len(self.unlike()), 3)
 
+    def test_a_folder_whose_name_begins_like_that_of_the_tree(self):
+        for root in (self.root, self.other):
+            self.compile(root, flags=f"-isystem {self.root}-sources/include")
+        self.assertEqual(self.unlike(), [])
+
     def test_other_rules_count_for_their_folder(self):
         self.write("tests/.clang-tidy", "Checks: none")
         self.assertEqual(self.unlike(), ["tests/c.cpp"])
