@@ -52,7 +52,7 @@ constexpr CommandText kVerifyText = {
     "the state has to be one that was saved with --redact.",
     "  sudo tvq verify /var/lib/parts\n"
     "  tvq verify before --from-dump dump.bin -v\n"
-    "  sudo tvq verify /var/lib/parts --metrics /var/lib/prometheus/node-exporter/tvq.prom\n",
+    "  sudo tvq verify /var/lib/parts --metrics /srv/metrics/tvq.prom\n",
     "0 nothing is to be looked at; 1 a device moved, is new, gone, replaced\n"
     "or changed; 2 one has no record or could not be verified, or the state or the table cannot "
     "be\n"
