@@ -50,6 +50,15 @@ class Checks(unittest.TestCase):
         self.assertEqual(seen["wrong"], [], f"{file.name}, {width} pixels, {scheme}, {media}")
         self.assertGreater(seen["texts"], 30)
 
+    def check_sheets(self, document, width, height, name):
+        self.assertTrue(document.startswith(b"%PDF-"), name)
+        sheets = re.findall(rb"/MediaBox\s*\[([^\]]*)\]", document)
+        self.assertGreater(len(sheets), 1, name)
+        for sheet in sheets:
+            left, bottom, right, top = map(float, sheet.split())
+            self.assertAlmostEqual(right - left, width * POINTS_PER_INCH, delta=1, msg=name)
+            self.assertAlmostEqual(top - bottom, height * POINTS_PER_INCH, delta=1, msg=name)
+
     def check(self, file):
         WINDOW.open(file)
         for width in WIDTHS:
@@ -63,15 +72,6 @@ class Checks(unittest.TestCase):
 
 
 class Pages(Checks):
-    def check_sheets(self, document, width, height, name):
-        self.assertTrue(document.startswith(b"%PDF-"), name)
-        sheets = re.findall(rb"/MediaBox\s*\[([^\]]*)\]", document)
-        self.assertGreater(len(sheets), 1, name)
-        for sheet in sheets:
-            left, bottom, right, top = map(float, sheet.split())
-            self.assertAlmostEqual(right - left, width * POINTS_PER_INCH, delta=1, msg=name)
-            self.assertAlmostEqual(top - bottom, height * POINTS_PER_INCH, delta=1, msg=name)
-
     def test_the_page_of_a_server_fits_every_screen_and_paper(self):
         self.check(page("server", SAMPLES / "two-socket.bin"))
 
