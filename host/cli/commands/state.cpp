@@ -222,7 +222,7 @@ class Verification {
   void Compare() {
     try {
       if (mOptions.journal) {
-        mJournal.emplace();
+        mJournal.emplace(mConsole.journal);
       }
       mOptions.state.folder = FolderOfMachine(mOptions.state, mConsole);
       CompareWithState(mOptions, mJournal, mConsole, mVerified);

@@ -30,6 +30,8 @@ struct Console {
   bool isOneLine = false;        // each JSON document has a line of its own
   bool hasProgress = false;      // `diagnostics` is a terminal
   std::string commandLine = {};  // as it was typed, for hints
+  // Where the system's journal takes entries.
+  std::string journal = "/run/systemd/journal/socket";
 
   // Lines for people on `out`, each with its line feed: no wider than the terminal, in characters that
   // it shows.

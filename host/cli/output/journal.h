@@ -17,8 +17,6 @@
 
 namespace tvq::cli {
 
-inline constexpr char kJournalSocket[] = "/run/systemd/journal/socket";
-
 // Of syslog.
 enum class Priority {
   kError = 3,
@@ -44,7 +42,7 @@ class JournalEntry {
 class Journal {
  public:
   // Throws an InputError where no journal listens there.
-  explicit Journal(const std::string& socket = kJournalSocket);
+  explicit Journal(const std::string& socket);
 
   // Throws an InputError.
   void Send(const JournalEntry& entry) const;

@@ -3,15 +3,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/unit/platform/agent/fake_volume.h"
 #include "tests/unit/platform/agent/stored_state.h"
-#include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/platform/agent/volume_fixture.h"
 
 #include "TvqPlatformPkg/src/agent/machine_folder.h"
-
-extern "C" {
-#include <Protocol/LoadedImage.h>
-}
 
 namespace tvq::test {
 namespace {
@@ -24,20 +19,10 @@ std::string StateOf(const std::string& serial) {
   return std::string(state.begin(), state.end());
 }
 
-class MachineFolder : public AgentTest {
+class MachineFolder : public AgentVolumeTest {
  protected:
-  MachineFolder() : mFiles(Firmware()) {
-    VOID* loaded = nullptr;
-    EFI_HANDLE image = Firmware().HandleOf(host::images::agent);
-    EXPECT_EQ(
-        Firmware().BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &loaded),
-        EFI_SUCCESS);
-    static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded)->DeviceHandle = mFiles.Device();
-    EXPECT_EQ(mVolume.Open(image), EFI_SUCCESS);
-    SetSystem("ABC1234");
-  }
+  MachineFolder() { SetSystem("ABC1234"); }
 
-  FakeVolume& Files() { return mFiles; }
   void SetSystem(const std::string& serial) {
     mSystem = serial;
     mNow.Machine.SystemSerial = View(mSystem);
@@ -63,7 +48,7 @@ class MachineFolder : public AgentTest {
   // The path, or why there is none.
   std::string Find() {
     CHAR16 path[tvqplatform::kPathSize] = {};
-    const EFI_STATUS status = tvqplatform::FindMachineFolder(mVolume, mNow, path);
+    const EFI_STATUS status = tvqplatform::FindMachineFolder(Volume(), mNow, path);
     char text[40];
     std::snprintf(text, sizeof(text), "status %llx", static_cast<unsigned long long>(status));
     return EFI_ERROR(status) ? text : Utf8(path);
@@ -75,8 +60,6 @@ class MachineFolder : public AgentTest {
                         : smbios::Text(reinterpret_cast<const UINT8*>(text.c_str()), text.size());
   }
 
-  FakeVolume mFiles;
-  tvqplatform::Volume mVolume;
   tvqplatform::Snapshot mNow;
   std::string mSystem;
   std::string mBoard;

@@ -3,15 +3,10 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/unit/platform/agent/fake_volume.h"
 #include "tests/unit/platform/agent/stored_state.h"
-#include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/platform/agent/volume_fixture.h"
 
 #include "TvqPlatformPkg/src/agent/state_check.h"
-
-extern "C" {
-#include <Protocol/LoadedImage.h>
-}
 
 namespace tvq::test {
 namespace {
@@ -28,22 +23,14 @@ std::string TextOf(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-class AgentStateCheck : public AgentTest {
+class AgentStateCheck : public AgentVolumeTest {
  protected:
-  AgentStateCheck() : mFiles(Firmware()) {
-    VOID* loaded = nullptr;
-    EFI_HANDLE image = Firmware().HandleOf(host::images::agent);
-    EXPECT_EQ(
-        Firmware().BootServices()->HandleProtocol(image, &gEfiLoadedImageProtocolGuid, &loaded),
-        EFI_SUCCESS);
-    static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded)->DeviceHandle = mFiles.Device();
-    EXPECT_EQ(mVolume.Open(image), EFI_SUCCESS);
+  AgentStateCheck() {
     mNow.Machine.SystemSerial = {reinterpret_cast<const UINT8*>(kSerial), sizeof(kSerial) - 1};
     mNow.NamingRules = tvqplatform::kNamingRules;
     AddDevice(u"DIMM.Socket.A1");
   }
 
-  FakeVolume& Files() { return mFiles; }
   tvqplatform::Options& Options() { return mOptions; }
   tvqplatform::Snapshot& Now() { return mNow; }
   void AddDevice(const std::u16string& fqdd, WhyNoRecord why = WhyNoRecord::kHasRecord) {
@@ -66,7 +53,7 @@ class AgentStateCheck : public AgentTest {
   std::string Run() {
     tvqplatform::RunReport report;
     report.UseConsole(false);
-    tvqplatform::StateCheck check(mVolume, report, mOptions);
+    tvqplatform::StateCheck check(Volume(), report, mOptions);
     mCompared = 0;
     check.Run(mNow,
               {[](VOID* context, const tvqplatform::Snapshot&) { ++*static_cast<int*>(context); },
@@ -80,8 +67,6 @@ class AgentStateCheck : public AgentTest {
   const tvqplatform::StateOutcome& Outcome() const { return mOutcome; }
 
  private:
-  FakeVolume mFiles;
-  tvqplatform::Volume mVolume;
   tvqplatform::Options mOptions;
   tvqplatform::Snapshot mNow;
   tvqplatform::StateOutcome mOutcome;

@@ -3,8 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
-#include "tests/unit/platform/agent/fake_volume.h"
-#include "tests/unit/platform/platform_fixture.h"
+#include "tests/unit/platform/agent/volume_fixture.h"
 
 #include "TvqPlatformPkg/src/agent/volume.h"
 
@@ -27,24 +26,8 @@ std::string Pattern(size_t size) {
   return text;
 }
 
-class AgentVolume : public AgentTest {
+class AgentVolume : public AgentVolumeTest {
  protected:
-  AgentVolume() : mFiles(Firmware()) {
-    SetDevice(mFiles.Device());
-    EXPECT_EQ(mVolume.Open(Image()), EFI_SUCCESS);
-  }
-
-  EFI_HANDLE Image() { return Firmware().HandleOf(host::images::agent); }
-  void SetDevice(EFI_HANDLE device) {
-    VOID* loaded = nullptr;
-    ASSERT_EQ(
-        Firmware().BootServices()->HandleProtocol(Image(), &gEfiLoadedImageProtocolGuid, &loaded),
-        EFI_SUCCESS);
-    static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded)->DeviceHandle = device;
-  }
-  FakeVolume& Files() { return mFiles; }
-  tvqplatform::Volume& Volume() { return mVolume; }
-
   struct Content {
     EFI_STATUS status;
     std::string text;
@@ -55,19 +38,15 @@ class AgentVolume : public AgentTest {
   };
   Content Read(UINTN limit = kNoLimit) {
     tvqplatform::GrowingArray<UINT8> bytes;
-    const EFI_STATUS status = mVolume.Read(Wide(u"\\TVQ\\a.bin"), limit, bytes);
+    const EFI_STATUS status = Volume().Read(Wide(u"\\TVQ\\a.bin"), limit, bytes);
     Content content = {status, EFI_ERROR(status) ? "" : std::string(bytes.begin(), bytes.end())};
     Firmware().BootServices()->FreePool(bytes.Data());
     return content;
   }
   EFI_STATUS Write(const std::string& text) {
-    return mVolume.Write(Wide(u"\\TVQ\\a.bin"),
-                         {reinterpret_cast<const UINT8*>(text.data()), text.size()});
+    return Volume().Write(Wide(u"\\TVQ\\a.bin"),
+                          {reinterpret_cast<const UINT8*>(text.data()), text.size()});
   }
-
- private:
-  FakeVolume mFiles;
-  tvqplatform::Volume mVolume;
 };
 
 TEST_F(AgentVolume, ReadsFilesOfAnySize) {

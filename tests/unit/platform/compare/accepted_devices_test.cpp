@@ -169,6 +169,13 @@ Table Slots(const std::vector<std::pair<const char*, const char*>>& modules) {
   return TableWith("X", slots);
 }
 // Each with the blobs "old" or "new".
+std::vector<Device> FourModules() {
+  return {{u"DIMM.Socket.A1", 0x1100},
+          {u"DIMM.Socket.A2", 0x1101},
+          {u"DIMM.Socket.A3", 0x1102},
+          {u"DIMM.Socket.A4", 0x1103}};
+}
+
 class AcceptingMoves : public AcceptingDevices {
  protected:
   std::vector<std::string> Accepted(const Machine& before, const Machine& after, const char* name) {
@@ -242,10 +249,7 @@ TEST_F(AcceptingMoves, NeedsMemoryForBothEnds) {
 }
 
 TEST_F(AcceptingMoves, TakesOverAllThatChangedPlacesWithOneAnother) {
-  const std::vector<Device> devices = {{u"DIMM.Socket.A1", 0x1100},
-                                       {u"DIMM.Socket.A2", 0x1101},
-                                       {u"DIMM.Socket.A3", 0x1102},
-                                       {u"DIMM.Socket.A4", 0x1103}};
+  const std::vector<Device> devices = FourModules();
   const Machine before(Slots({{"A1", "AAA1"}, {"A2", "AAA2"}, {"A3", "AAA3"}, {"A4", "AAA4"}}),
                        devices, "old");
   const Machine after(Slots({{"A1", "AAA2"}, {"A2", "AAA3"}, {"A3", "AAA1"}, {"A4", "BBB4"}}),
@@ -487,10 +491,7 @@ TEST_F(AcceptingMoves, DevicesBehindOneThatIsGoneStayWhatTheyAre) {
 }
 
 TEST_F(AcceptingMoves, DevicesBehindSomeThatAreGoneAreTakenOverThemselves) {
-  const std::vector<Device> devices = {{u"DIMM.Socket.A1", 0x1100},
-                                       {u"DIMM.Socket.A2", 0x1101},
-                                       {u"DIMM.Socket.A3", 0x1102},
-                                       {u"DIMM.Socket.A4", 0x1103}};
+  const std::vector<Device> devices = FourModules();
   const Machine before(Slots({{"A1", "AAA1"}, {"A2", "AAA2"}, {"A3", "AAA3"}, {"A4", "AAA4"}}),
                        devices, "old");
   const Machine after(Slots({{"A1", nullptr}, {"A2", "BBB2"}, {"A3", nullptr}, {"A4", "BBB4"}}),
