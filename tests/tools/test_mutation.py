@@ -19,7 +19,7 @@ sys.path.insert(0, str(ROOT / "tools" / "mutation"))
 import areas  # noqa: E402
 import mutate  # noqa: E402
 import programs  # noqa: E402
-import report  # noqa: E402
+import results  # noqa: E402
 import selection  # noqa: E402
 from mutant import Mutant  # noqa: E402
 
@@ -30,11 +30,11 @@ def mutant(number, change="< -> <=", file="host/lint/a.cpp", code="while (i < n)
 
 def reported(outcomes, explanations=(), mutants=None, left=None, is_part=False):
     mutants = mutants or [mutant(number) for number in outcomes]
-    return report.Report(mutants, {number: programs.Outcome(result) for number, result in outcomes.items()}, explanations,
+    return results.Report(mutants, {number: programs.Outcome(result) for number, result in outcomes.items()}, explanations,
                          left or {}, is_part)
 
 
-EXPLANATION = report.Explanation("host/lint/a.cpp", "while (i < n) {", "< -> <=", "n is never reached")
+EXPLANATION = results.Explanation("host/lint/a.cpp", "while (i < n) {", "< -> <=", "n is never reached")
 
 
 class Outcomes(unittest.TestCase):
@@ -93,7 +93,7 @@ class AnEarlierRun(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "mutate.json"
             path.write_text(text, encoding="utf-8")
-            return report.killed_before(path, mutants)
+            return results.killed_before(path, mutants)
 
     def test_has_its_kills_taken_over_wherever_the_line_stands_by_now(self):
         earlier = json.dumps(reported({1: "killed", 2: "survived"}).as_json())
@@ -106,11 +106,11 @@ class AnEarlierRun(unittest.TestCase):
             mutate.keep(path, reported({1: "survived", 2: "survived"}))
             mutate.keep(path, reported({1: "killed", 2: "survived"}))
             self.assertEqual(list(pathlib.Path(folder).iterdir()), [path])
-            self.assertEqual(list(report.killed_before(path, [mutant(1), mutant(2)])), [1])
+            self.assertEqual(list(results.killed_before(path, [mutant(1), mutant(2)])), [1])
 
     def test_that_wrote_something_else_is_refused(self):
         for text in ("{}", "[", '{"results": [{"number": 1}]}'):
-            with self.assertRaisesRegex(report.ExplanationError, "no result of an earlier run"):
+            with self.assertRaisesRegex(results.ExplanationError, "no result of an earlier run"):
                 self.killed(text, [mutant(1)])
 
 
@@ -119,7 +119,7 @@ class Explanations(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             for number, text in enumerate(texts):
                 (pathlib.Path(folder) / f"{number}.toml").write_text(text, encoding="utf-8")
-            return report.read_explanations(pathlib.Path(folder))
+            return results.read_explanations(pathlib.Path(folder))
 
     def test_one_reason_may_explain_several_changes_of_a_line(self):
         found = self.read('[[equivalent]]\nfile = "a"\ncode = "b"\nchanges = ["1 -> 2", "1 -> 0"]\nwhy = "c"\n')
@@ -131,15 +131,15 @@ class Explanations(unittest.TestCase):
         self.assertEqual([explanation.file for explanation in found], ["a", "d"])
 
     def test_an_entry_without_a_reason_is_refused(self):
-        with self.assertRaisesRegex(report.ExplanationError, "file, code, changes and why"):
+        with self.assertRaisesRegex(results.ExplanationError, "file, code, changes and why"):
             self.read('[[equivalent]]\nfile = "a"\ncode = "b"\nchanges = []\n')
 
     def test_a_file_that_is_no_toml_is_refused(self):
-        with self.assertRaises(report.ExplanationError):
+        with self.assertRaises(results.ExplanationError):
             self.read("[[equivalent]\n")
 
     def test_every_explanation_of_the_tree_names_a_line_of_its_file(self):
-        explanations = report.read_explanations(ROOT / "tests" / "mutation" / "equivalent")
+        explanations = results.read_explanations(ROOT / "tests" / "mutation" / "equivalent")
         self.assertNotEqual(explanations, [])
         for explanation in explanations:
             lines = (ROOT / explanation.file).read_text(encoding="utf-8").splitlines()

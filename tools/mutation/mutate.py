@@ -23,7 +23,7 @@ import tempfile
 import time
 
 import programs
-import report
+import results
 import selection
 from areas import AREAS, area_of
 from mutant import Mutant
@@ -70,7 +70,7 @@ class Run:
         mutants = [mutant for mutant in self._alive if not (slow and mutant.number in self._explained)]
         reached = programs.run_mutants(program, slow, mutants, self._jobs, scratch, self._take)
         before = len(self._alive)
-        self._alive = [mutant for mutant in self._alive if self.outcomes[mutant.number].result not in report.KILLED]
+        self._alive = [mutant for mutant in self._alive if self.outcomes[mutant.number].result not in results.KILLED]
         if reached:
             note(f"{program.name}{', slow tests' if slow else ''}: {before - len(self._alive)} of {reached} killed, "
                  f"{before} were alive ({time.monotonic() - start:.0f} s)")
@@ -130,11 +130,11 @@ def run(arguments):
     scratch.mkdir(exist_ok=True)
     all_programs = _programs(paths, scratch, arguments.jobs)
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
-    killed = report.killed_before(arguments.again, mutants) if arguments.again else {}
-    explanations = report.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
-    progress = Run(mutants, killed, report.explained(explanations, mutants), arguments.jobs)
+    killed = results.killed_before(arguments.again, mutants) if arguments.again else {}
+    explanations = results.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
+    progress = Run(mutants, killed, results.explained(explanations, mutants), arguments.jobs)
     is_part = arguments.changed is not None or bool(arguments.sample)
-    result = report.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
+    result = results.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     for slow in (False, True):
         for program in sorted(all_programs, key=lambda program: program.seconds(slow)):
             # What a mutant leaves behind goes with the folder.
@@ -177,7 +177,7 @@ def main():
     arguments = parser.parse_args()
     try:
         return arguments.action(arguments)
-    except (OSError, programs.TestFailure, report.ExplanationError, selection.SelectionError) as error:
+    except (OSError, programs.TestFailure, results.ExplanationError, selection.SelectionError) as error:
         print(f"mutate: {error}", file=sys.stderr)
         return 2
 
