@@ -4,6 +4,8 @@ every run: the changed driver has to compile, and to pass all tests while no cha
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import contextlib
+import io
 import json
 import pathlib
 import subprocess
@@ -239,6 +241,22 @@ class Tests(unittest.TestCase):
             run.through(self.program(), False, "")
             run.through(self.program(), True, "")
         self.assertEqual(taken, [(False, [1, 2]), (True, [1])])
+
+    def test_each_minute_what_is_known_is_kept_and_how_much_it_is_said(self):
+        kept = []
+        run = mutate.Run([mutant(1), mutant(2)], {}, set(), jobs=1, every_minute=lambda: kept.append(dict(run.outcomes)))
+
+        def both_killed(*arguments):
+            for number in (1, 2):
+                arguments[-1](mutant(number), programs.Outcome("killed"))
+            return 2
+
+        with unittest.mock.patch.object(programs, "run_mutants", both_killed), \
+                unittest.mock.patch.object(mutate.time, "monotonic", side_effect=[0, 59, 60, 60, 60]), \
+                contextlib.redirect_stderr(io.StringIO()) as said:
+            run.through(self.program(), False, "")
+        self.assertEqual([outcomes[2].result for outcomes in kept], ["killed"])
+        self.assertIn("tests: 2 so far, now in host/lint/a.cpp\n", said.getvalue())
 
 
 if __name__ == "__main__":

@@ -9,7 +9,7 @@
 #?   --changed[=REV]  only lines that differ from a revision (default: HEAD)
 #?   --sample N       only N changes of each area, the same ones every time: what share survives shows in a minute
 #?   --tests REGEX    only the test programs whose names match
-#?   --json FILE      write what became of every mutant there as well, after each program
+#?   --json FILE      write what became of every mutant there as well, each minute
 #?   --again FILE     run only what an earlier run, which wrote FILE with --json, did not kill
 #?   --sanitize       with AddressSanitizer and UndefinedBehaviorSanitizer, which tell a byte too far; slower
 #?   -v               show the output of the tools while they build

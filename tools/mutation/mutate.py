@@ -29,6 +29,10 @@ from areas import AREAS, area_of
 from mutant import Mutant
 
 
+# Seconds.
+_MINUTE = 60.0
+
+
 def _list_of(tree):
     """Where the mutants of a tree are listed."""
     return tree.with_name(f"{tree.name}.json")
@@ -56,19 +60,32 @@ class Run:
     """Takes the mutants through the programs, the quickest first; a mutant that is killed leaves. Those that are explained
     do not wait for slow tests."""
 
-    def __init__(self, mutants, killed, explained, jobs):
+    def __init__(self, mutants, killed, explained, jobs, every_minute=lambda: None):
         self._alive = [mutant for mutant in mutants if mutant.number not in killed]
         self._explained = explained
         self._jobs = jobs
+        self._every_minute = every_minute
         self.outcomes = {mutant.number: programs.Outcome("unreached") for mutant in mutants} | killed
 
-    def _take(self, mutant, outcome):
-        self.outcomes[mutant.number] = outcome
+    def _take(self, name, done):
+        """What notes an outcome, and says each minute how many there are. `done` is the time of the last such note."""
+        taken = 0
+
+        def take(mutant, outcome):
+            nonlocal taken, done
+            self.outcomes[mutant.number] = outcome
+            taken += 1
+            if time.monotonic() - done >= _MINUTE:
+                done = time.monotonic()
+                note(f"{name}: {taken} so far, now in {mutant.file}")
+                self._every_minute()
+
+        return take
 
     def through(self, program, slow, scratch):
         start = time.monotonic()
         mutants = [mutant for mutant in self._alive if not (slow and mutant.number in self._explained)]
-        reached = programs.run_mutants(program, slow, mutants, self._jobs, scratch, self._take)
+        reached = programs.run_mutants(program, slow, mutants, self._jobs, scratch, self._take(program.name, start))
         before = len(self._alive)
         self._alive = [mutant for mutant in self._alive if self.outcomes[mutant.number].result not in results.KILLED]
         if reached:
@@ -132,7 +149,8 @@ def run(arguments):
     note(f"{len(mutants)} mutants, {sum(len(program.tests) for program in all_programs)} tests")
     killed = results.killed_before(arguments.again, mutants) if arguments.again else {}
     explanations = results.read_explanations(arguments.root / "tests" / "mutation" / "equivalent")
-    progress = Run(mutants, killed, results.explained(explanations, mutants), arguments.jobs)
+    progress = Run(mutants, killed, results.explained(explanations, mutants), arguments.jobs,
+                   lambda: keep(arguments.json, result))
     is_part = arguments.changed is not None or bool(arguments.sample)
     result = results.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     for slow in (False, True):
