@@ -1,51 +1,59 @@
 /*
- * The build's own `tvq mktable`: SOURCE to DUMP. It stands on the table library alone, so that the
- * samples do not wait for the driver to be built.
+ * The build's own `tvq mktable`: SOURCE to DUMP.
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include "host/table/build_sample.h"
+
 #include <fstream>
-#include <iostream>
 #include <iterator>
+#include <ostream>
 #include <string>
 
 #include "host/table/dump.h"
 #include "host/table/source.h"
 
+namespace tvq::table {
 namespace {
 
-using tvq::table::Bytes;
-using tvq::table::Result;
+constexpr int kWritten = 0;
+constexpr int kNotWritten = 2;
 
 Result<Bytes> BuildDump(const std::string& source) {
-  auto table = tvq::table::ParseSource(source);
+  auto table = ParseSource(source);
   if (!table) {
     return std::move(table.Failure());
   }
-  return tvq::table::WriteDump(*table);
+  return WriteDump(*table);
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int BuildSample(int argc, const char* const* argv, std::ostream& diagnostics) {
   if (argc != 3) {
-    std::cerr << "usage: tvq_build_sample SOURCE DUMP\n";
-    return 2;
+    diagnostics << "usage: tvq_build_sample SOURCE DUMP\n";
+    return kNotWritten;
   }
   std::ifstream input(argv[1], std::ios::binary);
   const std::string source{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
+  if (!input) {
+    diagnostics << argv[1] << ": error: cannot be read\n";
+    return kNotWritten;
+  }
   const auto dump = BuildDump(source);
-  if (!input || !dump) {
-    std::cerr << argv[1] << ':' << (dump ? 0 : dump.Failure().line)
-              << ": error: " << (dump ? "cannot be read" : dump.Failure().message) << '\n';
-    return 2;
+  if (!dump) {
+    const Error& error = dump.Failure();
+    diagnostics << argv[1] << ":" << error.line << ": error: " << error.message << "\n";
+    return kNotWritten;
   }
   std::ofstream output(argv[2], std::ios::binary);
   output.write(reinterpret_cast<const char*>(dump->data()),
                static_cast<std::streamsize>(dump->size()));
   if (!output.flush()) {
-    std::cerr << argv[2] << ": error: cannot be written\n";
-    return 2;
+    diagnostics << argv[2] << ": error: cannot be written\n";
+    return kNotWritten;
   }
-  return 0;
+  return kWritten;
 }
+
+}  // namespace tvq::table

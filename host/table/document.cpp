@@ -75,12 +75,12 @@ class HeadingParser {
 
   Result<Done> TakeTypeNumber() {
     const Token* word = NextWord();
-    const auto number = word != nullptr ? ParseNumber(word->text) : std::nullopt;
-    if (!number || *number > 0xFF) {
+    const auto number = word != nullptr ? ParseByte(word->text) : std::nullopt;
+    if (!number) {
       return Error{"'type' takes a number from 0 to 255", "[type 221 0x0050], for example"};
     }
     ++mNext;
-    mBlock.type = static_cast<std::uint8_t>(*number);
+    mBlock.type = *number;
     return Done();
   }
 
@@ -173,7 +173,7 @@ class DocumentParser {
     if (!block) {
       return std::move(block.Failure());
     }
-    mInherited = block->items.size();
+    mHeadingLine = mLine;
     mDocument.blocks.push_back(std::move(*block));
     return Done();
   }
@@ -218,8 +218,7 @@ class DocumentParser {
     });
     if (same == items.end() || Repeats(item.key)) {
       items.push_back(std::move(item));
-    } else if (static_cast<std::size_t>(same - items.begin()) < mInherited &&
-               same->line < mDocument.blocks.back().line) {
+    } else if (same->line < mHeadingLine) {
       *same = std::move(item);
     } else {
       return item.Complain("stands on line " + std::to_string(same->line) + " already");
@@ -236,7 +235,7 @@ class DocumentParser {
 
   Document mDocument;
   std::size_t mLine = 0;
-  std::size_t mInherited = 0;  // items that the last block took over
+  std::size_t mHeadingLine = 0;  // of the last block; what it took over stands above
 };
 
 }  // namespace

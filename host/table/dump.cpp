@@ -10,6 +10,7 @@
 #include "host/table/dump.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -21,12 +22,6 @@ namespace {
 
 constexpr std::size_t kDumpArea = smbios::kDumpedTableOffset;  // before the structures of a dump
 constexpr std::size_t kWindowsSize = 8;
-
-void PutNumber(Bytes& bytes, std::size_t at, std::uint64_t value, std::size_t width) {
-  for (std::size_t i = 0; i < width; ++i, value >>= 8) {
-    bytes[at + i] = static_cast<std::uint8_t>(value);
-  }
-}
 
 Bytes MakeSmbiosEntryPoint(const Table& table, smbios::EntryPointKind kind) {
   const smbios::Summary summary =
@@ -45,10 +40,10 @@ Bytes MakeSmbiosEntryPoint(const Table& table, smbios::EntryPointKind kind) {
 }
 
 Bytes MakeWindowsHeader(const Table& table) {
-  Bytes header(kWindowsSize, 0);
-  PutNumber(header, 0x01, table.version.majorNumber, 1);
-  PutNumber(header, 0x02, table.version.minorNumber, 1);
-  PutNumber(header, 0x04, table.structures.size(), 4);
+  Bytes header = {0, table.version.majorNumber, table.version.minorNumber, 0};
+  for (std::size_t length = table.structures.size(); header.size() < kWindowsSize; length >>= 8) {
+    header.push_back(static_cast<std::uint8_t>(length));
+  }
   return header;
 }
 
@@ -119,7 +114,9 @@ std::size_t EntryPointArea(EntryPoint kind) {
 }
 
 Result<Bytes> WriteDump(const Table& table) {
-  const std::uint64_t limit = table.entryPoint == EntryPoint::k32Bit ? 0xFFFF : 0xFFFFFFFF;
+  const std::uint64_t limit = table.entryPoint == EntryPoint::k32Bit
+                                  ? std::numeric_limits<std::uint16_t>::max()
+                                  : std::numeric_limits<std::uint32_t>::max();
   if (table.entryPoint != EntryPoint::kNone && table.structures.size() > limit) {
     return Error{"the table has " + std::to_string(table.structures.size()) +
                      " bytes, more than its entry point can say",

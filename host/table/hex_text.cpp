@@ -111,11 +111,10 @@ class HexTextReader {
   void TakeVersion(std::string_view text) {
     const std::size_t first = std::min(text.find('.'), text.size());
     const std::string_view rest = text.substr(std::min(first + 1, text.size()));
-    const auto majorNumber = ParseNumber(text.substr(0, first));
-    const auto minorNumber = ParseNumber(rest.substr(0, rest.find_first_of(". ")));
-    if (majorNumber && minorNumber && *majorNumber <= 0xFF && *minorNumber <= 0xFF) {
-      mTable.version = {static_cast<std::uint8_t>(*majorNumber),
-                        static_cast<std::uint8_t>(*minorNumber)};
+    const auto majorNumber = ParseByte(text.substr(0, first));
+    const auto minorNumber = ParseByte(rest.substr(0, rest.find_first_of(". ")));
+    if (majorNumber && minorNumber) {
+      mTable.version = {*majorNumber, *minorNumber};
     }
   }
 

@@ -35,8 +35,9 @@ constexpr std::array<KindFacts, 12> kKinds = {{
 
 std::vector<Layout> MakeUnnamedLayouts() {
   std::vector<Layout> layouts(256);
-  for (std::size_t type = 0; type < layouts.size(); ++type) {
-    layouts[type].type = static_cast<std::uint8_t>(type);
+  std::uint8_t type = 0;
+  for (Layout& layout : layouts) {
+    layout.type = type++;
   }
   return layouts;
 }

@@ -60,13 +60,12 @@ class TableBuilder {
 
   bool ParseVersion(const std::string& text) {
     const std::size_t dot = std::min(text.find('.'), text.size());
-    const auto majorNumber = ParseNumber(text.substr(0, dot));
-    const auto minorNumber = ParseNumber(text.substr(std::min(dot + 1, text.size())));
-    if (!majorNumber || !minorNumber || *majorNumber > 0xFF || *minorNumber > 0xFF) {
+    const auto majorNumber = ParseByte(text.substr(0, dot));
+    const auto minorNumber = ParseByte(text.substr(std::min(dot + 1, text.size())));
+    if (!majorNumber || !minorNumber) {
       return false;
     }
-    mTable.version = {static_cast<std::uint8_t>(*majorNumber),
-                      static_cast<std::uint8_t>(*minorNumber)};
+    mTable.version = {*majorNumber, *minorNumber};
     return true;
   }
 

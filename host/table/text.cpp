@@ -44,6 +44,12 @@ std::optional<std::uint64_t> ParseNumber(std::string_view text) {
   return value;
 }
 
+std::optional<std::uint8_t> ParseByte(std::string_view text) {
+  const auto number = ParseNumber(text);
+  return number && *number <= 0xFF ? std::optional(static_cast<std::uint8_t>(*number))
+                                   : std::nullopt;
+}
+
 std::optional<std::uint8_t> ParseHexByte(std::string_view text) {
   std::uint8_t value = 0;
   const char* const end = text.data() + text.size();

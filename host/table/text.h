@@ -17,6 +17,9 @@ namespace tvq::table {
 // A decimal number, or a hexadecimal one after 0x.
 std::optional<std::uint64_t> ParseNumber(std::string_view text);
 
+// A number that fits a byte.
+std::optional<std::uint8_t> ParseByte(std::string_view text);
+
 // Two hexadecimal digits.
 std::optional<std::uint8_t> ParseHexByte(std::string_view text);
 

@@ -9,6 +9,7 @@
 
 #include <numeric>
 #include <string>
+#include <utility>
 
 #include "host/table/dump.h"
 #include "host/table/source.h"
@@ -65,6 +66,16 @@ TEST(WriteDump, MakesAWindowsHeader) {
   EXPECT_EQ(dump, FromHex("00 03 02 00 06 00 00 00 7F 04 01 00 00 00"));
 }
 
+TEST(WriteDump, StatesTheWholeLengthInAWindowsHeader) {
+  Table table;
+  table.entryPoint = EntryPoint::kWindows;
+  table.structures.resize(0x01020304);
+  const auto dump = WriteDump(table);
+  ASSERT_TRUE(dump);
+  ASSERT_THAT(*dump, SizeIs(8 + 0x01020304));
+  EXPECT_EQ(Bytes(dump->begin(), dump->begin() + 8), FromHex("00 03 03 00 04 03 02 01"));
+}
+
 TEST(WriteDump, PutsNothingBeforeABareTable) {
   EXPECT_EQ(Dump("entry-point = none\n[end 1]"), FromHex("7F 04 01 00 00 00"));
 }
@@ -76,8 +87,14 @@ TEST(WriteDump, LaysChangesOverTheEntryPoint) {
 
 TEST(WriteDump, RefusesChangesOutsideTheEntryPoint) {
   Table table;
-  table.entryPointPatches = {{0x1F, FromHex("00 00")}};
+  for (const std::size_t offset : {0x1F, 0x20, 0x21}) {
+    table.entryPointPatches = {{offset, FromHex("00 00")}};
+    EXPECT_FALSE(WriteDump(table)) << offset;
+  }
+  table.entryPointPatches = {{0x21, {}}};
   EXPECT_FALSE(WriteDump(table));
+  table.entryPointPatches = {{0x1E, FromHex("00 00")}, {0x20, {}}};
+  EXPECT_TRUE(WriteDump(table));
 }
 
 TEST(WriteDump, CountsOnlyWhatIsAStructure) {
@@ -118,6 +135,29 @@ TEST(ReadDump, RemembersWhatIsOddAboutTheEntryPoint) {
   EXPECT_EQ(*WriteDump(*table), dump);
 }
 
+TEST(ReadDump, RemembersWhatIsOddAboutAWindowsHeader) {
+  const Bytes dump = FromHex("01 03 02 1E 06 00 00 00 7F 04 01 00 00 00");
+  const auto table = ReadDump(dump);
+  ASSERT_TRUE(table);
+  EXPECT_EQ(table->entryPoint, EntryPoint::kWindows);
+  ASSERT_THAT(table->entryPointPatches, SizeIs(2));
+  EXPECT_EQ(table->entryPointPatches[0].offset, 0x00u);
+  EXPECT_EQ(table->entryPointPatches[0].bytes, FromHex("01"));
+  EXPECT_EQ(table->entryPointPatches[1].offset, 0x03u);
+  EXPECT_EQ(*WriteDump(*table), dump);
+}
+
+TEST(ReadDump, FindsAWindowsHeaderWhereAByteFollows) {
+  const auto table = ReadDump(FromHex("00 03 02 00 01 00 00 00 7F"));
+  ASSERT_TRUE(table);
+  EXPECT_EQ(table->entryPoint, EntryPoint::kWindows);
+  EXPECT_EQ(table->structures, FromHex("7F"));
+  const auto alone = ReadDump(FromHex("00 03 02 00 00 00 00 00"));
+  ASSERT_TRUE(alone);
+  EXPECT_EQ(alone->entryPoint, EntryPoint::kNone);
+  EXPECT_THAT(alone->structures, SizeIs(8));
+}
+
 TEST(ReadDump, TakesWhatACutFileStillHolds) {
   Bytes dump = Dump(kSource);
   dump.resize(dump.size() - 3);
@@ -128,9 +168,17 @@ TEST(ReadDump, TakesWhatACutFileStillHolds) {
 }
 
 TEST(ReadDump, RefusesAFileThatEndsInTheEntryPoint) {
-  const auto table = ReadDump(FromHex("5F 53 4D 5F 00 1F"));
-  ASSERT_FALSE(table);
-  EXPECT_EQ(table.Failure().message, "the file ends inside the entry point");
+  Bytes dump = Dump(kSource);
+  dump.resize(0x20);
+  const auto whole = ReadDump(dump);
+  ASSERT_TRUE(whole);
+  EXPECT_THAT(whole->structures, SizeIs(0));
+  for (const std::size_t size : {0x1F, 0x06}) {
+    dump.resize(size);
+    const auto table = ReadDump(dump);
+    ASSERT_FALSE(table) << size;
+    EXPECT_EQ(table.Failure().message, "the file ends inside the entry point");
+  }
 }
 
 TEST(ReadDump, RefusesATableAtAnotherAddress) {
@@ -178,6 +226,30 @@ TEST(ReadHexText, TakesBytesAndVersionFromTheText) {
                                    FromHex("00 7F 04 02 00 00 00"));
 }
 
+TEST(ReadHexText, KeepsTheDefaultWhereTheVersionIsNone) {
+  const auto versionOf = [](const std::string& line) {
+    const auto table = ReadHexText(line + "\n");
+    EXPECT_TRUE(table);
+    const Version version = table ? table->version : Version{0, 0};
+    return std::pair<int, int>(version.majorNumber, version.minorNumber);
+  };
+  EXPECT_EQ(versionOf("SMBIOS 2.7 present."), std::pair(2, 7));
+  EXPECT_EQ(versionOf("SMBIOS 255.255 present."), std::pair(255, 255));
+  for (const std::string line :
+       {"SMBIOS 256.1 present.", "SMBIOS 1.256 present.", "SMBIOS x.1 present.",
+        "SMBIOS 1.x present.", "SMBIOS 1 present.", "SMBIOS present."}) {
+    EXPECT_EQ(versionOf(line), std::pair(3, 3)) << line;
+  }
+}
+
+TEST(ReadHexText, PassesOverWhatStandsInFrontOfTheBytes) {
+  const auto table = ReadHexText(
+      "Handle 0x0001, DMI type 127, 4 bytes\n\t\tfirst\n\tHeader and Data:\n\t\t7F 04 01 00\n"
+      "Handle 0x0002, DMI type 127, 4 bytes\n\t\tsecond\n\tHeader and Data:\n\t\t7F 04 02 00\n");
+  ASSERT_TRUE(table) << table.Failure().message;
+  EXPECT_EQ(table->structures, FromHex("7F 04 01 00 00 00 7F 04 02 00 00 00"));
+}
+
 TEST(ReadHexText, IsToldFromATable) {
   EXPECT_TRUE(IsHexText(TextBytes(kHexText)));
   EXPECT_FALSE(IsHexText(Dump(kSource)));
@@ -186,20 +258,29 @@ TEST(ReadHexText, IsToldFromATable) {
 }
 
 TEST(ReadHexText, NamesTheLineThatIsNoBytes) {
-  const auto table =
-      ReadHexText("Handle 0x0001, DMI type 1, 8 bytes\n\tHeader and Data:\n\t\t0x01\n");
-  ASSERT_FALSE(table);
-  EXPECT_EQ(table.Failure().line, 3u);
-  EXPECT_EQ(table.Failure().message, "the line does not hold bytes");
+  for (const std::string line : {"0x01", "01x02", "zz 01", "01 zz", "01 2", "01,02"}) {
+    const auto table =
+        ReadHexText("Handle 0x0001, DMI type 1, 8 bytes\n\tHeader and Data:\n\t\t" + line + "\n");
+    ASSERT_FALSE(table) << line;
+    EXPECT_EQ(table.Failure().line, 3u);
+    EXPECT_EQ(table.Failure().message, "the line does not hold bytes");
+  }
 }
 
 TEST(ReadHexText, NamesTheStructureWithoutBytes) {
-  const auto table = ReadHexText("\n\nHandle 0x0001, DMI type 1, 8 bytes\nSystem Information\n");
-  ASSERT_FALSE(table);
-  EXPECT_EQ(table.Failure().line, 3u);
-  EXPECT_EQ(table.Failure().message, "the structure has no bytes");
-  EXPECT_EQ(table.Failure().hint,
-            "have dmidecode print the bytes: `sudo dmidecode -u | tvq show -`");
+  const std::string heading = "Handle 0x0001, DMI type 1, 8 bytes\n";
+  const std::string whole = heading + "\tHeader and Data:\n\t\t01 04 01 00\n";
+  const std::string cut = heading + "\tHeader and Data:\n\t\t01 04 01\n";
+  for (const std::string& text :
+       {"\n\n\n" + heading + "System Information\n", "\n\n\n" + cut, whole + heading}) {
+    const auto table = ReadHexText(text);
+    ASSERT_FALSE(table) << text;
+    EXPECT_EQ(table.Failure().line, 4u);
+    EXPECT_EQ(table.Failure().message, "the structure has no bytes");
+    EXPECT_EQ(table.Failure().hint,
+              "have dmidecode print the bytes: `sudo dmidecode -u | tvq show -`");
+  }
+  EXPECT_TRUE(ReadHexText(whole));
 }
 
 }  // namespace

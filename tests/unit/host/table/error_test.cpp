@@ -58,7 +58,7 @@ constexpr char kHeadingHint[] = "a heading is [processor 0x0004 @cpu1]";
 constexpr char kNumberHint[] = "it takes a number, decimal or hexadecimal as in 0x1F";
 
 const Refusal kLines[] = {
-    {"StrangeCharacter", "[end]\nlength = 4;", 2, "unexpected character \";\"",
+    {"StrangeCharacter", "[end]\nlength = ;4", 2, "unexpected character \";\"",
      "text stands between quotation marks, comments after #"},
     {"StringWithoutEnd", "\n\n[system]\nserial = \"abc\n", 4, "the string has no end",
      "close it with a quotation mark on the same line"},
@@ -67,6 +67,8 @@ const Refusal kLines[] = {
     {"ShortEscape", "[system]\nserial = \"\\x4\"", 2, "unknown escape in the string",
      R"(there are \\, \" and \xNN for any byte)"},
     {"LineWithoutEquals", "[system]\nserial", 2, "the line is no 'name = value'",
+     "bytes take an offset as well: bytes 0x10 = 00 FF"},
+    {"TwoArguments", "[end]\nbytes 0x04 0x05 = 00", 2, "the line is no 'name = value'",
      "bytes take an offset as well: bytes 0x10 = 00 FF"},
     {"LineWithoutName", "= 3", 1, "the line is no 'name = value'",
      "bytes take an offset as well: bytes 0x10 = 00 FF"},
@@ -95,6 +97,8 @@ const Refusal kHeadings[] = {
      "[type 221 0x0050], for example"},
     {"HandleTooLarge", "[end 0x10000]", 1, "the handle 0x10000 does not fit a word",
      "handles end at 0xFFFF"},
+    {"LabelWithoutAName", "[end @]", 1, "'@' has no place in this heading",
+     "a heading is [TYPE HANDLE @label like @other], [raw] or [entry-point]"},
     {"LabelTwice", "[end @a]\n[end @a]", 2, "the label @a stands on line 1",
      "every structure takes a label of its own"},
     {"LikeNothing", "[end like @a]", 1, "'like' names no structure of this type above",
@@ -106,6 +110,8 @@ const Refusal kHeadings[] = {
      "a heading is [TYPE HANDLE @label like @other], [raw] or [entry-point]"},
     {"AutomaticHandleIsTaken", "[end 4]\n[end]\n[end 5]", 2,
      "the handle that follows, 0x0005, is that of line 3", "state a handle in the heading"},
+    {"LastHandleIsTaken", "[end 0xFFFD]\n[end]\n[end 0xFFFE]", 2,
+     "the handle that follows, 0xFFFE, is that of line 3", "state a handle in the heading"},
     {"NoHandleFollows", "[end 0xFFFE]\n[end]", 2,
      "the handle that follows, 0xFFFF, is no handle that a structure may have",
      "state a handle in the heading"},
@@ -114,6 +120,12 @@ const Refusal kHeadings[] = {
 const Refusal kSettings[] = {
     {"BadVersion", "version = 3", 1, "'version' takes a version such as 3.3", ""},
     {"VersionTooLarge", "version = 3.256", 1, "'version' takes a version such as 3.3", ""},
+    {"VersionWithoutMajorNumber", "version = x.3", 1, "'version' takes a version such as 3.3", ""},
+    {"TwoVersions", "version = 3.3 3.2", 1, "'version' takes a version such as 3.3", ""},
+    {"VersionInQuotationMarks", "version = \"3.3\"", 1, "'version' takes a version such as 3.3",
+     ""},
+    {"SettingGivenTwice", "version = 3.3\nversion = 3.2", 2, "'version' stands on line 1 already",
+     ""},
     {"BadEntryPoint", "entry-point = 16", 1, "'entry-point' takes 32, 64, windows or none", ""},
     {"UnknownSetting", "colour = 1", 1, "'colour' is no setting of a table",
      "before the first [block] there are 'version' and 'entry-point'"},
@@ -131,6 +143,8 @@ const Refusal kSettings[] = {
 const Refusal kValues[] = {
     {"UnknownField", "[system]\n\nserail = 1", 3, "'serail' is no field of system",
      "did you mean 'serial'?"},
+    {"UnknownGroup", "[fqdd-map]\nfqddd = 1", 2, "'fqddd' is no field of fqdd-map",
+     "did you mean 'fqdd'?"},
     {"FieldOfANumberedType", "[type 221]\nserial = 1", 2, "'serial' is no field of type 221",
      "did you mean 'string'?"},
     {"TextForANumber", "[slot]\nid = \"1\"", 2, "'id' does not take \"1\"", kNumberHint},
@@ -155,9 +169,15 @@ const Refusal kValues[] = {
     {"BadUuid", "[system]\nuuid = 00112233-4455-6677-8899-aabbccddeefg", 2,
      "'uuid' does not take '00112233-4455-6677-8899-aabbccddeefg'",
      "it takes a UUID such as 00112233-4455-6677-8899-aabbccddeeff"},
+    {"UuidInQuotationMarks", "[system]\nuuid = \"00112233-4455-6677-8899-aabbccddeeff\"", 2,
+     "'uuid' does not take \"00112233-4455-6677-8899-aabbccddeeff\"",
+     "it takes a UUID such as 00112233-4455-6677-8899-aabbccddeeff"},
     {"UuidWithoutDashes", "[system]\nuuid = 00112233445566778899aabbccddeeff0000", 2,
      "'uuid' does not take '00112233445566778899aabbccddeeff0000'",
      "it takes a UUID such as 00112233-4455-6677-8899-aabbccddeeff"},
+    {"LabelInQuotationMarks", "[chassis @a]\n[board]\nchassis = \"@a\"", 3,
+     "'chassis' does not take \"@a\"",
+     "it takes a handle such as 0x0010, or the @label of a structure"},
     {"UnknownLabel", "[board]\nchassis = @a", 2,
      "'chassis' names @a, which no structure is labelled", ""},
     {"EmptyString", "[system]\nserial = \"a\"\nproduct = \"\"", 3,
@@ -172,6 +192,10 @@ const Refusal kSizes[] = {
     {"LengthTooSmall", "[end]\nlength = 3", 2, "'length' takes a number from 4 to 255",
      "a length that lies is written as bytes 0x01 = FF"},
     {"LengthTooLarge", "[end]\nlength = 256", 2, "'length' takes a number from 4 to 255",
+     "a length that lies is written as bytes 0x01 = FF"},
+    {"TwoLengths", "[end]\nlength = 5 6", 2, "'length' takes a number from 4 to 255",
+     "a length that lies is written as bytes 0x01 = FF"},
+    {"LengthInQuotationMarks", "[end]\nlength = \"5\"", 2, "'length' takes a number from 4 to 255",
      "a length that lies is written as bytes 0x01 = FF"},
     {"LengthCutsAField", "[system]\nlength = 7\nserial = 1", 2,
      "'length' is 7, but the values given end at 8", ""},
@@ -207,7 +231,10 @@ TEST(TableLimits, StructuresMayFillTheirSpace) {
   EXPECT_TRUE(ParseSource("[system]\n" + ManyStrings(254) + "serial = \"new\""));
   EXPECT_TRUE(ParseSource("[oem-strings]\n" + ManyStrings(255)));
   EXPECT_TRUE(ParseSource("[oem-strings]\ncount = 255\n" + ManyStrings(256)));
+  EXPECT_TRUE(ParseSource("[board]\n" + Repeat("contains = 1\n", 120)));
   EXPECT_TRUE(ParseSource("[type 221]\nbytes 0xFE = 00"));
+  EXPECT_TRUE(ParseSource("[type 221]\nbytes 0xFF = \"\""));
+  EXPECT_TRUE(ParseSource("[type 221]\nlength = 255"));
   EXPECT_TRUE(ParseSource("[entry-point]\nbytes 0x1F = 00"));
 }
 

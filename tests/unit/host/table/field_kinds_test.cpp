@@ -9,15 +9,22 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <string>
 #include <string_view>
 #include <vector>
+
+#include "host/table/structure.h"
+#include "host/table/text.h"
+#include "tests/unit/host/table/table_bytes.h"
 
 namespace tvq::table {
 namespace {
 
 using Kind = FieldKind;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 struct ExpectedField {
   std::string_view name;
@@ -437,6 +444,42 @@ TEST(Layouts, GiveStructuresTheSizeOfTheirVersion) {
           << name << " of " << int{version.majorNumber} << "." << int{version.minorNumber};
     }
   }
+}
+
+// "name at 04h" for each value of a structure that has a name.
+std::vector<std::string> NamesIn(const std::vector<std::uint8_t>& bytes) {
+  std::vector<std::string> names;
+  for (const Structure& structure : SplitTable(bytes)) {
+    for (const NamedValue& value : NamedValues(structure)) {
+      names.push_back(std::string(value.name) + " at " + HexNumber(value.offset, 2));
+    }
+  }
+  return names;
+}
+
+TEST(NamedValues, AreTheFieldsThatTheStructureIsLongEnoughFor) {
+  EXPECT_THAT(NamesIn(FromHex("08 08 00 00 00 00 00 00 00 00")),
+              ElementsAre("internal at 0x04", "internal-type at 0x05", "external at 0x06",
+                          "external-type at 0x07"));
+  EXPECT_THAT(NamesIn(FromHex("10 06 00 00 00 00 00 00")),
+              ElementsAre("location at 0x04", "use at 0x05"));
+  EXPECT_THAT(NamesIn(FromHex("0B 04 00 00 00 00")), IsEmpty());
+}
+
+TEST(NamedValues, AreTheWholeGroupsBehindTheFields) {
+  EXPECT_THAT(NamesIn(FromHex("E1 09 00 00 01 00 00 00 00 00 00")),
+              ElementsAre("format at 0x04", "fqdd at 0x05", "fqdd at 0x06", "fqdd at 0x08"));
+  EXPECT_THAT(NamesIn(FromHex("E1 08 00 00 01 00 00 00 00 00")), ElementsAre("format at 0x04"));
+}
+
+TEST(NamedValues, AreNotFieldsThatHaveMoved) {
+  std::vector<std::uint8_t> slot(0x18 + 2);
+  slot[0] = 9;
+  slot[1] = 0x18;
+  EXPECT_THAT(NamesIn(slot), Contains("height at 0x17"));
+  slot[0x12] = 1;
+  EXPECT_THAT(NamesIn(slot), Not(Contains("height at 0x17")));
+  EXPECT_THAT(NamesIn(slot), Contains("peer-count at 0x12"));
 }
 
 TEST(Layouts, AreFoundByTypeAndName) {

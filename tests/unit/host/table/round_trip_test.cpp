@@ -140,11 +140,11 @@ INSTANTIATE_TEST_SUITE_P(Captured, TableFile, testing::ValuesIn(DumpFiles()),
 
 TEST(FormatSource, NamesTypesFieldsAndStrings) {
   const auto table = ParseSource(
-      "version = 2.0\n[system 0x0010]\nmanufacturer = \"M\"\nserial = 7\nproduct = \"M\"\n");
+      "version = 2.0\n[system 0x1210]\nmanufacturer = \"M\"\nserial = 7\nproduct = \"M\"\n");
   EXPECT_EQ(FormatSource(*table),
             "# An SMBIOS table of 1 structures in 11 bytes.\n\n"
             "version = 2.0\n\n"
-            "[system 0x0010]\n"
+            "[system 0x1210]\n"
             "manufacturer = \"M\"\n"
             "product      = \"M\"\n"
             "version      = 0\n"
@@ -164,6 +164,41 @@ TEST(FormatSource, NumbersAStringThatAnEarlierOneHides) {
 TEST(FormatSource, StatesALengthThatDoesNotFollow) {
   EXPECT_THAT(SourceOf(FromHex("7F 05 00 00 00 00 00")), HasSubstr("[end 0x0000]\nlength = 5\n"));
   EXPECT_THAT(SourceOf(FromHex("7F 04 00 00 00 00")), testing::Not(HasSubstr("length")));
+}
+
+TEST(FormatSource, StatesACountThatIsNotThatOfTheGroups) {
+  const auto board = [](const std::string& count, const std::string& length) {
+    return SourceOf(FromHex("02 " + length + " 00 00 00 00 00 00 00 00 00 00 00 00 " + count +
+                            " 01 00 02 00 00 00"));
+  };
+  EXPECT_THAT(board("02", "13"), testing::Not(HasSubstr("contained-count")));
+  EXPECT_THAT(board("04", "13"), HasSubstr("contained-count = 4\n"));
+  EXPECT_THAT(board("01", "13"), HasSubstr("contained-count = 1\n"));
+}
+
+TEST(FormatSource, LeavesZerosOutThatHaveNoName) {
+  EXPECT_THAT(SourceOf(FromHex("20 0B 00 00 00 00 00 00 00 00 05 00 00")),
+              testing::EndsWith("\n[boot-status 0x0000]\nstatus = 0x05\n"));
+  EXPECT_THAT(SourceOf(FromHex("20 0B 00 00 00 00 00 00 00 09 05 00 00")),
+              testing::EndsWith("status     = 0x05\nbytes 0x04 = 00 00 00 00 00 09\n"));
+}
+
+TEST(FormatSource, GivesSixteenBytesALine) {
+  EXPECT_THAT(SourceOf(FromHex("04 FF 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12")),
+              testing::EndsWith("\n[raw]\n"
+                                "bytes 0x00 = 04 FF 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F\n"
+                                "bytes 0x10 = 10 11 12\n"));
+}
+
+TEST(FormatSource, NamesTheEntryPointUnlessItIsThe32BitOne) {
+  const auto settings = [](const std::string& entryPoint) {
+    return FormatSource(*ParseSource("entry-point = " + entryPoint + "\n[end]\n"));
+  };
+  for (const std::string entryPoint : {"64", "windows", "none"}) {
+    EXPECT_THAT(settings(entryPoint),
+                HasSubstr("version = 3.3\nentry-point = " + entryPoint + "\n\n[end"));
+  }
+  EXPECT_THAT(settings("32"), HasSubstr("version = 3.3\n\n[end"));
 }
 
 TEST(FormatSource, KeepsRemarksBehindAllValues) {

@@ -61,6 +61,12 @@ TEST(TableSource, SettingsStateVersionAndEntryPoint) {
   EXPECT_EQ(Parse("entry-point = none").entryPoint, EntryPoint::kNone);
 }
 
+TEST(TableSource, AVersionHasTwoBytes) {
+  const Table table = Parse("version = 255.255");
+  EXPECT_EQ(table.version.majorNumber, 255);
+  EXPECT_EQ(table.version.minorNumber, 255);
+}
+
 TEST(TableSource, FieldsStandAtTheirOffsetsWithTheLowByteFirst) {
   const Bytes table = Build(
       "[memory-array 0x1234]\n"
@@ -71,6 +77,11 @@ TEST(TableSource, FieldsStandAtTheirOffsetsWithTheLowByteFirst) {
       "extended-maximum-capacity = 0x1122334455667788\n");
   EXPECT_EQ(table, FromHex("10 17 34 12 03 00 00 04 03 02 01 FE FF 03 02"
                            " 88 77 66 55 44 33 22 11 00 00"));
+}
+
+TEST(TableSource, FieldsMayBeGivenInAnyOrder) {
+  EXPECT_EQ(Build("[chassis 0x0300 @main]\n[board 0x0200]\nboard-type = 10\nchassis = @main\n"),
+            Build("[chassis 0x0300 @main]\n[board 0x0200]\nchassis = @main\nboard-type = 10\n"));
 }
 
 TEST(TableSource, AUuidHasItsFirstThreeGroupsSwapped) {
@@ -158,6 +169,7 @@ TEST(TableSource, TypesWithoutANameTakeBytesAndStrings) {
 
 TEST(TableSource, TypesWithANameMayBeNumbered) {
   EXPECT_EQ(Build("[type 127 3]"), Build("[end 3]"));
+  EXPECT_EQ(Build("[type 255 3]"), FromHex("FF 04 03 00 00 00"));
   EXPECT_EQ(Build("[type 4 3]\nsocket = \"CPU1\""), Build("[processor 3]\nsocket = \"CPU1\""));
 }
 
@@ -193,6 +205,7 @@ TEST(TableSource, ADimmExtensionHasThirteenBytes) {
 
 TEST(TableSource, AutomaticHandlesFollowTheStructureAbove) {
   EXPECT_THAT(HandlesOf("[end]\n[end]\n[end 0x0100]\n[end]\n"), ElementsAre(0, 1, 0x100, 0x101));
+  EXPECT_THAT(HandlesOf("[end 0xFFFD]\n[end]\n"), ElementsAre(0xFFFD, 0xFFFE));
 }
 
 TEST(TableSource, StatedHandlesMayRepeatAndMayBeAnything) {
