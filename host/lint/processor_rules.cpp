@@ -87,8 +87,10 @@ constexpr smbios::Field<std::uint16_t> kCacheHandles[] = {
 void CheckCaches(const Subject& subject, Report& report) {
   const auto caches = subject.SeenOfType(kCache);
   for (const Structure* cpu : subject.Processors()) {
-    for (std::size_t level = 0; level < std::size(kCacheHandles); ++level) {
-      const std::uint16_t handle = cpu->GetHandle(kCacheHandles[level]);
+    unsigned level = 0;
+    for (const auto& field : kCacheHandles) {
+      ++level;
+      const std::uint16_t handle = cpu->GetHandle(field);
       const bool isThere = std::any_of(caches.begin(), caches.end(), [&](const Structure* cache) {
         return cache->Handle() == handle;
       });
@@ -96,7 +98,7 @@ void CheckCaches(const Subject& subject, Report& report) {
         report.At(*cpu,
                   fmt::format("{} of the level {} cache is that of no cache: the document says "
                               "nothing about this level",
-                              HandleName(handle), level + 1),
+                              HandleName(handle), level),
                   "name a structure of type 7, or FFFFh for no cache");
       }
     }

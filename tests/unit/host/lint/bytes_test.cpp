@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/host/lint/lint_fixture.h"
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::lint {
 namespace {
@@ -84,7 +85,8 @@ TEST(LintBytes, ThereAreMoreStructuresThanASlotQueryCounts) {
   blocks += "[oem-strings]\nstring = \"one too many\"\n";
   EXPECT_THAT(LinesAbout(SoundWith(blocks)),
               ElementsAre(AllOf(StartsWith("table: error: the table has 256 structures"),
-                                EndsWith("[structure-count]"))));
+                                EndsWith("; bring the table down to 255 structures, or build the "
+                                         "driver with PcdTvqBoundedWalks [structure-count]"))));
 }
 
 TEST(LintBytes, TheTableIsTooLongForA32BitEntryPoint) {
@@ -162,6 +164,24 @@ TEST(LintBytes, WhatACutCaptureLacksFollowsFromIt) {
 
 TEST(LintBytes, TheTableHasNoEnd) {
   EXPECT_THAT(About(BareTable(), kTable), ElementsAre(EndsWith("[end-of-table-missing]")));
+}
+
+TEST(LintBytes, OnlyAFindingAboutAStructureHasItsBytes) {
+  Bytes dump = Dump(SoundWith("[oem-strings]\ncount = 2\nstring = \"one\"\n"));
+  dump.insert(dump.end(), 2, 0);
+  test::PutNumber(dump, test::kTableLength, 2, dump.size() - test::kTableInFile + 1);
+  test::FitChecksums(dump.data());
+  const auto sizeAt = [&dump](std::string_view rule) {
+    Selection alone(kDriver);
+    alone.Disable("all");
+    alone.Enable(rule);
+    const auto findings = ExamineDump(dump, alone);
+    EXPECT_EQ(findings.size(), 1u) << rule;
+    return findings.empty() ? 0x100 : findings[0].place.size;
+  };
+  EXPECT_EQ(sizeAt("string-count"), 5 + sizeof("one") + 1);
+  EXPECT_EQ(sizeAt("entry-point-table-length"), 0u) << "a byte of the entry point";
+  EXPECT_EQ(sizeAt("zero-padding"), 0u) << "a byte behind the structures";
 }
 
 TEST(LintBytes, NoBytesAreTooFewOrTooOdd) {

@@ -127,6 +127,22 @@ TEST(LintCauses, TheStandardComesBeforeTheDriver) {
               ElementsAre("string-number", "locator-prefix"));
 }
 
+// An early end hides what stands behind it, and has no part in what stands there twice.
+TEST(LintCauses, WhatIsMissingFollowsFromAnEarlyEnd) {
+  Selection selection(kDriver);
+  selection.Disable("all");
+  selection.Enable("handle-reserved");
+  selection.Enable("system-count");
+  const auto about = [&selection](const std::string& systems) {
+    return Shapes(ExamineDump(Dump("version = 3.3\n[bios 0]\n" + systems +
+                                   "[oem-strings 0xFFFF]\n[system 9]\nproduct = \"Node\"\n"),
+                              selection));
+  };
+  EXPECT_THAT(about(""), ElementsAre("handle-reserved(system-count)"));
+  EXPECT_THAT(about("[system 1]\n[system 2]\n"),
+              testing::UnorderedElementsAre("handle-reserved", "system-count"));
+}
+
 TEST(LintCauses, NothingFollowsWithoutItsCause) {
   Selection selection(kDriver);
   selection.Disable("locator-prefix");

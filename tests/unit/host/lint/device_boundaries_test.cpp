@@ -95,6 +95,9 @@ TEST(LintDeviceBoundaries, TheFirstTenProcessorsFindTheirStacks) {
          "\"CPU10_HBMIO\" without the number of the stack"}},
        {stack + processors(11), {"it is processor 10 ", "it is processor 11 "}},
        {stack + processors(10) + "status = 0\n", {}}});
+  const auto lines = LinesOf("hbm-sockets", Dump(SoundWith(stack + processors(100))));
+  ASSERT_EQ(lines.size(), 91u);
+  EXPECT_THAT(lines.back(), testing::HasSubstr("looks for \"CPU100_HBMI\" without"));
 }
 
 // --- Serial and part numbers ---
@@ -187,6 +190,34 @@ TEST(LintDeviceBoundaries, AModuleIsLongEnoughForWhatIsReadOfIt) {
                     {ofLength("0x34"), {"the structure has 34h bytes, and " + late}},
                     {ofLength("0x53"), {"the structure has 53h bytes, and " + late}},
                     {ofLength("0x54"), {}}});
+}
+
+// --- Inventory numbers ---
+
+TEST(LintDeviceBoundaries, EachProcessorTakesTheNextInventoryNumber) {
+  const std::string cpu = Socket("CPU2");
+  const std::string first = "[oem-strings]\nstring = \"TVQ reference platform\"\n";
+  const std::string one = "string = \"PPIN 17[0123456789ABCDEF]\"\n";
+  const std::string two = "string = \"PPIN 17[FEDCBA9876543210]\"\n";
+  const std::string tooShort = "string = \"PPIN 17[0123]\"\n";
+  const std::string other = "string = \"other\"\n";
+  ExpectBoundaries(
+      "ppin-unread",
+      {{cpu + first + one + two, {}},
+       {cpu + first + other + one + two, {}},
+       {cpu + first + one, {}},
+       {cpu + first + one + other + two, {"the PPIN in \"PPIN 17[FEDCBA9876543210]\" is not read"}},
+       {cpu + first + one + "[oem-strings]\n" + two,
+        {"only the first structure of OEM strings is searched"}},
+       {"[oem-strings]\n" + one,
+        {"it begins at byte 10 of the structure, and the search at byte 25"}}});
+  ExpectBoundaries("ppin-length",
+                   {{cpu + first + one + two, {}},
+                    {cpu + first + one + tooShort,
+                     {"the PPIN has 4 characters, and the driver takes 16 bytes behind \"17[\" as "
+                      "they stand: \"17[0123]\""}},
+                    // There is no second processor that would take it.
+                    {first + one + tooShort, {}}});
 }
 
 // --- Locators ---

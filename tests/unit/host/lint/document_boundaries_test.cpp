@@ -46,6 +46,28 @@ TEST(LintDocumentBoundaries, MarkupIsWhatXmlReadsAsSuch) {
                     {"[dimm-extension]\ndevice = @dimm1\nfirmware-version = \"a&b\"\n", {verify}}});
 }
 
+TEST(LintDocumentBoundaries, OnlyDevicesWithARecordHaveADocument) {
+  const std::string cpu = "[processor like @cpu1]\nsocket = \"CPU2\"\nversion = \"a&b\"\n";
+  const std::string module = WithText("a&b");
+  ExpectBoundaries("xml-markup", {{cpu, {"in MarketingName"}},
+                                  {cpu + "status = 0\n", {}},
+                                  {module, {"in BankLocator"}},
+                                  {module + "size = 0\n", {}}});
+}
+
+TEST(LintDocumentBoundaries, OnlyASingleSystemAndASingleBiosAreWritten) {
+  const std::string bios = "[bios]\nversion = \"a&b\"\n";
+  const std::string system = "[system]\nproduct = \"a&b\"\n";
+  const std::string start = "version = 3.3\n";
+  ExpectBoundaries("xml-markup",
+                   {{start + bios, {"in BIOSVersion"}},
+                    {start + bios + bios, {}},
+                    {start + system, {"in ProductName"}},
+                    {start + system + system, {}},
+                    {start + "[chassis]\nserial = \"a&b\"\n[chassis]\nserial = \"<\"\n",
+                     {"in ServiceTag", "in ServiceTag"}}});
+}
+
 TEST(LintDocumentBoundaries, ControlCharactersAreThoseThatXmlHasNot) {
   ExpectBoundaries(
       "xml-control",
@@ -151,6 +173,7 @@ TEST(LintDocumentBoundaries, TextsAreKeptUpToTheirLimits) {
         {"the text for MarketingName has 64 characters: the inventory blob keeps the first 63"}},
        {cpu(128),
         {"the text for MarketingName has 128 characters: the inventory blob keeps the first 63"}},
+       {"[processor like @cpu1]\nsocket = \"CPU2\"\nmanufacturer = \"" + text(64) + "\"\n", {}},
        {firmware(31), {}},
        {firmware(32),
         {"the text for FirmwareVersion has 32 characters: the document keeps the first 31"}},
@@ -160,8 +183,10 @@ TEST(LintDocumentBoundaries, TextsAreKeptUpToTheirLimits) {
 TEST(LintDocumentBoundaries, ADocumentHas8192Bytes) {
   const auto linesFor = [](std::uint8_t type, std::size_t device, std::size_t size) {
     const Bytes dump =
-        Dump(SoundWith("[memory-device like @dimm1]\nlocator = \"A2\"\n[processor like "
-                       "@cpu1]\nsocket = \"CPU2\"\n"));
+        Dump(SoundWith("[memory-device like @dimm1]\nsize = 0\n"
+                       "[memory-device like @dimm1]\nlocator = \"A2\"\n"
+                       "[processor like @cpu1]\nstatus = 0\n"
+                       "[processor like @cpu1]\nsocket = \"CPU2\"\n"));
     auto subject = Subject::Read(dump);
     EXPECT_TRUE(subject);
     subject->SetDocuments({{type, device, size}});
@@ -172,9 +197,10 @@ TEST(LintDocumentBoundaries, ADocumentHas8192Bytes) {
               ElementsAre(HasSubstr("type 17, handle 0x0007: its document has 8193 bytes, 1 more "
                                     "than the buffer of 8192 bytes that it is planned for; shorten "
                                     "the texts of the device")));
-  EXPECT_THAT(linesFor(17, 1, 9000), ElementsAre(HasSubstr("type 17, handle 0x000B")));
+  // The devices without a record do not count.
+  EXPECT_THAT(linesFor(17, 1, 9000), ElementsAre(HasSubstr("type 17, handle 0x000C")));
   EXPECT_THAT(linesFor(17, 2, 9000), IsEmpty()) << "there is no such device";
-  EXPECT_THAT(linesFor(4, 1, 9000), ElementsAre(HasSubstr("type 4, handle 0x000C")));
+  EXPECT_THAT(linesFor(4, 1, 9000), ElementsAre(HasSubstr("type 4, handle 0x000E")));
   EXPECT_THAT(
       linesFor(1, 0, 9000),
       ElementsAre(HasSubstr("list fewer slots, boards or chassis, or shorten their names")));

@@ -58,7 +58,9 @@ TEST(LintStructureBoundaries, AHandleIsThatOfOneStructure) {
       {{"[oem-strings 0x0B00]\n[oem-strings 0x0B01]\n", {}},
        {"version = 3.3\n[oem-strings 0x0B00]\n[system 0x0B00]\n[bios 0x0B00]\n",
         {"type 1, handle 0x0B00: the structure at 0x20 has this handle already (type 11): look-ups",
-         "type 0, handle 0x0B00: the structure at 0x20 has this handle already (type 11)"}}});
+         "type 0, handle 0x0B00: the structure at 0x20 has this handle already (type 11)"}},
+       {"[oem-strings 0x0B00]\n[end 0x0B00]\n",
+        {"type 127, handle 0x0B00: the structure at 0x287 has this handle already (type 11)"}}});
 }
 
 TEST(LintStructureBoundaries, HandlesAboveFEFFAreReserved) {
@@ -445,6 +447,9 @@ TEST(LintStructureBoundaries, AGroupLeadsToADeviceAndAString) {
        {Map("format = 1\nfqdd = \"one\" @dimm1\nfqdd = 2 @cpu1"),
         {"group 1, for handle 0x0003, names string 2 of 1: from then on the driver reads"}},
        {Map("format = 1\nfqdd = \"one\" @dimm1\nfqdd = 1 @cpu1"), {}}});
+  // Three bytes behind the last group are none.
+  ExpectBoundaries("fqdd-structure",
+                   {{Map("format = 1\nfqdd = \"one\" @dimm1\nbytes 0x09 = 01 77 77"), {}}});
   ExpectBoundaries("fqdd-repeated",
                    {{Map("format = 1\nfqdd = \"one\" 0x7776\nfqdd = \"two\" 0x7777"), {}},
                     {Map("format = 1\nfqdd = \"one\" 0x7777\nfqdd = \"two\" 0x7777"),
@@ -466,7 +471,9 @@ TEST(LintStructureBoundaries, AnFqddHas15Characters) {
         {}},
        {module +
             Map("format = 1\nfqdd = \"ABCDEFGHIJKLMNO1\" @d2\nfqdd = \"ABCDEFGHIJKLMNO2\" @d3"),
-        {"its FQDD is \"ABCDEFGHIJKLMNO\", as that of type 17, handle 0x000B: an agent cannot"}}});
+        {"its FQDD is \"ABCDEFGHIJKLMNO\", as that of type 17, handle 0x000B: an agent cannot "
+         "tell the two apart; give each device an FQDD that differs in the first 15 "
+         "characters"}}});
 }
 
 // --- The entry point ---

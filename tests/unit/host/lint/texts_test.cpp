@@ -165,6 +165,10 @@ TEST(LintTexts, SlotsAreToldApartByTheirWholeAddress) {
   EXPECT_THAT(AboutSlotAt("0", "0x17", "1"), IsEmpty());
   EXPECT_THAT(AboutSlotAt("0", "0x18", "0"), IsEmpty());
   EXPECT_THAT(AboutSlotAt("1", "0x17", "0"), IsEmpty());
+  const std::string slot =
+      "[slot like @slot1]\nid = 2\nsegment = 0x1234\nbus = 0xAB\ndevice-function = 0xFD\n";
+  EXPECT_THAT(LinesAbout(SoundWith(slot + slot)),
+              ElementsAre(HasSubstr("is at 1234:ab:1f.5, as slot \"Slot 1\" of")));
 }
 
 TEST(LintTexts, SlotsWithoutAnAddressAreNotAtOne) {
@@ -210,6 +214,10 @@ TEST(LintTexts, AUuidMayBeMissingButNotMadeUp) {
         << uuid;
   }
   EXPECT_THAT(AboutSystem("length = 0x08\n"), IsEmpty());
+  const std::string counting = "bytes 0x08 = 00 F9 00 FA 00 FB 00 FC 00 FD 00 FE 00 FF 01";
+  EXPECT_THAT(AboutSystem("length = 0x17\n" + counting + "\n"), IsEmpty());
+  EXPECT_THAT(AboutSystem("length = 0x18\n" + counting + " 00\n"),
+              ElementsAre(HasSubstr("the UUID is fa00f900")));
 }
 
 TEST(LintTexts, OnlyTextsOfTheBoardStandForNoSerialNumber) {
