@@ -76,8 +76,8 @@ std::vector<Misuse> Firmware::TakeMisuses() {
   return std::exchange(mState->reports.mMisuses, {});
 }
 
-void Firmware::KeepDebugOutput(bool keep) {
-  mState->reports.mKeepOutput = keep;
+void Firmware::KeepDebugOutput(UINTN levels) {
+  mState->reports.mKeptLevels = levels;
 }
 
 const std::string& Firmware::DebugOutput() const {

@@ -269,8 +269,8 @@ class Firmware {
   std::vector<Assertion> TakeAssertions();
   const std::vector<Misuse>& Misuses() const;
   std::vector<Misuse> TakeMisuses();
-  // DEBUG() lines are dropped, unless they are to be kept.
-  void KeepDebugOutput(bool keep);
+  // DEBUG() lines are dropped, unless those of some levels are to be kept.
+  void KeepDebugOutput(UINTN levels = MAX_UINTN);
   const std::string& DebugOutput() const;
   // What was written to ConOut and StdErr.
   const std::u16string& ConsoleOutput() const;

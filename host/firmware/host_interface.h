@@ -71,7 +71,8 @@ VOID TvqHostSystemTableChanged(const EFI_SYSTEM_TABLE* SystemTable);
 
 // DebugLib.
 VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR8* Text);
-BOOLEAN TvqHostDebugOutputKept(VOID);
+// Whether debug lines of one of these levels are kept.
+BOOLEAN TvqHostDebugOutputKept(UINTN Levels);
 VOID TvqHostDebugOutput(const CHAR8* Text);
 
 #ifdef __cplusplus

@@ -83,13 +83,13 @@ VOID TvqHostAssert(const CHAR8* Image, const CHAR8* File, UINTN Line, const CHAR
   }
 }
 
-BOOLEAN TvqHostDebugOutputKept(VOID) {
+BOOLEAN TvqHostDebugOutputKept(UINTN Levels) {
   FirmwareState* state = FirmwareState::CurrentOrNull();
-  return state != nullptr && state->reports.mKeepOutput;
+  return state != nullptr && (state->reports.mKeptLevels & Levels) != 0;
 }
 
 VOID TvqHostDebugOutput(const CHAR8* Text) {
-  if (TvqHostDebugOutputKept()) {
+  if (TvqHostDebugOutputKept(MAX_UINTN)) {
     FirmwareState::Current().reports.mOutput += Text;
   }
 }

@@ -27,7 +27,7 @@ class Reports {
 
   std::vector<Assertion> mAssertions;
   std::vector<Misuse> mMisuses;
-  bool mKeepOutput = false;
+  UINTN mKeptLevels = 0;  // of debug output
   std::string mOutput;
 };
 

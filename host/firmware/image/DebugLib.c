@@ -52,7 +52,7 @@ BOOLEAN EFIAPI DebugAssertEnabled(VOID) {
 }
 
 BOOLEAN EFIAPI DebugPrintEnabled(VOID) {
-  return TvqHostDebugOutputKept();
+  return TvqHostDebugOutputKept(MAX_UINTN);
 }
 
 BOOLEAN EFIAPI DebugCodeEnabled(VOID) {
@@ -64,6 +64,5 @@ BOOLEAN EFIAPI DebugClearMemoryEnabled(VOID) {
 }
 
 BOOLEAN EFIAPI DebugPrintLevelEnabled(IN CONST UINTN ErrorLevel) {
-  (VOID) ErrorLevel;
-  return TRUE;
+  return TvqHostDebugOutputKept(ErrorLevel);
 }

@@ -71,9 +71,12 @@ TEST_F(FirmwareReport, NamesTheCoreWhenTheCoreAsserts) {
 TEST_F(FirmwareReport, KeepsDebugLinesOnRequest) {
   ProbePrintDebug(1);
   EXPECT_EQ(mFirmware.DebugOutput(), "");
-  mFirmware.KeepDebugOutput(true);
+  mFirmware.KeepDebugOutput();
   ProbePrintDebug(2);
   EXPECT_EQ(mFirmware.DebugOutput(), "probe says 2\r\n");
+  mFirmware.KeepDebugOutput(DEBUG_ERROR);
+  ProbePrintDebug(3);
+  EXPECT_EQ(mFirmware.DebugOutput(), "probe says 2\r\n") << "that is information";
 }
 
 TEST_F(FirmwareReport, NamesAServiceThatIsNotThere) {
