@@ -71,20 +71,15 @@ UINTN DigitValue(CHAR8 character) {
   return 16;
 }
 
-/// Skips "0x" with any number of zeros before it. False: there is an x without a zero.
-bool SkipHexPrefix(const CHAR8** text) {
+/// Skips zeros, and an x behind them; one without a zero stays.
+void SkipHexPrefix(const CHAR8** text) {
   const CHAR8* start = *text;
   while (**text == '0') {
     (*text)++;
   }
-  if (**text != 'x' && **text != 'X') {
-    return true;
+  if (*text != start && (**text == 'x' || **text == 'X')) {
+    (*text)++;
   }
-  if (*text == start) {
-    return false;
-  }
-  (*text)++;
-  return true;
 }
 
 VOID EFIAPI ZviCopyMem(VOID* Destination, const VOID* Source, UINTN Length) {
@@ -154,8 +149,8 @@ UINTN EFIAPI ZviAsciiStrToUint(const CHAR8* String, UINT32 Base) {
   while (*String == ' ' || *String == '\t') {
     String++;
   }
-  if (Base == 16 && !SkipHexPrefix(&String)) {
-    return 0;
+  if (Base == 16) {
+    SkipHexPrefix(&String);
   }
   UINTN value = 0;
   for (UINTN digit = DigitValue(*String); digit < Base; digit = DigitValue(*++String)) {

@@ -61,6 +61,15 @@ TEST_F(PlatformLog, KeepsALineFeedAsItIs) {
   EXPECT_EQ(Text(0), "one\ntwo\r\nthree\r\n");
 }
 
+TEST_F(PlatformLog, KeepsOtherControlCharactersAsTheyAre) {
+  Print(
+      u"one\rtwo\fthree\x0E"
+      u"four\ttab");
+  EXPECT_EQ(Text(0),
+            "one\rtwo\fthree\x0E"
+            "four\ttab");
+}
+
 TEST_F(PlatformLog, KeepsALineFeedInsideAValue) {
   Print(u"[%s]\n", Wide(u"a\nb"));
   EXPECT_EQ(Text(0), "[a\nb]\n");
@@ -76,6 +85,10 @@ TEST_F(PlatformLog, KeepsLinesOfAnyLength) {
   const std::u16string longText(1'500'000, u'x');
   Print(u"<%s>", Wide(longText.c_str()));
   EXPECT_EQ(Text(0), "<" + std::string(longText.size(), 'x') + ">");
+  for (size_t length = 0; length < 420; ++length) {
+    Print(u"%s", Wide(longText.substr(0, length).c_str()));
+    EXPECT_EQ(Text(1 + length), std::string(length, 'x'));
+  }
 }
 
 TEST_F(PlatformLog, KeepsTheEndOfALineWhoseTextsAreWiderThanTheirColumns) {
@@ -83,6 +96,10 @@ TEST_F(PlatformLog, KeepsTheEndOfALineWhoseTextsAreWiderThanTheirColumns) {
   Print(u"%-2s|", Wide(std::u16string(1000, u'x').c_str()));
   EXPECT_EQ(Text(0), "wide|wide|end");
   EXPECT_EQ(Text(1), std::string(1000, 'x') + "|");
+  for (const char16_t* const format : {u"%1s", u"%2s", u"%3s"}) {
+    Print(format, Wide(std::u16string(1000, u'x').c_str()));
+    EXPECT_EQ(Text(LineCount() - 1), std::string(1000, 'x'));
+  }
 }
 
 TEST_F(PlatformLog, KeepsAnyNumberOfLines) {
@@ -111,6 +128,7 @@ TEST_F(PlatformLog, TakesMissingTexts) {
 }
 
 TEST_F(PlatformLog, CountsLinesThatThereIsNoMemoryFor) {
+  const size_t before = Firmware().Memory().LiveCount(host::images::platform);
   // A line takes the guarded format, room in the list (the first line only) and the line itself.
   for (uint64_t n = 1; n <= 3; ++n) {
     Firmware().Memory().FailAllocation(n, host::images::platform);
@@ -122,6 +140,8 @@ TEST_F(PlatformLog, CountsLinesThatThereIsNoMemoryFor) {
   Print(u"kept\n");
   EXPECT_EQ(Platform()->CountLostLines(Platform()), 3u);
   EXPECT_EQ(Text(0), "kept\n");
+  // The list and the line.
+  EXPECT_EQ(Firmware().Memory().LiveCount(host::images::platform), before + 2);
 }
 
 TEST_F(PlatformLog, HoldsOneBlockForEachLine) {
@@ -140,7 +160,7 @@ TEST_F(PlatformLog, RefusesMissingArguments) {
 }
 
 TEST_F(PlatformLog, GoesToTheDebugLibraryWholeHoweverLongALineIs) {
-  Firmware().KeepDebugOutput(true);
+  Firmware().KeepDebugOutput();
   const std::u16string digits = u"0123456789";
   std::u16string text;
   for (int i = 0; i < 100; ++i) {
@@ -148,6 +168,20 @@ TEST_F(PlatformLog, GoesToTheDebugLibraryWholeHoweverLongALineIs) {
   }
   Print(u"%s\n", text.c_str());
   EXPECT_EQ(Firmware().DebugOutput(), "Routine: " + Utf8(Wide(text.c_str())) + "\n");
+}
+
+TEST_F(PlatformLog, GoesToTheDebugLibraryAtItsLevel) {
+  const auto printed = [&](UINTN levels) {
+    const size_t before = Firmware().DebugOutput().size();
+    Firmware().KeepDebugOutput(levels);
+    Log().Print(DEBUG_LOG_LEVEL_ERROR, "Routine", Wide(u"error "));
+    Log().Print(DEBUG_LOG_LEVEL_INFO, "Routine", Wide(u"information "));
+    return Firmware().DebugOutput().substr(before);
+  };
+  EXPECT_EQ(printed(DEBUG_ERROR), "Routine: error ");
+  EXPECT_EQ(printed(DEBUG_INFO), "Routine: information ");
+  EXPECT_EQ(printed(~UINTN{DEBUG_ERROR | DEBUG_INFO}), "");
+  EXPECT_EQ(printed(MAX_UINTN), "Routine: error Routine: information ");
 }
 
 TEST_F(PlatformLog, IsKeptWithoutADebugLibrary) {

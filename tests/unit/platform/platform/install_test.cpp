@@ -81,6 +81,9 @@ TEST_F(PlatformInstall, BringsTheTableBeforeTheProtocolsOfTheDependencyExpressio
 
 TEST_F(PlatformInstall, LeavesTheServicesOfAnotherPlatformAlone) {
   UINT64 other = 0;
+  // It need not be the first of the configuration table.
+  ASSERT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gTvqPlatformProtocolGuid, &other),
+            EFI_SUCCESS);
   ASSERT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, &other),
             EFI_SUCCESS);
   EXPECT_EQ(Start(), EFI_ALREADY_STARTED);

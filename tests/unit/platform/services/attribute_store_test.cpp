@@ -6,6 +6,7 @@
 #include "tests/unit/platform/platform_fixture.h"
 
 #include <Guid/ZvServices.h>
+#include <Protocol/LoadedImage.h>
 
 namespace tvq::test {
 namespace {
@@ -141,6 +142,52 @@ TEST_F(PlatformServices, ReplaceTheCallbacksOfANamespaceAndKeepItsValues) {
   EXPECT_THAT(StoredValues(), testing::ElementsAre("a/One=1"));
 }
 
+// A loaded image that consists of one function, or lies in front of it.
+class LoadedCode {
+ public:
+  template <typename Function>
+  LoadedCode(host::Firmware& machine, Function* first, UINTN size, UINTN inFront = 0)
+      : mServices(*machine.BootServices()) {
+    mImage.ImageBase = reinterpret_cast<VOID*>(reinterpret_cast<UINTN>(first) - inFront);
+    mImage.ImageSize = size;
+    EXPECT_EQ(mServices.InstallProtocolInterface(&mHandle, &gEfiLoadedImageProtocolGuid,
+                                                 EFI_NATIVE_INTERFACE, &mImage),
+              EFI_SUCCESS);
+  }
+  void Unload() {
+    EXPECT_EQ(mServices.UninstallProtocolInterface(mHandle, &gEfiLoadedImageProtocolGuid, &mImage),
+              EFI_SUCCESS);
+  }
+
+ private:
+  EFI_BOOT_SERVICES& mServices;
+  EFI_LOADED_IMAGE_PROTOCOL mImage = {};
+  EFI_HANDLE mHandle = nullptr;
+};
+
+TEST_F(PlatformServices, CallNobodyWhoIsUnloaded) {
+  UINT64 value = 0;
+  LoadedCode getter(Firmware(), Get, 1);
+  ASSERT_EQ(Register(u"a", Get), EFI_SUCCESS);
+  EXPECT_EQ(Ask(u"a", u"One", &value), EFI_SUCCESS);
+  getter.Unload();
+  EXPECT_EQ(Ask(u"a", u"One", &value), EFI_NOT_FOUND);
+  LoadedCode setter(Firmware(), Set, 1);
+  ASSERT_EQ(Register(u"b", nullptr, Set), EFI_SUCCESS);
+  EXPECT_EQ(Change(u"b", u"One", 1), EFI_UNSUPPORTED);
+  setter.Unload();
+  EXPECT_EQ(Change(u"b", u"One", 1), EFI_NOT_FOUND);
+  EXPECT_EQ(gCalls.size(), 2u);
+}
+
+TEST_F(PlatformServices, CallWhoeverIsNoPartOfAnUnloadedImage) {
+  UINT64 value = 0;
+  LoadedCode inFront(Firmware(), Get, 16, 16);
+  ASSERT_EQ(Register(u"a", Get), EFI_SUCCESS);
+  inFront.Unload();
+  EXPECT_EQ(Ask(u"a", u"One", &value), EFI_SUCCESS);
+}
+
 TEST_F(PlatformServices, GiveEachNamespaceATokenOfItsOwn) {
   VOID* first = nullptr;
   VOID* second = nullptr;
@@ -175,6 +222,8 @@ TEST_F(PlatformServices, RefuseMissingArguments) {
             EFI_INVALID_PARAMETER);
   EXPECT_EQ(Platform()->SetAttribute(nullptr, Wide(u"a"), Wide(u"n"), 1), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Platform()->GetStoredValue(Platform(), 0, nullptr), EFI_INVALID_PARAMETER);
+  TVQ_STORED_VALUE stored;
+  EXPECT_EQ(Platform()->GetStoredValue(Platform(), 0, &stored), EFI_NOT_FOUND);
   EXPECT_TRUE(gCalls.empty());
 }
 

@@ -18,15 +18,20 @@ namespace tvq::test {
 
 inline VOID EFIAPI OnNothing(EFI_EVENT, VOID*) {}
 
-// Signals that the firmware is ready to boot.
-inline void TryBootOption(host::Firmware& machine) {
+// Signals an event group.
+inline void Signal(host::Firmware& machine, const EFI_GUID& group) {
   EFI_BOOT_SERVICES& services = *machine.BootServices();
   EFI_EVENT event = nullptr;
-  ASSERT_EQ(services.CreateEventEx(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, OnNothing, nullptr,
-                                   &gEfiEventReadyToBootGuid, &event),
-            EFI_SUCCESS);
+  ASSERT_EQ(
+      services.CreateEventEx(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, OnNothing, nullptr, &group, &event),
+      EFI_SUCCESS);
   EXPECT_EQ(services.SignalEvent(event), EFI_SUCCESS);
   services.CloseEvent(event);
+}
+
+// Signals that the firmware is ready to boot.
+inline void TryBootOption(host::Firmware& machine) {
+  Signal(machine, gEfiEventReadyToBootGuid);
 }
 
 }  // namespace tvq::test

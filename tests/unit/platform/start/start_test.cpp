@@ -13,6 +13,7 @@ extern "C" {
 #include <Protocol/Smbios.h>
 }
 
+#include <Library/TvqStartLib.h>
 #include <Protocol/TvqInventory.h>
 #include <Protocol/TvqStartRequest.h>
 
@@ -251,7 +252,7 @@ TEST_F(StartAtReadyToBoot, LeavesTheRecordsOfAnotherStarterAlone) {
   LoadDriver();
   PublishFirmwareTable(ClashingServer());
   EXPECT_EQ(RunAgent(), EFI_SUCCESS);
-  Firmware().KeepDebugOutput(true);
+  Firmware().KeepDebugOutput();
   TryBootOption();
   EXPECT_THAT(Firmware().DebugOutput(), HasSubstr("TVQ: start: Already started"));
   EXPECT_THAT(Firmware().DebugOutput(), Not(HasSubstr("MakeSYSTEM")));
@@ -269,11 +270,67 @@ TEST_F(StartAtReadyToBoot, IsLeftToTheAgentWhereThePlatformIsBuiltSo) {
 
 TEST_F(StartAtReadyToBoot, IsDueWithoutDriverOrTableTooAndThenOver) {
   LoadPlatform();
+  Firmware().KeepDebugOutput();
   TryBootOption();
+  EXPECT_THAT(Firmware().DebugOutput(), HasSubstr("TVQ: start: Not Ready"));
   LoadSpy();
   PublishFirmwareTable(ClashingServer());
   TryBootOption();
   EXPECT_THAT(Starts(), IsEmpty());
+}
+
+TEST_F(StartAtReadyToBoot, IsNotDueWhenBootServicesEnd) {
+  LoadPlatform();
+  LoadSpy();
+  PublishFirmwareTable(ClashingServer());
+  Signal(Firmware(), gEfiEventExitBootServicesGuid);
+  EXPECT_THAT(Starts(), IsEmpty());
+}
+
+TEST_F(StartAtReadyToBoot, IsAskedForOnce) {
+  LoadPlatform();
+  EXPECT_EQ(TvqStartAtReadyToBoot(), EFI_ALREADY_STARTED) << "the platform has asked";
+  LoadSpy();
+  PublishFirmwareTable(ClashingServer());
+  TryBootOption();
+  EXPECT_EQ(TvqStartAtReadyToBoot(), EFI_ALREADY_STARTED) << "it was started";
+  TryBootOption();
+  EXPECT_EQ(Starts().size(), 1u);
+}
+
+VOID EFIAPI AskForTheStart(EFI_EVENT, VOID* status) {
+  *static_cast<EFI_STATUS*>(status) = TvqStartAtReadyToBoot();
+}
+
+// It comes behind the handlers of ready-to-boot, which may be before the platform's or after it.
+TEST_F(StartAtReadyToBoot, IsAskedForOnceWhileItIsDue) {
+  EFI_STATUS statuses[] = {EFI_SUCCESS, EFI_SUCCESS};
+  const auto addHandler = [this](EFI_STATUS& status) {
+    EFI_EVENT event = nullptr;
+    ASSERT_EQ(Services().CreateEventEx(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, AskForTheStart, &status,
+                                       &gEfiEventReadyToBootGuid, &event),
+              EFI_SUCCESS);
+  };
+  addHandler(statuses[0]);
+  LoadPlatform();
+  addHandler(statuses[1]);
+  LoadSpy();
+  PublishFirmwareTable(ClashingServer());
+  TryBootOption();
+  EXPECT_THAT(statuses, ElementsAre(EFI_ALREADY_STARTED, EFI_ALREADY_STARTED));
+  EXPECT_EQ(Starts().size(), 1u);
+}
+
+TEST_F(StartAtReadyToBoot, MayBeAskedForAgainWhenItWasTakenBack) {
+  LoadPlatform();
+  TvqCancelStart();
+  LoadSpy();
+  PublishFirmwareTable(ClashingServer());
+  TryBootOption();
+  EXPECT_THAT(Starts(), IsEmpty());
+  EXPECT_EQ(TvqStartAtReadyToBoot(), EFI_SUCCESS);
+  TryBootOption();
+  EXPECT_EQ(Starts().size(), 1u);
 }
 
 TEST_F(StartAtReadyToBoot, IsTakenBackWhenThePlatformIsUnloaded) {
@@ -325,7 +382,7 @@ TEST_F(StartAtReadyToBoot, HandsOutTheTableOfTheRecords) {
 }
 
 TEST_F(StartAtReadyToBoot, IsToldToTheDebugLibrary) {
-  Firmware().KeepDebugOutput(true);
+  Firmware().KeepDebugOutput();
   LoadDriver();
   PublishFirmwareTable(ClashingServer());
   TryBootOption();

@@ -285,6 +285,11 @@ TEST_F(XmlParserWithoutMemory, HandsOutNothing) {
   EXPECT_GT(AllocationsFor(text + "</a>"), 50u);
 }
 
+TEST_F(XmlParserWithoutMemory, HandsOutNoElementWithALongName) {
+  const std::string name(2000, 'n');
+  EXPECT_GT(AllocationsFor("<" + name + "><" + name + "/></" + name + ">"), 3u);
+}
+
 TEST_F(XmlParserWithoutMemory, HandsOutNoEmptyElement) {
   EXPECT_GT(AllocationsFor("<a/>"), 1u);
   EXPECT_GT(AllocationsFor("<a><b/><c/></a>"), 3u);

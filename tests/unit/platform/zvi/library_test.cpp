@@ -101,6 +101,41 @@ TEST_F(PlatformZvi, ComparesNoMoreThanTheGivenLength) {
   EXPECT_NE(Zvi().AsciiStrnCmp("ab", "abc", 10), 0);
 }
 
+TEST_F(PlatformZvi, LooksBehindNoTerminator) {
+  const char left[] = "ab\0X";
+  const char right[] = "ab\0Y";
+  EXPECT_EQ(Zvi().AsciiStrnCmp(left, right, 4), 0);
+  const char empty[] = "\0XYZ";
+  char text[6] = "12345";
+  EXPECT_EQ(Zvi().AsciiStrCpyS(text, 5, empty), RETURN_SUCCESS);
+  EXPECT_EQ(std::string(text, 5), std::string("\0"
+                                              "2345",
+                                              5));
+  char trimmed[] = "  ab\0XYZ";
+  Zvi().AsciiStrTrim(trimmed, ' ');
+  EXPECT_STREQ(trimmed, "ab");
+  EXPECT_STREQ(trimmed + 5, "XYZ");
+}
+
+TEST_F(PlatformZvi, TrimsNothingInFrontOfAText) {
+  char text[] = "   \0#";
+  Zvi().AsciiStrTrim(text + 3, ' ');
+  EXPECT_EQ(std::string(text, sizeof(text)), std::string("   \0#", sizeof(text)));
+}
+
+TEST_F(PlatformZvi, BoundedCopiesRefuseATextThatTheyWouldOverwrite) {
+  char text[] = "abc\0defg";
+  EXPECT_EQ(Zvi().AsciiStrCpyS(text + 3, 5, text), RETURN_ACCESS_DENIED) << "its terminator";
+  EXPECT_EQ(Zvi().AsciiStrCpyS(text, 5, text + 4), RETURN_ACCESS_DENIED) << "its first character";
+  EXPECT_STREQ(text, "abc");
+  EXPECT_STREQ(text + 4, "defg");
+  EXPECT_EQ(Zvi().AsciiStrCpyS(text + 4, 4, text), RETURN_SUCCESS);
+  EXPECT_STREQ(text + 4, "abc");
+  std::copy_n("xyz", 4, text + 4);
+  EXPECT_EQ(Zvi().AsciiStrCpyS(text, 4, text + 4), RETURN_SUCCESS);
+  EXPECT_STREQ(text, "xyz");
+}
+
 TEST_F(PlatformZvi, BoundedCopiesRefuseWhatDoesNotFit) {
   char text[6] = "keep";
   EXPECT_EQ(Zvi().AsciiStrCpyS(text, 4, "1234"), RETURN_BUFFER_TOO_SMALL);
@@ -148,6 +183,11 @@ TEST_F(PlatformZvi, ReadsDecimalNumbers) {
   EXPECT_EQ(Zvi().AsciiStrToUint(" \t007x", 10), 7u);
   EXPECT_EQ(Zvi().AsciiStrToUint("x", 10), 0u);
   EXPECT_EQ(Zvi().AsciiStrToUint("1A", 10), 1u);
+  EXPECT_EQ(Zvi().AsciiStrToUint("0123456789", 10), 123456789u);
+  for (const char* const text : {"1/", "1:", "1@"}) {
+    EXPECT_EQ(Zvi().AsciiStrToUint(text, 10), 1u) << text;
+  }
+  EXPECT_EQ(Zvi().AsciiStrToUint("18446744073709551614", 10), MAX_UINTN - 1);
   EXPECT_EQ(Zvi().AsciiStrToUint("18446744073709551615", 10), MAX_UINTN);
   EXPECT_EQ(Zvi().AsciiStrToUint("18446744073709551616", 10), MAX_UINTN);
 }
@@ -158,6 +198,13 @@ TEST_F(PlatformZvi, ReadsHexadecimalNumbers) {
   EXPECT_EQ(Zvi().AsciiStrToUint("00X1A", 16), 0x1Au);
   EXPECT_EQ(Zvi().AsciiStrToUint("x1A", 16), 0u);
   EXPECT_EQ(Zvi().AsciiStrToUint("B1_", 16), 0xB1u);
+  EXPECT_EQ(Zvi().AsciiStrToUint("abcdef", 16), 0xABCDEFu);
+  EXPECT_EQ(Zvi().AsciiStrToUint("ABCDEF", 16), 0xABCDEFu);
+  // What stands beside the digits in ASCII.
+  for (const char* const text : {"1/", "1:", "1;", "1@", "1G", "1`", "1g"}) {
+    EXPECT_EQ(Zvi().AsciiStrToUint(text, 16), 1u) << text;
+  }
+  EXPECT_EQ(Zvi().AsciiStrToUint("FFFFFFFFFFFFFFFE", 16), MAX_UINTN - 1);
   EXPECT_EQ(Zvi().AsciiStrToUint("FFFFFFFFFFFFFFFFF", 16), MAX_UINTN);
   EXPECT_EQ(Zvi().AsciiStrToUint("", 16), 0u);
 }
