@@ -29,9 +29,8 @@ bool HasFunction(const VOID* interface, UINTN offset) {
   if (offset == kNoFunction) {
     return true;
   }
-  VOID* function;
-  CopyMem(&function, static_cast<const UINT8*>(interface) + offset, sizeof(function));
-  return function != nullptr;
+  const auto* place = static_cast<const UINT8*>(interface) + offset;
+  return ReadUnaligned64(reinterpret_cast<const UINT64*>(place)) != 0;
 }
 
 /// The question is shown before it is asked, so that one that never comes back is named.
