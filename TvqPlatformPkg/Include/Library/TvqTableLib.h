@@ -59,13 +59,12 @@ TvqPutBackTable (
 
 /**
   Adds the copy's structures of type 225 to the firmware's own table through the SMBIOS protocol, so
-  that the operating system finds the FQDDs too. A structure whose handle is taken is left out.
+  that the operating system finds the FQDDs too. A structure whose handle is taken is left out; where
+  the firmware has no SMBIOS protocol, all of them are.
 
   @param[in]  Published   What TvqPublishTable set.
-
-  @return The number of structures added; 0 where the firmware has no SMBIOS protocol.
 **/
-UINTN
+VOID
 EFIAPI
 TvqAddFqddsToFirmwareTable (
   IN CONST TVQ_PUBLISHED_TABLE  *Published

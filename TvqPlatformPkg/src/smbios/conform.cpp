@@ -160,7 +160,7 @@ class Renamer {
   }
 
   static TableChange ChangeOf(const Structure& structure, ChangedField field) {
-    return {structure.Type(), structure.Handle(), field, 0, {}, {}};
+    return {structure.Type(), structure.Handle(), field};
   }
 
   const FqddMap& mMap;
@@ -202,7 +202,7 @@ ConformResult ResultOf(NamingResult result) {
     case NamingResult::kNamed:
       break;
   }
-  return ConformResult::kUnchanged;
+  return ConformResult::kUnchanged;  // As yet.
 }
 
 }  // namespace

@@ -49,12 +49,12 @@ enum class ChangedField : UINT8 {
 
 /// One change.
 struct TableChange {
-  UINT8 Type;
-  UINT16 Handle;
-  ChangedField Field;
-  UINT16 About;
-  smbios::Text Old;  ///< In the original table; no text where the field named none.
-  CHAR8 New[16];
+  UINT8 Type = 0;
+  UINT16 Handle = 0;
+  ChangedField Field = ChangedField::kFqdd;
+  UINT16 About = 0;
+  smbios::Text Old = {};  ///< In the original table; no text where the field named none.
+  CHAR8 New[16] = {};
 };
 
 /// Whether the change is more than a device's first name or FQDD: two devices with one name, an FQDD

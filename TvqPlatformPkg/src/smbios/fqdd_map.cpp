@@ -33,7 +33,6 @@ constexpr UINT16 kLastHandle = 0xFFFE;
 class UnusedHandles {
  public:
   explicit UnusedHandles(Bytes table) {
-    ZeroMem(mUsed, sizeof(mUsed));
     for (const Structure& structure : smbios::Walk(table)) {
       if (structure.Handle() >= kFirstHandle && structure.Handle() <= kLastHandle) {
         mUsed[structure.Handle() - kFirstHandle] = true;
@@ -53,25 +52,17 @@ class UnusedHandles {
   }
 
  private:
-  bool mUsed[kLastHandle - kFirstHandle + 1];
+  bool mUsed[kLastHandle - kFirstHandle + 1] = {};
 };
 
-/// One FQDD and the structure that it names.
-struct Group {
-  CHAR8 Fqdd[kFqddSize];
-  UINT16 Handle;
-};
+/// The device that a group gives its FQDD to.
+using Group = const NamedDevice*;
 
 [[nodiscard]] bool AppendGroups(const GrowingArray<NamedDevice>& devices, bool areProcessors,
                                 GrowingArray<Group>& groups) {
   for (const NamedDevice& device : devices) {
-    if (!device.HasRecord || device.Group != 0 || device.IsProcessor != areProcessors) {
-      continue;
-    }
-    Group group;
-    CopyMem(group.Fqdd, device.Fqdd, sizeof(group.Fqdd));
-    group.Handle = device.Where.Handle();
-    if (!groups.Append(group)) {
+    const bool lacksGroup = device.HasRecord && device.Group == 0;
+    if (lacksGroup && device.IsProcessor == areProcessors && !groups.Append(&device)) {
       return false;
     }
   }
@@ -100,7 +91,8 @@ class MapWriter {
       return false;
     }
     for (UINTN i = 0; i < count; i++) {
-      const SMBIOS_TVQ_FQDD_GROUP group = {static_cast<UINT8>(i + 1), groups[i].Handle, 0};
+      const UINT16 device = groups[i]->Where.Handle();
+      const SMBIOS_TVQ_FQDD_GROUP group = {static_cast<UINT8>(i + 1), device, 0};
       if (!mBytes.Append(reinterpret_cast<const UINT8*>(&group), sizeof(group))) {
         return false;
       }
@@ -111,7 +103,7 @@ class MapWriter {
   [[nodiscard]] bool WriteStrings(const Group* groups, UINTN count) {
     TableBuilder builder(mBytes);
     for (UINTN i = 0; i < count; i++) {
-      if (!builder.AppendText(groups[i].Fqdd)) {
+      if (!builder.AppendText(groups[i]->Fqdd)) {
         return false;
       }
     }
@@ -119,14 +111,14 @@ class MapWriter {
   }
 
   [[nodiscard]] bool NoteChanges(UINT16 handle, const Group* groups, UINTN count) {
-    TableChange change = {SMBIOS_TYPE_TVQ_FQDD_MAP, handle, ChangedField::kNewStructure, 0, {}, {}};
+    TableChange change = {SMBIOS_TYPE_TVQ_FQDD_MAP, handle, ChangedField::kNewStructure};
     if (count == 0) {
       return mChanges.Append(change);
     }
     for (UINTN i = 0; i < count; i++) {
       change.Field = ChangedField::kFqdd;
-      change.About = groups[i].Handle;
-      CopyMem(change.New, groups[i].Fqdd, sizeof(change.New));
+      change.About = groups[i]->Where.Handle();
+      CopyMem(change.New, groups[i]->Fqdd, sizeof(change.New));
       if (!mChanges.Append(change)) {
         return false;
       }
@@ -162,14 +154,11 @@ class MapWriter {
   return ConformResult::kChanged;
 }
 
-/// Ends the last structure when it was cut off: what is added after it would be taken for a part
-/// of it.
+/// Ends the last structure, which was cut off: what is added after it would be taken for a part of
+/// it.
 [[nodiscard]] bool CloseTable(GrowingArray<UINT8>& table, const Structure& last,
                               GrowingArray<TableChange>& changes) {
-  if (last.IsComplete()) {
-    return true;
-  }
-  const TableChange change = {last.Type(), last.Handle(), ChangedField::kMissingEnd, 0, {}, {}};
+  const TableChange change = {last.Type(), last.Handle(), ChangedField::kMissingEnd};
   return changes.Append(change) && TableBuilder(table).CloseLast(last);
 }
 
@@ -196,7 +185,8 @@ class MapWriter {
 /// The groups of a structure of type 225 by their offsets in it.
 UINTN EndOfGroups(const Structure& map) {
   constexpr UINTN kGroupSize = sizeof(SMBIOS_TVQ_FQDD_GROUP);
-  return devices::kFqddGroups + (map.Length() - devices::kFqddGroups) / kGroupSize * kGroupSize;
+  const UINTN groups = (map.Length() - devices::kFqddGroups) / kGroupSize;
+  return devices::kFqddGroups + groups * kGroupSize;
 }
 
 UINT16 HandleOfGroup(const Structure& map, UINTN group) {

@@ -50,14 +50,13 @@ VOID EFIAPI TvqPutBackTable(const TVQ_PUBLISHED_TABLE* Published) {
   Publication(*Published).Restore();
 }
 
-UINTN EFIAPI TvqAddFqddsToFirmwareTable(const TVQ_PUBLISHED_TABLE* Published) {
+VOID EFIAPI TvqAddFqddsToFirmwareTable(const TVQ_PUBLISHED_TABLE* Published) {
   EFI_SMBIOS_PROTOCOL* firmware = nullptr;
   if (Published->EntryPoint == nullptr ||
       EFI_ERROR(gBS->LocateProtocol(&gEfiSmbiosProtocolGuid, nullptr,
                                     reinterpret_cast<VOID**>(&firmware)))) {
-    return 0;
+    return;
   }
-  UINTN added = 0;
   for (const smbios::Structure& structure :
        smbios::Walk(tvqplatform::TableBehind(Published->EntryPoint))) {
     if (structure.Type() != SMBIOS_TYPE_TVQ_FQDD_MAP) {
@@ -67,7 +66,6 @@ UINTN EFIAPI TvqAddFqddsToFirmwareTable(const TVQ_PUBLISHED_TABLE* Published) {
     EFI_SMBIOS_HANDLE handle = structure.Handle();
     auto* record =
         reinterpret_cast<EFI_SMBIOS_TABLE_HEADER*>(const_cast<UINT8*>(structure.Whole().Data()));
-    added += EFI_ERROR(firmware->Add(firmware, nullptr, &handle, record)) ? 0 : 1;
+    (void)firmware->Add(firmware, nullptr, &handle, record);
   }
-  return added;
 }

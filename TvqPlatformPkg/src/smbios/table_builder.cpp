@@ -29,9 +29,6 @@ bool TableBuilder::AppendText(const CHAR8* text) {
 }
 
 bool TableBuilder::CloseLast(const Structure& structure) {
-  if (structure.IsComplete()) {
-    return true;
-  }
   // Fields that were cut off read as 0 before, and do so behind the end of the formatted part.
   UINT8* length = mBytes.end() - structure.Size() + 1;
   *length = static_cast<UINT8>(structure.Formatted().Size());

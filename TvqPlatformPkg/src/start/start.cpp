@@ -72,7 +72,7 @@ void PrintRecords() {
   status = driver.Request->Start(nullptr);
   // The SMBIOS protocol installs the firmware's own table whenever something is added to it.
   TvqPutBackTable(&table);
-  (void)TvqAddFqddsToFirmwareTable(&table);
+  TvqAddFqddsToFirmwareTable(&table);
   // Whatever came of the start, the driver keeps pointers into the table.
   gStartedOn = table.EntryPoint;
   PrintRecords();

@@ -91,6 +91,9 @@ Conformed Conform(const Bytes& table) {
     char sentence[256];
     tvqplatform::FormatChange(change, sentence, sizeof(sentence));
     outcome.changes.emplace_back(sentence);
+    if (tvqplatform::IsRemarkable(change)) {
+      outcome.remarkable.emplace_back(sentence);
+    }
   }
   return outcome;
 }

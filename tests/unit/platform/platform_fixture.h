@@ -92,6 +92,7 @@ struct Conformed {
   tvqplatform::ConformResult result = tvqplatform::ConformResult::kUnchanged;
   Bytes table;
   std::vector<std::string> changes;
+  std::vector<std::string> remarkable;  // Those of the changes that are more than a first name.
 };
 Conformed Conform(const Bytes& table);
 

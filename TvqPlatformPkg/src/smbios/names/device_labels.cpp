@@ -31,17 +31,16 @@ DeviceLabel LabelOf(const Structure& structure) {
   return label;
 }
 
-/// The FQDD as the driver makes it up.
-void PrintOwnFqdd(const Structure& structure, CHAR8 (&fqdd)[kFqddSize]) {
+/// Gives a new label the FQDD as the driver makes it up.
+void PrintOwnFqdd(const Structure& structure, DeviceLabel& label) {
   if (structure.Type() == SMBIOS_TYPE_PROCESSOR_INFORMATION) {
-    AsciiSPrint(fqdd, sizeof(fqdd), "CPU.Socket.%x",
+    AsciiSPrint(label.Fqdd, sizeof(label.Fqdd), "CPU.Socket.%x",
                 static_cast<UINT32>(devices::SocketNumber(structure)));
     return;
   }
   const devices::LocatorKey key = devices::KeyOfLocator(structure);
-  AsciiSPrint(fqdd, sizeof(fqdd), "DIMM.Socket.");
-  CopyMem(fqdd + AsciiStrLen(fqdd), key.Characters, sizeof(key.Characters));
-  fqdd[kFqddSize - 1] = '\0';
+  AsciiSPrint(label.Fqdd, sizeof(label.Fqdd), "DIMM.Socket.");
+  CopyMem(label.Fqdd + AsciiStrLen(label.Fqdd), key.Characters, sizeof(key.Characters));
 }
 
 bool AreEqual(const CHAR8* left, const CHAR16* right) {
@@ -79,7 +78,7 @@ bool DeviceLabels::Collect(Bytes table) {
     if (fqdd) {
       CopyMem(label.Fqdd, fqdd.Data(), MIN(fqdd.Length(), kFqddSize - 1));
     } else {
-      PrintOwnFqdd(structure, label.Fqdd);
+      PrintOwnFqdd(structure, label);
     }
     if (!mLabels.Append(label)) {
       return false;

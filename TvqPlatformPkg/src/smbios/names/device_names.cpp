@@ -68,7 +68,7 @@ class Sockets {
     device.Number = number.Value;
     device.Rule = number.Rule;
     if (number) {
-      mGivenBy[number.Value] = static_cast<UINT16>(MIN(mGivenBy[number.Value] + 1, 2));
+      mGivenBy[number.Value]++;
     }
   }
 
@@ -104,7 +104,7 @@ class Sockets {
   }
 
   GrowingArray<NamedDevice>& mDevices;
-  UINT16 mGivenBy[kHighestSocket + 1] = {};  ///< How many texts give the number; 2 for several.
+  UINT16 mGivenBy[kHighestSocket + 1] = {};  ///< How many texts give the number.
   UINT32 mNext = 1;
 };
 
@@ -119,10 +119,8 @@ class Slots {
         const SlotName name = NameByRule(device.Texts);
         CopyMem(device.Wanted, name.Text, sizeof(device.Wanted));
         device.Rule = name.Rule;
+        FindConflict(device);
       }
-    }
-    for (UINTN i = 0; i < mDevices.Size(); i++) {
-      FindConflict(i);
     }
     TakeRulesNames();
     // A name that was computed before stays. The texts that only one slot has come before those
@@ -153,16 +151,17 @@ class Slots {
   }
 
   /// Compares a slot with those before it.
-  void FindConflict(UINTN at) {
-    NamedDevice& device = mDevices[at];
-    for (UINTN i = 0; i < at && !device.IsProcessor; i++) {
-      NamedDevice& earlier = mDevices[i];
+  void FindConflict(NamedDevice& device) const {
+    for (NamedDevice& earlier : mDevices) {
+      if (&earlier == &device) {
+        return;
+      }
       if (earlier.IsProcessor || !AreEqual(earlier.Wanted, device.Wanted)) {
         continue;
       }
       if (earlier.Texts == device.Texts) {
         Note(device, NameConflict::kSameTexts, earlier);
-        break;
+        return;
       }
       if (device.Wanted[0] != '\0') {
         Note(device, NameConflict::kSameName, earlier);
@@ -178,10 +177,10 @@ class Slots {
     }
   }
 
+  /// A slot that no rule names stays without a name.
   void TakeRulesNames() {
     for (NamedDevice& device : mDevices) {
-      if (!device.IsProcessor && device.Wanted[0] != '\0' &&
-          device.Conflict == NameConflict::kNone) {
+      if (!device.IsProcessor && device.Conflict == NameConflict::kNone) {
         CopyMem(device.Name, device.Wanted, sizeof(device.Name));
         device.IsWellNamed = IsReadFrom(device);
       }

@@ -92,7 +92,7 @@ class NameWriter {
   }
   void PutDigit(UINT32 number) {
     mIsGood &= number < kDigits;
-    Put(mIsGood ? ToDigit(number) : '?');
+    Put(ToDigit(number));
   }
   /// Zeros in front that do not fit are left out.
   void PutPrinted(PrintedNumber number, UINTN room) {
@@ -155,13 +155,15 @@ SlotName NameOf(const SlotPlace& place) {
   return SlotName();
 }
 
+bool HasPrefix(Text text) {
+  return text.Length() >= devices::kLocatorPrefixLength &&
+         CompareMem(text.Data(), devices::kLocatorPrefix, devices::kLocatorPrefixLength) == 0;
+}
+
 /// What stands behind "DIMM_" at the start of the text, or the text.
 Text WithoutPrefix(Text text) {
   constexpr UINTN kLength = devices::kLocatorPrefixLength;
-  if (text.Length() < kLength || CompareMem(text.Data(), devices::kLocatorPrefix, kLength) != 0) {
-    return text;
-  }
-  return Text(text.Data() + kLength, text.Length() - kLength);
+  return HasPrefix(text) ? Text(text.Data() + kLength, text.Length() - kLength) : text;
 }
 
 /// A text that is a name already. One of digits alone is a number, which the bank may add to, unless
@@ -176,10 +178,9 @@ bool IsGiven(Text locator) {
     letters += IsLetter(character) ? 1 : 0;
   }
   const UINTN length = name.Length();
-  const bool hasPrefix = length != locator.Length();
   return length <= kSlotNameLength &&
          (letters == 0 ? length == kSlotNameLength
-                       : length >= 2 && (hasPrefix || letters < length));
+                       : length >= 2 && (HasPrefix(locator) || letters < length));
 }
 
 /// Whether the text says nothing: there is none, or one of those that stand for none.

@@ -83,6 +83,7 @@ struct Item {
   PrintedNumber Number;
 
   bool Is(CHAR8 letter) const { return Meaning == Role::kLetter && Letter == letter && Number; }
+  bool NumbersSlot() const { return Number && (Meaning == Role::kSlot || Meaning == Role::kNone); }
 };
 
 /// The items of a text, in their order. A place needs no more than these.
@@ -96,9 +97,10 @@ class Items {
     }
   }
 
-  UINTN Size() const { return mSize; }
-  const Item& operator[](UINTN i) const { return mItems[i]; }
-  Item& operator[](UINTN i) { return mItems[i]; }
+  Item* begin() { return mItems; }
+  Item* end() { return mItems + mSize; }
+  const Item* begin() const { return mItems; }
+  const Item* end() const { return mItems + mSize; }
 
  private:
   void Add(Role meaning, CHAR8 letter = '\0') {
@@ -112,7 +114,7 @@ class Items {
   /// Takes the letters that the text begins with: words that stand one behind the other, and
   /// perhaps a letter behind them, or a word that is not known.
   UINTN TakeLetters(Text text) {
-    UINTN length = 0;
+    UINTN length = 1;
     while (length < text.Length() && IsLetter(text[length])) {
       length++;
     }
@@ -165,8 +167,8 @@ class PlaceReader {
     FindProcessorLetter();
     FindChannelAndSlotLetters();
     FindChannelLetter();
-    for (UINTN i = 0; i < mItems.Size(); i++) {
-      TakeNumberOf(mItems[i]);
+    for (const Item& item : mItems) {
+      TakeNumberOf(item);
     }
     if (!mPlace.Processor) {
       mPlace.Processor = mNode;
@@ -174,16 +176,16 @@ class PlaceReader {
     if (!mPlace.Other) {
       mPlace.Other = mConnector;
     }
-    if (mChannelLetter < mItems.Size()) {
+    if (mChannelLetter != nullptr) {
       TakeChannelLetter();
     }
     return mPlace;
   }
 
  private:
-  bool SaysMoreBehind(UINTN at) const {
-    for (UINTN i = at + 1; i < mItems.Size(); i++) {
-      if (mItems[i].Number || mItems[i].Meaning == Role::kLetter) {
+  bool SaysMoreBehind(const Item& at) const {
+    for (const Item* item = &at + 1; item != mItems.end(); item++) {
+      if (item->Number || item->Meaning == Role::kLetter) {
         return true;
       }
     }
@@ -192,9 +194,9 @@ class PlaceReader {
 
   /// "P1-DIMMA1": the first P with a number is a processor's, if the slot is named behind it.
   void FindProcessorLetter() {
-    for (UINTN i = 0; i < mItems.Size(); i++) {
-      if (mItems[i].Is('P')) {
-        mItems[i].Meaning = SaysMoreBehind(i) ? Role::kProcessor : Role::kLetter;
+    for (Item& item : mItems) {
+      if (item.Is('P')) {
+        item.Meaning = SaysMoreBehind(item) ? Role::kProcessor : Role::kLetter;
         return;
       }
     }
@@ -202,16 +204,19 @@ class PlaceReader {
 
   /// "CPU0_C0D1" and "S0C0D1": of letters in this order, each says what its number counts.
   void FindChannelAndSlotLetters() {
-    for (UINTN i = 0; i + 1 < mItems.Size(); i++) {
-      if (!mItems[i].Is('C') || !mItems[i + 1].Is('D')) {
-        continue;
+    Item* beforeLast = nullptr;
+    Item* last = nullptr;
+    for (Item& item : mItems) {
+      if (item.Is('D') && last != nullptr && last->Is('C')) {
+        item.Meaning = Role::kSlot;
+        last->Meaning = Role::kChannel;
+        if (beforeLast != nullptr && (beforeLast->Is('S') || beforeLast->Is('N'))) {
+          beforeLast->Meaning = Role::kNode;
+        }
+        return;
       }
-      mItems[i].Meaning = Role::kChannel;
-      mItems[i + 1].Meaning = Role::kSlot;
-      if (i != 0 && (mItems[i - 1].Is('S') || mItems[i - 1].Is('N'))) {
-        mItems[i - 1].Meaning = Role::kNode;
-      }
-      return;
+      beforeLast = last;
+      last = &item;
     }
   }
 
@@ -219,15 +224,13 @@ class PlaceReader {
   /// that of the connector.
   void FindChannelLetter() {
     bool isNumbered = false;
-    for (UINTN i = 0; i < mItems.Size(); i++) {
-      const Item& item = mItems[i];
-      const bool isLetter = item.Meaning == Role::kLetter;
-      if (isLetter && item.Is('J') && (mChannelLetter < mItems.Size() || isNumbered)) {
-        mItems[i].Meaning = Role::kConnector;
-      } else if (isLetter) {
-        mChannelLetter = i;
+    for (Item& item : mItems) {
+      if (item.Is('J') && (mChannelLetter != nullptr || isNumbered)) {
+        item.Meaning = Role::kConnector;
+      } else if (item.Meaning == Role::kLetter) {
+        mChannelLetter = &item;
       }
-      isNumbered |= item.Number && (item.Meaning == Role::kSlot || item.Meaning == Role::kNone);
+      isNumbered |= item.NumbersSlot();
     }
   }
 
@@ -238,7 +241,10 @@ class PlaceReader {
   }
 
   void TakeNumberOf(const Item& item) {
-    switch (item.Number ? item.Meaning : Role::kLetter) {
+    if (!item.Number) {
+      return;
+    }
+    switch (item.Meaning) {
       case Role::kProcessor:
         TakeFirst(mPlace.Processor, item.Number);
         break;
@@ -275,22 +281,21 @@ class PlaceReader {
 
   /// The number behind the letter is the slot's, unless another one is: "C0_DIMM3".
   void TakeChannelLetter() {
-    const Item& item = mItems[mChannelLetter];
-    mPlace.Letter = item.Letter;
-    if (item.Number && IsNumberedByWord()) {
-      mPlace.Channel = item.Number;
-    } else if (item.Number) {
-      mPlace.Slot = item.Number;
+    const PrintedNumber number = mChannelLetter->Number;
+    mPlace.Letter = mChannelLetter->Letter;
+    if (number && IsNumberedByWord()) {
+      mPlace.Channel = number;
+    } else if (number) {
+      mPlace.Slot = number;
     } else {
       mPlace.IsLetterLast = IsNumberedBefore(mChannelLetter);
     }
   }
 
-  bool IsNumberedByWord() const { return IsNumberedBefore(mItems.Size()); }
-  bool IsNumberedBefore(UINTN end) const {
-    for (UINTN i = 0; i < end; i++) {
-      if (mItems[i].Number &&
-          (mItems[i].Meaning == Role::kSlot || mItems[i].Meaning == Role::kNone)) {
+  bool IsNumberedByWord() const { return IsNumberedBefore(mItems.end()); }
+  bool IsNumberedBefore(const Item* end) const {
+    for (const Item* item = mItems.begin(); item != end; item++) {
+      if (item->NumbersSlot()) {
         return true;
       }
     }
@@ -301,7 +306,7 @@ class PlaceReader {
   SlotPlace mPlace;
   PrintedNumber mNode;
   PrintedNumber mConnector;
-  UINTN mChannelLetter = MAX_UINTN;
+  const Item* mChannelLetter = nullptr;
 };
 
 /// What stands in front of a parenthesis, if a number does: "NODE 0 CHANNEL 0 DIMM 0 (C0A0)".

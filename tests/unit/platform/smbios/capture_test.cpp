@@ -96,7 +96,12 @@ TEST_F(AgentCapture, ReadsTheTableAt20hWhenTheEntryPointPlacesItOutsideTheFile) 
   const Table table = MinimalServer();
   const Found found = Read(Of32Bits(table).Set(kTableAddress, 4, 0x7F000000).FileWith(table));
   EXPECT_EQ(found.table, table.Bytes());
-  EXPECT_THAT(found.notes, ElementsAre(HasSubstr("0x7F000000")));
+  EXPECT_THAT(found.notes,
+              ElementsAre("the entry point places the table at 0x7F000000, which is not in the "
+                          "file; reading it at 0x20"));
+  const size_t sizeOfFile = kTableInFile + table.Size();
+  EXPECT_EQ(Read(Of32Bits(table).Set(kTableAddress, 4, sizeOfFile).FileWith(table)).table,
+            table.Bytes());
 }
 
 TEST_F(AgentCapture, KeepsACountThatLiesAndSaysSo) {
@@ -164,8 +169,17 @@ TEST_F(AgentCapture, RefusesAnEntryPointWithoutATable) {
   const Table table;
   EXPECT_EQ(Read(Dump32(table)).error, CaptureError::kNothingBehind);
   const Table server = MinimalServer();
-  EXPECT_EQ(Read(Of32Bits(server).Set(kTableLength, 2, 0).FileWith(server)).error,
-            CaptureError::kNothingBehind);
+  for (const size_t length : {0, 3}) {
+    EXPECT_EQ(Read(Of32Bits(server).Set(kTableLength, 2, length).FileWith(server)).error,
+              CaptureError::kNothingBehind);
+  }
+  EXPECT_EQ(Read(Of32Bits(server).Set(kTableLength, 2, 4).FileWith(server)).error,
+            CaptureError::kNone)
+      << "a header is the least that there can be of a table";
+}
+
+TEST_F(AgentCapture, FindsNothingWrongWithAFirstStructureThatIsAHeaderAlone) {
+  EXPECT_THAT(Read(Dump32(Table::Of(End{}))).notes, ElementsAre());
 }
 
 // --- A 64-bit entry point ---
@@ -179,6 +193,14 @@ TEST_F(AgentCapture, EndsTheTableOfA64BitEntryPointAfterItsEndOfTable) {
   EXPECT_EQ(found.table, Bytes(table.Bytes().begin(), table.Bytes().begin() + end));
   EXPECT_EQ(found.count, MinimalServer().Count());
   EXPECT_THAT(found.notes, ElementsAre(HasSubstr("Not Found")));
+}
+
+TEST_F(AgentCapture, EndsTheTableOfA64BitEntryPointAfterTheStringsOfItsEndOfTable) {
+  for (const std::vector<std::string>& strings :
+       {std::vector<std::string>{"x"}, std::vector<std::string>{"", "x"}}) {
+    const Table table = Table::Of(Structure{.type = 127, .strings = strings});
+    EXPECT_EQ(Read(Dump64(Table::Of(table, Raw{Bytes(100, 0)}), 1'000)).table, table.Bytes());
+  }
 }
 
 TEST_F(AgentCapture, TakesTheLengthOfA64BitEntryPointForAMaximum) {
@@ -244,6 +266,18 @@ TEST_F(AgentCapture, ReadsABareTableThatBeginsWithSomethingElse) {
   EXPECT_EQ(found.error, CaptureError::kNone);
   EXPECT_EQ(found.table, file);
   EXPECT_THAT(found.notes, ElementsAre(HasSubstr("length of 3 bytes")));
+  // A second structure of such a length, and an end that is cut off, are too much.
+  Bytes twice = file;
+  twice.insert(twice.begin(), file.begin(), file.begin() + 8);
+  EXPECT_EQ(Read(twice).error, CaptureError::kNoTable);
+  file.pop_back();
+  EXPECT_EQ(Read(file).error, CaptureError::kNoTable);
+}
+
+TEST_F(AgentCapture, TakesABareTableWithoutAnEndByTheTextsOfItsFirstStructure) {
+  EXPECT_EQ(Read(Table::Of(OemStrings{.texts = {" a text"}}).Bytes()).error, CaptureError::kNone);
+  EXPECT_EQ(Read(Table::Of(OemStrings{.texts = {"\x1F a text"}}).Bytes()).error,
+            CaptureError::kNoTable);
 }
 
 TEST_F(AgentCapture, RefusesWhatIsNoTable) {

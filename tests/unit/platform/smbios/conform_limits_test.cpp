@@ -21,12 +21,16 @@ Structure Filler(size_t size) {
   return Structure{221, std::nullopt, {}, {std::string(size - 4 - 2, 'x')}};
 }
 
+// The table with a structure behind it that brings it to `size` bytes.
+Bytes Filled(const Table& table, size_t size) {
+  const Table filled = Table::Of(table, Filler(size - table.Size()));
+  EXPECT_EQ(filled.Size(), size);
+  return filled.Bytes();
+}
+
 // A table of exactly `size` bytes that needs a map, and has room for none in its devices.
 Bytes TableOfSize(size_t size) {
-  const System system = {.handle = 0x100};
-  const Table table = Table::Of(system, Filler(size - Table::Of(system).Size()));
-  EXPECT_EQ(table.Size(), size);
-  return table.Bytes();
+  return Filled(Table::Of(System{.handle = 0x100}), size);
 }
 
 constexpr size_t kMapWithoutGroups = 5 + 2;
@@ -47,6 +51,9 @@ TEST_F(ConformLimits, RefusesALargerResultAndKeepsTheTable) {
 }
 
 TEST_F(ConformLimits, RefusesATableThatIsTooLargeAlready) {
+  const Table needsNothing = Table::Of(FqddMap{});
+  EXPECT_EQ(Conform(Filled(needsNothing, 65535)).result, ConformResult::kUnchanged);
+  EXPECT_EQ(Conform(Filled(needsNothing, 65536)).result, ConformResult::kTooLarge);
   EXPECT_EQ(Conform(TableOfSize(65536)).result, ConformResult::kTooLarge);
 }
 
@@ -86,6 +93,12 @@ TEST_F(ConformLimits, TakesATableThatIsCutAnywhere) {
     table.pop_back();
     ExpectStable(table, "cut to " + std::to_string(table.size()) + " bytes");
   }
+}
+
+TEST_F(ConformLimits, KeepsBytesThatAreNoStructure) {
+  const Conformed conformed = Conform({0xAA, 0xBB});
+  EXPECT_EQ(conformed.result, ConformResult::kChanged);
+  EXPECT_EQ(conformed.table, (Bytes{225, 5, 0x00, 0xE1, 1, 0, 0, 0xAA, 0xBB}));
 }
 
 TEST_F(ConformLimits, EndsALastStructureThatWasCutOff) {
@@ -186,21 +199,43 @@ TEST_F(ConformLimits, TakesDevicesAndNamesOfDevicesInAnyOrder) {
   }
 }
 
-TEST_F(ConformLimits, SurvivesEveryFailedAllocation) {
-  const Bytes table = ServerToConform().Bytes();
+Table WithoutLastByte(Table table) {
+  table.Chop(1);
+  return table;
+}
+
+void ExpectRefusalAtEveryFailedAllocation(host::Firmware& firmware, const Bytes& table) {
   bool succeeded = false;
   for (uint64_t n = 1; !succeeded && n < 1000; ++n) {
-    Firmware().Memory().FailAllocation(n, host::images::agent);
+    const uint64_t failedBefore = firmware.Memory().FailedAllocations();
+    firmware.Memory().FailAllocation(n, host::images::agent);
     const Conformed conformed = Conform(table);
-    succeeded = Firmware().Memory().FailedAllocations() < n;
-    Firmware().Memory().StopFailing();
+    succeeded = firmware.Memory().FailedAllocations() == failedBefore;
+    firmware.Memory().StopFailing();
     if (!succeeded) {
       EXPECT_EQ(conformed.result, ConformResult::kOutOfMemory) << n;
       EXPECT_EQ(conformed.table, table) << n;
     }
-    EXPECT_EQ(AgentBlocks(), 0u) << n;
+    EXPECT_EQ(firmware.Memory().LiveCount(host::images::agent), 0u) << n;
   }
   EXPECT_TRUE(succeeded);
+}
+
+// With little in each of the others, the block that fails is that of the one thing there is to do.
+TEST_F(ConformLimits, SurvivesEveryFailedAllocation) {
+  const MemoryDevice unnamed = {.locator = "NO DIMM"};
+  const Table kTables[] = {
+      ServerToConform(),
+      Table::Of(System{}, Raw{{1, 2}}),
+      Table::Of(FqddMap{.format = 2}),
+      Table::Of(MemoryDevice{.bankLocator = "NODE 1"}, MemoryDevice{.bankLocator = "NODE 2"}),
+      WithoutLastByte(Table::Of(System{})),
+      WithoutLastByte(Table::Of(FqddMap{}, unnamed)),
+  };
+  for (const Table& table : kTables) {
+    SCOPED_TRACE(&table - kTables);
+    ExpectRefusalAtEveryFailedAllocation(Firmware(), table.Bytes());
+  }
 }
 
 }  // namespace

@@ -147,7 +147,7 @@ TEST_F(ConformMap, HasExactlyOneFullStructureForSixtyTwoGroups) {
 
 TEST_F(ConformMap, TakesTheLowestUnusedHandles) {
   const Table table = Table::Of(Structure{1, 0xE100}, Structure{1, 0xE102}, Structure{1, 0xE0FF},
-                                Copies(63, Processor{.designation = "CPU"}));
+                                Structure{1, 0xFFFF}, Copies(63, Processor{.designation = "CPU"}));
   const std::vector<FoundStructure> maps = Maps(Conform(table.Bytes()).table);
   ASSERT_EQ(maps.size(), 2u);
   EXPECT_EQ(maps[0].handle, 0xE101);
@@ -156,9 +156,11 @@ TEST_F(ConformMap, TakesTheLowestUnusedHandles) {
 
 TEST_F(ConformMap, RefusesATableThatUsesEveryHandle) {
   Table table;
-  for (uint32_t handle = 0xE100; handle <= 0xFFFE; ++handle) {
+  for (uint32_t handle = 0xE100; handle < 0xFFFE; ++handle) {
     table.Add(Structure{1, static_cast<uint16_t>(handle)});
   }
+  EXPECT_EQ(Maps(Conform(table.Bytes()).table)[0].handle, 0xFFFE);
+  table.Add(Structure{1, 0xFFFE});
   const Conformed conformed = Conform(table.Bytes());
   EXPECT_EQ(conformed.result, ConformResult::kNoUnusedHandle);
   EXPECT_EQ(conformed.table, table.Bytes());
@@ -198,6 +200,16 @@ TEST_F(ConformMap, IsKeptAndCompleted) {
   const std::vector<FoundStructure> maps = Maps(Conform(table.Bytes()).table);
   ASSERT_EQ(maps.size(), 2u);
   EXPECT_THAT(GroupsOf(maps[0]), ElementsAre(Group{"Maker.Cpu", 0x401, 0}));
+  EXPECT_THAT(GroupsOf(maps[1]), ElementsAre(Group{"CPU.Socket.1", 0x400, 0}));
+}
+
+TEST_F(ConformMap, IsKeptWithAGroupThatIsNotWholeAndCompleted) {
+  const Table table =
+      Table::Of(Processor{.handle = 0x400, .designation = "CPU1"},
+                FqddMap{.handle = 0xE0, .groups = {{"Cut", 0x400}}}.Build().CutTo(5 + 3));
+  const std::vector<FoundStructure> maps = Maps(Conform(table.Bytes()).table);
+  ASSERT_EQ(maps.size(), 2u);
+  EXPECT_EQ(maps[0].formatted.size(), 5u + 3);
   EXPECT_THAT(GroupsOf(maps[1]), ElementsAre(Group{"CPU.Socket.1", 0x400, 0}));
 }
 
@@ -251,6 +263,29 @@ TEST_F(ConformMap, ReplacesFqddsThatStandTwiceWithoutRegardToCase) {
                                 FqddMap{.groups = {{"Same.One", 0x400}, {"same.one", 0x1100}}});
   EXPECT_THAT(GroupsOf(Maps(Conform(table.Bytes()).table)[0]),
               ElementsAre(Group{"CPU.Socket.1", 0x400, 0}, Group{"DIMM.Socket.A1", 0x1100, 0}));
+}
+
+TEST_F(ConformMap, ReplacesFqddsThatStandTwiceAndNoOthers) {
+  const char* const kOwn[] = {"1.Own", "2.Own", "3.Own", "4.Own"};
+  const char* const kOfNames[] = {"DIMM.Socket.A1", "DIMM.Socket.A2", "DIMM.Socket.A3",
+                                  "DIMM.Socket.A4"};
+  for (size_t first = 0; first < 4; ++first) {
+    for (size_t second = first + 1; second < 4; ++second) {
+      Table table;
+      FqddMap map;
+      std::vector<Group> expected;
+      for (size_t i = 0; i < 4; ++i) {
+        const auto handle = static_cast<uint16_t>(0x1100 + i);
+        const bool isTwin = i == first || i == second;
+        table.Add(MemoryDevice{.handle = handle, .locator = "A" + std::to_string(i + 1)});
+        map.groups.push_back({isTwin ? "Twin" : kOwn[i], handle});
+        expected.push_back({isTwin ? kOfNames[i] : kOwn[i], handle, 0});
+      }
+      table.Add(map);
+      EXPECT_EQ(GroupsOf(Maps(Conform(table.Bytes()).table)[0]), expected)
+          << first << " and " << second;
+    }
+  }
 }
 
 TEST_F(ConformMap, ReplacesAnFqddThatIsAnotherDevicesByItsName) {

@@ -5,13 +5,18 @@
  */
 #include "tests/unit/platform/platform_fixture.h"
 
+#include "TvqPlatformPkg/src/smbios/names/slot_name.h"
+
 namespace tvq::test {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::SizeIs;
 using tvqplatform::ConformResult;
 
 using ConformNames = AgentTest;
@@ -95,6 +100,8 @@ TEST_F(ConformNames, GivesANumberOfTwoTextsToNeitherSocket) {
       conformed.changes,
       Contains("type 4, handle 0x8001: named otherwise than \"1\", as handle 0x8000 would be "
                "too"));
+  EXPECT_THAT(Conform(Devices().Cpu("CPU 220").Cpu("Proc 220").Build()).changes,
+              Contains(HasSubstr("named otherwise than \"220\"")));
 }
 
 TEST_F(ConformNames, NamesAProcessorWhoseStringsBeginWithAnEmptyOneForGood) {
@@ -119,6 +126,15 @@ TEST_F(ConformNames, NumbersAsManySocketsAsOneCharacterTellsApart) {
   EXPECT_EQ(conformed.result, ConformResult::kTooManyProcessors);
   EXPECT_EQ(conformed.table, tooMany);
   EXPECT_THAT(conformed.changes, ElementsAre());
+}
+
+TEST_F(ConformNames, LeavesTheHighestNumberToTheSocketWhoseTextGivesIt) {
+  Devices devices = Devices().Cpu("CPU 220");
+  for (int i = 0; i < 219; ++i) {
+    devices.Cpu("CPU");
+  }
+  EXPECT_EQ(Designated(devices).back(), "CPU\xFE 219");
+  EXPECT_EQ(Conform(devices.Cpu("CPU").Build()).result, ConformResult::kTooManyProcessors);
 }
 
 // --- Modules ---
@@ -156,7 +172,45 @@ TEST_F(ConformNames, ComputesBothNamesWhereTwoTextsGiveOne) {
 TEST_F(ConformNames, ComputesANameFromTheSlotsOwnTexts) {
   const std::string name = Located(Devices().Dimm("NO DIMM", "NO DIMM"))[0];
   EXPECT_THAT(name, kComputed);
+  EXPECT_THAT(
+      Conform(Devices().Dimm("BIOS", "ROM0").Dimm("NO DIMM", "NO DIMM").BuildWithMap()).changes,
+      AllOf(SizeIs(2), Each(HasSubstr("device locator"))))
+      << "two slots that no rule names do not clash";
   EXPECT_EQ(Located(Devices().Dimm("A1").Dimm("BIOS", "ROM0").Dimm("NO DIMM", "NO DIMM"))[2], name);
+}
+
+// Which computed name a slot with these texts asks for, and a computed name as a locator.
+uint32_t NameFor(const std::string& locator, const std::string& bank) {
+  const auto text = [](const std::string& characters) {
+    return smbios::Text(reinterpret_cast<const uint8_t*>(characters.data()), characters.size());
+  };
+  return tvqplatform::FirstComputedName({text(locator), text(bank)});
+}
+std::string LocatorOf(uint32_t computedName) {
+  char name[tvqplatform::kSlotNameLength + 1];
+  tvqplatform::PrintComputedName(computedName % tvqplatform::kComputedNames, name);
+  return std::string("DIMM_") + name;
+}
+
+TEST_F(ConformNames, KeepsAComputedNameThatTheTextsOfAnotherSlotAskFor) {
+  const uint32_t name = NameFor("BIOS", "ROM0");
+  EXPECT_THAT(Located(Devices().Dimm("BIOS", "ROM0").Dimm(LocatorOf(name))),
+              ElementsAre(LocatorOf(name + 1), LocatorOf(name)));
+}
+
+TEST_F(ConformNames, NamesASlotOfItsOwnTextsBeforeOneThatSharesThem) {
+  const uint32_t name = NameFor("BIOS", "ROM0");
+  std::string bank;
+  for (int i = 1; NameFor("BIOS", bank) != (name + 1) % tvqplatform::kComputedNames; ++i) {
+    bank = "ROM" + std::to_string(i);
+  }
+  EXPECT_THAT(Located(Devices().Dimm("BIOS", "ROM0").Dimm("BIOS", "ROM0").Dimm("BIOS", bank)),
+              ElementsAre(LocatorOf(name), LocatorOf(name + 2), LocatorOf(name + 1)));
+}
+
+TEST_F(ConformNames, TriesTheFirstComputedNameBehindTheLast) {
+  EXPECT_THAT(Located(Devices().Dimm("DIMM__ZZ").Dimm("DIMM__ZZ")),
+              ElementsAre("DIMM__ZZ", "DIMM_-00"));
 }
 
 TEST_F(ConformNames, GivesTheRulesNameToTheFirstOfSlotsWithEqualTexts) {
@@ -165,6 +219,9 @@ TEST_F(ConformNames, GivesTheRulesNameToTheFirstOfSlotsWithEqualTexts) {
   EXPECT_THAT(Locators(conformed.table), ElementsAre("DIMM_1", kComputed, kComputed));
   EXPECT_THAT(conformed.changes,
               Contains("type 17, handle 0x8001: has the same texts as handle 0x8000 before it"));
+  EXPECT_THAT(Located(Devices().Dimm("DIMM_A1", "1").Dimm("DIMM_A1", "2")),
+              ElementsAre(kComputed, kComputed))
+      << "the bank's text counts too";
 }
 
 TEST_F(ConformNames, NamesThatDifferInCaseAloneAreOne) {
@@ -194,8 +251,11 @@ TEST_F(ConformNames, RefusesMoreSlotsThanNamesCanBeComputedFor) {
   const Structure slot = ShortMemoryDevice().SetWord(0x0C, 0);
   EXPECT_EQ(Conform(Table::Of(Copies(2300, slot), FqddMap{}).Bytes()).result,
             ConformResult::kChanged);
-  const Bytes table = Table::Of(Copies(2593, slot), FqddMap{}).Bytes();
-  EXPECT_EQ(Conform(table).result, ConformResult::kTooManyModules);
+  EXPECT_EQ(Conform(Table::Of(Copies(2592, slot), FqddMap{}).Bytes()).result,
+            ConformResult::kTooLarge)
+      << "there are names, and no room for them";
+  EXPECT_EQ(Conform(Table::Of(Copies(2593, slot), FqddMap{}).Bytes()).result,
+            ConformResult::kTooManyModules);
 }
 
 // --- How a name gets into a structure ---
@@ -258,13 +318,40 @@ TEST_F(ConformNames, ReportsEveryChange) {
 }
 
 TEST_F(ConformNames, ReportsUnprintableTextsReadably) {
-  const Conformed conformed = Conform(
-      Devices().Dimm("a\x1B[\x80").Dimm(std::string(200, 'a')).Dimm("DIMM A1").BuildWithMap());
-  ASSERT_EQ(conformed.changes.size(), 3u);
-  EXPECT_THAT(conformed.changes[0], HasSubstr("\"a\\x1B[\\x80\""));
-  EXPECT_THAT(conformed.changes[1], HasSubstr("\"aaaa"));
-  EXPECT_THAT(conformed.changes[1], HasSubstr("a\" -> \"DIMM_"))
+  const Conformed conformed = Conform(Devices()
+                                          .Dimm("a\x1B[\x80")
+                                          .Dimm(" ~\x1F\x7F")
+                                          .Dimm(std::string(200, 'a'))
+                                          .Dimm("DIMM A1")
+                                          .BuildWithMap());
+  ASSERT_EQ(conformed.changes.size(), 4u);
+  EXPECT_THAT(conformed.changes[0], HasSubstr("locator: \"a\\x1B[\\x80\" -> "));
+  EXPECT_THAT(conformed.changes[1], HasSubstr("locator: \" ~\\x1F\\x7F\" -> "));
+  EXPECT_THAT(conformed.changes[2],
+              HasSubstr("locator: \"" + std::string(73, 'a') + "\" -> \"DIMM_"))
       << "a long text is cut, the line is whole";
+}
+
+TEST_F(ConformNames, PointsOutWhatIsMoreThanANameOrFqddWhereThereWasNone) {
+  Table table = Table::Of(
+      FqddMap{.handle = 0xE0, .format = 2}, FqddMap{.handle = 0xE1, .groups = {{"CPU 1", 0x400}}},
+      Processor{.handle = 0x400, .designation = "SOCKET 1"},
+      MemoryDevice{.handle = 0x1100, .locator = "DIMM_A1", .bankLocator = "NODE 1"},
+      MemoryDevice{.handle = 0x1101, .locator = "DIMM_A1", .bankLocator = "NODE 2"},
+      MemoryDevice{.handle = 0x1102, .locator = "DIMM_A1", .bankLocator = "NODE 2"},
+      System{.handle = 0x100});
+  table.Chop(1);
+  EXPECT_THAT(
+      Conform(table.Bytes()).remarkable,
+      ElementsAre(
+          "type 225, handle 0x00E0: made inactive (type 126), because it names no devices that the "
+          "driver could find",
+          "type 225, handle 0x00E1: FQDD of handle 0x0400: \"CPU 1\" -> \"CPU.Socket.1\"",
+          "type 17, handle 0x1100: named otherwise than \"A1\", as handle 0x1101 would be too",
+          "type 17, handle 0x1101: named otherwise than \"A1\", as handle 0x1100 would be too",
+          "type 17, handle 0x1102: has the same texts as handle 0x1101 before it",
+          "type 1, handle 0x0100: was cut off and is ended"));
+  EXPECT_THAT(Conform(Table::Of(System{}).Bytes()).remarkable, ElementsAre());
 }
 
 TEST_F(ConformNames, NeedsNothingASecondTime) {

@@ -20,8 +20,9 @@ using tvqplatform::DeviceLabels;
 
 std::string TextOf(const DeviceLabel* label) {
   CHAR8 buffer[tvqplatform::kLabelSize];
+  std::memset(buffer, '?', sizeof(buffer));
   tvqplatform::CopyLabel(label, buffer);
-  return buffer;
+  return std::string(buffer, strnlen(buffer, sizeof(buffer)));
 }
 
 // "CPU.Socket.1 (CPU1)", with "given by" the rule where there is one.
@@ -70,6 +71,8 @@ TEST_F(Labels, AreOfAllSocketsAndSlotsInTheirOrder) {
                            MemoryDevice{.size = 0, .locator = "DIMM_A1"}, End{})),
               ElementsAre("DIMM.Socket.B2 (DIMM_B2)", "CPU.Socket.1 (CPU1)",
                           "CPU.Socket.2 (CPU2), no record", "DIMM.Socket.A1 (DIMM_A1), no record"));
+  EXPECT_THAT(Of(Table::Of(MemoryDevice{.locator = "DIMM_A10"}, End{})),
+              ElementsAre("DIMM.Socket.A10 (DIMM_A10)"));
 }
 
 // The driver finds it by its locator, as a part of a processor.
@@ -84,6 +87,24 @@ TEST_F(Labels, HaveTheFqddOfTheTablesOwnMap) {
       Of(Table::Of(Processor{.handle = 0x400}, Processor{.handle = 0x401, .designation = "CPU2"},
                    FqddMap{.groups = {{"Proc.First", 0x400}}}, End{})),
       ElementsAre("Proc.First (CPU1)", "CPU.Socket.2 (CPU2)"));
+  EXPECT_THAT(
+      Of(Table::Of(
+          Processor{.handle = 0x400}, Processor{.handle = 0x401, .designation = "CPU2"},
+          MemoryDevice{.handle = 0x1100},
+          FqddMap{.groups = {{"Module", 0x1100}, {"Proc.Second", 0x401}, {"Proc.First", 0x400}}},
+          End{})),
+      ElementsAre("Proc.First (CPU1)", "Proc.Second (CPU2)", "Module (DIMM_A1)"));
+}
+
+TEST_F(Labels, HaveTheDriversFqddWhereAMapIsNoneToTheDriver) {
+  EXPECT_THAT(Of(Table::Of(Processor{.handle = 0x400},
+                           FqddMap{.format = 2, .groups = {{"Other.Format", 0x400}}}, End{})),
+              ElementsAre("CPU.Socket.1 (CPU1)"));
+  EXPECT_THAT(
+      Of(Table::Of(Processor{.handle = 0x400}, MemoryDevice{.handle = 0x1100},
+                   FqddMap{.groups = {{"Module", 0x1100}, {"Cut", 0x400}}}.Build().CutTo(5 + 4 + 3),
+                   End{})),
+      ElementsAre("CPU.Socket.1 (CPU1)", "Module (DIMM_A1)"));
 }
 
 TEST_F(Labels, KeepAsMuchOfAnFqddAsTheDriverReturns) {
@@ -142,6 +163,8 @@ TEST_F(Labels, AreShownWithoutTheBlanksAroundThem) {
       Of(Table::Of(Processor{.designation = "  CPU1 a "}, Processor{.designation = "   "},
                    Processor{.designation = std::nullopt}, End{})),
       ElementsAre("CPU.Socket.20 (CPU1 a)", testing::HasSubstr("(-)"), testing::HasSubstr("(-)")));
+  EXPECT_THAT(Of(Table::Of(MemoryDevice{.locator = "\t!A1! "}, End{})),
+              ElementsAre(testing::HasSubstr("(!A1!)")));
   EXPECT_EQ(TextOf(nullptr), "-");
 }
 

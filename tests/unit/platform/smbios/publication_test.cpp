@@ -115,6 +115,21 @@ TEST_F(AgentPublication, KeepsTheMemoryForTheBoot) {
   EXPECT_TRUE(Firmware().Memory().Find(entry).has_value());
 }
 
+TEST_F(AgentPublication, TakesNoMorePagesThanItNeedsAndNoneFromTheOperatingSystem) {
+  // The entry point takes the first 20h bytes.
+  for (const size_t size : {size_t{EFI_PAGE_SIZE} - 0x20, size_t{EFI_PAGE_SIZE} - 0x20 + 1}) {
+    const Bytes structures(size, 1);
+    SmbiosTable table = ServerTable();
+    table.Structures = View(structures);
+    Publication publication;
+    ASSERT_EQ(publication.Publish(table), EFI_SUCCESS);
+    const auto block = Firmware().Memory().Find(publication.EntryPoint());
+    ASSERT_TRUE(block.has_value());
+    EXPECT_EQ(block->type, EfiBootServicesData);
+    EXPECT_EQ(block->size, EFI_PAGE_SIZE * (size + 0x20 <= EFI_PAGE_SIZE ? 1u : 2u));
+  }
+}
+
 TEST_F(AgentPublication, LeavesAnEntryThatSomebodyElseInstalledSince) {
   UINT8 later[31] = {};
   Publication publication;
@@ -152,10 +167,11 @@ class FirmwareTable : public AgentPublication {
  protected:
   // A 64-bit entry point for bytes of the test.
   void Install64(const Bytes& table) {
-    const auto address = reinterpret_cast<uintptr_t>(table.data());
-    Install(
-        gEfiSmbios3TableGuid,
-        EntryPointBytes::Of64Bits({.length = table.size(), .address = address}).PlaceAt(&mEntry64));
+    Install64(table.size(), reinterpret_cast<uintptr_t>(table.data()));
+  }
+  void Install64(size_t length, uintptr_t address) {
+    const EntryPointBytes::Statement statement = {.length = length, .address = address};
+    Install(gEfiSmbios3TableGuid, EntryPointBytes::Of64Bits(statement).PlaceAt(&mEntry64));
   }
 
  private:
@@ -198,6 +214,12 @@ TEST_F(FirmwareTable, IsMissingWithoutAnEntryPoint) {
   EXPECT_FALSE(tvqplatform::ReadFirmwareTable(capture));
   UINT8 nonsense[31] = {};
   Install(gEfiSmbiosTableGuid, nonsense);
+  EXPECT_FALSE(tvqplatform::ReadFirmwareTable(capture));
+}
+
+TEST_F(FirmwareTable, IsMissingWhereTheEntryPointNamesNoAddress) {
+  Install64(100, 0);
+  Capture capture;
   EXPECT_FALSE(tvqplatform::ReadFirmwareTable(capture));
 }
 

@@ -3,6 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <cstring>
 #include <set>
 
 #include "tests/unit/platform/platform_fixture.h"
@@ -17,66 +18,84 @@ using SocketNumbers = AgentTest;
 
 constexpr int kNoNumber = -1;
 
-int NumberOf(const std::string& text) {
-  const tvqplatform::SocketNumber number =
-      tvqplatform::NumberOfSocket({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
-  return number ? static_cast<int>(number.Value) : kNoNumber;
+// The first `length` bytes as the text of a designation.
+tvqplatform::SocketNumber ReadNumber(const std::string& bytes, size_t length) {
+  return tvqplatform::NumberOfSocket({reinterpret_cast<const uint8_t*>(bytes.data()), length});
 }
 
-TEST_F(SocketNumbers, ComeFromTheTextOfTheDesignation) {
-  const std::pair<const char*, int> kExamples[] = {
-      // Behind a marker, without regard to case and with little in between
-      {"CPU1", 1},
-      {"CPU 2", 2},
-      {"CPU01", 1},
-      {"CPU #012", 12},
-      {"CPU#1", 1},
-      {"CPU_0", 0},
-      {"cpu-3", 3},
-      {"CPU: 10", 10},
-      {"CPU 1   ", 1},
-      {"CPU0-Socket 940", 0},
-      {"CPU1-Socket F (1207)", 1},
-      {"Proc 2", 2},
-      {"PROC_1", 1},
-      {"Processor 2", 2},
-      {"Processor Socket 4", 4},
-      {"SOCKET 0", 0},
-      {"Socket 12", 12},
-      {"Node 1 Socket 2", 2},
-      {"P0", 0},
-      {"/SYS/MB/P1", 1},
-      // The markers' order counts, not that in the text
-      {"Socket 3 CPU 1", 1},
-      {"P3 Proc 2", 2},
-      {"P3 Socket 2", 2},
-      // The only number that stands alone
-      {"CPU Node 1", 1},
-      {"XGene 1", 1},
-      {"CPU! 12", 12},
-      {"Node 1 of 2", kNoNumber},
-      // Types of sockets, and texts without a number
-      {"Socket 940", kNoNumber},
-      {"SOCKET 115", kNoNumber},
-      {"Socket-R 2011", kNoNumber},
-      {"Socket-B2 1356", kNoNumber},
-      {"Socket M2", kNoNumber},
-      {"Socket 1A", kNoNumber},
-      {"LGA1155", kNoNumber},
-      {"LGA 1155", kNoNumber},
-      {"AM4", kNoNumber},
-      {"SP3", kNoNumber},
-      {"Phytium FT2000/4", kNoNumber},
-      {"U3E1", kNoNumber},
-      {"CPU Socket - U3E1", kNoNumber},
-      {"CPUSocket", kNoNumber},
-      {"CPU", kNoNumber},
-      {"CPU 999", kNoNumber},
-      {"..U.", kNoNumber},
-      {"", kNoNumber},
-  };
-  for (const auto& [text, number] : kExamples) {
-    EXPECT_EQ(NumberOf(text), number) << text;
+struct Example {
+  const char* text;
+  int number;
+  const char* rule;  // empty: none gives a number
+};
+
+constexpr Example kExamples[] = {
+    // Behind a marker, without regard to case and with little in between
+    {"CPU1", 1, "cpu"},
+    {"CPU 2", 2, "cpu"},
+    {"CPU01", 1, "cpu"},
+    {"CPU #012", 12, "cpu"},
+    {"CPU#1", 1, "cpu"},
+    {"CPU_0", 0, "cpu"},
+    {"cpu-3", 3, "cpu"},
+    {"CPU: 10", 10, "cpu"},
+    {"CPU 1   ", 1, "cpu"},
+    {"CPU 220", 220, "cpu"},
+    {"VCPU1", 1, "cpu"},
+    {"CPU0-Socket 940", 0, "cpu"},
+    {"CPU1-Socket F (1207)", 1, "cpu"},
+    {"Proc 2", 2, "processor"},
+    {"PROC_1", 1, "processor"},
+    {"Processor 2", 2, "processor"},
+    {"Processor Socket 4", 4, "socket"},
+    {"SOCKET 0", 0, "socket"},
+    {"Socket 12", 12, "socket"},
+    {"Socket 1 of 2", 1, "socket"},
+    {"Node 1 Socket 2", 2, "socket"},
+    {"P0", 0, "p"},
+    {"/SYS/MB/P1", 1, "p"},
+    // The markers' order counts, not that in the text
+    {"Socket 3 CPU 1", 1, "cpu"},
+    {"P3 Proc 2", 2, "processor"},
+    {"P3 Socket 2", 2, "socket"},
+    // The only number that stands alone
+    {"CPU Node 1", 1, "only-number"},
+    {"XGene 1", 1, "only-number"},
+    {"CPU! 12", 12, "only-number"},
+    {"Node 1 of 2", kNoNumber, ""},
+    {"Rev.2", kNoNumber, ""},
+    {"A1", kNoNumber, ""},
+    // Types of sockets, and texts without a number
+    {"Socket 940", kNoNumber, ""},
+    {"SOCKET 115", kNoNumber, ""},
+    {"Socket-R 2011", kNoNumber, ""},
+    {"Socket-B2 1356", kNoNumber, ""},
+    {"Socket M2", kNoNumber, ""},
+    {"Socket 1A", kNoNumber, ""},
+    {"LGA1155", kNoNumber, ""},
+    {"LGA 1155", kNoNumber, ""},
+    {"AM4", kNoNumber, ""},
+    {"SP3", kNoNumber, ""},
+    {"Phytium FT2000/4", kNoNumber, ""},
+    {"U3E1", kNoNumber, ""},
+    {"CPU Socket - U3E1", kNoNumber, ""},
+    {"CPUSocket", kNoNumber, ""},
+    {"CPU", kNoNumber, ""},
+    {"CPU 221", kNoNumber, ""},
+    {"CPU 999", kNoNumber, ""},
+    {"..U.", kNoNumber, ""},
+    {"", kNoNumber, ""},
+};
+
+TEST_F(SocketNumbers, ComeFromTheTextOfTheDesignationWhateverStandsBehindIt) {
+  for (const Example& example : kExamples) {
+    for (const char* behind : {"", "5", "A"}) {
+      const std::string text = example.text;
+      const tvqplatform::SocketNumber number = ReadNumber(text + behind, text.size());
+      EXPECT_EQ(number ? static_cast<int>(number.Value) : kNoNumber, example.number)
+          << text << behind;
+      EXPECT_STREQ(number ? number.Rule : "", example.rule) << text << behind;
+    }
   }
 }
 
@@ -101,7 +120,9 @@ TEST_F(SocketNumbers, AreReadFromDesignationsThatWereWritten) {
   for (uint32_t number = 0; number <= tvqplatform::kHighestSocket; ++number) {
     char designation[tvqplatform::kDesignationSize];
     tvqplatform::PrintDesignation(number, designation);
-    EXPECT_EQ(NumberOf(designation), static_cast<int>(number)) << designation;
+    const tvqplatform::SocketNumber read = ReadNumber(designation, std::strlen(designation));
+    EXPECT_TRUE(read) << designation;
+    EXPECT_EQ(read.Value, number) << designation;
     EXPECT_EQ(static_cast<uint8_t>(designation[devices::kSocketDigit]),
               tvqplatform::SocketCharacter(number));
   }

@@ -333,6 +333,15 @@ TEST_F(StartAtReadyToBoot, MayBeAskedForAgainWhenItWasTakenBack) {
   EXPECT_EQ(Starts().size(), 1u);
 }
 
+TEST_F(StartAtReadyToBoot, SaysThatTheFirmwareHasNoTable) {
+  LoadPlatform();
+  LoadSpy();
+  Firmware().KeepDebugOutput();
+  TryBootOption();
+  EXPECT_THAT(Starts(), IsEmpty());
+  EXPECT_THAT(Firmware().DebugOutput(), HasSubstr("TVQ: start: Not Found"));
+}
+
 TEST_F(StartAtReadyToBoot, IsTakenBackWhenThePlatformIsUnloaded) {
   LoadPlatform();
   ASSERT_EQ(Firmware().UnloadImage(Firmware().HandleOf(host::images::platform)), EFI_SUCCESS);
