@@ -44,21 +44,16 @@ constexpr Check kLogChecks[] = {
 
 // --- Management ---
 
-/// Makes a device's stored data with nothing but an end blob. Clang would call memset for an
-/// initializer of this size.
-void MakeEndBlob(TVQ_END_BLOB& blob) {
-  ZeroMem(&blob, sizeof(blob));
-  blob.header = {TVQ_BLOB_REVISION, TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(blob)};
-}
+/// A device's stored data, with nothing but an end blob.
+TVQ_END_BLOB gStored = {
+    {TVQ_BLOB_REVISION, TVQ_BLOB_TYPE_END, TVQ_BLOB_COOKIE_END, sizeof(TVQ_END_BLOB)}, {}};
 
 /// The platform may know the data by other means than its content, so nothing has to be found here.
 bool FindsNothingThatIsNotThere() {
   auto* management = static_cast<TVQ_MANAGEMENT_PROTOCOL*>(FindManagement());
   const TVQ_LOCATE_BLOB locate = management->LocateBlob;
-  TVQ_END_BLOB stored;
-  MakeEndBlob(stored);
   VOID* blob = nullptr;
-  return EFI_ERROR(locate(management, &stored, TVQ_BLOB_TYPE_CONFIGURATION, 0, &blob));
+  return EFI_ERROR(locate(management, &gStored, TVQ_BLOB_TYPE_CONFIGURATION, 0, &blob));
 }
 
 constexpr Check kManagementChecks[] = {

@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "tests/unit/platform/platform_fixture.h"
-#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/shared/entry_point.h"
 
 #include "images/driver.h"
@@ -316,6 +315,11 @@ RETURN_STATUS EFIAPI RefuseAndTerminateBehind(CHAR8* to, UINTN size, const CHAR8
   }
   return status;
 }
+// Keeps what has room, and says that it is not all.
+RETURN_STATUS EFIAPI CopyACutAndRefuse(CHAR8* to, UINTN size, const CHAR8* from) {
+  (void)gRight.AsciiStrnCpyS(to, size, from, size - 1);
+  return gRight.AsciiStrLen(from) < size ? RETURN_SUCCESS : RETURN_BUFFER_TOO_SMALL;
+}
 RETURN_STATUS EFIAPI CopyWithoutTerminator(CHAR8* to, UINTN size, const CHAR8* from) {
   if (gRight.AsciiStrLen(from) != size) {
     return gRight.AsciiStrCpyS(to, size, from);
@@ -333,6 +337,10 @@ RETURN_STATUS EFIAPI CopyAll(CHAR8* to, UINTN size, const CHAR8* from, UINTN) {
 RETURN_STATUS EFIAPI CopyAndMissMore(CHAR8* to, UINTN size, const CHAR8* from, UINTN length) {
   const RETURN_STATUS status = gRight.AsciiStrnCpyS(to, size, from, length);
   return gRight.AsciiStrLen(from) < length ? RETURN_BUFFER_TOO_SMALL : status;
+}
+RETURN_STATUS EFIAPI CopyAndRefuseAPart(CHAR8* to, UINTN size, const CHAR8* from, UINTN length) {
+  const RETURN_STATUS status = gRight.AsciiStrnCpyS(to, size, from, length);
+  return gRight.AsciiStrLen(from) > length ? RETURN_BUFFER_TOO_SMALL : status;
 }
 RETURN_STATUS EFIAPI CopyWholeAndTerminateBehind(CHAR8* to, UINTN size, const CHAR8* from,
                                                  UINTN length) {
@@ -433,6 +441,8 @@ TEST_F(TvqPlatformTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
       {"position 21, AsciiStrnCpyS: copies at most Length characters",
        [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCpyS = CopyAndMissMore; }},
       {"position 21, AsciiStrnCpyS: copies at most Length characters",
+       [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCpyS = CopyAndRefuseAPart; }},
+      {"position 21, AsciiStrnCpyS: copies at most Length characters",
        [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCpyS = CopyWholeAndTerminateBehind; }},
       {"position 21, AsciiStrnCpyS: copies at most Length characters",
        [](ZV_LIBRARY_PROTOCOL& zvi) { zvi.AsciiStrnCpyS = CopyPartAndTerminateBehind; }},
@@ -464,9 +474,10 @@ TEST_F(TvqPlatformTest, TellsEachFunctionOfZviThatDoesSomethingElse) {
                           HasSubstr("1,000,001")));
 }
 
-// Nobody reads what stands behind the terminator.
-TEST_F(TvqPlatformTest, IsContentWithCopiesThatPadTheirRoom) {
+// Nobody reads what stands behind the terminator, nor what was refused.
+TEST_F(TvqPlatformTest, IsContentWithCopiesThatUseAllTheirRoom) {
   gRight = Zvi();
+  Zvi().AsciiStrCpyS = CopyACutAndRefuse;
   Zvi().AsciiStrnCpyS = CopyAndPad;
   EXPECT_EQ(Run(), EFI_SUCCESS);
 }
@@ -523,7 +534,6 @@ TEST_F(TvqPlatformTest, AsksForABlobInStoredDataThatIsSound) {
   TVQ_LOCATE_BLOB locate = FindByContent;
   std::memcpy(reinterpret_cast<char*>(Find<VOID>(gTvqManagementProtocolGuid)) + 60, &locate,
               sizeof(locate));
-  DirtyTheStack();
   EXPECT_EQ(Run(), EFI_SUCCESS);
 }
 
