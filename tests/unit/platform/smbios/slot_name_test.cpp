@@ -151,7 +151,7 @@ constexpr Example kExamples[] = {
     {"ROM", "", "", ""},
     {"System Board Memory", "", "", ""},
     // Of a text of many words, the first twelve count.
-    {"a-b-c-d-e-f-g-h-i-k-l-DIMM7-CPU3", "", "L7", "letter-slot"},
+    {"a-b-c-d-e-f-g-h-i-k-l-CPU7-DIMM3", "", "7L", "processor-letter"},
 };
 
 void ExpectName(const tvqplatform::SlotTexts& texts, const Example& example,
