@@ -14,6 +14,10 @@
 #include "images/probe.h"
 #include "tests/unit/host/firmware/images/Probe.h"
 
+extern "C" {
+#include <Library/DebugLib.h>
+}
+
 namespace tvq::host {
 namespace {
 
