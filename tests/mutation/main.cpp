@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -49,8 +50,21 @@ std::vector<std::string> NamesOfTests() {
   return names;
 }
 
+// Notes what the processes that the test starts reach, too.
+bool ShareReached() {
+  const std::vector<unsigned char> before(gTvqHostReached, gTvqHostReached + kTvqHostPoints);
+  const void* const shared = mmap(gTvqHostReached, kTvqHostPoints, PROT_READ | PROT_WRITE,
+                                  MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+  std::copy(before.begin(), before.end(), gTvqHostReached);
+  return shared == gTvqHostReached;
+}
+
 /// Runs one test, and adds its line to the file.
 [[noreturn]] void RecordTest(const std::string& name, const char* path) {
+  if (!ShareReached()) {
+    std::perror("mmap");
+    _exit(2);
+  }
   const std::clock_t start = std::clock();
   GTEST_FLAG_SET(filter, name);
   const int failed = RUN_ALL_TESTS();
@@ -118,7 +132,10 @@ void LimitResources() {
 #endif
 }
 
-[[noreturn]] void RunMutant(unsigned mutant, const std::string& filter) {
+// What stands in place of a test's name once all of them have run.
+constexpr char kDone[] = "done";
+
+[[noreturn]] void RunMutant(unsigned mutant, const std::string& filter, char* running) {
   LimitResources();
   if (std::freopen("/dev/null", "w", stdout) == nullptr ||
       std::freopen("/dev/null", "w", stderr) == nullptr) {
@@ -127,11 +144,16 @@ void LimitResources() {
   gTvqHostMutant = mutant;
   GTEST_FLAG_SET(filter, filter);
   GTEST_FLAG_SET(fail_fast, true);
-  _exit(RUN_ALL_TESTS());
+  const int failed = RUN_ALL_TESTS();
+  if (failed == 0) {
+    std::strcpy(running, kDone);
+  }
+  _exit(failed);
 }
 
+// A program that ended in the middle of a test has not passed it, whatever its status is.
 std::string Outcome(int status, const char* test) {
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0 && std::strcmp(test, kDone) == 0) {
     return "survived";
   }
   const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
@@ -154,14 +176,17 @@ int RunMutants() {
     std::strcpy(running, "start");
     const pid_t child = fork();
     if (child == 0) {
+      setpgid(0, 0);
       announcer->SetLimit(seconds);
-      RunMutant(mutant, filter);
+      RunMutant(mutant, filter, running);
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {
       std::perror("fork");
       return 2;
     }
+    // What the test started and nobody ended.
+    kill(-child, SIGKILL);
     std::cout << mutant << ' ' << Outcome(status, running) << std::endl;
   }
   return 0;

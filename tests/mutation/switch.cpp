@@ -6,4 +6,4 @@
 #include "tests/mutation/switch.h"
 
 unsigned gTvqHostMutant = 0;
-unsigned char gTvqHostReached[kTvqHostPoints];
+alignas(4096) unsigned char gTvqHostReached[kTvqHostPoints];

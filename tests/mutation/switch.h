@@ -13,7 +13,8 @@
 extern "C" {
 constexpr size_t kTvqHostPoints = 1 << 20;
 extern unsigned gTvqHostMutant;
-extern unsigned char gTvqHostReached[kTvqHostPoints];
+// Whole pages, so that processes can share it.
+alignas(4096) extern unsigned char gTvqHostReached[kTvqHostPoints];
 }
 
 #endif  // TVQ_TESTS_MUTATION_SWITCH_H_

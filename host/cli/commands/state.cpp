@@ -15,6 +15,7 @@
 #include "host/cli/fleet/device_row.h"
 #include "host/cli/fleet/rows.h"
 #include "host/cli/fleet/metrics_file.h"
+#include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_run.h"
 #include "host/cli/input/stick.h"

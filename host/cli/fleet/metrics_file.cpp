@@ -9,6 +9,7 @@
 
 #include <ctime>
 
+#include "host/cli/input/folder.h"
 #include "host/cli/output/whole_file.h"
 
 namespace tvq::cli {

@@ -65,7 +65,7 @@ std::string FinalName(const std::string& name) {
   constexpr size_t kDigits = 16;
   constexpr char kHex[] = "0123456789abcdef";
   const size_t dot = name.rfind('.');
-  const bool isTemporary = name.size() > kDigits + 2 && name[0] == '.' && dot != 0 &&
+  const bool isTemporary = name.size() > kDigits + 2 && name[0] == '.' &&
                            name.size() - dot - 1 == kDigits &&
                            name.find_first_not_of(kHex, dot + 1) == std::string::npos;
   return isTemporary ? name.substr(1, dot - 1) : "";
@@ -162,6 +162,16 @@ Written WriteFile(const Descriptor& folder, const std::string& name,
     return Written::kNo;
   }
   return fsync(folder.Number()) == 0 ? Written::kYes : Written::kNotSure;
+}
+
+std::string NameOfFile(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string FolderOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 bool IsLink(const Descriptor& folder, const std::string& name) {

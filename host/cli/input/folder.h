@@ -66,6 +66,11 @@ Written WriteFile(const Descriptor& folder, const std::string& name,
                   const std::vector<uint8_t>& bytes, Taken taken,
                   Readers readers = Readers::kOwner);
 
+// The path behind its last slash.
+std::string NameOfFile(const std::string& path);
+// The path up to its last slash, and "." where it has none.
+std::string FolderOf(const std::string& path);
+
 // Whether the name is that of a symbolic link; errno stays.
 bool IsLink(const Descriptor& folder, const std::string& name);
 

@@ -26,9 +26,8 @@ struct CloseFile {
 };
 
 [[noreturn]] void ThrowFileError(const std::string& path, int error, const std::string& hint) {
-  const bool isDenied = error == EACCES || error == EPERM;
   throw InputError(fmt::format("cannot read {}: {}", path, std::strerror(error)),
-                   isDenied ? kSudoHint : hint);
+                   IsDenied(error) ? kSudoHint : hint);
 }
 
 // All that `readStep` gives, which reads up to kStep bytes and returns how many there were.
@@ -49,6 +48,10 @@ std::vector<uint8_t> ReadAll(const std::string& name, const std::string& hint, R
 }
 
 }  // namespace
+
+bool IsDenied(int error) {
+  return error == EACCES || error == EPERM;
+}
 
 std::vector<uint8_t> ReadFile(const std::string& path, const std::string& hint) {
   const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));

@@ -32,6 +32,9 @@ class NoStateError : public InputError {
   using InputError::InputError;
 };
 
+// Whether the error of a call says that its user may not do that.
+bool IsDenied(int error);
+
 // In a hint this stands for the command line as it was typed.
 inline constexpr char kThisCommand[] = "{command}";
 inline constexpr char kSudoHint[] = "only root may do that: `sudo {command}`";

@@ -36,6 +36,10 @@ constexpr off_t kLargestState = 16 << 20;
 // Numbers have at most nine digits.
 constexpr uint64_t kNumberLimit = 1000000000;
 
+bool StartsWith(std::string_view text, std::string_view start) {
+  return text.substr(0, start.size()) == start;
+}
+
 std::string NameOf(uint64_t number) {
   return fmt::format("{}{}{}", kPrefix, number, kSuffix);
 }
@@ -46,7 +50,7 @@ uint64_t NumberIn(std::string name) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 'a' - 'A')
                                                 : character;
   });
-  if (name.size() <= kPrefix.size() + kSuffix.size() || name.rfind(kPrefix, 0) != 0 ||
+  if (name.size() <= kPrefix.size() + kSuffix.size() || !StartsWith(name, kPrefix) ||
       name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
     return 0;
   }
@@ -81,7 +85,7 @@ std::vector<NumberedFile> StatesIn(const Descriptor& folder) {
                        const std::string& hint) {
   const int error = errno;
   std::string reason = std::strerror(error);
-  std::string advice = error == EACCES || error == EPERM ? kSudoHint : hint;
+  std::string advice = IsDenied(error) ? kSudoHint : hint;
   if (!link.empty()) {
     reason = link == path ? "it is a symbolic link" : link + " is a symbolic link";
     advice = fmt::format(
@@ -241,7 +245,7 @@ std::vector<std::string> MachineFoldersIn(const std::string& folder) {
   std::vector<std::string> machines;
   if (directory.IsOpen()) {
     for (const std::string& name : NamesIn(directory)) {
-      if (name.rfind(kMachinePrefix, 0) == 0) {
+      if (StartsWith(name, kMachinePrefix)) {
         machines.push_back(PathIn(folder, name));
       }
     }
@@ -274,7 +278,7 @@ std::string WithoutMachineNumbers(const std::string& path) {
   std::string plain;
   for (std::string::size_type at = 0; at < path.size();) {
     const std::string component = path.substr(at, path.find('/', at) - at);
-    const bool isOfMachine = component.rfind(kMachinePrefix, 0) == 0;
+    const bool isOfMachine = StartsWith(component, kMachinePrefix);
     plain += isOfMachine ? "machine" : component;
     at += component.size();
     if (at < path.size()) {
@@ -294,7 +298,7 @@ bool HoldsStates(const std::string& folder) {
   const std::vector<std::string> names =
       directory.IsOpen() ? NamesIn(directory) : std::vector<std::string>();
   return std::any_of(names.begin(), names.end(), [](const std::string& name) {
-    return name == kSingleFile || name.rfind(kPrefix, 0) == 0 || name.rfind(kMachinePrefix, 0) == 0;
+    return name == kSingleFile || StartsWith(name, kPrefix) || StartsWith(name, kMachinePrefix);
   });
 }
 
@@ -404,15 +408,14 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path) {
   if (!isState) {
     return std::nullopt;
   }
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const std::string folder = FolderOf(path);
   std::string link;
   const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
   if (!directory.IsOpen()) {
     Fail("open", folder, link, kFolderHint);
   }
   CheckFolder(directory, folder);
-  return ReadFileIn(directory, slash == std::string::npos ? path : path.substr(slash + 1), path);
+  return ReadFileIn(directory, NameOfFile(path), path);
 }
 
 bool IsServiceFolder(const std::string& path) {

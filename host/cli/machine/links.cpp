@@ -29,6 +29,12 @@ struct Candidate {
   bool isTaken = false;  // by a record
 };
 
+// All devices of one kind.
+struct Devices {
+  devices::Kind kind;
+  std::vector<Candidate> candidates;
+};
+
 std::vector<Candidate> CandidatesOf(const KindLink& kind, smbios::Bytes table) {
   std::vector<Candidate> candidates;
   std::size_t index = 0;
@@ -59,9 +65,9 @@ std::optional<PartPlace> Take(std::vector<Candidate>& candidates, const devices:
 std::vector<std::optional<PartPlace>> LinkRecords(const run::Table& table,
                                                   const std::vector<run::Record>& records) {
   const smbios::Bytes structures = {table.structures.data(), table.structures.size()};
-  std::vector<Candidate> candidates[std::size(kKinds)];
-  for (std::size_t i = 0; i < std::size(kKinds); ++i) {
-    candidates[i] = CandidatesOf(kKinds[i], structures);
+  std::vector<Devices> all;
+  for (const KindLink& kind : kKinds) {
+    all.push_back({kind.device, CandidatesOf(kind, structures)});
   }
   std::vector<std::optional<PartPlace>> links;
   for (const run::Record& record : records) {
@@ -69,10 +75,10 @@ std::vector<std::optional<PartPlace>> LinkRecords(const run::Table& table,
     if (record.deviceType == kSystemRecord) {
       link = PartPlace{Kind::kSystem, 0};
     }
-    for (std::size_t i = 0; i < std::size(kKinds); ++i) {
-      if (record.deviceType == devices::RecordTypeOf(kKinds[i].device) && record.devicePath) {
+    for (Devices& one : all) {
+      if (record.deviceType == devices::RecordTypeOf(one.kind) && record.devicePath) {
         const smbios::Bytes path = {record.devicePath->data(), record.devicePath->size()};
-        link = Take(candidates[i], devices::KeyOfPath(path));
+        link = Take(one.candidates, devices::KeyOfPath(path));
       }
     }
     links.push_back(link);

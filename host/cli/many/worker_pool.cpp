@@ -113,12 +113,8 @@ class Worker {
       Serve(ends[1], work);
     }
   }
-  Worker(Worker&& other) noexcept
-      : mSocket(std::move(other.mSocket)),
-        mProcess(std::exchange(other.mProcess, -1)),
-        mItem(other.mItem),
-        mReceived(std::move(other.mReceived)) {}
-  Worker& operator=(Worker&&) = delete;
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
   ~Worker() {
     if (mProcess > 0) {
       Finish();
@@ -189,7 +185,7 @@ class Worker {
 class Pool {
  public:
   Pool(std::size_t count, unsigned workers, const Work& work, const TakeResult& take)
-      : mCount(count), mWork(work), mTake(take), mWorkers(std::max(1U, workers)) {}
+      : mCount(count), mWork(work), mTake(take), mWorkers(workers) {}
 
   void Run() {
     while (mTaken < mCount) {

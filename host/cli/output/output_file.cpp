@@ -21,11 +21,9 @@ void WriteOutput(const std::string& path, const std::string& result, const Conso
     console.out << result;
     return;
   }
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::string name = NameOfFile(path);
   std::string link;
-  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  const Descriptor directory = OpenFolder(FolderOf(path), Missing::kFails, link);
   if (directory.IsOpen() && IsSpecialFile(directory, name)) {
     throw InputError(fmt::format("cannot write {}: it is no plain file", path),
                      "`-o -` writes to standard output");

@@ -32,16 +32,6 @@ namespace {
 
 }  // namespace
 
-std::string NameOfFile(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string FolderOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
 void WriteWhole(const NamedFile& file, std::string_view text, Readers readers) {
   std::string link;
   const Descriptor folder = OpenFolder(FolderOf(file.path), Missing::kFails, link);

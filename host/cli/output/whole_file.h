@@ -26,11 +26,6 @@ void WriteWhole(const NamedFile& file, std::string_view text, Readers readers);
 // What the file says at its beginning; nothing where there is no plain file that can be read.
 std::string StartOfFile(const std::string& path);
 
-// The path behind its last slash.
-std::string NameOfFile(const std::string& path);
-// The path up to its last slash, and "." where it has none.
-std::string FolderOf(const std::string& path);
-
 }  // namespace tvq::cli
 
 #endif  // TVQ_HOST_CLI_OUTPUT_WHOLE_FILE_H_

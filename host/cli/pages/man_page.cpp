@@ -68,8 +68,7 @@ std::string Italic(std::string_view text) {
 // Prose: what stands between ` and ` is bold.
 std::string Prose(std::string_view text) {
   std::string prose;
-  std::size_t open = 0;
-  while ((open = text.find('`')) != std::string_view::npos) {
+  for (std::size_t open = text.find('`'); open != std::string_view::npos; open = text.find('`')) {
     const std::size_t close = text.find('`', open + 1);
     if (close == std::string_view::npos) {
       break;

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "host/cli/input/input.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 
@@ -66,6 +68,20 @@ TEST_F(Input, ThatCannotBeReadIsNamedWithTheReason) {
   EXPECT_EQ(ErrorOf(Path("missing")),
             "cannot read " + Path("missing") + ": No such file or directory; look elsewhere");
   EXPECT_EQ(ErrorOf(Path("")), "cannot read " + Path("") + ": Is a directory; look elsewhere");
+}
+
+TEST(Denied, IsWhatItsUserMayNotDo) {
+  EXPECT_TRUE(IsDenied(EACCES));
+  EXPECT_TRUE(IsDenied(EPERM));
+  EXPECT_FALSE(IsDenied(ENOENT));
+  EXPECT_FALSE(IsDenied(0));
+}
+
+TEST_F(Input, IsAFileWhereAnArgumentNamesOne) {
+  EXPECT_TRUE(NamesFile("-"));
+  EXPECT_TRUE(NamesFile("missing/file"));
+  EXPECT_TRUE(NamesFile("."));
+  EXPECT_FALSE(NamesFile("no-file-of-this-name"));
 }
 
 TEST_F(Input, ThatOnlyRootMayReadIsToBeReadByRoot) {

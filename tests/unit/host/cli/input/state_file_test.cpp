@@ -10,7 +10,6 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -19,23 +18,8 @@
 #include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
 #include "host/cli/input/state_file.h"
+#include "tests/unit/host/cli/failing_call.h"
 #include "tests/unit/host/cli/server.h"
-
-namespace {
-
-// The call of fsync from now on that fails; 0 for none.
-int gFailingSync = 0;
-
-}  // namespace
-
-// In place of the C library's.
-extern "C" int fsync(int file) {
-  if (gFailingSync != 0 && --gFailingSync == 0) {
-    errno = EIO;
-    return -1;
-  }
-  return static_cast<int>(syscall(SYS_fsync, file));
-}
 
 namespace tvq::cli {
 namespace {
@@ -45,6 +29,7 @@ using test::Bytes;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
@@ -200,6 +185,16 @@ TEST_F(StateFile, ThatIsDamagedIsReported) {
   EXPECT_EQ(Verify({}).status, 2) << "a state with the name of another";
 }
 
+TEST_F(StateFile, WithoutANumberInItsNameMayHaveAny) {
+  SaveOf({});
+  Server server;
+  server.cores = 12;
+  SaveOf(server);
+  fs::remove(File(1));
+  fs::rename(File(2), Folder() + "/tvq-state.bin");
+  EXPECT_EQ(Verify(server).status, 0);
+}
+
 TEST_F(StateFile, OfVersionsBeforeIsReadWhereThereIsNoOther) {
   SaveOf({});
   fs::rename(File(1), Folder() + "/tvq-state.bin");
@@ -236,6 +231,8 @@ TEST_F(StateFile, OfVersionOneIsCompared) {
   const Outcome verified = RunTvq({"verify", Folder(), "--from-dump", Path("dump.bin")});
   EXPECT_EQ(verified.status, 0) << verified.out << verified.diagnostics;
   EXPECT_EQ(verified.out, "Summary: 4 same, 3 cannot tell\n");
+  EXPECT_THAT(verified.diagnostics, Not(HasSubstr("may be of another machine")))
+      << "no state of that version says which one it is of";
   EXPECT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("dump.bin")}).status, 0);
   EXPECT_TRUE(fs::exists(File(1)));
 }
@@ -277,7 +274,11 @@ TEST_F(StateFile, InAFolderThatOthersMayWriteIsNotReadByRoot) {
   SaveOf({});
   ASSERT_EQ(chmod(Folder().c_str(), 0770), 0);
   if (geteuid() == 0) {
-    EXPECT_THAT(LoadError(), HasSubstr(Folder() + " is not read: others may write there"));
+    EXPECT_THAT(LoadError(),
+                HasSubstr(Folder() +
+                          " is not read: others may write there, so that nobody knows whose "
+                          "states these are\ntvq: hint: where you trust it: `chown root " +
+                          Folder() + "` and `chmod go-w " + Folder() + "`\n"));
   } else {
     EXPECT_EQ(Verify({}).status, 0);
   }
@@ -293,6 +294,34 @@ TEST_F(StateFile, ThatIsNoPlainFileOrTooLargeIsNotRead) {
   Write("state/state-1.bin", {});
   fs::resize_file(File(1), (16 << 20) + 1);
   EXPECT_THAT(LoadError(), HasSubstr("it has 16777217 bytes, more than any state"));
+}
+
+TEST_F(StateFile, MayHaveSixteenMegabytes) {
+  Save();
+  fs::resize_file(File(1), 16 << 20);
+  EXPECT_THAT(LoadError(), HasSubstr(File(1) + " was cut off"));
+}
+
+TEST_F(StateFile, OfRootIsReadByEverybodyWhoMay) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can be somebody else";
+  }
+  SaveOf({});
+  fs::permissions(Folder(), fs::perms(0755));
+  fs::permissions(File(1), fs::perms(0644));
+  const std::string table = Write("table.bin", TableOf(Server{}).Bytes());
+  const auto verifyAsNobody = [&] {
+    constexpr uid_t kNobody = 65534;
+    EXPECT_EQ(seteuid(kNobody), 0);
+    const Outcome verified = RunTvq({"verify", Folder(), "--table", table});
+    EXPECT_EQ(seteuid(0), 0);
+    return verified;
+  };
+  EXPECT_EQ(verifyAsNobody().status, 0);
+  ASSERT_EQ(chown(File(1).c_str(), 65534, 65534), 0);
+  EXPECT_EQ(verifyAsNobody().status, 0) << "and so is one's own";
+  ASSERT_EQ(chown(File(1).c_str(), 1, 1), 0);
+  EXPECT_THAT(verifyAsNobody().diagnostics, HasSubstr("others may write it"));
 }
 
 TEST_F(StateFile, ThatOnlyRootMayReadIsToBeReadByRoot) {
@@ -357,6 +386,7 @@ TEST_F(StateFile, ThatIsMissingIsToBeSavedFirst) {
     EXPECT_THAT(verified.diagnostics,
                 HasSubstr("tvq: error: there is no saved state in " + Folder() +
                           "\ntvq: hint: save a state first with `tvq save " + Folder() + "`\n"));
+    EXPECT_EQ(fs::exists(Folder()), i != 0) << "looking for a state makes no folder";
     fs::create_directory(Folder());
   }
 }
@@ -391,11 +421,13 @@ TEST_F(StateFile, IsSavedWhateverAnInterruptedSaveLeft) {
 
 TEST_F(StateFile, LeavesWhatItDidNotWriteItself) {
   fs::create_directory(Folder());
-  for (const char* name : {".state-mine", ".state-1.bin.mine", ".state-x.bin.0123456789abcdef"}) {
+  for (const char* name :
+       {".state-mine", ".state-1.bin.mine", ".state-x.bin.0123456789abcdef",
+        ".state-1.bin.x123456789abcdef", ".state-1.bin.0123456789abcdefa", ".0123456789abcdef"}) {
     Write(std::string("state/") + name, {1});
   }
   Save();
-  EXPECT_EQ(Names().size(), 4u);
+  EXPECT_EQ(Names().size(), 7u);
 }
 
 TEST_F(StateFile, IsSavedAlsoWhileSomebodyElseHoldsTheFoldersLock) {
@@ -404,6 +436,40 @@ TEST_F(StateFile, IsSavedAlsoWhileSomebodyElseHoldsTheFoldersLock) {
   ASSERT_EQ(flock(other, LOCK_EX), 0);
   EXPECT_EQ(Save(), File(1));
   close(other);
+}
+
+TEST_F(StateFile, IsSavedWhenItsFoldersLockIsFree) {
+  fs::create_directory(Folder());
+  for (const int error : {EWOULDBLOCK, EINTR}) {
+    Write("state/.state-1.bin.0123456789abcdef", {7});
+    const FailingCall held(Call::kLock, error);
+    Save();
+    EXPECT_FALSE(fs::exists(Folder() + "/.state-1.bin.0123456789abcdef")) << error;
+  }
+}
+
+TEST_F(StateFile, IsSavedAtOnceWhereAFolderCannotBeLocked) {
+  fs::create_directory(Folder());
+  Write("state/.state-1.bin.0123456789abcdef", {7});
+  const FailingCall unsupported(Call::kLock, ENOLCK);
+  Save();
+  EXPECT_TRUE(fs::exists(Folder() + "/.state-1.bin.0123456789abcdef"))
+      << "which may be somebody's who is saving";
+}
+
+TEST_F(StateFile, IsReadOnWhereLessIsReadOrASignalInterrupts) {
+  SaveOf({});
+  for (const int error : {kShort, EINTR}) {
+    const FailingCall partly(Call::kRead, error);
+    EXPECT_TRUE(LoadStateFile(File(1)) == Read("state/state-1.bin")) << error;
+  }
+}
+
+TEST_F(StateFile, ThatCannotBeReadIsAnError) {
+  SaveOf({});
+  const FailingCall broken(Call::kRead, EIO);
+  EXPECT_EQ(ErrorOf([this] { LoadStateFile(File(1)); }),
+            "cannot read " + File(1) + ": Input/output error; look at the disk's health");
 }
 
 TEST_F(StateFile, IsNotSavedWhereItsFolderCannotBeMade) {
@@ -431,7 +497,7 @@ TEST_F(StateFile, StaysWhenTheNewOneDoesNotFit) {
 
 TEST_F(StateFile, ThatDidNotReachTheDiskIsNotThere) {
   Save({1}, 1);
-  gFailingSync = 1;
+  const FailingCall sync(Call::kSync, EIO);
   EXPECT_EQ(ErrorOf([this] { Save({2}, 1); }),
             "cannot write " + File(2) +
                 ": Input/output error; what was saved there before is still there");
@@ -440,13 +506,47 @@ TEST_F(StateFile, ThatDidNotReachTheDiskIsNotThere) {
 
 TEST_F(StateFile, WhoseNameMayNotHaveReachedTheDiskIsSaidToBeSaved) {
   Save({1}, 1);
-  gFailingSync = 2;
+  const FailingCall sync(Call::kSync, EIO, 2);
   EXPECT_EQ(ErrorOf([this] { Save({2}, 1); }),
             File(2) +
                 " is saved, but may be gone after a power cut: Input/output error; look at the "
                 "disk's health");
   EXPECT_THAT(Names(), UnorderedElementsAre("state-1.bin", "state-2.bin"))
       << "the one before it stays, because it may be the one that is there";
+}
+
+// --- Folders and their names ---
+
+TEST_F(StateFile, OfAnyKindMakesAFolderOneOfStates) {
+  for (const char* const name : {"tvq-state.bin", "state-1.bin", "state-a.bin", "machine-A"}) {
+    fs::create_directories(Path("holder"));
+    EXPECT_FALSE(HoldsStates(Path("holder")));
+    Write(std::string("holder/x") + name, {});
+    EXPECT_FALSE(HoldsStates(Path("holder"))) << "x" << name;
+    Write(std::string("holder/") + name, {});
+    EXPECT_TRUE(HoldsStates(Path("holder"))) << name;
+    fs::remove_all(Path("holder"));
+  }
+  EXPECT_FALSE(HoldsStates(Path("missing")));
+  EXPECT_FALSE(fs::exists(Path("missing")));
+}
+
+TEST_F(StateFile, InTheFolderOfAMachineDoesNotNameItWithoutItsNumber) {
+  EXPECT_EQ(WithoutMachineNumbers("/stick/TVQ/machine-ABC1/state-1.bin"),
+            "/stick/TVQ/machine/state-1.bin");
+  EXPECT_EQ(WithoutMachineNumbers("machine-ABC1"), "machine");
+  EXPECT_EQ(WithoutMachineNumbers("a//machine-1/machine-2/"), "a//machine/machine/");
+  EXPECT_EQ(WithoutMachineNumbers("my-machine-1/table.bin"), "my-machine-1/table.bin");
+  EXPECT_EQ(WithoutMachineNumbers(""), "");
+}
+
+TEST_F(StateFile, OfTheServiceIsKnownByItsFolder) {
+  for (const char* const path : {"/var/lib/tvq", "/var/lib/tvq/", "/var/lib/tvq//"}) {
+    EXPECT_TRUE(IsServiceFolder(path)) << path;
+  }
+  for (const char* const path : {"", "/", "/var/lib/tv", "/var/lib/tvq/x", "/var/lib/tvq2"}) {
+    EXPECT_FALSE(IsServiceFolder(path)) << path;
+  }
 }
 
 // --- Other files ---
@@ -459,7 +559,7 @@ TEST_F(StateFile, OfAnyOtherCommandIsWrittenAsAWholeToo) {
   EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("out.bin")}).status, 0);
   EXPECT_EQ(ModeOf(Path("out.bin")), 0600u);
   const Bytes before = Read("out.bin");
-  gFailingSync = 1;
+  const FailingCall sync(Call::kSync, EIO);
   EXPECT_EQ(RunTvq({"mktable", source, "-o", Path("out.bin")}).status, 2);
   EXPECT_EQ(Read("out.bin"), before);
   Write("victim", {1, 2, 3});

@@ -30,6 +30,15 @@ test::Table Machine(const std::string& number, const std::string& second = "22")
                          test::End{});
 }
 
+// The machine BBB2 after a repair.
+test::Table WithAnotherBoard() {
+  test::System system{.serial = "BBB2", .uuid = test::Bytes(16, 0x77)};
+  return test::Table::Of(test::Bios{}, system, test::BaseBoard{.serial = "CCC3-B"},
+                         test::MemoryDevice{.locator = "DIMM_A1", .serial = "BBB2-11"},
+                         test::MemoryDevice{.locator = "DIMM_A2", .serial = "BBB2-22"},
+                         test::End{});
+}
+
 test::Table Nameless() {
   return test::Table::Of(test::Bios{}, test::System{.serial = "", .uuid = test::Bytes(16, 0)},
                          test::MemoryDevice{.locator = "DIMM_A1", .serial = ""}, test::End{});
@@ -77,12 +86,7 @@ TEST_F(CliStick, MayBeNamedByItsFolder) {
 
 TEST_F(CliStick, KnowsAMachineWithAnotherBoardByItsOtherNumbers) {
   SaveTwoMachines();
-  test::System system{.serial = "BBB2", .uuid = test::Bytes(16, 0x77)};
-  const test::Table repaired =
-      test::Table::Of(test::Bios{}, system, test::BaseBoard{.serial = "CCC3-B"},
-                      test::MemoryDevice{.locator = "DIMM_A1", .serial = "BBB2-11"},
-                      test::MemoryDevice{.locator = "DIMM_A2", .serial = "BBB2-22"}, test::End{});
-  EXPECT_THAT(Verify(repaired).diagnostics,
+  EXPECT_THAT(Verify(WithAnotherBoard()).diagnostics,
               HasSubstr("machine-BBB2/state-1.bin is of this machine"));
 }
 
@@ -111,10 +115,45 @@ TEST_F(CliStick, TakesTheOnlyStateThatMayBeOfAMachineWithoutNumbers) {
 
 TEST_F(CliStick, PassesOverAFolderWhoseStateIsDamaged) {
   SaveTwoMachines();
-  Write("stick/TVQ/machine-AAA1/state-1.bin", {'T', 'V', 'Q'});
-  const Outcome verified = Verify(Machine("BBB2"));
+  const test::Bytes whole = Read("stick/TVQ/machine-AAA1/state-1.bin");
+  test::Bytes damaged = whole;
+  damaged[whole.size() / 2] ^= 0x40;
+  for (const test::Bytes& bytes : {test::Bytes{'T', 'V', 'Q'}, damaged}) {
+    Write("stick/TVQ/machine-AAA1/state-1.bin", bytes);
+    const Outcome verified = Verify(Machine("BBB2"));
+    EXPECT_EQ(verified.status, 0);
+    EXPECT_THAT(verified.diagnostics, Not(HasSubstr("AAA1")));
+    EXPECT_THAT(Verify(Machine("AAA1")).diagnostics, HasSubstr("has no state of this machine"));
+  }
+}
+
+TEST_F(CliStick, HasNoStateOfAMachineWhereItsOnlyOneIsDamaged) {
+  SaveOnStick("without-number", Nameless());
+  Write("stick/TVQ/machine-without-number/state-1.bin", {'T', 'V', 'Q'});
+  EXPECT_THAT(Verify(Nameless()).diagnostics, HasSubstr("has no state of this machine"));
+}
+
+TEST_F(CliStick, TakesAStateThatMayBeOfTheMachineWhateverItsFolderIsCalled) {
+  SaveOnStick("AAA1", Nameless());
+  const Outcome verified = Verify(Nameless());
   EXPECT_EQ(verified.status, 0);
-  EXPECT_THAT(verified.diagnostics, Not(HasSubstr("AAA1")));
+  EXPECT_THAT(verified.diagnostics,
+              HasSubstr("machine-AAA1/state-1.bin may be of another machine: nothing in the table "
+                        "tells this one from others"));
+}
+
+TEST_F(CliStick, PrefersTheStateOfTheSameBoardToThatOfAnotherOne) {
+  SaveTwoMachines();
+  SaveOnStick("BBB2-repaired", WithAnotherBoard());
+  EXPECT_EQ(Verify(Machine("BBB2")).status, 0);
+  EXPECT_EQ(Verify(Machine("BBB2")).diagnostics, "");
+}
+
+TEST_F(CliStick, PrefersAStateWithTheMachinesNumbersToOneWithoutAny) {
+  SaveTwoMachines();
+  SaveOnStick("without-number", Nameless());
+  EXPECT_THAT(Verify(WithAnotherBoard()).diagnostics,
+              HasSubstr("machine-BBB2/state-1.bin is of this machine"));
 }
 
 TEST_F(CliStick, IsEitherSideOfADifference) {

@@ -113,6 +113,24 @@ TEST(StandardTerminal, HasColourUnlessItIsDumbOrNobodyWantsAny) {
   EXPECT_FALSE(HasColour(std::nullopt, std::nullopt));
 }
 
+TEST(StandardTerminal, ShowsMoreThanAsciiWhereItsLocaleSaysSo) {
+  const auto isAscii = [](const std::optional<std::string>& all,
+                          const std::optional<std::string>& type,
+                          const std::optional<std::string>& language) {
+    const Variable first("LC_ALL", all);
+    const Variable second("LC_CTYPE", type);
+    const Variable third("LANG", language);
+    return StandardTerminal().isAscii;
+  };
+  EXPECT_FALSE(isAscii("C.UTF-8", "C", "C"));
+  EXPECT_FALSE(isAscii({}, "de_DE.utf8", "C"));
+  EXPECT_FALSE(isAscii("", "", "en_US.UTF-8"));
+  EXPECT_TRUE(isAscii("C", "C.UTF-8", "C.UTF-8")) << "the first that is set counts";
+  EXPECT_TRUE(isAscii({}, "POSIX", "C.UTF-8"));
+  EXPECT_TRUE(isAscii({}, {}, "de_DE.ISO-8859-1"));
+  EXPECT_TRUE(isAscii({}, {}, {}));
+}
+
 TEST(Painted, HasTheCodeOfItsInkAroundIt) {
   Terminal coloured;
   coloured.hasColour = true;

@@ -73,7 +73,7 @@ class FakeJournal {
     return mWasInFile ? FileOf(*reinterpret_cast<const int*>(CMSG_DATA(header))) : bytes;
   }
   std::string FileOf(int file) {
-    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
     mWasSealed = (fcntl(file, F_GET_SEALS) & kSeals) == kSeals;
     std::string bytes(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
     bytes.resize(static_cast<size_t>(pread(file, bytes.data(), bytes.size(), 0)));

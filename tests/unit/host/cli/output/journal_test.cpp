@@ -8,8 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "host/cli/input/input.h"
 #include "tests/unit/host/cli/cli_fixture.h"
+#include "tests/unit/host/cli/failing_call.h"
 #include "tests/unit/host/cli/output/fake_journal.h"
 
 namespace tvq::cli {
@@ -73,6 +76,56 @@ TEST_F(JournalTest, WhatIsTooLongForADatagramIsPassedOnInASealedFile) {
   EXPECT_TRUE(mSystem.WasInFile());
   EXPECT_TRUE(mSystem.WasSealed());
   EXPECT_THAT(fields->at("TVQ_TEXT"), ElementsAre(longText));
+}
+
+TEST_F(JournalTest, AValueOfOneLineStandsBehindAnEqualsSign) {
+  EXPECT_EQ(JournalEntry("all is well", Priority::kNotice, kId).Bytes(),
+            std::string("MESSAGE=all is well\nMESSAGE_ID=") + kId +
+                "\nPRIORITY=5\nSYSLOG_IDENTIFIER=tvq\n");
+}
+
+TEST_F(JournalTest, AnEntryThatTheSystemHasNoRoomForIsPassedOnInAFileToo) {
+  for (const int error : {EMSGSIZE, ENOBUFS}) {
+    const FailingCall full(Call::kSend, error);
+    Journal(mSystem.Path()).Send(JournalEntry("message", Priority::kNotice, kId));
+    const std::optional<JournalFields> fields = mSystem.Next();
+    ASSERT_TRUE(fields);
+    EXPECT_TRUE(mSystem.WasInFile());
+    EXPECT_THAT(fields->at("MESSAGE"), ElementsAre("message"));
+  }
+}
+
+// The error of an entry that the journal did not take.
+std::string SendError(const std::string& path) {
+  try {
+    Journal(path).Send(JournalEntry("message", Priority::kNotice, kId));
+  } catch (const InputError& error) {
+    return error.what();
+  }
+  return "(none)";
+}
+
+TEST_F(JournalTest, AnEntryThatTheJournalDoesNotTakeIsAnError) {
+  const std::string start = "the journal at " + mSystem.Path() + " takes no entry: ";
+  {
+    const FailingCall gone(Call::kSend, ECONNREFUSED);
+    EXPECT_EQ(SendError(mSystem.Path()), start + "Connection refused");
+    EXPECT_FALSE(mSystem.Next());
+  }
+  const FailingCall full(Call::kSend, EMSGSIZE);
+  const FailingCall noRoom(Call::kWrite, ENOSPC);
+  EXPECT_EQ(SendError(mSystem.Path()), start + "No space left on device");
+  EXPECT_FALSE(mSystem.Next());
+}
+
+TEST_F(JournalTest, APathMayHaveAsManyCharactersAsASocketTakes) {
+  std::string longest = Path("");
+  longest.append(107 - longest.size(), 'x');
+  FakeJournal system(longest);
+  ASSERT_TRUE(system.IsBound());
+  EXPECT_EQ(SendError(longest), "(none)");
+  EXPECT_EQ(SendError(longest + "x"),
+            "the journal at " + longest + "x takes no entry: File name too long");
 }
 
 TEST_F(JournalTest, WhereNoJournalListensAnErrorSaysSo) {

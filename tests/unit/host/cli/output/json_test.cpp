@@ -52,6 +52,22 @@ TEST(CliJson, IsPrintedAsTheTerminalShowsIt) {
       << "the name of a file that is no UTF-8";
 }
 
+TEST(CliJson, HasALineOfItsOwnWhereThatIsWanted) {
+  std::istringstream in;
+  std::ostringstream out;
+  PrintJson({{"a", {1, 2}}}, {in, out, out, {}, false, true});
+  EXPECT_EQ(out.str(), "{\"a\":[1,2]}\n");
+  EXPECT_EQ(JsonLine({{"a", "\xC3\xA9"}}, {}), "{\"a\":\"\xC3\xA9\"}\n");
+}
+
+TEST(CliJson, HasALineForEachMember) {
+  run::Results results;
+  results.start = "Success";
+  results.records.emplace_back();
+  const std::string text = ExportOf({}, results, false);
+  EXPECT_EQ(text, ordered_json::parse(text).dump(1) + "\n");
+}
+
 TEST(CliJson, ShowsARecord) {
   run::Record record;
   record.deviceType = 4;

@@ -58,6 +58,15 @@ TEST(Wrapped, KeepsACommandInOneLineWhereItFits) {
   EXPECT_EQ(Wrapped("one ` alone is a word", PageOfWidth(10), 0), "one `\n  alone is\n  a word\n");
 }
 
+TEST(Wrapped, GoesOnBehindACommandAsBeforeIt) {
+  EXPECT_EQ(Wrapped("try `a b` or go on", PageOfWidth(12), 0), "try `a b` or\n  go on\n");
+  EXPECT_EQ(Wrapped("`` a ` b", PageOfWidth(5), 0), "`` a\n  ` b\n") << "no command in these";
+}
+
+TEST(Wrapped, BreaksAWordInACommandThatIsLongerThanALine) {
+  EXPECT_EQ(Wrapped("`a bcdefghij k`", PageOfWidth(6), 0), "`a\n  bcde\n  fghi\n  j k`\n");
+}
+
 TEST(Wrapped, LeavesCodesForColourWhole) {
   EXPECT_EQ(Wrapped("\x1B[31mabcdef\x1B[0m gh", PageOfWidth(4), 0),
             "\x1B[31mabcd\n  ef\x1B[0m\n  gh\n");
@@ -98,6 +107,10 @@ TEST(Listed, IsBrokenBetweenItems) {
 TEST(Listed, IsBrokenInsideAnItemThatIsLongerThanALine) {
   EXPECT_EQ(Listed({"a", "two words more", "b"}, PageOfWidth(11), "", 2),
             "a,\n  two words\n  more, b\n");
+}
+
+TEST(Listed, BeginsBelowALeadThatFillsTheLine) {
+  EXPECT_EQ(Listed({"abcdef"}, PageOfWidth(6), "lead: ", 2), "lead: \n  abcd\n  ef\n");
 }
 
 TEST(Counted, SaysOneInTheSingular) {

@@ -78,6 +78,37 @@ TEST(ManPage, ShowsWhichArgumentsMayBeLeftOutOrRepeated) {
                                    HasSubstr("\n\\fBtvq\\fR \\fB\\-\\-help\\fR\n")));
 }
 
+TEST(ManPage, HasItsSummaryWithoutAFullStop) {
+  for (const char* const summary : {"A summary", "A summary."}) {
+    CommandTree tree = TreeOf(Option({"--it"}, "", "It"));
+    tree.summary = summary;
+    EXPECT_THAT(ManPage(tree), HasSubstr("\n.SH NAME\ntvq \\- A summary\n.SH SYNOPSIS\n"));
+  }
+  CommandTree tree = TreeOf(Option({"--it"}, "", "It"));
+  tree.summary = "";
+  EXPECT_THAT(ManPage(tree), HasSubstr("\ntvq \\- \n"));
+}
+
+TEST(ManPage, BeginsEachSectionOnALineOfItsOwn) {
+  const std::string page = ManPage(TreeOf(Option({"--it"}, "", "It")));
+  EXPECT_THAT(page, HasSubstr("captured anywhere.\n.SH OPTIONS\n"));
+  EXPECT_THAT(page, HasSubstr("\n.TP\n\\fIFILE\\fR\nA file.\n.TP\n\\fB\\-\\-it\\fR\nIt.\n"));
+}
+
+TEST(ManPage, HasCommandsInBoldAndALoneQuoteAsItIs) {
+  const CommandText text = {"do", "Does it", "`tvq do` or `tvq`, a lone ` too.", "", ""};
+  EXPECT_THAT(ManPage(TreeOf(text, Option({"FILE"}, "", "A file"), Option({"--it"}, "", "It"))),
+              HasSubstr("\n\\fBtvq do\\fR or \\fBtvq\\fR, a lone \\(ga too.\n"));
+}
+
+TEST_F(CliManPage, ShowsWhatEachCommandTakes) {
+  const std::string page = RunTvq({"man"}).out;
+  EXPECT_THAT(page, HasSubstr("\n\\fBtvq get\\fR [\\fIOPTIONS\\fR] "
+                              "[\\fITABLE|PATH\\fR .\\|.\\|.]\n"));
+  EXPECT_THAT(page, HasSubstr(" [\\fIOPTIONS\\fR] \\fIDIR\\fR \\fINAME\\fR .\\|.\\|.\n"));
+  EXPECT_THAT(page, HasSubstr("\n\\fBtvq\\fR \\fB\\-\\-version\\fR\n"));
+}
+
 TEST_F(CliManPage, NamesTheFilesThatItUses) {
   const std::string page = RunTvq({"man"}).out;
   EXPECT_THAT(page, HasSubstr("\n\\fI/sys/firmware/dmi/tables/DMI\\fR\n"));
@@ -106,6 +137,11 @@ TEST(Values, AreWhatTheNameOfAValueStandsFor) {
   EXPECT_THAT(ValuesOf("TYPE|all").words, AllOf(Contains("memory-device"), Contains("all")));
 }
 
+TEST(Values, AreWordsOfSmallLetters) {
+  EXPECT_THAT(ValuesOf("a|z|az").words, ElementsAre("a", "z", "az"));
+  EXPECT_THAT(ValuesOf("`|{|a-z|A").words, IsEmpty());
+}
+
 TEST(Values, AreUnknownForWhatNobodyCanGuess) {
   for (const char* const name : {"", "N", "M.m", "TEXT", "BUS:DEVICE.FUNCTION"}) {
     const Values values = ValuesOf(name);
@@ -128,6 +164,69 @@ TEST(Completion, OffersInZshNoOptionThatIsRuledOut) {
   EXPECT_THAT(ZshCompletion(TreeOf(option)), HasSubstr("'(--that --this)--this[This]'"));
   option.isRepeated = true;
   EXPECT_THAT(ZshCompletion(TreeOf(option)), HasSubstr("'*--this[This]'"));
+}
+
+// What follows `do`, and each kind of value.
+CommandTree TreeOfValues() {
+  CommandTree tree = TreeOf(Option({"-f", "--file"}, "FILE", "A file"));
+  CommandNode& command = tree.commands[0];
+  command.positionals[0].isRepeated = true;
+  command.options.push_back(Option({"--dir"}, "DIR", "A folder"));
+  command.options.push_back(Option({"--as"}, "text|json", "A form"));
+  command.options.push_back(Option({"--count"}, "N", "A number"));
+  command.options.push_back(Option({"--it"}, "", "It"));
+  tree.commands.push_back({{"stop", "Stops", "", "", ""}, {}, {Option({"--it"}, "", "It")}});
+  return tree;
+}
+
+TEST(Completion, OffersInBashWhatAValueCanBe) {
+  EXPECT_THAT(BashCompletion(TreeOfValues()),
+              HasSubstr("    _tvq_words \"do stop -h --help\"\n    return\n  fi\n"
+                        "  case \"${COMP_WORDS[1]} $previous\" in\n"
+                        "    \"do -f\")\n      _tvq_paths -f\n      return\n      ;;\n"
+                        "    \"do --file\")\n      _tvq_paths -f\n      return\n      ;;\n"
+                        "    \"do --dir\")\n      _tvq_paths -d\n      return\n      ;;\n"
+                        "    \"do --as\")\n      _tvq_words \"text json\"\n      return\n      ;;\n"
+                        "    \"do --count\")\n      :\n      return\n      ;;\n"
+                        "  esac\n"
+                        "  case \"${COMP_WORDS[1]} $word\" in\n"
+                        "    \"do -\"*) _tvq_words \"-f --file --dir --as --count --it\" ;;\n"
+                        "    \"stop -\"*) _tvq_words \"--it\" ;;\n"
+                        "    \"do \"*) _tvq_paths -f ;;\n"
+                        "  esac\n"));
+}
+
+TEST(Completion, OffersInZshWhatAValueCanBe) {
+  EXPECT_THAT(ZshCompletion(TreeOfValues()),
+              HasSubstr("case \"$command\" in\n"
+                        "  do) _arguments '(-f --file)-f[A file]:FILE:_files'"
+                        " '(-f --file)--file[A file]:FILE:_files'"
+                        " '(--dir)--dir[A folder]:DIR:_files -/'"
+                        " '(--as)--as[A form]:text|json:(text json)'"
+                        " '(--count)--count[A number]:N: '"
+                        " '(--it)--it[It]' '*:FILE:_files' ;;\n"
+                        "  stop) _arguments '(--it)--it[It]' ;;\n"
+                        "esac\n"));
+  EXPECT_THAT(ZshCompletion(TreeOf(Option({"--it"}, "", "It"))), HasSubstr(" ':FILE:_files' ;;"));
+}
+
+TEST(Completion, OffersInFishWhatAValueCanBe) {
+  const std::string lines = FishCompletion(TreeOfValues());
+  const std::string start = "complete -c tvq -n '__fish_seen_subcommand_from ";
+  EXPECT_THAT(lines,
+              HasSubstr(start + "do' -F\n" + start + "do' -s f -l file -r -F -d 'A file'\n"));
+  EXPECT_THAT(lines, HasSubstr(" -l dir -r -f -a '(__fish_complete_directories)' -d 'A folder'\n"));
+  EXPECT_THAT(lines, HasSubstr(" -l as -r -f -a 'text json' -d 'A form'\n"));
+  EXPECT_THAT(lines, HasSubstr(" -l count -r -f -d 'A number'\n"));
+  EXPECT_THAT(lines, HasSubstr(start + "stop' -f\n" + start + "stop' -l it -d 'It'\n"));
+}
+
+TEST_F(CliCompletion, IsThereForEachShell) {
+  for (const char* const shell : {"bash", "zsh", "fish"}) {
+    const Outcome outcome = RunTvq({"completion", shell});
+    EXPECT_EQ(outcome.status, 0) << outcome.diagnostics;
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("verify"), HasSubstr("save-first")));
+  }
 }
 
 TEST_F(CliCompletion, OfAnUnknownShellIsAWrongCommandLine) {
