@@ -47,6 +47,32 @@ TEST_F(RedactFile, ReservedBytesOfTheEntryPointAreBlanked) {
   }
 }
 
+TEST_F(RedactFile, WhatStandsBetweenTheEntryPointAndTheTableIsBlanked) {
+  for (const table::EntryPoint kind : {table::EntryPoint::k32Bit, table::EntryPoint::k64Bit}) {
+    table::Table table = OneSystem();
+    table.entryPoint = kind;
+    Bytes dump = *table::WriteDump(table);
+    const Bytes before = dump;
+    const size_t end = kind == table::EntryPoint::k32Bit ? 0x1F : 0x18;
+    std::fill(dump.begin() + static_cast<std::ptrdiff_t>(end), dump.begin() + 0x20, 0x41);
+    RedactEntryPoint(dump, kind);
+    EXPECT_EQ(Bytes(dump.begin(), dump.begin() + 0x20),
+              Bytes(before.begin(), before.begin() + 0x20));
+  }
+}
+
+TEST(SayBlanked, SaysHowManyBytesAreBlanked) {
+  const auto said = [](std::size_t size) {
+    std::istringstream in;
+    std::ostringstream out;
+    SayBlanked(size, Console{in, out, out});
+    return out.str();
+  };
+  EXPECT_EQ(said(0), "");
+  EXPECT_THAT(said(1), HasSubstr("(1 byte)"));
+  EXPECT_THAT(said(2), HasSubstr("(2 bytes)"));
+}
+
 TEST_F(RedactFile, ARightChecksumOverThemStaysRight) {
   const struct {
     table::EntryPoint kind;

@@ -11,6 +11,7 @@
 
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
+#include "host/cli/output/text.h"
 #include "host/table/layout.h"
 #include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/server.h"
@@ -42,6 +43,39 @@ TEST(Mask, IsAnotherOneForEveryOtherText) {
     masks.insert(Mask(std::to_string(1000 + i).substr(1) + "A"));
   }
   EXPECT_EQ(masks.size(), 1000u);
+}
+
+// A state that was saved with masks is compared with tables that later versions mask.
+TEST(Mask, IsTheSameInEveryVersion) {
+  const std::pair<std::string, std::string> kMasks[] = {
+      {"ABC1234", "BCB0408"},
+      {"7A2C-0003 xyZ", "2E3B-6083 vtR"},
+      {"a long text, which is masked in 4 pieces: ABC",
+       "e lgxq sdii, glndu mq jbrseb ys 8 mtfafu: EBE"},
+      {"/19:@AFGZ[`afgz{ ~", "/44:@DBTX[`dalw{ ~"},
+      {"\x01\x1F\x7F\x80\xA0\xA1\xFF", "\x02\x1D\x85\x8B\x91\xDD\xF3"}};
+  for (const auto& [text, mask] : kMasks) {
+    EXPECT_EQ(Mask(text), mask) << text;
+  }
+  EXPECT_EQ(Hex(TestMasker().MaskUuid({0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99,
+                                       0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF})),
+            "72478403211642167292ccabbfdbaaee");
+}
+
+TEST(Mask, OfAnOemStringIsTheSameInEveryVersion) {
+  const std::pair<std::string, std::string> kMasks[] = {
+      {"22[ABC1234]", "22[DCA5837]"},
+      {"123[ABC1234", "123[BCB0408"},
+      {"1234[ABC123", "1070[CEA750"},
+      {"ABC1234", "ADB3466"},
+      {"[ABC1234", "[BCB0408"},
+      {"22", "22"},
+      {"TAG7 17[A1B2C3D4E5F60718] 4711", "TAP5 17[D5C6A7B9F1D98972] 4242"},
+      {"17[A1B2C3D4E5F60718", "17[D5C6A7B9F1D98972"}};
+  for (const auto& [text, mask] : kMasks) {
+    EXPECT_EQ(TestMasker().MaskOemString(text), mask) << text;
+  }
+  EXPECT_EQ(PpinOf("TAG7 17[A1B2C3D4E5F60718] 4711"), "A1B2C3D4E5F60718");
 }
 
 TEST(Mask, KeepsTheEqualityOfTheFirstFourteenCharacters) {
@@ -141,6 +175,40 @@ TEST(RedactTable, MasksARepeatedNumberThatAnotherIsPartOf) {
   EXPECT_TRUE(Contains(Redacted(table.Bytes()), "Tag " + Mask("AB4711XY")));
 }
 
+TEST(RedactTable, MasksANumberThatTheFirstTextRepeats) {
+  const Table table = Table::Of(test::System{.manufacturer = "Maker of ABC1234"});
+  const Bytes masked = Redacted(table.Bytes());
+  EXPECT_TRUE(Contains(masked, "Maker of " + Mask("ABC1234")));
+}
+
+TEST(RedactTable, BlanksWhatIsNoStructureAndSaysHowMuch) {
+  const auto blanked = [](const Bytes& bytes, const Bytes& expected) {
+    Bytes masked = bytes;
+    const std::size_t size = RedactTable(masked, TestMasker());
+    EXPECT_EQ(masked, expected);
+    return size;
+  };
+  EXPECT_EQ(blanked({1, 2, 3}, {0xFF, 0xFF, 0xFF}), 3u);
+  EXPECT_EQ(blanked({0xFE, 0xFE}, {0xFF, 0xFF}), 2u);
+  EXPECT_EQ(blanked({0xFF, 0xFF}, {0xFF, 0xFF}), 0u) << "padding stays";
+  EXPECT_EQ(blanked({0, 0}, {0, 0}), 0u);
+}
+
+TEST(RedactTable, LeavesTheNamesThatBelongToDevicesOfTheTable) {
+  const auto isLeft = [](uint16_t handle) {
+    const Table table =
+        Table::Of(test::Bios{.handle = 0x100}, test::System{.handle = 0x101},
+                  test::Structure{2, 0x102, Bytes(4), {}}, test::Processor{.handle = 0x103},
+                  test::FqddMap{.groups = {{"System.Embedded.1", handle}}});
+    return Contains(Redacted(table.Bytes()), "System.Embedded.1");
+  };
+  EXPECT_FALSE(isLeft(0x100));
+  EXPECT_TRUE(isLeft(0x101));
+  EXPECT_FALSE(isLeft(0x102));
+  EXPECT_TRUE(isLeft(0x103));
+  EXPECT_FALSE(isLeft(0x999));
+}
+
 TEST(RedactTable, LeavesTheNamesOfDevices) {
   Table table = Table::Of(test::Processor{.handle = 1, .designation = "CPU17", .serial = "CPU17"},
                           test::FqddMap{.groups = {{"CPU.Socket.1", 1}}});
@@ -188,6 +256,8 @@ TEST(RedactTable, LeavesNoValueWithoutAName) {
   const Bytes masked = Redacted(table.Bytes());
   EXPECT_FALSE(Contains(masked, "TAG"));
   EXPECT_TRUE(Contains(masked, "Rack One"));
+  const auto end = masked.begin() + static_cast<std::ptrdiff_t>(4 + system.body.size());
+  EXPECT_EQ(Bytes(end - 4, end), Bytes(4));
 }
 
 // A length that lies has taken strings in, here or before.
@@ -214,6 +284,25 @@ TEST(RedactTable, MasksAHeaderThatIsAText) {
   EXPECT_EQ(Bytes(masked.begin() + 4, masked.end()), Bytes(' ' - 4 + 2));
 }
 
+// The handle of a structure with such a header: masked where it is of a text, and no type that readers know.
+TEST(RedactTable, MasksTheHandleOfATextAlone) {
+  const auto isMasked = [](const Bytes& header) {
+    Bytes bytes = header;
+    bytes.resize(header[1], 'x');
+    bytes.insert(bytes.end(), {0, 0});
+    const Bytes masked = Redacted(bytes);
+    return Bytes(masked.begin() + 2, masked.begin() + 4) !=
+           Bytes(header.begin() + 2, header.begin() + 4);
+  };
+  EXPECT_TRUE(isMasked({47, ' ', 'R', 'V'}));
+  EXPECT_TRUE(isMasked({125, ' ', 'R', 'V'}));
+  EXPECT_FALSE(isMasked({46, ' ', 'R', 'V'}));
+  EXPECT_FALSE(isMasked({126, ' ', 'R', 'V'}));
+  EXPECT_TRUE(isMasked({'S', '~', 'R', '~'}));
+  EXPECT_FALSE(isMasked({'S', 0x1F, 'R', 'V'}));
+  EXPECT_FALSE(isMasked({'S', ' ', 0x7F, 'V'}));
+}
+
 // Also where the first character is the number of a type that has fields.
 TEST(RedactTable, LeavesNoValueBehindAHeaderThatIsAText) {
   Bytes bytes = {39, ' ', 'R', 'V'};
@@ -224,8 +313,13 @@ TEST(RedactTable, LeavesNoValueBehindAHeaderThatIsAText) {
 }
 
 TEST(RedactTable, MasksAllStringsWhereOneIsNoText) {
-  const Table table = Table::Of(test::System{.manufacturer = "\x02\x1A"});
-  EXPECT_FALSE(Contains(Redacted(table.Bytes()), "Rack One"));
+  for (const std::string text : {"\x02\x1A", "\x1F\x1F"}) {
+    const Table table = Table::Of(test::System{.manufacturer = text});
+    const Bytes masked = Redacted(table.Bytes());
+    EXPECT_FALSE(Contains(masked, "Rack One"));
+    const size_t strings = 4 + test::System{}.Build().body.size();
+    EXPECT_EQ(Bytes(masked.begin() + strings, masked.begin() + strings + 3), Bytes({'x', 'x', 0}));
+  }
 }
 
 // Strings of control characters are none: the length before them is too small, and what comes next
