@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
 #include "tests/unit/host/lint/lint_fixture.h"
@@ -17,12 +18,20 @@ namespace tvq::lint {
 namespace {
 
 using table::FromHex;
-using table::operator+;
 using test::EntryPointBytes;
 
-// A structure of six bytes, and the end of the table.
+Bytes Join(std::initializer_list<Bytes> parts) {
+  Bytes joined;
+  for (const Bytes& part : parts) {
+    joined.insert(joined.end(), part.begin(), part.end());
+  }
+  return joined;
+}
+
+// A structure of six bytes, the end of the table, and a table of both.
 const Bytes kOther = FromHex("80 04 01 00 00 00");
 const Bytes kEndOfTable = FromHex("7F 04 02 00 00 00");
+const Bytes kWhole = Join({kOther, kEndOfTable});
 
 Bytes Of64Bits(std::size_t maximum) {
   return EntryPointBytes::Of64Bits({3, 3, maximum, 0}).Bytes();
@@ -34,7 +43,7 @@ Bytes Of32Bits(std::size_t length, std::uint64_t address = test::kTableInFile) {
 // The file of an entry point and what lies behind it at 20h.
 Bytes File(Bytes entryPoint, const Bytes& behind) {
   entryPoint.resize(test::kTableInFile);
-  return std::move(entryPoint) + behind;
+  return Join({entryPoint, behind});
 }
 
 std::string FailureOf(const table::Result<Subject>& subject) {
@@ -63,22 +72,22 @@ TEST(LintSubject, CountsTheBytesOfATextFromTheFirstStructure) {
 }
 
 TEST(LintSubject, CountsTheBytesOfATableApartFromItsEntryPoint) {
-  const auto subject = Subject::Read(Of32Bits(12), kOther + kEndOfTable);
+  const auto subject = Subject::Read(Of32Bits(12), kWhole);
   ASSERT_TRUE(subject) << FailureOf(subject);
   EXPECT_EQ(subject->Base(), 0u);
-  EXPECT_EQ(subject->Table(), kOther + kEndOfTable);
+  EXPECT_EQ(subject->Table(), kWhole);
 }
 
 // Captured entry points name the address that the table had in memory.
 TEST(LintSubject, LooksAt20hForATableAtNoPlaceInTheFile) {
   const std::size_t size = test::kTableInFile + 12;
   for (const std::uint64_t address : {std::uint64_t{0x000F0000}, std::uint64_t{size}}) {
-    const auto subject = Subject::Read(File(Of32Bits(12, address), kOther + kEndOfTable));
+    const auto subject = Subject::Read(File(Of32Bits(12, address), kWhole));
     ASSERT_TRUE(subject) << FailureOf(subject);
     EXPECT_EQ(subject->Base(), 0x20u) << address;
-    EXPECT_EQ(subject->Table(), kOther + kEndOfTable);
+    EXPECT_EQ(subject->Table(), kWhole);
   }
-  const auto inside = Subject::Read(File(Of32Bits(6, size - 6), kOther + kEndOfTable));
+  const auto inside = Subject::Read(File(Of32Bits(6, size - 6), kWhole));
   ASSERT_TRUE(inside) << FailureOf(inside);
   EXPECT_EQ(inside->Base(), size - 6);
   EXPECT_EQ(inside->Table(), kEndOfTable);
@@ -86,15 +95,15 @@ TEST(LintSubject, LooksAt20hForATableAtNoPlaceInTheFile) {
 
 // The length that a 64-bit entry point states is a maximum.
 TEST(LintSubject, EndsWithItsEndBehindA64BitEntryPoint) {
-  const auto cut = Subject::Read(Of64Bits(64), kOther + kEndOfTable + kOther);
+  const auto cut = Subject::Read(Of64Bits(64), Join({kWhole, kOther}));
   ASSERT_TRUE(cut) << FailureOf(cut);
-  EXPECT_EQ(cut->Table(), kOther + kEndOfTable);
-  const auto endless = Subject::Read(Of64Bits(64), kOther + kOther);
+  EXPECT_EQ(cut->Table(), kWhole);
+  const auto endless = Subject::Read(Of64Bits(64), Join({kOther, kOther}));
   ASSERT_TRUE(endless) << FailureOf(endless);
-  EXPECT_EQ(endless->Table(), kOther + kOther);
-  const auto exact = Subject::Read(Of32Bits(18), kOther + kEndOfTable + kOther);
+  EXPECT_EQ(endless->Table(), Join({kOther, kOther}));
+  const auto exact = Subject::Read(Of32Bits(18), Join({kWhole, kOther}));
   ASSERT_TRUE(exact) << FailureOf(exact);
-  EXPECT_EQ(exact->Table(), kOther + kEndOfTable + kOther);
+  EXPECT_EQ(exact->Table(), Join({kWhole, kOther}));
 }
 
 TEST(LintSubject, HasAStructureAtLeast) {
@@ -108,7 +117,7 @@ TEST(LintSubject, HasAStructureAtLeast) {
 }
 
 TEST(LintSubject, ShowsTheBytesThatThereAre) {
-  const auto subject = Subject::Read(File(Of32Bits(16), kOther + kEndOfTable + Bytes(4)));
+  const auto subject = Subject::Read(File(Of32Bits(16), Join({kWhole, Bytes(4)})));
   ASSERT_TRUE(subject) << FailureOf(subject);
   EXPECT_EQ(subject->BytesAt(0x20, 6), kOther);
   EXPECT_EQ(subject->BytesAt(0x24, 3), FromHex("00 00 7F"));
