@@ -41,9 +41,8 @@ bool NamesChannel(std::string_view text) {
 
 SlotText ReadText(const Part& module, const char* fact) {
   const std::string text(module.TextOf(fact));
-  SlotText read = {run::ReadStatedPlace(text), false};
-  read.saysChannel = read.place.channel || (NamesChannel(text) && read.place.letter != '\0');
-  return read;
+  const run::StatedPlace place = run::ReadStatedPlace(text);
+  return {place, place.channel || (NamesChannel(text) && place.letter != '\0')};
 }
 
 // The processors by the numbers that are printed at their sockets, those of several left out.

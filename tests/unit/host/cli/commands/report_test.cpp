@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
 
+#include "tests/unit/host/cli/report/page_outline.h"
 #include "tests/unit/host/cli/server.h"
 
 namespace tvq::cli {
@@ -247,6 +249,101 @@ TEST_F(CliReport, IsNotForATerminal) {
   EXPECT_EQ(refused.status, 2);
   EXPECT_THAT(refused.diagnostics, HasSubstr("-o report.html"));
   EXPECT_THAT(RunTvq({"report", Path("table.bin")}, "", {80, false, false, true}).out,
+              HasSubstr("<h1>Rack One</h1>"));
+}
+
+class CliReportOfMany : public CliReport {
+ protected:
+  CliReportOfMany() {
+    TableFile("a.bin", {});
+    Write("b.bin", test::Table::Of(test::Bios{}, test::Processor{.coreCount = 0, .coreCount2 = 0},
+                                   test::MemoryArray{.handle = 0x1000}, test::MemoryDevice{},
+                                   test::MemoryDevice{.size = 0, .locator = "DIMM_A2"}, test::End{})
+                       .Bytes());
+    Write("machine-ABC1234.bin", {1, 2, 3});
+  }
+  // The rows of the index.
+  std::string Index(std::vector<std::string> more = {"--show-serials"}) {
+    more.insert(more.begin(), {"report", Path("a.bin"), Path("b.bin"), Path("machine-ABC1234.bin"),
+                               "-o", Path("pages")});
+    mOutcome = RunTvq(more);
+    const test::Bytes page = Read("pages/index.html");
+    const std::string body = PageOutline(std::string(page.begin(), page.end()), "<tbody").Text();
+    return WithoutFolder(body);
+  }
+  std::string WithoutFolder(const std::string& text) const {
+    return std::regex_replace(text, std::regex(Path("")), "");
+  }
+  const Outcome& Said() const { return mOutcome; }
+
+ private:
+  Outcome mOutcome;
+};
+
+TEST_F(CliReportOfMany, IndexesWhatEachPageSays) {
+  EXPECT_EQ(Index(), R"(tbody
+  tr |  a -> a.html: a.bin | .value: Server Works Rack One | .value: ABC1234 | .value: 1, 8 cores | .value (34359738368): 32 GB | .value: 2 of 2 | .value: 2.4.6 |  (7) span.badge.error: 7 |  (0) span: 0
+  tr |  a -> b.html: b.bin | .none: – | .none: – | .value: 1 | .value (17179869184): 16 GB | .value: 1 of 2 | .value: 2.4.6 |  (6) span.badge.error: 6 |  (1) span.badge.warning: 1
+  tr | machine-ABC1234.bin |  across 8: No page: machine-ABC1234.bin is no SMBIOS table that can be used: it has neither an SMBIOS entry point nor does it begin with an SMBIOS structure)");
+  EXPECT_EQ(Said().status, 1);
+  EXPECT_EQ(Said().out, "");
+}
+
+TEST_F(CliReportOfMany, MasksTheNumbersInTheIndexToo) {
+  const std::string index = Index({});
+  EXPECT_THAT(index, AllOf(HasSubstr("tr | machine |  across 8: No page: machine is no SMBIOS"),
+                           Not(HasSubstr("ABC1234"))));
+}
+
+TEST_F(CliReportOfMany, CountsChangesWhereItCompared) {
+  Server before;
+  before.modules[1].serial = "99AABBCC";
+  EXPECT_EQ(Index({"--show-serials", "--against", TableFile("before.bin", before)}), R"(tbody
+  tr |  a -> a.html: a.bin | .value: Server Works Rack One | .value: ABC1234 | .value: 1, 8 cores | .value (34359738368): 32 GB | .value: 2 of 2 | .value: 2.4.6 |  (7) span.badge.error: 7 |  (0) span: 0 |  (1) span.badge.changed: 1
+  tr |  a -> b.html: b.bin | .none: – | .none: – | .value: 1 | .value (17179869184): 16 GB | .value: 1 of 2 | .value: 2.4.6 |  (6) span.badge.error: 6 |  (1) span.badge.warning: 1 |  (10) span.badge.changed: 10
+  tr | machine-ABC1234.bin |  across 9: No page: machine-ABC1234.bin is no SMBIOS table that can be used: it has neither an SMBIOS entry point nor does it begin with an SMBIOS structure)");
+}
+
+TEST_F(CliReportOfMany, PrintsALineForEachPageOnRequest) {
+  Index({"--show-serials", "--ndjson"});
+  EXPECT_EQ(
+      WithoutFolder(Said().out),
+      R"({"file":"a.bin","schema":"tvq-report","schemaVersion":1,"page":"a.html","name":"a.bin","machine":"Server Works Rack One","serial":"ABC1234","processors":"1, 8 cores","memoryInBytes":34359738368,"modules":"2 of 2","firmware":"2.4.6","errors":7,"warnings":0,"changes":null}
+{"file":"b.bin","schema":"tvq-report","schemaVersion":1,"page":"b.html","name":"b.bin","machine":"","serial":"","processors":"1","memoryInBytes":17179869184,"modules":"1 of 2","firmware":"2.4.6","errors":6,"warnings":1,"changes":null}
+{"file":"machine-ABC1234.bin","schema":"tvq-failure","schemaVersion":1,"error":"machine-ABC1234.bin is no SMBIOS table that can be used: it has neither an SMBIOS entry point nor does it begin with an SMBIOS structure","hint":"a table is captured with `dmidecode --dump-bin FILE`; a bare structure table will do as well"}
+)");
+}
+
+TEST_F(CliReportOfMany, WantsAFolder) {
+  for (const std::vector<std::string>& where : {std::vector<std::string>{}, {"-o", "-"}}) {
+    std::vector<std::string> arguments = {"report", Path("a.bin"), Path("b.bin")};
+    arguments.insert(arguments.end(), where.begin(), where.end());
+    const Outcome refused = RunTvq(arguments, "", {80, false, false, true});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.diagnostics, HasSubstr("name it with -o FOLDER"));
+  }
+}
+
+TEST_F(CliReport, PrintsALineBesideThePageOnlyWhereItGoesToAFile) {
+  const std::string table = TableFile("table.bin", {});
+  EXPECT_EQ(RunTvq({"report", table, "--ndjson", "-o", Path("page.html"), "--show-serials"})
+                .Json()["serial"],
+            "ABC1234");
+  for (const std::vector<std::string>& where : {std::vector<std::string>{}, {"-o", "-"}}) {
+    std::vector<std::string> arguments = {"report", table, "--ndjson"};
+    arguments.insert(arguments.end(), where.begin(), where.end());
+    const Outcome refused = RunTvq(arguments, "", {80, false, false, true});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.diagnostics, HasSubstr("name a file for the page with -o report.html"));
+  }
+}
+
+TEST_F(CliReport, ReadsStandardInputForOneOfBothSidesAlone) {
+  EXPECT_EQ(RunTvq({"report", "-", "--against", "-", "-o", "-"}).status, 2);
+  const test::Bytes bytes = TableOf(Server{}).Bytes();
+  EXPECT_THAT(RunTvq({"report", "-", "--against", TableFile("before.bin", {}), "-o", "-"},
+                     std::string(bytes.begin(), bytes.end()))
+                  .out,
               HasSubstr("<h1>Rack One</h1>"));
 }
 

@@ -13,7 +13,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 #include <functional>
+#include <iterator>
 
 #include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
@@ -235,6 +237,37 @@ TEST_F(StateFile, OfVersionOneIsCompared) {
       << "no state of that version says which one it is of";
   EXPECT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("dump.bin")}).status, 0);
   EXPECT_TRUE(fs::exists(File(1)));
+}
+
+TEST_F(StateFile, OfVersionOneIsComparedWithAnotherState) {
+  const std::string source = TVQ_SOURCE_DIR;
+  std::ifstream file(source + "/tests/e2e/names.smbios");
+  std::string server(std::istreambuf_iterator<char>(file), {});
+  server.replace(server.find("SN-0000"), 7, "SN-9999");
+  ASSERT_EQ(RunTvq({"mktable", "-", "-o", Path("other.bin")}, server).status, 0);
+  ASSERT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("other.bin")}).status, 0);
+  const Outcome diff =
+      RunTvq({"diff", Folder(), source + "/tests/unit/shared/states/version-1.bin", "--json"});
+  EXPECT_EQ(diff.status, 1);
+  const auto json = diff.Json();
+  EXPECT_EQ(json["summary"]["replaced"], 1);
+  EXPECT_EQ(json["summary"]["same"], 3);
+  EXPECT_EQ(json["devices"][2]["fields"],
+            nlohmann::ordered_json::parse(
+                R"([{"field": "Inventory/WWN", "before": "SN-9999", "after": "SN-0000"}])"));
+}
+
+TEST_F(StateFile, NamesDevicesWithoutARecordInCharactersThatEveryTerminalShows) {
+  // No two devices can have one name.
+  const char* const name = "A\x1F ~\x7F.Socket.A1";
+  const test::Table table = test::Table::Of(
+      test::Bios{}, test::System{}, test::Processor{.handle = 0x400},
+      test::MemoryDevice{.handle = 0x1100}, test::MemoryDevice{.handle = 0x1101},
+      test::FqddMap{.groups = {{"CPU.Socket.1", 0x400}, {name, 0x1100}, {name, 0x1101}}},
+      test::End{});
+  const Outcome saved =
+      RunTvq({"save", Folder(), "--from-dump", Write("table.bin", table.Bytes()), "--as-is"});
+  EXPECT_THAT(saved.diagnostics, HasSubstr("saved without A? ~?.Socket.A1: no record: "));
 }
 
 TEST_F(StateFile, LeavesNoFileOpen) {

@@ -91,6 +91,27 @@ TEST(MemoryLayout, WhereNothingIsStatedThereIsAList) {
   EXPECT_THAT(InWords(MachineOf({"CPU1"}, {})), IsEmpty());
 }
 
+TEST(MemoryLayout, HighBandwidthMemoryStandsApart) {
+  test::MemoryDevice stack = SlotOf("STACK 0", "");
+  stack.memoryType = 0x20;
+  EXPECT_THAT(InWords(MachineOf({}, {stack, SlotOf("DIMM 0", "")})),
+              ElementsAre("Memory; : 1", "High-bandwidth memory; : 0"));
+}
+
+TEST(MemoryLayout, TheWordChannelAloneNamesNone) {
+  EXPECT_THAT(InWords(MachineOf({}, {SlotOf("DIMM 0", "CHANNEL"), SlotOf("DIMM 1", "CHANNEL")})),
+              ElementsAre("Memory; : 0 1"));
+}
+
+TEST(MemoryMarks, OfKindsThatAreEquallyManyTheFirstIsUsual) {
+  test::MemoryDevice small = SlotOf("DIMM 1", "");
+  small.size = 0x2000;
+  const facts::Machine machine = MachineOf({}, {SlotOf("DIMM 0", ""), small});
+  const std::vector<MemoryMarks> marks = MarkMemory(machine, GroupMemory(machine));
+  EXPECT_EQ(marks[0].others, "");
+  EXPECT_EQ(marks[1].others, "16 GB DDR4, rank 2, 3200 MT/s");
+}
+
 TEST(MemoryMarks, EmptySlowAndOtherModulesAreMarked) {
   test::MemoryDevice usual = SlotOf("P1-DIMMA1", "");
   test::MemoryDevice slow = SlotOf("P1-DIMMA2", "");

@@ -270,6 +270,11 @@ TEST_F(ReportChanges, OfManyStructuresAreCountedInShort) {
     li
       span.badge.changed: changed
       a -> #structure-9: 1 structure of the table, too)");
+  const std::string page = PageSince(ServerWith(Bios{}, before), ServerWith(Bios{}, after));
+  before.pop_back();
+  after.pop_back();
+  EXPECT_EQ(ChangesInShort(PageSince(ServerWith(Bios{}, before), ServerWith(Bios{}, after))),
+            ChangesInShort(page).substr(0, ChangesInShort(page).rfind("\n    li\n")));
   before.push_back({.handle = std::uint16_t{0x920}, .designation = "SLOT 10"});
   EXPECT_EQ(ChangesInShort(
                 PageSince(ServerWith(Bios{.version = "1.0"}, before), ServerWith(Bios{}, after))),
@@ -281,7 +286,7 @@ TEST_F(ReportChanges, OfManyStructuresAreCountedInShort) {
       a -> #changes: save anew, so that what changes next stands out
     li
       span.badge.quiet: changed
-      a -> #structure-1: 11 structures of the table, which may come of the firmware
+      a -> #structure-1: 10 structures of the table, which may come of the firmware
     li
       span.badge.fine: nothing to do
       a -> #changes: 1 cannot tell, 1 changed)");
@@ -458,6 +463,19 @@ TEST_F(ReportInShort, SumsUpWhatIsOddOfTheMemory) {
 }
 
 class ReportFindings : public ReportChanges {};
+
+TEST_F(ReportFindings, OfAStructureThatIsNoPartNameItsTypeAndHandle) {
+  const auto addresses = test::Structure{.type = 19, .handle = 0x1300}
+                             .Dword(0)
+                             .Dword(0xFFFFF)
+                             .Word(0x400)  // a processor's
+                             .Byte(1);
+  const std::string page = Page(ServerWith(Bios{}, addresses));
+  const std::size_t finding = page.find("<span>A field refers to a structure of another type");
+  ASSERT_NE(finding, std::string::npos);
+  EXPECT_EQ(PageOutline(std::string_view(page).substr(finding), "<span class=\"part\"").Text(),
+            "span.part: type 19, handle 0x1300");
+}
 
 TEST_F(ReportFindings, AreCountedByTheirRuleInShort) {
   MemoryDevice twin = mA2;
