@@ -9,6 +9,7 @@
 #include <map>
 #include <regex>
 
+#include "host/cli/device/blob.h"
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
 #include "tests/unit/host/cli/cli_fixture.h"
@@ -192,6 +193,44 @@ TEST_F(CliRedactDecode, MasksEveryTextOfADocumentThatCannotBeRead) {
     EXPECT_THAT(mSecrets.In(decoded.diagnostics), IsEmpty()) << decoded.diagnostics;
     EXPECT_THAT(decoded.out, HasSubstr("<ProductName>")) << "the tags stay";
   }
+}
+
+// What looks like the beginning of a tag is a part of the text.
+TEST_F(CliRedactDecode, MasksATextOfADocumentThatCannotBeReadAsAWhole) {
+  for (const std::string start : {"Core <& Works> 1", "Core </> <x 2", "Core 3 <x", "Core 4 <"}) {
+    const Bytes blobs = StoredBlobs(
+        test::Table::Of(test::Bios{}, test::System{},
+                        test::Processor{.version = start + "</MarketingName> 5 <x"}, test::End{}));
+    Bytes masked = blobs;
+    RedactBlobs(masked, TestMasker());
+    EXPECT_EQ(masked.size(), blobs.size());
+    const std::string text(masked.begin(), masked.end());
+    EXPECT_NE(text.find("<MarketingName>" + Mask(start) + "</MarketingName>" + Mask(" 5 <x") +
+                        "</MarketingName>"),
+              std::string::npos)
+        << start;
+    EXPECT_NE(text.find("<ProcessorManufacturer>" + Mask("Core Works") + "</"), std::string::npos);
+  }
+}
+
+TEST(RedactBlobs, BlanksWhatIsNoBlobBehindWhatMayBeAHeader) {
+  const auto redacted = [](Bytes file) {
+    RedactBlobs(file, TestMasker());
+    return file;
+  };
+  EXPECT_EQ(redacted({'A', 'B'}), Bytes({'x', 'x'}));
+  EXPECT_EQ(redacted({}), Bytes());
+  Bytes header(blobs::kHeaderSize, 0x7F);
+  header[0] = static_cast<uint8_t>(blobs::kRevision);
+  header[1] = header[2] = header[3] = 0;
+  EXPECT_EQ(redacted(header), header);
+  Bytes more = header;
+  more.insert(more.end(), {'A', 'B'});
+  Bytes expected = header;
+  expected.insert(expected.end(), {'x', 'x'});
+  EXPECT_EQ(redacted(more), expected);
+  header.pop_back();
+  EXPECT_EQ(redacted(header), Bytes(header.size(), 'x'));
 }
 
 // A size that is too small makes the next blob begin inside the document.
