@@ -108,6 +108,10 @@ class Announcer : public testing::EmptyTestEventListener {
   void SetLimit(unsigned seconds) { mSeconds = seconds; }
 
   void OnTestStart(const testing::TestInfo& test) override {
+    // Once one has failed, the others are said to start and do not.
+    if (testing::UnitTest::GetInstance()->Failed()) {
+      return;
+    }
     std::snprintf(mShared, kSize, "%s", NameOf(test).c_str());
     const itimerval limit{{0, 0}, {static_cast<time_t>(mSeconds), 0}};
     setitimer(ITIMER_PROF, &limit, nullptr);

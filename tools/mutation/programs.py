@@ -9,6 +9,7 @@ import os
 import pathlib
 import queue
 import subprocess
+import tempfile
 
 
 # Seconds. A mutant that loops for ever is found by quick tests, which are given little time.
@@ -17,6 +18,11 @@ _QUICK = 0.2
 _FIRST = 8
 # Seconds. Tests that take longer wait until the others of all programs have run.
 _SLOW = 1.0
+
+
+def _environment(folder):
+    """That of a program whose files go to the folder."""
+    return os.environ | {"TMPDIR": folder, "TEST_TMPDIR": folder}
 
 
 class TestFailure(Exception):
@@ -65,9 +71,10 @@ class Program:
 
     def _run_tests(self):
         fresh = self._record.with_suffix(".new")
-        with open(self._log, "w", encoding="utf-8") as log:
+        # In a folder of its own, which nobody else may enter, as with a mutant.
+        with open(self._log, "w", encoding="utf-8") as log, tempfile.TemporaryDirectory() as folder:
             status = subprocess.run([self.path, "reach", fresh], stdout=log, stderr=log, cwd=self.path.parent,
-                                    check=False).returncode
+                                    env=_environment(folder), check=False).returncode
         if status != 0:
             lines = map(str.split, fresh.read_text(encoding="utf-8").splitlines()) if fresh.is_file() else ()
             failed = [words[0] for words in lines if words[2] != "1"]
@@ -94,7 +101,7 @@ class _Worker:
     def __init__(self, program, folder):
         self._process = subprocess.Popen([program.path, "run"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=subprocess.DEVNULL, cwd=program.path.parent, text=True,
-                                         env=os.environ | {"TMPDIR": folder, "TEST_TMPDIR": folder})
+                                         env=_environment(folder))
 
     def run(self, lines):
         """Runs the lines until one kills the mutant."""

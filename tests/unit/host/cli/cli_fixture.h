@@ -46,6 +46,20 @@ class CliTest : public testing::Test {
     return test::Bytes(std::istreambuf_iterator<char>(file), {});
   }
 
+  // Does it as somebody who is not root, in the test's folder: what stands above that may be closed to everybody else.
+  template <typename Action>
+  auto AsNobody(const Action& action) const {
+    constexpr uid_t kNobody = 65534;
+    const uid_t user = geteuid();
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(mFolder);
+    EXPECT_TRUE(user != 0 || seteuid(kNobody) == 0);
+    auto result = action();
+    EXPECT_EQ(seteuid(user), 0);
+    std::filesystem::current_path(before);
+    return result;
+  }
+
   struct Outcome {
     int status = 0;
     std::string out;

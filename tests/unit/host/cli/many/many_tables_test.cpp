@@ -215,8 +215,12 @@ TEST_F(ManyTables, AreAlsoTheOneThatAnOptionNames) {
 TEST_F(ManyTables, AreRowsWithoutNamesAboveThem) {
   const std::string first = TableFileOf("first.bin");
   const std::string second = TableFileOf("second.bin");
-  EXPECT_EQ(RunTvq({"export", "--rows", first, second}).out,
-            RunTvq({"export", "--rows", first}).out + RunTvq({"export", "--rows", second}).out);
+  const auto rows = [](const std::vector<std::string>& files) {
+    std::vector<std::string> arguments = {"export", "--rows", "--time", "1600000000"};
+    arguments.insert(arguments.end(), files.begin(), files.end());
+    return RunTvq(arguments).out;
+  };
+  EXPECT_EQ(rows({first, second}), rows({first}) + rows({second}));
 }
 
 TEST_F(ManyTables, InAnEmptyFolderAreMissed) {
