@@ -65,7 +65,6 @@ std::string KernelUuid(const std::string& uuid, table::Version version) {
 Fields FieldsOf(const table::Structure& structure, table::Version version) {
   table::Table table;
   table.version = version;
-  table.entryPoint = table::EntryPoint::kNone;
   const smbios::Bytes bytes = structure.Whole();
   table.structures.assign(bytes.begin(), bytes.end());
   std::istringstream source(table::FormatSource(table));

@@ -31,14 +31,11 @@ std::string OrDash(const std::optional<std::u16string>& text) {
 }
 
 // A document of another kind of device tells nothing of this one.
-void RequireSections(const Element& document, unsigned type) {
-  const char* const wanted = type == kProcessor ? "cpuData"
-                             : type == kModule  ? "dimmData"
-                                                : nullptr;
-  const Element* const configuration = document.Find("Configuration");
-  if (configuration == nullptr || (wanted != nullptr && configuration->Find(wanted) == nullptr)) {
-    throw DataError(blobs::kDocument, "it is no document of this kind of device");
-  }
+bool IsOfKind(const Element& document, unsigned type) {
+  const char* const wanted = type == kProcessor ? "Configuration/cpuData"
+                             : type == kModule  ? "Configuration/dimmData"
+                                                : "Configuration";
+  return document.Has(wanted);
 }
 
 }  // namespace
@@ -54,8 +51,11 @@ Device ToDevice(const run::Record& record) {
   }
   try {
     Element document = ReadDocument(DocumentText(*record.blobs[1]));
-    RequireSections(document, device.type);
-    device.document = std::move(document);
+    if (IsOfKind(document, device.type)) {
+      device.document = std::move(document);
+    } else {
+      device.trouble = "it is no document of this kind of device";
+    }
   } catch (const DataError& error) {
     device.trouble = error.what();
   }

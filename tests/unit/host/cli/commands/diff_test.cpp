@@ -9,12 +9,14 @@
 #include <filesystem>
 
 #include "tests/unit/host/cli/server.h"
+#include "tests/unit/host/cli/state_bytes.h"
 #include "tests/unit/shared/entry_point.h"
 
 namespace tvq::cli {
 namespace {
 
 using test::Table;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::SizeIs;
@@ -95,6 +97,54 @@ TEST_F(CliDiff, SaysWhichDevicesAreNewGoneAndMoved) {
                         "      Inventory/Identifier/DIMMLocation: A2 -> A3\n"));
   EXPECT_THAT(diff.out, HasSubstr("  DIMM.Socket.A4 (DIMM_A4): new\n"));
   EXPECT_THAT(diff.out, HasSubstr("  type 17, handle 0x8005 (memory-device): added\n"));
+  const Outcome back = DiffTables(after, before);
+  EXPECT_THAT(back.out, HasSubstr("  type 17, handle 0x8005 (memory-device): gone\n"));
+}
+
+TEST_F(CliDiff, LinesOfOneNameAreNumberedFromTheSecondOn) {
+  const auto table = [](const std::vector<std::string>& texts) {
+    return Table::Of(TableOf({}), test::OemStrings{.handle = 0x900, .texts = texts}).Bytes();
+  };
+  const Outcome diff = RunTvq({"diff", Write("before.bin", table({"one", "two", "three"})),
+                               Write("after.bin", table({"one", "2", "3"}))});
+  EXPECT_THAT(diff.out, HasSubstr("  type 11, handle 0x0900 (oem-strings)\n"
+                                  "    string[2]: \"two\" -> \"2\"\n"
+                                  "    string[3]: \"three\" -> \"3\"\n"));
+}
+
+TEST_F(CliDiff, StructuresOfOneTypeAndHandleAreComparedInTheirOrder) {
+  const auto table = [](const char* third) {
+    Table all = TableOf({});
+    for (const char* const text : {"one", "two", third}) {
+      all.Add(test::OemStrings{.handle = 0x900, .texts = {text}});
+    }
+    return all.Bytes();
+  };
+  const Outcome diff =
+      RunTvq({"diff", Write("before.bin", table("three")), Write("after.bin", table("3"))});
+  EXPECT_THAT(diff.out, EndsWith("\nStructures\n"
+                                 "  type 11, handle 0x0900 (oem-strings)\n"
+                                 "    string: \"three\" -> \"3\"\n"));
+}
+
+TEST_F(CliDiff, TheVersionOfATableIsNoFieldOfItsStructures) {
+  const auto dump = [this](const std::string& name, uint8_t minor, const char* text) {
+    const Table table = Table::Of(TableOf({}), test::OemStrings{.handle = 0x900, .texts = {text}});
+    return Write(name, test::EntryPointBytes::Of32Bits(
+                           {3, minor, table.Size(), table.Count(), test::kTableInFile})
+                           .FileWith(table));
+  };
+  EXPECT_THAT(RunTvq({"diff", dump("a", 2, "one"), dump("b", 3, "two")}).out,
+              EndsWith("  type 11, handle 0x0900 (oem-strings)\n"
+                       "    string: \"one\" -> \"two\"\n"));
+}
+
+TEST_F(CliDiff, ShowsItsHeadingsInBoldOnATerminal) {
+  const Terminal coloured = {80, true};
+  const Outcome diff = RunTvq({"diff", TableFile("before.bin", {}),
+                               TableFile("after.bin", WithAnotherModule()), "--conform"},
+                              "", coloured);
+  EXPECT_THAT(diff.out, HasSubstr("\n" + Painted(coloured, Ink::kBold, "Structures") + "\n"));
 }
 
 TEST_F(CliDiff, AValueThatTheDriverDoesNotCompareIsADifferenceOfTheSamePart) {
@@ -181,6 +231,21 @@ TEST_F(CliDiff, AStateAndATableCanBeCompared) {
   EXPECT_EQ(RunTvq({"diff", TableFile("after.bin", server), state, "--conform"}).status, 1);
 }
 
+TEST_F(CliDiff, OfAStateWithoutItsTableTheDevicesAloneAreCompared) {
+  State("before", {});
+  Write("before/state-1.bin", WithoutTable(Read("before/state-1.bin")));
+  const std::string devices =
+      "  DIMM.Socket.A2 (DIMM_A2): replaced\n"
+      "      another part than was here, says the driver, the serial number\n"
+      "      Inventory/WWN: 55667788 -> 99AABBCC\n"
+      "      To do: accept it if it was exchanged on purpose, else find out by whom\n"
+      "Summary: 1 same, 2 cannot tell, 1 replaced\n";
+  const std::string after = State("after", WithAnotherModule());
+  EXPECT_EQ(RunTvq({"diff", Path("before"), after}).out, devices);
+  EXPECT_EQ(RunTvq({"diff", Path("before"), Path("after.bin")}).out, devices);
+  EXPECT_EQ(RunTvq({"diff", after, Path("before")}).status, 1);
+}
+
 TEST_F(CliDiff, AStateMadeWithOtherOptionsIsNotCompared) {
   const std::string table = Write("table.bin", test::MinimalServer().Bytes());
   EXPECT_EQ(RunTvq({"save", Path("as-is"), "--as-is", "--table", table}).status, 0);
@@ -189,6 +254,8 @@ TEST_F(CliDiff, AStateMadeWithOtherOptionsIsNotCompared) {
   EXPECT_EQ(diff.out,
             "Not compared: saved of the table as it is, and now of the conformed table.\n"
             "  To do: use the same options, or save anew\n");
+  const Table more = Table::Of(test::MinimalServer(), test::OemStrings{});
+  EXPECT_EQ(RunTvq({"diff", Path("as-is"), Write("more.bin", more.Bytes())}).out, diff.out);
 }
 
 TEST_F(CliDiff, ADocumentThatCannotBeComparedIsTrouble) {

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "host/cli/compare/comparison_journal.h"
+#include "tests/unit/host/cli/output/fake_journal.h"
 #include "tests/unit/host/cli/server.h"
 
 #include <nlohmann/json.hpp>
@@ -18,6 +20,7 @@ namespace tvq::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -93,8 +96,71 @@ TEST_F(CliState, SaveFirstPutsNothingInThePlaceOfADamagedState) {
   fs::resize_file(StateFile(), fs::file_size(StateFile()) / 2);
   const Outcome verified = Run("verify", {}, {"--save-first"});
   EXPECT_EQ(verified.status, 2);
-  EXPECT_THAT(verified.diagnostics, HasSubstr("no state in " + State() + " is whole"));
+  EXPECT_THAT(verified.diagnostics,
+              HasSubstr("no state in " + State() + " is whole\ntvq: hint: `tvq save " + State() +
+                        "` takes the machine as it is now\n"));
   EXPECT_FALSE(fs::exists(State() + "/state-2.bin"));
+}
+
+TEST_F(CliState, SaveFirstFailsAtAStateThatWasChanged) {
+  Save({});
+  test::Bytes bytes = Read("state/state-1.bin");
+  bytes[40] ^= 1;
+  Write("state/state-1.bin", bytes);
+  const Outcome verified = Run("verify", {}, {"--save-first"});
+  EXPECT_EQ(verified.status, 2);
+  EXPECT_THAT(verified.diagnostics,
+              HasSubstr("state-1.bin is damaged\ntvq: hint: move it away and save a new one\n"));
+}
+
+class CliStateWithJournal : public CliState {
+ protected:
+  CliStateWithJournal() : mSystem(Path("socket")) {}
+
+  // The journal's entries of a run, by the fields.
+  std::vector<JournalFields> Written(const std::string& table, const std::string& more) {
+    const std::string state = State();
+    const char* const arguments[] = {"tvq",         "verify",    state.c_str(), "--table",
+                                     table.c_str(), "--journal", more.c_str()};
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream diagnostics;
+    Console console{in, out, diagnostics};
+    console.journal = mSystem.Path();
+    RunCommandLine(static_cast<int>(std::size(arguments)), arguments, console);
+    return mSystem.All();
+  }
+  std::string TableFile() { return Write("table.bin", TableOf({}).Bytes()); }
+
+  FakeJournal mSystem;
+};
+
+TEST_F(CliStateWithJournal, TheFirstStateAndASummaryAreWritten) {
+  const auto first = Written(TableFile(), "--save-first");
+  ASSERT_THAT(first, SizeIs(2));
+  EXPECT_THAT(first[0].at("MESSAGE_ID"), ElementsAre(kFirstStateId));
+  EXPECT_THAT(first[1].at("MESSAGE"),
+              ElementsAre("Nothing is to be looked at: 1 cannot tell, 3 same"));
+}
+
+TEST_F(CliStateWithJournal, AStateThatWasCutOffIsWritten) {
+  Save({});
+  Server other;
+  other.cores = 16;
+  Save(other);
+  fs::resize_file(State() + "/state-2.bin", fs::file_size(State() + "/state-2.bin") / 2);
+  const auto entries = Written(TableFile(), "--quiet");
+  ASSERT_THAT(entries, SizeIs(2));
+  EXPECT_THAT(entries[0].at("MESSAGE_ID"), ElementsAre(kPassedOverId));
+  EXPECT_THAT(entries[1].at("MESSAGE_ID"), ElementsAre(kSummaryId));
+}
+
+TEST_F(CliStateWithJournal, ThatNothingWasComparedIsWritten) {
+  const std::string empty = Write("empty.bin", test::Table::Of(test::Bios{}, test::End{}).Bytes());
+  const auto entries = Written(empty, "--save-first");
+  ASSERT_THAT(entries, SizeIs(1));
+  EXPECT_THAT(entries[0].at("MESSAGE"),
+              ElementsAre("Nothing was compared: the table describes no device"));
 }
 
 TEST_F(CliState, IfFoundPrintsNothingOfAQuietMachine) {

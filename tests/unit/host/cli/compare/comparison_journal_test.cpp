@@ -176,7 +176,9 @@ TEST_F(ComparisonJournal, TheUnitThatAcceptsADeviceIsThereReadyToBeTyped) {
   EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM.Socket.A3.service");
   finding.fqdd = u"DIMM.S\u00E4ule-1/A";
   EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM.S\\xe4ule-1\\x2fA.service");
-  finding.fqdd = u"DIMM.\u65E5";
+  finding.fqdd = u"DIMM.\u00FF";
+  EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM.\\xff.service");
+  finding.fqdd = u"DIMM.\u0100";
   EXPECT_EQ(AcceptUnitOf(finding), "tvq-accept@DIMM_A3.service");
   finding.fqdd.clear();
   finding.label = "HBM 0 'x'";
@@ -233,6 +235,7 @@ TEST_F(ComparisonJournal, TheFirstStateIsToldWithItsPath) {
   EXPECT_THAT(entry->at("MESSAGE"),
               ElementsAre("The first state of this machine is saved in /var/lib/tvq/state-1.bin"));
   EXPECT_THAT(entry->at("MESSAGE_ID"), ElementsAre(kFirstStateId));
+  EXPECT_THAT(entry->at("PRIORITY"), ElementsAre("5"));
 }
 
 }  // namespace

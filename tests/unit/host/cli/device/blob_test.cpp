@@ -199,6 +199,9 @@ TEST(AnEndBlob, IsZeroBehindItsHeader) {
     EXPECT_EQ(ErrorOf([&bytes] { CheckEndBlob(SplitBlobs(bytes).blobs[0]); }),
               std::to_string(at) + ": an end blob is zero behind its header");
   }
+  bytes = End();
+  bytes.replace(0, blobs::kHeaderSize, blobs::kHeaderSize, '\x01');
+  EXPECT_EQ(ErrorOf([&bytes] { CheckEndBlob({0, 1, blobs::kEnd, 0, bytes}); }), "");
 }
 
 }  // namespace

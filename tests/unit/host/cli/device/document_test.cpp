@@ -52,8 +52,19 @@ TEST(Document, KnowsWhereItsTextsStand) {
   EXPECT_EQ(root.Find("B")->offset, kStart.size() + 13);
 }
 
+TEST(Document, SaysWhetherItHasAnElement) {
+  const Element root = Read("<Inventory><WWN></WWN></Inventory><Other>2</Other>");
+  for (const char* const path : {"Inventory", "Inventory/WWN", "Other"}) {
+    EXPECT_TRUE(root.Has(path)) << path;
+  }
+  for (const char* const path : {"WWN", "Missing", "Missing/WWN", "Inventory/Other", "Other/WWN"}) {
+    EXPECT_FALSE(root.Has(path)) << path;
+  }
+}
+
 TEST(Document, TakesTextsAsTheyAreUpToTheirTag) {
   EXPECT_EQ(Read("<A>a & <b> </B>\n</A>").TextOf("A"), "a & <b> </B>\n");
+  EXPECT_EQ(Read("<A>a<bA>b</AB>c<</A>").TextOf("A"), "a<bA>b</AB>c<");
   EXPECT_EQ(Read("<A></A>").TextOf("A"), "");
 }
 
@@ -77,6 +88,11 @@ TEST(Document, SaysWhereItIsWrong) {
             "11: an element of 'Inventory' or its end should stand here");
   EXPECT_EQ(ErrorBehindRoot(std::string(kFinish) + "\n"),
             "15: there is more behind the document's end");
+}
+
+TEST(Document, EndsWhereItsBytesEnd) {
+  const std::string more = kStart + "<Abcd";
+  EXPECT_THROW(ReadDocument(std::string_view(more).substr(0, more.size() - 2)), DataError);
 }
 
 TEST(Document, HasNamesOfLettersDigitsAndUnderscoresUpTo64Characters) {
@@ -119,6 +135,23 @@ TEST(Document, IsShownWithALineForEachText) {
   coloured.hasColour = true;
   EXPECT_EQ(Indented(*root.Find("B"), coloured, 0),
             Painted(coloured, Ink::kDim, "<B>") + Painted(coloured, Ink::kDim, "</B>") + "\n");
+}
+
+TEST(Document, IsShownWithATextBelowItsTagWhereALineHasNoRoomForBoth) {
+  const Element root = Read("<Name>one two three</Name>");
+  Terminal terminal;
+  terminal.width = std::string_view("    <Name>one two three</Name>").size();
+  EXPECT_EQ(Indented(root, terminal, 2),
+            "  <tvqComponent>\n"
+            "    <Name>one two three</Name>\n"
+            "  </tvqComponent>\n");
+  --terminal.width;
+  EXPECT_EQ(Indented(root, terminal, 2),
+            "  <tvqComponent>\n"
+            "    <Name>\n"
+            "      one two three\n"
+            "    </Name>\n"
+            "  </tvqComponent>\n");
 }
 
 TEST(Document, NumbersTheSecondSectionOfANameAndAllFurtherOnes) {

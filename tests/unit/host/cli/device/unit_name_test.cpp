@@ -11,7 +11,8 @@ namespace tvq::cli {
 namespace {
 
 TEST(UnitName, LeavesWhatAUnitsNameMayHave) {
-  EXPECT_EQ(EscapedForUnit("DIMM.Socket.A1-2_b:Z9"), "DIMM.Socket.A1-2_b:Z9");
+  const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789:_.-";
+  EXPECT_EQ(EscapedForUnit(plain), plain);
 }
 
 TEST(UnitName, SpellsOutAllElseAndComesBack) {
@@ -37,6 +38,7 @@ TEST(UnitName, LeavesWhatIsNoCharacter) {
   for (const char* const text : {"a\\x00b", "a\\x2", "a\\x2g", "a\\xg0", "a\\", "\\y20", "a-b"}) {
     EXPECT_EQ(UnescapedFromUnit(text), text);
   }
+  EXPECT_EQ(UnescapedFromUnit(std::string_view("\\x20").substr(0, 3)), "\\x2");
 }
 
 }  // namespace

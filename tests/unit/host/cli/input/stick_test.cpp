@@ -21,7 +21,7 @@ using testing::UnorderedElementsAre;
 constexpr char kReplaced[] = "replaced";
 
 // A machine with numbers of its own; of its two modules one can be another one.
-test::Table Machine(const std::string& number, const std::string& second = "22") {
+test::Table NumberedMachine(const std::string& number, const std::string& second = "22") {
   test::System system{.serial = number, .uuid = test::Bytes(16, 0x5A)};
   system.uuid[0] = static_cast<uint8_t>(number.back());
   return test::Table::Of(test::Bios{}, system, test::BaseBoard{.serial = number + "-B"},
@@ -61,8 +61,8 @@ class CliStick : public CliTest {
     }
   }
   void SaveTwoMachines() {
-    SaveOnStick("AAA1", Machine("AAA1"));
-    SaveOnStick("BBB2", Machine("BBB2"));
+    SaveOnStick("AAA1", NumberedMachine("AAA1"));
+    SaveOnStick("BBB2", NumberedMachine("BBB2"));
   }
   Outcome Verify(const test::Table& table, const std::string& stick = "stick") {
     return RunTvq({"verify", Path(stick), "--from-dump", TableFile(table)});
@@ -71,9 +71,9 @@ class CliStick : public CliTest {
 
 TEST_F(CliStick, IsComparedWithByWhatItsStatesSay) {
   SaveTwoMachines();
-  EXPECT_EQ(Verify(Machine("AAA1")).status, 0);
-  EXPECT_EQ(Verify(Machine("BBB2")).status, 0);
-  const Outcome changed = Verify(Machine("BBB2", "33"));
+  EXPECT_EQ(Verify(NumberedMachine("AAA1")).status, 0);
+  EXPECT_EQ(Verify(NumberedMachine("BBB2")).status, 0);
+  const Outcome changed = Verify(NumberedMachine("BBB2", "33"));
   EXPECT_EQ(changed.status, 1);
   EXPECT_THAT(changed.out, AllOf(HasSubstr("(DIMM_A2): replaced"), HasSubstr("BBB2-22"),
                                  Not(HasSubstr("AAA1"))));
@@ -81,7 +81,7 @@ TEST_F(CliStick, IsComparedWithByWhatItsStatesSay) {
 
 TEST_F(CliStick, MayBeNamedByItsFolder) {
   SaveTwoMachines();
-  EXPECT_EQ(Verify(Machine("BBB2"), "stick/TVQ").status, 0);
+  EXPECT_EQ(Verify(NumberedMachine("BBB2"), "stick/TVQ").status, 0);
 }
 
 TEST_F(CliStick, KnowsAMachineWithAnotherBoardByItsOtherNumbers) {
@@ -92,7 +92,7 @@ TEST_F(CliStick, KnowsAMachineWithAnotherBoardByItsOtherNumbers) {
 
 TEST_F(CliStick, WithoutTheMachineSaysWhichItHas) {
   SaveTwoMachines();
-  const Outcome unknown = Verify(Machine("CCC3"));
+  const Outcome unknown = Verify(NumberedMachine("CCC3"));
   EXPECT_EQ(unknown.status, 3);
   EXPECT_THAT(unknown.diagnostics, HasSubstr("tvq: error: " + Path("stick") +
                                              " has no state of this machine\n"
@@ -101,7 +101,7 @@ TEST_F(CliStick, WithoutTheMachineSaysWhichItHas) {
 }
 
 TEST_F(CliStick, TakesTheOnlyStateThatMayBeOfAMachineWithoutNumbers) {
-  SaveOnStick("AAA1", Machine("AAA1"));
+  SaveOnStick("AAA1", NumberedMachine("AAA1"));
   SaveOnStick("without-number", Nameless());
   EXPECT_EQ(Verify(Nameless()).status, 0);
   SaveOnStick("without-number-2", Nameless());
@@ -120,10 +120,11 @@ TEST_F(CliStick, PassesOverAFolderWhoseStateIsDamaged) {
   damaged[whole.size() / 2] ^= 0x40;
   for (const test::Bytes& bytes : {test::Bytes{'T', 'V', 'Q'}, damaged}) {
     Write("stick/TVQ/machine-AAA1/state-1.bin", bytes);
-    const Outcome verified = Verify(Machine("BBB2"));
+    const Outcome verified = Verify(NumberedMachine("BBB2"));
     EXPECT_EQ(verified.status, 0);
     EXPECT_THAT(verified.diagnostics, Not(HasSubstr("AAA1")));
-    EXPECT_THAT(Verify(Machine("AAA1")).diagnostics, HasSubstr("has no state of this machine"));
+    EXPECT_THAT(Verify(NumberedMachine("AAA1")).diagnostics,
+                HasSubstr("has no state of this machine"));
   }
 }
 
@@ -145,8 +146,8 @@ TEST_F(CliStick, TakesAStateThatMayBeOfTheMachineWhateverItsFolderIsCalled) {
 TEST_F(CliStick, PrefersTheStateOfTheSameBoardToThatOfAnotherOne) {
   SaveTwoMachines();
   SaveOnStick("BBB2-repaired", WithAnotherBoard());
-  EXPECT_EQ(Verify(Machine("BBB2")).status, 0);
-  EXPECT_EQ(Verify(Machine("BBB2")).diagnostics, "");
+  EXPECT_EQ(Verify(NumberedMachine("BBB2")).status, 0);
+  EXPECT_EQ(Verify(NumberedMachine("BBB2")).diagnostics, "");
 }
 
 TEST_F(CliStick, PrefersAStateWithTheMachinesNumbersToOneWithoutAny) {
@@ -158,36 +159,36 @@ TEST_F(CliStick, PrefersAStateWithTheMachinesNumbersToOneWithoutAny) {
 
 TEST_F(CliStick, IsEitherSideOfADifference) {
   SaveTwoMachines();
-  const std::string changed = TableFile(Machine("AAA1", "33"));
+  const std::string changed = TableFile(NumberedMachine("AAA1", "33"));
   EXPECT_THAT(RunTvq({"diff", Path("stick"), changed}).out, HasSubstr(kReplaced));
   EXPECT_THAT(RunTvq({"diff", changed, Path("stick")}).out, HasSubstr(kReplaced));
 }
 
 TEST_F(CliStick, GivesNoSerialNumberAwayByTheNameOfAFolder) {
   SaveTwoMachines();
-  const std::string changed = TableFile(Machine("AAA1", "33"));
+  const std::string changed = TableFile(NumberedMachine("AAA1", "33"));
   const Outcome diff = RunTvq({"diff", Path("stick"), changed, "--redact"});
   EXPECT_THAT(diff.out + diff.diagnostics, Not(HasSubstr("AAA1")));
 }
 
 TEST_F(CliStick, AcceptsADeviceOfItsMachine) {
   SaveTwoMachines();
-  const std::string changed = TableFile(Machine("AAA1", "33"));
+  const std::string changed = TableFile(NumberedMachine("AAA1", "33"));
   EXPECT_EQ(RunTvq({"accept", Path("stick"), "DIMM_A2", "--from-dump", changed}).status, 0);
   EXPECT_TRUE(std::filesystem::exists(Folder("AAA1") + "/state-2.bin"));
-  EXPECT_EQ(Verify(Machine("AAA1", "33")).status, 0);
+  EXPECT_EQ(Verify(NumberedMachine("AAA1", "33")).status, 0);
 }
 
 TEST_F(CliStick, GivesRowsTheirVerdicts) {
   SaveTwoMachines();
-  const std::string changed = TableFile(Machine("AAA1", "33"));
+  const std::string changed = TableFile(NumberedMachine("AAA1", "33"));
   EXPECT_THAT(RunTvq({"export", changed, "--rows", "--against", Path("stick")}).out,
               HasSubstr("\"verdict\":\"replaced\""));
 }
 
 TEST_F(CliStick, GivesAPageItsChangesAndNotItsMachinesNumber) {
   SaveTwoMachines();
-  const std::string changed = TableFile(Machine("AAA1", "33"));
+  const std::string changed = TableFile(NumberedMachine("AAA1", "33"));
   const Outcome page = RunTvq({"report", changed, "--against", Path("stick"), "-o", "-"});
   EXPECT_EQ(page.status, 1);
   EXPECT_THAT(page.out, AllOf(HasSubstr(">replaced</a>"), Not(HasSubstr("AAA1"))));
