@@ -153,7 +153,7 @@ std::vector<DeviceRow> MakeRows(const run::Table& table, const run::Results& res
   for (const smbios::Structure& structure : smbios::Walk(ViewOf(own))) {
     const bool isPart =
         structure.Type() == kSystemType || devices::KindOf(structure) != devices::Kind::kNone;
-    if (!isPart || structure.Length() < smbios::kHeaderSize) {
+    if (!isPart) {
       continue;
     }
     const Kind kind = PartKindOf(structure);

@@ -74,8 +74,8 @@ TEST(Metrics, HaveSerialNumbersWhereTheyAreAskedForAlone) {
 }
 
 TEST(Metrics, EscapeWhatTheFormatReserves) {
-  const std::string text = MetricsText(RunOf({ModuleRow("a\\b \"c\"\nd\x01")}), Serials::kHidden);
-  EXPECT_THAT(text, HasSubstr(R"(label="a\\b \"c\" d ",)"));
+  const std::string text = MetricsText(RunOf({ModuleRow("a\\b \"c\"\nd\x1F!")}), Serials::kHidden);
+  EXPECT_THAT(text, HasSubstr(R"(label="a\\b \"c\" d !",)"));
 }
 
 TEST(Metrics, KeepOtherCharacters) {
@@ -132,6 +132,8 @@ TEST(Metrics, OfARunThatCouldNotWriteAllHaveItsDevicesAndNoSuccess) {
 TEST(Metrics, SayWhenARunLastEndedWell) {
   const std::string text = MetricsText({300, 250, kExitTrouble, std::nullopt}, Serials::kHidden);
   EXPECT_EQ(LastSuccessIn(text), 250u);
+  const std::size_t digits = text.find(" 250\n");
+  EXPECT_EQ(LastSuccessIn(std::string_view(text).substr(0, digits + 3)), 25u);
   EXPECT_EQ(LastSuccessIn(""), 0u);
   EXPECT_EQ(LastSuccessIn("\ntvq_verify_last_success_timestamp_seconds much"), 0u);
 }

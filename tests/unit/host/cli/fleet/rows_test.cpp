@@ -125,6 +125,27 @@ TEST_F(CliRows, HaveNoEmptySlotsAndSockets) {
   EXPECT_THAT(ColumnOf(RowsOf(table), "class"), ElementsAre("system"));
 }
 
+TEST_F(CliRows, HaveTheFirstSystemAlone) {
+  test::Structure bare = test::System{}.Build();
+  bare.CutTo(4);
+  bare.strings.clear();
+  const test::Table table =
+      test::Table::Of(bare, test::Processor{}, test::System{.serial = "OTHER-77"});
+  const Rows rows = RowsOf(table);
+  EXPECT_THAT(ColumnOf(rows, "class"), ElementsAre("system", "processor"));
+  EXPECT_EQ(rows[0]["serial"], "");
+}
+
+// The machine's own table ends in front of the second module.
+TEST_F(CliRows, HaveNoDeviceBehindTheStatedEnd) {
+  const test::Table table = test::Table::Of(test::System{}, test::MemoryDevice{},
+                                            test::MemoryDevice{.locator = "DIMM_A2"});
+  const test::Bytes dump =
+      test::EntryPointBytes::Of32Bits({3, 3, table.Size(), table.Count() - 1}).FileWith(table);
+  const Rows rows = RowsIn(RunTvq({"export", "--rows", Write("dump.bin", dump)}).out);
+  EXPECT_THAT(ColumnOf(rows, "label"), ElementsAre("", "DIMM_A1"));
+}
+
 // A recalled part is found whether or not the driver made a record of it.
 TEST_F(CliRows, HaveDevicesWithoutARecord) {
   const test::Table table =

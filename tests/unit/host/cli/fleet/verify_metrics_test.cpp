@@ -63,6 +63,7 @@ TEST_F(CliMetrics, OfAnUnchangedMachineCountItsDevices) {
   EXPECT_EQ(Verify({}).status, 0);
   EXPECT_THAT(Metrics(), HasSubstr("tvq_devices{verdict=\"same\"} 3\n"));
   EXPECT_THAT(Metrics(), HasSubstr("tvq_devices{verdict=\"replaced\"} 0\n"));
+  EXPECT_THAT(Metrics(), HasSubstr("tvq_firmware_updated 0\n"));
   EXPECT_THAT(Metrics(), HasSubstr("tvq_verify_exit_status 0\n"));
   EXPECT_TRUE(SaysSuccess());
 }
@@ -272,6 +273,11 @@ TEST_F(CliMetrics, WarnOfANameThatTheNodeExporterDoesNotRead) {
   const Outcome verified = Run("verify", {}, {"--metrics", Path("tvq.txt")});
   EXPECT_EQ(verified.status, 0);
   EXPECT_THAT(verified.diagnostics, HasSubstr("its name does not end in .prom"));
+  EXPECT_THAT(Run("verify", {}, {"--metrics", Path(".prom")}).diagnostics,
+              HasSubstr("its name does not end in .prom"))
+      << "a file without a name is hidden";
+  EXPECT_THAT(Run("verify", {}, {"--metrics", Path("a.prom")}).diagnostics,
+              Not(HasSubstr("the node exporter")));
 }
 
 TEST_F(CliMetrics, SayThatTheFirmwareIsAnotherOne) {
