@@ -213,7 +213,7 @@ ExitStatus StatusOfReport(const Report& report) {
 }
 
 // What a line of --ndjson says of a page.
-std::string SummaryLine(const Report& report, const std::string& page) {
+std::string SummaryLine(const Report& report, const std::string& page, const Terminal& terminal) {
   const ReportSummary summary = Summarize(report);
   nlohmann::ordered_json json = SchemaJson("tvq-report");
   json["page"] = page;
@@ -227,16 +227,16 @@ std::string SummaryLine(const Report& report, const std::string& page) {
   json["errors"] = summary.errors;
   json["warnings"] = summary.warnings;
   json["changes"] = summary.changes ? nlohmann::ordered_json(*summary.changes) : nullptr;
-  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+  return JsonLine(json, terminal);
 }
 
+// Of the line of a page, or of the one that says why there is none.
 IndexRow RowOf(const std::string& table, const std::string& line, const ReportOptions& options) {
-  const nlohmann::json json = nlohmann::json::parse(line, nullptr, false);
+  const nlohmann::json json = nlohmann::json::parse(line);
   IndexRow row;
   row.table = ShownName(table, options);
-  if (json.is_discarded() || !json.contains("page")) {
-    const std::string trouble =
-        json.is_discarded() ? "nothing is known" : json.value("error", "nothing is known");
+  if (!json.contains("page")) {
+    const std::string trouble = json["error"];
     row.trouble = options.showsSerials ? trouble : WithoutFolderNumbers(trouble);
     return row;
   }
@@ -297,12 +297,12 @@ ExitStatus WriteReports(const ReportOptions& options, Console& console) {
         const bool repeatsNumber = report.name != ShownName(table, options);
         const std::string page = pages.at(table).For(repeatsNumber);
         WriteOutput(options.output + "/" + page, ReportPage(report), own);
-        own.out << SummaryLine(report, page);
+        own.out << SummaryLine(report, page, own.terminal);
         return StatusOfReport(report);
       },
       [&](const std::string& table, ExitStatus, std::string&& line) {
         rows.push_back(RowOf(table, line, options));
-        if (options.many.areLines && !line.empty()) {
+        if (options.many.areLines) {
           console.out << LineOf(table, line);
         }
       });
@@ -334,7 +334,7 @@ ExitStatus WriteReport(const ReportOptions& options, Console& console) {
         const Report report = MakeReport(one, own);
         WriteOutput(one.output, ReportPage(report), own);
         if (one.many.areLines) {
-          own.out << SummaryLine(report, one.output);
+          own.out << SummaryLine(report, one.output, own.terminal);
         }
         return StatusOfReport(report);
       });

@@ -6,16 +6,23 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <regex>
+#include <set>
+#include <sstream>
 
+#include "host/cli/redact/mask.h"
 #include "tests/unit/host/cli/report/page_outline.h"
 #include "tests/unit/host/cli/server.h"
+#include "tests/unit/host/cli/state_bytes.h"
+#include "tests/unit/host/lint/lint_fixture.h"
 
 namespace tvq::cli {
 namespace {
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -66,6 +73,38 @@ TEST_F(CliReport, ComparesWithASavedStateToo) {
   Server after;
   after.modules.pop_back();
   EXPECT_THAT(Report(after, {"--against", Path("state")}).out, HasSubstr(">gone</"));
+  Write("state/state-1.bin", WithoutTable(Read("state/state-1.bin")));
+  EXPECT_THAT(Report(after, {"--against", Path("state")}).out,
+              AllOf(HasSubstr(">gone</"), Not(HasSubstr("#structure-1"))));
+}
+
+TEST_F(CliReport, ComparesMasksWithARedactedState) {
+  const std::vector<std::string> redact = {"--redact", "--redact-key", "a test's key"};
+  const Masker masker("a test's key");
+  ASSERT_EQ(RunTvq({"save", Path("state"), "--from-dump", TableFile("before.bin", {}), redact[0],
+                    redact[1], redact[2]})
+                .status,
+            0);
+  std::vector<std::string> against = redact;
+  against.insert(against.end(), {"--against", Path("state")});
+  EXPECT_THAT(Report({}, against).out, HasSubstr("<span class=\"badge fine\">unchanged</span>"));
+  Server after;
+  after.modules[1].serial = "99AABBCC";
+  EXPECT_THAT(
+      Report(after, against).out,
+      AllOf(HasSubstr(">replaced</a>"), HasSubstr("<td>" + masker.Mask("55667788") + "</td>"),
+            HasSubstr("<td>" + masker.Mask("99AABBCC") + "</td>")));
+}
+
+TEST_F(CliReport, EndsWithOneForWhatIsToBeLookedAt) {
+  const std::string sound = Write("sound.bin", lint::Dump(lint::SoundWith("")));
+  const std::string more =
+      Write("more.bin", lint::Dump(lint::SoundWith("[oem-strings]\nstring = \"new\"\n")));
+  EXPECT_EQ(RunTvq({"report", sound, "-o", "-"}).status, 0);
+  EXPECT_EQ(RunTvq({"report", sound, "--against", sound, "-o", "-"}).status, 0);
+  EXPECT_EQ(RunTvq({"report", more, "-o", "-"}).status, 0);
+  EXPECT_EQ(RunTvq({"report", more, "--against", sound, "-o", "-"}).status, 1) << "it changed";
+  EXPECT_EQ(Report({}).status, 1) << "the rules find something";
 }
 
 // Parts of which no document of the driver tells, or only that of the whole system.
@@ -180,7 +219,7 @@ TEST_F(CliReport, SaysWhatBecomesOfTheTableAsItIs) {
   clash.modules = {{"SLOT 1", "11223344"}, {"SLOT 1", "55667788"}};
   const Outcome page = Report(clash);
   EXPECT_THAT(page.out, AllOf(HasSubstr("This is of a copy of the table"),
-                              HasSubstr("<p>The table as it is: Start: ")));
+                              HasSubstr("<p>The table as it is: Start: Not Found; 0 records")));
   EXPECT_THAT(Report(clash, {"--as-is"}).out, Not(HasSubstr("This is of a copy")));
 }
 
@@ -210,6 +249,23 @@ TEST_F(CliReport, CallsStandardInputByItsName) {
   const Outcome page = RunTvq({"report", table, "--against", "-", "-o", "-"},
                               std::string(bytes.begin(), bytes.end()));
   EXPECT_THAT(page.out, HasSubstr("Since standard input: "));
+  const Outcome now = RunTvq({"report", "-", "--against", table, "-o", "-"},
+                             std::string(bytes.begin(), bytes.end()));
+  EXPECT_THAT(now.out, HasSubstr("<span class=\"badge fine\">unchanged</span>"));
+  const Outcome twice = RunTvq({"report", "-", "--against", "-", "-o", "-"});
+  EXPECT_EQ(twice.status, 2);
+  EXPECT_THAT(twice.diagnostics, HasSubstr("'-' is given twice"));
+}
+
+TEST_F(CliReport, SaysEachWarningOnce) {
+  const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
+  const std::string said = RunTvq({"report", table, "-o", "-"}).diagnostics;
+  std::istringstream lines(said);
+  std::set<std::string> seen;
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_TRUE(seen.insert(line).second) << said;
+  }
+  EXPECT_THAT(said, HasSubstr("tvq: warning: "));
 }
 
 TEST_F(CliReport, OfARedactedStateSaysSoAlsoWithItsNumbers) {
@@ -250,6 +306,102 @@ TEST_F(CliReport, IsNotForATerminal) {
   EXPECT_THAT(refused.diagnostics, HasSubstr("-o report.html"));
   EXPECT_THAT(RunTvq({"report", Path("table.bin")}, "", {80, false, false, true}).out,
               HasSubstr("<h1>Rack One</h1>"));
+}
+
+TEST_F(CliReport, HasALineOfJsonBesideThePage) {
+  test::System system;
+  system.product = "K\xE4st One";
+  const std::string table = Write(
+      "table.bin", test::Table::Of(test::Bios{}, system, test::Processor{}, test::End{}).Bytes());
+  const Outcome alone = RunTvq({"report", table, "--ndjson", "-o", Path("page.html")});
+  const auto json = alone.Json();
+  EXPECT_EQ(json["file"], table);
+  EXPECT_EQ(json["page"], Path("page.html"));
+  EXPECT_EQ(json["changes"], nullptr);
+  EXPECT_EQ(std::count(alone.out.begin(), alone.out.end(), '\n'), 1);
+  EXPECT_THAT(alone.out, AllOf(HasSubstr("K\xC3\xA4st One"), EndsWith("}\n")));
+  const auto compared =
+      RunTvq({"report", table, "--against", table, "--ndjson", "-o", Path("page.html")}).Json();
+  EXPECT_EQ(compared["changes"], 0);
+}
+
+// The working folder, as long as this lives.
+class Within {
+ public:
+  explicit Within(const std::string& folder) : mBefore(std::filesystem::current_path()) {
+    std::filesystem::current_path(folder);
+  }
+  Within(const Within&) = delete;
+  Within& operator=(const Within&) = delete;
+  ~Within() { std::filesystem::current_path(mBefore); }
+
+ private:
+  std::filesystem::path mBefore;
+};
+
+// What would be written beside the pages stays in the folder of the test.
+class CliReports : public CliReport {
+ protected:
+  CliReports() : mWithin(Path("")) {}
+
+  std::string Text(const std::string& name) const {
+    const test::Bytes bytes = Read(name);
+    return {bytes.begin(), bytes.end()};
+  }
+  Outcome ReportAll(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "report");
+    arguments.insert(arguments.end(), {"-o", Path("pages")});
+    return RunTvq(arguments);
+  }
+
+ private:
+  Within mWithin;
+};
+
+TEST_F(CliReports, AreAPageForEachTableAndAnIndex) {
+  const std::string one = TableFile("one.bin", {});
+  const std::string two = TableFile("two.bin", {});
+  const Outcome made = ReportAll({one, two});
+  EXPECT_EQ(made.status, 1);
+  EXPECT_EQ(made.out, "");
+  EXPECT_THAT(Text("pages/one.html"), HasSubstr("<h1>Rack One</h1>"));
+  EXPECT_THAT(Text("pages/index.html"),
+              AllOf(HasSubstr("<a href=\"one.html\">"), HasSubstr("<a href=\"two.html\">"),
+                    HasSubstr("Serial numbers are masked."), Not(HasSubstr(">Changes</th>"))));
+  ReportAll({one, two, "--show-serials", "--against", one});
+  EXPECT_THAT(Text("pages/index.html"),
+              AllOf(HasSubstr("Serial numbers are as they are."), HasSubstr(">Changes</th>")));
+}
+
+TEST_F(CliReports, HaveNoNameThatGivesANumberAway) {
+  ReportAll({TableFile("ABC1234.bin", {}), TableFile("rack.bin", {})});
+  EXPECT_TRUE(std::filesystem::exists(Path("pages/machine.html")));
+  EXPECT_TRUE(std::filesystem::exists(Path("pages/rack.html")));
+  EXPECT_FALSE(std::filesystem::exists(Path("pages/ABC1234.html")));
+  EXPECT_THAT(Text("pages/index.html"), Not(HasSubstr("ABC1234")));
+}
+
+TEST_F(CliReports, SayWhyThereIsNoPageWithoutTheNumbersOfFolders) {
+  const std::string folder = "machine-A1-b_2.c+3";
+  std::filesystem::create_directories(Path("rack/" + folder));
+  std::filesystem::create_directories(Path(folder));
+  Write(folder + "/bad.bin", {'x'});
+  Write("rack/" + folder + "/bad.bin", {'x'});
+  Write("my-machine-77.bin", {'x'});
+  const std::vector<std::string> tables = {folder + "/bad.bin", "rack/" + folder + "/bad.bin",
+                                           folder + "/gone.bin", "my-machine-77.bin"};
+  ReportAll(tables);
+  EXPECT_THAT(
+      Text("pages/index.html"),
+      AllOf(HasSubstr(">No page: machine/bad.bin is no SMBIOS table"),
+            HasSubstr(">No page: rack/machine/bad.bin is no SMBIOS table"),
+            HasSubstr(">No page: cannot read machine/gone.bin: No such file or directory</td>"),
+            HasSubstr(">No page: my-machine-77.bin is no SMBIOS table"), Not(HasSubstr("b_2"))));
+  std::vector<std::string> shown = tables;
+  shown.emplace_back("--show-serials");
+  ReportAll(shown);
+  EXPECT_THAT(Text("pages/index.html"),
+              HasSubstr(">No page: " + tables[0] + " is no SMBIOS table"));
 }
 
 class CliReportOfMany : public CliReport {
@@ -315,6 +467,7 @@ TEST_F(CliReportOfMany, PrintsALineForEachPageOnRequest) {
 }
 
 TEST_F(CliReportOfMany, WantsAFolder) {
+  const Within within(Path(""));
   for (const std::vector<std::string>& where : {std::vector<std::string>{}, {"-o", "-"}}) {
     std::vector<std::string> arguments = {"report", Path("a.bin"), Path("b.bin")};
     arguments.insert(arguments.end(), where.begin(), where.end());
