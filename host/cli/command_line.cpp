@@ -62,7 +62,7 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_footer(const CLI::App* app) const override {
     std::string footer = CLI::Formatter::make_footer(app);
     footer.erase(footer.find_last_not_of('\n') + 1);
-    return footer.empty() ? footer : footer + '\n';
+    return footer + '\n';
   }
   std::string make_option_opts(const CLI::Option* option) const override {
     const std::string type = option->get_type_name();

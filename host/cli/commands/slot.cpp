@@ -58,7 +58,7 @@ struct Address {
   }
   // The byte that a table has for device and function, and the one that the driver looks for.
   unsigned Packed() const { return query.device * 8u + query.function; }
-  unsigned PackedByDriver() const { return (query.device * 4u | (query.function & 3u)) & 0xFF; }
+  unsigned PackedByDriver() const { return query.device * 4u | (query.function & 3u); }
 };
 
 // Both sides.

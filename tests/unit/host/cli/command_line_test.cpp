@@ -6,12 +6,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "TvqSmbiosPkg/Include/TvqVersion.h"
+#include "host/cli/output/paragraph.h"
 #include "tests/unit/host/cli/cli_fixture.h"
 
 namespace tvq::cli {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -28,6 +32,69 @@ TEST_F(CliHelp, EveryCommandHasExamplesAndSaysItsExitStatuses) {
     EXPECT_THAT(help.out, HasSubstr("\nExamples:\n")) << command;
     EXPECT_THAT(help.out, HasSubstr("\nExit status: 0 ")) << command;
   }
+}
+
+constexpr std::size_t kHelpWidth = 80;
+
+// Where the texts about the options begin in their lines.
+std::size_t TextColumn(const std::string& help) {
+  const std::size_t text = help.find("Print this help");
+  return text - help.rfind('\n', text) - 1;
+}
+
+// The texts about the options, in lines as they stand there.
+std::vector<std::string> OptionTexts(const std::string& help) {
+  const std::size_t column = TextColumn(help);
+  std::vector<std::string> texts;
+  std::istringstream lines(help.substr(0, help.find("\nExamples:\n")));
+  for (std::string line; std::getline(lines, line);) {
+    const bool isOption = line.substr(0, 2) == "  ";
+    if (isOption && line.find_first_not_of(' ') != column) {
+      texts.emplace_back();
+    }
+    if (isOption && line.size() > column && line[column - 1] == ' ') {
+      texts.back() += line.substr(column) + '\n';
+    }
+  }
+  return texts;
+}
+
+// What stands between the options and the examples.
+std::string Details(const std::string& help) {
+  const std::size_t end = help.find("\nExamples:\n");
+  const std::size_t lastOption = help.rfind("\n  ", end);
+  const std::size_t start = help.find("\n\n", lastOption) + 2;
+  return help.substr(start, end - start);
+}
+
+std::string Refilled(const std::string& text, std::size_t width) {
+  Terminal terminal;
+  terminal.width = width;
+  return Filled(text, terminal);
+}
+
+TEST_F(CliHelp, FillsItsLines) {
+  for (const char* const command : kCommands) {
+    const std::string help = RunTvq({command, "--help"}).out;
+    for (const std::string& text : OptionTexts(help)) {
+      EXPECT_EQ(Refilled(text, kHelpWidth - TextColumn(help)), text) << command;
+    }
+    EXPECT_EQ(Refilled(Details(help), kHelpWidth), Details(help)) << command;
+    const std::string statuses = help.substr(help.find("Exit status: "));
+    EXPECT_EQ(Refilled(statuses, kHelpWidth), statuses) << command;
+  }
+}
+
+TEST_F(CliHelp, EndsWithOneLineFeed) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--help"}, {"show", "--help"}}) {
+    const std::string help = RunTvq(arguments).out;
+    EXPECT_THAT(help, EndsWith(".\n"));
+  }
+}
+
+TEST_F(CliHelp, SaysWhatAnOptionTakes) {
+  EXPECT_THAT(RunTvq({"show", "--help"}).out, HasSubstr("\n  --from-dump FILE "));
 }
 
 TEST_F(CliHelp, EveryCommandThatPrintsOrSavesCanRedact) {
@@ -71,6 +138,9 @@ TEST_F(CliHelp, AUsageErrorHasTheFormOfAllOthers) {
   EXPECT_EQ(RunTvq({}).diagnostics,
             "tvq: error: A subcommand is required\ntvq: hint: `tvq --help` lists the commands\n");
   EXPECT_THAT(RunTvq({"slot"}).diagnostics, HasSubstr("tvq: error: "));
+  EXPECT_EQ(RunTvq({"show", "--two\nlines"}).diagnostics,
+            "tvq: error: The following argument was not expected: --two\n"
+            "tvq: hint: `tvq show --help` lists the options, with examples\n");
 }
 
 TEST_F(CliHelp, QuietLeavesTheErrorsAlone) {

@@ -60,19 +60,41 @@ TEST_F(CliDecode, ShowsHeadersFlagsReferencesAndDocument) {
                                       "  wwnOffset      0 -> \"11223344\"\n"
                                       "  MktnameOffset  9 -> \"DDR4DIMM\"\n"
                                       "0x0091: configuration blob\n"));
+  EXPECT_THAT(decoded.out, HasSubstr("bytes\n  <tvqComponent>\n    <Inventory>\n"));
   EXPECT_THAT(decoded.out, HasSubstr("      <WWN>11223344</WWN>\n"));
   EXPECT_THAT(decoded.out,
               EndsWith("end blob\n  revision 1, type 7, cookie 0x36912F26, 148 bytes\n"));
 }
 
+TEST_F(CliDecode, ShowsInBoldWhereEachBlobBegins) {
+  const Bytes blobs = BlobsOf(1);
+  const Terminal coloured = {80, true};
+  const Outcome decoded =
+      RunTvq({"decode", "-"}, std::string(blobs.begin(), blobs.end()), coloured);
+  EXPECT_THAT(decoded.out,
+              StartsWith(Painted(coloured, Ink::kBold, "0x0000: inventory blob") + "\n"));
+}
+
 TEST_F(CliDecode, SaysTheSameAsJson) {
   const auto json = Decode(BlobsOf(1), {"--json"}).Json();
   ASSERT_THAT(json["blobs"], SizeIs(3));
+  auto inventory = json["blobs"][0]["inventory"];
+  inventory.erase("texts");
+  EXPECT_EQ(inventory.dump(), R"({"flags":32,"productId":null,"slotNumber":161})");
   EXPECT_EQ(json["blobs"][0]["inventory"]["texts"][0].dump(),
             R"({"field":"wwnOffset","offset":0,"text":"11223344"})");
   EXPECT_EQ(json["blobs"][1]["document"]["Inventory"]["WWN"], "11223344");
   EXPECT_EQ(json["blobs"][2]["sizeInBytes"], 148);
   EXPECT_THAT(json["errors"], SizeIs(0));
+}
+
+TEST_F(CliDecode, SaysAsJsonWhichProductAModuleIs) {
+  const test::Table table = test::Table::Of(
+      TableOf({}), test::DimmExtension{.deviceHandle = 0x8003, .productId = 0x1234});
+  const auto json = RunTvq({"export", Write("table.bin", table.Bytes())}).Json();
+  const Bytes blob = FromHex(json["records"][1]["inventoryBlob"]);
+  const auto inventory = Decode(blob, {"--json"}).Json()["blobs"][0]["inventory"];
+  EXPECT_EQ(inventory["productId"], 0x1234);
 }
 
 TEST_F(CliDecode, ReadsStandardInput) {
@@ -116,6 +138,7 @@ TEST_F(CliDecode, NamesTheElementThatIsWrong) {
   EXPECT_THAT(decoded.diagnostics,
               HasSubstr(":0x01AB: an element of 'Inventory' or its end should stand here"));
   EXPECT_THAT(decoded.out, HasSubstr("[WWN>11223344")) << "the text is shown all the same";
+  EXPECT_THAT(decoded.out, HasSubstr("</tvqComponent>\n0x")) << "and what is behind it";
 }
 
 TEST_F(CliDecode, NamesTheByteThatIsNotZeroInAnEndBlob) {

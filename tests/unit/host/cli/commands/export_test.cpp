@@ -273,6 +273,26 @@ TEST_F(CliExport, Helps) {
   }
 }
 
+// --- Many tables ---
+
+TEST_F(CliExport, PrintsALineForEachOfManyTables) {
+  const std::string one = Write("one.bin", test::MinimalServer().Bytes());
+  const std::string two = Write("two.bin", test::MinimalServer().Bytes());
+  const auto filesIn = [](const Outcome& exported) {
+    std::vector<std::string> files;
+    std::istringstream lines(exported.out);
+    for (std::string line; std::getline(lines, line);) {
+      files.push_back(nlohmann::json::parse(line).value("file", "none"));
+    }
+    return files;
+  };
+  EXPECT_EQ(filesIn(RunTvq({"export", one, two})), (std::vector<std::string>{one, two}));
+  EXPECT_EQ(filesIn(RunTvq({"export", "--ndjson", one})), std::vector<std::string>{one});
+  EXPECT_EQ(filesIn(RunTvq({"export", "--rows", one, two})), std::vector<std::string>(6, "none"))
+      << "rows say themselves which machine they are of";
+  EXPECT_FALSE(RunTvq({"export", one}).Json().contains("file"));
+}
+
 // --- This machine's table ---
 
 TEST_F(CliExport, ReadsTheTableOfThisMachine) {
@@ -307,12 +327,12 @@ TEST_F(CliExport, HintsAtRootRightsWhereTheyAreMissing) {
   if (geteuid() == 0) {
     ASSERT_EQ(seteuid(65534), 0);
   }
-  const Outcome outcome = RunTvq({"export", "/proc/1/mem"});
+  const Outcome outcome = RunTvq({"export", "/proc/1/mem", "--sysfs", "it's"});
   if (getuid() == 0) {
     ASSERT_EQ(seteuid(0), 0);
   }
   EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.diagnostics, HasSubstr("sudo"));
+  EXPECT_THAT(outcome.diagnostics, HasSubstr(R"(`sudo tvq export /proc/1/mem --sysfs 'it'\''s'`)"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/host/cli/server.h"
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::cli {
 namespace {
@@ -34,6 +35,26 @@ TEST_F(CliGet, PrintsAValueOfAPartThatIsTheOnlyOne) {
   EXPECT_EQ(got.out, "ABC1234\n");
   EXPECT_EQ(got.diagnostics, "");
   EXPECT_EQ(Get(TableOf({}), {"system.uuid"}).out, "00112233-4455-6677-8899-aabbccddeeff\n");
+}
+
+TEST_F(CliGet, TakesASingleArgumentForAPathOfThisMachine) {
+  const Table table = TableOf({});
+  Write("smbios_entry_point", test::EntryPointBytes::Of32Bits(table).Bytes());
+  Write("DMI", table.Bytes());
+  EXPECT_EQ(RunTvq({"get", "system.serial", "--sysfs", Path("")}).out, "ABC1234\n");
+  EXPECT_THAT(RunTvq({"get", "--list", "--sysfs", Path("")}).out,
+              HasSubstr("system.serial  ABC1234\n"));
+  const std::string file = Write("table.bin", table.Bytes());
+  EXPECT_EQ(RunTvq({"get", "system.serial", "--table", file}).out, "ABC1234\n");
+}
+
+TEST_F(CliGet, SaysNothingOfWhatTheDriverMakesOfTheTable) {
+  const Table table = Table::Of(test::System{});
+  EXPECT_THAT(RunTvq({"show", Write("table.bin", table.Bytes())}).diagnostics,
+              HasSubstr("tvq: warning: "));
+  const Outcome got = Get(table, {"system.serial"});
+  EXPECT_EQ(got.out, "ABC1234\n");
+  EXPECT_EQ(got.diagnostics, "");
 }
 
 TEST_F(CliGet, PrintsAValueOfTheNthPart) {

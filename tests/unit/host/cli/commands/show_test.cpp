@@ -6,7 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <sstream>
+#include <utility>
+
 #include "tests/unit/host/cli/server.h"
+#include "tests/unit/shared/entry_point.h"
 
 namespace tvq::cli {
 namespace {
@@ -174,6 +181,70 @@ TEST_F(CliShow, NamesTheModulesThatClash) {
   EXPECT_THAT(shown.out, HasSubstr("device locator: \"P1-DIMMB1\" -> \"DIMM_1B1\"\n"));
 }
 
+// The driver reads three bytes: here with a NUL and the first character of the bank.
+TEST_F(CliShow, NamesWhatClashesBehindAShortLocator) {
+  EXPECT_THAT(Show(NamedMachine({"CPU1"}, {"A", "A"}), {"-w", "--as-is"}).out,
+              HasSubstr("  the same three characters of the locator (\"AB\") as for handle 0x8003: "
+                        "\"A\" here, \"A\" there;"));
+}
+
+TEST_F(CliShow, NamesTheFirstFourAndTheLastOfManyHandles) {
+  // The driver stops at the second of them.
+  const auto shown = [this](std::size_t modules) {
+    const std::vector<std::string> locators(modules, "SLOT");
+    return Show(NamedMachine({"CPU1"}, locators), {"-w", "--as-is"}).out;
+  };
+  EXPECT_THAT(shown(7),
+              HasSubstr("    5 memory modules, handles 0x8005, 0x8006, 0x8007, 0x8008, 0x8009\n"));
+  EXPECT_THAT(
+      shown(8),
+      HasSubstr("    6 memory modules, handles 0x8005, 0x8006, 0x8007, 0x8008 ... 0x800A\n"));
+}
+
+TEST_F(CliShow, ShowsTwentyOfManyChanges) {
+  // Each of the processor and the modules gets a name.
+  const auto changesOf = [this](std::size_t count) {
+    Server server;
+    server.modules.clear();
+    for (std::size_t i = 1; i < count; ++i) {
+      server.modules.push_back({fmt::format("DIMM_{}1", static_cast<char>('A' + i)), "11223344"});
+    }
+    const auto json = Show(TableOf(server), {"--json", "--as-is"}).Json();
+    const std::vector<std::string> changes = json["conform"]["changes"];
+    EXPECT_THAT(changes, SizeIs(count));
+    const std::string heading = fmt::format("changed in {} places:\n", count);
+    const std::string out = Show(TableOf(server), {"-w", "--as-is"}).out;
+    return std::pair(changes, out.substr(out.find(heading) + heading.size()));
+  };
+  const auto linesOf = [](const std::vector<std::string>& changes, std::size_t count) {
+    std::string lines;
+    for (std::size_t i = 0; i < count; ++i) {
+      lines += "    " + changes.at(i) + "\n";
+    }
+    return lines;
+  };
+  const auto [all, allShown] = changesOf(21);
+  EXPECT_THAT(allShown, StartsWith(linesOf(all, 21) + "\n"));
+  const auto [more, moreShown] = changesOf(22);
+  EXPECT_THAT(moreShown, StartsWith(linesOf(more, 20) + "    and 2 more, which --json lists\n\n"));
+}
+
+TEST_F(CliShow, BreaksTheValuesOfAnAttributeBelowEachOther) {
+  const Table table =
+      Table::Of(test::Bios{.version = std::string(20, 'v')},
+                test::System{.product = std::string(20, 'p'), .serial = std::string(20, 's')},
+                test::Processor{}, test::End{});
+  const std::string out = Show(table, {}, {80}).out;
+  const std::size_t start = out.find("  zorv.server ", out.find("\nAttributes\n"));
+  const std::size_t values = out.find("service tag ", start);
+  ASSERT_NE(values, std::string::npos) << out;
+  const std::string indent(values - out.rfind('\n', values) - 1, ' ');
+  EXPECT_THAT(
+      out.substr(values),
+      StartsWith("service tag " + std::string(20, 's') + ",\n" + indent + "BIOS version " +
+                 std::string(20, 'v') + ",\n" + indent + "product name " + std::string(20, 'p')));
+}
+
 TEST_F(CliShow, SaysThatTheDriverWantsOneSystem) {
   const Table table = Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), test::System{});
   EXPECT_THAT(Show(table).out, HasSubstr("  there are 2 structures of type 1, where the driver "
@@ -257,9 +328,69 @@ TEST_F(CliShow, SaysThatAFileIsNotThereWhereThisMachineShowsNoTable) {
                                            "for a part: cannot read "));
 }
 
+TEST_F(CliShow, SaysThatThisMachineShowsNoTable) {
+  const Outcome shown = RunTvq({"show", "--sysfs", Path("nowhere")});
+  EXPECT_EQ(shown.status, 2);
+  EXPECT_THAT(shown.diagnostics, StartsWith("tvq: error: cannot read "));
+}
+
+TEST_F(CliShow, SaysOfAFileAndANameThatTheFileCannotBeRead) {
+  const Outcome shown = RunTvq({"show", Path("missing.bin"), "DIMM_A1"});
+  EXPECT_EQ(shown.status, 2);
+  EXPECT_THAT(shown.diagnostics, StartsWith("tvq: error: cannot read " + Path("missing.bin")));
+}
+
+TEST_F(CliShow, TakesOneArgumentForANameWhereAnOptionNamesTheTable) {
+  const std::string table = Write("table.bin", TableOf({}).Bytes());
+  const Outcome shown = RunTvq({"show", "--table", table, "DIMM_A2"});
+  EXPECT_EQ(shown.status, 0) << shown.diagnostics;
+  EXPECT_THAT(shown.out, HasSubstr("label               DIMM_A2\n"));
+  EXPECT_THAT(RunTvq({"show", "--table", table, "DIMM_A2", "more"}).diagnostics,
+              HasSubstr("'more' is one argument too many"));
+}
+
 TEST_F(CliShow, RefusesAThirdArgument) {
   EXPECT_THAT(Show(TableOf({}), {"one", "two"}).diagnostics,
               HasSubstr("'two' is one argument too many"));
+}
+
+class CliShowMany : public CliShow {
+ protected:
+  CliShowMany() {
+    std::filesystem::create_directory(Path("rack"));
+    Write("rack/1.bin", NamedMachine({"CPU1"}, {"DIMM_A1"}).Bytes());
+    Write("rack/2.bin", NamedMachine({"CPU1"}, {"DIMM_B1"}).Bytes());
+  }
+  // The tables that the lines are of.
+  static std::vector<std::string> FilesIn(const std::string& lines) {
+    std::vector<std::string> files;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+      files.push_back(nlohmann::json::parse(line)["file"]);
+    }
+    return files;
+  }
+  const std::vector<std::string> mFiles = {Path("rack/1.bin"), Path("rack/2.bin")};
+};
+
+TEST_F(CliShowMany, ShowsEachTableOfAFolderBelowItsName) {
+  const Outcome shown = RunTvq({"show", Path("rack")});
+  EXPECT_EQ(shown.status, 0) << shown.diagnostics;
+  EXPECT_THAT(shown.out,
+              AllOf(StartsWith(mFiles[0] + ":\nSystem "), HasSubstr("\n\n" + mFiles[1] + ":\n")));
+}
+
+TEST_F(CliShowMany, TwoFilesAreTwoTables) {
+  const Outcome shown = RunTvq({"show", mFiles[0], mFiles[1]});
+  EXPECT_EQ(shown.out, RunTvq({"show", Path("rack")}).out);
+}
+
+TEST_F(CliShowMany, AreLinesOfJsonWhereOneTableIsADocument) {
+  EXPECT_EQ(FilesIn(RunTvq({"show", "--json", mFiles[0], mFiles[1]}).out), mFiles);
+  EXPECT_EQ(FilesIn(RunTvq({"show", "--ndjson", Path("rack")}).out), mFiles);
+  const Outcome one = RunTvq({"show", "--json", mFiles[0]});
+  EXPECT_THAT(one.out, StartsWith("{\n"));
+  EXPECT_FALSE(one.Json().contains("file"));
 }
 TEST_F(CliShow, ReadsATableFromStandardInput) {
   const test::Bytes bytes = NamedMachine({"CPU1"}, {"DIMM_A1"}).Bytes();
@@ -297,6 +428,24 @@ TEST_F(CliShow, SaysWhichDocumentCannotBeRead) {
   const Outcome shown = Show(TableOf(server), {"--conform"});
   EXPECT_THAT(shown.out, HasSubstr("  CPU.Socket.1: the document cannot be read: an element of "
                                    "'Inventory' or its\n    end should stand here\n"));
+  EXPECT_THAT(Show(TableOf(server), {"CPU.Socket.1", "--conform"}).out,
+              EndsWith("\n\nThe document cannot be read: an element of 'Inventory' or its end "
+                       "should stand\n  here\n"));
+}
+
+// The machine's own table ends in front of the second module, where the driver goes on.
+TEST_F(CliShow, ShowsARecordOfADeviceBehindTheStatedEnd) {
+  const Table table =
+      Table::Of(NamedMachine({"CPU1"}, {"DIMM_A1"}), MemoryDevice{.locator = "DIMM_A2"});
+  const test::Bytes dump =
+      test::EntryPointBytes::Of32Bits({3, 3, table.Size(), table.Count() - 1}).FileWith(table);
+  const Outcome shown = RunTvq({"show", "--json", "--as-is", Write("dump.bin", dump)});
+  const auto json = shown.Json();
+  EXPECT_THAT(json["machine"]["modules"], SizeIs(1));
+  ASSERT_THAT(json["devices"], SizeIs(4)) << shown.out;
+  EXPECT_EQ(json["devices"][1]["kind"], "module");
+  EXPECT_EQ(json["devices"][2]["kind"], nullptr);
+  EXPECT_EQ(json["devices"][2]["handle"], nullptr);
 }
 
 TEST_F(CliShow, HasNoLineOfMoreThanEightyCharactersAndCutsNothing) {
@@ -385,7 +534,12 @@ TEST_F(CliShow, SaysAllOfItAsJson) {
   EXPECT_EQ(json["schema"], "tvq-show");
   EXPECT_EQ(json["schemaVersion"], 1);
   EXPECT_EQ(json["start"], "Success");
+  EXPECT_EQ(json["trouble"], nullptr);
   ASSERT_THAT(json["devices"], SizeIs(4));
+  EXPECT_EQ(json["devices"][0]["kind"], "processor");
+  EXPECT_EQ(json["devices"][1]["kind"], "module");
+  EXPECT_EQ(json["devices"][1]["handle"], 0x8003);
+  EXPECT_EQ(json["devices"][1]["trouble"], nullptr);
   EXPECT_EQ(json["devices"][1]["fqdd"], "DIMM.Socket.A1");
   EXPECT_EQ(json["devices"][1]["label"], "DIMM_A1");
   EXPECT_EQ(json["devices"][1]["nameRule"], "given");

@@ -63,12 +63,55 @@ TEST_F(CliSlot, SaysWhichOtherSlotTheDriverAnswersWith) {
             "          which is another address\n");
 }
 
+TEST_F(CliSlot, FindsEachFunctionOfDeviceZero) {
+  for (const uint8_t function : test::Bytes{1, 2, 3}) {
+    const Table table =
+        Table::Of(WithNames(), test::Slot{.designation = "Other", .bus = 0x3A, .devFn = function},
+                  test::Slot{.designation = "Wanted", .bus = 0x3B, .devFn = function});
+    const Outcome answer = Ask(table, {"3b:00." + std::to_string(function)});
+    EXPECT_EQ(answer.status, 0) << answer.out;
+    EXPECT_THAT(answer.out, HasSubstr("  table   slot \"Wanted\""));
+  }
+}
+
+TEST_F(CliSlot, SaysWhichOfManySlotsTheDriverAnswersWith) {
+  // The driver packs device 3, function 1 into 0x0D, which is device 1, function 5.
+  const Table table =
+      Table::Of(WithNames(), test::Slot{.designation = "None", .bus = 0xFF, .devFn = 0xFF},
+                test::Slot{.designation = "Other", .bus = 0x3B, .devFn = 0x05},
+                test::Slot{.designation = "Answer", .bus = 0x3B, .devFn = 0x0D});
+  EXPECT_THAT(Ask(table, {"3b:03.1", "--wide"}).out,
+              HasSubstr("data bus width 0x0D: slot \"Answer\", "));
+}
+
+TEST_F(CliSlot, BreaksWhatTheTableSaysBelowItself) {
+  const Table table =
+      Table::Of(WithNames(), test::Slot{.designation = std::string(60, 's'), .bus = 0x3B});
+  EXPECT_THAT(Ask(table, {"3b:00.0"}).out,
+              HasSubstr("  table   slot \"" + std::string(60, 's') +
+                        "\",\n"
+                        "          PCI Express, x16, Available, handle 0x8002\n"));
+}
+
+TEST_F(CliSlot, SaysThatTheDriverDoesNotComeToASlotBehindItsEndOfTheTable) {
+  const Table table = Table::Of(WithNames(), test::Structure{130, 0xFFFF}, test::Slot{.bus = 0x3B});
+  const Outcome answer = Ask(table, {"3b:00.0", "--as-is"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.out, HasSubstr("  driver  Not Found\n"
+                                    "  reason  the driver does not come to it\n"));
+}
+
 TEST_F(CliSlot, FindsAnOnboardDeviceWithBothAttributes) {
   const Table table = Table::Of(WithNames(), test::OnboardDevice{.bus = 0x3B});
   EXPECT_THAT(Ask(table, {"3b:0.0"}).out,
               HasSubstr("  table   onboard device \"Embedded NIC 1\", Ethernet, handle 0x8002\n"
                         "  driver  an onboard device, reference designation string 1\n"));
   EXPECT_EQ(Ask(table, {"3b:0.0", "--id"}).status, 0);
+  const auto driver = Ask(table, {"3b:0.0", "--json"}).Json()["driver"];
+  EXPECT_EQ(driver["isOnboard"], true);
+  EXPECT_EQ(driver["slotId"], 1);
+  EXPECT_EQ(driver["slotType"], nullptr);
+  EXPECT_EQ(driver["part"]["kind"], "onboardDevice");
 }
 
 TEST_F(CliSlot, TakesADomain) {
@@ -86,6 +129,7 @@ TEST_F(CliSlot, FindsNothing) {
   const Outcome answer = Ask(WithNames(), {"00:00.0"});
   EXPECT_EQ(answer.status, 1);
   EXPECT_EQ(answer.out, "0000:00:00.0\n  table   nothing at this address\n  driver  Not Found\n");
+  EXPECT_EQ(Ask(WithNames(), {"00:00.0", "--id"}).out, answer.out);
 }
 
 TEST_F(CliSlot, SaysThatTheSearchByIdIsForNoSlot) {
@@ -150,7 +194,17 @@ TEST_F(CliSlot, SaysAsJsonWhyTheSidesDiffer) {
   EXPECT_EQ(json["agree"], false);
   EXPECT_EQ(json["driver"]["status"], "Not Found");
   EXPECT_EQ(json["driver"]["part"], nullptr);
+  for (const char* const value :
+       {"slotId", "isOnboard", "slotType", "slotLength", "slotDataBusWidth"}) {
+    EXPECT_EQ(json["driver"][value], nullptr) << value;
+  }
   EXPECT_THAT(json["reason"].get<std::string>(), HasSubstr("device * 4 + function"));
+}
+
+TEST_F(CliSlot, TakesTheHighestAddress) {
+  const Outcome answer = Ask(WithNames(), {"ffff:ff:1f.7"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.out, testing::StartsWith("ffff:ff:1f.7\n"));
 }
 
 TEST_F(CliSlot, RefusesWhatIsNoAddress) {

@@ -110,7 +110,9 @@ TEST_F(CliManPage, ShowsWhatEachCommandTakes) {
 }
 
 TEST_F(CliManPage, NamesTheFilesThatItUses) {
-  const std::string page = RunTvq({"man"}).out;
+  const Outcome printed = RunTvq({"man"});
+  EXPECT_EQ(printed.status, 0);
+  const std::string& page = printed.out;
   EXPECT_THAT(page, HasSubstr("\n\\fI/sys/firmware/dmi/tables/DMI\\fR\n"));
   EXPECT_THAT(page, HasSubstr("\n\\fIDIR/state\\-N.bin\\fR\n"));
 }
