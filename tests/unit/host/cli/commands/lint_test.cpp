@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "host/run/driver_run.h"
 #include "tests/unit/host/cli/cli_fixture.h"
@@ -211,6 +212,40 @@ TEST_F(LintCommand, PrintsJson) {
   EXPECT_EQ(RunTvq({"lint", "--format", "json", file}).out, outcome.out);
 }
 
+// A line for each table, with its name.
+std::vector<std::string> FilesOf(const std::string& lines) {
+  std::vector<std::string> files;
+  std::istringstream stream(lines);
+  for (std::string line; std::getline(stream, line);) {
+    files.push_back(nlohmann::json::parse(line).value("file", "none"));
+  }
+  return files;
+}
+
+TEST_F(LintCommand, PrintsALineForEachOfManyTables) {
+  const std::string sound = Sound();
+  const std::string clash = Clashing();
+  const std::vector<std::string> both = {sound, clash};
+  EXPECT_EQ(FilesOf(RunTvq({"lint", "--json", sound, clash}).out), both);
+  EXPECT_EQ(FilesOf(RunTvq({"lint", "--format", "json", sound, clash}).out), both);
+  EXPECT_EQ(FilesOf(RunTvq({"lint", "--ndjson", sound, clash}).out), both);
+  EXPECT_EQ(FilesOf(RunTvq({"lint", "--ndjson", clash}).out), std::vector<std::string>{clash});
+  EXPECT_FALSE(RunTvq({"lint", "--json", clash}).Json().contains("file"));
+  const Outcome text = RunTvq({"lint", sound, clash});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(text.out, AllOf(StartsWith(sound + ":\n" + sound + ": nothing found\n"),
+                              HasSubstr("\n\n" + clash + ":\n" + clash + ":0x0314: error: ")));
+}
+
+TEST_F(LintCommand, ASarifLogIsOfOneTable) {
+  const Outcome line = RunTvq({"lint", "--ndjson", "--format", "sarif", Sound()});
+  EXPECT_EQ(line.status, 2);
+  EXPECT_THAT(line.diagnostics, HasSubstr("--ndjson prints lines of its own"));
+  const Outcome many = RunTvq({"lint", "--format", "sarif", Sound(), Sound()});
+  EXPECT_EQ(many.status, 2);
+  EXPECT_THAT(many.diagnostics, HasSubstr("a SARIF log is about one table"));
+}
+
 constexpr std::string_view kCauseAndEffect =
     "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_A2\"\nserial = \"S2\"\n"
     "[memory-device like @dimm1]\nlocator = \"CPU1_DIMM_B2\"\nserial = \"S3\"\n";
@@ -247,6 +282,8 @@ TEST_F(LintCommand, PrintsSarif) {
     }
     EXPECT_THAT(rule["defaultConfiguration"]["level"].get<std::string>(),
                 testing::AnyOf("error", "warning", "note"));
+    const bool isStandard = lint::IsAboutStandard(*lint::FindRule(rule["id"].get<std::string>()));
+    EXPECT_EQ(rule["properties"]["tags"][0], isStandard ? "standard" : "driver");
   }
   ASSERT_EQ(log["runs"][0]["results"].size(), 1u);
   const auto& result = log["runs"][0]["results"][0];
@@ -295,6 +332,15 @@ TEST_F(LintCommand, LeavesOutWhatABaselineHas) {
   EXPECT_EQ(sarif["runs"][0]["results"][0]["baselineState"], "new");
 }
 
+TEST_F(LintCommand, CountsWhatItLeavesOutAndNotWhatIsGone) {
+  const std::string known = Path("known.json");
+  const std::string before = Write(
+      "before.bin", Dump(SoundWith(std::string(kClash) + "[oem-strings]\nstring = \"9DF3\"\n")));
+  WriteText("known.json", RunTvq({"lint", "--json", before}).out);
+  EXPECT_THAT(RunTvq({"lint", "--baseline", known, Clashing()}).out,
+              HasSubstr(": 1 in " + known + " left out\n"));
+}
+
 TEST_F(LintCommand, WhatABaselineLacksShowsWhereItIsNew) {
   const std::string known = Path("known.json");
   WriteText("known.json", RunTvq({"lint", "--json", "--disable", "locator-clash",
@@ -318,6 +364,8 @@ TEST_F(LintCommand, WhatABaselineLacksShowsWhereItIsNew) {
 TEST_F(LintCommand, RefusesABaselineThatIsNone) {
   for (const std::string text :
        {"", "[]", "{\"schema\": 1, \"findings\": []}",
+        "{\"schema\": \"tvq-lint\", \"schemaVersion\": 1, \"findings\": []}",
+        "{\"schema\": \"tvq-other\", \"schemaVersion\": 2, \"findings\": []}",
         "{\"schema\": \"tvq-lint\", \"schemaVersion\": 2, \"findings\": [1]}"}) {
     WriteText("known.json", text);
     const Outcome outcome = RunTvq({"lint", "--baseline", Path("known.json"), Sound()});
@@ -389,6 +437,37 @@ TEST_F(LintCommand, MeasuresTheDocumentsThatTheDriverWrites) {
                     HasSubstr("[document-size]"), HasSubstr("driver alone: 1 warning\n")));
 }
 
+TEST_F(LintCommand, MeasuresTheDocumentOfEachDevice) {
+  const std::string longText(9000, 'x');
+  const auto module = [](const std::string& locator, const std::string& part) {
+    return "[memory-device like @dimm1]\nlocator = \"" + locator + "\"\nserial = \"7A2C" + locator +
+           "\"\npart-number = \"" + part + "\"\n";
+  };
+  const std::string file =
+      Write("long.bin", Dump(SoundWith(module("B1", "short") + module("C1", longText))));
+  const auto record = RunTvq({"export", "--as-is", file}).Json()["records"][3];
+  // Two digits for each byte; 80 bytes stand in front of the text, and a NUL behind it.
+  const std::size_t size = record["configurationBlob"].get<std::string>().size() / 2 - 81;
+  EXPECT_THAT(RunTvq({"lint", file}).out,
+              HasSubstr("type 17, handle 0x000C: its document has " + std::to_string(size) +
+                        " bytes, " + std::to_string(size - 8192) + " more than the buffer"));
+}
+
+// To conform the table would give the module a locator, which stands in the document.
+TEST_F(LintCommand, MeasuresTheDocumentsOfTheTableAsItIs) {
+  const std::string file =
+      Write("nameless.bin", Dump(SoundWith("[memory-device like @dimm1]\nlocator = \"\"\n"
+                                           "serial = \"7A2C0002\"\npart-number = \"" +
+                                           std::string(9000, 'x') + "\"\n")));
+  const auto sizeOf = [&file](const char* how) {
+    const auto record = RunTvq({"export", how, file}).Json()["records"][2];
+    return record["configurationBlob"].get<std::string>().size() / 2 - 81;
+  };
+  EXPECT_NE(sizeOf("--as-is"), sizeOf("--conform"));
+  EXPECT_THAT(RunTvq({"lint", file}).out,
+              HasSubstr("its document has " + std::to_string(sizeOf("--as-is")) + " bytes, "));
+}
+
 TEST_F(LintCommand, MeasuresTheDocumentsOfAConformedTableWhereThereAreNone) {
   std::string source = ManySlots(60);
   const std::size_t map = source.find("[fqdd-map]");
@@ -411,6 +490,7 @@ TEST_F(LintCommand, MasksSerialNumbersWhereAsked) {
 TEST_F(LintCommand, ManualIsUpToDate) {
   const std::string manual = table::ReadText(TVQ_SOURCE_DIR "/docs/lint.md");
   const Outcome outcome = RunTvq({"lint", "--explain", "all"});
+  EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(manual, EndsWith("\n" + outcome.out));
 }
 

@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -77,6 +79,10 @@ TEST_F(MktableCommand, NamesFileAndLineOfAMistake) {
                                       ":2: 'serail' is no field of system\n"
                                       "tvq: hint: did you mean 'serial'?\n");
   EXPECT_FALSE(std::filesystem::exists(Path("a.bin")));
+  EXPECT_EQ(Run({Write("b.smbios", "serail = 1\n"), "-o", Path("a.bin")}), 2);
+  EXPECT_THAT(mOutcome.diagnostics, StartsWith("tvq: error: " + Path("b.smbios") + ":1: "));
+  EXPECT_EQ(Run({"--from-dump", Write("bad.bin", "_SM3_")}), 2);
+  EXPECT_THAT(mOutcome.diagnostics, StartsWith("tvq: error: " + Path("bad.bin") + ": "));
 }
 
 TEST_F(MktableCommand, NamesAFileThatCannotBeRead) {
@@ -102,12 +108,34 @@ TEST_F(MktableCommand, TakesOneTaskAtATime) {
   EXPECT_THAT(mOutcome.diagnostics, HasSubstr("one of SOURCE, --from-dump and --fields"));
 }
 
+TEST_F(MktableCommand, BreaksItsListsAtTheEdgeOfATerminalAndNoTable) {
+  const Terminal narrow = {30};
+  const auto longest = [](const std::string& text) {
+    std::size_t most = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      most = std::max(most, line.size());
+    }
+    return most;
+  };
+  EXPECT_LE(longest(RunTvq({"mktable", "--fields", "processor"}, "", narrow).out), 30u);
+  const std::string source =
+      Write("a.smbios", "[system 1]\nserial = \"one two three four five six\"\n");
+  ASSERT_EQ(Run({source, "-o", Path("a.bin")}), 0) << mOutcome.diagnostics;
+  EXPECT_THAT(RunTvq({"mktable", "--from-dump", Path("a.bin")}, "", narrow).out,
+              HasSubstr(" = \"one two three four five six\"\n"));
+}
+
 TEST_F(MktableCommand, ListsTypesAndFields) {
   EXPECT_EQ(Run({"--fields", "all"}), 0);
   EXPECT_THAT(mOutcome.out, HasSubstr("225  fqdd-map\n"));
   EXPECT_EQ(Run({"--fields", "fqdd-map"}), 0);
   EXPECT_THAT(mOutcome.out, HasSubstr("type 225\n  04h  format "));
   EXPECT_THAT(mOutcome.out, HasSubstr(" string handle byte; repeats\n"));
+  const std::string listed = mOutcome.out;
+  EXPECT_EQ(Run({"--fields", "fqdd-map", "-o", Path("fields.txt")}), 0);
+  EXPECT_EQ(mOutcome.out, "");
+  EXPECT_EQ(table::ReadText(Path("fields.txt")), listed);
   EXPECT_EQ(Run({"--fields", "processors"}), 2);
   EXPECT_THAT(mOutcome.diagnostics, HasSubstr("there is no type of structure named 'processors'"));
 }
