@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -139,6 +140,34 @@ void LimitResources() {
 // What stands in place of a test's name once all of them have run.
 constexpr char kDone[] = "done";
 
+/// The folder that a mutant runs in, for files that it makes by mistake: a next one would find them there.
+class Folder {
+ public:
+  Folder() {
+    mPath = (std::filesystem::temp_directory_path() / "mutant-XXXXXX").string();
+    if (mkdtemp(mPath.data()) == nullptr) {
+      std::perror("mkdtemp");
+      std::exit(2);
+    }
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  ~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(mPath, ignored);
+  }
+
+  void Enter() const {
+    if (chdir(mPath.c_str()) != 0 || setenv("TMPDIR", mPath.c_str(), 1) != 0 ||
+        setenv("TEST_TMPDIR", mPath.c_str(), 1) != 0) {
+      std::abort();
+    }
+  }
+
+ private:
+  std::string mPath;
+};
+
 [[noreturn]] void RunMutant(unsigned mutant, const std::string& filter, char* running) {
   LimitResources();
   if (std::freopen("/dev/null", "w", stdout) == nullptr ||
@@ -178,9 +207,11 @@ int RunMutants() {
   unsigned seconds = 0;
   for (std::string filter; std::cin >> mutant >> seconds >> filter;) {
     std::strcpy(running, "start");
+    const Folder folder;
     const pid_t child = fork();
     if (child == 0) {
       setpgid(0, 0);
+      folder.Enter();
       announcer->SetLimit(seconds);
       RunMutant(mutant, filter, running);
     }

@@ -73,7 +73,7 @@ class Program:
         fresh = self._record.with_suffix(".new")
         # In a folder of its own, which nobody else may enter, as with a mutant.
         with open(self._log, "w", encoding="utf-8") as log, tempfile.TemporaryDirectory() as folder:
-            status = subprocess.run([self.path, "reach", fresh], stdout=log, stderr=log, cwd=self.path.parent,
+            status = subprocess.run([self.path.resolve(), "reach", fresh], stdout=log, stderr=log, cwd=folder,
                                     env=_environment(folder), check=False).returncode
         if status != 0:
             lines = map(str.split, fresh.read_text(encoding="utf-8").splitlines()) if fresh.is_file() else ()
