@@ -56,10 +56,10 @@ class UnusedHandles {
 };
 
 /// The device that a group gives its FQDD to.
-using Group = const NamedDevice*;
+using GroupDevice = const NamedDevice*;
 
 [[nodiscard]] bool AppendGroups(const GrowingArray<NamedDevice>& devices, bool areProcessors,
-                                GrowingArray<Group>& groups) {
+                                GrowingArray<GroupDevice>& groups) {
   for (const NamedDevice& device : devices) {
     const bool lacksGroup = device.HasRecord && device.Group == 0;
     if (lacksGroup && device.IsProcessor == areProcessors && !groups.Append(&device)) {
@@ -75,13 +75,13 @@ class MapWriter {
   MapWriter(GrowingArray<UINT8>& bytes, GrowingArray<TableChange>& changes)
       : mBytes(bytes), mChanges(changes) {}
 
-  [[nodiscard]] bool Write(UINT16 handle, const Group* groups, UINTN count) {
+  [[nodiscard]] bool Write(UINT16 handle, const GroupDevice* groups, UINTN count) {
     return WriteFormatted(handle, groups, count) && WriteStrings(groups, count) &&
            NoteChanges(handle, groups, count);
   }
 
  private:
-  [[nodiscard]] bool WriteFormatted(UINT16 handle, const Group* groups, UINTN count) {
+  [[nodiscard]] bool WriteFormatted(UINT16 handle, const GroupDevice* groups, UINTN count) {
     SMBIOS_TABLE_TYPE225 start;
     start.Hdr.Type = SMBIOS_TYPE_TVQ_FQDD_MAP;
     start.Hdr.Length = static_cast<UINT8>(sizeof(start) + count * sizeof(SMBIOS_TVQ_FQDD_GROUP));
@@ -100,7 +100,7 @@ class MapWriter {
     return true;
   }
 
-  [[nodiscard]] bool WriteStrings(const Group* groups, UINTN count) {
+  [[nodiscard]] bool WriteStrings(const GroupDevice* groups, UINTN count) {
     TableBuilder builder(mBytes);
     for (UINTN i = 0; i < count; i++) {
       if (!builder.AppendText(groups[i]->Fqdd)) {
@@ -110,7 +110,7 @@ class MapWriter {
     return mBytes.AppendZeroed(count == 0 ? 2 : 1);
   }
 
-  [[nodiscard]] bool NoteChanges(UINT16 handle, const Group* groups, UINTN count) {
+  [[nodiscard]] bool NoteChanges(UINT16 handle, const GroupDevice* groups, UINTN count) {
     TableChange change = {SMBIOS_TYPE_TVQ_FQDD_MAP, handle, ChangedField::kNewStructure};
     if (count == 0) {
       return mChanges.Append(change);
@@ -133,7 +133,7 @@ class MapWriter {
 /// All processors, then all modules.
 [[nodiscard]] ConformResult WriteMap(const GrowingArray<NamedDevice>& devices, Bytes table,
                                      GrowingArray<UINT8>& map, GrowingArray<TableChange>& changes) {
-  OwnedArray<Group> groups;
+  OwnedArray<GroupDevice> groups;
   if (!AppendGroups(devices, true, groups) || !AppendGroups(devices, false, groups)) {
     return ConformResult::kOutOfMemory;
   }
@@ -288,10 +288,10 @@ class FqddChoice {
   GrowingArray<NamedDevice>& mDevices;
 };
 
-void NoteGroups(const Structure& map, GrowingArray<NamedDevice>& devices) {
+void NoteGroups(const Structure& map, GrowingArray<NamedDevice>& named) {
   for (UINTN group = devices::kFqddGroups; group < EndOfGroups(map);
        group += sizeof(SMBIOS_TVQ_FQDD_GROUP)) {
-    for (NamedDevice& device : devices) {
+    for (NamedDevice& device : named) {
       // The driver takes the first that it finds.
       if (device.Group == 0 && device.Where.Handle() == HandleOfGroup(map, group)) {
         device.Group = map.Offset() + group;

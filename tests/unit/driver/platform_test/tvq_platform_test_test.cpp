@@ -671,11 +671,13 @@ TEST_F(TvqPlatformTestOfTrees, TellsElementsThatTheDocumentDoesNotHave) {
 }
 
 TEST_F(TvqPlatformTestOfTrees, TellsNodesWithoutTexts) {
-  for (const auto spoil : {+[](XML_NODE& root) { root.Name = nullptr; },
-                           +[](XML_NODE& root) { root.Name->Text = nullptr; },
-                           +[](XML_NODE& root) { root.FirstChild->Name = nullptr; },
-                           +[](XML_NODE& root) { root.FirstChild->FirstChild->Value = nullptr; },
-                           +[](XML_NODE& root) { root.NextSibling = root.FirstChild; }}) {
+  const decltype(gSpoil) kSpoils[] = {
+      [](XML_NODE& root) { root.Name = nullptr; },
+      [](XML_NODE& root) { root.Name->Text = nullptr; },
+      [](XML_NODE& root) { root.FirstChild->Name = nullptr; },
+      [](XML_NODE& root) { root.FirstChild->FirstChild->Value = nullptr; },
+      [](XML_NODE& root) { root.NextSibling = root.FirstChild; }};
+  for (const auto spoil : kSpoils) {
     gSpoil = spoil;
     ExpectThatItTells();
   }

@@ -108,10 +108,10 @@ TEST_F(SocketNumbers, HaveCharactersOfTheirOwn) {
     EXPECT_NE(character, unsigned{'&'}) << number;
     EXPECT_NE(character, unsigned{'<'}) << number;
   }
-  const std::pair<uint32_t, unsigned> kExamples[] = {
+  const std::pair<uint32_t, unsigned> kCharacters[] = {
       {0, '0'},  {9, '9'},   {10, ':'}, {11, ';'}, {12, '!'},  {13, '='},  {78, '~'},
       {79, '"'}, {83, '\''}, {90, '.'}, {91, '/'}, {92, 0x7F}, {93, 0x80}, {220, 0xFF}};
-  for (const auto& [number, character] : kExamples) {
+  for (const auto& [number, character] : kCharacters) {
     EXPECT_EQ(tvqplatform::SocketCharacter(number), character) << number;
   }
 }
