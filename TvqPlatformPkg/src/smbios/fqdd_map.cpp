@@ -55,14 +55,15 @@ class UnusedHandles {
   bool mUsed[kLastHandle - kFirstHandle + 1] = {};
 };
 
-/// The device that a group gives its FQDD to.
-using GroupDevice = const NamedDevice*;
+struct FqddGroup {
+  const NamedDevice* Device;  // that it gives its FQDD to
+};
 
 [[nodiscard]] bool AppendGroups(const GrowingArray<NamedDevice>& devices, bool areProcessors,
-                                GrowingArray<GroupDevice>& groups) {
+                                GrowingArray<FqddGroup>& groups) {
   for (const NamedDevice& device : devices) {
     const bool lacksGroup = device.HasRecord && device.Group == 0;
-    if (lacksGroup && device.IsProcessor == areProcessors && !groups.Append(&device)) {
+    if (lacksGroup && device.IsProcessor == areProcessors && !groups.Append({&device})) {
       return false;
     }
   }
@@ -75,13 +76,13 @@ class MapWriter {
   MapWriter(GrowingArray<UINT8>& bytes, GrowingArray<TableChange>& changes)
       : mBytes(bytes), mChanges(changes) {}
 
-  [[nodiscard]] bool Write(UINT16 handle, const GroupDevice* groups, UINTN count) {
+  [[nodiscard]] bool Write(UINT16 handle, const FqddGroup* groups, UINTN count) {
     return WriteFormatted(handle, groups, count) && WriteStrings(groups, count) &&
            NoteChanges(handle, groups, count);
   }
 
  private:
-  [[nodiscard]] bool WriteFormatted(UINT16 handle, const GroupDevice* groups, UINTN count) {
+  [[nodiscard]] bool WriteFormatted(UINT16 handle, const FqddGroup* groups, UINTN count) {
     SMBIOS_TABLE_TYPE225 start;
     start.Hdr.Type = SMBIOS_TYPE_TVQ_FQDD_MAP;
     start.Hdr.Length = static_cast<UINT8>(sizeof(start) + count * sizeof(SMBIOS_TVQ_FQDD_GROUP));
@@ -91,7 +92,7 @@ class MapWriter {
       return false;
     }
     for (UINTN i = 0; i < count; i++) {
-      const UINT16 device = groups[i]->Where.Handle();
+      const UINT16 device = groups[i].Device->Where.Handle();
       const SMBIOS_TVQ_FQDD_GROUP group = {static_cast<UINT8>(i + 1), device, 0};
       if (!mBytes.Append(reinterpret_cast<const UINT8*>(&group), sizeof(group))) {
         return false;
@@ -100,25 +101,25 @@ class MapWriter {
     return true;
   }
 
-  [[nodiscard]] bool WriteStrings(const GroupDevice* groups, UINTN count) {
+  [[nodiscard]] bool WriteStrings(const FqddGroup* groups, UINTN count) {
     TableBuilder builder(mBytes);
     for (UINTN i = 0; i < count; i++) {
-      if (!builder.AppendText(groups[i]->Fqdd)) {
+      if (!builder.AppendText(groups[i].Device->Fqdd)) {
         return false;
       }
     }
     return mBytes.AppendZeroed(count == 0 ? 2 : 1);
   }
 
-  [[nodiscard]] bool NoteChanges(UINT16 handle, const GroupDevice* groups, UINTN count) {
+  [[nodiscard]] bool NoteChanges(UINT16 handle, const FqddGroup* groups, UINTN count) {
     TableChange change = {SMBIOS_TYPE_TVQ_FQDD_MAP, handle, ChangedField::kNewStructure};
     if (count == 0) {
       return mChanges.Append(change);
     }
     for (UINTN i = 0; i < count; i++) {
       change.Field = ChangedField::kFqdd;
-      change.About = groups[i]->Where.Handle();
-      CopyMem(change.New, groups[i]->Fqdd, sizeof(change.New));
+      change.About = groups[i].Device->Where.Handle();
+      CopyMem(change.New, groups[i].Device->Fqdd, sizeof(change.New));
       if (!mChanges.Append(change)) {
         return false;
       }
@@ -133,7 +134,7 @@ class MapWriter {
 /// All processors, then all modules.
 [[nodiscard]] ConformResult WriteMap(const GrowingArray<NamedDevice>& devices, Bytes table,
                                      GrowingArray<UINT8>& map, GrowingArray<TableChange>& changes) {
-  OwnedArray<GroupDevice> groups;
+  OwnedArray<FqddGroup> groups;
   if (!AppendGroups(devices, true, groups) || !AppendGroups(devices, false, groups)) {
     return ConformResult::kOutOfMemory;
   }
