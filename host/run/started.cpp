@@ -16,13 +16,12 @@ void Started::NameDevices() {
   if (mHasNames) {
     return;
   }
-  bool hasLabels = false;
-  if (mTable.original &&
-      !tvqplatform::IsRefused(mConformed.Conform(ViewOf(mTable.original->structures)))) {
-    hasLabels = mLabels.Collect(mConformed.Devices(), mConformed.Structures());
-  } else {
-    hasLabels = mLabels.Collect(ViewOf(mTable.structures));
-  }
+  const bool isConformed =
+      mTable.original &&
+      !tvqplatform::IsRefused(mConformed.Conform(ViewOf(mTable.original->structures)));
+  const bool hasLabels = isConformed
+                             ? mLabels.Collect(mConformed.Devices(), mConformed.Structures())
+                             : mLabels.Collect(ViewOf(mTable.structures));
   if (!hasLabels) {
     throw std::bad_alloc();
   }

@@ -26,8 +26,9 @@ FieldChange ToChange(const tvqplatform::Comparison& result,
           TextIfAny(result.TextAt(change.After))};
 }
 
+// There is a target where there was a text.
 void PutText(const std::optional<std::string>& text, CHAR8* target) {
-  if (text && target != nullptr) {
+  if (text) {
     std::copy(text->begin(), text->end(), target);
   }
 }

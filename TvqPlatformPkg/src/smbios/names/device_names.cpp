@@ -104,7 +104,7 @@ class Sockets {
   }
 
   GrowingArray<NamedDevice>& mDevices;
-  UINT16 mGivenBy[kHighestSocket + 1] = {};  ///< How many texts give the number.
+  UINT32 mGivenBy[kHighestSocket + 1] = {};  ///< How many texts give the number.
   UINT32 mNext = 1;
 };
 

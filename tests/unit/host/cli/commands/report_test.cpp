@@ -173,8 +173,9 @@ TEST_F(CliReport, TellsAPowerSupplyThatWasExchangedByItself) {
   const std::string before = write("before.bin", "PSU-OLD-1");
   const std::string after = write("after.bin", "PSU-NEW-2");
   EXPECT_THAT(RunTvq({"report", after, "--against", before, "-o", "-"}).out,
-              HasSubstr("<span>PSU Bay 1</span>\n<a class=\"badge changed\" "
-                        "href=\"#structure-1\">replaced</a>"));
+              AllOf(HasSubstr("<span>PSU Bay 1</span>\n<a class=\"badge changed\" "
+                              "href=\"#structure-1\">replaced</a>"),
+                    HasSubstr("System.Embedded.1 (a power supply&#39;s serial number): ")));
 }
 
 TEST_F(CliReport, SaysThatTwoMachinesWereCompared) {

@@ -239,6 +239,28 @@ TEST_F(StateFile, OfVersionOneIsCompared) {
   EXPECT_TRUE(fs::exists(File(1)));
 }
 
+// It does not say whether the table had been conformed.
+TEST_F(StateFile, OfVersionOneIsComparedWithATableAsItIsToo) {
+  const std::string source = TVQ_SOURCE_DIR;
+  fs::create_directory(Folder());
+  fs::copy_file(source + "/tests/unit/shared/states/version-1.bin", Folder() + "/tvq-state.bin");
+  ASSERT_EQ(RunTvq({"mktable", source + "/tests/e2e/clash.smbios", "-o", Path("dump.bin")}).status,
+            0);
+  EXPECT_THAT(RunTvq({"verify", Folder(), "--from-dump", Path("dump.bin"), "--as-is"}).out,
+              HasSubstr("Summary: "));
+}
+
+TEST_F(StateFile, ThatIsRedactedIsComparedAsAConformedOne) {
+  // Without conforming it, the driver would make no record of the table.
+  const std::string table = Write("table.bin", TableOf(Server{}).Bytes());
+  for (const char* const state : {"first", "second"}) {
+    ASSERT_EQ(RunTvq({"save", Path(state), "--from-dump", table, "--redact", "--redact-key", "key"})
+                  .status,
+              0);
+  }
+  EXPECT_EQ(RunTvq({"diff", Path("first"), Path("second")}).status, 0);
+}
+
 TEST_F(StateFile, OfVersionOneIsComparedWithAnotherState) {
   const std::string source = TVQ_SOURCE_DIR;
   std::ifstream file(source + "/tests/e2e/names.smbios");
