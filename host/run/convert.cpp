@@ -103,10 +103,11 @@ Record ToRecord(const tvqplatform::DeviceInventory& device) {
   if (!EFI_ERROR(device.IdentityStatus)) {
     record.identity = CopyOfObject(device.Identity);
   }
-  for (UINTN slot = 0; slot < tvqplatform::kBlobCount; ++slot) {
-    const tvqplatform::Bytes bytes = tvqplatform::BlobBytes(device, slot);
+  UINTN slot = 0;
+  for (auto& blob : record.blobs) {
+    const tvqplatform::Bytes bytes = tvqplatform::BlobBytes(device, slot++);
     if (bytes.Data() != nullptr) {
-      record.blobs[slot] = CopyOf(bytes);
+      blob = CopyOf(bytes);
     }
   }
   return record;
