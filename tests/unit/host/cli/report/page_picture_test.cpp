@@ -3,6 +3,7 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -21,6 +22,7 @@ using test::Processor;
 using test::Slot;
 using test::System;
 using test::Table;
+using testing::StartsWith;
 
 class ReportPicture : public PageTest {
  protected:
@@ -172,59 +174,17 @@ TEST_F(ReportPicture, MarksModulesThatRunSlowlyAndThoseOfAnotherKind) {
               a.badge.quiet -> #finding-8: driver: 1 finding)");
 }
 
-TEST_F(ReportPicture, PutsManySlotsOfARowAcrossThePage) {
-  std::vector<MemoryDevice> modules;
-  for (int i = 1; i <= 5; ++i) {
-    modules.push_back({.size = 0, .locator = "DIMM_A" + std::to_string(i)});
-  }
-  EXPECT_EQ(Picture(modules), R"(  div.sockets
-    article.socket
-      h3: Memory
-      div.rows
-        div.channel
-          h4: A
-          ul.boxes
-            li#at-module-1.box.module.empty
-              a.name -> #module-1: DIMM_A1
-              span.size: empty
-            li#at-module-2.box.module.empty
-              a.name -> #module-2: DIMM_A2
-              span.size: empty
-            li#at-module-3.box.module.empty
-              a.name -> #module-3: DIMM_A3
-              span.size: empty
-            li#at-module-4.box.module.empty
-              a.name -> #module-4: DIMM_A4
-              span.size: empty
-            li#at-module-5.box.module.empty
-              a.name -> #module-5: DIMM_A5
-              span.size: empty)");
-}
-
-TEST_F(ReportPicture, ShowsFourSlotsOfAChannelAsAColumn) {
+TEST_F(ReportPicture, ShowsAChannelAsAColumnUnlessItHasMoreThanFourSlots) {
   std::vector<MemoryDevice> modules;
   for (int i = 1; i <= 4; ++i) {
     modules.push_back({.size = 0, .locator = "DIMM_A" + std::to_string(i)});
   }
-  EXPECT_EQ(Picture(modules), R"(  div.sockets
-    article.socket
-      h3: Memory
-      div.channels
-        div.channel
-          h4: A
-          ul.stack
-            li#at-module-1.box.module.empty
-              a.name -> #module-1: DIMM_A1
-              span.size: empty
-            li#at-module-2.box.module.empty
-              a.name -> #module-2: DIMM_A2
-              span.size: empty
-            li#at-module-3.box.module.empty
-              a.name -> #module-3: DIMM_A3
-              span.size: empty
-            li#at-module-4.box.module.empty
-              a.name -> #module-4: DIMM_A4
-              span.size: empty)");
+  const std::string start = "  div.sockets\n    article.socket\n      h3: Memory\n";
+  EXPECT_THAT(Picture(modules), StartsWith(start + "      div.channels\n        div.channel\n"
+                                                   "          h4: A\n          ul.stack\n"));
+  modules.push_back({.size = 0, .locator = "DIMM_A5"});
+  EXPECT_THAT(Picture(modules), StartsWith(start + "      div.rows\n        div.channel\n"
+                                                   "          h4: A\n          ul.boxes\n"));
 }
 
 TEST_F(ReportPicture, ListsProcessorsWithoutMemoryOfTheirOwn) {
