@@ -16,7 +16,6 @@
 namespace tvq::cli {
 namespace {
 
-constexpr std::string_view kRootName = "tvqComponent";
 constexpr std::size_t kLongestName = 64;
 constexpr int kDeepest = 8;
 

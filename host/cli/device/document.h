@@ -35,6 +35,7 @@ inline constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding
 inline constexpr std::string_view kRootTag =
     "<tvqComponent xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
     " xsi:noNamespaceSchemaLocation=\"Inventory.xsd\">";
+inline constexpr std::string_view kRootName = "tvqComponent";
 
 // What the names of elements consist of.
 bool IsNameCharacter(char character);

@@ -4,6 +4,7 @@
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
 #include <algorithm>
+#include <set>
 
 #include "host/cli/device/blob.h"
 #include "host/cli/redact/redact.h"
@@ -26,44 +27,75 @@ void Overwrite(Bytes& bytes, std::size_t at, std::string_view text) {
   std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
-// The length of the tag at the start of the text; 0: there is none.
-std::size_t LengthOfTag(std::string_view text) {
-  for (const std::string_view start : {kDeclaration, kRootTag}) {
-    if (text.substr(0, start.size()) == start) {
-      return start.size();
-    }
+// What looks like the tag of an element.
+struct Tag {
+  std::string_view name;
+  bool isEnd = false;
+  std::size_t size = 0;  // 0: there is none
+};
+
+// The one at the start of the text.
+Tag TagAt(std::string_view text) {
+  if (text.substr(0, 1) != "<") {
+    return {};
   }
-  std::size_t at = 0;
-  const auto skip = [&](char wanted) {
-    const bool isThere = at < text.size() && text[at] == wanted;
-    at += isThere ? 1 : 0;
-    return isThere;
-  };
-  if (!skip('<')) {
-    return 0;
-  }
-  skip('/');
-  const std::size_t name = at;
-  while (at < text.size() && IsNameCharacter(text[at])) {
-    ++at;
-  }
-  return at != name && skip('>') ? at : 0;
+  const bool isEnd = text.substr(0, 2) == "</";
+  const std::size_t start = isEnd ? 2 : 1;
+  const std::string_view rest = text.substr(start);
+  const auto* const end = std::find_if_not(rest.begin(), rest.end(), IsNameCharacter);
+  const std::string_view name = rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
+  const bool isTag = !name.empty() && rest.substr(name.size(), 1) == ">";
+  return isTag ? Tag{name, isEnd, start + name.size() + 1} : Tag();
 }
 
-// The texts of a document that cannot be taken apart, of which any may be a secret.
-void MaskBetweenTags(Bytes& file, std::size_t at, std::size_t end, const Masker& masker) {
-  const auto isText = [&](std::size_t i) {
-    return i < end && file[i] != 0 && LengthOfTag(AsText(file).substr(i, end - i)) == 0;
-  };
-  while (at < end) {
-    std::size_t stop = at;
-    while (isText(stop)) {
-      ++stop;
+// A document that cannot be taken apart, any of whose texts may be a secret.
+class BrokenDocument {
+ public:
+  explicit BrokenDocument(std::string_view bytes) : mBytes(bytes) {
+    for (std::string_view rest = bytes; !rest.empty(); rest.remove_prefix(1)) {
+      const Tag tag = TagAt(rest);
+      (tag.isEnd ? mEnded : mBegun).insert(tag.name);
     }
-    Overwrite(file, at, masker.Mask(AsText(file).substr(at, stop - at)));
-    at = stop + std::max<std::size_t>(LengthOfTag(AsText(file).substr(stop, end - stop)), 1);
   }
-}
+
+  // With a mask in place of each text.
+  std::string Masked(const Masker& masker) const {
+    std::string masked;
+    std::string text;
+    for (std::string_view rest = mBytes; !rest.empty();) {
+      const std::size_t kept = LengthOfKept(rest);
+      if (kept == 0) {
+        text += rest.front();
+        rest.remove_prefix(1);
+        continue;
+      }
+      masked += masker.Mask(text);
+      masked += rest.substr(0, kept);
+      text.clear();
+      rest.remove_prefix(kept);
+    }
+    return masked + masker.Mask(text);
+  }
+
+ private:
+  // Of what ends a text here: a tag or a NUL. 0: it goes on.
+  std::size_t LengthOfKept(std::string_view rest) const {
+    for (const std::string_view fixed : {kNul, kDeclaration, kRootTag}) {
+      if (rest.substr(0, fixed.size()) == fixed) {
+        return fixed.size();
+      }
+    }
+    // A text may look like a tag, but elements have two.
+    const Tag tag = TagAt(rest);
+    return mBegun.count(tag.name) != 0 && mEnded.count(tag.name) != 0 ? tag.size : 0;
+  }
+
+  static constexpr std::string_view kNul{"\0", 1};
+
+  std::string_view mBytes;
+  std::set<std::string_view> mBegun = {kRootName};
+  std::set<std::string_view> mEnded;
+};
 
 // Writes the texts of an element back to where they were read.
 void PutTexts(const Element& element, std::size_t document, Bytes& file) {
@@ -126,7 +158,7 @@ class BlobRedaction {
       MaskSecrets(root, mMasker, mSecrets);
       mDocuments.push_back({at, std::move(root)});
     } catch (const DataError&) {
-      MaskBetweenTags(mFile, at, blob.offset + blob.bytes.size(), mMasker);
+      Overwrite(mFile, at, BrokenDocument(blob.bytes.substr(blobs::kDocument)).Masked(mMasker));
     }
   }
 

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 
@@ -197,7 +198,8 @@ TEST_F(CliRedactDecode, MasksEveryTextOfADocumentThatCannotBeRead) {
 
 // What looks like the beginning of a tag is a part of the text.
 TEST_F(CliRedactDecode, MasksATextOfADocumentThatCannotBeReadAsAWhole) {
-  for (const std::string start : {"Core <& Works> 1", "Core </> <x 2", "Core 3 <x", "Core 4 <"}) {
+  for (const std::string start : {"Core <& Works> 1", "Core <&Works> 1", "Core </> <x 2",
+                                  "Core 3 <x", "Core 4 <", "Core 5\x01 works"}) {
     const Bytes blobs = StoredBlobs(
         test::Table::Of(test::Bios{}, test::System{},
                         test::Processor{.version = start + "</MarketingName> 5 <x"}, test::End{}));
@@ -211,6 +213,53 @@ TEST_F(CliRedactDecode, MasksATextOfADocumentThatCannotBeReadAsAWhole) {
         << start;
     EXPECT_NE(text.find("<ProcessorManufacturer>" + Mask("Core Works") + "</"), std::string::npos);
   }
+}
+
+// The tags of an element are two.
+TEST_F(CliRedactDecode, MasksATextThatLooksLikeATagOfADocumentThatCannotBeRead) {
+  for (const std::string start : {"<", "</"}) {
+    const std::string text = start + mSecrets.Text() + ">";
+    const test::Table table = test::Table::Of(
+        test::Bios{}, test::System{.product = "</ProductName>", .serial = text}, test::End{});
+    const Outcome decoded = DecodeRedacted(StoredBlobs(table));
+    EXPECT_THAT(mSecrets.In(decoded.out), IsEmpty()) << decoded.out;
+    EXPECT_THAT(decoded.out, HasSubstr("<ServiceTag>" + Mask(text) + "</ServiceTag>"));
+    EXPECT_THAT(decoded.out, HasSubstr("</tvqComponent>"));
+  }
+}
+
+// The text after `before` and its NUL, or end, is changed to `after`.
+void Change(Bytes& bytes, const std::string& before, const Bytes& after) {
+  const auto at = std::search(bytes.begin(), bytes.end(), before.begin(), before.end());
+  ASSERT_NE(at, bytes.end());
+  std::copy(after.begin(), after.end(), at);
+}
+
+TEST_F(CliRedactDecode, MasksTheTextsOnBothSidesOfANul) {
+  Bytes blobs = StoredBlobs(
+      test::Table::Of(test::Bios{}, test::System{.product = "Rack4711 Acme4712"}, test::End{}));
+  Change(blobs, "Rack4711 Acme", {'R', 'a', 'c', 'k', '4', '7', '1', '1', 0});
+  RedactBlobs(blobs, TestMasker());
+  EXPECT_THAT(std::string(blobs.begin(), blobs.end()),
+              HasSubstr("<ProductName>" + Mask("Rack4711") + '\0' + Mask("Acme4712") + "</Prod"));
+}
+
+TEST_F(CliRedactDecode, MasksADocumentWithoutANulUpToTheEndOfItsBlob) {
+  const std::string end = "</tvqComponent>";
+  const Bytes blobs =
+      StoredBlobs(test::Table::Of(test::Bios{}, test::System{.serial = "ABC1234"}, test::End{}));
+  Bytes masked = blobs;
+  Change(masked, end + '\0',
+         {'<', '/', 't', 'v', 'q', '>', 'A', 'B', 'C', '1', '2', '3', '4', '5', '6', '7'});
+  RedactBlobs(masked, TestMasker());
+  const std::string text(masked.begin(), masked.end());
+  EXPECT_THAT(text, HasSubstr("<ServiceTag>" + Mask("ABC1234") + "</ServiceTag>"));
+  const std::string rest = Mask("</tvq>ABC1234567");
+  const size_t behind = text.find(rest) + rest.size();
+  ASSERT_LT(behind, text.size());
+  EXPECT_EQ(text.substr(behind),
+            std::string(blobs.begin() + static_cast<std::ptrdiff_t>(behind), blobs.end()))
+      << "the end blob stays";
 }
 
 TEST(RedactBlobs, BlanksWhatIsNoBlobBehindWhatMayBeAHeader) {
@@ -231,6 +280,15 @@ TEST(RedactBlobs, BlanksWhatIsNoBlobBehindWhatMayBeAHeader) {
   EXPECT_EQ(redacted(more), expected);
   header.pop_back();
   EXPECT_EQ(redacted(header), Bytes(header.size(), 'x'));
+}
+
+TEST_F(CliRedactDecode, BlanksWhatIsNoHeaderBehindABlob) {
+  const Bytes blobs = StoredBlobs();
+  Bytes masked = blobs;
+  masked.insert(masked.end(), {static_cast<uint8_t>(blobs::kRevision), 0, 0, 0, 'A', 'B', 'C'});
+  RedactBlobs(masked, TestMasker());
+  EXPECT_EQ(Bytes(masked.begin() + static_cast<std::ptrdiff_t>(blobs.size()), masked.end()),
+            Bytes(7, 'x'));
 }
 
 // A size that is too small makes the next blob begin inside the document.
