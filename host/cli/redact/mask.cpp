@@ -9,6 +9,7 @@
 #include <sodium.h>
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 namespace tvq::cli {
@@ -47,28 +48,29 @@ bool NamesNothing(std::string_view text) {
 std::size_t LengthOfTag(std::string_view text) {
   constexpr std::size_t kLongestNumber = 3;
   const std::size_t number = std::min(text.find_first_not_of("0123456789"), text.size());
-  const bool isTag = number <= kLongestNumber && number < text.size() && text[number] == '[';
+  const bool isTag = number <= kLongestNumber && text.substr(number, 1) == "[";
   return isTag ? number + 1 : std::min<std::size_t>(1, text.size());
 }
 
 // A pseudorandom function of the key, a round and a text.
 class Oracle {
  public:
+  using Answer = std::array<uint8_t, crypto_generichash_BYTES_MIN>;
+
   Oracle(const std::vector<uint8_t>& key, std::string_view context) : mKey(key) {
     mInput.assign(context.begin(), context.end());
     mInput.push_back(0);
     mPrefix = mInput.size();
   }
 
-  // `size` bytes; `kind` sets uses of one round apart.
-  std::vector<uint8_t> Ask(char kind, unsigned round, const std::string& text, std::size_t size) {
+  // `kind` sets uses of one round apart.
+  Answer Ask(char kind, unsigned round, const std::string& text) {
     mInput.resize(mPrefix);
     mInput.push_back(static_cast<uint8_t>(kind));
     mInput.push_back(static_cast<uint8_t>(round));
     mInput.push_back(static_cast<uint8_t>(round >> 8));
     mInput.insert(mInput.end(), text.begin(), text.end());
-    std::vector<uint8_t> answer(
-        std::clamp<std::size_t>(size, crypto_generichash_BYTES_MIN, crypto_generichash_BYTES_MAX));
+    Answer answer = {};
     crypto_generichash(answer.data(), answer.size(), mInput.data(), mInput.size(), mKey.data(),
                        mKey.size());
     return answer;
@@ -90,18 +92,23 @@ std::string ShapeOf(std::string_view text) {
   return shape;
 }
 
-// Character by character, `number` minus the text, in the arithmetic of each class.
-std::string Partner(const std::string& text, const std::vector<uint8_t>& number) {
-  std::string partner = text;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto character = static_cast<unsigned char>(text[i]);
-    if (const Class* const one = ClassOf(character)) {
-      const unsigned count = one->last - one->first + 1u;
-      const unsigned value = number[i] % count + count - (character - one->first);
-      partner[i] = static_cast<char>(one->first + value % count);
-    }
+// The number minus the character, in the arithmetic of its class.
+char PartnerOf(char text, uint8_t number) {
+  const auto character = static_cast<unsigned char>(text);
+  const Class* const one = ClassOf(character);
+  if (one == nullptr) {
+    return text;
   }
-  return partner;
+  const unsigned count = one->last - one->first + 1u;
+  const unsigned value = number % count + count - (character - one->first);
+  return static_cast<char>(one->first + value % count);
+}
+
+// The same of each character of a piece.
+std::string Partner(std::string text, const Oracle::Answer& numbers) {
+  static_assert(devices::kSerialLength <= Oracle::Answer().size(), "one for each character");
+  std::transform(text.begin(), text.end(), numbers.begin(), text.begin(), PartnerOf);
+  return text;
 }
 
 }  // namespace
@@ -130,8 +137,8 @@ std::string Masker::Permute(std::string_view text, std::string_view context) con
   Oracle oracle(mKey, context);
   const auto rounds = kFewestRounds + kRoundsForEachCharacter * static_cast<unsigned>(text.size());
   for (unsigned round = 0; round < rounds; ++round) {
-    std::string partner = Partner(masked, oracle.Ask('k', round, shape, text.size()));
-    if ((oracle.Ask('b', round, std::max(masked, partner), 1)[0] & 1) != 0) {
+    std::string partner = Partner(masked, oracle.Ask('k', round, shape));
+    if ((oracle.Ask('b', round, std::max(masked, partner))[0] & 1) != 0) {
       masked = std::move(partner);
     }
   }
@@ -160,7 +167,7 @@ std::string Masker::MaskOemString(std::string_view text) const {
     const std::string_view rest = text.substr(tag + kTag.size());
     return MaskUntagged(text.substr(0, tag)) + std::string(kTag) +
            Mask(rest.substr(0, devices::kPpinLength)) +
-           (rest.size() > devices::kPpinLength ? Mask(rest.substr(devices::kPpinLength)) : "");
+           Mask(rest.substr(std::min(devices::kPpinLength, rest.size())));
   }
   return NamesNothing(text) ? std::string(text) : MaskUntagged(text);
 }

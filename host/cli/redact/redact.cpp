@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 
 #include "host/cli/input/input.h"
@@ -85,8 +86,9 @@ std::optional<Masker> MakeMasker(const RedactOptions& options) {
 Masker MakePageMasker(const RedactOptions& options) {
   std::string key = KeyOf(options);
   if (key.empty()) {
-    key.resize(crypto_generichash_KEYBYTES);
-    randombytes_buf(key.data(), key.size());
+    std::array<char, crypto_generichash_KEYBYTES> any = {};
+    randombytes_buf(any.data(), any.size());
+    key.assign(any.begin(), any.end());
   }
   return Masker(key);
 }

@@ -37,8 +37,6 @@ constexpr uint8_t kDimmExtension = 226;
 constexpr uint8_t kFirstUndefined = 47;
 constexpr uint8_t kLastUndefined = 125;
 
-constexpr std::size_t kUuidSize = 16;
-
 // What a string is, as the fields say that lead to it. The later one counts.
 enum class Role {
   kUnknown,
@@ -52,7 +50,7 @@ bool IsPrintable(uint8_t byte) {
 }
 
 bool HasControls(std::string_view text) {
-  return std::any_of(text.begin(), text.end(), [](char one) { return one > 0 && one < ' '; });
+  return std::any_of(text.begin(), text.end(), [](unsigned char one) { return one < ' '; });
 }
 
 // An empty string ends the strings of a structure for every reader. The text behind one is then read
@@ -91,16 +89,17 @@ bool HasMovedFields(const Structure& structure) {
 // Whether the formatted part spells a text, but for a UUID: a length that lies has taken in strings.
 bool SpellsText(const Structure& structure) {
   constexpr std::ptrdiff_t kShortestText = 4;
-  std::vector<bool> isText(structure.Formatted().Size());
-  for (std::size_t at = smbios::kHeaderSize; at < isText.size(); ++at) {
-    isText[at] = IsPrintable(structure.Byte(at));
-  }
+  const smbios::Bytes formatted = structure.Formatted();
+  std::vector<bool> isText;
+  std::transform(formatted.begin(), formatted.end(), std::back_inserter(isText), IsPrintable);
   for (const NamedValue& value : table::NamedValues(structure)) {
     if (value.kind == FieldKind::kUuid) {
-      std::fill_n(isText.begin() + static_cast<std::ptrdiff_t>(value.offset), kUuidSize, false);
+      std::fill_n(isText.begin() + static_cast<std::ptrdiff_t>(value.offset), WidthOf(value.kind),
+                  false);
     }
   }
-  return std::search_n(isText.begin(), isText.end(), kShortestText, true) != isText.end();
+  return std::search_n(isText.begin() + smbios::kHeaderSize, isText.end(), kShortestText, true) !=
+         isText.end();
 }
 
 // Whether a structure of a known type is what it seems to be, behind one that was not: its string
@@ -113,10 +112,9 @@ bool IsSound(const Structure& structure) {
   if (hasStrings) {
     return !structure.Strings().empty() && !LacksStrings(structure);
   }
-  return layout.StandardSize({2, 0}) == structure.Formatted().Size() ||
-         std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
-           return layout.StandardSize(field.since) == structure.Formatted().Size();
-         });
+  return std::any_of(layout.fields.begin(), layout.fields.end(), [&](const table::Field& field) {
+    return layout.StandardSize(field.since) == structure.Formatted().Size();
+  });
 }
 
 class TableRedaction {
@@ -288,7 +286,7 @@ class TableRedaction {
   void MaskValue(std::size_t at, FieldKind kind) {
     if (kind == FieldKind::kUuid) {
       const auto start = mBytes.begin() + static_cast<std::ptrdiff_t>(at);
-      const Bytes original(start, start + kUuidSize);
+      const Bytes original(start, start + static_cast<std::ptrdiff_t>(WidthOf(kind)));
       const Bytes mask = mMasker.MaskUuid(original);
       std::copy(mask.begin(), mask.end(), start);
       mSecrets.AddUuid(original, mask);

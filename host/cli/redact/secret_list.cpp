@@ -38,10 +38,10 @@ std::string Lower(std::string_view text) {
 }
 
 std::string Spelled(const std::vector<uint8_t>& uuid, const std::array<std::size_t, 16>& order,
-                    bool hasGroups) {
+                    std::string_view betweenGroups) {
   std::string text;
   for (std::size_t i = 0; i < order.size(); ++i) {
-    text += hasGroups && (i == 4 || i == 6 || i == 8 || i == 10) ? "-" : "";
+    text += i == 4 || i == 6 || i == 8 || i == 10 ? betweenGroups : "";
     text += kDigits[uuid[order[i]] >> 4];
     text += kDigits[uuid[order[i]] & 0x0F];
   }
@@ -63,8 +63,8 @@ void SecretList::Add(std::string_view secret, std::string_view mask) {
 
 void SecretList::AddUuid(const std::vector<uint8_t>& uuid, const std::vector<uint8_t>& mask) {
   for (const auto& order : {kAsStored, kAsNumbers}) {
-    for (const bool hasGroups : {false, true}) {
-      Add(Spelled(uuid, order, hasGroups), Spelled(mask, order, hasGroups));
+    for (const std::string_view betweenGroups : {"", "-"}) {
+      Add(Spelled(uuid, order, betweenGroups), Spelled(mask, order, betweenGroups));
     }
   }
 }

@@ -6,13 +6,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <regex>
 #include <set>
 
+#include "host/cli/input/input.h"
 #include "host/cli/redact/mask.h"
 #include "host/cli/redact/redact.h"
 #include "host/cli/output/text.h"
 #include "host/table/layout.h"
+#include "tests/unit/host/cli/failing_call.h"
 #include "tests/unit/host/cli/redact/redact_fixture.h"
 #include "tests/unit/host/cli/server.h"
 
@@ -301,6 +305,7 @@ TEST(RedactTable, MasksTheHandleOfATextAlone) {
   EXPECT_TRUE(isMasked({'S', '~', 'R', '~'}));
   EXPECT_FALSE(isMasked({'S', 0x1F, 'R', 'V'}));
   EXPECT_FALSE(isMasked({'S', ' ', 0x7F, 'V'}));
+  EXPECT_FALSE(isMasked({'S', ' ', 'R', 0x7F}));
 }
 
 // Also where the first character is the number of a type that has fields.
@@ -322,26 +327,109 @@ TEST(RedactTable, MasksAllStringsWhereOneIsNoText) {
   }
 }
 
+TEST(RedactTable, MasksAllStringsWhereOneIsNotWhatATextConsistsOf) {
+  const auto isLeft = [](const std::string& manufacturer, const std::string& product) {
+    const Table table = Table::Of(test::System{.manufacturer = manufacturer, .product = product});
+    return Contains(Redacted(table.Bytes()), "Racks");
+  };
+  EXPECT_TRUE(isLeft("Server Works", "Rack One"));
+  EXPECT_TRUE(isLeft("Server \xD6rks", "Rack One"));
+  EXPECT_TRUE(isLeft("", "Rack One"));
+  EXPECT_FALSE(isLeft("\xB3Server", "Rack One")) << "the first one may begin in the fields";
+  EXPECT_TRUE(isLeft("Server Works", "\xB3Rack"));
+  EXPECT_FALSE(isLeft("Server Works", "Rack\x01One"));
+}
+
+TEST(RedactTable, TakesFourCharactersAmongTheValuesForAText) {
+  const auto isLeft = [](uint16_t handle, size_t at, const std::string& text) {
+    test::Structure array = test::MemoryArray{.handle = handle}.Build();
+    std::copy(text.begin(), text.end(), array.body.begin() + static_cast<std::ptrdiff_t>(at));
+    const Table table = Table::Of(array);
+    return Redacted(table.Bytes()) == table.Bytes();
+  };
+  const size_t behindHeader = 0;
+  const size_t atEnd = test::MemoryArray{}.Build().body.size() - 4;
+  EXPECT_TRUE(isLeft(0x1000, behindHeader, "ABC"));
+  EXPECT_TRUE(isLeft(0x4142, behindHeader, "ABC")) << "a handle is no text";
+  EXPECT_FALSE(isLeft(0x1000, behindHeader, "ABCD"));
+  EXPECT_TRUE(isLeft(0x1000, atEnd, "ABC"));
+  EXPECT_FALSE(isLeft(0x1000, atEnd, "ABCD"));
+}
+
+TEST(RedactTable, TakesNoCharactersOfAUuidForAText) {
+  const auto isLeft = [](const Bytes& behindUuid) {
+    test::Structure system = test::System{.uuid = Bytes(16, 'A')}.Build();
+    system.body.resize(0x18 - 4);
+    system.body.insert(system.body.end(), behindUuid.begin(), behindUuid.end());
+    return Redacted(Table::Of(system).Bytes())[0x18] == behindUuid[0];
+  };
+  EXPECT_TRUE(isLeft({'B'}));
+  EXPECT_TRUE(isLeft({'B', 'C', 'D'}));
+  EXPECT_FALSE(isLeft({'B', 'C', 'D', 'E'}));
+}
+
+// Of more than 32 devices, the numbers of strings are those of characters, too.
+TEST(RedactTable, LeavesTheNamesOfManyDevicesWhoseNumbersSpellAText) {
+  const Table table = Table::Of(test::Processor{.handle = 0x4142},
+                                test::FqddMap{.groups = std::vector<test::FqddMap::Group>(
+                                                  40, {"CPU.Socket.1", 0x4142, 'C'})});
+  EXPECT_TRUE(Contains(table.Bytes(), "!BAC\"BAC#"));
+  EXPECT_EQ(Redacted(table.Bytes()), table.Bytes());
+}
+
+TEST(RedactTable, BlanksReservedBytesOfAKnownType) {
+  const Table table = Table::Of(test::Structure{32, 0x2000, {1, 2, 3, 4, 5, 6, 7}, {}});
+  EXPECT_EQ(Redacted(table.Bytes()), (Bytes{32, 11, 0x00, 0x20, 0, 0, 0, 0, 0, 0, 7, 0, 0}));
+}
+
 // Strings of control characters are none: the length before them is too small, and what comes next
 // may be anything.
-TEST(RedactTable, LeavesOnlyWhatIsSoundBehindAStructureThatWasMisread) {
+test::Structure Misread() {
   test::Structure misread = test::Cache{}.Build();
   misread.strings = {"\x01\x02"};
-  const test::Structure array = test::MemoryArray{}.Build();
-  test::Structure tooLong = array;
-  tooLong.Byte(7);
+  return misread;
+}
+
+// Longer than the standard has it in any version.
+test::Structure TooLongArray() {
+  return test::MemoryArray{}.Build().Byte(0);
+}
+
+// Whether the values of the last structure stay.
+bool IsLastLeft(const std::vector<test::Structure>& structures) {
+  const Table table = Table::Of(structures);
+  const Bytes masked = Redacted(table.Bytes());
+  const auto start = static_cast<std::ptrdiff_t>(table.OffsetOf(structures.size() - 1));
+  const auto size = static_cast<std::ptrdiff_t>(4 + structures.back().body.size());
+  return std::equal(masked.begin() + start, masked.begin() + start + size,
+                    table.Bytes().begin() + start);
+}
+
+TEST(RedactTable, LeavesOnlyWhatIsSoundBehindAStructureThatWasMisread) {
   const test::Structure board = test::BaseBoard{}.Build();
   test::Structure withoutStrings = board;
   withoutStrings.strings.clear();
-  const auto isLeft = [&](const test::Structure& structure) {
-    const Table table = Table::Of(misread, structure);
-    const Bytes masked = Redacted(table.Bytes());
-    return masked[table.OffsetOf(1) + 4] != 0;
-  };
-  EXPECT_TRUE(isLeft(array));
-  EXPECT_FALSE(isLeft(tooLong));
-  EXPECT_TRUE(isLeft(board));
-  EXPECT_FALSE(isLeft(withoutStrings));
+  test::Structure withoutNumbers = withoutStrings;
+  for (const size_t number : {0x04, 0x05, 0x06, 0x07, 0x0A}) {
+    withoutNumbers.SetByte(number, 0);
+  }
+  test::Structure withAWrongNumber = board;
+  withAWrongNumber.SetByte(0x08, 9);
+  EXPECT_TRUE(IsLastLeft({Misread(), test::MemoryArray{}.Build()}));
+  EXPECT_FALSE(IsLastLeft({Misread(), TooLongArray()}));
+  EXPECT_TRUE(IsLastLeft({Misread(), board}));
+  EXPECT_FALSE(IsLastLeft({Misread(), withoutStrings}));
+  EXPECT_FALSE(IsLastLeft({Misread(), withoutNumbers}));
+  EXPECT_FALSE(IsLastLeft({Misread(), withAWrongNumber}));
+}
+
+TEST(RedactTable, DoubtsWhatFollowsAMisreadStructureUpToOneThatIsSound) {
+  const test::Structure unknown{200, 0xC800, {1, 2, 3}, {"OWN4711"}};
+  EXPECT_TRUE(IsLastLeft({TooLongArray()}));
+  EXPECT_TRUE(IsLastLeft({unknown, TooLongArray()}));
+  EXPECT_FALSE(IsLastLeft({Misread(), unknown, TooLongArray()}));
+  EXPECT_FALSE(IsLastLeft({Misread(), TooLongArray(), TooLongArray()}));
+  EXPECT_TRUE(IsLastLeft({Misread(), test::MemoryArray{}.Build(), TooLongArray()}));
 }
 
 TEST(RedactTable, LeavesNothingOfStringsThatAreNoTexts) {
@@ -388,6 +476,18 @@ TEST(RedactTable, LeavesNamesAndExtensionsOfDevicesOfTheTableOnly) {
     EXPECT_EQ(masked[table.OffsetOf(2) + 7], isOfTable ? 0xB3 : 0) << "the component's number";
     EXPECT_EQ(masked[table.OffsetOf(1) + 4], 1) << "the format";
   }
+}
+
+// The driver starts by it. Of another maker's, the first byte may be anything.
+TEST(RedactTable, LeavesTheFormatOfUnknownNamesWhereTheDriverKnowsIt) {
+  const auto formatOf = [](uint8_t type, uint8_t format) {
+    const Table table =
+        Table::Of(test::Structure{type, 0xE100, {format, 1, 0x99, 0x99, 7}, {"X1"}});
+    return Redacted(table.Bytes())[4];
+  };
+  EXPECT_EQ(formatOf(225, 1), 1);
+  EXPECT_EQ(formatOf(225, 2), 0);
+  EXPECT_EQ(formatOf(200, 1), 0);
 }
 
 TEST(RedactTable, MasksAllStringsWhereTheirNumbersAreShifted) {
@@ -540,6 +640,36 @@ TEST_F(CliRedact, AKeyThatOthersMayReadIsRefused) {
   EXPECT_TRUE(refused.out.empty());
   EXPECT_NE(refused.diagnostics.find(file + " is not read: others may read it, too"),
             std::string::npos);
+}
+
+TEST_F(CliRedact, AKeyThatOthersMayNotReadIsTaken) {
+  const std::string table = Write("table.bin", test::Table::Of(test::System{}).Bytes());
+  const std::string file = Write("key", {'k'});
+  for (const int mode : {0600, 0640, 0711}) {
+    std::filesystem::permissions(file, static_cast<std::filesystem::perms>(mode));
+    const Outcome taken = RunTvq({"show", "--table", table, "--redact", "--redact-key-file", file});
+    EXPECT_EQ(taken.status, 0) << mode << taken.diagnostics;
+  }
+}
+
+// Whoever has the key finds the texts: a machine without an identity must not have one that everybody knows.
+TEST(RedactKey, OfAMachineWithoutAnIdentityIsNone) {
+  const FailingCall noIdentity(Call::kRead, EIO);
+  RedactOptions options;
+  EXPECT_FALSE(MakeMasker(options));
+  options.isWanted = true;
+  EXPECT_THROW(MakeMasker(options), InputError);
+}
+
+TEST(RedactKey, OfAPageIsAnotherOneEachTimeOnAMachineWithoutAnIdentity) {
+  const auto mask = [](const RedactOptions& options) {
+    const FailingCall noIdentity(Call::kRead, EIO);
+    return MakePageMasker(options).Mask("7A2C0003XYZ4711");
+  };
+  EXPECT_NE(mask({}), mask({}));
+  RedactOptions options;
+  options.key = "a key";
+  EXPECT_EQ(mask(options), Masker("a key").Mask("7A2C0003XYZ4711"));
 }
 
 TEST_F(CliRedact, AKeyWithoutRedactIsAMistake) {

@@ -48,6 +48,14 @@ TEST(SecretList, PutsTheLongestOfSecretsFirst) {
   EXPECT_EQ(secrets.WithMasks("ABCDEFGH ABCDEFG ABCDE"), "22222222 333333G 11111");
 }
 
+TEST(SecretList, PutsTheFirstOfEquallyLongSecretsFirst) {
+  SecretList secrets;
+  secrets.Add("ABCDE", "11111");
+  secrets.Add("abcde", "22222");
+  secrets.Add("DEFGH", "33333");
+  EXPECT_EQ(secrets.WithMasks("ABCDE ABCDEFGH"), "11111 11111333");
+}
+
 TEST(SecretList, HasAUuidInAllItsSpellings) {
   SecretList secrets;
   secrets.AddUuid({0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB, 0xCC,
