@@ -3,6 +3,7 @@
 SPDX-License-Identifier: BSD-2-Clause-Patent
 """
 
+import json
 import os
 import pathlib
 import re
@@ -274,6 +275,123 @@ class ShellFunctions(unittest.TestCase):
         self.assertEqual(self.configured(trees), "yes")
         (self.root / "CMakePresets.json").write_text('{ "version": 6 }')
         self.assertEqual(self.configured(trees), "no")
+
+
+class WithEverythingSetUp(unittest.TestCase):
+    """Runs ./dev in a folder that stands for the repository, where all that setup would fetch or build is there."""
+
+    PACKAGES = "bash\n"
+    SOURCES = (
+        "edk2/edksetup.sh",
+        "edk2/MdePkg/MdePkg.dec",
+        *(f"edk2/BaseTools/Source/C/bin/{tool}" for tool in ("EfiRom", "GenCrc32", "GenFfs", "GenFv")),
+        *(f"edk2/BaseTools/Source/C/bin/{tool}" for tool in ("GenFw", "GenSec", "VfrCompile", "VolInfo")),
+        "expat/expat/lib/xmlparse.c",
+        "expat/expat/lib/expat.h",
+    )
+
+    def setUp(self):
+        owner = tempfile.TemporaryDirectory()
+        self.addCleanup(owner.cleanup)
+        self.root = pathlib.Path(owner.name)
+        self.cache = self.root / "cache"
+        for name in self.SOURCES:
+            self.write(self.cache / name, "#!/bin/sh\n")
+        (self.root / "tools").mkdir()
+        for path in (ROOT / "tools").iterdir():
+            os.symlink(path, self.root / "tools" / path.name)
+        os.symlink(ROOT / "dev", self.root / "dev")
+        self.write(self.root / "tools" / "packages.txt", self.PACKAGES)
+        self.write(self.root / "CMakePresets.json", "{}")
+
+    def write(self, path, text):
+        """A file that can be run."""
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.unlink(missing_ok=True)
+        path.write_text(text, encoding="utf-8")
+        path.chmod(0o755)
+        return path
+
+    def environment(self):
+        return {"ROOT": str(self.root), "TVQ_CACHE_DIR": str(self.cache), "EDK2_DIR": "", "EXPAT_DIR": ""}
+
+    def dev(self, *arguments):
+        return run(self.root / "dev", *arguments, **self.environment())
+
+
+class Slots(WithEverythingSetUp):
+    # Has a record for each module whose locator begins with DIMM_.
+    TVQ = """#!/usr/bin/env python3
+import json, pathlib, sys
+command, form, option, table = sys.argv[1:]
+assert (command, form, option) == ("show", "--json", "--table"), sys.argv
+count = pathlib.Path(table).read_bytes().count(b"DIMM_")
+print(json.dumps({"devices": [{"handle": 0x1100 + i, "nameRule": "slot"} for i in range(count)]}))
+"""
+
+    def setUp(self):
+        super().setUp()
+        self.write(self.root / "build" / "host" / "bin" / "tvq", self.TVQ)
+        self.write(self.root / "build" / "host" / "build.ninja", "build all: phony\n")
+        libraries = "".join(f'source "$ROOT/tools/lib/{name}.sh"\n' for name in ("common", "setup", "host"))
+        configure = libraries + 'LocateSources; Configuration host >"$BUILD/host/.configuration"'
+        self.assertEqual(run("bash", "-c", configure, **self.environment()).stderr, "")
+
+    def slots(self, *machines):
+        """What the command says of machines with so many slots that a rule names, and that none does."""
+        lines = [
+            {"sockets": [["CPU1", True]], "slots": [["DIMM_A", "", True]] * named + [["X", "", False]] * others}
+            for named, others in machines
+        ]
+        file = self.write(self.root / "machines.jsonl", "".join(json.dumps(line) + "\n" for line in lines))
+        return self.dev("slots", file)
+
+    def test_where_nineteen_of_twenty_are_named_it_is_enough(self):
+        result = self.slots((10, 0), (9, 1))
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        wanted = ["     19 slot", "      1 no record", "19 of 20 slots are named by a rule: 95.00%"]
+        self.assertEqual(result.stdout.splitlines(), wanted)
+
+    def test_where_fewer_are_named_it_fails(self):
+        result = self.slots((18, 2))
+        self.assertEqual((result.returncode, result.stderr), (1, ""))
+        self.assertIn("18 of 20 slots are named by a rule: 90.00%", result.stdout)
+
+    def test_it_wants_one_file(self):
+        for arguments in ((), ("/no/such/file",), (ROOT / "dev", ROOT / "dev"), (ROOT,)):
+            with self.subTest(arguments=arguments):
+                result = self.dev("slots", *arguments)
+                self.assertEqual((result.returncode, result.stdout), (2, ""))
+                self.assertEqual(result.stderr, "dev: slots: name one file; ./dev help slots tells more\n")
+
+
+class SetupOfACurrentEdk2(WithEverythingSetUp):
+    FETCH = """#!/usr/bin/env bash
+echo "$@" >>"$TVQ_CACHE_DIR/fetched"
+mkdir "$TVQ_CACHE_DIR/edk2-sid"
+echo 2026.08 >"$TVQ_CACHE_DIR/edk2-sid/.tvq-version"
+"""
+
+    def setUp(self):
+        super().setUp()
+        self.write(self.root / "tools" / "fetch_sources.sh", self.FETCH)
+
+    def test_fetches_the_one_of_sid_once_and_says_how_to_build_with_it(self):
+        for _ in range(2):
+            result = self.dev("setup", "--edk2", "current")
+            self.assertEqual((result.returncode, result.stdout), (0, ""), result.stderr)
+            self.assertIn(f"dev: EDK II 2026.08: EDK2_DIR={self.cache}/edk2-sid ./dev build\n", result.stderr)
+        self.assertEqual((self.cache / "fetched").read_text(encoding="utf-8"), "edk2=sid\n")
+
+    def test_is_fetched_for_whoever_asks_for_it_alone(self):
+        self.assertEqual(self.dev("setup").returncode, 0)
+        self.assertFalse((self.cache / "fetched").exists())
+
+    def test_no_other_one_can_be_asked_for(self):
+        for value in (("newest",), ()):
+            with self.subTest(value=value):
+                result = self.dev("setup", "--edk2", *value)
+                self.assertEqual((result.returncode, result.stderr), (2, "dev: setup: --edk2 takes one of current\n"))
 
 
 if __name__ == "__main__":

@@ -13,7 +13,7 @@ source "$ROOT/tools/lib/common.sh"
 source "$LIB/setup.sh"
 source "$LIB/host.sh"
 
-[[ $# == 1 && -f "$1" ]] || UsageError "dev slots: name one file; ./dev help slots tells more"
+[[ $# == 1 && -f "$1" ]] || UsageError "slots: name one file; ./dev help slots tells more"
 EnsureSetup
 Host
 tvq="$(find "$BUILD/host" -name tvq -type f -executable -print -quit)"
