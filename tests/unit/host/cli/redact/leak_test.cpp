@@ -118,7 +118,36 @@ TEST_P(RedactLeak, NotInFindings) {
   const Arguments lint = {"lint", DumpFile("dump.bin"), "--max", "0", "--enable", "all"};
   EXPECT_EQ(RunSafely(lint).status, 1);
   RunSafely(lint + Arguments{"--json"});
-  RunSafely(lint + Arguments{"--profile", "table"});
+  RunSafely(lint + Arguments{"--format", "sarif"});
+  RunSafely(lint + Arguments{"--profile", "table", "--hex"});
+}
+
+TEST_P(RedactLeak, NotInAListOfAllValues) {
+  const Outcome list = RunSafely({"get", "--list", "--conform", DumpFile("dump.bin")});
+  EXPECT_THAT(list.out, HasSubstr("CPU.Socket.1"));
+}
+
+TEST_P(RedactLeak, NotOnAPage) {
+  const std::string dump = DumpFile("dump.bin");
+  RunTvq({"save", Path("state"), "--conform", "--from-dump", dump});
+  const Arguments report = {"report", "--conform", dump, "--against", Path("state"), "-o"};
+  EXPECT_NE(RunTvq(report + Arguments{Path("page.html")} + kRedact).status, 2);
+  EXPECT_THAT(FileText("page.html"), HasSubstr("CPU.Socket.1"));
+  EXPECT_THAT(mSecrets.In(FileText("page.html")), IsEmpty());
+  RunTvq(report + Arguments{Path("usual.html")});
+  EXPECT_THAT(mSecrets.In(FileText("usual.html")), IsEmpty()) << "unless somebody asks for numbers";
+}
+
+TEST_P(RedactLeak, NotInRowsAndMetrics) {
+  const std::string dump = DumpFile("dump.bin");
+  RunTvq(Arguments{"save", Path("state"), "--conform", "--from-dump", dump} + kRedact);
+  RunSafely({"verify", Path("state"), "--conform", "--from-dump", dump, "--metrics",
+             Path("metrics"), "--metrics-serials", "--rows", Path("rows")});
+  for (const char* const file : {"metrics", "rows"}) {
+    EXPECT_THAT(FileText(file), HasSubstr("CPU.Socket.1")) << file;
+    EXPECT_THAT(mSecrets.In(FileText(file)), IsEmpty()) << file;
+  }
+  RunSafely({"export", "--rows", "--conform", dump, "--against", Path("state")});
 }
 
 TEST_P(RedactLeak, NotInAnAnswerAboutASlot) {
@@ -132,6 +161,27 @@ TEST_P(RedactLeak, NotInWhatIsReadOfThisMachine) {
   const std::string folder = Path("");
   EXPECT_EQ(RunSafely({"export", "--conform", "--sysfs", folder}).status, 0);
   RunSafely({"lint", "--sysfs", folder});
+}
+
+// A text that seems to end it: nobody can tell what its other texts are.
+TEST_P(RedactLeak, NotInADocumentOfAClearStateThatCannotBeRead) {
+  const auto make = [&](const std::string& name) {
+    const test::Table server = test::Table::Of(
+        test::Bios{}, test::System{.serial = mSecrets.Text() + "</ServiceTag>" + mSecrets.Text()},
+        test::MemoryDevice{.serial = mSecrets.Text() + "</WWN>" + mSecrets.Text()}, test::End{});
+    return Write(name, server.Bytes());
+  };
+  const std::string before = make("before.bin");
+  const std::string after = make("after.bin");
+  RunTvq({"save", Path("state"), "--conform", "--table", before});
+  RunSafely({"show", Path("state")});
+  RunSafely({"show", Path("state"), "--json"});
+  for (const Arguments& json : {Arguments{}, Arguments{"--json"}}) {
+    RunSafely(Arguments{"verify", Path("state"), "--conform", "--table", after} + json);
+    RunSafely(Arguments{"diff", Path("state"), after, "--conform"} + json);
+  }
+  RunTvq(Arguments{"report", "--conform", after, "--against", Path("state"), "-o", Path("page")});
+  EXPECT_THAT(mSecrets.In(FileText("page")), IsEmpty());
 }
 
 // The tag of the machine that it once was, and a number that no document has as a secret.
