@@ -171,9 +171,9 @@ void CompareWithState(const VerifyOptions& options, const std::optional<Journal>
   how.isVerbose = options.state.isVerbose;
   how.isAscii = console.terminal.isAscii;
   verified.comparison = driver.Compare(state->bytes, OriginOf(options.state), how);
-  verified.isCompared = !verified.comparison.hasOtherOptions;
-  if (verified.isCompared) {
+  if (!verified.comparison.hasOtherOptions) {
     AddVerdicts(verified.comparison, verified.rows);
+    verified.isCompared = true;
   }
 }
 
@@ -212,10 +212,10 @@ class Verification {
   ExitStatus Run() {
     Compare();
     mStatus = StatusOf(mVerified.comparison);
-    const bool hasRows = Try([this] { WriteRows(mOptions, mVerified, mConsole); });
-    const bool isPrinted = PrintAll();
-    const bool isInJournal = Try([this] { WriteJournal(); });
-    Measure(hasRows && isPrinted && isInJournal);
+    Try([this] { WriteRows(mOptions, mVerified, mConsole); });
+    PrintAll();
+    Try([this] { WriteJournal(); });
+    Measure();
     return mStatus;
   }
 
@@ -241,7 +241,7 @@ class Verification {
     WriteFailureToJournal(why);
     Try([this] { WriteRows(mOptions, mVerified, mConsole); });
     mStatus = status;
-    Measure(false);
+    Measure();
   }
 
   // False: it could not be done, which is said. A finding is what the run ends with nevertheless.
@@ -250,6 +250,7 @@ class Verification {
       step();
       return true;
     } catch (const InputError& error) {
+      mIsAllWritten = false;
       mStatus = mStatus == kExitFound ? kExitFound : kExitTrouble;
       mConsole.Error(error.what(), error.Hint());
       WriteFailureToJournal(error.what());
@@ -258,14 +259,13 @@ class Verification {
   }
 
   // What cannot be printed ends every command with trouble.
-  bool PrintAll() {
+  void PrintAll() {
     Print(mVerified, mOptions, mConsole);
-    const bool isPrinted = !mConsole.out.flush().fail();
-    if (!isPrinted) {
+    if (mConsole.out.flush().fail()) {
+      mIsAllWritten = false;
       mStatus = kExitTrouble;
       WriteFailureToJournal("the output cannot be written");
     }
-    return isPrinted;
   }
 
   void WriteJournal() const {
@@ -291,10 +291,10 @@ class Verification {
   }
 
   // Whoever waits for metrics hears of nothing else: without them even a finding is trouble.
-  void Measure(bool isAllWritten) {
+  void Measure() {
     MeasuredRun run;
     run.status = mStatus;
-    run.isAllWritten = isAllWritten;
+    run.isAllWritten = mIsAllWritten;
     if (mVerified.isCompared) {
       const run::Comparison& comparison = mVerified.comparison;
       run.devices = {mVerified.rows, comparison.counts, comparison.firmware.has_value()};
@@ -309,6 +309,7 @@ class Verification {
   std::optional<Journal> mJournal;
   Verified mVerified;
   ExitStatus mStatus = kExitTrouble;
+  bool mIsAllWritten = true;
 };
 
 ExitStatus Verify(const VerifyOptions& options, Console& console) {
