@@ -8,30 +8,31 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <random>
+#include <sstream>
 
 namespace tvq::cli {
 namespace {
 
-// As many names are tried for a new file.
-constexpr int kAttempts = 16;
+// How a folder is opened that is passed through, one whose names are read, and a new file.
+constexpr int kPassed = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kRead = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 std::vector<std::string> ComponentsOf(const std::string& path) {
   std::vector<std::string> components;
-  size_t start = 0;
-  while (start <= path.size()) {
-    const size_t end = std::min(path.find('/', start), path.size());
-    const std::string component = path.substr(start, end - start);
+  std::istringstream rest(path);
+  for (std::string component; std::getline(rest, component, '/');) {
     if (!component.empty() && component != ".") {
       components.push_back(component);
     }
-    start = end + 1;
   }
   return components;
 }
@@ -46,18 +47,15 @@ bool WriteAll(int file, const std::vector<uint8_t>& bytes, Readers readers) {
     if (count < 0 && errno != EINTR) {
       return false;
     }
-    written += count < 0 ? 0 : static_cast<size_t>(count);
+    written += static_cast<size_t>(std::max<ssize_t>(count, 0));
   }
   return fsync(file) == 0;
 }
 
 // "." in front of the name, and a number that nobody guesses behind it.
 std::string TemporaryName(const std::string& name) {
-  uint64_t number = 0;
-  if (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
-    number = static_cast<uint64_t>(getpid());
-  }
-  return fmt::format(".{}.{:016x}", name, number);
+  std::random_device random;
+  return fmt::format(".{}.{:08x}{:08x}", name, random(), random());
 }
 
 // The name that a file with a temporary one was to have; empty where the name is no temporary one.
@@ -65,30 +63,22 @@ std::string FinalName(const std::string& name) {
   constexpr size_t kDigits = 16;
   constexpr char kHex[] = "0123456789abcdef";
   const size_t dot = name.rfind('.');
-  const bool isTemporary = name.size() > kDigits + 2 && name[0] == '.' &&
-                           name.size() - dot - 1 == kDigits &&
+  const bool isTemporary = dot != 0 && name[0] == '.' && name.size() - dot - 1 == kDigits &&
                            name.find_first_not_of(kHex, dot + 1) == std::string::npos;
   return isTemporary ? name.substr(1, dot - 1) : "";
 }
 
-// A file of this process alone, which goes again unless it takes its final name.
+// A file of this process alone, which goes again unless it takes its final name: it is open until then.
 class NewFile {
  public:
-  NewFile(int folder, const std::string& name, Readers readers) : mFolder(folder) {
-    const mode_t mode = readers == Readers::kGroup ? 0640 : 0600;
-    for (int i = 0; i < kAttempts && !mFile.IsOpen(); ++i) {
-      mName = TemporaryName(name);
-      mFile = Descriptor(openat(folder, mName.c_str(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-      if (!mFile.IsOpen() && errno != EEXIST) {
-        return;
-      }
-    }
-  }
+  NewFile(int folder, const std::string& name, Readers readers)
+      : mFolder(folder),
+        mName(TemporaryName(name)),
+        mFile(openat(folder, mName.c_str(), kNew, readers == Readers::kGroup ? 0640 : 0600)) {}
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
   ~NewFile() {
-    if (mFile.IsOpen() && !mIsRenamed) {
+    if (mFile.IsOpen()) {
       const int error = errno;
       unlinkat(mFolder, mName.c_str(), 0);
       errno = error;
@@ -100,20 +90,22 @@ class NewFile {
   }
   bool TakeName(const std::string& name, Taken taken) {
     const unsigned flags = taken == Taken::kFails ? RENAME_NOREPLACE : 0;
-    mIsRenamed = renameat2(mFolder, mName.c_str(), mFolder, name.c_str(), flags) == 0;
-    if (!mIsRenamed && errno == EINVAL && flags != 0) {
+    bool isRenamed = renameat2(mFolder, mName.c_str(), mFolder, name.c_str(), flags) == 0;
+    if (!isRenamed && errno == EINVAL && flags != 0) {
       // A file system that cannot promise it; nobody else writes states at the same time.
-      mIsRenamed = faccessat(mFolder, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0 &&
-                   renameat(mFolder, mName.c_str(), mFolder, name.c_str()) == 0;
+      isRenamed = faccessat(mFolder, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0 &&
+                  renameat(mFolder, mName.c_str(), mFolder, name.c_str()) == 0;
     }
-    return mIsRenamed;
+    if (isRenamed) {
+      mFile = Descriptor();
+    }
+    return isRenamed;
   }
 
  private:
   int mFolder;
   std::string mName;
   Descriptor mFile;
-  bool mIsRenamed = false;
 };
 
 }  // namespace
@@ -125,13 +117,12 @@ Descriptor::~Descriptor() {
 }
 
 Descriptor OpenFolder(const std::string& path, Missing missing, std::string& link) {
-  constexpr int kFolder = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  Descriptor at(open(!path.empty() && path[0] == '/' ? "/" : ".", O_PATH | kFolder));
+  std::string walked = path[0] == '/' ? "/" : "";
+  Descriptor at(open(walked.empty() ? "." : "/", kPassed));
   std::vector<std::string> components = ComponentsOf(path);
   if (components.empty()) {
     components.emplace_back(".");
   }
-  std::string walked = !path.empty() && path[0] == '/' ? "/" : "";
   for (size_t i = 0; i < components.size() && at.IsOpen(); ++i) {
     const std::string& name = components[i];
     const bool isLast = i + 1 == components.size();
@@ -140,7 +131,7 @@ Descriptor OpenFolder(const std::string& path, Missing missing, std::string& lin
       return Descriptor();
     }
     walked += (i == 0 ? "" : "/") + name;
-    Descriptor next(openat(at.Number(), name.c_str(), (isLast ? O_RDONLY : O_PATH) | kFolder));
+    Descriptor next(openat(at.Number(), name.c_str(), isLast ? kRead : kPassed));
     if (!next.IsOpen() && IsLink(at, name)) {
       link = walked;
     }
@@ -204,7 +195,7 @@ void RemoveLeftovers(const Descriptor& folder,
 
 std::vector<std::string> NamesIn(const Descriptor& folder) {
   std::vector<std::string> names;
-  const int copy = openat(folder.Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int copy = openat(folder.Number(), ".", kRead);
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(copy < 0 ? nullptr : fdopendir(copy), closedir);
   while (stream != nullptr) {
     const dirent* const entry = readdir(stream.get());

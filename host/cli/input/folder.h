@@ -17,8 +17,9 @@ namespace tvq::cli {
 // Owns a file descriptor.
 class Descriptor {
  public:
-  explicit Descriptor(int number = -1) : mNumber(number) {}
-  Descriptor(Descriptor&& other) noexcept : mNumber(std::exchange(other.mNumber, -1)) {}
+  Descriptor() = default;
+  explicit Descriptor(int number) : mNumber(number) {}
+  Descriptor(Descriptor&& other) noexcept { std::swap(mNumber, other.mNumber); }
   Descriptor& operator=(Descriptor&& other) noexcept {
     std::swap(mNumber, other.mNumber);
     return *this;
@@ -29,7 +30,7 @@ class Descriptor {
   bool IsOpen() const { return mNumber >= 0; }
 
  private:
-  int mNumber;
+  int mNumber = -1;
 };
 
 enum class Missing {

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <strings.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,7 +16,9 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
+#include <utility>
 
 #include "host/cli/input/folder.h"
 #include "host/cli/input/input.h"
@@ -24,7 +27,7 @@ namespace tvq::cli {
 namespace {
 
 constexpr std::string_view kPrefix = "state-";
-constexpr std::string_view kSuffix = ".bin";
+constexpr char kSuffix[] = ".bin";
 // How the agent names the folder of a machine.
 constexpr std::string_view kMachinePrefix = "machine-";
 // What versions before had in place of numbered files.
@@ -45,25 +48,18 @@ std::string NameOf(uint64_t number) {
 }
 
 // The number in the name of a state's file; 0 for other files. FAT may show names in capitals.
-uint64_t NumberIn(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(), [](char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 'a' - 'A')
-                                                : character;
-  });
-  if (name.size() <= kPrefix.size() + kSuffix.size() || !StartsWith(name, kPrefix) ||
-      name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
+uint64_t NumberIn(const std::string& name) {
+  if (strncasecmp(name.c_str(), kPrefix.data(), kPrefix.size()) != 0) {
     return 0;
   }
-  uint64_t number = 0;
-  const char* const end = name.data() + name.size() - kSuffix.size();
-  const auto result = std::from_chars(name.data() + kPrefix.size(), end, number);
-  return result.ec == std::errc() && result.ptr == end && number < kNumberLimit ? number : 0;
+  uint64_t number = 0;  // which stays where there is none, or one without end
+  const std::string_view rest = std::string_view(name).substr(kPrefix.size());
+  const char* const suffix = std::from_chars(rest.begin(), rest.end(), number).ptr;
+  return strcasecmp(suffix, kSuffix) == 0 && number < kNumberLimit ? number : 0;
 }
 
-struct NumberedFile {
-  uint64_t number;
-  std::string name;
-};
+// The number of a state, and the name of its file.
+using NumberedFile = std::pair<uint64_t, std::string>;
 
 // The newest one first.
 std::vector<NumberedFile> StatesIn(const Descriptor& folder) {
@@ -71,12 +67,10 @@ std::vector<NumberedFile> StatesIn(const Descriptor& folder) {
   for (const std::string& name : NamesIn(folder)) {
     const uint64_t number = NumberIn(name);
     if (number != 0) {
-      files.push_back({number, name});
+      files.emplace_back(number, name);
     }
   }
-  std::sort(files.begin(), files.end(), [](const NumberedFile& left, const NumberedFile& right) {
-    return left.number > right.number;
-  });
+  std::sort(files.rbegin(), files.rend());
   return files;
 }
 
@@ -119,21 +113,21 @@ void CheckFile(const std::string& path, const struct stat& status) {
   }
 }
 
-run::Bytes ReadAll(int file, const std::string& path) {
-  run::Bytes bytes;
-  uint8_t buffer[1 << 16];
+// No more bytes than the file had when its size was asked for.
+run::Bytes ReadAll(int file, off_t size, const std::string& path) {
+  run::Bytes bytes(static_cast<size_t>(size));
+  uint8_t* at = bytes.data();
+  const uint8_t* const end = at + size;
   for (;;) {
-    const ssize_t count = read(file, buffer, sizeof(buffer));
-    if (count == 0) {
-      return bytes;
-    }
+    const ssize_t count = read(file, at, static_cast<size_t>(end - at));
     if (count < 0 && errno != EINTR) {
       Fail("read", path, "", "look at the disk's health");
     }
-    bytes.insert(bytes.end(), buffer, buffer + (count < 0 ? 0 : count));
-    if (bytes.size() > static_cast<size_t>(kLargestState)) {
-      Refuse(path, "it grows while it is read", "name a folder that `tvq save` was given");
+    if (count == 0) {
+      bytes.resize(static_cast<size_t>(at - bytes.data()));
+      return bytes;
     }
+    at += std::max<ssize_t>(count, 0);
   }
 }
 
@@ -149,7 +143,7 @@ run::Bytes ReadFileIn(const Descriptor& folder, const std::string& name, const s
     Fail("read", path, "", "look at the disk's health");
   }
   CheckFile(path, status);
-  return ReadAll(file.Number(), path);
+  return ReadAll(file.Number(), status.st_size, path);
 }
 
 bool HasFile(const Descriptor& folder, const char* name) {
@@ -175,41 +169,39 @@ void CheckFolder(const Descriptor& folder, const std::string& path) {
   }
 }
 
-std::string PathIn(const std::string& folder, const std::string& name) {
-  return folder + (!folder.empty() && folder.back() == '/' ? "" : "/") + name;
+// Opens a folder to read states there. Not open: there is none.
+Descriptor OpenToRead(const std::string& folder) {
+  std::string link;
+  Descriptor directory = OpenFolder(folder, Missing::kFails, link);
+  if (directory.IsOpen()) {
+    CheckFolder(directory, folder);
+  } else if (errno != ENOENT) {
+    Fail("open", folder, link, kFolderHint);
+  }
+  return directory;
 }
 
-// Keeps other saves away as long as it lives. Everybody who may read the folder can hold the lock, so
-// that nobody waits long for it; without it, saves at the same time do not get in each other's way
-// either: the second one finds the name taken.
-class FolderLock {
- public:
-  explicit FolderLock(const Descriptor& folder) : mFolder(folder.Number()) {
-    constexpr int kAttempts = 20;
-    constexpr useconds_t kPause = 50000;
-    for (int i = 0; i < kAttempts && !mIsHeld; ++i) {
-      mIsHeld = flock(mFolder, LOCK_EX | LOCK_NB) == 0;
-      if (!mIsHeld && errno != EWOULDBLOCK && errno != EINTR) {
-        return;
-      }
-      if (!mIsHeld) {
-        usleep(kPause);
-      }
-    }
-  }
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
-  ~FolderLock() {
-    if (mIsHeld) {
-      flock(mFolder, LOCK_UN);
-    }
-  }
-  bool IsHeld() const { return mIsHeld; }
+std::string PathIn(const std::string& folder, const std::string& name) {
+  return (std::filesystem::path(folder) / name).string();
+}
 
- private:
-  int mFolder;
-  bool mIsHeld = false;
-};
+// Keeps other saves away until the folder is closed. Everybody who may read the folder can hold the lock,
+// so that nobody waits long for it; without it, saves at the same time do not get in each other's way
+// either: the second one finds the name taken. False: it is held by somebody else, or cannot be.
+bool Lock(const Descriptor& folder) {
+  constexpr int kAttempts = 20;
+  constexpr useconds_t kPause = 50000;
+  for (int i = 0; i < kAttempts; ++i) {
+    if (flock(folder.Number(), LOCK_EX | LOCK_NB) == 0) {
+      return true;
+    }
+    if (errno != EWOULDBLOCK && errno != EINTR) {
+      return false;
+    }
+    usleep(kPause);
+  }
+  return false;
+}
 
 // Those without a number are of versions before, which did not keep it in the state's own name.
 run::StateFile Check(run::DriverRun& driver, const run::Bytes& bytes, uint64_t number) {
@@ -233,9 +225,11 @@ bool HasFirstAgentsStates(const std::string& folder) {
 }
 
 void RemoveOld(const Descriptor& folder, unsigned kept) {
-  const std::vector<NumberedFile> files = StatesIn(folder);
-  for (size_t i = kept; i < files.size(); ++i) {
-    unlinkat(folder.Number(), files[i].name.c_str(), 0);
+  unsigned count = 0;
+  for (const auto& [number, name] : StatesIn(folder)) {
+    if (++count > kept) {
+      unlinkat(folder.Number(), name.c_str(), 0);
+    }
   }
 }
 
@@ -333,12 +327,11 @@ std::string SaveState(const std::string& folder, unsigned kept,
   if (!directory.IsOpen()) {
     Fail("open", folder, link, kFolderHint);
   }
-  const FolderLock lock(directory);
-  if (lock.IsHeld()) {
+  if (Lock(directory)) {
     RemoveLeftovers(directory, [](const std::string& name) { return NumberIn(name) != 0; });
   }
   const std::vector<NumberedFile> files = StatesIn(directory);
-  const uint64_t number = files.empty() ? 1 : files.front().number + 1;
+  const uint64_t number = files.empty() ? 1 : files.front().first + 1;
   std::string path = PathIn(folder, NameOf(number));
   if (number >= kNumberLimit) {
     throw InputError(fmt::format("cannot write {}: states have at most nine digits", path),
@@ -359,24 +352,20 @@ std::string SaveState(const std::string& folder, unsigned kept,
 
 std::optional<LoadedState> LoadStateIfAny(run::DriverRun& driver, const std::string& folder,
                                           Damaged damaged, const Console& console) {
-  std::string link;
-  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
-  if (!directory.IsOpen() && errno == ENOENT && link.empty()) {
+  const Descriptor directory = OpenToRead(folder);
+  if (!directory.IsOpen()) {
     return std::nullopt;
   }
-  if (!directory.IsOpen()) {
-    Fail("open", folder, link, kFolderHint);
-  }
-  CheckFolder(directory, folder);
   std::vector<NumberedFile> files = StatesIn(directory);
   if (HasFile(directory, kSingleFile)) {
-    files.push_back({0, kSingleFile});
+    files.emplace_back(0, kSingleFile);
   }
   std::vector<std::string> passedOver;
   for (size_t i = 0; i < files.size(); ++i) {
-    const std::string path = PathIn(folder, files[i].name);
-    run::Bytes bytes = ReadFileIn(directory, files[i].name, path);
-    const run::StateFile state = Check(driver, bytes, files[i].number);
+    const auto& [number, name] = files[i];
+    const std::string path = PathIn(folder, name);
+    run::Bytes bytes = ReadFileIn(directory, name, path);
+    const run::StateFile state = Check(driver, bytes, number);
     if (state.kind == run::StateFile::Kind::kWhole) {
       return LoadedState{path, std::move(bytes), std::move(passedOver)};
     }
@@ -408,14 +397,7 @@ std::optional<run::Bytes> LoadStateFile(const std::string& path) {
   if (!isState) {
     return std::nullopt;
   }
-  const std::string folder = FolderOf(path);
-  std::string link;
-  const Descriptor directory = OpenFolder(folder, Missing::kFails, link);
-  if (!directory.IsOpen()) {
-    Fail("open", folder, link, kFolderHint);
-  }
-  CheckFolder(directory, folder);
-  return ReadFileIn(directory, NameOfFile(path), path);
+  return ReadFileIn(OpenToRead(FolderOf(path)), NameOfFile(path), path);
 }
 
 bool IsServiceFolder(const std::string& path) {

@@ -126,13 +126,13 @@ std::optional<run::StateTable> StateTableOf(run::DriverRun& driver, const TableO
   return state ? std::optional(TableOfState(driver, *state, options, console)) : std::nullopt;
 }
 
-// A state does not keep the entry point: this one says what every machine's does.
+// A state does not keep the entry point: this one says what every machine's does. No table of a state is
+// too long for it.
 run::Bytes DumpWithEntryPoint(const run::Table& published, const TableOptions& options) {
   table::Table table;
   table.version = {static_cast<uint8_t>(published.major), static_cast<uint8_t>(published.minor)};
   table.structures = published.structures;
-  table.entryPoint =
-      published.structures.size() > 0xFFFF ? table::EntryPoint::k64Bit : table::EntryPoint::k32Bit;
+  table.entryPoint = table::EntryPoint::k32Bit;
   auto dump = table::WriteDump(table);
   if (!dump) {
     ThrowUnusable(options, dump.Failure());

@@ -35,6 +35,7 @@ Plan& PlanOf(Call call) {
 enum class Turn {
   kUsual,
   kShort,
+  kNoBytes,
   kFails,  // errno says why
 };
 
@@ -45,6 +46,9 @@ Turn TurnOf(Call call) {
   }
   if (plan.error == kShort) {
     return Turn::kShort;
+  }
+  if (plan.error == kNoBytes) {
+    return Turn::kNoBytes;
   }
   errno = plan.error;
   return Turn::kFails;
@@ -68,6 +72,8 @@ ssize_t Transfer(Call call, std::size_t size, const Function& transfer) {
       return -1;
     case Turn::kShort:
       return transfer(size - 1);
+    case Turn::kNoBytes:
+      return 0;
     case Turn::kUsual:
       break;
   }

@@ -28,6 +28,8 @@ inline constexpr std::size_t kCalls = 12;
 
 // In place of an error: all bytes but the last one are read or written.
 inline constexpr int kShort = 0;
+// In place of an error: nothing is read or written, as at the end of a file.
+inline constexpr int kNoBytes = -1;
 
 // One of the next calls fails with this error, as long as this lives: the first of them, where nothing else is said. A
 // process that is forked meanwhile has one such call of its own.

@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 using test::Bytes;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 
 class FolderFiles : public CliTest {
  protected:
@@ -46,9 +47,9 @@ class FolderFiles : public CliTest {
   Bytes Contents() const { return Read("folder/file"); }
 };
 
-TEST_F(FolderFiles, AreWrittenOnWhereLessWasWrittenOrASignalInterrupts) {
+TEST_F(FolderFiles, AreWrittenOnWhereLessOrNothingWasWrittenOrASignalInterrupts) {
   const Bytes bytes = {1, 2, 3, 4};
-  for (const int error : {kShort, EINTR}) {
+  for (const int error : {kShort, kNoBytes, EINTR}) {
     const FailingCall partly(Call::kWrite, error);
     EXPECT_EQ(WriteThere(bytes, Taken::kReplaced), Written::kYes);
     EXPECT_EQ(Contents(), bytes) << error;
@@ -62,12 +63,6 @@ TEST_F(FolderFiles, AreNotThereWhereTheyCannotBeWritten) {
     EXPECT_EQ(errno, EIO);
     EXPECT_THAT(Names(), IsEmpty()) << static_cast<int>(call);
   }
-}
-
-TEST_F(FolderFiles, AreWrittenByAnotherNameWhereTheFirstIsTaken) {
-  const FailingCall taken(Call::kCreate, EEXIST);
-  EXPECT_EQ(WriteThere({1}), Written::kYes);
-  EXPECT_THAT(Names(), UnorderedElementsAre("file"));
 }
 
 // Not every file system can promise that a name is not taken meanwhile.
@@ -117,6 +112,33 @@ TEST_F(FolderFiles, ReplaceNeitherALinkNorAPipe) {
   ASSERT_EQ(mkfifo(Path("folder/file").c_str(), 0600), 0);
   EXPECT_EQ(WriteThere({2}, Taken::kReplaced), Written::kNo);
   EXPECT_TRUE(fs::is_fifo(Path("folder/file")));
+}
+
+TEST_F(FolderFiles, ThatAnInterruptedWriteLeftHaveADotInFrontAndANumberBehindTheirName) {
+  const std::vector<std::string> others = {
+      "file",
+      ".file",
+      "file.0123456789abcdef",
+      "other.file.0123456789abcdef",
+      ".0123456789abcdef",
+      "..0123456789abcdef",
+      ".file.0123456789abcde",
+      ".file.0123456789abcdef0",
+      ".file.0123456789abcdeg",
+      ".somebody.0123456789abcdef",
+  };
+  for (const std::string& name : others) {
+    Write("folder/" + name, {1});
+  }
+  fs::create_symlink(Path("nowhere"), Path("folder/.link.0123456789abcdef"));
+  Write("folder/.file.0123456789abcdef", {1});
+  Write("folder/.my.file.fedcba9876543210", {1});
+  std::string link;
+  RemoveLeftovers(OpenFolder(Path("folder"), Missing::kFails, link),
+                  [](const std::string& name) { return name != "somebody"; });
+  std::vector<std::string> left = others;
+  left.emplace_back(".link.0123456789abcdef");
+  EXPECT_THAT(Names(), UnorderedElementsAreArray(left));
 }
 
 TEST(Paths, HaveAFolderAndAName) {

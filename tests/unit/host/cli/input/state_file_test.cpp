@@ -118,13 +118,36 @@ TEST_F(StateFile, IsKnownByItsNumber) {
   EXPECT_EQ(Save(), File(11));
 }
 
+TEST_F(StateFile, HasANameOfFewForms) {
+  for (const char* const name :
+       {"state-1.bin", "state-999999999.bin", "STATE-7.BIN", "tvq-state.bin"}) {
+    EXPECT_TRUE(NamesState(name)) << name;
+  }
+  for (const char* const name :
+       {"", "state-", "state-1", ".bin", "state-.bin", "state-0.bin", "state-1.bin.old",
+        "state_1.bin", "state-1000000000.bin", "state-99999999999999999999.bin"}) {
+    EXPECT_FALSE(NamesState(name)) << name;
+  }
+}
+
 TEST_F(StateFile, HasANumberOfAtMostNineDigits) {
   Save();
-  Write("state/state-999999999.bin", {});
+  Write("state/state-999999998.bin", {});
+  EXPECT_EQ(Save(), File(999999999));
   EXPECT_EQ(SaveError(),
             "cannot write " + File(1000000000) +
                 ": states have at most nine digits; save in another folder, or move the "
                 "states away");
+}
+
+TEST_F(StateFile, IsNamedByAPathThatLeadsThere) {
+  EXPECT_EQ(SaveState(Folder() + "/", 10, [](uint64_t) { return Bytes{1}; }), File(1));
+  const fs::path before = fs::current_path();
+  fs::current_path(Folder());
+  const std::string path = SaveState("", 10, [](uint64_t) { return Bytes{2}; });
+  EXPECT_TRUE(fs::exists(path)) << path;
+  fs::current_path(before);
+  EXPECT_EQ(path, "state-2.bin");
 }
 
 TEST_F(StateFile, StaysUpToHowManyAreWanted) {
@@ -237,6 +260,17 @@ TEST_F(StateFile, OfVersionOneIsCompared) {
       << "no state of that version says which one it is of";
   EXPECT_EQ(RunTvq({"save", Folder(), "--from-dump", Path("dump.bin")}).status, 0);
   EXPECT_TRUE(fs::exists(File(1)));
+}
+
+TEST_F(StateFile, OfVersionOneIsNotToBlameWhereNothingTellsMachinesApart) {
+  fs::create_directory(Folder());
+  fs::copy_file(std::string(TVQ_SOURCE_DIR) + "/tests/unit/shared/states/version-1.bin",
+                Folder() + "/tvq-state.bin");
+  Server withoutModules;
+  withoutModules.modules.clear();
+  const Outcome verified = Verify(withoutModules);
+  EXPECT_THAT(verified.out, HasSubstr("gone"));
+  EXPECT_EQ(verified.diagnostics, "");
 }
 
 // It does not say whether the table had been conformed.
@@ -482,10 +516,30 @@ TEST_F(StateFile, LeavesWhatItDidNotWriteItself) {
 
 TEST_F(StateFile, IsSavedAlsoWhileSomebodyElseHoldsTheFoldersLock) {
   fs::create_directory(Folder());
+  Write("state/.state-1.bin.0123456789abcdef", {7});
   const int other = open(Folder().c_str(), O_RDONLY | O_DIRECTORY);
-  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  ASSERT_EQ(flock(other, LOCK_SH), 0);
   EXPECT_EQ(Save(), File(1));
+  EXPECT_TRUE(fs::exists(Folder() + "/.state-1.bin.0123456789abcdef")) << "which may be that one's";
   close(other);
+}
+
+TEST_F(StateFile, TakesNoNameThatSomebodyElseTookMeanwhile) {
+  const auto takeName = [this](uint64_t) {
+    Write("state/state-1.bin", {1});
+    return Bytes{2};
+  };
+  EXPECT_EQ(
+      ErrorOf([&] { SaveState(Folder(), 10, takeName); }),
+      "cannot write " + File(1) + ": File exists; what was saved there before is still there");
+  EXPECT_EQ(Read("state/state-1.bin"), Bytes({1}));
+}
+
+TEST_F(StateFile, LeavesTheFoldersLockToTheNext) {
+  Save();
+  const int next = open(Folder().c_str(), O_RDONLY | O_DIRECTORY);
+  EXPECT_EQ(flock(next, LOCK_EX | LOCK_NB), 0);
+  close(next);
 }
 
 TEST_F(StateFile, IsSavedWhenItsFoldersLockIsFree) {
@@ -509,10 +563,17 @@ TEST_F(StateFile, IsSavedAtOnceWhereAFolderCannotBeLocked) {
 
 TEST_F(StateFile, IsReadOnWhereLessIsReadOrASignalInterrupts) {
   SaveOf({});
+  const Bytes whole = Read("state/state-1.bin");
   for (const int error : {kShort, EINTR}) {
     const FailingCall partly(Call::kRead, error);
-    EXPECT_TRUE(LoadStateFile(File(1)) == Read("state/state-1.bin")) << error;
+    EXPECT_TRUE(LoadStateFile(File(1)) == whole) << error;
   }
+}
+
+TEST_F(StateFile, ThatEndsWhileItIsReadHasWhatWasRead) {
+  SaveOf({});
+  const FailingCall truncated(Call::kRead, kNoBytes);
+  EXPECT_TRUE(LoadStateFile(File(1)) == Bytes());
 }
 
 TEST_F(StateFile, ThatCannotBeReadIsAnError) {

@@ -45,6 +45,14 @@ TEST_F(TableInput, ThatIsSpelledOutNamesTheLineThatIsWrong) {
                                "\tHeader and Data:\n\t\t7F 04 03 0G\n");
   EXPECT_EQ(wrong.status, 2);
   EXPECT_THAT(wrong.diagnostics, HasSubstr("tvq: error: standard input:5: "));
+  EXPECT_THAT(RunTvq({"export", "-"}, "Handle 0x0003\n\tHeader and Data:\n").diagnostics,
+              HasSubstr("tvq: error: standard input:1: the structure has no bytes\n"));
+}
+
+TEST_F(TableInput, ThatIsNoTextIsWrongInNoLine) {
+  const std::string cut = Write("cut.bin", {'_', 'S', 'M', '3', '_'});
+  EXPECT_THAT(RunTvq({"export", cut, "--redact", "--redact-key", "key"}).diagnostics,
+              HasSubstr("tvq: error: " + cut + ": the file ends inside the entry point\n"));
 }
 
 // A table of that size, with a name for its processor, in which a text takes what is left.
@@ -57,7 +65,7 @@ test::Table TableOfSize(size_t size) {
   return with(size - with(1).Size() + 1);
 }
 
-TEST_F(TableInput, OfAStateHasTheEntryPointOfATableThatLong) {
+TEST_F(TableInput, OfAStateHasAnEntryPointOf32BitsWhateverItsLength) {
   for (const size_t size : {size_t{0x1000}, size_t{0xFFFF}}) {
     const test::Table table = TableOfSize(size);
     ASSERT_EQ(table.Size(), size);
