@@ -59,6 +59,12 @@ std::string StructureName(const Structure& structure) {
   return fmt::format("type {}, {}", structure.Type(), HandleName(structure.Handle()));
 }
 
+std::string StructureName(const Place& place) {
+  return place.type && place.handle
+             ? fmt::format("type {}, {}", *place.type, HandleName(*place.handle))
+             : "";
+}
+
 std::string Counted(std::size_t count, std::string_view noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }

@@ -105,6 +105,8 @@ std::string Quote(std::string_view text);
 std::string HandleName(std::uint16_t handle);
 // "type 4, handle 0x0012"
 std::string StructureName(const Structure& structure);
+// The same; empty for what is no structure's.
+std::string StructureName(const Place& place);
 // "1 module", "3 modules"
 std::string Counted(std::size_t count, std::string_view noun);
 // The name of the field at `offset` of structures of this type; its offset when it has none.

@@ -63,9 +63,8 @@ std::string Where(const FileNames& files, const Place& place) {
 
 // "type 17, handle 0x000C: "; empty for what is no structure's.
 std::string Whose(const Place& place) {
-  return place.type && place.handle
-             ? fmt::format("type {}, {}: ", *place.type, HandleName(*place.handle))
-             : "";
+  const std::string name = StructureName(place);
+  return name.empty() ? "" : name + ": ";
 }
 
 }  // namespace

@@ -47,6 +47,10 @@ std::string ValueText(const facts::Part& part, std::string_view fact, const Term
   return fmt::format("{}", *number);
 }
 
+std::string_view WithoutUnit(std::string_view fact) {
+  return fact.substr(0, fact.find("In"));
+}
+
 std::string TitleOf(std::string_view fact) {
   std::string title;
   for (const char character : fact) {

@@ -20,6 +20,9 @@ inline constexpr char kNothing[] = "-";
 // A value with its unit: "16 GB", "4800 MT/s".
 std::string ValueText(const facts::Part& part, std::string_view fact, const Terminal& terminal);
 
+// "size" of the fact "sizeInBytes".
+std::string_view WithoutUnit(std::string_view fact);
+
 // The name of a fact in words: "asset tag" for "assetTag".
 std::string TitleOf(std::string_view fact);
 

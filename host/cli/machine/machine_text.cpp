@@ -318,7 +318,7 @@ std::string PartText(const MachineView& view, PartPlace place, const Terminal& t
   }
   for (const facts::Fact& fact : part.facts) {
     if (facts::IsKnown(fact.value)) {
-      const std::string title = TitleOf(fact.name.substr(0, fact.name.find("In")));
+      const std::string title = TitleOf(WithoutUnit(fact.name));
       const std::string value = ValueText(part, fact.name, terminal);
       rows.emplace_back(
           title, std::holds_alternative<bool>(fact.value) && value == kNothing ? "no" : value);

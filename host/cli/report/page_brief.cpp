@@ -94,8 +94,7 @@ void BriefChanges(const Page& page) {
   }
   BriefStructures(page);
   if (page.notes.CountToLookAt() == 0) {
-    const bool isSame = !earlier.comparison.firmware && page.notes.Changes().empty();
-    WriteLine(page, "fine", isSame ? "unchanged" : "nothing to do",
+    WriteLine(page, "fine", earlier.comparison.firmware ? "nothing to do" : "unchanged",
               Printable(earlier.comparison.summary), "changes");
   }
 }

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <set>
 
+#include "host/cli/machine/fact_text.h"
 #include "host/cli/output/text.h"
 #include "host/cli/report/page_sections.h"
 
@@ -91,7 +92,7 @@ const facts::Part* FormerPart(const Page& page, PartPlace place) {
 // "assettag", of the field "asset-tag" and of the fact "assetTag"; "size" of "sizeInBytes".
 std::string PlainName(std::string_view name) {
   std::string plain;
-  for (const char character : name.substr(0, name.find("In"))) {
+  for (const char character : WithoutUnit(name)) {
     if (character != '-') {
       plain += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
     }

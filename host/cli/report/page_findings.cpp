@@ -17,16 +17,15 @@ constexpr std::size_t kPlacesShown = 12;
 
 // Where a fault shows, as links.
 void WritePlaces(const Page& page, const lint::Finding& finding) {
-  std::vector<lint::Place> places = {finding.place};
-  places.reserve(finding.alike.size() + 1);
-  for (const lint::Occurrence& occurrence : finding.alike) {
-    places.push_back(occurrence.place);
-  }
   std::vector<PartPlace> parts;
-  for (const lint::Place& place : places) {
+  const auto add = [&](const lint::Place& place) {
     if (const auto part = page.notes.PlaceOf(place)) {
       parts.push_back(*part);
     }
+  };
+  add(finding.place);
+  for (const lint::Occurrence& occurrence : finding.alike) {
+    add(occurrence.place);
   }
   if (parts.empty()) {
     return;
@@ -57,11 +56,8 @@ void WriteConsequences(const Page& page, const lint::Finding& finding) {
 
 // What a finding is about, among others of its rule.
 std::string AboutOf(const Page& page, const lint::Finding& finding) {
-  const lint::Place& at = finding.place;
-  if (const auto part = page.notes.PlaceOf(at)) {
-    return page.names.Of(*part);
-  }
-  return at.type && at.handle ? fmt::format("type {}, handle 0x{:04X}", *at.type, *at.handle) : "";
+  const auto part = page.notes.PlaceOf(finding.place);
+  return part ? page.names.Of(*part) : StructureName(finding.place);
 }
 
 void WriteFinding(const Page& page, std::size_t index) {

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "host/cli/machine/fact_text.h"
 #include "host/cli/output/text.h"
@@ -67,9 +68,9 @@ std::string FactTitle(std::string_view fact) {
       return name;
     }
   }
-  std::string title = TitleOf(fact.substr(0, fact.find("In")));
-  if (!title.empty() && title[0] >= 'a' && title[0] <= 'z') {
-    title[0] = static_cast<char>(title[0] - 'a' + 'A');
+  std::string title = TitleOf(WithoutUnit(fact));
+  if (!title.empty()) {
+    title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));
   }
   return title;
 }

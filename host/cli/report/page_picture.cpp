@@ -6,13 +6,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
+#include <cstdint>
+#include <optional>
 
 #include "host/cli/device/inventory.h"
 #include "host/cli/machine/fact_text.h"
 #include "host/cli/output/paragraph.h"
 #include "host/cli/report/page_sections.h"
 #include "host/lint/text.h"
+#include "host/table/text.h"
 
 namespace tvq::cli {
 namespace {
@@ -22,7 +24,7 @@ using facts::Part;
 
 // A row of more slots than this goes across the page.
 constexpr std::size_t kSlotsOfColumn = 4;
-constexpr unsigned kMostLanes = 16;
+constexpr std::uint64_t kMostLanes = 16;
 
 // Empty where nothing is known.
 std::string TextOf(const Part& part, const char* fact) {
@@ -215,24 +217,21 @@ void WriteOtherMemory(const Page& page) {
 
 // ---- Slots ----
 
-// The number in "x16"; 0 where there is none.
-unsigned LanesOf(const Part& slot) {
+// The number in "x16".
+std::optional<std::uint64_t> LanesOf(const Part& slot) {
   const std::string_view width = slot.TextOf("width");
-  unsigned lanes = 0;
-  if (!width.empty() && width[0] == 'x') {
-    std::from_chars(width.data() + 1, width.data() + width.size(), lanes);
-  }
-  return lanes;
+  return width.substr(0, 1) == "x" ? table::ParseNumber(width.substr(1)) : std::nullopt;
 }
 
 // Lanes as marks, as many as sixteen: the number stands in the text.
-void WriteLanes(const Page& page, unsigned lanes) {
-  if (lanes != 0) {
+void WriteLanes(const Page& page, std::optional<std::uint64_t> lanes) {
+  if (lanes) {
     const auto bar = page.html.Open("span", {{"class", "lanes"}, {"aria-hidden", "true"}});
-    page.html.Add(
-        "span",
-        {{"style", fmt::format("width:{:.2f}%", 100.0 * std::min(lanes, kMostLanes) / kMostLanes)}},
-        "");
+    page.html.Add("span",
+                  {{"style", fmt::format("width:{:.2f}%",
+                                         100.0 * static_cast<double>(std::min(*lanes, kMostLanes)) /
+                                             kMostLanes)}},
+                  "");
   }
 }
 

@@ -8,6 +8,8 @@
 #include <fmt/format.h>
 
 #include <map>
+#include <string>
+#include <utility>
 
 #include "host/cli/output/text.h"
 
@@ -20,8 +22,10 @@ std::string PrintedAt(const facts::Part& part) {
   return LabelText(label.empty() ? part.TextOf("location") : label);
 }
 
-std::string WithBank(const facts::Part& part) {
-  return PrintedAt(part) + '\n' + LabelText(part.TextOf("bank"));
+using LabelAndBank = std::pair<std::string, std::string>;
+
+LabelAndBank WithBank(const facts::Part& part) {
+  return {PrintedAt(part), LabelText(part.TextOf("bank"))};
 }
 
 // What tells a part from others with its label.
@@ -41,15 +45,16 @@ PartNames::PartNames(const MachineView& view) {
   for (const facts::KindName& kind : facts::kKindNames) {
     const std::vector<facts::Part>& parts = view.machine.Of(kind.kind);
     std::map<std::string, int> counts;
+    std::map<LabelAndBank, int> countsOfBanks;
     for (const facts::Part& part : parts) {
       ++counts[PrintedAt(part)];
-      ++counts[WithBank(part)];
+      ++countsOfBanks[WithBank(part)];
     }
     std::vector<std::string>& names = mNames[static_cast<std::size_t>(kind.kind)];
     for (std::size_t i = 0; i < parts.size(); ++i) {
       const PartPlace place = {kind.kind, i};
       const std::string printed = PrintedAt(parts[i]);
-      const bool isOnlyOfBank = counts[WithBank(parts[i])] == 1;
+      const bool isOnlyOfBank = countsOfBanks[WithBank(parts[i])] == 1;
       names.push_back(printed == "-"         ? NameOf(view, place)
                       : counts[printed] == 1 ? printed
                                              : fmt::format("{} ({})", printed,

@@ -6,6 +6,7 @@
 #include "host/cli/report/part_notes.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #include "host/cli/output/text.h"
 #include "host/facts/kinds.h"
@@ -15,6 +16,9 @@ namespace {
 
 using facts::Kind;
 using facts::Part;
+
+// The kinds of parts that the driver names one by one.
+constexpr std::initializer_list<Kind> kSlots = {Kind::kProcessor, Kind::kModule};
 
 // The only part of these kinds for which a condition holds.
 template <typename Condition>
@@ -145,7 +149,6 @@ std::optional<PartPlace> PartNotes::PlaceOf(const StructureChange& change) const
 
 // By its name, which the slot of a part that is gone has as well, or by what is printed there.
 std::optional<PartPlace> PartNotes::PlaceOf(const run::Finding& change) const {
-  constexpr Kind kSlots[] = {Kind::kProcessor, Kind::kModule};
   const facts::Machine& machine = mReport.overview.machine;
   if (change.kind == "system") {
     return machine.Of(Kind::kSystem).empty() ? std::nullopt
@@ -153,12 +156,12 @@ std::optional<PartPlace> PartNotes::PlaceOf(const run::Finding& change) const {
   }
   for (const run::DeviceLabel& label : mReport.overview.results.labels) {
     if (!change.fqdd.empty() && label.fqdd == change.fqdd) {
-      return FindOne(machine, {kSlots[0], kSlots[1]},
+      return FindOne(machine, kSlots,
                      [&](const Part& part) { return part.handle == label.handle; });
     }
   }
   const std::string printed = LabelText(change.label);
-  return FindOne(machine, {kSlots[0], kSlots[1]}, [&](const Part& part) {
+  return FindOne(machine, kSlots, [&](const Part& part) {
     return printed != "-" && LabelText(part.TextOf("label")) == printed;
   });
 }

@@ -21,6 +21,16 @@ TEST(HtmlWriter, WritesElementsWithTheirAttributes) {
             "<ul class=\"boxes\">\n<li>one</li>\n<a class=\"part\" href=\"#two\">two</a></ul>");
 }
 
+TEST(HtmlWriter, KeepsAnElementInTheLineOfTheTextInFrontOfIt) {
+  HtmlWriter html;
+  {
+    const auto line = html.Open("p");
+    html.Text("see ");
+    html.Link("#two", "two");
+  }
+  EXPECT_EQ(html.Html(), "<p>see <a href=\"#two\">two</a></p>");
+}
+
 TEST(HtmlWriter, EscapesWhatWouldBeMoreThanText) {
   HtmlWriter html;
   html.Add("p", {{"title", "\"'<&>"}}, "<b>&amp;\"'</b>");

@@ -92,10 +92,12 @@ TEST(MemoryLayout, WhereNothingIsStatedThereIsAList) {
 }
 
 TEST(MemoryLayout, HighBandwidthMemoryStandsApart) {
-  test::MemoryDevice stack = SlotOf("STACK 0", "");
-  stack.memoryType = 0x20;
-  EXPECT_THAT(InWords(MachineOf({}, {stack, SlotOf("DIMM 0", "")})),
-              ElementsAre("Memory; : 1", "High-bandwidth memory; : 0"));
+  test::MemoryDevice first = SlotOf("STACK 0", "");
+  first.memoryType = 0x20;
+  test::MemoryDevice third = SlotOf("STACK 1", "");
+  third.memoryType = 0x24;
+  EXPECT_THAT(InWords(MachineOf({}, {first, SlotOf("DIMM 0", ""), third})),
+              ElementsAre("Memory; : 1", "High-bandwidth memory; : 0 2"));
 }
 
 TEST(MemoryLayout, TheWordChannelAloneNamesNone) {

@@ -3,9 +3,11 @@
  *
  * SPDX-License-Identifier: BSD-2-Clause-Patent
  */
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +28,7 @@ using test::Processor;
 using test::Slot;
 using test::System;
 using test::Table;
+using testing::HasSubstr;
 
 class ReportChanges : public PageTest {
  protected:
@@ -225,6 +228,61 @@ TEST_F(ReportChanges, TellOfWhatTheTableSaysBesideTheDocuments) {
       span.part: type 9, handle 0x0900 (slot)
       span.badge.changed: gone
     p: The table does not have it any more.)");
+}
+
+TEST_F(ReportChanges, OfTheTableAreLeftOutOnlyWhereTheDocumentHasBothValues) {
+  const auto server = [](const char* product, const char* family) {
+    return Table::Of(Bios{}, System{.handle = 0x100, .product = product, .family = family}, End{});
+  };
+  EXPECT_THAT(Section(PageSince(server("X1", "X1"), server("X2", "X3")), "changes"), HasSubstr(R"(
+        tr | Inventory/Identifier/SystemInformation/ProductName | X1 | X2
+    p: In the table, type 1, handle 0x0100 (system):
+    table.values
+      caption.unseen: Values before and after
+      thead
+        tr | Field | Before | After
+      tbody
+        tr | Family | X1 | X3
+)"));
+}
+
+TEST_F(ReportChanges, NameADeviceThatIsGoneByWhatWasPrintedThere) {
+  const auto gone = [this](const test::Text& designation) {
+    const std::string brief = ChangesInShort(
+        PageSince(ServerWith(Bios{}, Processor{.designation = designation}), ServerWith(Bios{})));
+    return brief.substr(0, brief.find("\n    li\n", brief.find("    li\n") + 1));
+  };
+  EXPECT_EQ(gone("CPU2"), R"(section#brief
+  h2#brief-heading: In short
+  ul.brief
+    li
+      span.badge.changed: gone
+      a -> #change-3: CPU2: reseat it; if it stays away, order a part; if it was taken out, accept)");
+  EXPECT_EQ(gone(std::nullopt), R"(section#brief
+  h2#brief-heading: In short
+  ul.brief
+    li
+      span.badge.changed: gone
+      a -> #change-3: processor: reseat it; if it stays away, order a part; if it was taken out, accept)");
+}
+
+TEST_F(ReportChanges, AreMarkedAmongTheDetailsOfAPartThatHasNoBox) {
+  const std::string details =
+      Section(PageSince(ServerWith(Bios{}, BaseBoard{.handle = 0x200}, Slot{.handle = 0x900}),
+                        ServerWith(Bios{}, BaseBoard{.handle = 0x200, .assetTag = "TAG-2"},
+                                   Slot{.handle = 0x900, .usage = 4})),
+              "details");
+  EXPECT_THAT(details, HasSubstr(R"(
+  article#board-1.kind
+    h3
+      span: Boards
+      a.badge.changed -> #structure-1: changed
+    dl.facts)"));
+  EXPECT_THAT(details, HasSubstr(R"(
+  article#slot-1.kind
+    h3
+      span: Expansion slots
+    dl.facts)"));
 }
 
 TEST_F(ReportChanges, OfManyStructuresAreCountedInShort) {

@@ -34,7 +34,8 @@ TEST_F(ReportHead, SaysWhatTheMachineIsInFigures) {
                                 Processor{.designation = "CPU2"},
                                 Processor{.designation = "CPU3", .status = 0}, MemoryDevice{},
                                 MemoryDevice{.size = 0, .locator = "DIMM_A2"}, Slot{.usage = 4},
-                                Slot{.designation = "PCIe Slot 2"}, End{}),
+                                Slot{.designation = "PCIe Slot 2"},
+                                Slot{.designation = "PCIe Slot 3", .usage = 4}, End{}),
                       {"--show-serials"})),
             R"(header.top
   p.kicker: Machine report
@@ -50,13 +51,13 @@ TEST_F(ReportHead, SaysWhatTheMachineIsInFigures) {
         strong: 16 GB
         span: 1 of 2 slots in use
       dt: expansion slots in use =
-        strong: 1 of 2
+        strong: 2 of 3
       dt: firmware =
         strong: 2.4.6
         span: Firmware Works, 03/14/2021
       dt: SMBIOS =
         strong: 3.0
-        span: 12 structures)");
+        span: 13 structures)");
 }
 
 TEST_F(ReportHead, LeavesOutWhatIsNotKnown) {

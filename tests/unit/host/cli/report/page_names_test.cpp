@@ -34,8 +34,8 @@ TEST(PageNames, OfFoldersAreWhole) {
 }
 
 TEST(PageNames, AreNeverEqualAlsoWithoutCase) {
-  EXPECT_THAT(NamesAfter({"a.bin", "x/A.bin", "Index.bin", "a-2.bin"}),
-              ElementsAre("a.html", "A-2.html", "Index-2.html", "a-2-2.html"));
+  EXPECT_THAT(NamesAfter({"a.bin", "x/A.bin", "y/a.bin", "Index.bin", "a-2.bin"}),
+              ElementsAre("a.html", "A-2.html", "a-3.html", "Index-2.html", "a-2-2.html"));
 }
 
 TEST(PageNames, HaveOnlyCharactersThatEveryFileSystemTakes) {

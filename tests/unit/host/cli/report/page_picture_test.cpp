@@ -174,6 +174,22 @@ TEST_F(ReportPicture, MarksModulesThatRunSlowlyAndThoseOfAnotherKind) {
               a.badge.quiet -> #finding-8: driver: 1 finding)");
 }
 
+TEST_F(ReportPicture, HasNoBarsWhereNoSizeIsKnown) {
+  EXPECT_EQ(Picture(MemoryDevice{.size = 0xFFFF}), R"(  div.sockets
+    article.socket
+      h3: Memory
+      div.channels
+        div.channel
+          h4: A
+          ul.stack
+            li#at-module-1.box.module
+              a.name -> #module-1: DIMM_A1
+              span.size: size unknown
+              span.kind: DDR4
+              span.kind: 2933 of 3200 MT/s
+              span.badge.slow: slow)");
+}
+
 TEST_F(ReportPicture, ShowsAChannelAsAColumnUnlessItHasMoreThanFourSlots) {
   std::vector<MemoryDevice> modules;
   for (int i = 1; i <= 4; ++i) {
@@ -274,6 +290,19 @@ TEST_F(ReportPicture, SaysOfEachExpansionSlotWhatIsKnown) {
         span.kind: Unknown
         span.kind: 0000:00:00.0
         a.badge.warning -> #finding-8: 1 finding)");
+}
+
+TEST_F(ReportPicture, ShowsOfFindingsHowGraveTheyAre) {
+  // The length of version 2.3, which leaves out the number of cores.
+  EXPECT_EQ(Picture(Processor{.handle = 0x400}.Build().CutTo(0x23)), R"(  div.sockets
+    article.socket
+      h3: Processors
+      ul.boxes.wide
+        li#at-processor-1.box
+          a.name -> #processor-1: CPU1
+          span.what: Core Works Model 8 @ 2.40GHz
+          span.kind: 2400 MHz
+          a.badge.note -> #finding-7: 1 finding)");
 }
 
 TEST_F(ReportPicture, LeadsToTheFindingsAboutAPart) {
