@@ -5,6 +5,7 @@
  */
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "host/lint/families.h"
@@ -102,18 +103,18 @@ void CheckMissing(const Subject& subject, Report& report) {
           !IsRead(subject, *structure)) {
         continue;
       }
-      for (std::size_t i = 0; i < order.reads.size(); ++i) {
-        if (!structure->IsStringMissing(order.reads[i].string)) {
-          continue;
-        }
-        report.At(
-            *structure,
-            fmt::format("{} is string {}, and the structure has {}: {}",
-                        FieldName(order.reads[i].string), structure->Get(order.reads[i].string),
-                        Counted(structure->Strings().size(), "string"),
-                        Consequence(*structure, order, i)),
-            "name one of the structure's strings, or 0 for none");
-        break;  // The rest of this structure is not read.
+      // What stands behind the first one that is missing is not read.
+      const auto missing = std::find_if(
+          order.reads.begin(), order.reads.end(),
+          [structure](const Read& read) { return structure->IsStringMissing(read.string); });
+      if (missing != order.reads.end()) {
+        const auto position = static_cast<std::size_t>(missing - order.reads.begin());
+        report.At(*structure,
+                  fmt::format("{} is string {}, and the structure has {}: {}",
+                              FieldName(missing->string), structure->Get(missing->string),
+                              Counted(structure->Strings().size(), "string"),
+                              Consequence(*structure, order, position)),
+                  "name one of the structure's strings, or 0 for none");
       }
     }
   }

@@ -7,13 +7,13 @@
 #include "agent.h"
 
 extern "C" {
-#include <Protocol/LoadedImage.h>
 #include <Protocol/ShellParameters.h>
 }
 
 #include <TvqVersion.h>
 
 #include "../handle_list.h"
+#include "../loaded_image.h"
 #include "driver_control.h"
 #include "messages.h"
 #include "prepared_table.h"
@@ -144,12 +144,8 @@ void Agent::ReadOptions() {
 }
 
 bool Agent::ReadCommandLine() {
-  VOID* loaded = nullptr;
-  if (EFI_ERROR(gBS->HandleProtocol(mImage, &gEfiLoadedImageProtocolGuid, &loaded))) {
-    return false;
-  }
-  const auto* image = static_cast<EFI_LOADED_IMAGE_PROTOCOL*>(loaded);
-  return ParseLoadOptions(image->LoadOptions, image->LoadOptionsSize, mOptions);
+  const EFI_LOADED_IMAGE_PROTOCOL* const image = LoadedImageOn(mImage);
+  return image != nullptr && ParseLoadOptions(image->LoadOptions, image->LoadOptionsSize, mOptions);
 }
 
 }  // namespace tvqplatform

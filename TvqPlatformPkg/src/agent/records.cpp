@@ -20,39 +20,21 @@ namespace tvqplatform {
 
 namespace {
 
-/// Who has a record open. The driver opens each of its own by driver.
-class RecordOpens {
- public:
-  explicit RecordOpens(EFI_HANDLE record) {
-    EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
-    if (!EFI_ERROR(gBS->OpenProtocolInformation(record, &gTvqRecordGuid, &opens, &mCount))) {
-      mOpens.Reset(opens);
-    } else {
-      mCount = 0;
+/// How a record is open by driver, as the driver has each of its own; without an agent where it is not.
+/// Firmware lets one open it so (UEFI 7.3.9).
+EFI_OPEN_PROTOCOL_INFORMATION_ENTRY OpenByDriver(EFI_HANDLE record) {
+  EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
+  UINTN count = 0;
+  if (EFI_ERROR(gBS->OpenProtocolInformation(record, &gTvqRecordGuid, &opens, &count))) {
+    return {};
+  }
+  const tvq::PoolPtr<EFI_OPEN_PROTOCOL_INFORMATION_ENTRY> guard(opens);
+  for (const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open : tvq::Span(opens, count)) {
+    if ((open.Attributes & EFI_OPEN_PROTOCOL_BY_DRIVER) != 0) {
+      return open;
     }
   }
-
-  /// Calls operation(open) for each open by driver until one returns true.
-  template <typename Operation>
-  bool AnyByDriver(Operation operation) const {
-    for (UINTN i = 0; i < mCount; i++) {
-      if ((mOpens[i].Attributes & EFI_OPEN_PROTOCOL_BY_DRIVER) != 0 && operation(mOpens[i])) {
-        return true;
-      }
-    }
-    return false;
-  }
-
- private:
-  tvq::PoolPtr<EFI_OPEN_PROTOCOL_INFORMATION_ENTRY> mOpens;
-  UINTN mCount = 0;
-};
-
-void CloseByDriver(EFI_HANDLE record) {
-  RecordOpens(record).AnyByDriver([record](const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open) {
-    (void)gBS->CloseProtocol(record, &gTvqRecordGuid, open.AgentHandle, open.ControllerHandle);
-    return false;
-  });
+  return {};
 }
 
 /// All three or none: the firmware puts back what it took off when a later one is held.
@@ -69,7 +51,10 @@ bool IsServed(EFI_HANDLE record) {
 
 /// EFI_SUCCESS also for a record that was taken off before.
 [[nodiscard]] EFI_STATUS TakeOff(EFI_HANDLE record, bool isDriverLoaded) {
-  CloseByDriver(record);
+  const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY open = OpenByDriver(record);
+  if (open.AgentHandle != nullptr) {
+    (void)gBS->CloseProtocol(record, &gTvqRecordGuid, open.AgentHandle, open.ControllerHandle);
+  }
   if (IsServed(record)) {
     const EFI_STATUS status = TakeOffProtocols(record);
     if (EFI_ERROR(status)) {
@@ -87,9 +72,8 @@ bool IsLeftBehind(EFI_HANDLE handle) {
   if (InterfaceOn<VOID>(handle, gTvqRecordGuid) == nullptr) {
     return false;
   }
-  return !RecordOpens(handle).AnyByDriver([](const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open) {
-    return LoadedImageOn(open.AgentHandle) != nullptr;
-  });
+  const EFI_HANDLE driver = OpenByDriver(handle).AgentHandle;
+  return driver == nullptr || LoadedImageOn(driver) == nullptr;
 }
 
 bool HasRecords() {

@@ -81,13 +81,13 @@ void Report::AddText(CHAR8* line) {
   if (mUsesConsole) {
     ShowLine(line, length);
   }
-  if (!mText.Reserve(length + 1) || !mLines.Append({static_cast<UINT32>(mText.Size()), mTopic})) {
+  const UINTN start = mText.Size();
+  line[length] = '\n';  // In the place of its terminator.
+  if (!mText.Append(reinterpret_cast<const UINT8*>(line), length + 1) ||
+      !mLines.Append({static_cast<UINT32>(start), mTopic})) {
+    mText.Shrink(start);
     mLost++;
-    return;
   }
-  const UINT8 lineFeed = '\n';
-  (void)mText.Append(reinterpret_cast<const UINT8*>(line), length);  // There is room.
-  (void)mText.Append(lineFeed);
 }
 
 VOID EFIAPI AddLine(Report* report, const CHAR8* format, ...) {

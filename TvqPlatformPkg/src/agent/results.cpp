@@ -101,8 +101,7 @@ void Results::Save() {
 
 /// The inventory has the device all the same; only its documents are missing.
 void Results::ShowMissingBlobs() {
-  for (UINTN i = 0; i < mInventory.Size(); i++) {
-    const DeviceInventory& device = mInventory[i];
+  for (const DeviceInventory& device : mInventory) {
     const CHAR8* const missing = FirstMissingBlob(device);
     if (missing == nullptr) {
       continue;
@@ -124,10 +123,10 @@ void Results::SaveDevices() {
     mReport.FailWithStatus("the folder \\TVQ cannot be made", status, kCheckVolume);
   }
   FileNames names;
-  for (UINTN i = 0; i < mInventory.Size(); i++) {
+  for (const DeviceInventory& device : mInventory) {
     FileNames::Name name;
     OwnedArray<UINT8> bytes;
-    if (!names.Take(mInventory[i].Fqdd, name) || !AppendBlobs(mInventory[i], bytes)) {
+    if (!names.Take(device.Fqdd, name) || !AppendBlobs(device, bytes)) {
       mReport.FailWithStatus("a device's blobs cannot be saved", EFI_OUT_OF_RESOURCES,
                              kCheckVolume);
       return;

@@ -37,8 +37,8 @@ const CHAR8* OrDash(const CHAR8* text) {
 
 UINTN WidestFqdd(const Inventory& inventory) {
   UINTN widest = Length("FQDD");
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    widest = MAX(widest, Length(OrDash(inventory[i].Fqdd)));
+  for (const DeviceInventory& device : inventory) {
+    widest = MAX(widest, Length(OrDash(device.Fqdd)));
   }
   return widest;
 }
@@ -50,9 +50,9 @@ const DeviceLabel* LabelOf(const DeviceInventory& device, const DeviceLabels& la
 
 UINTN WidestLabel(const Inventory& inventory, const DeviceLabels& labels) {
   UINTN widest = Length("Label");
-  for (UINTN i = 0; i < inventory.Size(); i++) {
+  for (const DeviceInventory& device : inventory) {
     CHAR8 label[kLabelSize];
-    CopyLabel(LabelOf(inventory[i], labels), label);
+    CopyLabel(LabelOf(device, labels), label);
     widest = MAX(widest, Length(label));
   }
   return widest;
@@ -137,13 +137,13 @@ void ShowInventory(Report& report, const Inventory& inventory, const DeviceLabel
   const UINTN labelWidth = WidestLabel(inventory, labels);
   AddLine(&report, "  %-*a  %-*a  %-13a  %-14a  %a", width, "FQDD", labelWidth, "Label", "Class",
           "Serial", "Marketing name");
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    ShowDevice(report, inventory[i], width, labels, labelWidth);
+  for (const DeviceInventory& device : inventory) {
+    ShowDevice(report, device, width, labels, labelWidth);
   }
   AddLine(&report, "");
   AddLine(&report, "Identities, and the sizes of the inventory, configuration and end blobs:");
-  for (UINTN i = 0; i < inventory.Size(); i++) {
-    ShowIdentity(report, inventory[i], width);
+  for (const DeviceInventory& device : inventory) {
+    ShowIdentity(report, device, width);
   }
 }
 

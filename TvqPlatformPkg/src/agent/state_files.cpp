@@ -209,7 +209,7 @@ EFI_STATUS StateFiles::WriteAndReadBack(const CHAR16* path, Bytes file) const {
     return status;
   }
   OwnedArray<UINT8> written;
-  status = mVolume.Read(path, kMaximumStateSize, written);
+  status = mVolume.Read(path, file.Size(), written);
   if (EFI_ERROR(status)) {
     return status;
   }

@@ -170,6 +170,37 @@ TEST_F(AgentEnd, RecordsOfAnUnloadedDriverAreNotAsked) {
   EXPECT_THAT(Report(), EndsWith("TvqAgent: failed: the driver made no record\n"));
 }
 
+TEST_F(AgentEnd, OneRecordOfAnUnloadedDriverIsNotAskedEither) {
+  PublishFirmwareTable(Table::Of(Bios{}, System{}, End{}));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  UnloadDriver();
+  LoadDriverAgain();
+  EXPECT_EQ(RunAgent(), EFI_ABORTED);
+  EXPECT_THAT(Report(), HasSubstr("\nLeft behind: 1 records of a driver that was unloaded"));
+  EXPECT_THAT(Report(), HasSubstr("Problem: the driver made no record.\n"
+                                  "  What to do: run TvqAgent stop"));
+}
+
+TEST_F(AgentEnd, RecordsThatOthersLookAtAreTheDriversAllTheSame) {
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  // Somebody opens a record for a look, before the driver opens it again.
+  const EFI_HANDLE record = FirstRecord();
+  const EFI_HANDLE driver = Firmware().HandleOf(host::images::driver);
+  EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+  VOID* opened = nullptr;
+  ASSERT_EQ(services->CloseProtocol(record, &gTvqRecordGuid, driver, record), EFI_SUCCESS);
+  ASSERT_EQ(services->OpenProtocol(record, &gTvqRecordGuid, &opened,
+                                   Firmware().HandleOf(host::images::platform), record,
+                                   EFI_OPEN_PROTOCOL_GET_PROTOCOL),
+            EFI_SUCCESS);
+  ASSERT_EQ(services->OpenProtocol(record, &gTvqRecordGuid, &opened, driver, record,
+                                   EFI_OPEN_PROTOCOL_BY_DRIVER),
+            EFI_SUCCESS);
+  EXPECT_EQ(RunAgent(), EFI_SUCCESS);
+  EXPECT_THAT(Report(), HasSubstr("Records: 5"));
+  EXPECT_THAT(Report(), Not(HasSubstr("Left behind")));
+}
+
 TEST_F(AgentEnd, StopClearsTheWayForALaterDriver) {
   ASSERT_EQ(RunAgent(), EFI_SUCCESS);
   UnloadDriver();

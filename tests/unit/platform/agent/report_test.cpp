@@ -110,6 +110,45 @@ TEST_F(AgentReport, CountsALineThatThereIsNoMemoryToKeep) {
   EXPECT_EQ(Lines().LostLines(), 1u);
 }
 
+TEST_F(AgentReport, HasEachLineToItsEndOrCountsItForWantOfMemory) {
+  bool hasFailed = true;
+  uint64_t n = 0;
+  while (hasFailed) {
+    const uint64_t before = Firmware().Memory().FailedAllocations();
+    tvqplatform::Report report;
+    report.UseConsole(false);
+    Firmware().Memory().FailAllocation(++n, host::images::agent);
+    for (const size_t length : {3u, 300u, 5u, 700u}) {
+      AddLine(&report, "%a", std::string(length, 'x').c_str());
+    }
+    Firmware().Memory().StopFailing();
+    hasFailed = Firmware().Memory().FailedAllocations() != before;
+    EXPECT_EQ(report.LostLines(), hasFailed ? 1u : 0u) << n;
+    std::string lines;
+    report.ForEachLine([&](const CHAR8* text, UINTN length, tvqplatform::Topic) {
+      lines += std::string(text, length) + "\n";
+    });
+    EXPECT_EQ(std::string(report.Text().begin(), report.Text().end()), lines) << n;
+    EXPECT_EQ(lines.find_first_not_of("x\n"), std::string::npos) << n;
+  }
+  EXPECT_GT(n, 10u);
+}
+
+TEST_F(AgentReport, KeepsAllLinesWhereThereAreNoMore) {
+  struct Shortened : tvqplatform::Report {
+    using Report::Keep;
+  };
+  Shortened report;
+  report.UseConsole(false);
+  AddLine(&report, "one");
+  AddLine(&report, "two");
+  report.Keep(0);
+  EXPECT_EQ(report.Text().Size(), 0u);
+  AddLine(&report, "a longer line");
+  report.Keep(1);
+  EXPECT_EQ(std::string(report.Text().begin(), report.Text().end()), "a longer line\n");
+}
+
 TEST_F(AgentReport, LeavesNoMemoryBehind) {
   const size_t before = AgentBlocks();
   {
@@ -418,12 +457,13 @@ TEST_F(AgentReport, ShowsMicrosecondsAsMilliseconds) {
 
 // How long was to be waited, and how many ticks that took.
 UINTN gStalled;
-constexpr UINT64 kTicksStalled = 20000000;
+UINT64 gTicksStalled;
 EFI_STATUS EFIAPI StallByTicks(UINTN microseconds) {
   gStalled = microseconds;
-  for (const UINT64 start = tvqplatform::ReadTicks();
-       tvqplatform::ReadTicks() - start < kTicksStalled;) {
-  }
+  const UINT64 start = tvqplatform::ReadTicks();
+  do {
+    gTicksStalled = tvqplatform::ReadTicks() - start;
+  } while (gTicksStalled < 20000000);
   return EFI_SUCCESS;
 }
 
@@ -432,7 +472,7 @@ TEST_F(AgentReport, MeasuresTheProcessorsClockAgainstTheFirmwares) {
   const UINT64 before = tvqplatform::ReadTicks();
   const UINT64 rate = tvqplatform::TicksPerSecond();
   EXPECT_EQ(gStalled, 10000u);
-  EXPECT_GE(rate, 100 * kTicksStalled);
+  EXPECT_GE(rate, 100 * gTicksStalled);
   EXPECT_LE(rate, 100 * (tvqplatform::ReadTicks() - before));
 }
 

@@ -499,6 +499,17 @@ TEST_F(AgentRun, LeavesTheLabelsOutWhereTheTableIsNone) {
   EXPECT_THAT(Report(), HasSubstr("  CPU.Socket.1       -      processor "));
 }
 
+TEST_F(AgentRun, AsIsStaysSoWhereTheTableIsNone) {
+  LoadDriver();
+  PublishFirmwareTable(MinimalServer());
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi as-is"), EFI_SUCCESS);
+  Files().Put("\\TVQ\\table.bin", "this is no table");
+  RunAgent(u"TvqAgent.efi as-is");
+  RunAgent();
+  EXPECT_THAT(Report(), HasSubstr("the state was saved with the table as it is, and this boot is "
+                                  "with the table made fit for the driver"));
+}
+
 TEST_F(AgentRun, MakesTheColumnOfLabelsAsWideAsTheWidest) {
   LoadDriver();
   for (const auto& [first, second] :

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "tests/unit/platform/agent/fake_record.h"
+#include "tests/unit/shared/dirty_stack.h"
 #include "tests/unit/platform/platform_fixture.h"
 
 #include "TvqPlatformPkg/src/agent/screen/summary.h"
@@ -166,6 +167,7 @@ TEST_F(AgentScreenContent, HasDevicesWithoutARecord) {
   device.Why = tvqplatform::WhyNoRecord::kClash;
   std::fill_n(device.Fqdd, 31, u'F');
   ASSERT_TRUE(now.Add(device));
+  DirtyTheStack();
   ShowDevices(tvqplatform::Inventory(), tvqplatform::DeviceLabels(), now, Content());
   ASSERT_EQ(Content().Devices.Size(), 1u);
   EXPECT_EQ(Content().PresentCount, 1u);
@@ -175,6 +177,31 @@ TEST_F(AgentScreenContent, HasDevicesWithoutARecord) {
   EXPECT_STREQ(shown.Class, "processor");
   EXPECT_EQ(shown.Record, tvqplatform::kNone);
   EXPECT_EQ(shown.LineCount, 0u);
+}
+
+TEST_F(AgentScreenContent, SaysNothingOfADeviceThatThereIsNoMemoryFor) {
+  tvqplatform::Snapshot before;
+  before.NamingRules = tvqplatform::kNamingRules;
+  tvqplatform::SnapshotDevice device = {};
+  device.ComponentClass = TVQ_CLASS_DIMM;
+  device.Fqdd[0] = u'A';
+  ASSERT_TRUE(before.Add(device));
+  tvqplatform::Snapshot after;
+  after.NamingRules = before.NamingRules;
+  tvqplatform::Comparison comparison;
+  ASSERT_TRUE(comparison.Run(before, after, {}));
+  Firmware().Memory().FailAllocation(1, host::images::agent);
+  ShowVerdicts(comparison, Content());
+  Firmware().Memory().StopFailing();
+  EXPECT_TRUE(Content().IsCut);
+  EXPECT_EQ(Content().Devices.Size(), 0u);
+  EXPECT_EQ(Content().Verdicts.Size(), 0u);
+  ShowVerdicts(comparison, Content());
+  ASSERT_EQ(Content().Devices.Size(), 1u) << "it is gone";
+  EXPECT_STREQ(Content().Devices[0].Fqdd, "A");
+  EXPECT_STREQ(Content().Devices[0].Verdict, "gone");
+  EXPECT_EQ(Content().Devices[0].LineCount, Content().Verdicts.Size());
+  EXPECT_GT(Content().Verdicts.Size(), 0u);
 }
 
 TEST_F(AgentScreenContent, BeginsAtTheFirstDeviceThatSomebodyHasToLookAt) {

@@ -496,6 +496,22 @@ TEST_F(AgentScreen, AcceptsADeviceOfOneCharacter) {
   EXPECT_THAT(Report(), HasSubstr("\nAt the screen: accept A\n"));
 }
 
+TEST_F(AgentScreen, AcceptsADeviceWithoutANameByItsLabel) {
+  const auto serverWith = [](const char* serial) {
+    return Table::Of(Bios{}, System{}, Processor{},
+                     MemoryDevice{.locator = "HBM_1", .memoryType = 0x20, .serial = serial}, End{});
+  };
+  PublishFirmwareTable(serverWith("1A2B3C4D"));
+  ASSERT_EQ(RunAgent(), EFI_SUCCESS);
+  ASSERT_EQ(RunAgent(u"TvqAgent.efi stop"), EFI_SUCCESS);
+  PublishFirmwareTable(serverWith("3C4D5E6F"));
+  Terminal().Type("oyq");
+  Boot();
+  EXPECT_THAT(Picture(1), HasSubstr("\n Accept HBM_1 as it is now?"));
+  EXPECT_THAT(Report(), HasSubstr("\nAt the screen: accept HBM_1\n"));
+  EXPECT_TRUE(Files().Has(kSecondState));
+}
+
 TEST_F(AgentScreen, TellsOfMissingBlobsByTheirColour) {
   PublishFirmwareTable(MinimalServer());
   const FakeRecord record(Firmware(), {.fqdd = u"A", .missingSlot = TVQ_SLOT_END});

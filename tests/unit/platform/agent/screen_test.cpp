@@ -5,9 +5,10 @@
  */
 #include <cstdio>
 
+#include "tests/unit/platform/agent/fake_terminal.h"
 #include "tests/unit/platform/platform_fixture.h"
 
-#include "TvqPlatformPkg/src/agent/screen/view.h"
+#include "TvqPlatformPkg/src/agent/screen/screen.h"
 
 extern "C" {
 #include <Protocol/SimpleTextIn.h>
@@ -412,6 +413,74 @@ TEST_F(AgentScreenView, ForgetsTheMessageAndTheCountdownWithTheNextKey) {
   Press('x');
   EXPECT_EQ(View().SecondsLeft, 0u);
   EXPECT_THAT(Picture(), Not(HasSubstr("Saved.")));
+}
+
+TEST_F(AgentScreenView, FindsADeviceThatIsGoneOnNoPage) {
+  // Nine rows a page: the heading and eight devices, then a ninth on the second page.
+  for (int i = 0; i < 9; ++i) {
+    AddDevice("A" + std::to_string(i), "");
+  }
+  tvqplatform::Pages pages;
+  ASSERT_TRUE(pages.Arrange(Content(), false, {80, 12}));
+  EXPECT_EQ(pages.PageOf(8), 1u);
+  Content().Devices.Shrink(8);
+  ASSERT_TRUE(pages.Arrange(Content(), false, {80, 12}));
+  EXPECT_EQ(pages.Count(), 1u);
+  EXPECT_EQ(pages.PageOf(8), 0u);
+}
+
+// --- On a terminal ---
+
+class AgentScreenOnATerminal : public AgentScreenView {
+ protected:
+  // Somebody at the screen, who types this. Saving leaves the report out.
+  void Run(FakeTerminal& terminal, const std::string& keys) {
+    EFI_SYSTEM_TABLE* const system = Firmware().SystemTableOf(host::images::agent);
+    system->ConOut = terminal.Output();
+    system->ConIn = terminal.Input();
+    terminal.Type(keys);
+    {
+      tvqplatform::Console console;
+      ASSERT_TRUE(console.Open());
+      const tvqplatform::ScreenCommands commands = {
+          [](VOID* context, Command, tvqplatform::View&) {
+            static_cast<tvqplatform::ScreenContent*>(context)->Report.Clear();
+          },
+          &Content()};
+      (void)tvqplatform::Screen(console, Content(), commands).Run(0);
+    }
+    system->ConIn = nullptr;
+    system->ConOut = nullptr;
+  }
+};
+
+TEST_F(AgentScreenOnATerminal, ShowsTheLastPageWhereThereAreFewerThanBefore) {
+  Content().CanSave = true;
+  for (int i = 0; i < 60; ++i) {
+    ASSERT_TRUE(Content().Report.Add(Style::kPlain, "line"));
+  }
+  AddSummary("line");
+  FakeTerminal terminal(Firmware());
+  Run(terminal, "nnsq");
+  EXPECT_THAT(terminal.Pictures().at(2), HasSubstr("page 3 of 4\n"));
+  EXPECT_THAT(terminal.Pictures().at(3), HasSubstr("page 1 of 1\n"));
+}
+
+TEST_F(AgentScreenOnATerminal, TakesNoKeysWhereNothingCanBeDrawn) {
+  AddSummary("line");
+  bool hasFailed = true;
+  size_t unseen = 0;
+  for (uint64_t n = 1; hasFailed; ++n) {
+    const uint64_t before = Firmware().Memory().FailedAllocations();
+    FakeTerminal terminal(Firmware());
+    Firmware().Memory().FailAllocation(n, host::images::agent);
+    Run(terminal, "q");
+    Firmware().Memory().StopFailing();
+    hasFailed = Firmware().Memory().FailedAllocations() != before;
+    EXPECT_EQ(terminal.Pictures().empty(), terminal.RowsDrawn() == 0) << n;
+    unseen += terminal.Pictures().empty() ? 1 : 0;
+  }
+  EXPECT_GT(unseen, 0u);
 }
 
 // --- Memory ---
