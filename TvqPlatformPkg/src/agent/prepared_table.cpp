@@ -103,13 +103,13 @@ bool PreparedTable::IsOfOthers() const {
   return i != serial.Length() || (tag[i] != 0 && tag[i] != ' ');
 }
 
-/// EFI_NOT_FOUND where there is neither a file nor a table of the firmware.
+/// EFI_NOT_FOUND where there is no file: then it is the firmware's table, where that has one.
 EFI_STATUS PreparedTable::Fetch() {
   const CHAR16* path = tvq::Ucs2(TVQ_FILE(u"table.bin"));
   const EFI_STATUS status = mVolume.Read(path, kMaximumFile, mFile);
   if (status == EFI_NOT_FOUND || status == EFI_NO_MEDIA) {
     mIsFirmwares = ReadFirmwareTable(mCapture);
-    return mIsFirmwares ? EFI_SUCCESS : EFI_NOT_FOUND;
+    return EFI_NOT_FOUND;
   }
   if (!EFI_ERROR(status)) {
     ReadCapturedFile({mFile.Data(), mFile.Size()}, mCapture);
@@ -119,13 +119,13 @@ EFI_STATUS PreparedTable::Fetch() {
 
 bool PreparedTable::Read() {
   const EFI_STATUS status = Fetch();
-  if (status == EFI_NOT_FOUND || mIsFirmwares) {
-    if (!mIsFirmwares) {
-      mReport.Fail("this firmware has no SMBIOS table", kNoTable);
-      return false;
-    }
+  if (mIsFirmwares) {
     ShowTable(mReport, mCapture, "the firmware");
     return true;
+  }
+  if (status == EFI_NOT_FOUND) {
+    mReport.Fail("this firmware has no SMBIOS table", kNoTable);
+    return false;
   }
   if (EFI_ERROR(status)) {
     mReport.FailWithStatus("\\TVQ\\table.bin cannot be read", status, kCheckVolume);

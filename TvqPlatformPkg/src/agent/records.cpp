@@ -20,21 +20,21 @@ namespace tvqplatform {
 
 namespace {
 
-/// How a record is open by driver, as the driver has each of its own; without an agent where it is not.
-/// Firmware lets one open it so (UEFI 7.3.9).
-EFI_OPEN_PROTOCOL_INFORMATION_ENTRY OpenByDriver(EFI_HANDLE record) {
+/// Who has a record open by driver, as the driver has each of its own; null where nobody has. Firmware
+/// lets one open it so (UEFI 7.3.9).
+EFI_HANDLE OwnerOf(EFI_HANDLE record) {
   EFI_OPEN_PROTOCOL_INFORMATION_ENTRY* opens = nullptr;
   UINTN count = 0;
   if (EFI_ERROR(gBS->OpenProtocolInformation(record, &gTvqRecordGuid, &opens, &count))) {
-    return {};
+    return nullptr;
   }
   const tvq::PoolPtr<EFI_OPEN_PROTOCOL_INFORMATION_ENTRY> guard(opens);
   for (const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open : tvq::Span(opens, count)) {
     if ((open.Attributes & EFI_OPEN_PROTOCOL_BY_DRIVER) != 0) {
-      return open;
+      return open.AgentHandle;
     }
   }
-  return {};
+  return nullptr;
 }
 
 /// All three or none: the firmware puts back what it took off when a later one is held.
@@ -49,12 +49,9 @@ bool IsServed(EFI_HANDLE record) {
   return InterfaceOn<VOID>(record, gTvqInventoryProtocolGuid) != nullptr;
 }
 
-/// EFI_SUCCESS also for a record that was taken off before.
+/// EFI_SUCCESS also for a record that was taken off before. The driver that is loaded has it open by
+/// driver until it is unloaded.
 [[nodiscard]] EFI_STATUS TakeOff(EFI_HANDLE record, bool isDriverLoaded) {
-  const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY open = OpenByDriver(record);
-  if (open.AgentHandle != nullptr) {
-    (void)gBS->CloseProtocol(record, &gTvqRecordGuid, open.AgentHandle, open.ControllerHandle);
-  }
   if (IsServed(record)) {
     const EFI_STATUS status = TakeOffProtocols(record);
     if (EFI_ERROR(status)) {
@@ -72,8 +69,8 @@ bool IsLeftBehind(EFI_HANDLE handle) {
   if (InterfaceOn<VOID>(handle, gTvqRecordGuid) == nullptr) {
     return false;
   }
-  const EFI_HANDLE driver = OpenByDriver(handle).AgentHandle;
-  return driver == nullptr || LoadedImageOn(driver) == nullptr;
+  // Nobody's handle is no loaded image either.
+  return LoadedImageOn(OwnerOf(handle)) == nullptr;
 }
 
 bool HasRecords() {
