@@ -114,7 +114,7 @@ struct Around {
   std::string moduleTag = "MODULE-TAG-1";
 };
 
-test::Table TableOf(const Around& around) {
+test::Table TableWith(const Around& around) {
   return test::Table::Of(
       test::Bios{}, test::System{}, test::BaseBoard{.handle = 0x200, .assetTag = around.assetTag},
       test::Processor{}, test::MemoryDevice{.handle = 0x1100, .assetTag = around.moduleTag},
@@ -123,9 +123,9 @@ test::Table TableOf(const Around& around) {
 
 class CliReportOfStructures : public CliReport {
  protected:
-  CliReportOfStructures() { Write("before.bin", TableOf(Around{}).Bytes()); }
+  CliReportOfStructures() { Write("before.bin", TableWith(Around{}).Bytes()); }
   Outcome ReportChange(const Around& after, std::vector<std::string> more = {"--show-serials"}) {
-    Write("after.bin", TableOf(after).Bytes());
+    Write("after.bin", TableWith(after).Bytes());
     more.insert(more.begin(),
                 {"report", Path("after.bin"), "--against", Path("before.bin"), "-o", "-"});
     return RunTvq(more);
