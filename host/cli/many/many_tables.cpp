@@ -75,8 +75,8 @@ WorkResult RunOne(const TableFile& table, const ManyOptions& options, const Cons
                   const OneTable& one) {
   std::ostringstream out;
   std::ostringstream diagnostics;
-  Console console{parent.in,        out,   diagnostics,       parent.terminal, parent.isQuiet,
-                  options.areLines, false, parent.commandLine};
+  Console console{parent.in, out, diagnostics, parent.terminal, parent.isQuiet, options.areLines};
+  console.commandLine = parent.commandLine;
   WorkResult result;
   const auto fail = [&](const char* what, const std::string& hint, ExitStatus status) {
     console.Error(what, hint);

@@ -28,7 +28,6 @@ namespace {
 
 // As many items are begun for each worker before the first of them is done.
 constexpr std::size_t kAhead = 4;
-constexpr std::size_t kStep = std::size_t{1} << 16;
 
 // What a worker sends in front of its texts.
 struct Header {
@@ -37,32 +36,37 @@ struct Header {
   std::uint32_t diagnosticsSize;
 };
 
-bool SendAll(int socket, const void* data, std::size_t size) {
-  const auto* bytes = static_cast<const char*>(data);
+// Moves all bytes, by calls that move some of them. False: a call failed, or nobody is at the other
+// end any more.
+template <typename Byte, typename Move>
+bool MoveAll(Byte* bytes, std::size_t size, const Move& move) {
   while (size != 0) {
-    const ssize_t sent = send(socket, bytes, size, MSG_NOSIGNAL);
-    if (sent < 0 && errno != EINTR) {
+    const ssize_t moved = move(bytes, size);
+    if (moved > 0) {
+      bytes += moved;
+      size -= static_cast<std::size_t>(moved);
+    } else if (moved == 0 || errno != EINTR) {
       return false;
     }
-    const std::size_t done = sent < 0 ? 0 : static_cast<std::size_t>(sent);
-    bytes += done;
-    size -= done;
   }
   return true;
 }
 
+bool SendAll(int socket, const void* data, std::size_t size) {
+  return MoveAll(static_cast<const char*>(data), size,
+                 [socket](const char* bytes, std::size_t left) {
+                   return send(socket, bytes, left, MSG_NOSIGNAL);
+                 });
+}
+
 bool ReceiveAll(int socket, void* data, std::size_t size) {
-  auto* bytes = static_cast<char*>(data);
-  while (size != 0) {
-    const ssize_t received = recv(socket, bytes, size, 0);
-    if (received == 0 || (received < 0 && errno != EINTR)) {
-      return false;
-    }
-    const std::size_t done = received < 0 ? 0 : static_cast<std::size_t>(received);
-    bytes += done;
-    size -= done;
-  }
-  return true;
+  return MoveAll(static_cast<char*>(data), size,
+                 [socket](char* bytes, std::size_t left) { return recv(socket, bytes, left, 0); });
+}
+
+bool ReceiveText(int socket, std::size_t size, std::string& text) {
+  text.resize(size);
+  return ReceiveAll(socket, text.data(), size);
 }
 
 // The life of a worker: it ends when nobody has an item for it any more.
@@ -82,7 +86,14 @@ bool ReceiveAll(int socket, void* data, std::size_t size) {
   _exit(0);
 }
 
-std::string HowItEnded(int status) {
+// Waits until the process has ended, and says how.
+std::string EndOf(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) != process) {
+    if (errno != EINTR) {
+      return "an unknown status";
+    }
+  }
   return WIFSIGNALED(status)
              ? fmt::format("signal {} ({})", WTERMSIG(status), strsignal(WTERMSIG(status)))
              : fmt::format("exit status {}", WEXITSTATUS(status));
@@ -125,61 +136,43 @@ class Worker {
   bool IsBusy() const { return mItem.has_value(); }
   std::size_t Item() const { return *mItem; }
 
-  // A worker that is no more is found so when it is read from.
+  // A worker that cannot be given anything ends, and is found so when its result is received.
   void Give(std::size_t item) {
     const std::uint64_t number = item;
     mItem = item;
-    SendAll(Socket(), &number, sizeof(number));
+    if (!SendAll(Socket(), &number, sizeof(number))) {
+      shutdown(Socket(), SHUT_WR);
+    }
   }
 
-  // Takes what is there. Nothing until a result is complete; a crash is one, too.
-  std::optional<WorkResult> Receive() {
-    const std::size_t before = mReceived.size();
-    mReceived.resize(before + kStep);
-    const ssize_t received = recv(Socket(), mReceived.data() + before, kStep, 0);
-    mReceived.resize(before + (received > 0 ? static_cast<std::size_t>(received) : 0));
-    if (received == 0 || (received < 0 && errno != EINTR)) {
-      WorkResult result;
-      result.crash = HowItEnded(Finish());
+  // Once there is something to receive: a worker sends all of its result at once. A crash is one, too.
+  WorkResult Receive() {
+    WorkResult result;
+    Header header = {};
+    mItem.reset();
+    if (ReceiveAll(Socket(), &header, sizeof(header)) &&
+        ReceiveText(Socket(), header.outSize, result.out) &&
+        ReceiveText(Socket(), header.diagnosticsSize, result.diagnostics)) {
+      result.status = header.status;
       return result;
     }
-    return TakeComplete();
+    WorkResult crashed;
+    crashed.crash = Finish();
+    return crashed;
   }
   bool HasEnded() const { return mProcess < 0; }
 
  private:
-  std::optional<WorkResult> TakeComplete() {
-    Header header;
-    if (mReceived.size() < sizeof(header)) {
-      return std::nullopt;
-    }
-    std::memcpy(&header, mReceived.data(), sizeof(header));
-    const std::size_t size = sizeof(header) + header.outSize + header.diagnosticsSize;
-    if (mReceived.size() < size) {
-      return std::nullopt;
-    }
-    WorkResult result;
-    result.status = header.status;
-    result.out = mReceived.substr(sizeof(header), header.outSize);
-    result.diagnostics = mReceived.substr(sizeof(header) + header.outSize, header.diagnosticsSize);
-    mReceived.clear();
-    mItem.reset();
-    return result;
-  }
-
-  int Finish() {
+  std::string Finish() {
     mSocket = Descriptor();
-    int status = 0;
-    while (waitpid(mProcess, &status, 0) < 0 && errno == EINTR) {
-    }
+    std::string end = EndOf(mProcess);
     mProcess = -1;
-    return status;
+    return end;
   }
 
   Descriptor mSocket;
   pid_t mProcess = -1;
   std::optional<std::size_t> mItem;
-  std::string mReceived;
 };
 
 class Pool {
@@ -196,10 +189,11 @@ class Pool {
   }
 
  private:
+  static bool IsBusy(const std::optional<Worker>& worker) { return worker && worker->IsBusy(); }
+
   void HandOut() {
     for (std::optional<Worker>& worker : mWorkers) {
-      const bool isIdle = !worker || !worker->IsBusy();
-      if (isIdle && mNext < std::min(mCount, mTaken + kAhead * mWorkers.size())) {
+      if (!IsBusy(worker) && mNext < std::min(mCount, mTaken + kAhead * mWorkers.size())) {
         if (worker || Start(worker)) {
           worker->Give(mNext++);
         }
@@ -225,7 +219,7 @@ class Pool {
     std::vector<pollfd> waited;
     std::vector<std::size_t> numbers;
     for (std::size_t i = 0; i < mWorkers.size(); ++i) {
-      if (mWorkers[i] && mWorkers[i]->IsBusy()) {
+      if (IsBusy(mWorkers[i])) {
         waited.push_back({mWorkers[i]->Socket(), POLLIN, 0});
         numbers.push_back(i);
       }
@@ -242,10 +236,7 @@ class Pool {
 
   void Receive(std::optional<Worker>& worker) {
     const std::size_t item = worker->Item();
-    std::optional<WorkResult> result = worker->Receive();
-    if (result) {
-      mDone.emplace(item, std::move(*result));
-    }
+    mDone.emplace(item, worker->Receive());
     if (worker->HasEnded()) {
       worker.reset();
     }

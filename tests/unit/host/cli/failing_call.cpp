@@ -90,6 +90,10 @@ FailingCall::~FailingCall() {
   PlanOf(mCall) = {};
 }
 
+bool FailingCall::HasFailed() const {
+  return PlanOf(mCall).left == 0;
+}
+
 }  // namespace tvq::cli
 
 using tvq::cli::Call;

@@ -40,6 +40,9 @@ class FailingCall {
   FailingCall& operator=(const FailingCall&) = delete;
   ~FailingCall();
 
+  // Whether so many calls were made in this process that it has failed.
+  bool HasFailed() const;
+
  private:
   Call mCall;
 };

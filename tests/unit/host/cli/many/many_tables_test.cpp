@@ -9,10 +9,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <set>
 #include <stdexcept>
 
 #include "host/cli/input/input.h"
+#include "host/cli/many/worker_pool.h"
 #include "tests/unit/host/cli/server.h"
 
 namespace tvq::cli {
@@ -31,12 +34,12 @@ class ManyTables : public CliTest {
     std::string diagnostics;
   };
   static Taken Run(const std::vector<TableFile>& tables, const OneTable& one,
-                   ManyOptions options = {}, bool hasProgress = false, bool isQuiet = false) {
+                   const ManyOptions& options = {}, bool hasProgress = false,
+                   bool isQuiet = false) {
     std::istringstream in;
     std::ostringstream out;
     std::ostringstream diagnostics;
     Console console{in, out, diagnostics, {}, isQuiet, false, hasProgress, "tvq do a b"};
-    options.workers = 2;
     Taken taken;
     taken.status = RunMany(tables, options, console, one,
                            [&](const std::string& table, ExitStatus status, std::string&& text) {
@@ -65,6 +68,22 @@ TEST_F(ManyTables, HandOverWhatTheCommandPrintsOfEach) {
   EXPECT_EQ(taken.tables, std::vector<std::string>({"a", "b", "c"}));
   EXPECT_EQ(taken.outs, std::vector<std::string>({"a\n", "b\n", "c\n"}));
   EXPECT_EQ(taken.diagnostics, "");
+}
+
+TEST_F(ManyTables, AreWorkedOnInSoManyProcessesOrInOneForEachProcessor) {
+  const auto processes = [](unsigned wanted) {
+    ManyOptions options;
+    options.workers = wanted;
+    const OneTable printProcess = [](const std::string&, Console& console) {
+      console.out << getpid();
+      return kExitNothingFound;
+    };
+    const Taken taken = Run({{"a"}, {"b"}, {"c"}}, printProcess, options);
+    return std::set<std::string>(taken.outs.begin(), taken.outs.end()).size();
+  };
+  EXPECT_EQ(processes(1), 1u);
+  EXPECT_EQ(processes(2), 2u);
+  EXPECT_EQ(processes(0), std::min(3u, ProcessorCount()));
 }
 
 TEST_F(ManyTables, EndWithTheWorstStatusOfAll) {
