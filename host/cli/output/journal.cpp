@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "host/cli/input/input.h"
 
@@ -98,8 +99,7 @@ bool Journal::SendInFile(const JournalEntry& entry) const {
   header->cmsg_level = SOL_SOCKET;
   header->cmsg_type = SCM_RIGHTS;
   header->cmsg_len = CMSG_LEN(sizeof(int));
-  const int number = file.Number();
-  std::memcpy(CMSG_DATA(header), &number, sizeof(number));
+  new (CMSG_DATA(header)) int(file.Number());
   return sendmsg(mSocket.Number(), &message, MSG_NOSIGNAL) >= 0;
 }
 

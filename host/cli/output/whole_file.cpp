@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -61,7 +62,7 @@ std::string StartOfFile(const std::string& path) {
                                         : -1);
   char buffer[4096];
   const ssize_t count = file.IsOpen() ? read(file.Number(), buffer, sizeof(buffer)) : 0;
-  return std::string(buffer, count < 0 ? 0 : static_cast<std::size_t>(count));
+  return std::string(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
 }
 
 }  // namespace tvq::cli

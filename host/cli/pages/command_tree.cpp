@@ -13,7 +13,7 @@ namespace {
 
 std::vector<std::string> NamesOf(const CLI::Option& option) {
   if (option.get_positional()) {
-    return {option.get_name(true)};
+    return {option.get_name()};
   }
   std::vector<std::string> names;
   for (const std::string& name : option.get_snames()) {

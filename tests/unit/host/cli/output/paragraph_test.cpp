@@ -60,7 +60,7 @@ TEST(Wrapped, KeepsACommandInOneLineWhereItFits) {
 
 TEST(Wrapped, GoesOnBehindACommandAsBeforeIt) {
   EXPECT_EQ(Wrapped("try `a b` or go on", PageOfWidth(12), 0), "try `a b` or\n  go on\n");
-  EXPECT_EQ(Wrapped("`` a ` b", PageOfWidth(5), 0), "`` a\n  ` b\n") << "no command in these";
+  EXPECT_EQ(Wrapped("xx `` a `", PageOfWidth(8), 0), "xx `` a\n  `\n") << "no command in these";
 }
 
 TEST(Wrapped, BreaksAWordInACommandThatIsLongerThanALine) {
@@ -107,6 +107,10 @@ TEST(Listed, IsBrokenBetweenItems) {
 TEST(Listed, IsBrokenInsideAnItemThatIsLongerThanALine) {
   EXPECT_EQ(Listed({"a", "two words more", "b"}, PageOfWidth(11), "", 2),
             "a,\n  two words\n  more, b\n");
+}
+
+TEST(Listed, HasNoLineForABlankAtTheEndOfAnItem) {
+  EXPECT_EQ(Listed({"one two "}, PageOfWidth(7), "", 2), "one two\n");
 }
 
 TEST(Listed, BeginsBelowALeadThatFillsTheLine) {

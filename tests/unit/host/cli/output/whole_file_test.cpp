@@ -23,6 +23,12 @@ TEST_F(WholeFile, SaysAtItsBeginningWhatItSays) {
   EXPECT_EQ(StartOfFile(Write("empty", {})), "");
 }
 
+TEST_F(WholeFile, SaysNoMoreThanFourKilobytesOfIt) {
+  test::Bytes bytes(4097, 'x');
+  bytes[4095] = 'y';
+  EXPECT_EQ(StartOfFile(Write("file", bytes)), std::string(4095, 'x') + 'y');
+}
+
 TEST_F(WholeFile, SaysNothingWhereThereIsNone) {
   fs::create_directory(Path("folder"));
   fs::create_symlink(Write("file", {'x'}), Path("link"));

@@ -101,6 +101,12 @@ TEST(ManPage, HasCommandsInBoldAndALoneQuoteAsItIs) {
               HasSubstr("\n\\fBtvq do\\fR or \\fBtvq\\fR, a lone \\(ga too.\n"));
 }
 
+TEST(ManPage, HasNothingInBoldOfTwoQuotesWithNothingBetween) {
+  const CommandText text = {"do", "Does it", "Nothing: ``, `tvq` and ` too.", "", ""};
+  EXPECT_THAT(ManPage(TreeOf(text, Option({"FILE"}, "", "A file"), Option({"--it"}, "", "It"))),
+              HasSubstr("\nNothing: \\fB\\fR, \\fBtvq\\fR and \\(ga too.\n"));
+}
+
 TEST_F(CliManPage, ShowsWhatEachCommandTakes) {
   const std::string page = RunTvq({"man"}).out;
   EXPECT_THAT(page, HasSubstr("\n\\fBtvq get\\fR [\\fIOPTIONS\\fR] "
