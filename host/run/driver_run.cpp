@@ -142,9 +142,13 @@ struct DriverRun::Impl {
     return attributes;
   }
 
-  // The query as the driver left it. `fill` stands in the fields that it need not write.
-  static EFI_STATUS Ask(const SlotQuery& query, UINT8 fill, SMBIOS_SLOT_QUERY& answer) {
-    answer = {query.bus, query.device, query.function, SMBIOS_SLOT_ID_NONE, 0, fill, fill, fill};
+  // The query as the driver left it. `type` stands where the driver need not write one.
+  static EFI_STATUS Ask(const SlotQuery& query, UINT8 type, SMBIOS_SLOT_QUERY& answer) {
+    answer = {};
+    answer.Bus = query.bus;
+    answer.Device = query.device;
+    answer.Function = query.function;
+    answer.SlotType = type;
     UINT64 value = reinterpret_cast<UINTN>(&answer);
     TVQ_PLATFORM_PROTOCOL* platform = tvqplatform::FindPlatform();
     return platform->GetAttribute(

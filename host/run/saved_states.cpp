@@ -79,16 +79,17 @@ void ReadInto(const Bytes& file, tvqplatform::StoredState& state) {
 
 StateFile CheckStateFile(const Bytes& file, uint64_t number) {
   tvqplatform::StoredState state;
-  const StateDefect defect = tvqplatform::ReadState(ViewOf(file), state);
-  if (defect == StateDefect::kNone && state.Generation == number) {
+  StateDefect defect = tvqplatform::ReadState(ViewOf(file), state);
+  if (defect == StateDefect::kNone && state.Generation != number) {
+    defect = StateDefect::kDamaged;  // it has the name of another
+  }
+  if (defect == StateDefect::kNone) {
     return {StateFile::Kind::kWhole, ""};
   }
   if (defect != StateDefect::kNewer && !tvqplatform::EndsAsState(ViewOf(file), number)) {
     return {StateFile::Kind::kCutOff, tvqplatform::StateDefectText(StateDefect::kCutOff)};
   }
-  return {
-      StateFile::Kind::kUnusable,
-      tvqplatform::StateDefectText(defect == StateDefect::kNone ? StateDefect::kDamaged : defect)};
+  return {StateFile::Kind::kUnusable, tvqplatform::StateDefectText(defect)};
 }
 
 StateFit FitOf(const tvqplatform::Snapshot& now, const tvqplatform::StoredState& saved) {

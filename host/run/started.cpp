@@ -12,36 +12,37 @@
 
 namespace tvq::run {
 
-void Started::NameDevices() {
-  if (mHasNames) {
-    return;
+const tvqplatform::DeviceLabels& Started::Labels() {
+  if (!mLabels) {
+    auto labels = std::make_unique<tvqplatform::DeviceLabels>();
+    // What was conformed before is refused only where there is no memory.
+    const bool hasLabels =
+        mTable.original
+            ? !tvqplatform::IsRefused(mConformed.Conform(ViewOf(mTable.original->structures))) &&
+                  labels->Collect(mConformed.Devices(), mConformed.Structures())
+            : labels->Collect(ViewOf(mTable.structures));
+    if (!hasLabels) {
+      throw std::bad_alloc();
+    }
+    mLabels = std::move(labels);
   }
-  const bool isConformed =
-      mTable.original &&
-      !tvqplatform::IsRefused(mConformed.Conform(ViewOf(mTable.original->structures)));
-  const bool hasLabels = isConformed
-                             ? mLabels.Collect(mConformed.Devices(), mConformed.Structures())
-                             : mLabels.Collect(ViewOf(mTable.structures));
-  if (!hasLabels) {
-    throw std::bad_alloc();
-  }
-  mHasNames = true;
+  return *mLabels;
 }
 
 tvqplatform::SmbiosTable Started::Published() const {
-  const Bytes& structures = mTable.original ? mTable.original->structures : mTable.structures;
-  const unsigned count = mTable.original ? mTable.original->structureCount : mTable.structureCount;
-  return {static_cast<UINT8>(mTable.major), static_cast<UINT8>(mTable.minor),
-          static_cast<UINT16>(count), ViewOf(structures)};
+  const auto publishedAs = [this](const auto& table) -> tvqplatform::SmbiosTable {
+    return {static_cast<UINT8>(mTable.major), static_cast<UINT8>(mTable.minor),
+            static_cast<UINT16>(table.structureCount), ViewOf(table.structures)};
+  };
+  return mTable.original ? publishedAs(*mTable.original) : publishedAs(mTable);
 }
 
 void Started::Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot) {
-  NameDevices();
   tvqplatform::Inventory inventory;
   CollectInto(inventory);
   const UINT32 options = (mTable.original ? 0u : tvqplatform::kSnapshotAsIs) |
                          (origin.isRedacted ? tvqplatform::kSnapshotRedacted : 0u);
-  const tvqplatform::StartedTable started = {Published(), ViewOf(mTable.structures), mLabels,
+  const tvqplatform::StartedTable started = {Published(), ViewOf(mTable.structures), Labels(),
                                              mIsStarted, options};
   if (!snapshot.Take(inventory, started, origin.time)) {
     throw std::bad_alloc();

@@ -6,6 +6,7 @@
 #ifndef TVQ_HOST_RUN_STARTED_H_
 #define TVQ_HOST_RUN_STARTED_H_
 
+#include <memory>
 #include <utility>
 
 #include "host/run/driver_run.h"
@@ -27,15 +28,14 @@ class Started {
   void Take(const Origin& origin, tvqplatform::BootSnapshot& snapshot);
 
  private:
-  // Once, for the first snapshot: most runs take none.
-  void NameDevices();
+  // Collected for the first snapshot: most runs take none.
+  const tvqplatform::DeviceLabels& Labels();
   tvqplatform::SmbiosTable Published() const;
 
   Table mTable;
   bool mIsStarted;
-  bool mHasNames = false;
   tvqplatform::ConformedTable mConformed;
-  tvqplatform::DeviceLabels mLabels;
+  std::unique_ptr<tvqplatform::DeviceLabels> mLabels;
 };
 
 // Collects the records that there are. Throws a std::runtime_error.

@@ -56,11 +56,13 @@ std::vector<std::string> WitnessesOf(const tvqplatform::Finding& found) {
   return witnesses;
 }
 
+// All rows but the first, which is the verdict. A device that is the same has none at all.
 std::vector<std::string> RowsBehind(const tvqplatform::Finding& found) {
   std::vector<std::string> rows;
-  for (UINTN i = static_cast<UINTN>(found.What) + 1; i < tvqplatform::kVerdictCount; ++i) {
-    if (found.Rows.Has(static_cast<Verdict>(i))) {
-      rows.emplace_back(tvqplatform::kVerdictWords[i].Name);
+  for (const tvqplatform::VerdictWords& words : tvqplatform::kVerdictWords) {
+    const auto row = static_cast<Verdict>(&words - tvqplatform::kVerdictWords);
+    if (row != found.What && found.Rows.Has(row)) {
+      rows.emplace_back(words.Name);
     }
   }
   return rows;
@@ -85,10 +87,7 @@ Finding ToFinding(const tvqplatform::Comparison& result, const tvqplatform::Find
   finding.verdict = tvqplatform::WordsOf(found.What).Name;
   finding.also = RowsBehind(found);
   if (found.MovedFrom != tvqplatform::kNone) {
-    const tvqplatform::SnapshotDevice* const former = result.Before()[found.MovedFrom].Device;
-    // A stack of memory has its locator for a name.
-    finding.movedFrom =
-        WideText(former == nullptr ? result.Before()[found.MovedFrom].Name : former->Fqdd);
+    finding.movedFrom = WideText(result.Before()[found.MovedFrom].Name);
   }
   finding.witnesses = WitnessesOf(found);
   finding.isSamePart = found.IsSamePart;
