@@ -233,6 +233,10 @@ class Tests(unittest.TestCase):
         self.assertEqual(self.program(10).lines_for(mutant(1), slow=False),
                          ["1 1 A.Q9:A.Q8:A.Q7:A.Q6:A.Q5:A.Q4:A.Q3:A.Q2\n", "1 1 A.Q1:A.Q0\n"])
 
+    def test_their_files_have_paths_short_enough_for_a_socket(self):
+        with programs.folder_of_mutants() as folder:
+            self.assertLessEqual(len(f"{folder}/0/mutant-XXXXXX/tvq-cli-test-4194304/socket"), 107)
+
     def test_an_explained_change_does_not_wait_for_slow_ones(self):
         run = mutate.Run([mutant(1), mutant(2)], killed={}, explained={2}, jobs=1)
         taken = []

@@ -19,7 +19,6 @@ import json
 import pathlib
 import re
 import sys
-import tempfile
 import time
 
 import programs
@@ -155,8 +154,7 @@ def run(arguments):
     result = results.Report(mutants, progress.outcomes, explanations, everything["left"], is_part)
     for slow in (False, True):
         for program in sorted(all_programs, key=lambda program: program.seconds(slow)):
-            # What a mutant leaves behind goes with the folder.
-            with tempfile.TemporaryDirectory(dir=scratch, ignore_cleanup_errors=True) as folder:
+            with programs.folder_of_mutants() as folder:
                 progress.through(program, slow, folder)
             keep(arguments.json, result)
     note(f"took {time.monotonic() - start:.0f} s")

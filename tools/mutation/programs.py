@@ -124,6 +124,12 @@ class _Worker:
         self._process.wait()
 
 
+def folder_of_mutants():
+    """A folder that what mutants leave behind goes with. A tree's own would leave no room for the path of a test's socket,
+    which has 107 characters at most."""
+    return tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+
+
 def run_mutants(program, slow, mutants, jobs, folder, report):
     """Runs the mutants that the program's slow tests reach, or its others, its files going to a folder of each worker's
     own; calls report(mutant, outcome) for each, and returns how many there were."""
