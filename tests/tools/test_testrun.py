@@ -178,7 +178,8 @@ class ChangedTest(unittest.TestCase):
         "builder_tests": ["tests/unit/driver/common/cpu_test.cpp", "tests/unit/driver/common/dimm_test.cpp"],
         "record_tests": ["tests/unit/driver/uefi/record_test.cpp", "tests/unit/driver/common/cpu_fixture.cpp"],
         "failure_tests": ["tests/unit/driver/whole/failing_test.cpp"],
-        "cli_tests": ["tests/unit/host/cli/commands/show_test.cpp"],
+        "cli_tests": ["tests/unit/host/cli/command_line_test.cpp", "tests/unit/host/cli/output/json_test.cpp"],
+        "cli_commands_tests": ["tests/unit/host/cli/commands/show_test.cpp"],
     }
 
     def meant(self, file):
@@ -189,8 +190,14 @@ class ChangedTest(unittest.TestCase):
         self.assertEqual(self.meant("TvqSmbiosPkg/src/uefi/tvq.cpp"), ["record_tests"])
         self.assertEqual(self.meant("TvqSmbiosPkg/src/common/cpu.cpp"), ["builder_tests"])
 
-    def test_a_folder_without_tests_has_those_of_the_folder_above(self):
-        self.assertEqual(self.meant("host/cli/device/blob.cpp"), ["cli_tests"])
+    def test_tests_in_a_folder_itself_come_before_those_below_it(self):
+        self.assertEqual(self.meant("host/cli/command_line.cpp"), ["cli_tests"])
+
+    def test_a_folder_without_tests_has_those_below_the_folder_above(self):
+        self.assertEqual(self.meant("host/cli/device/blob.cpp"), ["cli_commands_tests", "cli_tests"])
+
+    def test_what_tests_share_has_all_tests_below_its_folder(self):
+        self.assertEqual(self.meant("tests/unit/host/cli/server.h"), ["cli_commands_tests", "cli_tests"])
 
     def test_tests_of_the_whole_driver_belong_to_no_folder_of_it(self):
         self.assertEqual(self.meant("TvqSmbiosPkg/src/elsewhere/log.cpp"), ["builder_tests", "record_tests"])

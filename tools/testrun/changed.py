@@ -47,12 +47,22 @@ def mirror(folder):
     return None
 
 
+def programs_with(programs, is_wanted):
+    """The programs with tests in a folder that is wanted."""
+    return {name for name, sources in programs.items()
+            if any(source.endswith("_test.cpp") and WHOLE not in source and is_wanted(source.rpartition("/")[0])
+                   for source in sources)}
+
+
+def programs_in(folder, programs):
+    """The programs with tests in the folder itself; if there are none, below it."""
+    return programs_with(programs, lambda place: place == folder) or programs_below(folder, programs)
+
+
 def programs_below(folder, programs):
-    """The programs with a source in the folder or below it; if there is none, in the nearest folder above that has some."""
+    """The programs with tests in the folder or below it; if there are none, in the nearest folder above that has some."""
     while folder.startswith(UNIT) and folder != UNIT:
-        found = {name for name, sources in programs.items()
-                 if any(source.startswith(folder + "/") and source.endswith("_test.cpp") and WHOLE not in source
-                        for source in sources)}
+        found = programs_with(programs, lambda place, folder=folder: f"{place}/".startswith(f"{folder}/"))
         if found:
             return found
         folder = folder.rpartition("/")[0]
@@ -71,7 +81,7 @@ def tests_of(file, programs):
     if any(file.startswith(place + "/") for place in SCRIPTS) or file == "dev":
         return set(), {"tools.*"}
     tests = mirror(folder)
-    return (programs_below(tests, programs) if tests else set()), set()
+    return (programs_in(tests, programs) if tests else set()), set()
 
 
 def main(arguments):
