@@ -29,7 +29,8 @@ EFI_HANDLE OwnerOf(EFI_HANDLE record) {
     return nullptr;
   }
   const tvq::PoolPtr<EFI_OPEN_PROTOCOL_INFORMATION_ENTRY> guard(opens);
-  for (const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open : tvq::Span(opens, count)) {
+  for (const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY& open :
+       tvq::Span<const EFI_OPEN_PROTOCOL_INFORMATION_ENTRY>(opens, count)) {
     if ((open.Attributes & EFI_OPEN_PROTOCOL_BY_DRIVER) != 0) {
       return open.AgentHandle;
     }
