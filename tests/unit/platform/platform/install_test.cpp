@@ -81,14 +81,20 @@ TEST_F(PlatformInstall, BringsTheTableBeforeTheProtocolsOfTheDependencyExpressio
 
 TEST_F(PlatformInstall, LeavesTheServicesOfAnotherPlatformAlone) {
   UINT64 other = 0;
-  // It need not be the first of the configuration table.
-  ASSERT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gTvqPlatformProtocolGuid, &other),
-            EFI_SUCCESS);
-  ASSERT_EQ(Firmware().BootServices()->InstallConfigurationTable(&gZvServicesTableGuid, &other),
-            EFI_SUCCESS);
+  EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+  ASSERT_EQ(services->InstallConfigurationTable(&gZvServicesTableGuid, &other), EFI_SUCCESS);
   EXPECT_EQ(Start(), EFI_ALREADY_STARTED);
   EXPECT_EQ(ConfigurationTable(Firmware(), gZvServicesTableGuid), &other);
   EXPECT_EQ(ProtocolCount(), 0u);
+}
+
+TEST_F(PlatformInstall, FindsTheServicesOfAnotherPlatformBehindOtherTables) {
+  UINT64 other = 0;
+  EFI_BOOT_SERVICES* const services = Firmware().BootServices();
+  ASSERT_EQ(services->InstallConfigurationTable(&gTvqPlatformProtocolGuid, &other), EFI_SUCCESS);
+  ASSERT_EQ(services->InstallConfigurationTable(&gZvServicesTableGuid, &other), EFI_SUCCESS);
+  EXPECT_EQ(Start(), EFI_ALREADY_STARTED);
+  EXPECT_EQ(ConfigurationTable(Firmware(), gZvServicesTableGuid), &other);
 }
 
 TEST_F(PlatformInstall, LeavesNothingBehindWhenTheTableIsRefused) {
